@@ -1,0 +1,68 @@
+# How every library, program and test of this project is built.
+
+# The language level, warnings and Windows settings that all of our code shares.
+add_library(fendrel_settings INTERFACE)
+target_compile_features(fendrel_settings INTERFACE cxx_std_20)
+target_compile_definitions(fendrel_settings INTERFACE
+  UNICODE _UNICODE NOMINMAX _WIN32_WINNT=0x0601 WINVER=0x0601)
+if(MSVC)
+  target_compile_options(fendrel_settings INTERFACE /W4 /WX /utf-8 /permissive-)
+else()
+  target_compile_options(fendrel_settings INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wno-cast-function-type -Werror)
+  target_link_options(fendrel_settings INTERFACE -Wl,--no-insert-timestamp)
+endif()
+
+# fendrel_add_layer(NAME SOURCES ... USES ...): the static library of one folder.
+# Its include directory is that folder alone and reaches others only through USES,
+# so an include against the direction of the layers does not build.
+function(fendrel_add_layer name)
+  cmake_parse_arguments(PARSE_ARGV 1 LAYER "" "" "SOURCES;USES")
+  add_library(${name} STATIC ${LAYER_SOURCES})
+  target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
+  target_link_libraries(${name} PUBLIC fendrel_settings ${LAYER_USES})
+endfunction()
+
+# fendrel_add_module(NAME FILE SOURCES ... USES ... [DIRECTORY dir]): a DLL with the exact file name
+# FILE, its exports taken from the .def file among the sources.
+function(fendrel_add_module name file)
+  cmake_parse_arguments(PARSE_ARGV 2 MODULE "" "DIRECTORY" "SOURCES;USES")
+  get_filename_component(stem "${file}" NAME_WE)
+  get_filename_component(extension "${file}" EXT)
+  add_library(${name} MODULE ${MODULE_SOURCES})
+  target_link_libraries(${name} PRIVATE fendrel_settings ${MODULE_USES})
+  if(NOT MODULE_DIRECTORY)
+    set(MODULE_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+  endif()
+  set_target_properties(${name} PROPERTIES
+    PREFIX "" OUTPUT_NAME "${stem}" SUFFIX "${extension}"
+    LIBRARY_OUTPUT_DIRECTORY "${MODULE_DIRECTORY}" RUNTIME_OUTPUT_DIRECTORY "${MODULE_DIRECTORY}")
+endfunction()
+
+# fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [LABELS ...] [ENVIRONMENT ...] [NEEDS ...]):
+# a GoogleTest program whose tests appear in ctest as NAME.Suite.Case. NEEDS names modules and
+# programs that the tests load or start.
+function(fendrel_add_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL" "TIMEOUT" "SOURCES;USES;LABELS;ENVIRONMENT;NEEDS")
+  if(NOT TEST_TIMEOUT)
+    set(TEST_TIMEOUT 60)
+  endif()
+  set(properties TIMEOUT ${TEST_TIMEOUT})
+  if(TEST_SERIAL)
+    list(APPEND properties RUN_SERIAL ON)
+  endif()
+  if(TEST_LABELS)
+    list(APPEND properties LABELS "${TEST_LABELS}")
+  endif()
+  if(TEST_ENVIRONMENT)
+    list(APPEND properties ENVIRONMENT "${TEST_ENVIRONMENT}")
+  endif()
+  add_executable(${name} ${TEST_SOURCES})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
+  target_link_libraries(${name} PRIVATE fendrel_settings fendrel_test_support ${TEST_USES})
+  if(TEST_NEEDS)
+    add_dependencies(${name} ${TEST_NEEDS})
+  endif()
+  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+                       PROPERTIES ${properties})
+endfunction()

@@ -1,0 +1,86 @@
+# Third-party libraries, each as one target: fendrel::sqlite, fendrel::cli11, fendrel::json,
+# fendrel::fmt, GTest::gmock. An installed package wins; otherwise the sources come from pinned packages:
+# Debian's -dev packages, and npm for SQLite's amalgamation.
+
+set(FENDREL_DEBIAN_ROOT "/usr" CACHE PATH "Where Debian's header-only libraries are installed")
+
+# fendrel_header_library(TARGET INSTALLED_TARGET PACKAGE FOLDER)
+# A header-only library. Only its own folder is copied to where the compiler sees it, because a
+# cross-compiler must never see the build machine's /usr/include.
+function(fendrel_header_library target installed package folder)
+  find_package(${package} CONFIG QUIET)
+  if(TARGET ${installed})
+    add_library(${target} ALIAS ${installed})
+    return()
+  endif()
+  set(source "${FENDREL_DEBIAN_ROOT}/include/${folder}")
+  if(NOT IS_DIRECTORY "${source}")
+    message(FATAL_ERROR "${package} was not found: neither as a CMake package nor as ${source}. "
+                        "Run tools/setup, or install it with your package manager.")
+  endif()
+  file(COPY "${source}" DESTINATION "${PROJECT_BINARY_DIR}/third_party/include")
+  string(REPLACE "::" "_" plain "${target}")
+  add_library(${plain} INTERFACE)
+  target_include_directories(${plain} SYSTEM INTERFACE "${PROJECT_BINARY_DIR}/third_party/include")
+  add_library(${target} ALIAS ${plain})
+endfunction()
+
+fendrel_header_library(fendrel::cli11 CLI11::CLI11 CLI11 CLI)
+fendrel_header_library(fendrel::json nlohmann_json::nlohmann_json nlohmann_json nlohmann)
+fendrel_header_library(fendrel::fmt fmt::fmt-header-only fmt fmt)
+if(TARGET fendrel_fmt)
+  target_compile_definitions(fendrel_fmt INTERFACE FMT_HEADER_ONLY)
+endif()
+
+# SQLite. Releases before 3.51.3 can corrupt a write-ahead log that several processes reset at once.
+find_package(SQLite3 3.51.3 QUIET)
+if(SQLite3_FOUND)
+  add_library(fendrel::sqlite ALIAS SQLite::SQLite3)
+else()
+  find_program(FENDREL_NPM npm REQUIRED)
+  set(npm_folder "${PROJECT_BINARY_DIR}/third_party/npm")
+  set(sqlite_folder "${npm_folder}/node_modules/better-sqlite3/deps/sqlite3")
+  set(sqlite_sha256 75a4760a7b9727a4c4c877aec92eacf39e52a8f2921ce00bd33be6d3a8e8e254)
+  set(found_sha256 "")
+  if(EXISTS "${sqlite_folder}/sqlite3.c")
+    file(SHA256 "${sqlite_folder}/sqlite3.c" found_sha256)
+  endif()
+  if(NOT found_sha256 STREQUAL sqlite_sha256)
+    message(STATUS "Fetching SQLite's amalgamation (npm package better-sqlite3)")
+    file(COPY "${PROJECT_SOURCE_DIR}/cmake/npm/package.json" "${PROJECT_SOURCE_DIR}/cmake/npm/package-lock.json"
+         DESTINATION "${npm_folder}")
+    execute_process(COMMAND "${FENDREL_NPM}" ci --ignore-scripts --no-audit --no-fund
+                    WORKING_DIRECTORY "${npm_folder}" COMMAND_ERROR_IS_FATAL ANY
+                    OUTPUT_QUIET ERROR_QUIET)
+    file(SHA256 "${sqlite_folder}/sqlite3.c" found_sha256)
+  endif()
+  if(NOT found_sha256 STREQUAL sqlite_sha256)
+    message(FATAL_ERROR "${sqlite_folder}/sqlite3.c is not the expected file: "
+                        "its sha256 is ${found_sha256}, not ${sqlite_sha256}.")
+  endif()
+  add_library(fendrel_sqlite STATIC "${sqlite_folder}/sqlite3.c")
+  target_include_directories(fendrel_sqlite SYSTEM PUBLIC "${sqlite_folder}")
+  target_compile_definitions(fendrel_sqlite PRIVATE
+    SQLITE_THREADSAFE=1 SQLITE_DQS=0 SQLITE_DEFAULT_MEMSTATUS=0
+    SQLITE_DEFAULT_SYNCHRONOUS=2 SQLITE_DEFAULT_WAL_SYNCHRONOUS=2
+    SQLITE_LIKE_DOESNT_MATCH_BLOBS SQLITE_OMIT_DEPRECATED SQLITE_OMIT_LOAD_EXTENSION
+    SQLITE_OMIT_SHARED_CACHE SQLITE_USE_ALLOCA SQLITE_DEFAULT_FOREIGN_KEYS=1 SQLITE_TRUSTED_SCHEMA=0
+    SQLITE_TEMP_STORE=1 SQLITE_MAX_EXPR_DEPTH=0
+    # Overlapped file I/O costs a server round trip each under Wine; plain reads and writes serve as well.
+    SQLITE_WIN32_NO_OVERLAPPED)
+  set_target_properties(fendrel_sqlite PROPERTIES COMPILE_OPTIONS "-O2")
+  add_library(fendrel::sqlite ALIAS fendrel_sqlite)
+endif()
+
+if(BUILD_TESTING)
+  find_package(GTest CONFIG QUIET)
+  if(NOT TARGET GTest::gmock)
+    set(FENDREL_GOOGLETEST "${FENDREL_DEBIAN_ROOT}/src/googletest" CACHE PATH "GoogleTest's sources")
+    set(INSTALL_GTEST OFF)
+    add_subdirectory("${FENDREL_GOOGLETEST}" "${PROJECT_BINARY_DIR}/third_party/googletest" EXCLUDE_FROM_ALL)
+    if(NOT TARGET GTest::gmock)
+      add_library(GTest::gmock ALIAS gmock)
+    endif()
+  endif()
+  include(GoogleTest)
+endif()
