@@ -120,6 +120,11 @@ using MessageRowSink = std::function<bool(MessageRow&&)>;
 Status readMessageRows(Database& database, const Guid& folder, MessageKind kind,
                        std::span<const PropertyTag> columns, const MessageRowSink& sink);
 
+// The rows of these messages alone, in the order asked for: what a table shows of a long folder at a time.
+// A message that is not there (any more) or is in another folder gives no row. NotFound (the folder), Corrupt.
+Status readMessageRowsOf(Database& database, const Guid& folder, std::span<const Guid> messages,
+                         std::span<const PropertyTag> columns, const MessageRowSink& sink);
+
 struct AttachmentRow {
   std::uint32_t number = 0;
   std::uint64_t size = 0;  // bytes of all its values

@@ -45,6 +45,9 @@ Status setDefaultProfile(Database& database, const std::u16string& name);
 // Replaces the password record. NotFound.
 Status setPassword(Database& database, const std::u16string& name, const PasswordRecord& password);
 
+// Also gives the mailbox its new name, "Mailbox - USER". NotFound, Invalid (empty user name).
+Status setUserName(Database& database, const std::u16string& name, const std::u16string& userName);
+
 // AlreadyExists, NotFound, Invalid (empty name).
 Status renameProfile(Database& database, const std::u16string& name, const std::u16string& newName);
 
