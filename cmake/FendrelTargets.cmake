@@ -9,7 +9,7 @@ if(MSVC)
   target_compile_options(fendrel_settings INTERFACE /W4 /WX /utf-8 /permissive-)
 else()
   target_compile_options(fendrel_settings INTERFACE
-    -Wall -Wextra -Wpedantic -Wshadow -Wno-cast-function-type -Werror)
+    -Wall -Wextra -Wpedantic -Wshadow -Wno-cast-function-type -Wno-missing-field-initializers -Werror)
   target_link_options(fendrel_settings INTERFACE -Wl,--no-insert-timestamp)
 endif()
 
