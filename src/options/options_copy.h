@@ -1,0 +1,55 @@
+// A private working copy of an options record, packed or not, wide or ANSI, with its strings found.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "fendrel/fendrel.h"
+#include "text_conversion.h"
+
+namespace fendrel {
+
+template <class Options>
+struct OptionsCharacter;
+template <>
+struct OptionsCharacter<DestinationOptions> {
+  using Type = wchar_t;
+};
+template <>
+struct OptionsCharacter<DestinationOptionsA> {
+  using Type = char;
+};
+
+// What a packed record's copy covers: the strings as they lie in the caller's block, each up to its terminator,
+// because the stated packed size is shorter than the block. Bytes past the stated size are read only where the
+// system says that they can be.
+template <class Options>
+class OptionsCopy {
+ public:
+  using Character = typename OptionsCharacter<Options>::Type;
+
+  // Copies `options`, whose version has been checked. 0, 2, or 5 when a packed record does not hold its strings.
+  std::uint32_t take(const Options& options) noexcept;
+
+  // Valid after a successful take. The strings are null when absent; those of an unpacked record are the caller's.
+  const Options& header() const noexcept { return *reinterpret_cast<const Options*>(block_.get()); }
+  bool isPacked() const noexcept { return header().packedSize != 0; }
+  const Character* profileName() const noexcept { return profileName_; }
+  const Character* profilePassword() const noexcept { return profilePassword_; }
+  const Character* folderPath() const noexcept { return folderPath_; }
+
+ private:
+  std::uint32_t copyBytes(const Options& options, std::size_t size) noexcept;
+  const Character* stringAt(std::uint32_t offset) const noexcept;
+
+  std::unique_ptr<std::byte[], HeapFree> block_;
+  const Character* profileName_ = nullptr;
+  const Character* profilePassword_ = nullptr;
+  const Character* folderPath_ = nullptr;
+};
+
+extern template class OptionsCopy<DestinationOptions>;
+extern template class OptionsCopy<DestinationOptionsA>;
+
+}  // namespace fendrel
