@@ -1,0 +1,12 @@
+#include "mapi_object.h"
+
+namespace fendrel {
+
+const char* CMAPIObject::GetLastErrorText() noexcept {
+  FreeLastError();
+  if (SUCCEEDED(lastResult) || GetLastError() != S_OK || !lastError) return nullptr;
+  // The record was asked for in its 8-bit form.
+  return reinterpret_cast<const char*>(lastError->lpszError);
+}
+
+}  // namespace fendrel

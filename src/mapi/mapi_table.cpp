@@ -1,0 +1,108 @@
+#include "mapi_table.h"
+
+namespace fendrel {
+
+HRESULT CMAPITable::GetLastError() noexcept { return table->GetLastError(lastResult, 0, receive(lastError)); }
+
+template <class Call>
+bool CMAPITable::open(Call call) noexcept {
+  lastResult = call(table.ReleaseAndGetAddressOf());
+  return SUCCEEDED(lastResult);
+}
+
+bool CMAPITable::OpenHierarchyTable(IMAPIContainer* container) noexcept {
+  Close();
+  return container && open([&](IMAPITable** result) { return container->GetHierarchyTable(0, result); });
+}
+
+bool CMAPITable::OpenContentsTable(IMAPIContainer* folder) noexcept {
+  Close();
+  return folder && open([&](IMAPITable** result) { return folder->GetContentsTable(0, result); });
+}
+
+bool CMAPITable::OpenAssociatedContentsTable(IMAPIContainer* folder) noexcept {
+  Close();
+  return folder && open([&](IMAPITable** result) { return folder->GetContentsTable(MAPI_ASSOCIATED, result); });
+}
+
+bool CMAPITable::OpenMsgStoresTable(IMAPISession* session) noexcept {
+  Close();
+  return session && open([&](IMAPITable** result) { return session->GetMsgStoresTable(0, result); });
+}
+
+bool CMAPITable::OpenStatusTable(IMAPISession* session) noexcept {
+  Close();
+  if (!session || !open([&](IMAPITable** result) { return session->GetStatusTable(0, result); })) return false;
+  GetRowCount();
+  return true;
+}
+
+bool CMAPITable::busyRule(HRESULT result) noexcept {
+  lastResult = result;
+  WaitIfBusy(busyTimeout);
+  return SUCCEEDED(lastResult);
+}
+
+void CMAPITable::WaitIfBusy(ULONG timeout) noexcept {
+  if (lastResult == MAPI_E_BUSY) lastResult = table->WaitForCompletion(0, timeout, nullptr);
+}
+
+bool CMAPITable::GetRowCount() noexcept {
+  if (!table) return false;
+  if (busyRule(table->GetRowCount(0, &rowCount))) return true;
+  rowCount = 0;
+  return false;
+}
+
+bool CMAPITable::QueryBatch() noexcept { return busyRule(table->QueryRows(batchSize, 0, receive(rows))); }
+
+bool CMAPITable::FreeRows() noexcept {
+  rows.reset();
+  cursor = 0;
+  return true;
+}
+
+bool CMAPITable::Close() noexcept {
+  FreeRows();
+  table.Reset();
+  rowCount = 0;
+  return true;
+}
+
+bool CMAPITable::ClearRestriction() noexcept {
+  FreeRows();
+  lastResult = table->Restrict(nullptr, 0);
+  return SUCCEEDED(lastResult);
+}
+
+// MAPI's methods take these arguments as writable but do not write them.
+bool CMAPITable::Prepare(const SPropTagArray& columns, const SRestriction* restriction,
+                         const SSortOrderSet* sortOrder) noexcept {
+  FreeRows();
+  if (restriction) {
+    if (!busyRule(table->Restrict(const_cast<SRestriction*>(restriction), 0))) return false;
+  } else {
+    table->Restrict(nullptr, 0);
+  }
+  if (sortOrder && !busyRule(table->SortTable(const_cast<SSortOrderSet*>(sortOrder), 0))) return false;
+  if (busyRule(table->SetColumns(const_cast<SPropTagArray*>(&columns), 0)) && GetRowCount())
+    busyRule(table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr));
+  return SUCCEEDED(lastResult);
+}
+
+const SRow* CMAPITable::NextRow() noexcept {
+  if (!table) return nullptr;
+  if (!rows || cursor >= rows->cRows) {
+    FreeRows();
+    if (!QueryBatch() || !rows || rows->cRows == 0) return nullptr;
+  }
+  return &rows->aRow[cursor++];
+}
+
+MapiBuffer<SPropTagArray> CMAPITable::QueryAllColumns() noexcept {
+  MapiBuffer<SPropTagArray> tags;
+  if (!table || !busyRule(table->QueryColumns(TBL_ALL_COLUMNS, receive(tags)))) tags.reset();
+  return tags;
+}
+
+}  // namespace fendrel

@@ -1,0 +1,43 @@
+// Opens and closes the MAPI session of a job and learns whose it is.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "mapi_memory.h"
+
+namespace fendrel {
+
+// Who is logged on; goes into every posted message when it is complete. Each part may be missing.
+struct SenderIdentity {
+  std::vector<std::byte> senderEntryId;
+  std::optional<std::wstring> senderName;
+  std::vector<std::byte> senderSearchKey;
+
+  bool isComplete() const noexcept { return !senderEntryId.empty() && senderName && !senderSearchKey.empty(); }
+};
+
+// The flags of every logon: a session of its own, no mail spooler, wide strings; with MAPI's logon dialog unless silent.
+constexpr FLAGS logonFlags(bool silent) noexcept {
+  const FLAGS flags = MAPI_UNICODE | MAPI_NO_MAIL | MAPI_EXTENDED | MAPI_NEW_SESSION;
+  return silent ? flags : flags | MAPI_LOGON_UI;
+}
+
+// Opens a session owned by the active window. Profile name and password may be null.
+HRESULT openSession(const wchar_t* profileName, const wchar_t* password, bool silent,
+                    ComPtr<IMAPISession>& session) noexcept;
+
+// Reads the name of the profile in use from the session's status table, and the identity as far as it can be had. S_OK
+// without a name when the table has no rows; MAPI_E_NOT_FOUND when none of its rows names the profile.
+HRESULT GetSessionProfileName(IMAPISession* session, std::optional<std::wstring>& profileName,
+                              SenderIdentity& sender) noexcept;
+
+// Reads who is logged on. A failure leaves `sender` empty, except that of QueryIdentity itself, which leaves it alone.
+HRESULT QuerySessionIdentity(IMAPISession* session, SenderIdentity& sender) noexcept;
+
+// Logs off and lets go of the session; does nothing without one.
+void closeSession(ComPtr<IMAPISession>& session) noexcept;
+
+}  // namespace fendrel
