@@ -1,0 +1,50 @@
+// Posts every exported file of one call as a message with the file as its attachment.
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "destination.h"
+#include "error_text.h"
+#include "report_message.h"
+
+namespace fendrel {
+
+// What the naming step answers for one file.
+enum class Naming { post = 1, skip = 2, abort = 3 };
+
+// Asks for the display name, comment and body of a file. Used in template mode only.
+class NamingStep {
+ public:
+  virtual ~NamingStep() = default;
+  virtual Naming nameReport(const std::wstring& reportName, const wchar_t* filePath, IMAPIFolder* folder,
+                            ReportTexts& texts) = 0;
+};
+
+// What the loop needs of an export job; everything is borrowed for the call.
+struct PostingJob {
+  IMAPISession* session;
+  bool optionsSupplied;  // set up silently
+  const Destination& destination;
+  const std::vector<std::wstring>& fileNames;  // report names; a file without one is refused
+  const SenderIdentity& sender;
+  const wchar_t* templateClass;
+  const wchar_t* documentClass;
+  NamingStep* naming;    // null refuses template mode
+  ErrorText& errorText;  // receives the words of a failure
+};
+
+// Template mode posts hidden messages under names that are asked for; document mode posts ordinary ones.
+bool isTemplateMode(const PostingJob& job) noexcept;
+
+// The result of the last file posted, in the host's codes: a failed file does not stop the ones behind it.
+// A folder that does not open posts nothing.
+std::uint32_t postReportFiles(const PostingJob& job, std::span<const wchar_t* const> filePaths);
+
+}  // namespace fendrel

@@ -1,0 +1,34 @@
+// The message that carries one report, and its properties in the order in which they are set.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "mapi_memory.h"
+#include "profile_logon.h"
+
+namespace fendrel {
+
+// What the naming step gave for one file; each may be missing.
+struct ReportTexts {
+  std::optional<std::wstring> displayName;
+  std::optional<std::wstring> comment;
+  std::optional<std::wstring> body;
+};
+
+// One report to be posted; everything is borrowed.
+struct Report {
+  const wchar_t* filePath;      // the bytes to attach
+  const wchar_t* name;          // report name, becomes the subject
+  const wchar_t* extension;     // of the name, without the dot
+  wchar_t* messageClass;        // upper-cased in place when the message is made
+  const SenderIdentity& sender;
+  const ReportTexts& texts;
+};
+
+// Creates a message in `folder` and saves it with its attachment, the file's bytes. A message that could not be
+// completed is let go unsaved. MAPI_E_INVALID_PARAMETER without folder, path, name or class; else the first failure.
+// The result of saving is not looked at: hosts rely on the answer being that of the copy.
+HRESULT postReport(IMAPIFolder* folder, bool associated, const Report& report) noexcept;
+
+}  // namespace fendrel

@@ -1,0 +1,144 @@
+#include "target_folder.h"
+
+#include <vector>
+
+#include "folder_path.h"
+#include "mapi_row.h"
+#include "mapi_table.h"
+#include "text_conversion.h"
+
+namespace fendrel {
+namespace {
+
+using EntryId = std::vector<std::byte>;
+
+EntryId copyOf(BinaryView bytes) { return {bytes.begin(), bytes.end()}; }
+
+// A call may leave the type alone; where it tells one it must be a folder, because the result is used as one.
+struct OpenedFolder {
+  ULONG objectType = MAPI_FOLDER;
+  ComPtr<IUnknown> object;
+
+  HRESULT moveTo(ComPtr<IMAPIFolder>& folder, HRESULT result) noexcept {
+    if (FAILED(result)) return result;
+    if (!object || objectType != MAPI_FOLDER) return MAPI_E_NOT_FOUND;
+    folder.Attach(static_cast<IMAPIFolder*>(object.Detach()));
+    return S_OK;
+  }
+};
+
+HRESULT openFolderEntry(IMsgStore* store, BinaryView entryId, LPCIID interfaceId, ULONG flags,
+                        ComPtr<IMAPIFolder>& folder) noexcept {
+  OpenedFolder opened;
+  const HRESULT result = store->OpenEntry(sizeArgument(entryId), entryIdArgument(entryId), interfaceId, flags,
+                                          &opened.objectType, &opened.object);
+  return opened.moveTo(folder, result);
+}
+
+HRESULT findDefaultStore(IMAPISession* session, EntryId& entryId) {
+  enum { id, isDefault };
+  static constexpr auto columns = propertyTags(PR_ENTRYID, PR_DEFAULT_STORE);
+  CMAPITable stores;
+  if (!stores.OpenMsgStoresTable(session) || !stores.Prepare(columns.array())) return stores.lastResult;
+  while (const SRow* const row = stores.NextRow()) {
+    const SPropValue* const value = valueAt(*row, isDefault, PR_DEFAULT_STORE);
+    if (!value || !value->Value.b) continue;
+    entryId = copyOf(binaryAt(*row, id, PR_ENTRYID));
+    return S_OK;
+  }
+  return FAILED(stores.lastResult) ? stores.lastResult : MAPI_E_NOT_FOUND;
+}
+
+// Walks the rows of an open table of names for the one that the path's next component names, and steps the path
+// behind it. The first exact match ends the walk.
+HRESULT findNamedRow(CMAPITable& table, FolderPath<wchar_t>& path, EntryId& entryId) {
+  enum { name, id };
+  static constexpr auto columns = propertyTags(PR_DISPLAY_NAME_A, PR_ENTRYID);
+  if (!table.Prepare(columns.array())) return table.lastResult;
+  std::size_t longestAddress = 0;
+  while (const SRow* const row = table.NextRow()) {
+    const auto displayName = wideFromAnsi(textAt(*row, name, PR_DISPLAY_NAME_A));
+    if (!displayName) continue;
+    if (path.matchesExactly(*displayName)) {
+      entryId = copyOf(binaryAt(*row, id, PR_ENTRYID));
+      path.advance(displayName->size());
+      return S_OK;
+    }
+    if (displayName->size() > longestAddress && path.matchesAddress(*displayName)) {
+      longestAddress = displayName->size();
+      entryId = copyOf(binaryAt(*row, id, PR_ENTRYID));
+    }
+  }
+  if (FAILED(table.lastResult)) return table.lastResult;
+  if (longestAddress == 0) return MAPI_E_NOT_FOUND;
+  path.advance(longestAddress);
+  return S_OK;
+}
+
+HRESULT openNamedStore(IMAPISession* session, FolderPath<wchar_t>& path, bool silent, ComPtr<IMsgStore>& store) {
+  EntryId entryId;
+  {
+    CMAPITable stores;
+    if (!stores.OpenMsgStoresTable(session)) return stores.lastResult;
+    if (const HRESULT result = findNamedRow(stores, path, entryId); FAILED(result)) return result;
+  }
+  const ULONG flags = silent ? MDB_WRITE | MDB_NO_DIALOG : MDB_WRITE;
+  return session->OpenMsgStore(reinterpret_cast<ULONG_PTR>(GetActiveWindow()), sizeArgument(entryId),
+                               entryIdArgument(entryId), &IID_IMsgStore, flags, &store);
+}
+
+HRESULT openIpmSubtree(IMsgStore* store, ComPtr<IMAPIFolder>& folder) noexcept {
+  MapiBuffer<SPropValue> entryId;
+  const HRESULT result = mapi().hrGetOneProp(store, PR_IPM_SUBTREE_ENTRYID, receive(entryId));
+  if (FAILED(result)) return result;
+  if (!entryId) return MAPI_E_NOT_FOUND;
+  return openFolderEntry(store, binaryOf(*entryId), nullptr, MAPI_BEST_ACCESS, folder);
+}
+
+// Replaces the target's folder by the child that the path names next.
+HRESULT openNamedChild(TargetFolder& target, FolderPath<wchar_t>& path) {
+  EntryId entryId;
+  {
+    CMAPITable children;
+    if (!children.OpenHierarchyTable(target.folder.Get())) return children.lastResult;
+    if (const HRESULT result = findNamedRow(children, path, entryId); FAILED(result)) return result;
+  }
+  target.folder.Reset();
+  const ULONG access = path.atEnd() ? MAPI_MODIFY : MAPI_BEST_ACCESS;
+  return openFolderEntry(target.store.Get(), entryId, &IID_IMAPIFolder, access, target.folder);
+}
+
+}  // namespace
+
+HRESULT openCommonViews(IMAPISession* session, TargetFolder& target) {
+  EntryId storeId;
+  if (const HRESULT result = findDefaultStore(session, storeId); FAILED(result)) return result;
+  ComPtr<IMsgStore> store;
+  if (FAILED(session->OpenMsgStore(0, sizeArgument(storeId), entryIdArgument(storeId), nullptr, MDB_WRITE, &store)))
+    return MAPI_E_NOT_FOUND;
+
+  enum { mask, commonViews };
+  static constexpr auto tags = propertyTags(PR_VALID_FOLDER_MASK, PR_COMMON_VIEWS_ENTRYID);
+  SRow properties{};
+  MapiBuffer<SPropValue> values;
+  const HRESULT result = store->GetProps(tags.argument(), 0, &properties.cValues, receive(values));
+  if (FAILED(result)) return result;
+  properties.lpProps = values.get();
+  const SPropValue* const validFolders = valueAt(properties, mask, PR_VALID_FOLDER_MASK);
+  if (!validFolders || !valueAt(properties, commonViews, PR_COMMON_VIEWS_ENTRYID)) return MAPI_E_CALL_FAILED;
+  if ((validFolders->Value.l & FOLDER_COMMON_VIEWS_VALID) == 0) return S_OK;
+  return openFolderEntry(store.Get(), binaryAt(properties, commonViews, PR_COMMON_VIEWS_ENTRYID), nullptr,
+                         MAPI_BEST_ACCESS, target.folder);
+}
+
+HRESULT openFolderByPath(IMAPISession* session, const std::wstring& path, bool silent, TargetFolder& target) {
+  FolderPath<wchar_t> rest(path);
+  if (rest.atEnd()) return MAPI_E_CALL_FAILED;
+  HRESULT result = openNamedStore(session, rest, silent, target.store);
+  if (SUCCEEDED(result)) result = openIpmSubtree(target.store.Get(), target.folder);
+  while (SUCCEEDED(result) && !rest.atEnd()) result = openNamedChild(target, rest);
+  if (FAILED(result)) target.folder.Reset();
+  return result;
+}
+
+}  // namespace fendrel
