@@ -1,0 +1,90 @@
+#include "job_set_up.h"
+
+#include <cwchar>
+
+#include "destination_options.h"
+#include "path_parts.h"
+#include "report_names.h"
+
+namespace fendrel {
+namespace {
+
+std::optional<std::wstring> copyOf(const wchar_t* text) {
+  if (!text) return std::nullopt;
+  return std::wstring(text);
+}
+
+// Takes the destination of a checked record into the job. 0, 2 or 5.
+std::uint32_t takeDestination(const OptionsCopy<DestinationOptions>& options, Destination& destination) {
+  // An unpacked record names profile and password; one that does not is answered like a failed allocation.
+  if (!options.isPacked() && (!options.profileName() || !options.profilePassword())) return FENDREL_OUT_OF_MEMORY;
+  destination.profileName = copyOf(options.profileName());
+  destination.profilePassword = copyOf(options.profilePassword());
+  destination.folderPath = copyOf(options.folderPath());
+  destination.type = options.header().destinationType;
+  return FENDREL_SUCCESS;
+}
+
+std::uint32_t logOnSilently(ExportJob& job) {
+  if (!job.destination.profileName) return FENDREL_OUT_OF_MEMORY;
+  // The logon begins by letting go of the job's profile name.
+  const std::wstring profileName = *job.destination.profileName;
+  const auto& password = job.destination.profilePassword;
+  return Logon(job, profileName.c_str(), password ? password->c_str() : nullptr);
+}
+
+// Writes a version back that a check has replaced by 1.
+class VersionRestorer {
+ public:
+  VersionRestorer(DestinationOptions& options, std::uint16_t version) noexcept : options_(options), version_(version) {}
+  ~VersionRestorer() { options_.version = version_; }
+  VersionRestorer(const VersionRestorer&) = delete;
+  VersionRestorer& operator=(const VersionRestorer&) = delete;
+
+ private:
+  DestinationOptions& options_;
+  std::uint16_t version_;
+};
+
+std::uint32_t setUpSilently(ExportJob& job, DestinationOptions& options) {
+  const std::uint16_t version = options.version;
+  if (!CheckOptionsVersion(&options)) return FENDREL_INVALID_ARGUMENT;
+  OptionsCopy<DestinationOptions> copy;
+  std::uint32_t code = copy.take(options);
+  if (code == FENDREL_OUT_OF_MEMORY) return code;  // leaves 1 in the caller's version, as hosts know it
+  const VersionRestorer restorer(options, version);
+  if (code != FENDREL_SUCCESS) return code;
+  job.optionsSupplied = true;
+  if (code = takeDestination(copy, job.destination); code != FENDREL_SUCCESS) return code;
+  return logOnSilently(job);
+}
+
+// The scan for files that are not reports has no effect on the destination; an interactive export is always a
+// report instance.
+void scanForReports(const std::vector<std::wstring>& fileNames) noexcept {
+  for (const std::wstring& name : fileNames)
+    if (_wcsicmp(std::wstring(extensionOf(std::wstring_view(name))).c_str(), L"RPT") != 0) return;
+}
+
+std::uint32_t setUpInteractively(ExportJob& job) {
+  scanForReports(job.fileNames);
+  job.destination.type = FENDREL_REPORT_INSTANCE;
+  if (const auto code = Logon(job, nullptr, nullptr); code != FENDREL_SUCCESS) return code;
+  // Nobody is shown a folder to choose yet, which ends like a dialog that was cancelled.
+  return FENDREL_CANCELLED;
+}
+
+}  // namespace
+
+std::uint32_t setUpJob(HWND parentWindow, DestinationOptions* options, const FendrelFileList& files,
+                       std::unique_ptr<ExportJob>& job) {
+  auto made = std::make_unique<ExportJob>();
+  made->parentWindow = parentWindow;
+  made->fileNames.reserve(files.fileCount);
+  for (std::uint16_t file = 0; file < files.fileCount; ++file) made->fileNames.push_back(reportName(files.files[file]));
+  const auto code = options ? setUpSilently(*made, *options) : setUpInteractively(*made);
+  if (code == FENDREL_SUCCESS) job = std::move(made);
+  return code;
+}
+
+}  // namespace fendrel

@@ -1,0 +1,58 @@
+#include "module_state.h"
+
+#include "mapi_binding.h"
+#include "resource_module.h"
+
+namespace fendrel {
+namespace {
+
+std::uint32_t g_initialisations;
+HeapText g_destinationName;
+wchar_t g_templateClass[256];
+wchar_t g_documentClass[256];
+
+FendrelDestination g_destination{.size = sizeof(FendrelDestination)};
+constexpr const FendrelDestination* g_destinations[] = {&g_destination};
+constexpr FendrelDestinationList g_destinationList{
+    .size = sizeof(FendrelDestinationList), .count = 1, .destinations = g_destinations};
+
+std::uint32_t load() noexcept {
+  g_hResInstance = LoadResourceModule(g_hModule, L"R7Kqe", g_hResLibrary);
+  if (const auto code = LoadResStringAlloc(1, g_destinationName)) return code;
+  g_destination.name = g_destinationName.get();
+  if (const auto code = LoadResString(7, g_templateClass, 255)) return code;
+  if (const auto code = LoadResString(6, g_documentClass, 255)) return code;
+  return BindMapi() ? FENDREL_SUCCESS : FENDREL_FAILED;
+}
+
+void release() noexcept {
+  FreeResourceModule(g_hResLibrary);
+  if (!g_hResLibrary) g_hResInstance = g_hModule;
+  g_destination.name = nullptr;
+  g_destinationName.reset();
+  if (IsMapiBound()) UnbindMapi();
+}
+
+}  // namespace
+
+std::uint32_t startModule() noexcept {
+  if (g_initialisations == 0) {
+    if (const auto code = load()) {
+      release();
+      return code;
+    }
+  }
+  ++g_initialisations;
+  return FENDREL_SUCCESS;
+}
+
+// A stop without a start wraps the count round; hosts must not do that, and it is kept.
+void stopModule() noexcept {
+  if (g_initialisations-- == 1) release();
+}
+
+const FendrelDestinationList* exportDestinations() noexcept { return &g_destinationList; }
+const wchar_t* templateMessageClass() noexcept { return g_templateClass; }
+const wchar_t* documentMessageClass() noexcept { return g_documentClass; }
+
+}  // namespace fendrel
