@@ -1,0 +1,141 @@
+// post_bench plugin|direct FOLDER COUNT SIZE: posts COUNT files of SIZE bytes, written to FOLDER first, into a store
+// in FOLDER, and prints the seconds that posting took. "plugin" goes through FENDREL.DLL, as one export of
+// one job; "direct" makes the same MAPI calls itself.
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "direct_client.h"
+#include "fendrel/fendrel.h"
+
+namespace fendrel::bench {
+namespace {
+
+std::wstring buildFolder() {
+  std::wstring path(32768, L'\0');
+  path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+  for (int level = 0; level < 2; ++level) path.resize(path.find_last_of(L'\\'));
+  return path;
+}
+
+// Incompressible bytes, the same in every run.
+void writeInput(const std::wstring& path, std::size_t size) {
+  std::mt19937_64 random(size);
+  std::vector<std::uint64_t> block(8192);
+  const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  require(file == INVALID_HANDLE_VALUE ? MAPI_E_NO_ACCESS : S_OK, "writing an input file");
+  for (std::size_t left = size; left != 0;) {
+    for (auto& word : block) word = random();
+    const auto count = static_cast<DWORD>(std::min(left, block.size() * sizeof block[0]));
+    DWORD written = 0;
+    require(WriteFile(file, block.data(), count, &written, nullptr) ? S_OK : MAPI_E_NOT_ENOUGH_DISK, "WriteFile");
+    left -= count;
+  }
+  CloseHandle(file);
+}
+
+// FENDREL.DLL's entry points that one export takes.
+class Plugin {
+ public:
+  explicit Plugin(const std::wstring& path) : module_(LoadLibraryW(path.c_str())) {
+    require(module_ ? S_OK : MAPI_E_NOT_FOUND, "loading FENDREL.DLL");
+    require(entry<decltype(&NRVInitializeW)>("NRVInitializeW")() == FENDREL_SUCCESS ? S_OK : MAPI_E_CALL_FAILED,
+            "NRVInitializeW");
+  }
+
+  void post(const std::vector<std::wstring>& files, const std::vector<std::wstring>& names) const {
+    std::vector<FendrelFileDescription> descriptions(files.size());
+    std::vector<const FendrelFileDescription*> described;
+    std::vector<const wchar_t*> paths;
+    for (std::size_t file = 0; file < files.size(); ++file) {
+      descriptions[file].size = sizeof descriptions[file];
+      descriptions[file].nameGiven = 1;
+      descriptions[file].givenName = names[file].c_str();
+      described.push_back(&descriptions[file]);
+      paths.push_back(files[file].c_str());
+    }
+    const auto count = static_cast<std::uint16_t>(files.size());
+    FendrelFileList list{};
+    list.size = sizeof list;
+    list.fileCount = count;
+    list.files = described.data();
+    std::wstring profile = profileName, path = std::wstring(storeName) + L"@" + folderName, password;
+    DestinationOptions options{};
+    options.version = FENDREL_OPTIONS_VERSION;
+    options.profileName = profile.data();
+    options.profilePassword = password.data();
+    options.folderPath = path.data();
+    options.destinationType = FENDREL_REPORT_INSTANCE;
+
+    FendrelJob job = 0;
+    FendrelResult* result = nullptr;
+    check(entry<decltype(&NRVInitExportDestinationW)>("NRVInitExportDestinationW")(nullptr, 0, &options, &list, &job,
+                                                                                     &result), "set-up", job);
+    FendrelExportDescription description{};
+    description.size = sizeof description;
+    description.fileCount = count;
+    description.filePaths = paths.data();
+    check(entry<decltype(&NRVExportToDestinationW)>("NRVExportToDestinationW")(job, &description), "export", job);
+    entry<decltype(&NRVTermExportDestinationW)>("NRVTermExportDestinationW")(job);
+  }
+
+ private:
+  template <class Function>
+  Function entry(const char* name) const {
+    return reinterpret_cast<Function>(GetProcAddress(module_, name));
+  }
+
+  void check(std::uint32_t code, const char* what, FendrelJob job) const {
+    if (code == FENDREL_SUCCESS) return;
+    const wchar_t* const words = entry<decltype(&NRVGetErrorTextW)>("NRVGetErrorTextW")(job);
+    std::fprintf(stderr, "post_bench: %s failed with code %u: %ls\n", what, code, words ? words : L"");
+    std::exit(1);
+  }
+
+  HMODULE module_;
+};
+
+double secondsSince(LARGE_INTEGER start) {
+  LARGE_INTEGER now, frequency;
+  QueryPerformanceCounter(&now);
+  QueryPerformanceFrequency(&frequency);
+  return static_cast<double>(now.QuadPart - start.QuadPart) / static_cast<double>(frequency.QuadPart);
+}
+
+int run(const std::wstring& way, const std::wstring& folder, std::size_t count, std::size_t size) {
+  std::vector<std::wstring> files, names;
+  for (std::size_t file = 0; file < count; ++file) {
+    names.push_back(L"report" + std::to_wstring(file) + L".bin");
+    files.push_back(folder + L"\\" + names.back());
+    writeInput(files.back(), size);
+  }
+  const Mapi mapi = openStore(buildFolder(), folder + L"\\bench.db");
+  LARGE_INTEGER start;
+  double seconds = 0;
+  if (way == L"plugin") {
+    const Plugin plugin(buildFolder() + L"\\bin\\FENDREL.DLL");
+    QueryPerformanceCounter(&start);
+    plugin.post(files, names);
+    seconds = secondsSince(start);
+  } else {
+    QueryPerformanceCounter(&start);
+    postDirectly(mapi, files, names);
+    seconds = secondsSince(start);
+  }
+  std::printf("%.6f\n", seconds);
+  return 0;
+}
+
+}  // namespace
+}  // namespace fendrel::bench
+
+extern "C" int wmain(int argumentCount, wchar_t** arguments) {
+  if (argumentCount != 5) {
+    std::fprintf(stderr, "usage: post_bench plugin|direct FOLDER COUNT SIZE\n");
+    return 2;
+  }
+  return fendrel::bench::run(arguments[1], arguments[2], std::wcstoull(arguments[3], nullptr, 10),
+                             std::wcstoull(arguments[4], nullptr, 10));
+}
