@@ -10,7 +10,7 @@ if(MSVC)
 else()
   target_compile_options(fendrel_settings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wno-cast-function-type -Wno-missing-field-initializers -Werror)
-  target_link_options(fendrel_settings INTERFACE -Wl,--no-insert-timestamp)
+  target_link_options(fendrel_settings INTERFACE -Wl,--no-insert-timestamp $<$<CONFIG:Release>:-s>)
 endif()
 
 # fendrel_add_layer(NAME SOURCES ... USES ...): the static library of one folder.
