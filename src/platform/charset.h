@@ -1,37 +1,13 @@
 // The one way to the text-bearing system functions: the wide function on systems of the NT family, the ANSI
 // function with converted text on Windows 9x. Signatures and results are those of the wide functions; text that
-// cannot be converted gives the function's own failure value.
+// cannot be converted gives the function's own failure value and last error 8.
+//
+// The functions stand by topic in charset_window.h, charset_file.h, charset_text.h, charset_registry.h,
+// charset_graphics.h and charset_shell.h; this header brings those that most callers need.
 //
 // Threads: no state but a flag that is set before any other code runs.
 #pragma once
 
-#include <windows.h>
-
-namespace fendrel {
-
-// Set while the module's static data is initialised; every wrapper tests it.
-extern bool g_bUseAnsi;
-
-bool IsWinNT() noexcept;
-bool IsWin9x() noexcept;
-bool IsWin9xMajor5() noexcept;
-
-// What createFile throws on the ANSI path when the name cannot be converted or takes more than 520 bytes.
-inline constexpr int unconvertibleFileName = 1184;
-
-namespace charset {
-
-HANDLE createFile(const wchar_t* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security, DWORD disposition,
-                  DWORD flags, HANDLE templateFile);
-
-// Upper-cases `text` in place and returns it.
-wchar_t* charUpper(wchar_t* text) noexcept;
-
-int loadString(HINSTANCE module, UINT id, wchar_t* buffer, int size) noexcept;
-DWORD getModuleFileName(HMODULE module, wchar_t* buffer, DWORD size) noexcept;
-HMODULE loadLibrary(const wchar_t* name) noexcept;
-DWORD getProfileString(const wchar_t* section, const wchar_t* key, const wchar_t* fallback, wchar_t* buffer,
-                       DWORD size) noexcept;
-
-}  // namespace charset
-}  // namespace fendrel
+#include "charset_file.h"
+#include "charset_mode.h"
+#include "charset_text.h"

@@ -1,0 +1,27 @@
+// Strings, profile files and locales through the character-set layer (see charset.h).
+#pragma once
+
+#include <windows.h>
+
+#include "charset_mode.h"
+
+namespace fendrel::charset {
+
+// Upper-cases `text` in place and returns it; a single character may stand in the place of the address.
+wchar_t* charUpper(wchar_t* text) noexcept;
+
+// The ANSI buffer has `size` bytes, so of double-byte text less may come back than would fit. On the ANSI path there
+// is no read-only view of the string: a size of 0 gives 0.
+int loadString(HINSTANCE module, UINT id, wchar_t* buffer, int size) noexcept;
+
+// A null section or key lists the names, each with its terminator.
+DWORD getProfileString(const wchar_t* section, const wchar_t* key, const wchar_t* fallback, wchar_t* buffer,
+                       DWORD size) noexcept;
+DWORD getPrivateProfileString(const wchar_t* section, const wchar_t* key, const wchar_t* fallback, wchar_t* buffer,
+                              DWORD size, const wchar_t* file) noexcept;
+UINT getPrivateProfileInt(const wchar_t* section, const wchar_t* key, INT fallback, const wchar_t* file) noexcept;
+
+// A size of 0 asks for the room needed. Counts the terminator.
+int getLocaleInfo(LCID locale, LCTYPE type, wchar_t* buffer, int size) noexcept;
+
+}  // namespace fendrel::charset
