@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "folder_opening.h"
 #include "folder_path.h"
 #include "mapi_row.h"
 #include "mapi_table.h"
@@ -13,27 +14,6 @@ namespace {
 using EntryId = std::vector<std::byte>;
 
 EntryId copyOf(BinaryView bytes) { return {bytes.begin(), bytes.end()}; }
-
-// A call may leave the type alone; where it tells one it must be a folder, because the result is used as one.
-struct OpenedFolder {
-  ULONG objectType = MAPI_FOLDER;
-  ComPtr<IUnknown> object;
-
-  HRESULT moveTo(ComPtr<IMAPIFolder>& folder, HRESULT result) noexcept {
-    if (FAILED(result)) return result;
-    if (!object || objectType != MAPI_FOLDER) return MAPI_E_NOT_FOUND;
-    folder.Attach(static_cast<IMAPIFolder*>(object.Detach()));
-    return S_OK;
-  }
-};
-
-HRESULT openFolderEntry(IMsgStore* store, BinaryView entryId, LPCIID interfaceId, ULONG flags,
-                        ComPtr<IMAPIFolder>& folder) noexcept {
-  OpenedFolder opened;
-  const HRESULT result = store->OpenEntry(sizeArgument(entryId), entryIdArgument(entryId), interfaceId, flags,
-                                          &opened.objectType, &opened.object);
-  return opened.moveTo(folder, result);
-}
 
 HRESULT findDefaultStore(IMAPISession* session, EntryId& entryId) {
   enum { id, isDefault };
@@ -87,14 +67,6 @@ HRESULT openNamedStore(IMAPISession* session, FolderPath<wchar_t>& path, bool si
                                entryIdArgument(entryId), &IID_IMsgStore, flags, &store);
 }
 
-HRESULT openIpmSubtree(IMsgStore* store, ComPtr<IMAPIFolder>& folder) noexcept {
-  MapiBuffer<SPropValue> entryId;
-  const HRESULT result = mapi().hrGetOneProp(store, PR_IPM_SUBTREE_ENTRYID, receive(entryId));
-  if (FAILED(result)) return result;
-  if (!entryId) return MAPI_E_NOT_FOUND;
-  return openFolderEntry(store, binaryOf(*entryId), nullptr, MAPI_BEST_ACCESS, folder);
-}
-
 // Replaces the target's folder by the child that the path names next.
 HRESULT openNamedChild(TargetFolder& target, FolderPath<wchar_t>& path) {
   EntryId entryId;
@@ -135,7 +107,7 @@ HRESULT openFolderByPath(IMAPISession* session, const std::wstring& path, bool s
   FolderPath<wchar_t> rest(path);
   if (rest.atEnd()) return MAPI_E_CALL_FAILED;
   HRESULT result = openNamedStore(session, rest, silent, target.store);
-  if (SUCCEEDED(result)) result = openIpmSubtree(target.store.Get(), target.folder);
+  if (SUCCEEDED(result)) result = OpenIpmSubtree(target.store.Get(), target.folder);
   while (SUCCEEDED(result) && !rest.atEnd()) result = openNamedChild(target, rest);
   if (FAILED(result)) target.folder.Reset();
   return result;

@@ -1,0 +1,51 @@
+// A node that stands for a MAPI container.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include "mapi_row.h"
+#include "mapi_table.h"
+#include "node.h"
+#include "text_conversion.h"
+
+namespace fendrel {
+
+// Names, identifies and labels the container; what kind it is, and so how it opens, is the derived class's business.
+class CContainerData : public CNODE {
+ public:
+  // Copies identifier and name; valid only when there is a name and it could be copied. The session is borrowed
+  // and outlives the node.
+  CContainerData(IMAPISession* session, BinaryView entryId, const wchar_t* displayName, bool hasSubfolders) noexcept;
+  ~CContainerData() override = default;
+
+  const wchar_t* GetName() const noexcept override { return displayName.get(); }
+  bool Expand() noexcept override = 0;
+  bool HasChildren() const noexcept override { return hasSubfolders != 0; }
+
+  // The container's folder, or null.
+  virtual ComPtr<IMAPIFolder> OpenFolder() noexcept = 0;
+
+  // Opens `hierarchy` on the container's folder, when it may have children.
+  virtual void OpenHierarchyTable() noexcept = 0;
+
+  // Adds a child for every usable row of `hierarchy`.
+  virtual void ReadChildren() noexcept = 0;
+
+  // The display names from the store down to this container joined by '@'; set when the container is added to a
+  // parent, null for the root.
+  void setLabel(const CContainerData& parentContainer) noexcept;
+
+  BinaryView entryIdBytes() const noexcept { return {entryId.get(), entryIdSize}; }
+
+  ULONG entryIdSize = 0;  // bytes
+  std::unique_ptr<std::byte[], HeapFree> entryId;
+  HeapText displayName;
+  HeapText label;
+  DWORD hasSubfolders;  // as the row said; after expansion, whether there is any child
+  DWORD reserved = 0;
+  CMAPITable hierarchy;
+  IMAPISession* session;
+};
+
+}  // namespace fendrel
