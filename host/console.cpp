@@ -1,0 +1,88 @@
+#include "console.h"
+
+#include <windows.h>
+
+#include <atomic>
+
+#include "text.h"
+
+namespace fendrel::host {
+namespace {
+
+std::atomic<bool> cancel{false};
+std::atomic<bool> progressShown{false};
+
+BOOL WINAPI onConsoleEvent(DWORD event) {
+  if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) return FALSE;
+  cancel = true;
+  return TRUE;
+}
+
+bool isConsole(HANDLE handle) {
+  DWORD mode = 0;
+  return GetConsoleMode(handle, &mode) != 0;
+}
+
+bool writeAll(HANDLE handle, std::string_view utf8) {
+  if (isConsole(handle)) {
+    // A console takes UTF-16 whatever its code page is.
+    const std::wstring wide = toWide(utf8);
+    for (std::size_t done = 0; done < wide.size();) {
+      DWORD written = 0;
+      const auto length = static_cast<DWORD>(wide.size() - done < 8192 ? wide.size() - done : 8192);
+      if (!WriteConsoleW(handle, wide.data() + done, length, &written, nullptr) || written == 0) return false;
+      done += written;
+    }
+    return true;
+  }
+  while (!utf8.empty()) {
+    DWORD written = 0;
+    const auto length = static_cast<DWORD>(utf8.size() < 1 << 20 ? utf8.size() : 1 << 20);
+    if (!WriteFile(handle, utf8.data(), length, &written, nullptr) || written == 0) return false;
+    utf8.remove_prefix(written);
+  }
+  return true;
+}
+
+std::string environmentText(const wchar_t* name) {
+  wchar_t value[64];
+  const DWORD length = GetEnvironmentVariableW(name, value, 64);
+  return length > 0 && length < 64 ? toUtf8({value, length}) : std::string();
+}
+
+}  // namespace
+
+bool printLine(std::string_view utf8) {
+  if (progressShown.exchange(false)) writeAll(GetStdHandle(STD_ERROR_HANDLE), "\r\x1b[K");
+  return writeAll(GetStdHandle(STD_OUTPUT_HANDLE), std::string(utf8) + "\n");
+}
+
+void printError(std::string_view utf8) {
+  if (progressShown.exchange(false)) writeAll(GetStdHandle(STD_ERROR_HANDLE), "\r\x1b[K");
+  writeAll(GetStdHandle(STD_ERROR_HANDLE), std::string(utf8) + "\n");
+}
+
+void writeError(std::string_view utf8) {
+  progressShown = true;
+  writeAll(GetStdHandle(STD_ERROR_HANDLE), utf8);
+}
+
+bool errorIsTerminal() {
+  static const bool terminal = [] {
+    const std::string hint = environmentText(L"FENDREL_TERMINAL");
+    if (hint == "yes") return true;
+    if (hint == "no") return false;
+    const HANDLE handle = GetStdHandle(STD_ERROR_HANDLE);
+    if (GetFileType(handle) != FILE_TYPE_CHAR || !isConsole(handle)) return false;
+    DWORD mode = 0;
+    GetConsoleMode(handle, &mode);
+    return SetConsoleMode(handle, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+  }();
+  return terminal;
+}
+
+void watchForCancel() { SetConsoleCtrlHandler(onConsoleEvent, TRUE); }
+
+bool cancelRequested() { return cancel; }
+
+}  // namespace fendrel::host

@@ -1,0 +1,27 @@
+#include "failure.h"
+
+#include <fmt/format.h>
+
+#include "error_words.h"
+
+namespace fendrel::host {
+
+Failure failureOf(ExitCode exitCode, const std::string& subject, HRESULT code, const std::string& wayOut) {
+  std::string text = fmt::format("{}: {}.", subject, describeError(code));
+  const ErrorWords* words = findErrorWords(code);
+  if (!wayOut.empty())
+    text += ' ' + wayOut;
+  else if (words && *words->wayOut)
+    text += std::string(" ") + words->wayOut;
+  return Failure(exitCode, text, code);
+}
+
+Failure systemFailure(ExitCode exitCode, const std::string& subject, DWORD error, const std::string& wayOut) {
+  return failureOf(exitCode, subject, HRESULT_FROM_WIN32(error), wayOut);
+}
+
+void check(HRESULT code, ExitCode exitCode, const std::string& subject) {
+  if (FAILED(code)) throw failureOf(exitCode, subject, code);
+}
+
+}  // namespace fendrel::host

@@ -1,0 +1,37 @@
+// A failure with the words for the user: what failed, why, the code, the way out.
+#pragma once
+
+#include <windows.h>
+
+#include <stdexcept>
+#include <string>
+
+#include "exit_codes.h"
+
+namespace fendrel::host {
+
+class Failure : public std::runtime_error {
+ public:
+  // text: whole sentences in UTF-8. code: the HRESULT behind the failure, S_OK when there is none.
+  Failure(ExitCode exitCode, const std::string& text, HRESULT code = S_OK)
+      : std::runtime_error(text), exit(exitCode), result(code) {}
+
+  ExitCode exitCode() const noexcept { return exit; }
+  HRESULT code() const noexcept { return result; }
+
+ private:
+  ExitCode exit;
+  HRESULT result;
+};
+
+// "SUBJECT: CAUSE (NAME, 0xCODE). WAY OUT", the cause, the name and, when no way out is given, the way out
+// taken from the table of error words.
+Failure failureOf(ExitCode exitCode, const std::string& subject, HRESULT code, const std::string& wayOut = {});
+
+// The same for an error of the system (GetLastError).
+Failure systemFailure(ExitCode exitCode, const std::string& subject, DWORD error, const std::string& wayOut = {});
+
+// Throws failureOf() when the code is a failure.
+void check(HRESULT code, ExitCode exitCode, const std::string& subject);
+
+}  // namespace fendrel::host

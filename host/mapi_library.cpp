@@ -1,0 +1,86 @@
+#include "mapi_library.h"
+
+#include <fmt/format.h>
+
+#include "failure.h"
+#include "paths.h"
+#include "text.h"
+
+namespace fendrel::host {
+namespace {
+
+MapiFunctions functions;
+std::wstring loadedPath;
+
+std::wstring pathOf(HMODULE module) {
+  std::wstring path(32768, L'\0');
+  path.resize(GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size())));
+  return path;
+}
+
+bool samePath(const std::wstring& one, const std::wstring& other) {
+  return CompareStringOrdinal(one.c_str(), -1, other.c_str(), -1, TRUE) == CSTR_EQUAL;
+}
+
+// Some systems export the utility functions under their decorated names only.
+template <class F>
+void find(HMODULE module, F& function, const char* name, const char* decorated = nullptr) {
+  FARPROC found = GetProcAddress(module, name);
+  if (!found && decorated) found = GetProcAddress(module, decorated);
+  if (!found)
+    throw failureOf(ExitCode::mapiUnusable, fmt::format("'{}' has no {}", toUtf8(loadedPath), name),
+                    HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND),
+                    "It is no complete Extended MAPI subsystem; use --mapi local, or install one.");
+  function = reinterpret_cast<F>(found);
+}
+
+}  // namespace
+
+void loadMapi(MapiSubsystem subsystem) {
+  if (!loadedPath.empty()) return;
+  const bool local = subsystem == MapiSubsystem::local;
+  const std::wstring wanted = local ? programFolder() + L"\\store\\MAPI32.DLL" : L"MAPI32.DLL";
+  const HMODULE module = LoadLibraryW(wanted.c_str());
+  if (!module)
+    throw systemFailure(ExitCode::mapiUnusable, fmt::format("MAPI cannot be used, '{}' did not load", toUtf8(wanted)),
+                        GetLastError(),
+                        local ? "Install fendrel completely, or use the system's MAPI with --mapi system."
+                              : "Install an Extended MAPI subsystem, or use --mapi local.");
+  loadedPath = pathOf(module);
+  if (local && !samePath(loadedPath, wanted)) {
+    const std::string other = toUtf8(loadedPath);
+    loadedPath.clear();
+    throw Failure(ExitCode::mapiUnusable,
+                  fmt::format("Instead of the local store '{}' the system loaded '{}'. Under Wine set "
+                              "WINEDLLOVERRIDES=mapi32=n,b, or start fendrel by its script.",
+                              toUtf8(wanted), other));
+  }
+  find(module, functions.initialize, "MAPIInitialize");
+  find(module, functions.uninitialize, "MAPIUninitialize");
+  find(module, functions.logonEx, "MAPILogonEx");
+  find(module, functions.allocateBuffer, "MAPIAllocateBuffer");
+  find(module, functions.allocateMore, "MAPIAllocateMore");
+  find(module, functions.freeBuffer, "MAPIFreeBuffer");
+  find(module, functions.openFormMgr, "MAPIOpenFormMgr");
+  find(module, functions.adminProfiles, "MAPIAdminProfiles");
+  find(module, functions.freeProws, "FreeProws", "FreeProws@4");
+  find(module, functions.hrGetOneProp, "HrGetOneProp", "HrGetOneProp@12");
+  find(module, functions.hrQueryAllRows, "HrQueryAllRows", "HrQueryAllRows@24");
+  find(module, functions.ftMulDwDw, "FtMulDwDw", "FtMulDwDw@8");
+  find(module, functions.ftNegFt, "FtNegFt", "FtNegFt@8");
+}
+
+const MapiFunctions& mapi() { return functions; }
+
+const std::wstring& mapiPath() { return loadedPath; }
+
+void checkMapiIsTheOne() {
+  const std::wstring named = pathOf(GetModuleHandleW(L"MAPI32.DLL"));
+  if (!samePath(named, loadedPath))
+    throw Failure(ExitCode::mapiUnusable,
+                  fmt::format("The plug-in would use '{}' and not '{}'. Start fendrel by its script, or remove the "
+                              "other library from the search path.",
+                              toUtf8(named), toUtf8(loadedPath)));
+}
+
+}  // namespace fendrel::host

@@ -1,0 +1,45 @@
+// The MAPI library of this process: which one, and its functions.
+#pragma once
+
+#include <mapix.h>
+#include <mapiutil.h>
+
+#include <string>
+
+namespace fendrel::host {
+
+struct MapiFunctions {
+  decltype(&MAPIInitialize) initialize = nullptr;
+  decltype(&MAPIUninitialize) uninitialize = nullptr;
+  decltype(&MAPILogonEx) logonEx = nullptr;
+  decltype(&MAPIAllocateBuffer) allocateBuffer = nullptr;
+  decltype(&MAPIAllocateMore) allocateMore = nullptr;
+  decltype(&MAPIFreeBuffer) freeBuffer = nullptr;
+  FARPROC openFormMgr = nullptr;
+  decltype(&MAPIAdminProfiles) adminProfiles = nullptr;
+  decltype(&FreeProws) freeProws = nullptr;
+  decltype(&HrGetOneProp) hrGetOneProp = nullptr;
+  decltype(&HrQueryAllRows) hrQueryAllRows = nullptr;
+  decltype(&FtMulDwDw) ftMulDwDw = nullptr;
+  decltype(&FtNegFt) ftNegFt = nullptr;
+};
+
+enum class MapiSubsystem {
+  local,  // store\MAPI32.DLL beside this program
+  system  // what the system finds under the name MAPI32.DLL
+};
+
+// Loads the library, for as long as the process lives, so that everyone who then asks for "MAPI32.DLL" gets this one.
+// Throws Failure(mapiUnusable) with the reason.
+void loadMapi(MapiSubsystem subsystem);
+
+// The functions of the loaded library.
+const MapiFunctions& mapi();
+
+// The full path of the loaded library.
+const std::wstring& mapiPath();
+
+// Throws Failure(mapiUnusable) unless the name "MAPI32.DLL" leads to the loaded library.
+void checkMapiIsTheOne();
+
+}  // namespace fendrel::host

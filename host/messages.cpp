@@ -1,0 +1,150 @@
+#include "messages.h"
+
+#include <fmt/format.h>
+
+
+#include "error_words.h"
+#include "text.h"
+
+namespace fendrel::host {
+namespace {
+
+enum Column : ULONG { id, subjectText, messageClass, sender, submitted, delivered, size, hasAttachments };
+
+Tags messageColumns() {
+  return {PR_ENTRYID,            PR_SUBJECT_W,          PR_MESSAGE_CLASS_W, PR_SENDER_NAME_W,
+          PR_CLIENT_SUBMIT_TIME, PR_MESSAGE_DELIVERY_TIME, PR_MESSAGE_SIZE, PR_HASATTACH};
+}
+
+MessageRow messageFrom(const SRow& row) {
+  MessageRow message;
+  message.id = bytesAt(row, Column::id, PR_ENTRYID);
+  message.subject = textAt(row, Column::subjectText, PR_SUBJECT_W);
+  message.messageClass = textAt(row, Column::messageClass, PR_MESSAGE_CLASS_W);
+  message.sender = textAt(row, Column::sender, PR_SENDER_NAME_W);
+  message.submitted = timeAt(row, Column::submitted, PR_CLIENT_SUBMIT_TIME);
+  message.delivered = timeAt(row, Column::delivered, PR_MESSAGE_DELIVERY_TIME);
+  message.size = numberAt(row, Column::size, PR_MESSAGE_SIZE);
+  message.hasAttachments = flagAt(row, Column::hasAttachments, PR_HASATTACH);
+  return message;
+}
+
+ComPtr<IMAPITable> contentsOf(const OpenFolder& folder, const std::string& subject, bool hidden) {
+  ComPtr<IMAPITable> table;
+  const HRESULT code = folder.folder->GetContentsTable(MAPI_UNICODE | (hidden ? MAPI_ASSOCIATED : 0), &table);
+  check(code, folderExitCode(code), subject + " cannot be read");
+  setColumns(*table.Get(), messageColumns(), subject);
+  return table;
+}
+
+}  // namespace
+
+MessageTable::MessageTable(const OpenFolder& folder, bool hidden)
+    : subject(fmt::format("Folder '{}'", printable(folder.path))), table(contentsOf(folder, subject, hidden)) {
+  SizedSSortOrderSet(1, order) = {1, 0, 0, {{PR_MESSAGE_DELIVERY_TIME, TABLE_SORT_ASCEND}}};
+  // A store that does not sort keeps an order of its own.
+  const HRESULT code = table->SortTable(reinterpret_cast<SSortOrderSet*>(&order), 0);
+  if (code != MAPI_E_NO_SUPPORT && code != MAPI_E_TOO_COMPLEX)
+    check(code, ExitCode::failed, subject + " cannot be sorted");
+}
+
+std::uint64_t MessageTable::count() {
+  ULONG rows = 0;
+  check(table->GetRowCount(0, &rows), ExitCode::failed, subject + " cannot be counted");
+  return rows;
+}
+
+void MessageTable::read(std::uint64_t first, std::uint64_t limit,
+                        const std::function<void(std::uint64_t, const MessageRow&)>& use) {
+  if (first == 0 || first > LONG_MAX) return;
+  LONG moved = 0;
+  check(table->SeekRow(BOOKMARK_BEGINNING, static_cast<LONG>(first - 1), &moved), ExitCode::failed,
+        subject + " cannot be read");
+  if (moved != static_cast<LONG>(first - 1)) return;
+  std::uint64_t number = first;
+  forEachRow(*table.Get(), subject, [&](const SRow& row) { use(number++, messageFrom(row)); }, limit);
+}
+
+MessageRow MessageTable::at(std::uint64_t number) {
+  std::vector<MessageRow> found;
+  read(number, 1, [&](std::uint64_t, const MessageRow& row) { found.push_back(row); });
+  if (found.empty())
+    throw Failure(ExitCode::folderRefused,
+                  fmt::format("{} has no message {}: it holds {}. \"fendrel list\" shows their numbers.", subject,
+                              number, counted(count(), "message")),
+                  MAPI_E_NOT_FOUND);
+  return found.front();
+}
+
+std::vector<MessageRow> messagesSince(const OpenFolder& folder, const FILETIME& since) {
+  const std::string subject = fmt::format("Folder '{}'", printable(folder.path));
+  const ComPtr<IMAPITable> table = contentsOf(folder, subject, false);
+  SPropValue limit{};
+  limit.ulPropTag = PR_CLIENT_SUBMIT_TIME;
+  limit.Value.ft = since;
+  SRestriction restriction{};
+  restriction.rt = RES_PROPERTY;
+  restriction.res.resProperty.relop = RELOP_GE;
+  restriction.res.resProperty.ulPropTag = PR_CLIENT_SUBMIT_TIME;
+  restriction.res.resProperty.lpProp = &limit;
+  check(table->Restrict(&restriction, 0), ExitCode::failed, subject + " cannot be searched");
+  std::vector<MessageRow> found;
+  forEachRow(*table.Get(), subject, [&](const SRow& row) { found.push_back(messageFrom(row)); });
+  return found;
+}
+
+ComPtr<IMessage> openMessage(const OpenFolder& folder, const MessageRow& message) {
+  ULONG type = 0;
+  ComPtr<IUnknown> opened;
+  const std::string subject =
+      fmt::format("Message '{}' of '{}' cannot be opened", printable(message.subject), printable(folder.path));
+  HRESULT code = folder.store->OpenEntry(static_cast<ULONG>(message.id.size()), asEntryId(message.id), nullptr, 0,
+                                         &type, &opened);
+  check(code, folderExitCode(code), subject);
+  if (type != MAPI_MESSAGE) throw failureOf(ExitCode::failed, subject, MAPI_E_NOT_FOUND);
+  ComPtr<IMessage> result;
+  code = opened.CopyTo(IID_IMessage, reinterpret_cast<void**>(result.GetAddressOf()));
+  check(code, ExitCode::failed, subject);
+  return result;
+}
+
+ComPtr<IStream> openBytes(IAttach& attachment) {
+  ComPtr<IUnknown> opened;
+  HRESULT code = attachment.OpenProperty(PR_ATTACH_DATA_BIN, &IID_IStream, STGM_READ, 0, &opened);
+  check(code, ExitCode::failed, "The attachment's bytes cannot be read");
+  ComPtr<IStream> stream;
+  code = opened.CopyTo(IID_IStream, reinterpret_cast<void**>(stream.GetAddressOf()));
+  check(code, ExitCode::failed, "The attachment's bytes cannot be read");
+  return stream;
+}
+
+std::vector<Attachment> attachmentsOf(IMessage& message) {
+  const std::string subject = "The message's attachments";
+  ComPtr<IMAPITable> table;
+  check(message.GetAttachmentTable(MAPI_UNICODE, &table), ExitCode::failed, subject + " cannot be read");
+  setColumns(*table.Get(), {PR_ATTACH_NUM, PR_ATTACH_LONG_FILENAME_W, PR_ATTACH_FILENAME_W, PR_DISPLAY_NAME_W,
+                            PR_ATTACH_METHOD}, subject);
+  std::vector<Attachment> found;
+  forEachRow(*table.Get(), subject, [&](const SRow& row) {
+    Attachment attachment;
+    attachment.number = numberAt(row, 0, PR_ATTACH_NUM);
+    attachment.name = textAt(row, 1, PR_ATTACH_LONG_FILENAME_W);
+    if (attachment.name.empty()) attachment.name = textAt(row, 2, PR_ATTACH_FILENAME_W);
+    if (attachment.name.empty()) attachment.name = textAt(row, 3, PR_DISPLAY_NAME_W);
+    attachment.isFile = numberAt(row, 4, PR_ATTACH_METHOD) == ATTACH_BY_VALUE;
+    found.push_back(attachment);
+  });
+  for (Attachment& attachment : found) {
+    const std::string name = fmt::format("Attachment '{}'", printable(attachment.name));
+    check(message.OpenAttach(attachment.number, nullptr, 0, &attachment.object), ExitCode::failed,
+          name + " cannot be opened");
+    if (!attachment.isFile) continue;
+    STATSTG state{};
+    check(openBytes(*attachment.object.Get())->Stat(&state, STATFLAG_NONAME), ExitCode::failed,
+          name + " cannot be measured");
+    attachment.size = state.cbSize.QuadPart;
+  }
+  return found;
+}
+
+}  // namespace fendrel::host

@@ -1,0 +1,55 @@
+// The messages of a folder and their attachments.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "session.h"
+
+namespace fendrel::host {
+
+struct MessageRow {
+  EntryId id;
+  std::wstring subject, messageClass, sender;
+  FILETIME submitted{}, delivered{};
+  std::uint64_t size = 0;
+  bool hasAttachments = false;
+};
+
+// A folder's messages in the order of their delivery; the first has number 1.
+class MessageTable {
+ public:
+  // hidden: the folder-associated messages instead of the ordinary ones.
+  MessageTable(const OpenFolder& folder, bool hidden);
+
+  std::uint64_t count();
+  // Hands the messages first, first + 1 ... to `use`, at most `limit`.
+  void read(std::uint64_t first, std::uint64_t limit, const std::function<void(std::uint64_t, const MessageRow&)>& use);
+  // The message with this number. Throws Failure(folderRefused) when there is none.
+  MessageRow at(std::uint64_t number);
+
+ private:
+  std::string subject;
+  ComPtr<IMAPITable> table;
+};
+
+// The messages that were submitted at or after a time.
+std::vector<MessageRow> messagesSince(const OpenFolder& folder, const FILETIME& since);
+
+ComPtr<IMessage> openMessage(const OpenFolder& folder, const MessageRow& message);
+
+struct Attachment {
+  ULONG number = 0;  // what IMessage::OpenAttach takes
+  std::wstring name;
+  bool isFile = false;      // attached by value: it has bytes of its own
+  std::uint64_t size = 0;   // of the bytes alone
+  ComPtr<IAttach> object;
+};
+// All attachments, opened, in the order of their numbers.
+std::vector<Attachment> attachmentsOf(IMessage& message);
+
+// The attachment's bytes.
+ComPtr<IStream> openBytes(IAttach& attachment);
+
+}  // namespace fendrel::host

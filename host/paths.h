@@ -1,0 +1,37 @@
+// File names and paths as the user gives them and as the system takes them.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace fendrel::host {
+
+// The full path of a file given in UTF-8, relative to the current directory, of any length. Started from a Unix
+// shell (the start script says so in FENDREL_SHELL), a path that begins with '/' is on drive Z:, where Wine keeps the
+// Unix files. Throws Failure(wrongUsage) for a path that the system does not take.
+std::wstring fullPath(std::string_view given);
+
+// The same path in the form that has no length limit, where the path is long enough to need it.
+std::wstring longPath(const std::wstring& full);
+
+// What stands behind the last separator.
+std::wstring fileNameOf(std::wstring_view path);
+
+// DIRECTORY and NAME joined as the user writes paths.
+std::string joinedForDisplay(std::string_view directory, std::string_view name);
+
+// A name that is safe to create in a directory: no separators or reserved characters, no device name, not empty.
+std::wstring safeFileName(std::wstring_view name);
+
+// "report.pdf" with number 2 is "report (2).pdf".
+std::wstring numberedFileName(const std::wstring& name, unsigned number);
+
+// Files that a pattern with '*' or '?' in its last part names, sorted; the pattern itself when it has none or
+// matches nothing. For shells that leave patterns to the program.
+std::vector<std::string> expandPattern(const std::string& given);
+
+// The folder of this program, without a separator at its end.
+std::wstring programFolder();
+
+}  // namespace fendrel::host

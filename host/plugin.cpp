@@ -1,0 +1,125 @@
+#include "plugin.h"
+
+#include <fmt/format.h>
+
+#include "failure.h"
+#include "mapi_library.h"
+#include "paths.h"
+#include "text.h"
+
+namespace fendrel::host {
+namespace {
+
+template <class F>
+void find(HMODULE module, F& function, const char* name) {
+  function = reinterpret_cast<F>(GetProcAddress(module, name));
+  if (!function)
+    throw failureOf(ExitCode::mapiUnusable, fmt::format("FENDREL.DLL has no {}", name),
+                    HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND), "Install fendrel.exe and FENDREL.DLL of one release.");
+}
+
+std::wstring stringOf(HMODULE module, UINT id) {
+  const wchar_t* text = nullptr;
+  const int length = LoadStringW(module, id, reinterpret_cast<wchar_t*>(&text), 0);
+  return length > 0 ? std::wstring(text, static_cast<std::size_t>(length)) : std::wstring();
+}
+
+// Entries of the plug-in's string table.
+constexpr UINT noAccessText = 13, notFoundText = 14, noSupportText = 15;
+
+// What the plug-in takes as one export's files; the records point into each other.
+class FileList {
+ public:
+  FileList(std::span<const std::wstring> paths, std::span<const std::wstring> names) {
+    descriptions.resize(names.size());
+    for (std::size_t index = 0; index < names.size(); ++index) {
+      FendrelFileDescription& description = descriptions[index];
+      description.size = sizeof description;
+      description.nameGiven = 1;
+      description.givenName = names[index].c_str();
+      descriptionPointers.push_back(&description);
+      pathPointers.push_back(paths[index].c_str());
+    }
+    list.size = sizeof list;
+    list.fileCount = static_cast<std::uint16_t>(names.size());
+    list.files = descriptionPointers.data();
+    exported.size = sizeof exported;
+    exported.fileCount = static_cast<std::uint16_t>(paths.size());
+    exported.filePaths = pathPointers.data();
+  }
+  FileList(const FileList&) = delete;
+  FileList& operator=(const FileList&) = delete;
+
+  FendrelFileList list{};
+  FendrelExportDescription exported{};
+
+ private:
+  std::vector<FendrelFileDescription> descriptions;
+  std::vector<const FendrelFileDescription*> descriptionPointers;
+  std::vector<const wchar_t*> pathPointers;
+};
+
+}  // namespace
+
+Plugin::Plugin() {
+  const std::wstring path = programFolder() + L"\\FENDREL.DLL";
+  module.reset(LoadLibraryW(path.c_str()));
+  if (!module)
+    throw systemFailure(ExitCode::mapiUnusable, fmt::format("The plug-in '{}' did not load", toUtf8(path)),
+                        GetLastError(), "Put FENDREL.DLL beside fendrel.exe.");
+  const auto handle = static_cast<HMODULE>(module.get());
+  find(handle, exports.initialize, "NRVInitializeW");
+  find(handle, exports.terminate, "NRVTerminateW");
+  find(handle, exports.getVersion, "NRVGetVersionW");
+  find(handle, exports.initExport, "NRVInitExportDestinationW");
+  find(handle, exports.termExport, "NRVTermExportDestinationW");
+  find(handle, exports.exportTo, "NRVExportToDestinationW");
+  find(handle, exports.getErrorText, "NRVGetErrorTextW");
+  if (const unsigned version = exports.getVersion(); version != FENDREL_VERSION)
+    throw Failure(ExitCode::mapiUnusable,
+                  fmt::format("FENDREL.DLL speaks version 0x{:04X} of the interface, fendrel.exe speaks 0x{:04X}. "
+                              "Install both of one release.", version, FENDREL_VERSION));
+  texts = {stringOf(handle, noAccessText), stringOf(handle, notFoundText), stringOf(handle, noSupportText)};
+  if (const std::uint32_t code = exports.initialize(); code != FENDREL_SUCCESS)
+    throw Failure(ExitCode::mapiUnusable,
+                  fmt::format("The plug-in did not start, its code is {}: {}.", static_cast<std::int32_t>(code),
+                              code == FENDREL_STRING_NOT_LOADED ? "one of its texts is missing"
+                              : code == FENDREL_OUT_OF_MEMORY   ? "not enough memory"
+                                                                : "it cannot use MAPI32.DLL"));
+  try {
+    checkMapiIsTheOne();
+  } catch (...) {
+    exports.terminate();
+    throw;
+  }
+}
+
+Plugin::~Plugin() { exports.terminate(); }
+
+ExportAnswer Plugin::exportFiles(const Destination& destination, std::span<const std::wstring> paths,
+                                 std::span<const std::wstring> names) {
+  // The plug-in reads the strings and leaves the record as it is.
+  DestinationOptions options{};
+  options.version = FENDREL_OPTIONS_VERSION;
+  options.profileName = const_cast<wchar_t*>(destination.profile.c_str());
+  options.profilePassword = const_cast<wchar_t*>(destination.password.c_str());
+  options.destinationType = destination.type;
+  if (!destination.folderPath.empty()) options.folderPath = const_cast<wchar_t*>(destination.folderPath.c_str());
+
+  FileList files(paths, names);
+  FendrelJob job = 0;
+  FendrelResult* result = nullptr;
+  ExportAnswer answer;
+  answer.code = exports.initExport(nullptr, 0, &options, &files.list, &job, &result);
+  if (answer.code == FENDREL_SUCCESS) {
+    answer.jobMade = true;
+    answer.code = exports.exportTo(job, &files.exported);
+    if (answer.code != FENDREL_SUCCESS)
+      if (const wchar_t* text = exports.getErrorText(job)) answer.errorText = text;
+    exports.termExport(job);
+  }
+  answer.meaning = pluginFailure(answer.code, answer.errorText, texts);
+  return answer;
+}
+
+}  // namespace fendrel::host

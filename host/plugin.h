@@ -1,0 +1,61 @@
+// FENDREL.DLL, driven through its exports only.
+#pragma once
+
+#include <fendrel/fendrel.h>
+
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "error_words.h"
+
+namespace fendrel::host {
+
+// Where and how files are posted.
+struct Destination {
+  std::wstring profile, password;
+  std::uint16_t type = FENDREL_REPORT_INSTANCE;
+  std::wstring folderPath;  // empty for a personal report
+};
+
+// What the plug-in said to one export.
+struct ExportAnswer {
+  std::uint32_t code = FENDREL_SUCCESS;
+  std::wstring errorText;
+  HRESULT meaning = S_OK;  // of a failure, as far as the code and the text tell it
+  bool jobMade = false;    // false: the set-up failed already
+};
+
+class Plugin {
+ public:
+  // Loads the library beside this program and starts it. Throws Failure(mapiUnusable).
+  Plugin();
+  ~Plugin();
+  Plugin(const Plugin&) = delete;
+  Plugin& operator=(const Plugin&) = delete;
+
+  // One export: a job of its own that posts all the files. paths and names belong together.
+  ExportAnswer exportFiles(const Destination& destination, std::span<const std::wstring> paths,
+                           std::span<const std::wstring> names);
+
+ private:
+  struct ModuleFree {
+    void operator()(void* module) const noexcept { FreeLibrary(static_cast<HMODULE>(module)); }
+  };
+  struct Exports {
+    decltype(&NRVInitializeW) initialize;
+    decltype(&NRVTerminateW) terminate;
+    decltype(&NRVGetVersionW) getVersion;
+    decltype(&NRVInitExportDestinationW) initExport;
+    decltype(&NRVTermExportDestinationW) termExport;
+    decltype(&NRVExportToDestinationW) exportTo;
+    decltype(&NRVGetErrorTextW) getErrorText;
+  };
+
+  std::unique_ptr<void, ModuleFree> module;
+  Exports exports{};
+  PluginTexts texts;
+};
+
+}  // namespace fendrel::host

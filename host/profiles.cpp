@@ -1,0 +1,126 @@
+#include "profiles.h"
+
+#include <mapiguid.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "text.h"
+
+namespace fendrel::host {
+namespace {
+
+// The mailbox owner's name in a profile's section for the whole profile.
+constexpr ULONG ownerName = PROP_TAG(PT_UNICODE, 0x661B);
+
+LPWSTR asMapiText(const std::wstring& text) { return const_cast<LPWSTR>(text.c_str()); }
+
+std::string listed(const std::vector<ProfileEntry>& profiles) {
+  std::string list;
+  for (const ProfileEntry& profile : profiles)
+    list += fmt::format("{}'{}'", list.empty() ? "" : ", ", printable(profile.name));
+  return list;
+}
+
+constexpr const char* howToAdd = "Make one with: fendrel profile add NAME --user \"Your Name\"";
+
+}  // namespace
+
+Profiles::Profiles() {
+  check(mapi().adminProfiles(0, &admin), ExitCode::mapiUnusable, "The profiles cannot be read");
+}
+
+std::vector<ProfileEntry> Profiles::list() {
+  const std::string subject = "The list of profiles";
+  ComPtr<IMAPITable> table;
+  check(admin->GetProfileTable(0, &table), ExitCode::mapiUnusable, subject + " cannot be opened");
+  setColumns(*table.Get(), {PR_DISPLAY_NAME_W, PR_DISPLAY_NAME_A, PR_DEFAULT_PROFILE}, subject);
+  std::vector<ProfileEntry> found;
+  forEachRow(*table.Get(), subject, [&](const SRow& row) {
+    ProfileEntry profile{textAt(row, 0, PR_DISPLAY_NAME_W), flagAt(row, 2, PR_DEFAULT_PROFILE)};
+    // Some subsystems know 8-bit profile names only.
+    const SPropValue* narrow = valueAt(row, 1, PR_DISPLAY_NAME_A);
+    if (profile.name.empty() && narrow && narrow->Value.lpszA) profile.name = fromAnsi(narrow->Value.lpszA);
+    found.push_back(profile);
+  });
+  return found;
+}
+
+ComPtr<IProfSect> Profiles::section(const std::wstring& profile, const std::wstring& password, bool toWrite,
+                                    HRESULT& code) {
+  ComPtr<IMsgServiceAdmin> services;
+  code = admin->AdminServices(asMapiText(profile), password.empty() ? nullptr : asMapiText(password), 0, MAPI_UNICODE,
+                              &services);
+  if (FAILED(code)) return nullptr;
+  MAPIUID whole;
+  static_assert(sizeof whole == sizeof MUID_PROFILE_INSTANCE);
+  std::memcpy(&whole, &MUID_PROFILE_INSTANCE, sizeof whole);
+  ComPtr<IProfSect> found;
+  code = services->OpenProfileSection(&whole, nullptr, toWrite ? MAPI_MODIFY : 0, &found);
+  return FAILED(code) ? nullptr : found;
+}
+
+std::optional<std::wstring> Profiles::userName(const std::wstring& profile, const std::wstring& password) {
+  HRESULT code = S_OK;
+  const ComPtr<IProfSect> found = section(profile, password, false, code);
+  MapiBuffer<SPropValue> value;
+  if (!found || FAILED(mapi().hrGetOneProp(found.Get(), ownerName, receive(value)))) return std::nullopt;
+  return value->Value.lpszW;
+}
+
+void Profiles::add(const std::wstring& name, const std::wstring& password) {
+  const HRESULT code =
+      admin->CreateProfile(asMapiText(name), password.empty() ? nullptr : asMapiText(password), 0, MAPI_UNICODE);
+  check(code, ExitCode::failed, fmt::format("Profile '{}' cannot be made", printable(name)));
+}
+
+void Profiles::setUserName(const std::wstring& profile, const std::wstring& password, const std::wstring& user) {
+  const std::string subject = fmt::format("The user's name cannot be kept in profile '{}'", printable(profile));
+  HRESULT code = S_OK;
+  const ComPtr<IProfSect> found = section(profile, password, true, code);
+  check(code, ExitCode::failed, subject);
+  SPropValue value{};
+  value.ulPropTag = ownerName;
+  value.Value.lpszW = asMapiText(user);
+  MapiBuffer<SPropProblemArray> problems;
+  check(found->SetProps(1, &value, receive(problems)), ExitCode::failed, subject);
+  if (problems && problems->cProblem > 0) check(problems->aProblem[0].scode, ExitCode::failed, subject);
+  check(found->SaveChanges(0), ExitCode::failed, subject);
+}
+
+void Profiles::makeDefault(const std::wstring& name) {
+  check(admin->SetDefaultProfile(asMapiText(name), MAPI_UNICODE), ExitCode::failed,
+        fmt::format("Profile '{}' cannot be made the default", printable(name)));
+}
+
+void Profiles::remove(const std::wstring& name) {
+  check(admin->DeleteProfile(asMapiText(name), MAPI_UNICODE), ExitCode::failed,
+        fmt::format("Profile '{}' cannot be removed", printable(name)));
+}
+
+std::wstring Profiles::choose(const std::wstring& wanted) {
+  const std::vector<ProfileEntry> profiles = list();
+  if (!wanted.empty()) {
+    // MAPI compares profile names without regard to case.
+    const auto known = std::ranges::find_if(profiles, [&](const ProfileEntry& profile) {
+      return CompareStringOrdinal(profile.name.c_str(), -1, wanted.c_str(), -1, TRUE) == CSTR_EQUAL;
+    });
+    if (known != profiles.end()) return known->name;
+    throw Failure(ExitCode::mapiUnusable,
+                  fmt::format("There is no profile '{}' (MAPI_E_NOT_FOUND, 0x8004010F). {}", printable(wanted),
+                              profiles.empty() ? std::string("There is none yet. ") + howToAdd
+                                               : "There is " + listed(profiles) + "."),
+                  MAPI_E_NOT_FOUND);
+  }
+  if (profiles.empty())
+    throw Failure(ExitCode::mapiUnusable, std::string("There is no profile yet. ") + howToAdd, MAPI_E_NOT_FOUND);
+  const auto standard = std::ranges::find_if(profiles, &ProfileEntry::isDefault);
+  if (standard != profiles.end()) return standard->name;
+  if (profiles.size() == 1) return profiles.front().name;
+  throw Failure(ExitCode::mapiUnusable,
+                fmt::format("Several profiles exist and none is the default: {}. Choose one with --profile NAME.",
+                            listed(profiles)));
+}
+
+}  // namespace fendrel::host

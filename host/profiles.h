@@ -1,0 +1,41 @@
+// The profiles that MAPI knows, and the choice among them.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "session.h"
+
+namespace fendrel::host {
+
+struct ProfileEntry {
+  std::wstring name;
+  bool isDefault = false;
+};
+
+class Profiles {
+ public:
+  Profiles();
+
+  std::vector<ProfileEntry> list();
+  // The user's name that the profile holds; absent when it cannot be read, for example for want of its password.
+  std::optional<std::wstring> userName(const std::wstring& profile, const std::wstring& password);
+
+  void add(const std::wstring& name, const std::wstring& password);
+  void setUserName(const std::wstring& profile, const std::wstring& password, const std::wstring& user);
+  void makeDefault(const std::wstring& name);
+  void remove(const std::wstring& name);
+
+  // The profile asked for, or when none was: the default one, or the only one. Throws Failure(mapiUnusable) naming the
+  // choices.
+  std::wstring choose(const std::wstring& wanted);
+
+ private:
+  ComPtr<IProfSect> section(const std::wstring& profile, const std::wstring& password, bool toWrite, HRESULT& code);
+
+  MapiStart start;
+  ComPtr<IProfAdmin> admin;
+};
+
+}  // namespace fendrel::host

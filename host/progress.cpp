@@ -1,0 +1,91 @@
+#include "progress.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+
+#include "console.h"
+#include "text.h"
+
+namespace fendrel::host {
+namespace {
+
+// Less than this is done before a person has read the bar.
+constexpr std::uint64_t manyFiles = 20;
+constexpr std::uint64_t manyBytes = 8u << 20;
+
+constexpr auto redrawEvery = std::chrono::milliseconds(200);
+
+std::size_t terminalWidth() {
+  CONSOLE_SCREEN_BUFFER_INFO info;
+  if (GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info) && info.dwSize.X > 20)
+    return static_cast<std::size_t>(info.dwSize.X) - 1;
+  return 79;
+}
+
+}  // namespace
+
+Progress::Progress(std::string verb, std::uint64_t fileCount, std::uint64_t byteCount)
+    : what(std::move(verb)), files(fileCount), bytes(byteCount), startTicks(GetTickCount64()) {
+  if ((files < manyFiles && bytes < manyBytes) || !errorIsTerminal()) return;
+  painter = std::jthread([this](std::stop_token stop) {
+    std::mutex sleeping;
+    std::condition_variable_any wake;
+    std::unique_lock lock(sleeping);
+    while (!wake.wait_for(lock, stop, redrawEvery, [&] { return stop.stop_requested(); })) draw();
+    writeError("\r\x1b[K");
+  });
+}
+
+Progress::~Progress() {
+  if (!painter.joinable()) return;
+  painter.request_stop();
+  painter.join();
+}
+
+void Progress::startFile(const std::string& name) {
+  const std::scoped_lock lock(guard);
+  current = printable(name);
+}
+
+void Progress::addBytes(std::uint64_t more) {
+  const std::scoped_lock lock(guard);
+  bytesDone += more;
+}
+
+void Progress::endFile() {
+  const std::scoped_lock lock(guard);
+  ++filesDone;
+  current.clear();
+}
+
+void Progress::draw() {
+  std::string text;
+  {
+    const std::scoped_lock lock(guard);
+    const double seconds = static_cast<double>(GetTickCount64() - startTicks) / 1000;
+    text = render(what, filesDone, files, bytesDone, bytes, seconds, current, terminalWidth());
+  }
+  writeError("\r\x1b[K" + text);
+}
+
+std::string Progress::render(const std::string& what, std::uint64_t filesDone, std::uint64_t files,
+                             std::uint64_t bytesDone, std::uint64_t bytes, double seconds, const std::string& name,
+                             std::size_t width) {
+  const double share = bytes > 0    ? std::min(1.0, static_cast<double>(bytesDone) / static_cast<double>(bytes))
+                       : files > 0 ? static_cast<double>(filesDone) / static_cast<double>(files)
+                                   : 1.0;
+  constexpr std::size_t cells = 20;
+  const auto full = static_cast<std::size_t>(share * cells);
+  std::string text = fmt::format("[{}{}] {:3.0f} %  {} of {} {}, {}", std::string(full, '#'),
+                                 std::string(cells - full, '.'), share * 100, withThousands(filesDone),
+                                 counted(files, "file"), what, shortSize(bytesDone));
+  if (seconds >= 0.5)
+    text += fmt::format(", {}/s", shortSize(static_cast<std::uint64_t>(static_cast<double>(bytesDone) / seconds)));
+  if (!name.empty()) text += "  " + name;
+  return clipped(text, width);
+}
+
+}  // namespace fendrel::host

@@ -1,0 +1,77 @@
+// A MAPI session of a profile, its message stores and folders.
+#pragma once
+
+#include <mapix.h>
+#include <wrl/client.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mapi_rows.h"
+
+namespace fendrel::host {
+
+using Microsoft::WRL::ComPtr;
+
+// MAPI is started while one of these lives.
+class MapiStart {
+ public:
+  MapiStart();  // throws Failure(mapiUnusable)
+  ~MapiStart();
+  MapiStart(const MapiStart&) = delete;
+  MapiStart& operator=(const MapiStart&) = delete;
+};
+
+struct StoreEntry {
+  std::wstring name;
+  EntryId id;
+  bool isDefault = false;
+};
+
+struct FolderEntry {
+  std::wstring name;
+  EntryId id;
+  ULONG messages = 0;
+  bool hasFolders = false;
+};
+
+// An open folder and the store that it lies in.
+struct OpenFolder {
+  ComPtr<IMsgStore> store;
+  ComPtr<IMAPIFolder> folder;
+  std::wstring path;
+  std::vector<std::wstring> names;  // what the path is made of
+};
+
+class Session {
+ public:
+  // Logs on without any dialog. Throws Failure(mapiUnusable).
+  Session(const std::wstring& profile, const std::wstring& password);
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  const std::wstring& profile() const { return profileName; }
+  std::vector<StoreEntry> stores();
+  ComPtr<IMsgStore> openStore(const StoreEntry& store, bool toWrite);
+  // The folder below which people see a store's folders.
+  ComPtr<IMAPIFolder> openTop(IMsgStore& store, const std::wstring& storeName);
+  std::vector<FolderEntry> foldersOf(IMAPIFolder& folder, const std::wstring& path);
+  ComPtr<IMAPIFolder> openFolder(IMsgStore& store, const EntryId& id, const std::wstring& path, bool toWrite);
+
+  // Walks a path; with `create` makes the folders that are missing (never a store) and adds their paths to `created`.
+  // Throws Failure(folderRefused) with what there is instead.
+  OpenFolder walk(std::wstring_view path, bool create = false, std::vector<std::wstring>* created = nullptr);
+
+  // The folder of personal reports: Common Views of the default store.
+  OpenFolder personalReports();
+
+ private:
+  MapiStart start;
+  std::wstring profileName;
+  ComPtr<IMAPISession> session;
+};
+
+}  // namespace fendrel::host

@@ -1,0 +1,43 @@
+// Text forms: UTF-8 and UTF-16, numbers, sizes and times as people read them.
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace fendrel::host {
+
+// What cannot be converted becomes U+FFFD, so the result is always valid.
+std::string toUtf8(std::wstring_view text);
+std::wstring toWide(std::string_view utf8);
+std::wstring fromAnsi(std::string_view text);
+
+// True when the text comes back whole from the system's 8-bit code page.
+bool fitsAnsi(std::wstring_view text);
+
+// Control characters replaced, so that a name cannot steer a terminal or break a line.
+std::string printable(std::string_view utf8);
+std::string printable(std::wstring_view text);
+
+std::string withThousands(std::uint64_t number);              // "48,213"
+std::string counted(std::uint64_t number, const char* noun);  // "1 file", "2 files"
+std::string shortSize(std::uint64_t bytes);                   // "47.1 KiB"
+std::string hexadecimal(std::span<const std::uint8_t> bytes);
+
+// Columns that a terminal needs for the text: East Asian wide characters take two.
+std::size_t displayWidth(std::string_view utf8);
+std::string padded(std::string_view utf8, std::size_t width);
+// Cut to the width with an ellipsis at the end.
+std::string clipped(std::string_view utf8, std::size_t width);
+
+std::string localTime(const FILETIME& time);  // "2031-04-05 16:07:08", in the user's time zone
+std::string utcTime(const FILETIME& time);    // "2031-04-05T14:07:08.123Z"
+
+// The system's own words for an error number, without full stop; empty when it has none.
+std::string systemMessage(DWORD error);
+
+}  // namespace fendrel::host
