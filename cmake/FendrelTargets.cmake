@@ -9,7 +9,7 @@ if(MSVC)
   target_compile_options(fendrel_settings INTERFACE /W4 /WX /utf-8 /permissive-)
 else()
   target_compile_options(fendrel_settings INTERFACE
-    -Wall -Wextra -Wpedantic -Wshadow -Wno-cast-function-type -Wno-missing-field-initializers -Werror)
+    -Wall -Wextra -Wpedantic -Wshadow -Wno-cast-function-type -Wno-missing-field-initializers -Wno-restrict -Werror)
   target_link_options(fendrel_settings INTERFACE -Wl,--no-insert-timestamp $<$<CONFIG:Release>:-s>)
 endif()
 
@@ -39,11 +39,13 @@ function(fendrel_add_module name file)
     LIBRARY_OUTPUT_DIRECTORY "${MODULE_DIRECTORY}" RUNTIME_OUTPUT_DIRECTORY "${MODULE_DIRECTORY}")
 endfunction()
 
-# fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [LABELS ...] [ENVIRONMENT ...] [NEEDS ...]):
+# fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [GUARDED] [LABELS ...] [ENVIRONMENT ...]
+#                  [NEEDS ...]):
 # a GoogleTest program whose tests appear in ctest as NAME.Suite.Case. NEEDS names modules and
-# programs that the tests load or start.
+# programs that the tests load or start. GUARDED registers the same tests a second time as NAME_guarded, label "guarded",
+# in a program whose heap blocks end at unreadable pages.
 function(fendrel_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL" "TIMEOUT" "SOURCES;USES;LABELS;ENVIRONMENT;NEEDS")
+  cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL;GUARDED" "TIMEOUT" "SOURCES;USES;LABELS;ENVIRONMENT;NEEDS")
   if(NOT TEST_TIMEOUT)
     set(TEST_TIMEOUT 60)
   endif()
@@ -65,4 +67,13 @@ function(fendrel_add_test name)
   endif()
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
                        PROPERTIES ${properties})
+  if(TEST_GUARDED AND MINGW)
+    set(serial "")
+    if(TEST_SERIAL)
+      set(serial SERIAL)
+    endif()
+    fendrel_add_test(${name}_guarded ${serial} TIMEOUT 120 SOURCES ${TEST_SOURCES} USES ${TEST_USES} guarded_heap
+                     LABELS ${TEST_LABELS} guarded ENVIRONMENT ${TEST_ENVIRONMENT} NEEDS ${TEST_NEEDS})
+    target_compile_options(${name}_guarded PRIVATE -fno-builtin-malloc -fno-builtin-free)
+  endif()
 endfunction()

@@ -1,0 +1,21 @@
+// A C heap that makes memory errors fail at once. Linked into a program or a library it replaces malloc, calloc, realloc,
+// free and the string duplicators, and with them operator new and delete.
+//
+// One block is one reservation:
+//
+//   header page | no access | data pages, the block at their very end | no access
+//
+// so that the first byte behind a block is unreadable, an underrun of a page is too, and a freed block stays unreadable for
+// the rest of the process. A block ends exactly at the page's end: it is aligned to the largest power of two that divides
+// its size, at most 16, which is what any object of that size needs.
+//
+// A touch of such a page, a double free, and a free of something else's middle print what was touched, by how many bytes
+// and from which module, and end the process with guardedHeapExitCode.
+#pragma once
+
+#include <cstddef>
+
+inline constexpr unsigned guardedHeapExitCode = 97;
+
+// The number of blocks of this module that are allocated now.
+std::size_t guardedHeapLiveBlocks() noexcept;

@@ -1,0 +1,91 @@
+// Proves that the guarded heap catches what it promises: each planted bug runs in a process of its own and must end
+// it with the heap's exit code.
+#include "guarded_heap.h"
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace {
+
+volatile char g_sink;
+
+// The compiler must not see through the planted bugs.
+template <class T>
+T* opaque(T* pointer) {
+  asm volatile("" : "+r"(pointer));
+  return pointer;
+}
+
+void plant(const std::string& bug) {
+  char* const block = opaque(static_cast<char*>(std::malloc(22)));
+  if (bug == "overread") g_sink = block[22];
+  if (bug == "overwrite") block[22] = 1;
+  if (bug == "underwrite a page") opaque(block)[-4096] = 1;
+  if (bug == "read after free") {
+    std::free(block);
+    g_sink = *opaque(block);
+  }
+  if (bug == "double free") {
+    std::free(block);
+    std::free(opaque(block));
+  }
+  if (bug == "new overrun") {
+    auto* const text = opaque(new wchar_t[5]);
+    text[5] = 1;
+  }
+}
+
+// The exit code of this program run with the bug planted.
+DWORD exitCodeWith(const std::string& bug) {
+  char program[MAX_PATH];
+  GetModuleFileNameA(nullptr, program, sizeof program);
+  SetEnvironmentVariableA("PLANTED_BUG", bug.c_str());
+  std::string command = "\"" + std::string(program) + "\" --gtest_filter=PlantedBug.Runs";
+  STARTUPINFOA start{};
+  start.cb = sizeof start;
+  PROCESS_INFORMATION process{};
+  if (!CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &process)) return 0;
+  SetEnvironmentVariableA("PLANTED_BUG", nullptr);
+  WaitForSingleObject(process.hProcess, 30000);
+  DWORD code = 0;
+  GetExitCodeProcess(process.hProcess, &code);
+  CloseHandle(process.hThread);
+  CloseHandle(process.hProcess);
+  return code;
+}
+
+}  // namespace
+
+TEST(PlantedBug, Runs) {
+  if (const char* const bug = std::getenv("PLANTED_BUG")) plant(bug);
+}
+
+TEST(GuardedHeap, CatchesAReadBehindABlock) { EXPECT_EQ(exitCodeWith("overread"), guardedHeapExitCode); }
+TEST(GuardedHeap, CatchesAWriteBehindABlock) { EXPECT_EQ(exitCodeWith("overwrite"), guardedHeapExitCode); }
+TEST(GuardedHeap, CatchesAWriteBeforeTheBlocksPage) {
+  EXPECT_EQ(exitCodeWith("underwrite a page"), guardedHeapExitCode);
+}
+TEST(GuardedHeap, CatchesAReadOfAFreedBlock) { EXPECT_EQ(exitCodeWith("read after free"), guardedHeapExitCode); }
+TEST(GuardedHeap, CatchesADoubleFree) { EXPECT_EQ(exitCodeWith("double free"), guardedHeapExitCode); }
+TEST(GuardedHeap, CatchesAnOverrunOfNewedText) { EXPECT_EQ(exitCodeWith("new overrun"), guardedHeapExitCode); }
+TEST(GuardedHeap, LetsACorrectProgramRun) { EXPECT_EQ(exitCodeWith(""), 0u); }
+
+TEST(GuardedHeap, CountsLiveBlocks) {
+  const std::size_t before = guardedHeapLiveBlocks();
+  void* const block = opaque(std::malloc(10));
+  EXPECT_EQ(guardedHeapLiveBlocks(), before + 1);
+  std::free(block);
+  EXPECT_EQ(guardedHeapLiveBlocks(), before);
+}
+
+TEST(GuardedHeap, KeepsContentsWhenABlockGrows) {
+  auto* block = static_cast<char*>(std::malloc(3));
+  std::memcpy(block, "ab", 3);
+  block = static_cast<char*>(std::realloc(block, 5000));
+  EXPECT_STREQ(block, "ab");
+  std::free(block);
+}
