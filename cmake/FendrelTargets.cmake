@@ -13,6 +13,12 @@ else()
   target_link_options(fendrel_settings INTERFACE -Wl,--no-insert-timestamp $<$<CONFIG:Release>:-s>)
 endif()
 
+option(FENDREL_COVERAGE "Count the lines and branches that run (GCC)" OFF)
+if(FENDREL_COVERAGE)
+  target_compile_options(fendrel_settings INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(fendrel_settings INTERFACE --coverage)
+endif()
+
 # fendrel_add_layer(NAME SOURCES ... USES ...): the static library of one folder.
 # Its include directory is that folder alone and reaches others only through USES,
 # so an include against the direction of the layers does not build.
