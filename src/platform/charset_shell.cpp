@@ -1,0 +1,107 @@
+#include "charset_shell.h"
+
+#include <cstring>
+#include <cwchar>
+
+#include "charset_ansi.h"
+
+namespace fendrel::charset {
+namespace {
+
+// The ANSI form of a buffer that the dialog reads and writes: twice the bytes, as characters may take two. False
+// when its text cannot be converted.
+bool ansiCopy(const wchar_t* buffer, DWORD size, HeapAnsiText& ansi) noexcept {
+  if (!buffer || size == 0) return true;
+  ansi = ansiBuffer(2 * static_cast<std::size_t>(size));
+  const int length = static_cast<int>(wcsnlen(buffer, size));
+  if (!ansi || length == 0) return ansi != nullptr;
+  if (WideCharToMultiByte(CP_ACP, 0, buffer, length, ansi.get(), 2 * static_cast<int>(size), nullptr, nullptr) != 0)
+    return true;
+  SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+  return false;
+}
+
+// Characters of the first `bytes` bytes, by which positions in an ANSI path become positions in the wide one.
+WORD widePosition(const char* path, WORD bytes) noexcept {
+  return bytes == 0 ? 0 : static_cast<WORD>(MultiByteToWideChar(CP_ACP, 0, path, bytes, nullptr, 0));
+}
+
+}  // namespace
+
+BOOL shellExecuteEx(SHELLEXECUTEINFOW* info) noexcept {
+  if (!g_bUseAnsi) return ShellExecuteExW(info);
+  if (!info) return FALSE;
+  const AnsiArgument verb(info->lpVerb), file(info->lpFile), parameters(info->lpParameters),
+      directory(info->lpDirectory), className(info->lpClass);
+  for (const AnsiArgument* text : {&verb, &file, &parameters, &directory, &className})
+    if (!text->isOk()) return FALSE;
+  SHELLEXECUTEINFOA ansi;
+  static_assert(sizeof ansi == sizeof *info);
+  std::memcpy(&ansi, info, sizeof ansi);
+  ansi.lpVerb = verb.get();
+  ansi.lpFile = file.get();
+  ansi.lpParameters = parameters.get();
+  ansi.lpDirectory = directory.get();
+  ansi.lpClass = className.get();
+  const BOOL done = ShellExecuteExA(&ansi);
+  info->hInstApp = ansi.hInstApp;
+  info->hProcess = ansi.hProcess;
+  return done;
+}
+
+BOOL getSaveFileName(OPENFILENAMEW* dialog) noexcept {
+  if (!g_bUseAnsi) return GetSaveFileNameW(dialog);
+  if (!dialog) return FALSE;
+  const HeapAnsiText filter = ansiList(dialog->lpstrFilter);
+  const AnsiArgument folder(dialog->lpstrInitialDir), title(dialog->lpstrTitle), extension(dialog->lpstrDefExt);
+  const AnsiArgument templateName = ansiName(dialog->lpTemplateName);
+  if ((dialog->lpstrFilter && !filter) || !folder.isOk() || !title.isOk() || !extension.isOk() || !templateName.isOk())
+    return FALSE;
+  HeapAnsiText file, fileTitle, customFilter;
+  if (!ansiCopy(dialog->lpstrFile, dialog->nMaxFile, file) ||
+      !ansiCopy(dialog->lpstrFileTitle, dialog->nMaxFileTitle, fileTitle))
+    return FALSE;
+  if (dialog->lpstrCustomFilter) {  // a description and the user's last pattern, each terminated
+    customFilter = ansiBuffer(2 * static_cast<std::size_t>(dialog->nMaxCustFilter));
+    if (!customFilter) return FALSE;
+    WideCharToMultiByte(CP_ACP, 0, dialog->lpstrCustomFilter, static_cast<int>(dialog->nMaxCustFilter),
+                        customFilter.get(), 2 * static_cast<int>(dialog->nMaxCustFilter), nullptr, nullptr);
+  }
+
+  OPENFILENAMEA ansi;
+  static_assert(sizeof ansi == sizeof *dialog);
+  std::memcpy(&ansi, dialog, sizeof ansi);
+  ansi.lpstrFilter = filter.get();
+  ansi.lpstrCustomFilter = customFilter.get();
+  ansi.nMaxCustFilter = 2 * dialog->nMaxCustFilter;
+  ansi.lpstrFile = file.get();
+  ansi.nMaxFile = 2 * dialog->nMaxFile;
+  ansi.lpstrFileTitle = fileTitle.get();
+  ansi.nMaxFileTitle = 2 * dialog->nMaxFileTitle;
+  ansi.lpstrInitialDir = folder.get();
+  ansi.lpstrTitle = title.get();
+  ansi.lpstrDefExt = extension.get();
+  ansi.lpTemplateName = templateName.get();
+  const BOOL chosen = GetSaveFileNameA(&ansi);
+  dialog->nFilterIndex = ansi.nFilterIndex;
+  dialog->Flags = ansi.Flags;
+  if (!chosen) return FALSE;
+
+  if (file) {
+    const int characters = MultiByteToWideChar(CP_ACP, 0, file.get(), -1, nullptr, 0);
+    if (static_cast<DWORD>(characters) > dialog->nMaxFile) return FALSE;
+    copyBack(file.get(), dialog->lpstrFile, static_cast<int>(dialog->nMaxFile));
+    dialog->nFileOffset = widePosition(file.get(), ansi.nFileOffset);
+    dialog->nFileExtension = widePosition(file.get(), ansi.nFileExtension);
+  }
+  if (fileTitle) copyBack(fileTitle.get(), dialog->lpstrFileTitle, static_cast<int>(dialog->nMaxFileTitle));
+  if (customFilter) {
+    const std::size_t description = std::strlen(customFilter.get()) + 1;
+    const std::size_t length = description + std::strlen(customFilter.get() + description);
+    copyBack(customFilter.get(), static_cast<int>(length), dialog->lpstrCustomFilter,
+             static_cast<int>(dialog->nMaxCustFilter));
+  }
+  return TRUE;
+}
+
+}  // namespace fendrel::charset
