@@ -1,0 +1,47 @@
+// A stream of tagged items in a movable memory block. Portable.
+#pragma once
+
+#include <memory>
+
+#include "tlv_descriptor.h"
+
+namespace fendrel {
+
+// Works on the caller's block, which outlives the stream. The position counts modulo 65,536; a stream of which more is
+// in use cannot be written, and of a larger block only what the position reaches is read.
+class TLVMemory : public TLVDescriptor {
+ public:
+  enum class Purpose : std::uint16_t { reading = 0, writing = 1 };
+
+  TLVMemory(MemoryBlock& block, Purpose purpose) noexcept : block_(&block), purpose_(purpose) {}
+
+  ~TLVMemory() override;
+
+  bool IsMemory() const noexcept override { return true; }
+
+  // Lets go of the block; a writer leaves it exactly as long as the items.
+  FileCode Close() noexcept override;
+  FileCode GetValuePointer(std::uint16_t& tag, std::uint16_t& length, std::byte*& value) noexcept override;
+  FileCode ReadItem(std::uint16_t& tag, std::uint16_t& length, MemoryBlock& block) noexcept override;
+  FileCode WriteItem(std::uint16_t tag, std::uint16_t length, const void* data) noexcept override;
+  FileCode FindTag(std::uint16_t tag) noexcept override;
+  FileCode PeekItem(std::uint16_t& tag, std::uint16_t& length) noexcept override;
+  FileCode SkipItem() noexcept override;
+
+  std::uint16_t position() const noexcept { return position_; }
+
+ private:
+  bool makeRoom(std::uint16_t length) noexcept;
+
+  MemoryBlock* block_;          // null once closed; the data's address is always taken from it
+  std::uint16_t position_ = 0;  // behind the items written or read
+  Purpose purpose_;
+};
+
+// Makes a stream that writes a new block of at first 256 bytes. 0 or 267.
+FileCode CreateTLVMemory(MemoryBlock& block, std::unique_ptr<TLVMemory>& stream) noexcept;
+
+// Makes a stream that reads `block`. 0 or 267.
+FileCode OpenTLVMemory(MemoryBlock& block, std::unique_ptr<TLVMemory>& stream) noexcept;
+
+}  // namespace fendrel

@@ -1,0 +1,30 @@
+// A sized, movable block of bytes. Portable: no system header.
+//
+// The data is preceded by its size in 32 bits; the allocation is size + 4 bytes, rounded up to an even number.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace fendrel {
+
+struct BlockDelete {
+  void operator()(std::byte* data) const noexcept;
+};
+
+// Points to the data; null is the empty block.
+using MemoryBlock = std::unique_ptr<std::byte[], BlockDelete>;
+
+// Replaces `block` by a zero-filled one. False, and an empty block, when there is no memory.
+bool BlockAlloc(MemoryBlock& block, std::uint32_t size) noexcept;
+
+// Resizes and possibly moves the block, zero-filling what is new. False, and the block as it was, when there is no memory.
+bool BlockRealloc(MemoryBlock& block, std::uint32_t size) noexcept;
+
+void BlockFree(MemoryBlock& block) noexcept;
+
+// 0 for the empty block.
+std::uint32_t BlockSize(const MemoryBlock& block) noexcept;
+
+}  // namespace fendrel
