@@ -11,6 +11,7 @@
 namespace fendrel::store {
 
 class Connection;
+class Disk;
 
 // One connection to the database file and to the folder of content files beside it ("<file>.files").
 // Threads: one object may be used by any number of threads at once; each call locks it for its duration
@@ -45,6 +46,7 @@ public:
   Connection& connection() noexcept { return *connection_; }
 
 private:
+  friend Status openOnDisk(const std::wstring&, Disk&, bool, std::unique_ptr<Database>&, std::string&);
   explicit Database(std::unique_ptr<Connection> connection);
   std::unique_ptr<Connection> connection_;
 };

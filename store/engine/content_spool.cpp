@@ -1,0 +1,187 @@
+#include "content_spool.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "checksum.h"
+
+namespace fendrel::store {
+
+namespace {
+
+// The number of no block: it lies past the longest content.
+constexpr std::uint64_t longest = std::uint64_t{1} << 62;
+constexpr std::uint64_t noBlock = longest / contentBlockSize + 1;
+
+// What a block that was never written reads as.
+std::uint64_t checksumOfZeros() {
+  static const std::uint64_t sum = checksum(Bytes(contentBlockSize));
+  return sum;
+}
+
+}  // namespace
+
+ContentSpool::~ContentSpool() { dropFile(); }
+
+std::size_t ContentSpool::lengthOf(std::uint64_t block) const noexcept {
+  const std::uint64_t start = block * contentBlockSize;
+  return start >= size_ ? 0 : static_cast<std::size_t>(std::min<std::uint64_t>(contentBlockSize, size_ - start));
+}
+
+void ContentSpool::write(std::uint64_t position, std::span<const std::byte> bytes) {
+  if (position > longest || bytes.size() > longest - position) fail(Status::Invalid, "Content is too long.");
+  if (bytes.empty()) return;
+  if (position > size_) resize(position);
+  while (!bytes.empty()) {
+    const std::uint64_t block = position / contentBlockSize;
+    const auto offset = static_cast<std::size_t>(position % contentBlockSize);
+    const std::size_t count = std::min(bytes.size(), contentBlockSize - offset);
+    makeCurrent(block);
+    if (block_.size() < offset + count) {
+      if (block_.capacity() < offset + count) {
+        // Grows in steps of its own: a small content stays small, a streamed one is not copied often.
+        block_.reserve(std::min(contentBlockSize, std::max<std::size_t>(4096, (offset + count) * 2)));
+      }
+      block_.resize(offset + count);
+    }
+    std::memcpy(block_.data() + offset, bytes.data(), count);
+    dirty_ = true;
+    position += count;
+    bytes = bytes.subspan(count);
+    size_ = std::max(size_, position);
+  }
+}
+
+std::size_t ContentSpool::read(std::uint64_t position, std::span<std::byte> into) {
+  std::size_t total = 0;
+  while (total < into.size() && position < size_) {
+    makeCurrent(position / contentBlockSize);
+    const auto offset = static_cast<std::size_t>(position % contentBlockSize);
+    const std::size_t count = std::min(into.size() - total, block_.size() - offset);
+    std::memcpy(into.data() + total, block_.data() + offset, count);
+    total += count;
+    position += count;
+  }
+  return total;
+}
+
+void ContentSpool::resize(std::uint64_t size) {
+  if (size == size_) return;
+  if (size > longest) fail(Status::Invalid, "Content is too long.");
+  if (size < size_) {
+    const std::uint64_t blocks = (size + contentBlockSize - 1) / contentBlockSize;
+    if (file_) {
+      const bool currentStays = current_ * contentBlockSize < size;
+      file_->resize(std::min(size, file_->size()));
+      if (!currentStays) {
+        block_.clear();
+        current_ = blocks;
+        dirty_ = false;
+      }
+    }
+    size_ = size;
+    block_.resize(lengthOf(current_));
+    checksums_.resize(static_cast<std::size_t>(std::min<std::uint64_t>(checksums_.size(), blocks)));
+    return;
+  }
+  // The last block so far grows to its end or the new one; all after it are zeros.
+  if (size_ > 0) makeCurrent((size_ - 1) / contentBlockSize);
+  if (size_ == 0) current_ = 0;
+  block_.reserve(static_cast<std::size_t>(std::min<std::uint64_t>(contentBlockSize, size)));
+  if (size > contentBlockSize) {
+    if (!file_) createFile();
+    checksums_.resize(static_cast<std::size_t>((size + contentBlockSize - 1) / contentBlockSize), checksumOfZeros());
+  }
+  if (file_) file_->resize(size);
+  size_ = size;
+  block_.resize(lengthOf(current_));
+  dirty_ = true;
+}
+
+// Brings a block into memory. The current one goes to the file first; a block past the end is empty.
+void ContentSpool::makeCurrent(std::uint64_t block) {
+  if (block == current_) return;
+  storeCurrent();
+  const std::size_t length = lengthOf(block);
+  current_ = noBlock;  // should reading fail, nothing is current
+  block_.clear();
+  block_.resize(length);
+  if (length > 0 && file_->read(block * contentBlockSize, block_) != length) {
+    block_.clear();
+    fail(Status::Corrupt, "A temporary file of the store lost its end.");
+  }
+  current_ = block;
+}
+
+void ContentSpool::storeCurrent() {
+  if (!dirty_) return;
+  if (!file_) createFile();
+  file_->write(current_ * contentBlockSize, block_);
+  if (checksums_.size() <= current_) checksums_.resize(static_cast<std::size_t>(current_ + 1), checksumOfZeros());
+  checksums_[static_cast<std::size_t>(current_)] = checksum(block_);
+  dirty_ = false;
+}
+
+std::wstring ContentSpool::path(bool isFinal) const {
+  return isFinal ? connection_.contentFolder() + L"\\" + name_ + contentEnding
+                 : connection_.spoolFolder() + L"\\" + name_ + spoolEnding;
+}
+
+void ContentSpool::createFile() {
+  connection_.prepareContentFolders();
+  name_ = hexText(newGuid());
+  file_ = connection_.disk().create(path(false));
+}
+
+void ContentSpool::dropFile() noexcept {
+  if (!file_) return;
+  file_.reset();
+  try {
+    connection_.disk().remove(path(published_));
+    published_ = false;
+  } catch (...) {  // found as a left-over later
+  }
+}
+
+void ContentSpool::prepare() {
+  if (size_ <= contentBlockSize) {
+    if (current_ != 0 && size_ > 0) makeCurrent(0);
+    if (size_ == 0) block_.clear();
+    dropFile();
+    current_ = 0;
+    dirty_ = true;
+    checksums_.assign(size_ == 0 ? 0 : 1, checksum(block_));
+    return;
+  }
+  // The last block's checksum may be of another length.
+  makeCurrent(blockCount() - 1);
+  dirty_ = true;
+  storeCurrent();
+  checksums_.resize(static_cast<std::size_t>(blockCount()));
+  file_->flush();
+}
+
+std::wstring ContentSpool::publish() {
+  if (!published_) file_->rename(path(true));
+  published_ = true;
+  connection_.disk().flushFolder(connection_.contentFolder());
+  return name_ + contentEnding;
+}
+
+void ContentSpool::unpublish() noexcept {
+  if (!published_) return;
+  try {
+    file_->rename(path(false));
+    published_ = false;
+  } catch (...) {  // an unreferenced file; the next opening after this process ends finds it
+  }
+}
+
+void ContentSpool::finish() noexcept {
+  saved_ = true;
+  file_.reset();
+  block_ = {};
+  checksums_ = {};
+}
+
+}  // namespace fendrel::store

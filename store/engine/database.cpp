@@ -1,0 +1,68 @@
+#include "database.h"
+
+#include <windows.h>
+
+#include "connection.h"
+#include "content_table.h"
+#include "database_on_disk.h"
+#include "migrations.h"
+#include "standard_folders.h"
+
+namespace fendrel::store {
+
+namespace {
+
+// The full path, with the prefix that lifts the length limit where it and the files beside it may need it.
+std::wstring fullPath(const std::wstring& path) {
+  constexpr std::size_t safeLength = 150;
+  if (path.starts_with(L"\\\\?\\")) return path;
+  std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
+  full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+  if (full.empty()) fail(Status::Invalid, "The path of the store is not valid.");
+  if (full.size() < safeLength) return full;
+  return full.starts_with(L"\\\\") ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
+}
+
+}  // namespace
+
+Status openOnDisk(const std::wstring& path, Disk& disk, bool mayCreate, std::unique_ptr<Database>& opened,
+                  std::string& error) {
+  opened.reset();
+  error.clear();
+  try {
+    auto connection = std::make_unique<Connection>(fullPath(path), disk, mayCreate);
+    migrate(*connection, schemaMigrations());
+    connection->noteDroppedFiles();
+    ensurePublicStore(*connection);
+    reclaimLeftovers(*connection);
+    opened.reset(new Database(std::move(connection)));
+    return Status::Ok;
+  } catch (EngineError& failure) {
+    error = std::move(failure.text);
+    return failure.status;
+  }
+}
+
+Status Database::open(const std::wstring& path, std::unique_ptr<Database>& opened, std::string& error) {
+  return openOnDisk(path, windowsDisk(), true, opened, error);
+}
+
+Status Database::openExisting(const std::wstring& path, std::unique_ptr<Database>& opened, std::string& error) {
+  return openOnDisk(path, windowsDisk(), false, opened, error);
+}
+
+Database::Database(std::unique_ptr<Connection> connection) : connection_(std::move(connection)) {}
+Database::~Database() = default;
+
+const std::wstring& Database::path() const noexcept { return connection_->path(); }
+std::string Database::lastError() const { return connection_->lastError(); }
+
+Status Database::changeCounter(std::uint64_t& counter) {
+  return guarded(*this, [&](Connection& connection) {
+    Query query(connection.statement("PRAGMA data_version"));
+    query.step();
+    counter = static_cast<std::uint64_t>(query->integer(0)) + connection.ownCommits();
+  });
+}
+
+}  // namespace fendrel::store

@@ -1,0 +1,13 @@
+// Database::open on a disk of the caller's choice: where tests inject faults.
+#pragma once
+
+#include "database.h"
+#include "disk.h"
+
+namespace fendrel::store {
+
+// The disk must outlive the database and everything opened from it.
+Status openOnDisk(const std::wstring& path, Disk& disk, bool mayCreate, std::unique_ptr<Database>& opened,
+                  std::string& error);
+
+}  // namespace fendrel::store

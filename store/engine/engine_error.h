@@ -1,0 +1,23 @@
+// How failures travel inside the engine: thrown where they happen, turned into a Status at its border (guarded).
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+
+#include "status.h"
+
+namespace fendrel::store {
+
+struct EngineError {
+  Status status;
+  std::string text;  // one English sentence, UTF-8
+};
+
+[[noreturn]] inline void fail(Status status, std::string text) { throw EngineError{status, std::move(text)}; }
+
+// The two tables that give a foreign code its Status. Out of memory throws std::bad_alloc instead.
+Status statusOfSqlite(int code);
+Status statusOfWindows(unsigned long code);
+
+}  // namespace fendrel::store

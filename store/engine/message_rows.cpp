@@ -1,0 +1,75 @@
+#include "folder_table.h"
+#include "message_table.h"
+#include "property_table.h"
+
+namespace fendrel::store {
+
+namespace {
+
+// One row a property asked for, and at least one a message; the properties of a message follow one another.
+constexpr const char* rowsWithProperties =
+    "SELECT " FENDREL_MESSAGE_COLUMNS ", p.id, p.type, p.size, p.value, p.content "
+    "FROM message m JOIN folder f ON f.id = m.folder "
+    "LEFT JOIN message_property p ON p.message = m.id AND p.part = 0 AND p.id IN (SELECT value FROM json_each(?3)) "
+    "WHERE m.folder = ?1 AND m.associated = ?2 ORDER BY m.id";
+constexpr const char* rowsAlone = "SELECT " FENDREL_MESSAGE_COLUMNS
+                                  " FROM message m JOIN folder f ON f.id = m.folder "
+                                  "WHERE m.folder = ?1 AND m.associated = ?2 ORDER BY m.id";
+
+void readRows(Connection& connection, std::int64_t folder, MessageKind kind, std::span<const PropertyTag> columns,
+              const MessageRowSink& sink) {
+  const std::string ids = idList(columns);
+  Query query(connection.statement(columns.empty() ? rowsAlone : rowsWithProperties), folder, static_cast<int>(kind));
+  if (!columns.empty()) query->bind(3, std::string_view(ids));
+  bool more = query.step();
+  while (more) {
+    const std::int64_t id = query->integer(messageRowColumn);
+    MessageRow row{messageAt(*query), std::vector<Property>(columns.size())};
+    do {
+      if (!columns.empty() && !query->isNull(messageColumnCount)) {
+        const PropertyTag tag = makeTag(static_cast<std::uint16_t>(query->integer(messageColumnCount)),
+                                        static_cast<std::uint16_t>(query->integer(messageColumnCount + 1)));
+        placeInColumns(columns, row.values,
+                       {tag, loadValue(connection, *query, messageColumnCount + 1, defaultValueLimit)});
+      }
+      more = query.step();
+    } while (more && query->integer(messageRowColumn) == id);
+    if (!sink(std::move(row))) return;
+  }
+}
+
+}  // namespace
+
+Status readMessageRows(Database& database, const Guid& folder, MessageKind kind, std::span<const PropertyTag> columns,
+                       const MessageRowSink& sink) {
+  return guarded(database, [&](Connection& connection) {
+    Transaction transaction(connection, Transaction::Read);
+    readRows(connection, folderRow(connection, folder), kind, columns, sink);
+  });
+}
+
+Status readAttachmentRows(Database& database, const Guid& message, std::span<const PropertyTag> columns,
+                          std::vector<AttachmentRow>& rows) {
+  return guarded(database, [&](Connection& connection) {
+    Transaction transaction(connection, Transaction::Read);
+    const std::int64_t row = messageRow(connection, message);
+    std::vector<AttachmentRow> found;
+    Query query(connection.statement("SELECT number, size FROM attachment WHERE message = ? ORDER BY number"), row);
+    while (query.step()) {
+      AttachmentRow attachment;
+      attachment.number = static_cast<std::uint32_t>(query->integer(0));
+      attachment.size = static_cast<std::uint64_t>(query->integer(1));
+      attachment.values.resize(columns.size());
+      if (!columns.empty()) {
+        const auto part = partOf(attachment.number);
+        for (const Property& property : readParts(connection, row, part, columns, defaultValueLimit)) {
+          placeInColumns(columns, attachment.values, property);
+        }
+      }
+      found.push_back(std::move(attachment));
+    }
+    rows = std::move(found);
+  });
+}
+
+}  // namespace fendrel::store

@@ -1,0 +1,206 @@
+// saveMessage: the draft is checked and its contents are brought to the disk first, without holding the database;
+// then one short transaction gives content files their final names, inserts the rows and commits.
+#include <algorithm>
+
+#include "folder_table.h"
+#include "message_table.h"
+#include "property_table.h"
+
+namespace fendrel::store {
+
+namespace {
+
+// The contents of one save. Whatever happens before the commit, their writers keep them.
+class Contents {
+public:
+  explicit Contents(Connection& connection) : connection_(connection) {}
+
+  void add(const ContentChange& change) {
+    if (!change.content) fail(Status::Invalid, "A content to save is missing.");
+    ContentSpool& spool = change.content->spool();
+    const auto type = propertyType(change.tag);
+    if (propertyId(change.tag) == 0 || (type != PropertyType::binary && type != PropertyType::text) ||
+        (type == PropertyType::text && spool.size() % 2 != 0)) {
+      fail(Status::Invalid, "A content to save is neither binary nor text.");
+    }
+    if (&spool.connection() != &connection_) fail(Status::Invalid, "A content to save is of another store.");
+    if (spool.saved() || std::ranges::find(spools_, &spool) != spools_.end()) {
+      fail(Status::Invalid, "A content was saved already.");
+    }
+    spools_.push_back(&spool);
+  }
+
+  // A value that is too long for its row.
+  ContentSpool& addValue(const PropertyValue& value) {
+    auto& spool = owned_.emplace_back(std::make_unique<ContentSpool>(connection_));
+    spool->write(0, contentOfValue(value));
+    spools_.push_back(spool.get());
+    return *spool;
+  }
+
+  void prepare() {
+    for (ContentSpool* spool : spools_) spool->prepare();
+  }
+
+  void unpublish() noexcept {
+    for (ContentSpool* spool : spools_) spool->unpublish();
+  }
+
+  void finish() noexcept {
+    for (ContentSpool* spool : spools_) spool->finish();
+  }
+
+private:
+  Connection& connection_;
+  std::vector<std::unique_ptr<ContentSpool>> owned_;
+  std::vector<ContentSpool*> spools_;
+};
+
+// Takes files back from their final names while the failed transaction still keeps others out.
+class Publication {
+public:
+  explicit Publication(Contents& contents) : contents_(&contents) {}
+  ~Publication() {
+    if (contents_) contents_->unpublish();
+  }
+  Publication(const Publication&) = delete;
+  Publication& operator=(const Publication&) = delete;
+  void committed() noexcept {
+    contents_->finish();
+    contents_ = nullptr;
+  }
+
+private:
+  Contents* contents_;
+};
+
+// What is to be done to one part: the message itself or an attachment.
+struct PartChange {
+  std::int64_t part;
+  std::span<const PropertyTag> remove;
+  std::vector<const Property*> values;
+  std::vector<std::pair<PropertyTag, ContentSpool*>> contents;
+};
+
+PartChange planPart(std::int64_t part, std::span<const Property> set, std::span<const PropertyTag> remove,
+                    std::span<const ContentChange> contents, Contents& all) {
+  PartChange change{part, remove, {}, {}};
+  std::vector<std::uint16_t> ids;
+  for (const Property& property : set) {
+    checkFits(property);
+    ids.push_back(propertyId(property.tag));
+    if (isInline(property)) {
+      change.values.push_back(&property);
+    } else {
+      change.contents.emplace_back(property.tag, &all.addValue(property.value));
+    }
+  }
+  for (const ContentChange& content : contents) {
+    all.add(content);
+    ids.push_back(propertyId(content.tag));
+    change.contents.emplace_back(content.tag, &content.content->spool());
+  }
+  for (const PropertyTag tag : remove) ids.push_back(propertyId(tag));
+  std::ranges::sort(ids);
+  if (std::ranges::adjacent_find(ids) != ids.end()) fail(Status::Invalid, "A property is changed twice in one save.");
+  return change;
+}
+
+void applyPart(Connection& connection, std::int64_t message, const PartChange& change) {
+  for (const PropertyTag tag : change.remove) removeProperty(connection, message, change.part, tag);
+  for (const Property* property : change.values) setProperty(connection, message, change.part, *property);
+  for (const auto& [tag, spool] : change.contents) setContent(connection, message, change.part, tag, *spool);
+}
+
+std::int64_t insertMessage(Connection& connection, const MessageDraft& draft) {
+  const FileTime time = now();
+  Query(connection.statement("INSERT INTO message (guid, folder, associated, is_read, size, attachment_count, created, "
+                             "modified, search_key, revision) VALUES (?, ?, ?, ?, 0, 0, ?, ?, ?, 1)"),
+        newGuid(), folderRow(connection, draft.folder), static_cast<int>(draft.kind),
+        int{draft.isRead.value_or(false)}, draft.created.value_or(time).ticks, time.ticks,
+        draft.searchKey ? *draft.searchKey : newGuid())
+      .run();
+  return sqlite3_last_insert_rowid(connection.handle());
+}
+
+std::int64_t touchMessage(Connection& connection, const MessageDraft& draft) {
+  const std::int64_t row = messageRow(connection, *draft.message);
+  const MessageInfo info = messageInfo(connection, row);
+  if (draft.expectedRevision && *draft.expectedRevision != info.revision) {
+    fail(Status::Changed, "The message was changed by someone else meanwhile.");
+  }
+  Query(connection.statement("UPDATE message SET is_read = ?, modified = ?, revision = revision + 1 WHERE id = ?"),
+        int{draft.isRead.value_or(info.isRead)}, now().ticks, row)
+      .run();
+  return row;
+}
+
+void applyAttachment(Connection& connection, std::int64_t message, const AttachmentChange& attachment,
+                     const PartChange& change) {
+  if (attachment.action == AttachmentAction::Add) {
+    Query query(connection.statement("SELECT 1 FROM attachment WHERE message = ? AND number = ?"), message,
+                attachment.number);
+    if (query.step()) {
+      fail(Status::AlreadyExists, "The message already has an attachment number " + std::to_string(attachment.number) + ".");
+    }
+    Query(connection.statement("INSERT INTO attachment (message, number, size) VALUES (?, ?, 0)"), message,
+          attachment.number)
+        .run();
+  } else {
+    checkAttachmentExists(connection, message, attachment.number);
+  }
+  if (attachment.action == AttachmentAction::Remove) {
+    Query(connection.statement("DELETE FROM attachment WHERE message = ? AND number = ?"), message, attachment.number)
+        .run();
+    return;
+  }
+  applyPart(connection, message, change);
+}
+
+}  // namespace
+
+void refreshSizes(Connection& connection, std::int64_t message) {
+  Query(connection.statement("UPDATE attachment SET size = (SELECT coalesce(sum(p.size), 0) FROM message_property p "
+                             "WHERE p.message = ?1 AND p.part = number + 1) WHERE message = ?1"),
+        message)
+      .run();
+  Query(connection.statement(
+            "UPDATE message SET size = (SELECT coalesce(sum(size), 0) FROM message_property WHERE message = ?1), "
+            "attachment_count = (SELECT count(*) FROM attachment WHERE message = ?1) WHERE id = ?1"),
+        message)
+      .run();
+}
+
+Status saveMessage(Database& database, const MessageDraft& draft, MessageInfo& saved) {
+  Connection& connection = database.connection();
+  try {
+    Contents contents(connection);
+    const PartChange ownChange = planPart(messagePart, draft.set, draft.remove, draft.contents, contents);
+    std::vector<PartChange> attachmentChanges;
+    for (const AttachmentChange& attachment : draft.attachments) {
+      attachmentChanges.push_back(
+          planPart(partOf(attachment.number), attachment.set, attachment.remove, attachment.contents, contents));
+    }
+    contents.prepare();
+
+    const std::lock_guard lock(connection.mutex());
+    Transaction transaction(connection, Transaction::Write);
+    Publication publication(contents);
+    const std::int64_t row = draft.message ? touchMessage(connection, draft) : insertMessage(connection, draft);
+    applyPart(connection, row, ownChange);
+    for (std::size_t i = 0; i < draft.attachments.size(); ++i) {
+      applyAttachment(connection, row, draft.attachments[i], attachmentChanges[i]);
+    }
+    refreshSizes(connection, row);
+    const MessageInfo info = messageInfo(connection, row);
+    transaction.commit();
+    publication.committed();
+    saved = info;
+    return Status::Ok;
+  } catch (EngineError& error) {
+    connection.setLastError(std::move(error.text));
+    return error.status;
+  }
+}
+
+}  // namespace fendrel::store

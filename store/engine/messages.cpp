@@ -1,0 +1,196 @@
+#include "messages.h"
+
+#include "folder_table.h"
+#include "message_table.h"
+#include "property_table.h"
+
+namespace fendrel::store {
+
+namespace {
+
+[[noreturn]] void failNoMessage() { fail(Status::NotFound, "The message does not exist, or exists no longer."); }
+
+void deleteRow(Connection& connection, std::int64_t row) {
+  Query(connection.statement("DELETE FROM message WHERE id = ?"), row).run();
+}
+
+std::vector<Property> readPartOf(Connection& connection, const Guid& message, std::optional<std::uint32_t> attachment,
+                                 std::span<const PropertyTag> tags, std::uint64_t valueLimit) {
+  Transaction transaction(connection, Transaction::Read);
+  const std::int64_t row = messageRow(connection, message);
+  if (attachment) checkAttachmentExists(connection, row, *attachment);
+  return readParts(connection, row, attachment ? partOf(*attachment) : messagePart, tags, valueLimit);
+}
+
+}  // namespace
+
+MessageInfo messageAt(const Statement& row) {
+  MessageInfo info;
+  info.id = row.guid(0);
+  info.folder = row.guid(1);
+  info.kind = row.integer(2) != 0 ? MessageKind::Associated : MessageKind::Ordinary;
+  info.isRead = row.integer(3) != 0;
+  info.hasAttachments = row.integer(4) > 0;
+  info.size = static_cast<std::uint64_t>(row.integer(5));
+  info.created = {static_cast<std::uint64_t>(row.integer(6))};
+  info.modified = {static_cast<std::uint64_t>(row.integer(7))};
+  info.searchKey = row.guid(8);
+  info.revision = static_cast<std::uint64_t>(row.integer(9));
+  return info;
+}
+
+std::int64_t messageRow(Connection& connection, const Guid& message) {
+  Query query(connection.statement("SELECT id FROM message WHERE guid = ?"), message);
+  if (!query.step()) failNoMessage();
+  return query->integer(0);
+}
+
+MessageInfo messageInfo(Connection& connection, std::int64_t row) {
+  Query query(connection.statement("SELECT " FENDREL_MESSAGE_COLUMNS
+                                   " FROM message m JOIN folder f ON f.id = m.folder WHERE m.id = ?"),
+              row);
+  if (!query.step()) failNoMessage();
+  return messageAt(*query);
+}
+
+void checkAttachmentExists(Connection& connection, std::int64_t message, std::uint32_t number) {
+  Query query(connection.statement("SELECT 1 FROM attachment WHERE message = ? AND number = ?"), message, number);
+  if (!query.step()) fail(Status::NotFound, "The message has no attachment number " + std::to_string(number) + ".");
+}
+
+Status findMessage(Database& database, const Guid& message, MessageInfo& found) {
+  return guarded(database, [&](Connection& connection) {
+    Query query(connection.statement("SELECT " FENDREL_MESSAGE_COLUMNS
+                                     " FROM message m JOIN folder f ON f.id = m.folder WHERE m.guid = ?"),
+                message);
+    if (!query.step()) failNoMessage();
+    found = messageAt(*query);
+  });
+}
+
+Status readMessageProperties(Database& database, const Guid& message, std::span<const PropertyTag> tags,
+                             std::vector<Property>& properties, std::uint64_t valueLimit) {
+  return guarded(database, [&](Connection& connection) {
+    properties = readPartOf(connection, message, std::nullopt, tags, valueLimit);
+  });
+}
+
+Status readAttachmentProperties(Database& database, const Guid& message, std::uint32_t number,
+                                std::span<const PropertyTag> tags, std::vector<Property>& properties,
+                                std::uint64_t valueLimit) {
+  return guarded(database, [&](Connection& connection) {
+    properties = readPartOf(connection, message, number, tags, valueLimit);
+  });
+}
+
+Status openContent(Database& database, const Guid& message, std::optional<std::uint32_t> attachment, PropertyTag tag,
+                   std::shared_ptr<ContentReader>& reader) {
+  reader.reset();
+  return guarded(database, [&](Connection& connection) {
+    Transaction transaction(connection, Transaction::Read);
+    const std::int64_t row = messageRow(connection, message);
+    if (attachment) checkAttachmentExists(connection, row, *attachment);
+    Query query(connection.statement("SELECT type, size, value, content FROM message_property "
+                                     "WHERE message = ? AND part = ? AND id = ?"),
+                row, attachment ? partOf(*attachment) : messagePart, propertyId(tag));
+    const bool found = query.step();
+    const auto type = found ? static_cast<std::uint16_t>(query->integer(0)) : PropertyType::unspecified;
+    if (!found || !answers(makeTag(propertyId(tag), type), tag)) {
+      fail(Status::NotFound, "There is no such property.");
+    }
+    if (type != PropertyType::binary && type != PropertyType::text) {
+      fail(Status::Invalid, "Only binary and text properties can be opened.");
+    }
+    std::unique_ptr<ContentSource> source;
+    if (query->isNull(3)) {
+      const PropertyValue value = readValue(*query, 2, type);
+      const auto bytes = contentOfValue(value);
+      source = std::make_unique<ContentSource>(Bytes(bytes.begin(), bytes.end()));
+    } else {
+      source = openContentRow(connection, query->integer(3));
+    }
+    reader = std::make_shared<ContentReader>(std::move(source));
+  });
+}
+
+Status setRead(Database& database, const Guid& message, bool isRead) {
+  return guarded(database, [&](Connection& connection) {
+    Transaction transaction(connection, Transaction::Write);
+    Query(connection.statement("UPDATE message SET is_read = ?2 WHERE id = ?1 AND is_read <> ?2"),
+          messageRow(connection, message), int{isRead})
+        .run();
+    transaction.commit();
+  });
+}
+
+Status deleteMessage(Database& database, const Guid& message) {
+  return guarded(database, [&](Connection& connection) {
+    Transaction transaction(connection, Transaction::Write);
+    deleteRow(connection, messageRow(connection, message));
+    transaction.commit();
+  });
+}
+
+Status deleteMessages(Database& database, std::span<const Guid> messages) {
+  return guarded(database, [&](Connection& connection) {
+    Transaction transaction(connection, Transaction::Write);
+    for (const Guid& message : messages) {
+      Query(connection.statement("DELETE FROM message WHERE guid = ?"), message).run();
+    }
+    transaction.commit();
+  });
+}
+
+Status moveMessage(Database& database, const Guid& message, const Guid& newFolder) {
+  return guarded(database, [&](Connection& connection) {
+    Transaction transaction(connection, Transaction::Write);
+    const std::int64_t row = messageRow(connection, message);
+    Query(connection.statement("UPDATE message SET folder = ? WHERE id = ?"), folderRow(connection, newFolder), row)
+        .run();
+    transaction.commit();
+  });
+}
+
+Status copyMessage(Database& database, const Guid& message, const Guid& newFolder, MessageInfo& copy) {
+  // The contents are streamed into writers outside of any transaction, then saved as a new message.
+  MessageInfo original;
+  Status status = findMessage(database, message, original);
+  MessageDraft draft;
+  draft.folder = newFolder;
+  draft.kind = original.kind;
+  draft.isRead = original.isRead;
+  draft.searchKey = original.searchKey;
+  draft.created = original.created;
+
+  const auto take = [&](std::optional<std::uint32_t> number, std::vector<Property>& set,
+                        std::vector<ContentChange>& contents) {
+    std::vector<Property> properties;
+    Status result = number ? readAttachmentProperties(database, message, *number, {}, properties)
+                           : readMessageProperties(database, message, {}, properties);
+    for (Property& property : properties) {
+      if (!std::holds_alternative<UnloadedValue>(property.value)) {
+        set.push_back(std::move(property));
+        continue;
+      }
+      std::shared_ptr<ContentReader> reader;
+      auto writer = ContentWriter::create(database);
+      if (result == Status::Ok) result = openContent(database, message, number, property.tag, reader);
+      if (result == Status::Ok) result = writer->copyFrom(*reader);
+      contents.push_back({property.tag, std::move(writer)});
+    }
+    return result;
+  };
+
+  std::vector<AttachmentRow> attachments;
+  if (status == Status::Ok) status = take(std::nullopt, draft.set, draft.contents);
+  if (status == Status::Ok) status = readAttachmentRows(database, message, {}, attachments);
+  for (const AttachmentRow& row : attachments) {
+    if (status != Status::Ok) break;
+    auto& change = draft.attachments.emplace_back();
+    change.number = row.number;
+    status = take(row.number, change.set, change.contents);
+  }
+  return status == Status::Ok ? saveMessage(database, draft, copy) : status;
+}
+
+}  // namespace fendrel::store

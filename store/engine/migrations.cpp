@@ -1,0 +1,49 @@
+#include "migrations.h"
+
+#include "connection.h"
+
+namespace fendrel::store {
+
+namespace {
+
+std::int64_t pragma(Connection& connection, const char* sql) {
+  Query query(connection.statement(sql));
+  query.step();
+  return query->integer(0);
+}
+
+// Throws for a file that is not ours or newer than we are; returns its version.
+int acceptedVersion(Connection& connection, int latest) {
+  const auto version = pragma(connection, "PRAGMA user_version");
+  const auto application = pragma(connection, "PRAGMA application_id");
+  const bool isEmpty = version == 0 && application == 0 &&
+                       pragma(connection, "SELECT count(*) FROM sqlite_schema") == 0;
+  if (!isEmpty && application != applicationId) {
+    fail(Status::Corrupt, "The file is a database of another program, not a message store.");
+  }
+  if (version > latest) {
+    fail(Status::NewerVersion, "The store was written by a newer version of this program: it has version " +
+                                   std::to_string(version) + ", this program knows versions up to " +
+                                   std::to_string(latest) + ". Install the newer version.");
+  }
+  return static_cast<int>(version);
+}
+
+}  // namespace
+
+void migrate(Connection& connection, std::span<const Migration> migrations) {
+  const int latest = migrations.empty() ? 0 : migrations.back().version;
+  if (acceptedVersion(connection, latest) == latest) return;
+  for (const Migration& migration : migrations) {
+    Transaction transaction(connection, Transaction::Write);
+    // Read again inside the transaction: another process may have been here meanwhile.
+    if (acceptedVersion(connection, latest) < migration.version) {
+      connection.execute(migration.sql);
+      connection.execute("PRAGMA application_id = " + std::to_string(applicationId));
+      connection.execute("PRAGMA user_version = " + std::to_string(migration.version));
+    }
+    transaction.commit();
+  }
+}
+
+}  // namespace fendrel::store

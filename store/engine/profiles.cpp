@@ -1,0 +1,177 @@
+#include "profiles.h"
+
+#include "standard_folders.h"
+#include "unicode.h"
+
+namespace fendrel::store {
+
+namespace {
+
+constexpr const char* selectAll =
+    "SELECT p.guid, p.name, p.user_name, p.password_salt, p.password_iterations, p.password_hash, p.is_default, "
+    "p.created, s.guid FROM profile p JOIN store s ON s.id = p.mailbox ORDER BY p.id";
+constexpr const char* selectByName =
+    "SELECT p.guid, p.name, p.user_name, p.password_salt, p.password_iterations, p.password_hash, p.is_default, "
+    "p.created, s.guid FROM profile p JOIN store s ON s.id = p.mailbox WHERE p.name = ?";
+constexpr const char* selectDefault =
+    "SELECT p.guid, p.name, p.user_name, p.password_salt, p.password_iterations, p.password_hash, p.is_default, "
+    "p.created, s.guid FROM profile p JOIN store s ON s.id = p.mailbox WHERE p.is_default = 1";
+
+Bytes copyOf(std::span<const std::byte> bytes) { return {bytes.begin(), bytes.end()}; }
+
+Profile profileAt(const Statement& row) {
+  Profile profile;
+  profile.id = row.guid(0);
+  profile.name = row.wideText(1);
+  profile.userName = row.wideText(2);
+  profile.password.salt = copyOf(row.bytes(3));
+  profile.password.iterations = static_cast<std::uint32_t>(row.integer(4));
+  profile.password.hash = copyOf(row.bytes(5));
+  profile.isDefault = row.integer(6) != 0;
+  profile.created = {static_cast<std::uint64_t>(row.integer(7))};
+  profile.mailbox = row.guid(8);
+  return profile;
+}
+
+void bindPassword(Statement& statement, int first, const PasswordRecord& password) {
+  if (password.empty()) return;  // unbound parameters are NULL
+  statement.bind(first, std::span<const std::byte>(password.salt));
+  statement.bind(first + 1, password.iterations);
+  statement.bind(first + 2, std::span<const std::byte>(password.hash));
+}
+
+std::string quoted(const std::u16string& name) { return std::string("'").append(toUtf8(name)).append("'"); }
+
+[[noreturn]] void failNoProfile(const std::u16string& name) {
+  fail(Status::NotFound, "There is no profile " + quoted(name) + ".");
+}
+
+// The profile's row and its mailbox's. Throws NotFound.
+std::pair<std::int64_t, std::int64_t> profileRow(Connection& connection, const std::u16string& name) {
+  const std::string utf8 = toUtf8(name);
+  Query query(connection.statement("SELECT id, mailbox FROM profile WHERE name = ?"), std::string_view(utf8));
+  if (!query.step()) failNoProfile(name);
+  return {query->integer(0), query->integer(1)};
+}
+
+bool profileExists(Connection& connection, const std::u16string& name) {
+  const std::string utf8 = toUtf8(name);
+  Query query(connection.statement("SELECT 1 FROM profile WHERE name = ?"), std::string_view(utf8));
+  return query.step();
+}
+
+void makeDefault(Connection& connection, std::int64_t row) {
+  Query(connection.statement("UPDATE profile SET is_default = 0 WHERE is_default = 1 AND id <> ?"), row).run();
+  Query(connection.statement("UPDATE profile SET is_default = 1 WHERE id = ?"), row).run();
+}
+
+// For changes of one profile by name.
+template <class Change>
+Status changeProfile(Database& database, const std::u16string& name, Change change) {
+  return guarded(database, [&](Connection& connection) {
+    Transaction transaction(connection, Transaction::Write);
+    const auto [row, mailbox] = profileRow(connection, name);
+    change(connection, row, mailbox);
+    transaction.commit();
+  });
+}
+
+}  // namespace
+
+Status createProfile(Database& database, Profile& profile) {
+  return guarded(database, [&](Connection& connection) {
+    if (profile.name.empty()) fail(Status::Invalid, "A profile needs a name.");
+    Profile made = profile;
+    made.id = newGuid();
+    made.created = now();
+    const std::string name = toUtf8(made.name);
+    const std::string userName = toUtf8(made.userName);
+
+    Transaction transaction(connection, Transaction::Write);
+    if (profileExists(connection, made.name)) {
+      fail(Status::AlreadyExists, "There is already a profile " + quoted(made.name) + ".");
+    }
+    const std::u16string mailboxName = std::u16string(u"Mailbox - ").append(made.userName);
+    const std::int64_t mailbox = insertStore(connection, StoreKind::Mailbox, mailboxName, made.mailbox);
+    {
+      Query query(connection.statement(
+                      "INSERT INTO profile (guid, name, user_name, is_default, created, mailbox, "
+                      "password_salt, password_iterations, password_hash) VALUES (?, ?, ?, 0, ?, ?, ?, ?, ?)"),
+                  made.id, std::string_view(name), std::string_view(userName), made.created.ticks, mailbox);
+      bindPassword(*query, 6, made.password);
+      query.run();
+    }
+    const std::int64_t row = sqlite3_last_insert_rowid(connection.handle());
+    {
+      Query others(connection.statement("SELECT 1 FROM profile WHERE id <> ?"), row);
+      made.isDefault = made.isDefault || !others.step();
+    }
+    if (made.isDefault) makeDefault(connection, row);
+    transaction.commit();
+    profile = std::move(made);
+  });
+}
+
+Status findProfile(Database& database, const std::u16string& name, Profile& found) {
+  return guarded(database, [&](Connection& connection) {
+    const std::string utf8 = toUtf8(name);
+    Query query(connection.statement(selectByName), std::string_view(utf8));
+    if (!query.step()) failNoProfile(name);
+    found = profileAt(*query);
+  });
+}
+
+Status findDefaultProfile(Database& database, Profile& found) {
+  return guarded(database, [&](Connection& connection) {
+    Query query(connection.statement(selectDefault));
+    if (!query.step()) fail(Status::NotFound, "There is no default profile.");
+    found = profileAt(*query);
+  });
+}
+
+Status listProfiles(Database& database, std::vector<Profile>& profiles) {
+  return guarded(database, [&](Connection& connection) {
+    std::vector<Profile> all;
+    Query query(connection.statement(selectAll));
+    while (query.step()) all.push_back(profileAt(*query));
+    profiles = std::move(all);
+  });
+}
+
+Status setDefaultProfile(Database& database, const std::u16string& name) {
+  return changeProfile(database, name, [](Connection& connection, std::int64_t row, std::int64_t) {
+    makeDefault(connection, row);
+  });
+}
+
+Status setPassword(Database& database, const std::u16string& name, const PasswordRecord& password) {
+  return changeProfile(database, name, [&](Connection& connection, std::int64_t row, std::int64_t) {
+    Query query(connection.statement("UPDATE profile SET password_salt = ?1, password_iterations = ?2, "
+                                     "password_hash = ?3 WHERE id = ?4"));
+    bindPassword(*query, 1, password);
+    query->bind(4, row);
+    query.run();
+  });
+}
+
+Status renameProfile(Database& database, const std::u16string& name, const std::u16string& newName) {
+  return changeProfile(database, name, [&](Connection& connection, std::int64_t row, std::int64_t) {
+    if (newName.empty()) fail(Status::Invalid, "A profile needs a name.");
+    const std::string utf8 = toUtf8(newName);
+    Query query(connection.statement("SELECT 1 FROM profile WHERE name = ? AND id <> ?"), std::string_view(utf8), row);
+    if (query.step()) fail(Status::AlreadyExists, "There is already a profile " + quoted(newName) + ".");
+    Query(connection.statement("UPDATE profile SET name = ? WHERE id = ?"), std::string_view(utf8), row).run();
+  });
+}
+
+Status deleteProfile(Database& database, const std::u16string& name) {
+  return changeProfile(database, name, [](Connection& connection, std::int64_t row, std::int64_t mailbox) {
+    Query(connection.statement("DELETE FROM profile WHERE id = ?"), row).run();
+    Query(connection.statement("DELETE FROM store WHERE id = ?"), mailbox).run();
+    Query(connection.statement("UPDATE profile SET is_default = 1 WHERE id = (SELECT min(id) FROM profile) "
+                               "AND NOT EXISTS (SELECT 1 FROM profile WHERE is_default = 1)"))
+        .run();
+  });
+}
+
+}  // namespace fendrel::store

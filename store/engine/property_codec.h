@@ -1,0 +1,36 @@
+// How a property's value lies in a table's column. For the engine's own files only.
+//
+//   type (low half of the tag)                 column
+//   int16, int32, int64, currency, boolean     INTEGER
+//   time                                       INTEGER, 100-nanosecond intervals since 1601 UTC
+//   float32, float64, appTime                  REAL; not-a-number is NULL
+//   text                                       TEXT, UTF-8 (an unpaired surrogate as three bytes)
+//   guid                                       BLOB of 16 bytes in memory order
+//   binary                                     BLOB
+//   manyInt32                                  BLOB: the numbers one after another, 4 bytes each
+//   manyText, manyBinary                       BLOB: for each value its length in bytes (4 bytes), then its bytes
+//                                              (UTF-8 for text)
+// Numbers inside a BLOB are little-endian.
+#pragma once
+
+#include "sqlite_statement.h"
+
+namespace fendrel::store {
+
+// Throws Invalid if the value is not what its tag's type asks for, or if the type cannot be stored.
+void checkFits(const Property& property);
+
+// Binds the value; what had to be encoded is kept in `scratch` until the statement has run.
+void bindValue(Statement& statement, int parameter, const PropertyValue& value, Bytes& scratch);
+
+// Throws Corrupt if the column is not what the type asks for.
+PropertyValue readValue(const Statement& statement, int column, std::uint16_t type);
+
+// What a value counts for in sizes: bytes, text two a code unit.
+std::uint64_t valueSize(const PropertyValue& value);
+
+// Content bytes (text as UTF-16LE) as a value and back. Throws Corrupt for text of odd size.
+PropertyValue valueOfContent(std::uint16_t type, Bytes bytes);
+std::span<const std::byte> contentOfValue(const PropertyValue& value);  // text or binary only
+
+}  // namespace fendrel::store

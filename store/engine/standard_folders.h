@@ -1,0 +1,18 @@
+// The stores of a database and the folders that every store has. For the engine's own files only.
+#pragma once
+
+#include "connection.h"
+#include "stores.h"
+
+namespace fendrel::store {
+
+// Inside a write transaction: a new store with its standard folders; returns its row.
+std::int64_t insertStore(Connection& connection, StoreKind kind, const std::u16string& displayName, Guid& id);
+
+// Creates the public store if the database has none yet.
+void ensurePublicStore(Connection& connection);
+
+// Throws NotFound.
+std::int64_t storeRow(Connection& connection, const Guid& store);
+
+}  // namespace fendrel::store

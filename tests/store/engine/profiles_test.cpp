@@ -1,0 +1,146 @@
+#include "engine_fixture.h"
+
+namespace fendrel::store {
+namespace {
+
+class ProfilesTest : public EngineTest {
+protected:
+  Profile add(const std::u16string& profileName, const std::u16string& user) {
+    Profile profile;
+    profile.name = profileName;
+    profile.userName = user;
+    EXPECT_EQ(createProfile(*database, profile), Status::Ok) << database->lastError();
+    return profile;
+  }
+};
+
+TEST_F(ProfilesTest, EachHasAMailboxWithStandardFolders) {
+  const Profile profile = add(u"Work", u"Grace Höpper \u5831");
+  StoreInfo mailbox;
+  ASSERT_EQ(findStore(*database, profile.mailbox, mailbox), Status::Ok);
+  EXPECT_EQ(mailbox.kind, StoreKind::Mailbox);
+  EXPECT_EQ(mailbox.displayName, u"Mailbox - Grace Höpper \u5831");
+  EXPECT_EQ(folderNow(mailbox.root).parent, noGuid);
+  EXPECT_EQ(folderNow(mailbox.ipmSubtree).parent, mailbox.root);
+  EXPECT_EQ(folderNow(mailbox.commonViews).parent, mailbox.root);
+  EXPECT_EQ(folderNow(mailbox.finder).parent, mailbox.root);
+  EXPECT_EQ(folderNow(mailbox.inbox).name, u"Inbox");
+  EXPECT_EQ(folderNow(mailbox.inbox).parent, mailbox.ipmSubtree);
+  EXPECT_EQ(folderNow(mailbox.outbox).name, u"Outbox");
+  EXPECT_EQ(folderNow(mailbox.wastebasket).name, u"Deleted Items");
+  EXPECT_EQ(folderNow(mailbox.sentItems).name, u"Sent Items");
+}
+
+TEST_F(ProfilesTest, PublicStoreIsOneForAllAndHasNoInbox) {
+  add(u"A", u"a");
+  StoreInfo store;
+  ASSERT_EQ(findPublicStore(*database, store), Status::Ok);
+  EXPECT_EQ(store.kind, StoreKind::Public);
+  EXPECT_EQ(store.displayName, u"Public Folders");
+  EXPECT_NE(store.commonViews, noGuid);
+  EXPECT_EQ(store.inbox, noGuid);
+  const Guid id = store.id;
+  reopen();
+  ASSERT_EQ(findPublicStore(*database, store), Status::Ok);
+  EXPECT_EQ(store.id, id);
+}
+
+TEST_F(ProfilesTest, EverythingComesBackAfterReopening) {
+  Profile profile;
+  profile.name = u"Tresor";
+  profile.userName = u"U";
+  profile.password = {pattern(16), 210'000, pattern(32, 2)};
+  ASSERT_EQ(createProfile(*database, profile), Status::Ok);
+  reopen();
+  Profile found;
+  ASSERT_EQ(findProfile(*database, u"tresor", found), Status::Ok);
+  EXPECT_EQ(found.name, u"Tresor");
+  EXPECT_EQ(found.password.salt, pattern(16));
+  EXPECT_EQ(found.password.iterations, 210'000u);
+  EXPECT_EQ(found.password.hash, pattern(32, 2));
+  EXPECT_EQ(found.mailbox, profile.mailbox);
+  EXPECT_EQ(found.id, profile.id);
+  EXPECT_EQ(found.created, profile.created);
+}
+
+TEST_F(ProfilesTest, PasswordCanBeReplacedAndRemoved) {
+  add(u"P", u"u");
+  ASSERT_EQ(setPassword(*database, u"P", {pattern(8), 5, pattern(9)}), Status::Ok);
+  Profile found;
+  ASSERT_EQ(findProfile(*database, u"P", found), Status::Ok);
+  EXPECT_EQ(found.password.hash, pattern(9));
+  ASSERT_EQ(setPassword(*database, u"P", {}), Status::Ok);
+  ASSERT_EQ(findProfile(*database, u"P", found), Status::Ok);
+  EXPECT_TRUE(found.password.empty());
+  EXPECT_EQ(setPassword(*database, u"none", {}), Status::NotFound);
+}
+
+TEST_F(ProfilesTest, NameIsTakenWhateverItsCase) {
+  add(u"Work", u"a");
+  Profile second;
+  second.name = u"WORK";
+  second.userName = u"b";
+  EXPECT_EQ(createProfile(*database, second), Status::AlreadyExists);
+  std::vector<Profile> all;
+  ASSERT_EQ(listProfiles(*database, all), Status::Ok);
+  EXPECT_EQ(all.size(), 1u);
+}
+
+TEST_F(ProfilesTest, NamelessOneIsInvalid) {
+  Profile nameless;
+  EXPECT_EQ(createProfile(*database, nameless), Status::Invalid);
+}
+
+TEST_F(ProfilesTest, FirstIsTheDefaultUntilAnotherIsMade) {
+  add(u"First", u"a");
+  add(u"Second", u"b");
+  Profile found;
+  ASSERT_EQ(findDefaultProfile(*database, found), Status::Ok);
+  EXPECT_EQ(found.name, u"First");
+  ASSERT_EQ(setDefaultProfile(*database, u"Second"), Status::Ok);
+  ASSERT_EQ(findDefaultProfile(*database, found), Status::Ok);
+  EXPECT_EQ(found.name, u"Second");
+  std::vector<Profile> all;
+  ASSERT_EQ(listProfiles(*database, all), Status::Ok);
+  ASSERT_EQ(all.size(), 2u);
+  EXPECT_FALSE(all[0].isDefault);
+  EXPECT_TRUE(all[1].isDefault);
+}
+
+TEST_F(ProfilesTest, NoneIsTheDefaultOfAnEmptyStore) {
+  Profile found;
+  EXPECT_EQ(findDefaultProfile(*database, found), Status::NotFound);
+}
+
+TEST_F(ProfilesTest, DeletedOneTakesItsMailboxAlongAndPassesOnTheDefault) {
+  const Profile first = add(u"First", u"a");
+  add(u"Second", u"b");
+  StoreInfo mailbox;
+  ASSERT_EQ(findStore(*database, first.mailbox, mailbox), Status::Ok);
+  save(draftWithAttachment(mailbox.inbox, pattern(contentBlockSize * 2)));
+  ASSERT_EQ(contentFiles().size(), 1u);
+
+  ASSERT_EQ(deleteProfile(*database, u"First"), Status::Ok) << database->lastError();
+
+  EXPECT_EQ(findStore(*database, first.mailbox, mailbox), Status::NotFound);
+  EXPECT_TRUE(contentFiles().empty());
+  Profile found;
+  ASSERT_EQ(findDefaultProfile(*database, found), Status::Ok);
+  EXPECT_EQ(found.name, u"Second");
+  EXPECT_EQ(deleteProfile(*database, u"First"), Status::NotFound);
+}
+
+TEST_F(ProfilesTest, RenamedOneKeepsItsMailbox) {
+  const Profile made = add(u"Old", u"a");
+  add(u"Taken", u"b");
+  EXPECT_EQ(renameProfile(*database, u"Old", u"taken"), Status::AlreadyExists);
+  EXPECT_EQ(renameProfile(*database, u"Old", u""), Status::Invalid);
+  ASSERT_EQ(renameProfile(*database, u"Old", u"OLD"), Status::Ok);
+  Profile found;
+  ASSERT_EQ(findProfile(*database, u"old", found), Status::Ok);
+  EXPECT_EQ(found.name, u"OLD");
+  EXPECT_EQ(found.mailbox, made.mailbox);
+}
+
+}  // namespace
+}  // namespace fendrel::store
