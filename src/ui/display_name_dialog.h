@@ -1,0 +1,33 @@
+// Asks for the name under which a report is posted.
+#pragma once
+
+#include "iwnd.h"
+#include "text_conversion.h"
+
+namespace fendrel {
+
+// Does not close with OK before there is a name.
+class CDisplayNameDialog : public CIWnd {
+ public:
+  enum Result : INT_PTR { failed = -1, ok = IDOK, cancelled = IDCANCEL, aborted = IDABORT };
+
+  CDisplayNameDialog() = default;
+  ~CDisplayNameDialog() override;
+
+  // Asks for the name of the report `reportFileName`: ok, cancelled, aborted or failed. On ok `name` is the name
+  // entered, at most 254 characters without trailing blanks, or null when there was no memory; else it is left alone.
+  static INT_PTR DoModal(HWND hParent, const wchar_t* reportFileName, HeapText& name) noexcept;
+
+  void SetPromptText() const noexcept;
+  void ReadName() noexcept;
+  const wchar_t* GetName() const noexcept { return m_szName; }
+
+  wchar_t m_szPrompt[256] = {};
+  wchar_t m_szName[256] = {};
+
+ private:
+  BOOL onCommand(WORD id) noexcept;
+  static INT_PTR CALLBACK dialogProc(HWND hWnd, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
+};
+
+}  // namespace fendrel

@@ -1,0 +1,34 @@
+// An ordered list of borrowed objects.
+#pragma once
+
+#include <list>
+
+#include "iobject.h"
+
+namespace fendrel {
+
+class CIObList {
+ public:
+  using Position = std::list<CIObject*>::const_iterator;
+
+  CIObList() = default;
+  virtual ~CIObList() = default;
+  CIObList(const CIObList&) = delete;
+  CIObList& operator=(const CIObList&) = delete;
+
+  // False when there is no memory.
+  bool AddTail(CIObject* object) noexcept;
+
+  // Takes the first entry of `object` out, if there is one.
+  void Remove(CIObject* object) noexcept;
+
+  Position GetHeadPosition() const noexcept { return objects_.begin(); }
+
+  // The object at `position`, which moves on; null at the end.
+  CIObject* GetNext(Position& position) const noexcept;
+
+ private:
+  std::list<CIObject*> objects_;
+};
+
+}  // namespace fendrel

@@ -1,0 +1,14 @@
+// The root of the objects behind windows.
+#pragma once
+
+namespace fendrel {
+
+class CIObject {
+ public:
+  CIObject() = default;
+  virtual ~CIObject() = default;
+  CIObject(const CIObject&) = delete;
+  CIObject& operator=(const CIObject&) = delete;
+};
+
+}  // namespace fendrel

@@ -1,0 +1,28 @@
+// From window handles to the objects behind them.
+#pragma once
+
+#include "iob_list.h"
+#include "iwnd.h"
+
+namespace fendrel {
+
+// Borrows its objects. One thread: dialogs are modal and run on the host's thread.
+class CIWndMap : public CIObList {
+ public:
+  BOOL Add(CIWnd* wnd) noexcept { return AddTail(wnd); }
+
+  // TRUE with the first object whose handle is `hWnd`.
+  BOOL Lookup(HWND hWnd, CIWnd*& wnd) const noexcept;
+};
+
+// Every open dialog of the module.
+extern CIWndMap theWndMap;
+
+// The object behind `hWnd` as the class that its dialog procedure put into the map, or null.
+template <class Wnd>
+Wnd* findWnd(HWND hWnd) noexcept {
+  CIWnd* wnd;
+  return theWndMap.Lookup(hWnd, wnd) ? static_cast<Wnd*>(wnd) : nullptr;
+}
+
+}  // namespace fendrel
