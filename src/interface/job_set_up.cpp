@@ -3,8 +3,10 @@
 #include <cwchar>
 
 #include "destination_options.h"
+#include "mapi_container_dlg.h"
 #include "path_parts.h"
 #include "report_names.h"
+#include "resource_module.h"
 
 namespace fendrel {
 namespace {
@@ -66,12 +68,30 @@ void scanForReports(const std::vector<std::wstring>& fileNames) noexcept {
     if (_wcsicmp(std::wstring(extensionOf(std::wstring_view(name))).c_str(), L"RPT") != 0) return;
 }
 
+// Shows the folders of the job's session and takes the path of the chosen one. 0, 2 or 6.
+std::uint32_t chooseFolder(ExportJob& job) {
+  CMAPIContainerDlg dialog(g_hResInstance);
+  const auto& profileName = job.destination.profileName;
+  if (!dialog.DoModal(job.parentWindow, job.session.Get(), profileName ? profileName->c_str() : nullptr))
+    return FENDREL_CANCELLED;
+  if (!dialog.m_pszFolderPath) return FENDREL_OUT_OF_MEMORY;
+  job.destination.folderPath = dialog.m_pszFolderPath.get();
+  dialog.ReleaseFolderPath();
+  return FENDREL_SUCCESS;
+}
+
+// The type stays as it is set first: nobody is asked for it. What the other types would do is kept all the same.
 std::uint32_t setUpInteractively(ExportJob& job) {
   scanForReports(job.fileNames);
   job.destination.type = FENDREL_REPORT_INSTANCE;
   if (const auto code = Logon(job, nullptr, nullptr); code != FENDREL_SUCCESS) return code;
-  // Nobody is shown a folder to choose yet, which ends like a dialog that was cancelled.
-  return FENDREL_CANCELLED;
+  if (job.destination.type == FENDREL_PERSONAL_REPORT) {
+    job.destination.folderPath.reset();
+    return FENDREL_SUCCESS;
+  }
+  if (job.destination.type != FENDREL_FOLDER_REPORT && job.destination.type != FENDREL_REPORT_INSTANCE)
+    return FENDREL_CANCELLED;
+  return chooseFolder(job);
 }
 
 }  // namespace
