@@ -7,6 +7,7 @@
 #include "options_conversion.h"
 #include "options_encoding.h"
 #include "posting_loop.h"
+#include "report_naming.h"
 #include "wait_cursor.h"
 
 using namespace fendrel;
@@ -56,6 +57,7 @@ uint32_t WINAPI NRVExportToDestinationW(FendrelJob job, const FendrelExportDescr
     ExportJob* const known = jobTable().find(job);
     if (!known || !files || (files->fileCount != 0 && !files->filePaths)) return std::uint32_t{FENDREL_INVALID_ARGUMENT};
     const WaitCursor wait;
+    ReportNaming naming(known->parentWindow);
     return postReportFiles({.session = known->session.Get(),
                             .optionsSupplied = known->optionsSupplied,
                             .destination = known->destination,
@@ -63,7 +65,7 @@ uint32_t WINAPI NRVExportToDestinationW(FendrelJob job, const FendrelExportDescr
                             .sender = known->sender,
                             .templateClass = templateMessageClass(),
                             .documentClass = documentMessageClass(),
-                            .naming = nullptr,
+                            .naming = &naming,
                             .errorText = known->errorText},
                            {files->filePaths, files->fileCount});
   });

@@ -16,8 +16,8 @@
 
 namespace fendrel {
 
-// What the naming step answers for one file.
-enum class Naming { post = 1, skip = 2, abort = 3 };
+// What the naming step answers for one file; any other value, of a dialog that could not be shown, posts too.
+enum class Naming : std::intptr_t { post = 1, skip = 2, abort = 3 };
 
 // Asks for the display name, comment and body of a file. Used in template mode only.
 class NamingStep {

@@ -1,0 +1,84 @@
+#include "report_naming.h"
+
+#include <cstring>
+#include <cwchar>
+
+#include "display_name_dialog.h"
+#include "information_box.h"
+#include "mapi_row.h"
+#include "mapi_table.h"
+#include "tlv_file.h"
+
+namespace fendrel {
+namespace {
+
+// Tags of a report file.
+constexpr std::uint16_t commentTag = 4121;
+constexpr std::uint16_t bodyTag = 4122;  // nothing behind it is read
+
+// Compares 8-bit text as if it were wide, two bytes a character and no further than its terminator. Kept on purpose:
+// of names in plain letters only those of one letter are ever found to be used.
+bool equalsAsWide(const char* text, const wchar_t* name) {
+  const std::size_t count = (std::strlen(text) + 1) / sizeof(wchar_t);
+  std::wstring wide(count, L'\0');
+  std::memcpy(wide.data(), text, count * sizeof(wchar_t));
+  return _wcsicmp(wide.c_str(), name) == 0;
+}
+
+// A block's wide text up to its terminator; nothing for an empty block.
+std::optional<std::wstring> textOf(const MemoryBlock& block) {
+  if (!block) return std::nullopt;
+  std::wstring text(BlockSize(block) / sizeof(wchar_t), L'\0');
+  std::memcpy(text.data(), block.get(), text.size() * sizeof(wchar_t));
+  text.resize(wcsnlen(text.c_str(), text.size()));
+  return text;
+}
+
+}  // namespace
+
+bool isReportNameUsed(IMAPIFolder* folder, const wchar_t* name) {
+  static constexpr auto columns = propertyTags(PR_DISPLAY_NAME_A);
+  CMAPITable messages;
+  if (!messages.OpenAssociatedContentsTable(folder) || !messages.Prepare(columns.array())) return false;
+  while (const SRow* const row = messages.NextRow()) {
+    if (row->cValues == 0 || PROP_TYPE(row->lpProps[0].ulPropTag) != PT_STRING8) continue;
+    const char* const carried = row->lpProps[0].Value.lpszA;
+    if (carried && equalsAsWide(carried, name)) return true;
+  }
+  return false;
+}
+
+void readReportTexts(const wchar_t* filePath, ReportTexts& texts) {
+  std::unique_ptr<TLVFile> report;
+  if (!filePath || OpenTLVFile(filePath, openForRead, denyWrite, report) != fileSuccess) return;
+  bool commentSeen = false;
+  std::uint16_t tag = 0, length = 0;
+  do {
+    MemoryBlock value;
+    if (report->ReadItem(tag, length, value) != fileSuccess) return;
+    if (tag == commentTag && !commentSeen) {
+      texts.comment = textOf(value);
+      commentSeen = true;
+    } else if (tag == bodyTag) {
+      texts.body = textOf(value);
+    }
+  } while (tag != bodyTag);
+}
+
+Naming ReportNaming::nameReport(const std::wstring& reportName, const wchar_t* filePath, IMAPIFolder* folder,
+                                ReportTexts& texts) {
+  HeapText name;
+  for (;;) {
+    const INT_PTR answer = CDisplayNameDialog::DoModal(parentWindow_, reportName.c_str(), name);
+    if (answer != CDisplayNameDialog::ok) return static_cast<Naming>(answer);
+    if (!name || !isReportNameUsed(folder, name.get())) break;
+    showInformation(parentWindow_,
+                    L"Report Display Name has already been used by other reports.\n"
+                    L"Please enter a unique report display name.");
+  }
+  if (name) texts.displayName = name.get();
+  readReportTexts(filePath, texts);
+  return Naming::post;
+}
+
+}  // namespace fendrel
