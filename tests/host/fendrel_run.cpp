@@ -1,0 +1,133 @@
+#include "fendrel_run.h"
+
+#include <windows.h>
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+
+#include "build_paths.h"
+#include "text.h"
+
+namespace fendrel::test {
+namespace {
+
+constexpr DWORD longestRun = 60'000;  // milliseconds
+
+struct HandleCloser {
+  void operator()(void* handle) const noexcept { CloseHandle(handle); }
+};
+using Handle = std::unique_ptr<void, HandleCloser>;
+
+struct Pipe {
+  Handle readEnd, writeEnd;
+
+  Pipe() {
+    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+    HANDLE read = nullptr, write = nullptr;
+    if (!CreatePipe(&read, &write, &inherited, 0)) throw std::runtime_error("no pipe");
+    readEnd.reset(read);
+    writeEnd.reset(write);
+    SetHandleInformation(read, HANDLE_FLAG_INHERIT, 0);
+  }
+};
+
+std::string readAll(HANDLE handle) {
+  std::string text;
+  char chunk[4096];
+  DWORD read = 0;
+  while (ReadFile(handle, chunk, sizeof chunk, &read, nullptr) && read > 0) text.append(chunk, read);
+  return text;
+}
+
+// An argument as programs take it apart again.
+std::wstring quoted(const std::wstring& argument) {
+  std::wstring text = L"\"";
+  std::size_t backslashes = 0;
+  for (const wchar_t c : argument) {
+    if (c == L'\\') {
+      ++backslashes;
+      continue;
+    }
+    text.append(c == L'"' ? backslashes * 2 + 1 : backslashes, L'\\');
+    backslashes = 0;
+    text += c;
+  }
+  text.append(backslashes * 2, L'\\');
+  return text + L'"';
+}
+
+}  // namespace
+
+nlohmann::json Run::json() const {
+  nlohmann::json document = nlohmann::json::parse(out, nullptr, false);
+  EXPECT_FALSE(document.is_discarded()) << "no JSON: " << out << err;
+  return document;
+}
+
+Run runProgram(const std::wstring& program, const std::vector<std::string>& arguments,
+               const std::wstring& workingDirectory) {
+  std::wstring command = quoted(program);
+  for (const std::string& argument : arguments) command += L' ' + quoted(host::toWide(argument));
+  Pipe out, err;
+  STARTUPINFOW start{};
+  start.cb = sizeof start;
+  start.dwFlags = STARTF_USESTDHANDLES;
+  start.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+  start.hStdOutput = out.writeEnd.get();
+  start.hStdError = err.writeEnd.get();
+  PROCESS_INFORMATION started{};
+  if (!CreateProcessW(program.c_str(), command.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                      workingDirectory.empty() ? nullptr : workingDirectory.c_str(), &start, &started))
+    throw std::runtime_error("cannot start " + utf8(program));
+  const Handle process(started.hProcess), thread(started.hThread);
+  out.writeEnd.reset();
+  err.writeEnd.reset();
+  Run run;
+  std::jthread errorReader([&] { run.err = readAll(err.readEnd.get()); });
+  std::jthread watch([&](std::stop_token) {
+    if (WaitForSingleObject(process.get(), longestRun) == WAIT_TIMEOUT) TerminateProcess(process.get(), 98);
+  });
+  run.out = readAll(out.readEnd.get());
+  errorReader.join();
+  watch.join();
+  DWORD code = 0;
+  GetExitCodeProcess(process.get(), &code);
+  run.exitCode = static_cast<int>(code);
+  return run;
+}
+
+FendrelTest::FendrelTest() {
+  SetEnvironmentVariableW(L"FENDREL_STORE", (folder.path() / L"store.db").c_str());
+  SetEnvironmentVariableW(L"FENDREL_PASSWORD", nullptr);
+  SetEnvironmentVariableW(L"FENDREL_SHELL", nullptr);
+  SetEnvironmentVariableW(L"FENDREL_TERMINAL", nullptr);
+}
+
+FendrelTest::~FendrelTest() { SetEnvironmentVariableW(L"FENDREL_STORE", nullptr); }
+
+Run FendrelTest::fendrel(std::initializer_list<std::string> arguments) const {
+  return runProgram(buildFile(L"bin/fendrel.exe"), arguments, folder.path());
+}
+
+void FendrelTest::addJane() const {
+  const Run run = fendrel({"profile", "add", "jane", "--user", "Jane Doe"});
+  ASSERT_EQ(run.exitCode, 0) << run.err;
+}
+
+std::string FendrelTest::newFile(std::wstring_view name, std::string_view content) const {
+  return utf8(folder.file(name, content));
+}
+
+std::string FendrelTest::inFolder(std::wstring_view name) const { return utf8((folder.path() / name).wstring()); }
+
+std::string readFile(const std::wstring& path) {
+  std::ifstream stream(std::filesystem::path(path), std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+std::string utf8(std::wstring_view text) { return host::toUtf8(text); }
+
+}  // namespace fendrel::test

@@ -1,0 +1,47 @@
+// Runs the built fendrel.exe on a store of the test's own and catches what it says.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+#include "temp_folder.h"
+
+namespace fendrel::test {
+
+struct Run {
+  int exitCode = -1;
+  std::string out, err;  // UTF-8 as written
+
+  // Standard output as one JSON document; a test failure when it is none.
+  nlohmann::json json() const;
+};
+
+// Starts a program with arguments in UTF-8 in a working directory and waits for its end, at most a minute.
+Run runProgram(const std::wstring& program, const std::vector<std::string>& arguments,
+               const std::wstring& workingDirectory = {});
+
+// A test with an empty store, which FENDREL_STORE names, and a folder for its files.
+class FendrelTest : public testing::Test {
+ protected:
+  FendrelTest();
+  ~FendrelTest() override;
+
+  Run fendrel(std::initializer_list<std::string> arguments) const;
+  // Adds the profile "jane" of Jane Doe.
+  void addJane() const;
+  // The full path in UTF-8 of a new file.
+  std::string newFile(std::wstring_view name, std::string_view content) const;
+  std::string inFolder(std::wstring_view name) const;
+
+  TempFolder folder;
+};
+
+std::string readFile(const std::wstring& path);
+std::string utf8(std::wstring_view text);
+
+}  // namespace fendrel::test

@@ -1,0 +1,111 @@
+#include <gmock/gmock.h>
+#include <windows.h>
+
+#include "fendrel_run.h"
+
+namespace fendrel::test {
+namespace {
+
+using testing::HasSubstr;
+
+class ProfileCommand : public FendrelTest {};
+
+TEST_F(ProfileCommand, ListOfNoneTellsHowToMakeOne) {
+  const Run run = fendrel({"profile", "list"});
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  EXPECT_THAT(run.out, HasSubstr("fendrel profile add"));
+  EXPECT_EQ(fendrel({"profile", "list", "--json"}).json()["profiles"].size(), 0u);
+}
+
+TEST_F(ProfileCommand, AddedProfileIsListedWithItsUser) {
+  const Run added = fendrel({"profile", "add", "jane", "--user", "Jane D\xC3\xB6" "e", "--default"});
+  ASSERT_EQ(added.exitCode, 0) << added.err;
+  EXPECT_EQ(added.out, "Profile 'jane' was made and is the default.\n");
+  EXPECT_EQ(fendrel({"profile", "list"}).out, "jane  Jane D\xC3\xB6" "e  (default)\n");
+  const auto profiles = fendrel({"profile", "list", "--json"}).json()["profiles"];
+  ASSERT_EQ(profiles.size(), 1u);
+  EXPECT_EQ(profiles[0]["name"], "jane");
+  EXPECT_EQ(profiles[0]["user"], "Jane D\xC3\xB6" "e");
+  EXPECT_EQ(profiles[0]["default"], true);
+}
+
+TEST_F(ProfileCommand, SecondProfileOfOneNameIsRefused) {
+  addJane();
+  const Run run = fendrel({"profile", "add", "jane"});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_THAT(run.err, HasSubstr("Profile 'jane' exists already"));
+}
+
+TEST_F(ProfileCommand, RemovedProfileIsGone) {
+  addJane();
+  const Run run = fendrel({"profile", "remove", "jane", "--json"});
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  EXPECT_EQ(run.json()["removed"], "jane");
+  EXPECT_EQ(fendrel({"profile", "list", "--json"}).json()["profiles"].size(), 0u);
+}
+
+TEST_F(ProfileCommand, RemovingAnUnknownProfileNamesTheOthers) {
+  addJane();
+  const Run run = fendrel({"profile", "remove", "john"});
+  EXPECT_EQ(run.exitCode, 4);
+  EXPECT_THAT(run.err, HasSubstr("There is no profile 'john'"));
+  EXPECT_THAT(run.err, HasSubstr("'jane'"));
+}
+
+TEST_F(ProfileCommand, RemovingAnEmptyNameRemovesNothing) {
+  addJane();
+  EXPECT_EQ(fendrel({"profile", "remove", ""}).exitCode, 2);
+  EXPECT_EQ(fendrel({"profile", "list", "--json"}).json()["profiles"].size(), 1u);
+}
+
+TEST_F(ProfileCommand, CommandWithoutAnyProfileTellsHowToMakeOne) {
+  const Run run = fendrel({"folders"});
+  EXPECT_EQ(run.exitCode, 4);
+  EXPECT_THAT(run.err, HasSubstr("fendrel profile add NAME"));
+}
+
+TEST_F(ProfileCommand, SeveralProfilesWithoutADefaultAreNamed) {
+  addJane();
+  ASSERT_EQ(fendrel({"profile", "add", "john", "--user", "John Roe"}).exitCode, 0);
+  const Run run = fendrel({"folders"});
+  EXPECT_EQ(run.exitCode, 4);
+  EXPECT_THAT(run.err, HasSubstr("'jane', 'john'"));
+  EXPECT_THAT(run.err, HasSubstr("--profile NAME"));
+  EXPECT_EQ(fendrel({"folders", "--profile", "john"}).exitCode, 0);
+}
+
+TEST_F(ProfileCommand, DefaultProfileIsTakenWhereNoneIsNamed) {
+  addJane();
+  ASSERT_EQ(fendrel({"profile", "add", "john", "--user", "John Roe", "--default"}).exitCode, 0);
+  EXPECT_EQ(fendrel({"folders", "--json"}).json()["profile"], "john");
+}
+
+TEST_F(ProfileCommand, UnknownProfileIsNotUsable) {
+  addJane();
+  const Run run = fendrel({"folders", "--profile", "nobody", "--json"});
+  EXPECT_EQ(run.exitCode, 4);
+  EXPECT_EQ(run.json()["error"]["name"], "MAPI_E_NOT_FOUND");
+  EXPECT_THAT(run.err, HasSubstr("'nobody'"));
+}
+
+TEST_F(ProfileCommand, PasswordIsNeededAndTakenFromOptionOrEnvironment) {
+  ASSERT_EQ(fendrel({"profile", "add", "safe", "--user", "Jane Doe", "--password", "s\xC3\xA9same"}).exitCode, 0);
+  const Run without = fendrel({"folders"});
+  EXPECT_EQ(without.exitCode, 4);
+  EXPECT_THAT(without.err, HasSubstr("MAPI_E_LOGON_FAILED"));
+  EXPECT_EQ(fendrel({"folders", "--password", "wrong"}).exitCode, 4);
+  EXPECT_EQ(fendrel({"folders", "--password", "s\xC3\xA9same"}).exitCode, 0);
+  SetEnvironmentVariableW(L"FENDREL_PASSWORD", L"s\u00E9same");
+  EXPECT_EQ(fendrel({"folders"}).exitCode, 0);
+}
+
+TEST_F(ProfileCommand, PostNeedsAndUsesThePassword) {
+  ASSERT_EQ(fendrel({"profile", "add", "safe", "--user", "Jane Doe", "--password", "sesame"}).exitCode, 0);
+  const std::string file = newFile(L"a.txt", "a");
+  EXPECT_EQ(fendrel({"post", "--to", "Public Folders@R", "--create", file}).exitCode, 4);
+  const Run run = fendrel({"post", "--to", "Public Folders@R", "--create", "--password", "sesame", file});
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+}
+
+}  // namespace
+}  // namespace fendrel::test
