@@ -16,11 +16,18 @@ constexpr const char* rowsAlone = "SELECT " FENDREL_MESSAGE_COLUMNS
                                   " FROM message m JOIN folder f ON f.id = m.folder "
                                   "WHERE m.folder = ?1 AND m.associated = ?2 ORDER BY m.id";
 
-void readRows(Connection& connection, std::int64_t folder, MessageKind kind, std::span<const PropertyTag> columns,
-              const MessageRowSink& sink) {
-  const std::string ids = idList(columns);
-  Query query(connection.statement(columns.empty() ? rowsAlone : rowsWithProperties), folder, static_cast<int>(kind));
-  if (!columns.empty()) query->bind(3, std::string_view(ids));
+// The same for one message.
+constexpr const char* rowWithProperties =
+    "SELECT " FENDREL_MESSAGE_COLUMNS ", p.id, p.type, p.size, p.value, p.content "
+    "FROM message m JOIN folder f ON f.id = m.folder "
+    "LEFT JOIN message_property p ON p.message = m.id AND p.part = 0 AND p.id IN (SELECT value FROM json_each(?3)) "
+    "WHERE m.folder = ?1 AND m.guid = ?2";
+constexpr const char* rowAlone = "SELECT " FENDREL_MESSAGE_COLUMNS
+                                 " FROM message m JOIN folder f ON f.id = m.folder "
+                                 "WHERE m.folder = ?1 AND m.guid = ?2";
+
+// False once the sink has had enough.
+bool readRows(Connection& connection, Query& query, std::span<const PropertyTag> columns, const MessageRowSink& sink) {
   bool more = query.step();
   while (more) {
     const std::int64_t id = query->integer(messageRowColumn);
@@ -34,8 +41,9 @@ void readRows(Connection& connection, std::int64_t folder, MessageKind kind, std
       }
       more = query.step();
     } while (more && query->integer(messageRowColumn) == id);
-    if (!sink(std::move(row))) return;
+    if (!sink(std::move(row))) return false;
   }
+  return true;
 }
 
 }  // namespace
@@ -44,7 +52,25 @@ Status readMessageRows(Database& database, const Guid& folder, MessageKind kind,
                        const MessageRowSink& sink) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Read);
-    readRows(connection, folderRow(connection, folder), kind, columns, sink);
+    const std::string ids = idList(columns);
+    Query query(connection.statement(columns.empty() ? rowsAlone : rowsWithProperties), folderRow(connection, folder),
+                static_cast<int>(kind));
+    if (!columns.empty()) query->bind(3, std::string_view(ids));
+    readRows(connection, query, columns, sink);
+  });
+}
+
+Status readMessageRowsOf(Database& database, const Guid& folder, std::span<const Guid> messages,
+                         std::span<const PropertyTag> columns, const MessageRowSink& sink) {
+  return guarded(database, [&](Connection& connection) {
+    Transaction transaction(connection, Transaction::Read);
+    const std::int64_t row = folderRow(connection, folder);
+    const std::string ids = idList(columns);
+    for (const Guid& message : messages) {
+      Query query(connection.statement(columns.empty() ? rowAlone : rowWithProperties), row, message);
+      if (!columns.empty()) query->bind(3, std::string_view(ids));
+      if (!readRows(connection, query, columns, sink)) return;
+    }
   });
 }
 

@@ -154,6 +154,17 @@ Status setPassword(Database& database, const std::u16string& name, const Passwor
   });
 }
 
+Status setUserName(Database& database, const std::u16string& name, const std::u16string& userName) {
+  return changeProfile(database, name, [&](Connection& connection, std::int64_t row, std::int64_t mailbox) {
+    if (userName.empty()) fail(Status::Invalid, "A user needs a name.");
+    const std::string utf8 = toUtf8(userName);
+    const std::string mailboxName = "Mailbox - " + utf8;
+    Query(connection.statement("UPDATE profile SET user_name = ? WHERE id = ?"), std::string_view(utf8), row).run();
+    Query(connection.statement("UPDATE store SET display_name = ? WHERE id = ?"), std::string_view(mailboxName), mailbox)
+        .run();
+  });
+}
+
 Status renameProfile(Database& database, const std::u16string& name, const std::u16string& newName) {
   return changeProfile(database, name, [&](Connection& connection, std::int64_t row, std::int64_t) {
     if (newName.empty()) fail(Status::Invalid, "A profile needs a name.");
