@@ -1,0 +1,75 @@
+// The properties of a message or attachment on their way to a save: what is saved, under what has changed since.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <variant>
+
+#include "messages.h"
+#include "stream_content.h"
+
+namespace fendrel::provider {
+
+// Changes by property identifier; the latest counts.
+class PropertyChanges {
+public:
+  struct Removed {};
+  struct Content {
+    PropertyTag tag;
+    std::shared_ptr<DraftContent> content;
+  };
+  using Change = std::variant<Removed, Property, Content>;
+
+  const std::map<ULONG, Change>& changes() const noexcept { return changes_; }
+  bool empty() const noexcept { return changes_.empty(); }
+  void clear() noexcept { changes_.clear(); }
+  const Change* find(PropertyTag tag) const;
+  void set(Property property);
+  void set(Content content);
+  void remove(PropertyTag tag);
+
+  // Splits them as the engine takes them.
+  HRESULT moveInto(std::vector<Property>& set, std::vector<PropertyTag>& remove,
+                   std::vector<store::ContentChange>& contents) const;
+
+private:
+  std::map<ULONG, Change> changes_;
+};
+
+class DraftProperties {
+public:
+  explicit DraftProperties(std::shared_ptr<store::Database> database) : database_(std::move(database)) {}
+
+  // Where the saved values are; none before the first save.
+  void setSaved(const store::Guid& message, std::optional<std::uint32_t> attachment) {
+    message_ = message;
+    attachment_ = attachment;
+  }
+  bool isSaved() const noexcept { return message_.has_value(); }
+
+  PropertyChanges& changes() noexcept { return changes_; }
+  const PropertyChanges& changes() const noexcept { return changes_; }
+
+  // One property for each tag, long values loaded; tag 0 where there is none.
+  HRESULT read(std::span<const PropertyTag> tags, std::vector<Property>& found) const;
+
+  // All; a value of more than `limit` bytes comes unloaded.
+  HRESULT readAll(std::uint64_t limit, std::vector<Property>& found) const;
+
+  // What a client's OpenProperty for a stream gets. `create`: missing is no failure, and what is there is discarded.
+  HRESULT openContent(ULONG tag, bool writable, bool create, std::shared_ptr<StreamContent>& content);
+
+private:
+  HRESULT readSaved(std::span<const PropertyTag> tags, std::uint64_t limit, std::vector<Property>& found) const;
+  HRESULT loadSaved(Property& property) const;
+  HRESULT openForWriting(ULONG tag, const Property& present, bool create, std::shared_ptr<StreamContent>& content);
+
+  std::shared_ptr<store::Database> database_;
+  std::optional<store::Guid> message_;
+  std::optional<std::uint32_t> attachment_;
+  PropertyChanges changes_;
+};
+
+}  // namespace fendrel::provider

@@ -1,0 +1,44 @@
+// Entry identifiers of this store.
+//
+//   offset  size
+//        0     4  flags, 0: long-term
+//        4    16  the provider, the same in all of our identifiers
+//       20    16  the store; for a user zeros
+//       36     4  object type: MAPI_STORE, MAPI_FOLDER, MAPI_MESSAGE, MAPI_MAILUSER; little-endian
+//       40    16  the object; for a store the store again, for a user the profile
+//
+// Two identifiers are of the same object exactly when their bytes are equal.
+#pragma once
+
+#include <optional>
+
+#include "mapi.h"
+#include "property_values.h"
+
+namespace fendrel::provider {
+
+struct EntryId {
+  ULONG type = 0;
+  store::Guid store{};
+  store::Guid object{};
+  bool operator==(const EntryId&) const = default;
+};
+
+constexpr ULONG entryIdSize = 56;
+
+// This provider's identifier, as PR_MDB_PROVIDER and in entry identifiers.
+const MAPIUID& providerId() noexcept;
+
+store::Bytes encode(const EntryId& entryId);
+store::Bytes bytesOf(const store::Guid& guid);
+
+// Nothing for an identifier that is not ours.
+std::optional<EntryId> decode(ULONG size, const void* entryId);
+
+// CompareEntryIDs for whoever offers it.
+HRESULT compareEntryIds(ULONG size1, const void* id1, ULONG size2, const void* id2, ULONG* result) noexcept;
+
+// An identifier as an answer: a MAPI block of its own.
+HRESULT handOutEntryId(const store::Bytes& bytes, ULONG* size, LPENTRYID* entryId);
+
+}  // namespace fendrel::provider

@@ -1,0 +1,24 @@
+// Opens what an entry identifier names.
+#pragma once
+
+#include "com_object.h"
+#include "folders.h"
+#include "session_context.h"
+
+namespace fendrel::provider {
+
+// OpenEntry within one store; no identifier names the root folder. MAPI_E_INVALID_ENTRYID (not ours, other store),
+// MAPI_E_NOT_FOUND, MAPI_E_INTERFACE_NOT_SUPPORTED, MAPI_E_NO_ACCESS.
+HRESULT openEntryOfStore(const ScopePointer& scope, ULONG size, const void* entryId, LPCIID iid, ULONG flags,
+                         ULONG* objectType, LPUNKNOWN* object);
+
+// OpenEntry of a session: stores, what is in them, and users.
+HRESULT openEntryOfSession(const SessionPointer& session, ULONG size, const void* entryId, LPCIID iid, ULONG flags,
+                           ULONG* objectType, LPUNKNOWN* object);
+
+// A store of the session's profile: its mailbox or the public one. Others are MAPI_E_NOT_FOUND.
+HRESULT openStore(const SessionPointer& session, const store::Guid& id, bool writable, ScopePointer& scope);
+
+HRESULT openFolder(const ScopePointer& scope, const store::FolderInfo& folder, LPCIID iid, ULONG flags, LPUNKNOWN* object);
+
+}  // namespace fendrel::provider

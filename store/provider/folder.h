@@ -1,0 +1,58 @@
+// IMAPIFolder.
+#pragma once
+
+#include "folder_properties.h"
+#include "mapi_object.h"
+#include "messages.h"
+#include "restriction.h"
+
+namespace fendrel::provider {
+
+// Changes of a folder take effect at once; there is nothing to save.
+class Folder final : public MapiObject<IMAPIFolder> {
+public:
+  Folder(ScopePointer scope, const store::Guid& id, bool writable)
+      : MapiObject(mutexOf(scope->session)), scope_(std::move(scope)), id_(id), writable_(writable) {}
+
+  // IMAPIContainer
+  STDMETHODIMP GetContentsTable(ULONG flags, LPMAPITABLE* table) override;
+  STDMETHODIMP GetHierarchyTable(ULONG flags, LPMAPITABLE* table) override;
+  STDMETHODIMP OpenEntry(ULONG size, LPENTRYID entryId, LPCIID iid, ULONG flags, ULONG* objectType,
+                         LPUNKNOWN* object) override;
+  STDMETHODIMP SetSearchCriteria(LPSRestriction restriction, LPENTRYLIST containers, ULONG flags) override;
+  STDMETHODIMP GetSearchCriteria(ULONG flags, LPSRestriction* restriction, LPENTRYLIST* containers,
+                                 ULONG* state) override;
+  // IMAPIFolder
+  STDMETHODIMP CreateMessage(LPCIID iid, ULONG flags, LPMESSAGE* message) override;
+  STDMETHODIMP CopyMessages(LPENTRYLIST messages, LPCIID iid, LPVOID target, ULONG window, LPMAPIPROGRESS progress,
+                            ULONG flags) override;
+  STDMETHODIMP DeleteMessages(LPENTRYLIST messages, ULONG window, LPMAPIPROGRESS progress, ULONG flags) override;
+  STDMETHODIMP CreateFolder(ULONG type, LPTSTR name, LPTSTR comment, LPCIID iid, ULONG flags,
+                            LPMAPIFOLDER* folder) override;
+  STDMETHODIMP CopyFolder(ULONG size, LPENTRYID entryId, LPCIID iid, LPVOID target, LPTSTR newName, ULONG window,
+                          LPMAPIPROGRESS progress, ULONG flags) override;
+  STDMETHODIMP DeleteFolder(ULONG size, LPENTRYID entryId, ULONG window, LPMAPIPROGRESS progress, ULONG flags) override;
+  STDMETHODIMP SetReadFlags(LPENTRYLIST messages, ULONG window, LPMAPIPROGRESS progress, ULONG flags) override;
+  STDMETHODIMP GetMessageStatus(ULONG size, LPENTRYID entryId, ULONG flags, ULONG* status) override;
+  STDMETHODIMP SetMessageStatus(ULONG size, LPENTRYID entryId, ULONG status, ULONG mask, ULONG* oldStatus) override;
+  STDMETHODIMP SaveContentsSort(LPSSortOrderSet order, ULONG flags) override;
+  STDMETHODIMP EmptyFolder(ULONG window, LPMAPIPROGRESS progress, ULONG flags) override;
+
+private:
+  HRESULT readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) override;
+  HRESULT readAllProperties(std::vector<Property>& found) override;
+  HRESULT checkWritable() const override { return writable_ ? S_OK : MAPI_E_NO_ACCESS; }
+  HRESULT checkProperty(PropertyTag tag) const override;
+  HRESULT changeProperties(std::span<const Property> set, std::span<const PropertyTag> remove) override;
+  HRESULT openProperty(ULONG tag, REFIID iid, ULONG options, ULONG flags, IUnknown** object) override;
+
+  // The messages that a list names; all of this folder when there is no list.
+  HRESULT messagesOf(const ENTRYLIST* list, std::vector<store::Guid>& messages) const;
+  HRESULT allMessages(store::MessageKind kind, std::vector<store::Guid>& messages) const;
+
+  ScopePointer scope_;
+  store::Guid id_;
+  bool writable_;
+};
+
+}  // namespace fendrel::provider

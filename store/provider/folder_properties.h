@@ -1,0 +1,17 @@
+// The properties of a folder that the store keeps right by itself.
+#pragma once
+
+#include "folders.h"
+#include "session_context.h"
+
+namespace fendrel::provider {
+
+// PR_ENTRYID and so on, in the order in which a folder lists them.
+std::span<const PropertyTag> computedFolderTags();
+
+bool isComputedFolderTag(PropertyTag tag);
+
+// Tag 0 where the folder has none of it.
+Property computedFolderProperty(const StoreScope& scope, const store::FolderInfo& folder, PropertyTag tag, bool writable);
+
+}  // namespace fendrel::provider

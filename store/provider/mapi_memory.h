@@ -1,0 +1,39 @@
+// MAPI's memory: blocks that hang in chains and die with the chain's top block.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include "mapi.h"
+
+namespace fendrel::provider {
+
+// A new top block of `size` bytes, zeroed, aligned for any value. Throws std::bad_alloc.
+void* allocateTop(std::size_t size);
+
+// A block that dies with `top`. MAPI_E_INVALID_PARAMETER when `top` is no living top block. Throws std::bad_alloc.
+HRESULT allocateBelow(void* top, std::size_t size, void*& block);
+
+// Frees a chain; null is fine. False when `top` is no living top block: nothing is touched then.
+bool freeChain(void* top) noexcept;
+
+struct MapiFree {
+  void operator()(void* block) const noexcept { freeChain(block); }
+};
+template <class T>
+using MapiBuffer = std::unique_ptr<T, MapiFree>;
+
+template <class T>
+MapiBuffer<T> allocateMapi(std::size_t size) {
+  return MapiBuffer<T>(static_cast<T*>(allocateTop(size)));
+}
+
+// Frees each row's properties, then what is left of the set itself.
+void freeRows(SRowSet* rows) noexcept;
+
+struct MapiFreeRows {
+  void operator()(SRowSet* rows) const noexcept { freeRows(rows); }
+};
+using MapiRows = std::unique_ptr<SRowSet, MapiFreeRows>;
+
+}  // namespace fendrel::provider

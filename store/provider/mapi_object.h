@@ -1,0 +1,103 @@
+// IMAPIProp, the same for every object: what it is called for is put to a PropertyHost.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <span>
+#include <vector>
+
+#include "com_object.h"
+#include "property_values.h"
+
+namespace fendrel::provider {
+
+// An object's properties, computed ones included. Tags in questions name identifiers, of any type.
+class PropertyHost {
+public:
+  // One property for each tag, in that order; tag 0 where there is none.
+  virtual HRESULT readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) = 0;
+
+  // All of them; values that are very long come unloaded.
+  virtual HRESULT readAllProperties(std::vector<Property>& found) = 0;
+
+  // S_OK when the object may be changed, else MAPI_E_NO_ACCESS.
+  virtual HRESULT checkWritable() const { return MAPI_E_NO_ACCESS; }
+
+  // S_OK when this property may be set and removed, else the problem to report: MAPI_E_COMPUTED, MAPI_E_NO_ACCESS.
+  virtual HRESULT checkProperty(PropertyTag tag) const = 0;
+
+  // Called with properties that checkProperty lets pass.
+  virtual HRESULT changeProperties(std::span<const Property> set, std::span<const PropertyTag> remove) = 0;
+
+  virtual HRESULT saveChanges(ULONG) { return S_OK; }
+
+  // `options` are the interface's own, STGM_ for a stream.
+  virtual HRESULT openProperty(ULONG, REFIID, ULONG, ULONG, IUnknown**) { return MAPI_E_NO_SUPPORT; }
+
+protected:
+  ~PropertyHost() = default;
+};
+
+// The bodies of the calls of IMAPIProp.
+HRESULT getProps(PropertyHost& host, const SPropTagArray* tags, ULONG flags, ULONG* count, LPSPropValue* values);
+HRESULT getPropList(PropertyHost& host, ULONG flags, LPSPropTagArray* tags);
+HRESULT setProps(PropertyHost& host, ULONG count, const SPropValue* values, LPSPropProblemArray* problems);
+HRESULT deleteProps(PropertyHost& host, const SPropTagArray* tags, LPSPropProblemArray* problems);
+
+template <class Interface>
+class MapiObject : public ComObject<Interface>, protected PropertyHost {
+public:
+  explicit MapiObject(std::shared_ptr<std::recursive_mutex> mutex) : mutex_(std::move(mutex)) {}
+
+  STDMETHODIMP GetLastError(HRESULT, ULONG, LPMAPIERROR* error) override {
+    if (!error) return MAPI_E_INVALID_PARAMETER;
+    *error = nullptr;  // the code says all there is to say
+    return S_OK;
+  }
+  STDMETHODIMP SaveChanges(ULONG flags) override {
+    return locked([&] { return saveChanges(flags); });
+  }
+  STDMETHODIMP GetProps(LPSPropTagArray tags, ULONG flags, ULONG* count, LPSPropValue* values) override {
+    return locked([&] { return getProps(*this, tags, flags, count, values); });
+  }
+  STDMETHODIMP GetPropList(ULONG flags, LPSPropTagArray* tags) override {
+    return locked([&] { return getPropList(*this, flags, tags); });
+  }
+  STDMETHODIMP OpenProperty(ULONG tag, LPCIID iid, ULONG options, ULONG flags, LPUNKNOWN* object) override {
+    if (!iid || !object) return MAPI_E_INVALID_PARAMETER;
+    return locked([&] {
+      *object = nullptr;
+      return openProperty(tag, *iid, options, flags, object);
+    });
+  }
+  STDMETHODIMP SetProps(ULONG count, LPSPropValue values, LPSPropProblemArray* problems) override {
+    return locked([&] { return setProps(*this, count, values, problems); });
+  }
+  STDMETHODIMP DeleteProps(LPSPropTagArray tags, LPSPropProblemArray* problems) override {
+    return locked([&] { return deleteProps(*this, tags, problems); });
+  }
+  STDMETHODIMP CopyTo(ULONG, LPCIID, LPSPropTagArray, ULONG, LPMAPIPROGRESS, LPCIID, LPVOID, ULONG,
+                      LPSPropProblemArray*) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  STDMETHODIMP CopyProps(LPSPropTagArray, ULONG, LPMAPIPROGRESS, LPCIID, LPVOID, ULONG,
+                         LPSPropProblemArray*) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  STDMETHODIMP GetNamesFromIDs(LPSPropTagArray*, LPGUID, ULONG, ULONG*, LPMAPINAMEID**) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  STDMETHODIMP GetIDsFromNames(ULONG, LPMAPINAMEID*, ULONG, LPSPropTagArray*) override { return MAPI_E_NO_SUPPORT; }
+
+protected:
+  template <class Call>
+  HRESULT locked(Call&& call) noexcept {
+    return guarded(*mutex_, std::forward<Call>(call));
+  }
+  const std::shared_ptr<std::recursive_mutex>& mutex() const noexcept { return mutex_; }
+
+private:
+  std::shared_ptr<std::recursive_mutex> mutex_;
+};
+
+}  // namespace fendrel::provider

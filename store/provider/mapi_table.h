@@ -1,0 +1,68 @@
+// IMAPITable over any row source.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "com_object.h"
+#include "restriction.h"
+#include "row_source.h"
+
+namespace fendrel::provider {
+
+// Which rows there are, and their order, is fixed when they are first asked for and anew by Restrict and SortTable;
+// their values are read when they are handed out. Only the rows' keys are held.
+class MapiTable final : public ComObject<IMAPITable> {
+public:
+  // The mutex of the session, kept alive by its owner's pointer.
+  MapiTable(std::shared_ptr<std::recursive_mutex> mutex, std::unique_ptr<RowSource> source, TextForm form);
+
+  STDMETHODIMP GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) override;
+  STDMETHODIMP Advise(ULONG eventMask, LPMAPIADVISESINK sink, ULONG* connection) override;
+  STDMETHODIMP Unadvise(ULONG connection) override;
+  STDMETHODIMP GetStatus(ULONG* status, ULONG* type) override;
+  STDMETHODIMP SetColumns(LPSPropTagArray columns, ULONG flags) override;
+  STDMETHODIMP QueryColumns(ULONG flags, LPSPropTagArray* columns) override;
+  STDMETHODIMP GetRowCount(ULONG flags, ULONG* count) override;
+  STDMETHODIMP SeekRow(BOOKMARK origin, LONG rows, LONG* sought) override;
+  STDMETHODIMP SeekRowApprox(ULONG numerator, ULONG denominator) override;
+  STDMETHODIMP QueryPosition(ULONG* row, ULONG* numerator, ULONG* denominator) override;
+  STDMETHODIMP FindRow(LPSRestriction restriction, BOOKMARK origin, ULONG flags) override;
+  STDMETHODIMP Restrict(LPSRestriction restriction, ULONG flags) override;
+  STDMETHODIMP CreateBookmark(BOOKMARK* position) override;
+  STDMETHODIMP FreeBookmark(BOOKMARK position) override;
+  STDMETHODIMP SortTable(LPSSortOrderSet order, ULONG flags) override;
+  STDMETHODIMP QuerySortOrder(LPSSortOrderSet* order) override;
+  STDMETHODIMP QueryRows(LONG count, ULONG flags, LPSRowSet* rows) override;
+  STDMETHODIMP Abort() override;
+  STDMETHODIMP ExpandRow(ULONG keySize, LPBYTE key, ULONG count, ULONG flags, LPSRowSet* rows, ULONG* more) override;
+  STDMETHODIMP CollapseRow(ULONG keySize, LPBYTE key, ULONG flags, ULONG* count) override;
+  STDMETHODIMP WaitForCompletion(ULONG flags, ULONG timeout, ULONG* status) override;
+  STDMETHODIMP GetCollapseState(ULONG flags, ULONG keySize, LPBYTE key, ULONG* stateSize, LPBYTE* state) override;
+  STDMETHODIMP SetCollapseState(ULONG flags, ULONG stateSize, LPBYTE state, BOOKMARK* location) override;
+
+private:
+  // Makes rows_ right if it is not.
+  HRESULT load();
+  void forgetRows();
+  HRESULT positionOf(BOOKMARK bookmark, std::size_t& position) const;
+  HRESULT findFrom(const Restriction& wanted, std::size_t begin, std::size_t end, bool backward, std::size_t& found);
+  HRESULT readRows(std::size_t begin, std::size_t count, LPSRowSet* rows);
+  std::vector<ULONG> shownTags(const std::vector<PropertyTag>& tags) const;
+
+  std::shared_ptr<std::recursive_mutex> mutex_;
+  std::unique_ptr<RowSource> source_;
+  TextForm form_;
+  std::vector<ULONG> columns_;  // as the client asked
+  std::unique_ptr<Restriction> restriction_;
+  std::vector<SSortOrder> sortOrder_;
+  bool loaded_ = false;
+  std::vector<RowKey> rows_;
+  std::size_t cursor_ = 0;  // before this row; rows_.size() at the end
+  std::map<BOOKMARK, std::size_t> bookmarks_;
+  BOOKMARK nextBookmark_ = BOOKMARK_END + 1;
+};
+
+}  // namespace fendrel::provider

@@ -1,0 +1,15 @@
+// The utility functions that the subsystem exports, for our own use too.
+#pragma once
+
+#include "mapi_memory.h"
+
+namespace fendrel::provider {
+
+// HrGetOneProp: an error value of the object becomes the result.
+HRESULT readOne(IMAPIProp& object, ULONG tag, MapiBuffer<SPropValue>& value);
+
+// HrQueryAllRows. `mostRows` 0: no limit; more rows than that are MAPI_E_TABLE_TOO_BIG.
+HRESULT readAllRows(IMAPITable& table, const SPropTagArray* columns, const SRestriction* restriction,
+                    const SSortOrderSet* order, LONG mostRows, MapiRows& rows);
+
+}  // namespace fendrel::provider

@@ -1,0 +1,30 @@
+// Rows that are few enough to be held whole.
+#pragma once
+
+#include "row_source.h"
+
+namespace fendrel::provider {
+
+class MemoryRows final : public RowSource {
+public:
+  using Row = std::vector<Property>;
+
+  // `columns` is what the table shows; a row may lack some of them.
+  MemoryRows(std::vector<PropertyTag> columns, std::vector<Row> rows)
+      : columns_(std::move(columns)), rows_(std::move(rows)) {}
+
+  std::vector<PropertyTag> defaultColumns() const override { return columns_; }
+  HRESULT scan(std::span<const PropertyTag> columns, const RowSink& sink) override;
+  HRESULT read(std::span<const RowKey> rows, std::span<const PropertyTag> columns, const RowSink& sink) override;
+
+private:
+  bool hand(std::size_t index, std::span<const PropertyTag> columns, const RowSink& sink) const;
+
+  std::vector<PropertyTag> columns_;
+  std::vector<Row> rows_;
+};
+
+// The property of that identifier; tag 0 when there is none.
+Property findProperty(std::span<const Property> properties, PropertyTag tag);
+
+}  // namespace fendrel::provider

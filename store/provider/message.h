@@ -1,0 +1,66 @@
+// IMessage.
+#pragma once
+
+#include <map>
+
+#include "draft_properties.h"
+#include "mapi_object.h"
+#include "message_properties.h"
+
+namespace fendrel::provider {
+
+// Everything that is changed is kept here until SaveChanges hands it to the engine in one transaction.
+class Message final : public MapiObject<IMessage> {
+public:
+  // A new one, which is in no folder before its first save.
+  Message(ScopePointer scope, const store::Guid& folder, store::MessageKind kind);
+  // A saved one.
+  Message(ScopePointer scope, const store::MessageInfo& info, bool writable);
+
+  STDMETHODIMP GetAttachmentTable(ULONG flags, LPMAPITABLE* table) override;
+  STDMETHODIMP OpenAttach(ULONG number, LPCIID iid, ULONG flags, LPATTACH* attachment) override;
+  STDMETHODIMP CreateAttach(LPCIID iid, ULONG flags, ULONG* number, LPATTACH* attachment) override;
+  STDMETHODIMP DeleteAttach(ULONG number, ULONG window, LPMAPIPROGRESS progress, ULONG flags) override;
+  STDMETHODIMP GetRecipientTable(ULONG flags, LPMAPITABLE* table) override;
+  STDMETHODIMP ModifyRecipients(ULONG flags, LPADRLIST recipients) override;
+  STDMETHODIMP SubmitMessage(ULONG flags) override;
+  STDMETHODIMP SetReadFlag(ULONG flags) override;
+
+  // For its attachments: takes over what one of them saved, for the message's own next save.
+  HRESULT keepAttachment(ULONG number, const PropertyChanges& changes);
+  const StoreScope& scope() const noexcept { return *scope_; }
+
+private:
+  enum class AttachmentState { Saved, Added, Changed, Removed };
+  struct PendingAttachment {
+    AttachmentState state;
+    PropertyChanges changes;
+  };
+
+  HRESULT readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) override;
+  HRESULT readAllProperties(std::vector<Property>& found) override;
+  HRESULT checkWritable() const override { return writable_ ? S_OK : MAPI_E_NO_ACCESS; }
+  HRESULT checkProperty(PropertyTag tag) const override;
+  HRESULT changeProperties(std::span<const Property> set, std::span<const PropertyTag> remove) override;
+  HRESULT saveChanges(ULONG flags) override;
+  HRESULT openProperty(ULONG tag, REFIID iid, ULONG options, ULONG flags, IUnknown** object) override;
+
+  Property computed(PropertyTag tag, const Property& source) const;
+  HRESULT draftOf(store::MessageDraft& draft, bool force) const;
+  // The numbers of all attachments that are there, with this object's changes.
+  HRESULT attachmentNumbers(std::vector<ULONG>& numbers) const;
+  // What an attachment's own object starts from. MAPI_E_NOT_FOUND.
+  HRESULT attachmentDraft(ULONG number, DraftProperties& draft) const;
+  bool hasAttachments() const;
+
+  ScopePointer scope_;
+  bool writable_;
+  bool isSaved_;
+  store::MessageInfo info_{};      // before the first save only folder and kind count
+  std::optional<bool> readState_;  // to be saved
+  DraftProperties draft_;
+  std::map<ULONG, PendingAttachment> attachments_;
+  ULONG nextAttachment_ = 0;       // never given out twice by this object
+};
+
+}  // namespace fendrel::provider

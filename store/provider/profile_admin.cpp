@@ -1,0 +1,123 @@
+#include "profile_admin.h"
+
+#include "mapi_table.h"
+#include "memory_rows.h"
+#include "password.h"
+#include "profiles.h"
+#include "service_admin.h"
+#include "status_codes.h"
+
+namespace fendrel::provider {
+namespace {
+
+constexpr std::size_t longestName = cchProfileNameMax;
+
+// A profile that the caller may change: there, and opened with its password.
+HRESULT unlockedProfile(store::Database& database, const void* name, const void* password, ULONG flags,
+                        store::Profile& profile) {
+  const auto status = store::findProfile(database, textArgument(name, flags), profile);
+  if (status != store::Status::Ok) return toResult(status);
+  return checkPassword(profile.password, textArgument(password, flags));
+}
+
+}  // namespace
+
+STDMETHODIMP ProfileAdmin::GetLastError(HRESULT, ULONG, LPMAPIERROR* error) {
+  if (!error) return MAPI_E_INVALID_PARAMETER;
+  *error = nullptr;
+  return S_OK;
+}
+
+STDMETHODIMP ProfileAdmin::GetProfileTable(ULONG flags, LPMAPITABLE* table) {
+  if (!table) return MAPI_E_INVALID_PARAMETER;
+  return guarded([&] {
+    *table = nullptr;
+    std::vector<store::Profile> profiles;
+    const auto status = store::listProfiles(*database_, profiles);
+    if (status != store::Status::Ok) return toResult(status);
+    std::vector<MemoryRows::Row> rows;
+    for (const store::Profile& profile : profiles) {
+      rows.push_back({makeProperty(PR_DISPLAY_NAME_W, profile.name), makeProperty(PR_DEFAULT_PROFILE, profile.isDefault),
+                      makeProperty(PR_INSTANCE_KEY, store::Bytes(profile.id.bytes, profile.id.bytes + 16)),
+                      makeProperty(PR_MAILBOX_OWNER_NAME_W, profile.userName)});
+    }
+    auto source = std::make_unique<MemoryRows>(
+        std::vector<PropertyTag>{PR_DISPLAY_NAME_W, PR_DEFAULT_PROFILE, PR_INSTANCE_KEY, PR_MAILBOX_OWNER_NAME_W},
+        std::move(rows));
+    auto opened = makeObject<MapiTable>(std::make_shared<std::recursive_mutex>(), std::move(source), textForm(flags));
+    return handOut(opened, table);
+  });
+}
+
+STDMETHODIMP ProfileAdmin::CreateProfile(LPTSTR name, LPTSTR password, ULONG_PTR, ULONG flags) {
+  if (!name) return MAPI_E_INVALID_PARAMETER;
+  return guarded([&]() -> HRESULT {
+    store::Profile profile;
+    profile.name = textArgument(name, flags);
+    if (profile.name.empty() || profile.name.size() > longestName) return MAPI_E_INVALID_PARAMETER;
+    profile.userName = profile.name;
+    const std::u16string secret = textArgument(password, flags);
+    if (!secret.empty()) {
+      if (const HRESULT result = hashPassword(secret, profile.password); FAILED(result)) return result;
+    }
+    const auto status = store::createProfile(*database_, profile);
+    // The published answer to a name that is taken.
+    return status == store::Status::AlreadyExists ? MAPI_E_NO_ACCESS : toResult(status);
+  });
+}
+
+STDMETHODIMP ProfileAdmin::DeleteProfile(LPTSTR name, ULONG flags) {
+  if (!name) return MAPI_E_INVALID_PARAMETER;
+  return guarded([&] { return toResult(store::deleteProfile(*database_, textArgument(name, flags))); });
+}
+
+STDMETHODIMP ProfileAdmin::ChangeProfilePassword(LPTSTR name, LPTSTR oldPassword, LPTSTR newPassword, ULONG flags) {
+  if (!name) return MAPI_E_INVALID_PARAMETER;
+  return guarded([&] {
+    store::Profile profile;
+    if (const HRESULT result = unlockedProfile(*database_, name, oldPassword, flags, profile); FAILED(result)) {
+      return result;
+    }
+    store::PasswordRecord record;
+    const std::u16string secret = textArgument(newPassword, flags);
+    if (!secret.empty()) {
+      if (const HRESULT result = hashPassword(secret, record); FAILED(result)) return result;
+    }
+    return toResult(store::setPassword(*database_, profile.name, record));
+  });
+}
+
+STDMETHODIMP ProfileAdmin::CopyProfile(LPTSTR, LPTSTR, LPTSTR, ULONG_PTR, ULONG) { return MAPI_E_NO_SUPPORT; }
+
+STDMETHODIMP ProfileAdmin::RenameProfile(LPTSTR name, LPTSTR password, LPTSTR newName, ULONG_PTR, ULONG flags) {
+  if (!name || !newName) return MAPI_E_INVALID_PARAMETER;
+  return guarded([&]() -> HRESULT {
+    const std::u16string wanted = textArgument(newName, flags);
+    if (wanted.empty() || wanted.size() > longestName) return MAPI_E_INVALID_PARAMETER;
+    store::Profile profile;
+    if (const HRESULT result = unlockedProfile(*database_, name, password, flags, profile); FAILED(result)) {
+      return result;
+    }
+    return toResult(store::renameProfile(*database_, profile.name, wanted));
+  });
+}
+
+STDMETHODIMP ProfileAdmin::SetDefaultProfile(LPTSTR name, ULONG flags) {
+  if (!name) return MAPI_E_INVALID_PARAMETER;
+  return guarded([&] { return toResult(store::setDefaultProfile(*database_, textArgument(name, flags))); });
+}
+
+STDMETHODIMP ProfileAdmin::AdminServices(LPTSTR name, LPTSTR password, ULONG_PTR, ULONG flags, LPSERVICEADMIN* admin) {
+  if (!name || !admin) return MAPI_E_INVALID_PARAMETER;
+  return guarded([&] {
+    *admin = nullptr;
+    store::Profile profile;
+    if (const HRESULT result = unlockedProfile(*database_, name, password, flags, profile); FAILED(result)) {
+      return result;
+    }
+    auto opened = makeObject<ServiceAdmin>(database_, profile.name);
+    return handOut(opened, admin);
+  });
+}
+
+}  // namespace fendrel::provider

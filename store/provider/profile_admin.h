@@ -1,0 +1,32 @@
+// IProfAdmin: creating, listing and deleting profiles.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "com_object.h"
+#include "database.h"
+
+namespace fendrel::provider {
+
+class ProfileAdmin final : public ComObject<IProfAdmin> {
+public:
+  explicit ProfileAdmin(std::shared_ptr<store::Database> database) : database_(std::move(database)) {}
+
+  STDMETHODIMP GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) override;
+  STDMETHODIMP GetProfileTable(ULONG flags, LPMAPITABLE* table) override;
+  // The user's name is the profile's until the profile section is told another one.
+  STDMETHODIMP CreateProfile(LPTSTR name, LPTSTR password, ULONG_PTR window, ULONG flags) override;
+  STDMETHODIMP DeleteProfile(LPTSTR name, ULONG flags) override;
+  STDMETHODIMP ChangeProfilePassword(LPTSTR name, LPTSTR oldPassword, LPTSTR newPassword, ULONG flags) override;
+  STDMETHODIMP CopyProfile(LPTSTR name, LPTSTR password, LPTSTR newName, ULONG_PTR window, ULONG flags) override;
+  STDMETHODIMP RenameProfile(LPTSTR name, LPTSTR password, LPTSTR newName, ULONG_PTR window, ULONG flags) override;
+  STDMETHODIMP SetDefaultProfile(LPTSTR name, ULONG flags) override;
+  STDMETHODIMP AdminServices(LPTSTR name, LPTSTR password, ULONG_PTR window, ULONG flags,
+                             LPSERVICEADMIN* admin) override;
+
+private:
+  std::shared_ptr<store::Database> database_;
+};
+
+}  // namespace fendrel::provider

@@ -1,0 +1,31 @@
+// IProfSect: what a profile says about itself.
+#pragma once
+
+#include "database.h"
+#include "mapi_object.h"
+
+namespace fendrel::provider {
+
+// PR_PROFILE_NAME, PR_DISPLAY_NAME (to read) and PR_MAILBOX_OWNER_NAME_W, the user's name, which also names the
+// mailbox. A profile that has gone since is MAPI_E_NOT_FOUND.
+class ProfileSection final : public MapiObject<IProfSect> {
+public:
+  ProfileSection(std::shared_ptr<store::Database> database, std::u16string profile, bool writable);
+
+private:
+  HRESULT readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) override;
+  HRESULT readAllProperties(std::vector<Property>& found) override;
+  HRESULT checkWritable() const override { return writable_ ? S_OK : MAPI_E_NO_ACCESS; }
+  HRESULT checkProperty(PropertyTag tag) const override;
+  HRESULT changeProperties(std::span<const Property> set, std::span<const PropertyTag> remove) override;
+
+  std::shared_ptr<store::Database> database_;
+  std::u16string profile_;
+  bool writable_;
+};
+
+// OpenProfileSection for whoever offers it. MUID_PROFILE_INSTANCE (or none) is the one section that there is.
+HRESULT openProfileSection(const std::shared_ptr<store::Database>& database, const std::u16string& profile,
+                           const MAPIUID* uid, LPCIID iid, ULONG flags, LPPROFSECT* section);
+
+}  // namespace fendrel::provider

@@ -1,0 +1,37 @@
+// IMsgServiceAdmin: the way to a profile's section. There is one service, and it cannot be configured.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "com_object.h"
+#include "database.h"
+
+namespace fendrel::provider {
+
+class ServiceAdmin final : public ComObject<IMsgServiceAdmin> {
+public:
+  ServiceAdmin(std::shared_ptr<store::Database> database, std::u16string profile)
+      : database_(std::move(database)), profile_(std::move(profile)) {}
+
+  STDMETHODIMP GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) override;
+  STDMETHODIMP GetMsgServiceTable(ULONG flags, LPMAPITABLE* table) override;
+  STDMETHODIMP CreateMsgService(LPTSTR service, LPTSTR name, ULONG_PTR window, ULONG flags) override;
+  STDMETHODIMP DeleteMsgService(LPMAPIUID uid) override;
+  STDMETHODIMP CopyMsgService(LPMAPIUID uid, LPTSTR name, LPCIID copyIid, LPCIID targetIid, LPVOID target,
+                              ULONG_PTR window, ULONG flags) override;
+  STDMETHODIMP RenameMsgService(LPMAPIUID uid, ULONG flags, LPTSTR name) override;
+  STDMETHODIMP ConfigureMsgService(LPMAPIUID uid, ULONG_PTR window, ULONG flags, ULONG count,
+                                   LPSPropValue values) override;
+  STDMETHODIMP OpenProfileSection(LPMAPIUID uid, LPCIID iid, ULONG flags, LPPROFSECT* section) override;
+  STDMETHODIMP MsgServiceTransportOrder(ULONG count, LPMAPIUID uids, ULONG flags) override;
+  STDMETHODIMP AdminProviders(LPMAPIUID uid, ULONG flags, LPPROVIDERADMIN* admin) override;
+  STDMETHODIMP SetPrimaryIdentity(LPMAPIUID uid, ULONG flags) override;
+  STDMETHODIMP GetProviderTable(ULONG flags, LPMAPITABLE* table) override;
+
+private:
+  std::shared_ptr<store::Database> database_;
+  std::u16string profile_;
+};
+
+}  // namespace fendrel::provider

@@ -1,0 +1,58 @@
+// What the objects of one logon share.
+#pragma once
+
+#include <memory>
+#include <mutex>
+
+#include "database.h"
+#include "entry_id.h"
+#include "profiles.h"
+#include "stores.h"
+
+namespace fendrel::provider {
+
+struct SessionContext {
+  std::recursive_mutex mutex;  // taken by every call of every object of the session
+  std::shared_ptr<store::Database> database;
+  store::Profile profile;
+};
+using SessionPointer = std::shared_ptr<SessionContext>;
+
+inline std::shared_ptr<std::recursive_mutex> mutexOf(const SessionPointer& session) {
+  return {session, &session->mutex};
+}
+
+// One opened store of a session.
+struct StoreScope {
+  SessionPointer session;
+  store::StoreInfo store;
+  bool writable = false;
+
+  store::Database& database() const { return *session->database; }
+  bool isDefault() const { return store.id == session->profile.mailbox; }
+  store::Bytes storeEntryId() const { return encode({MAPI_STORE, store.id, store.id}); }
+  store::Bytes folderEntryId(const store::Guid& folder) const { return encode({MAPI_FOLDER, store.id, folder}); }
+  store::Bytes messageEntryId(const store::Guid& message) const { return encode({MAPI_MESSAGE, store.id, message}); }
+};
+using ScopePointer = std::shared_ptr<const StoreScope>;
+
+// The identifier of the session's user.
+inline store::Bytes userEntryId(const store::Profile& profile) {
+  return encode({MAPI_MAILUSER, store::noGuid, profile.id});
+}
+
+// PR_STORE_SUPPORT_MASK. STORE_UNICODE_OK is not in every copy of the headers.
+constexpr ULONG storeUnicodeOk = 0x00040000;
+constexpr ULONG storeSupportMask(bool writable) {
+  const ULONG always = STORE_ENTRYID_UNIQUE | STORE_ATTACH_OK | STORE_OLE_OK | STORE_MV_PROPS_OK | STORE_RESTRICTION_OK |
+                       STORE_SORT_OK | storeUnicodeOk;
+  return writable ? always | STORE_MODIFY_OK | STORE_CREATE_OK : always | STORE_READONLY;
+}
+
+// How the flags of an open call ask for access. MAPI_MODIFY where nothing may be changed is MAPI_E_NO_ACCESS.
+inline HRESULT accessFor(ULONG flags, bool mayModify, bool& writable) {
+  writable = mayModify && (flags & (MAPI_MODIFY | MAPI_BEST_ACCESS)) != 0;
+  return (flags & MAPI_MODIFY) && !mayModify ? MAPI_E_NO_ACCESS : S_OK;
+}
+
+}  // namespace fendrel::provider

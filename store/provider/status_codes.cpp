@@ -1,0 +1,25 @@
+#include "status_codes.h"
+
+namespace fendrel::provider {
+
+HRESULT toResult(store::Status status) noexcept {
+  using store::Status;
+  switch (status) {
+    case Status::Ok: return S_OK;
+    case Status::NotFound: return MAPI_E_NOT_FOUND;
+    case Status::AlreadyExists: return MAPI_E_COLLISION;
+    case Status::HasFolders: return MAPI_E_HAS_FOLDERS;
+    case Status::HasMessages: return MAPI_E_HAS_MESSAGES;
+    case Status::Changed: return MAPI_E_OBJECT_CHANGED;
+    case Status::NoAccess: return MAPI_E_NO_ACCESS;
+    case Status::NotEnoughDisk: return MAPI_E_NOT_ENOUGH_DISK;
+    case Status::Busy: return MAPI_E_TIMEOUT;
+    case Status::Corrupt: return MAPI_E_CORRUPT_DATA;
+    case Status::NewerVersion: return MAPI_E_VERSION;
+    case Status::Invalid: return MAPI_E_INVALID_PARAMETER;
+    case Status::Failed: return MAPI_E_CALL_FAILED;
+  }
+  return MAPI_E_CALL_FAILED;
+}
+
+}  // namespace fendrel::provider

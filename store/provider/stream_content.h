@@ -1,0 +1,112 @@
+// The bytes behind a property's stream.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "content_reader.h"
+#include "content_writer.h"
+#include "mapi.h"
+#include "property_values.h"
+
+namespace fendrel::provider {
+
+class StreamContent {
+public:
+  virtual ~StreamContent() = default;
+  virtual std::uint64_t size() const = 0;
+  // `count` < into.size() only at the end.
+  virtual HRESULT read(std::uint64_t position, std::span<std::byte> into, std::size_t& count) = 0;
+  virtual HRESULT write(std::uint64_t position, std::span<const std::byte> bytes) = 0;
+  virtual HRESULT resize(std::uint64_t size) = 0;
+  virtual HRESULT commit() { return S_OK; }
+};
+
+// A saved value, for reading alone.
+class SavedContent final : public StreamContent {
+public:
+  explicit SavedContent(std::shared_ptr<store::ContentReader> reader) : reader_(std::move(reader)) {}
+  std::uint64_t size() const override { return reader_->size(); }
+  HRESULT read(std::uint64_t position, std::span<std::byte> into, std::size_t& count) override;
+  HRESULT write(std::uint64_t, std::span<const std::byte>) override { return STG_E_ACCESSDENIED; }
+  HRESULT resize(std::uint64_t) override { return STG_E_ACCESSDENIED; }
+
+private:
+  std::shared_ptr<store::ContentReader> reader_;
+};
+
+// A value that the next save of its message takes over, whatever has been written until then.
+class DraftContent : public StreamContent {
+public:
+  // The content in the store's form.
+  virtual HRESULT writer(std::shared_ptr<store::ContentWriter>& writer) = 0;
+  virtual HRESULT value(PropertyTag tag, PropertyValue& value) = 0;
+};
+
+// Binary, or text in its wide form: bytes go as they come.
+class WideContent final : public DraftContent {
+public:
+  explicit WideContent(std::shared_ptr<store::Database> database);
+  std::uint64_t size() const override { return writer_->size(); }
+  HRESULT read(std::uint64_t position, std::span<std::byte> into, std::size_t& count) override;
+  HRESULT write(std::uint64_t position, std::span<const std::byte> bytes) override;
+  HRESULT resize(std::uint64_t size) override;
+  HRESULT writer(std::shared_ptr<store::ContentWriter>& writer) override;
+  HRESULT value(PropertyTag tag, PropertyValue& value) override;
+  HRESULT copyFrom(store::ContentReader& reader);
+
+private:
+  std::shared_ptr<store::Database> database_;  // outlives the writer
+  std::shared_ptr<store::ContentWriter> writer_;
+};
+
+// Bytes in memory. What becomes of them at Commit or the end is the owner's business.
+class MemoryContent final : public StreamContent {
+public:
+  using Commit = std::function<HRESULT(std::span<const std::byte>)>;
+  MemoryContent(store::Bytes bytes, Commit commit) : bytes_(std::move(bytes)), commit_(std::move(commit)) {}
+  ~MemoryContent() override;
+  std::uint64_t size() const override { return bytes_.size(); }
+  HRESULT read(std::uint64_t position, std::span<std::byte> into, std::size_t& count) override;
+  HRESULT write(std::uint64_t position, std::span<const std::byte> bytes) override;
+  HRESULT resize(std::uint64_t size) override;
+  HRESULT commit() override;
+  const store::Bytes& bytes() const noexcept { return bytes_; }
+
+private:
+  store::Bytes bytes_;
+  Commit commit_;  // empty: for reading alone, or committed by a save
+  bool changed_ = false;
+};
+
+// Text in the client's 8-bit form, kept in memory.
+class AnsiContent final : public DraftContent {
+public:
+  AnsiContent(std::shared_ptr<store::Database> database, std::u16string_view text);
+  std::uint64_t size() const override { return content_.size(); }
+  HRESULT read(std::uint64_t position, std::span<std::byte> into, std::size_t& count) override {
+    return content_.read(position, into, count);
+  }
+  HRESULT write(std::uint64_t position, std::span<const std::byte> bytes) override {
+    return content_.write(position, bytes);
+  }
+  HRESULT resize(std::uint64_t size) override { return content_.resize(size); }
+  HRESULT writer(std::shared_ptr<store::ContentWriter>& writer) override;
+  HRESULT value(PropertyTag tag, PropertyValue& value) override;
+
+private:
+  std::shared_ptr<store::Database> database_;
+  MemoryContent content_;
+};
+
+// A stored value as bytes of a stream whose property has this type, and back.
+store::Bytes streamBytes(ULONG type, const PropertyValue& value);
+PropertyValue valueOfStream(ULONG type, std::span<const std::byte> bytes);
+
+// All of a saved value. MAPI_E_NOT_ENOUGH_MEMORY for one that no block can hold.
+HRESULT loadContent(store::ContentReader& reader, PropertyTag tag, PropertyValue& value);
+
+}  // namespace fendrel::provider
