@@ -4,8 +4,12 @@
  * NRVExportToDestinationW and NRVTermExportDestinationW; at the end it calls NRVTerminateW once for every
  * successful NRVInitializeW.
  *
- * Threads: all calls come from one thread (IsThreadSafeW answers 0). Text is UTF-16 with a terminating 0.
- * Records are little-endian with the offsets shown; sizes are in bytes.
+ * Every function exists in a wide set (suffix W, UTF-16 text) and in an ANSI set (no suffix, 8-bit text in the calling
+ * thread's ANSI code page, that of the options records in the system's). A job belongs to the set that made it.
+ *
+ * Threads: all calls come from one thread (IsThreadSafeW answers 0). Text ends with a 0.
+ * Records are little-endian with the offsets shown; sizes are in bytes. The two forms of a record have the same
+ * layout and differ in their text alone.
  */
 #ifndef FENDREL_FENDREL_H
 #define FENDREL_FENDREL_H
@@ -64,7 +68,14 @@ typedef struct FendrelDestination {
   uint64_t reserved;
 } FendrelDestination;
 
-/* What NRVGetExportDestinationsW answers; static, not to be freed.
+typedef struct FendrelDestinationA {
+  uint16_t size;
+  uint16_t padding[3];
+  const char* name;
+  uint64_t reserved;
+} FendrelDestinationA;
+
+/* What NRVGetExportDestinationsW and NRVGetExportDestinations answer; lives until the library is unloaded.
  *   offset  size
  *        0     2  size           16
  *        2     2  count          number of entries of destinations: 1
@@ -77,14 +88,21 @@ typedef struct FendrelDestinationList {
   const FendrelDestination* const* destinations;
 } FendrelDestinationList;
 
+typedef struct FendrelDestinationListA {
+  uint16_t size;
+  uint16_t count;
+  uint32_t padding;
+  const FendrelDestinationA* const* destinations;
+} FendrelDestinationListA;
+
 /* What the host says about one file of an export.
  *   offset  size
  *        0     2  size               64
  *        4     4  nameGiven          not 0: givenName counts, else fileNameTemplate
  *        8     8  givenName          its file name and extension become the report name
- *       16    32  not read here
+ *       16    32  unread1            four texts or null; not read, but converted by the ANSI set
  *       48     8  fileNameTemplate   file name and extension, each possibly with wildcards
- *       56     8  not read here
+ *       56     8  unread2            likewise a text or null
  */
 typedef struct FendrelFileDescription {
   uint16_t size;
@@ -96,13 +114,24 @@ typedef struct FendrelFileDescription {
   const wchar_t* unread2;
 } FendrelFileDescription;
 
+typedef struct FendrelFileDescriptionA {
+  uint16_t size;
+  uint16_t padding;
+  uint32_t nameGiven;
+  const char* givenName;
+  const char* unread1[4];
+  const char* fileNameTemplate;
+  const char* unread2;
+} FendrelFileDescriptionA;
+
 /* The file list of an export, owned by the host, read during NRVInitExportDestinationW.
  *   offset  size
  *        0     2  size        64
  *        4    12  not read here
  *       16     2  fileCount   number of entries of files
  *       24     8  files       an entry may be null
- *       32    32  not read here
+ *       32    24  unread3     three texts or null; not read, but converted by the ANSI set
+ *       56     8  not read here
  */
 typedef struct FendrelFileList {
   uint16_t size;
@@ -112,8 +141,21 @@ typedef struct FendrelFileList {
   uint16_t fileCount;
   uint16_t padding2[3];
   const FendrelFileDescription* const* files;
-  uint64_t unread3[4];
+  const wchar_t* unread3[3];
+  uint64_t unread4;
 } FendrelFileList;
+
+typedef struct FendrelFileListA {
+  uint16_t size;
+  uint16_t padding1;
+  uint32_t unread1;
+  uint64_t unread2;
+  uint16_t fileCount;
+  uint16_t padding2[3];
+  const FendrelFileDescriptionA* const* files;
+  const char* unread3[3];
+  uint64_t unread4;
+} FendrelFileListA;
 
 /* What the host hands in for one export, owned by the host, read during NRVExportToDestinationW.
  *   offset  size
@@ -130,6 +172,14 @@ typedef struct FendrelExportDescription {
   uint64_t unread[6];
 } FendrelExportDescription;
 
+typedef struct FendrelExportDescriptionA {
+  uint16_t size;
+  uint16_t fileCount;
+  uint32_t padding;
+  const char* const* filePaths;
+  uint64_t unread[6];
+} FendrelExportDescriptionA;
+
 /* The job's result record; part of the job, valid until its end. Only its size is ever set.
  *   offset  size
  *        0     2  size       112
@@ -144,6 +194,14 @@ typedef struct FendrelResult {
   const wchar_t* const* strings;
   uint64_t reserved[12];
 } FendrelResult;
+
+typedef struct FendrelResultA {
+  uint16_t size;
+  uint16_t count;
+  uint32_t padding;
+  const char* const* strings;
+  uint64_t reserved[12];
+} FendrelResultA;
 
 /* A user's choice of destination, to be kept between runs.
  *   offset  size
@@ -189,7 +247,8 @@ FENDREL_ASSERT(sizeof(FendrelFileDescription) == 64 && offsetof(FendrelFileDescr
                offsetof(FendrelFileDescription, givenName) == 8 &&
                offsetof(FendrelFileDescription, fileNameTemplate) == 48, "file description");
 FENDREL_ASSERT(sizeof(FendrelFileList) == 64 && offsetof(FendrelFileList, fileCount) == 16 &&
-               offsetof(FendrelFileList, files) == 24, "file list");
+               offsetof(FendrelFileList, files) == 24 && offsetof(FendrelFileList, unread3) == 32 &&
+               offsetof(FendrelFileList, unread4) == 56, "file list");
 FENDREL_ASSERT(sizeof(FendrelExportDescription) == 64 && offsetof(FendrelExportDescription, fileCount) == 2 &&
                offsetof(FendrelExportDescription, filePaths) == 8, "export description");
 FENDREL_ASSERT(sizeof(FendrelResult) == 112 && offsetof(FendrelResult, strings) == 8, "result record");
@@ -200,6 +259,21 @@ FENDREL_ASSERT(sizeof(DestinationOptions) == 48 && offsetof(DestinationOptions, 
                offsetof(DestinationOptions, packedSize) == 40, "destination options");
 FENDREL_ASSERT(sizeof(DestinationOptionsA) == sizeof(DestinationOptions) &&
                offsetof(DestinationOptionsA, packedSize) == 40, "ANSI destination options");
+FENDREL_ASSERT(sizeof(FendrelDestinationA) == 24 && offsetof(FendrelDestinationA, name) == 8, "ANSI destination record");
+FENDREL_ASSERT(sizeof(FendrelDestinationListA) == 16 && offsetof(FendrelDestinationListA, destinations) == 8,
+               "ANSI destination list");
+FENDREL_ASSERT(sizeof(FendrelFileDescriptionA) == 64 && offsetof(FendrelFileDescriptionA, nameGiven) == 4 &&
+               offsetof(FendrelFileDescriptionA, givenName) == 8 &&
+               offsetof(FendrelFileDescriptionA, fileNameTemplate) == 48, "ANSI file description");
+FENDREL_ASSERT(sizeof(FendrelFileListA) == 64 && offsetof(FendrelFileListA, unread1) == 4 &&
+               offsetof(FendrelFileListA, unread2) == 8 && offsetof(FendrelFileListA, fileCount) == 16 &&
+               offsetof(FendrelFileListA, files) == 24 && offsetof(FendrelFileListA, unread3) == 32 &&
+               offsetof(FendrelFileListA, unread4) == 56, "ANSI file list");
+FENDREL_ASSERT(sizeof(FendrelExportDescriptionA) == 64 && offsetof(FendrelExportDescriptionA, fileCount) == 2 &&
+               offsetof(FendrelExportDescriptionA, filePaths) == 8 &&
+               offsetof(FendrelExportDescriptionA, unread) == 16, "ANSI export description");
+FENDREL_ASSERT(sizeof(FendrelResultA) == 112 && offsetof(FendrelResultA, count) == 2 &&
+               offsetof(FendrelResultA, strings) == 8, "ANSI result record");
 
 /* Counted: the first call loads the texts and MAPI32.DLL. 0, 2, 7, or FENDREL_FAILED when MAPI is not usable. */
 FENDREL_API uint32_t WINAPI NRVInitializeW(void) FENDREL_NOEXCEPT;
@@ -256,6 +330,38 @@ FENDREL_API uint32_t WINAPI NRVA2WDestinationOptions(DestinationOptionsA* ansi, 
 FENDREL_API uint32_t WINAPI IsThreadSafeW(void) FENDREL_NOEXCEPT;    /* 0: it is not */
 FENDREL_API uint32_t WINAPI InitPerThreadW(void) FENDREL_NOEXCEPT;   /* 0, does nothing */
 FENDREL_API uint32_t WINAPI UninitPerThreadW(void) FENDREL_NOEXCEPT; /* 0, does nothing */
+
+/* The ANSI set: each function does and answers what its wide counterpart does, and 2 where a text or record cannot be
+ * converted for want of memory. A job handle of one set is unknown to the other. */
+FENDREL_API uint32_t WINAPI NRVInitialize(void) FENDREL_NOEXCEPT;
+FENDREL_API uint32_t WINAPI NRVTerminate(void) FENDREL_NOEXCEPT;
+FENDREL_API uint16_t WINAPI NRVGetVersion(void) FENDREL_NOEXCEPT;
+
+/* Made at the first call after NRVInitialize; null when there is no memory. */
+FENDREL_API const FendrelDestinationListA* WINAPI NRVGetExportDestinations(void) FENDREL_NOEXCEPT;
+
+/* `context` comes back as the first argument of every options free function that is called for this job. */
+FENDREL_API uint32_t WINAPI NRVInitExportDestination(HWND parentWindow, uint32_t context, DestinationOptionsA* options,
+                                                     const FendrelFileListA* files, FendrelJob* job,
+                                                     FendrelResultA** result) FENDREL_NOEXCEPT;
+FENDREL_API uint32_t WINAPI NRVTermExportDestination(FendrelJob job) FENDREL_NOEXCEPT;
+FENDREL_API uint32_t WINAPI NRVExportToDestination(FendrelJob job,
+                                                   const FendrelExportDescriptionA* files) FENDREL_NOEXCEPT;
+
+/* Valid until the next call for the job, or its end. */
+FENDREL_API const char* WINAPI NRVGetErrorText(FendrelJob job) FENDREL_NOEXCEPT;
+
+/* The block belongs to the job and lives until the next call or the job's end. Its packed size counts all of it. */
+FENDREL_API uint32_t WINAPI NRVEncodeDestinationOptions(FendrelJob job, DestinationOptionsA** block,
+                                                        uint16_t* size) FENDREL_NOEXCEPT;
+
+/* The record is freed with NRVFreeDestinationOptions. */
+FENDREL_API uint32_t WINAPI NRVDecodeDestinationOptions(FendrelJob job, DestinationOptionsA** options) FENDREL_NOEXCEPT;
+FENDREL_API uint32_t WINAPI NRVFreeDestinationOptions(uint32_t unused, DestinationOptionsA* options) FENDREL_NOEXCEPT;
+
+FENDREL_API uint32_t WINAPI IsThreadSafe(void) FENDREL_NOEXCEPT;
+FENDREL_API uint32_t WINAPI InitPerThread(void) FENDREL_NOEXCEPT;
+FENDREL_API uint32_t WINAPI UninitPerThread(void) FENDREL_NOEXCEPT;
 
 #ifdef __cplusplus
 }

@@ -21,6 +21,7 @@ const OSVERSIONINFOA& osVersion() noexcept {
 }  // namespace
 
 bool IsWinNT() noexcept { return osVersion().dwPlatformId == VER_PLATFORM_WIN32_NT; }
+bool IsWinNTMajor5OrLater() noexcept { return IsWinNT() && osVersion().dwMajorVersion >= 5; }
 bool IsWin9x() noexcept { return osVersion().dwPlatformId == VER_PLATFORM_WIN32_WINDOWS; }
 bool IsWin9xMajor5() noexcept { return IsWin9x() && osVersion().dwMajorVersion == 5; }
 

@@ -9,6 +9,7 @@ namespace fendrel {
 extern bool g_bUseAnsi;
 
 bool IsWinNT() noexcept;
+bool IsWinNTMajor5OrLater() noexcept;
 bool IsWin9x() noexcept;
 bool IsWin9xMajor5() noexcept;
 
