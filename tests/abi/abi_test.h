@@ -1,0 +1,92 @@
+// Fixtures of the tests on the built plug-in over the recording double. After every test nothing that the
+// plug-in took from MAPI is left.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host_records.h"
+#include "plugin.h"
+#include "recording_client.h"
+#include "temp_folder.h"
+
+namespace fendrel::test {
+
+// The double with the standard world, and the plug-in, loaded and not initialised.
+class PluginTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  Plugin& plugin() { return *plugin_; }
+
+  World world = standardWorld();
+  RecordingMapi mapi;
+  int unmatchedInitialisations = 0;  // what the test expects to be left
+
+ private:
+  std::optional<Plugin> plugin_;
+};
+
+// The plug-in, initialised.
+class InitialisedTest : public PluginTest {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+};
+
+// A code and words as an export answers them.
+struct Answer {
+  uint32_t code;
+  std::wstring text;
+  bool operator==(const Answer&) const = default;
+};
+void PrintTo(const Answer& answer, std::ostream* out);
+
+// Silent jobs on "Public Folders@Reports@Daily" with profile "Default", unless a test says otherwise.
+class JobTest : public InitialisedTest {
+ protected:
+  void TearDown() override;
+
+  // Forgets what was recorded and builds `world` as it now stands.
+  void rebuildWorld() { mapi.reset(world); }
+
+  // NRVInitExportDestinationW, whose code is answered; `job` and `result` are what it handed out. Jobs are ended
+  // with the test.
+  uint32_t tryToOpen(DestinationOptions* options, FileList& files);
+  FendrelJob open(DestinationOptions options, std::initializer_list<const wchar_t*> templates = {L"report.txt"});
+  FendrelJob open(std::initializer_list<const wchar_t*> templates = {L"report.txt"});
+  FendrelJob openPath(const wchar_t* folderPath, std::initializer_list<const wchar_t*> templates = {L"report.txt"});
+  uint32_t end(FendrelJob job);
+
+  uint32_t post(FendrelJob job, std::vector<std::wstring> paths);
+  std::wstring errorText(FendrelJob job);
+  // The full path of a new file; of one that does not exist.
+  std::wstring file(std::wstring_view name = L"source.bin", std::string_view content = "content") const;
+  std::wstring missingFile() const { return folder_.file(L"missing.bin"); }
+
+  Answer postAndRead(FendrelJob job, std::vector<std::wstring> paths);
+
+  FendrelJob job = 0;
+  FendrelResult* result = nullptr;
+
+ private:
+  std::vector<FendrelJob> open_;
+  TempFolder folder_;
+};
+
+// The code that a failing HRESULT is folded into, and the words that go with it (empty: none are set).
+struct Mapped {
+  const char* name;
+  HRESULT result;
+  uint32_t code;
+  const wchar_t* text;
+};
+extern const std::vector<Mapped> mappedResults;
+
+std::vector<uint8_t> bytesOf(std::string_view text);
+
+}  // namespace fendrel::test
