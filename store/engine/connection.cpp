@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "migrations.h"
 #include "unicode.h"
 
 namespace fendrel::store {
@@ -51,15 +52,8 @@ std::wstring hexText(const Guid& guid) {
 Connection::Connection(std::wstring path, Disk& disk, bool mayCreate)
     : path_(std::move(path)), disk_(disk), mayCreate_(mayCreate) {
   createFiles();
-  const bool logExisted = disk_.exists(path_ + L"-wal");
   open();
   setPragmas();
-  if (!logExisted) {
-    // The log's directory entry must be on disk before the first commit relies on it.
-    disk_.makePrivate(path_ + L"-wal");
-    disk_.makePrivate(path_ + L"-shm");
-    disk_.flushFolder(parentFolder(path_));
-  }
 }
 
 Connection::~Connection() {
@@ -75,10 +69,23 @@ Connection::~Connection() {
 }
 
 void Connection::createFiles() {
-  if (disk_.exists(path_)) return;
+  if (disk_.exists(path_)) {
+    // An empty file is one that another process is just creating, or the user's: SQLite would delete its log.
+    if (disk_.open(path_)->size() > 0) createLogFiles();
+    return;
+  }
   if (!mayCreate_) fail(Status::NotFound, "There is no store '" + toUtf8(path_) + "'.");
   createFolders(disk_, parentFolder(path_));
   disk_.createPrivateFile(path_);
+}
+
+// SQLite would create them readable by others. Their directory entries must be on disk before the first commit
+// relies on them; they are never deleted by us, so this is rare.
+void Connection::createLogFiles() {
+  if (disk_.exists(path_ + L"-wal") && disk_.exists(path_ + L"-shm")) return;
+  disk_.createPrivateFile(path_ + L"-wal");
+  disk_.createPrivateFile(path_ + L"-shm");
+  disk_.flushFolder(parentFolder(path_));
 }
 
 void Connection::open() {
@@ -97,6 +104,7 @@ void Connection::open() {
 void Connection::setPragmas() {
   sqlite3* database = handle();
   sqlite3_busy_handler(database, waitWhileBusy, this);
+  refuseForeignDatabase(*this);
   int chunk = chunkSize;
   sqlite3_file_control(database, "main", SQLITE_FCNTL_CHUNK_SIZE, &chunk);
   // The log stays when the last connection closes: its directory entry was flushed once and for all.
@@ -104,6 +112,7 @@ void Connection::setPragmas() {
   sqlite3_file_control(database, "main", SQLITE_FCNTL_PERSIST_WAL, &keepLog);
   execute("PRAGMA page_size = 16384");  // without effect once the file has pages
   enterWal();
+  createLogFiles();
   execute(setupSql);
 }
 

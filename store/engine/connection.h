@@ -62,6 +62,7 @@ private:
   };
 
   void createFiles();
+  void createLogFiles();
   void open();
   void setPragmas();
   void enterWal();

@@ -60,9 +60,6 @@ public:
   // Creates an empty file that its owner alone can read; nothing if it exists.
   virtual void createPrivateFile(const std::wstring& path) = 0;
 
-  // Restricts an existing file to its owner; a file system without rights is no failure.
-  virtual void makePrivate(const std::wstring& path) = 0;
-
   // Creates a folder; existing is fine. A private one is its owner's alone.
   virtual void createFolder(const std::wstring& path, bool isPrivate) = 0;
 

@@ -12,8 +12,8 @@ std::int64_t pragma(Connection& connection, const char* sql) {
   return query->integer(0);
 }
 
-// Throws for a file that is not ours or newer than we are; returns its version.
-int acceptedVersion(Connection& connection, int latest) {
+// Inside a transaction, so that the answers are of one moment. Returns the version.
+std::int64_t ownVersion(Connection& connection) {
   const auto version = pragma(connection, "PRAGMA user_version");
   const auto application = pragma(connection, "PRAGMA application_id");
   const bool isEmpty = version == 0 && application == 0 &&
@@ -21,19 +21,32 @@ int acceptedVersion(Connection& connection, int latest) {
   if (!isEmpty && application != applicationId) {
     fail(Status::Corrupt, "The file is a database of another program, not a message store.");
   }
+  return version;
+}
+
+std::int64_t acceptedVersion(Connection& connection, int latest) {
+  const std::int64_t version = ownVersion(connection);
   if (version > latest) {
     fail(Status::NewerVersion, "The store was written by a newer version of this program: it has version " +
                                    std::to_string(version) + ", this program knows versions up to " +
                                    std::to_string(latest) + ". Install the newer version.");
   }
-  return static_cast<int>(version);
+  return version;
 }
 
 }  // namespace
 
+void refuseForeignDatabase(Connection& connection) {
+  Transaction transaction(connection, Transaction::Read);
+  ownVersion(connection);
+}
+
 void migrate(Connection& connection, std::span<const Migration> migrations) {
   const int latest = migrations.empty() ? 0 : migrations.back().version;
-  if (acceptedVersion(connection, latest) == latest) return;
+  {
+    Transaction transaction(connection, Transaction::Read);
+    if (acceptedVersion(connection, latest) == latest) return;
+  }
   for (const Migration& migration : migrations) {
     Transaction transaction(connection, Transaction::Write);
     // Read again inside the transaction: another process may have been here meanwhile.

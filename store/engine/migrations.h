@@ -19,6 +19,9 @@ std::span<const Migration> schemaMigrations() noexcept;
 // "Fndl": marks the file as ours (PRAGMA application_id).
 constexpr int applicationId = 0x466E646C;
 
+// Throws Corrupt for a database of another program; an empty one is fine. Changes nothing.
+void refuseForeignDatabase(Connection& connection);
+
 // Runs what is missing, each migration in one transaction that also raises the version; several processes may do so
 // at once. Throws EngineError: NewerVersion for a file of a later version, Corrupt for a database of another
 // program, else what SQLite says.

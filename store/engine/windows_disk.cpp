@@ -58,7 +58,6 @@ public:
 
   // Null where the system could not tell: the file then gets the folder's rights.
   SECURITY_ATTRIBUTES* attributes() noexcept { return acl_ ? &attributes_ : nullptr; }
-  SECURITY_DESCRIPTOR* descriptor() noexcept { return acl_ ? &descriptor_ : nullptr; }
 
 private:
   std::vector<std::byte> user_;
@@ -187,10 +186,6 @@ public:
     }
     const DWORD code = GetLastError();
     if (code != ERROR_FILE_EXISTS && code != ERROR_ALREADY_EXISTS) failWindows("Creating", path, code);
-  }
-
-  void makePrivate(const std::wstring& path) override {
-    if (ownerOnly().descriptor()) SetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, ownerOnly().descriptor());
   }
 
   void createFolder(const std::wstring& path, bool isPrivate) override {

@@ -96,48 +96,69 @@ TEST_F(DatabaseTest, DatabaseOfAnotherProgramIsRefusedAndLeftAlone) {
   EXPECT_EQ(Database::open(other, opened, error), Status::Corrupt);
   EXPECT_NE(error.find("another program"), std::string::npos) << error;
   EXPECT_EQ(pragmaOf(other, "SELECT count(*) FROM sqlite_schema"), 1);
+  EXPECT_EQ(pragmaOf(other, "SELECT count(*) FROM pragma_journal_mode WHERE journal_mode = 'wal'"), 0);
 }
 
 TEST_F(DatabaseTest, ReadOnlyFileIsNoAccess) {
   database.reset();
   ASSERT_TRUE(SetFileAttributesW(path().c_str(), FILE_ATTRIBUTE_READONLY));
+  if (std::ofstream(std::filesystem::path(path()), std::ios::app)) {
+    SetFileAttributesW(path().c_str(), FILE_ATTRIBUTE_NORMAL);
+    GTEST_SKIP() << "needs a user who may not write read-only files; this one may";
+  }
   std::unique_ptr<Database> opened;
   std::string error;
-  // One that may not be written cannot become a store; root may write all the same and then it simply opens.
   const Status status = Database::open(path(), opened, error);
   SetFileAttributesW(path().c_str(), FILE_ATTRIBUTE_NORMAL);
   EXPECT_EQ(status, Status::NoAccess) << error;
 }
 
-// The rights that anyone but the owner has on a file.
-bool isOwnersAlone(const std::wstring& file) {
+TEST_F(DatabaseTest, FolderInPlaceOfTheFileIsRefused) {
+  std::unique_ptr<Database> opened;
+  std::string error;
+  EXPECT_NE(Database::open(temp.path().wstring(), opened, error), Status::Ok);
+  EXPECT_FALSE(opened);
+  EXPECT_FALSE(error.empty());
+}
+
+TEST_F(DatabaseTest, FileInPlaceOfAFolderIsRefused) {
+  std::unique_ptr<Database> opened;
+  std::string error;
+  EXPECT_NE(Database::open(path() + L"\\below.db", opened, error), Status::Ok);
+  EXPECT_FALSE(error.empty());
+}
+
+// True if other users of the machine can neither read nor write the file. (Where the file system has modes instead of
+// access lists, the owner's group may be let in.)
+bool isClosedToOthers(const std::wstring& file) {
   PACL acl = nullptr;
-  PSID owner = nullptr;
   PSECURITY_DESCRIPTOR descriptor = nullptr;
-  if (GetNamedSecurityInfoW(file.c_str(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION,
-                            &owner, nullptr, &acl, nullptr, &descriptor) != ERROR_SUCCESS) {
+  if (GetNamedSecurityInfoW(file.c_str(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, &acl, nullptr,
+                            &descriptor) != ERROR_SUCCESS) {
     return false;
   }
-  bool alone = acl != nullptr;
-  for (DWORD i = 0; alone && i < acl->AceCount; ++i) {
+  bool closed = acl != nullptr;
+  for (DWORD i = 0; closed && i < acl->AceCount; ++i) {
     ACCESS_ALLOWED_ACE* entry = nullptr;
     GetAce(acl, i, reinterpret_cast<void**>(&entry));
     constexpr ACCESS_MASK readOrWrite = FILE_READ_DATA | FILE_WRITE_DATA;
-    if (entry->Header.AceType == ACCESS_ALLOWED_ACE_TYPE && (entry->Mask & readOrWrite) != 0) {
-      alone = EqualSid(&entry->SidStart, owner);
-    }
+    if (entry->Header.AceType != ACCESS_ALLOWED_ACE_TYPE || (entry->Mask & readOrWrite) == 0) continue;
+    PSID who = &entry->SidStart;
+    closed = !IsWellKnownSid(who, WinWorldSid) && !IsWellKnownSid(who, WinBuiltinUsersSid) &&
+             !IsWellKnownSid(who, WinAuthenticatedUserSid);
   }
   LocalFree(descriptor);
-  return alone;
+  return closed;
 }
 
 TEST_F(DatabaseTest, NewStoreIsItsOwnersAlone) {
   save(draftWithAttachment(top, pattern(contentBlockSize + 1)));
-  EXPECT_TRUE(isOwnersAlone(path()));
-  EXPECT_TRUE(isOwnersAlone(path() + L"-wal"));
-  EXPECT_TRUE(isOwnersAlone(path() + L"-shm"));
-  EXPECT_TRUE(isOwnersAlone(contentFolder()));
-  EXPECT_FALSE(isOwnersAlone(temp.path().wstring())) << "the check must be able to fail";
+  EXPECT_TRUE(isClosedToOthers(path()));
+  EXPECT_TRUE(isClosedToOthers(path() + L"-wal"));
+  EXPECT_TRUE(isClosedToOthers(path() + L"-shm"));
+  EXPECT_TRUE(isClosedToOthers(contentFolder()));
+  std::ofstream(std::filesystem::path(temp.file(L"open.txt"))) << "x";
+  EXPECT_FALSE(isClosedToOthers(temp.file(L"open.txt"))) << "the check must be able to fail";
 }
 
 TEST_F(DatabaseTest, ChangeCounterTellsOwnAndOthersChanges) {

@@ -1,1 +1,180 @@
+// What happens when the disk says no in the middle of a save.
+#include <algorithm>
+#include <functional>
+
+#include "database_on_disk.h"
+#include "engine_error.h"
 #include "engine_fixture.h"
+
+namespace fendrel::store {
+namespace {
+
+// The machine's disk, whose n-th call of a kind fails.
+class FaultyDisk final : public Disk {
+public:
+  enum Call { None, Create, Write, Flush, Rename };
+
+  void failNext(Call call, Status status, int after = 0) {
+    call_ = call;
+    status_ = status;
+    countdown_ = after;
+  }
+
+  void reach(Call call) {
+    calls.push_back(call);
+    if (call == call_ && countdown_-- == 0) fail(status_, "The test's disk refuses.");
+  }
+
+  std::unique_ptr<DiskFile> create(const std::wstring& path) override {
+    reach(Create);
+    return std::make_unique<File>(*this, windowsDisk().create(path));
+  }
+  std::unique_ptr<DiskFile> open(const std::wstring& path) override { return windowsDisk().open(path); }
+  bool remove(const std::wstring& path) override { return windowsDisk().remove(path); }
+  bool exists(const std::wstring& path) override { return windowsDisk().exists(path); }
+  bool isAbandoned(const std::wstring& path) override { return windowsDisk().isAbandoned(path); }
+  void createPrivateFile(const std::wstring& path) override { windowsDisk().createPrivateFile(path); }
+  void createFolder(const std::wstring& path, bool isPrivate) override { windowsDisk().createFolder(path, isPrivate); }
+  std::vector<Entry> list(const std::wstring& folder) override { return windowsDisk().list(folder); }
+  void flushFolder(const std::wstring& folder) override { windowsDisk().flushFolder(folder); }
+  const char* sqliteLayer() override { return windowsDisk().sqliteLayer(); }
+
+  std::vector<Call> calls;
+  std::function<void()> onRename;
+
+private:
+  class File final : public DiskFile {
+  public:
+    File(FaultyDisk& disk, std::unique_ptr<DiskFile> file) : disk_(disk), file_(std::move(file)) {}
+    void write(std::uint64_t position, std::span<const std::byte> bytes) override {
+      disk_.reach(Write);
+      file_->write(position, bytes);
+    }
+    std::size_t read(std::uint64_t position, std::span<std::byte> into) override { return file_->read(position, into); }
+    std::uint64_t size() override { return file_->size(); }
+    void resize(std::uint64_t size) override { file_->resize(size); }
+    void flush() override {
+      disk_.reach(Flush);
+      file_->flush();
+    }
+    void rename(const std::wstring& path) override {
+      disk_.reach(Rename);
+      file_->rename(path);
+      if (disk_.onRename) disk_.onRename();
+    }
+
+  private:
+    FaultyDisk& disk_;
+    std::unique_ptr<DiskFile> file_;
+  };
+
+  Call call_ = None;
+  Status status_ = Status::Ok;
+  int countdown_ = 0;
+};
+
+class DiskFaultTest : public EngineTest {
+protected:
+  DiskFaultTest() {
+    database.reset();
+    std::string error;
+    EXPECT_EQ(openOnDisk(path(), disk, true, database, error), Status::Ok) << error;
+  }
+  ~DiskFaultTest() override { database.reset(); }
+  FaultyDisk disk;
+};
+
+struct FaultCase {
+  const char* name;
+  FaultyDisk::Call call;
+  Status status;
+  int after;
+};
+
+class EachFaultTest : public DiskFaultTest, public testing::WithParamInterface<FaultCase> {};
+
+TEST_P(EachFaultTest, SaveFailsLeavesNothingAndCanBeRepeated) {
+  const Bytes bytes = pattern(contentBlockSize * 4);
+  MessageDraft draft = draftWithAttachment(top, bytes);
+  auto& second = draft.attachments.emplace_back();
+  second.number = 1;
+  second.contents = {{attachDataTag, writerWith(pattern(contentBlockSize * 2))}};
+  disk.failNext(GetParam().call, GetParam().status, GetParam().after);
+  MessageInfo saved;
+  EXPECT_EQ(saveMessage(*database, draft, saved), GetParam().status);
+  EXPECT_EQ(database->lastError(), "The test's disk refuses.");
+  EXPECT_EQ(folderNow(top).messageCount, 0u);
+  EXPECT_TRUE(contentFiles().empty());
+
+  saved = save(draft);
+  Bytes found;
+  ASSERT_EQ(readAll(saved.id, 0, attachDataTag, found), Status::Ok);
+  EXPECT_TRUE(found == bytes);
+  EXPECT_EQ(contentFiles().size(), 2u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, EachFaultTest,
+                         testing::Values(FaultCase{"LastWriteDiskFull", FaultyDisk::Write, Status::NotEnoughDisk, 0},
+                                         FaultCase{"FirstFlush", FaultyDisk::Flush, Status::Failed, 0},
+                                         FaultCase{"SecondFlush", FaultyDisk::Flush, Status::NotEnoughDisk, 1},
+                                         FaultCase{"FirstRename", FaultyDisk::Rename, Status::NoAccess, 0},
+                                         FaultCase{"SecondRename", FaultyDisk::Rename, Status::NoAccess, 1}),
+                         [](const auto& test) { return test.param.name; });
+
+TEST_F(DiskFaultTest, FullDiskWhileStreamingKeepsWhatWasWritten) {
+  const Bytes bytes = pattern(contentBlockSize * 2);
+  auto writer = writerWith(bytes);
+  disk.failNext(FaultyDisk::Write, Status::NotEnoughDisk);
+  EXPECT_EQ(writer->write(bytes.size(), bytes), Status::NotEnoughDisk);
+  EXPECT_EQ(writer->size(), bytes.size());
+  Bytes found(bytes.size());
+  std::size_t count = 0;
+  ASSERT_EQ(writer->read(0, found, count), Status::Ok);
+  EXPECT_TRUE(found == bytes);
+}
+
+TEST_F(DiskFaultTest, RefusedFileFailsTheWriteAndLeavesTheContentUsable) {
+  auto writer = writerWith(pattern(contentBlockSize));
+  disk.failNext(FaultyDisk::Create, Status::NoAccess, 1);  // after the mark
+  const Bytes byte(1);
+  EXPECT_EQ(writer->write(contentBlockSize, byte), Status::NoAccess);
+  EXPECT_EQ(writer->size(), contentBlockSize);
+  EXPECT_EQ(writer->write(contentBlockSize, byte), Status::Ok);
+}
+
+// Flush, then rename, then commit: at the moment of the rename the file is flushed and no one sees the message.
+TEST_F(DiskFaultTest, FileIsFlushedAndNamedBeforeTheMessageAppears) {
+  const MessageDraft draft = draftWithAttachment(top, pattern(contentBlockSize * 2));
+  disk.calls.clear();
+  const auto other = openAnother();
+  bool looked = false;
+  disk.onRename = [&] {
+    looked = true;
+    FolderInfo info;
+    ASSERT_EQ(findFolder(*other, top, info), Status::Ok);
+    EXPECT_EQ(info.messageCount, 0u);
+    EXPECT_EQ(contentFiles().size(), 1u);
+  };
+  save(draft);
+  EXPECT_TRUE(looked);
+  ASSERT_GE(disk.calls.size(), 2u);
+  EXPECT_EQ(disk.calls[disk.calls.size() - 2], FaultyDisk::Flush);
+  EXPECT_EQ(disk.calls.back(), FaultyDisk::Rename);
+}
+
+TEST_F(DiskFaultTest, EveryByteOfALargeContentIsWrittenOnce) {
+  auto writer = ContentWriter::create(*database);
+  disk.calls.clear();
+  const Bytes piece = pattern(4096);
+  constexpr int blocks = 8;
+  for (std::size_t done = 0; done < contentBlockSize * blocks; done += piece.size()) {
+    ASSERT_EQ(writer->write(done, piece), Status::Ok);
+  }
+  MessageDraft draft = draftWith(top, u"s");
+  draft.contents = {{attachDataTag, writer}};
+  save(draft);
+  EXPECT_EQ(std::ranges::count(disk.calls, FaultyDisk::Write), blocks);
+}
+
+}  // namespace
+}  // namespace fendrel::store

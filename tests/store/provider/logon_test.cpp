@@ -1,0 +1,174 @@
+// MAPILogonEx, with its dialog.
+#include <atomic>
+#include <thread>
+
+#include "store_fixture.h"
+
+namespace {
+
+LPTSTR wide(const wchar_t* text) { return const_cast<LPTSTR>(text); }
+LPTSTR ansi(const char* text) { return reinterpret_cast<LPTSTR>(const_cast<char*>(text)); }
+
+struct LogonTest : StoreTest {
+  HRESULT tryLogon(const wchar_t* profile, const wchar_t* password, ULONG flags = 0) {
+    return mapi().logonEx(0, wide(profile), wide(password), flags | MAPI_UNICODE | MAPI_NEW_SESSION,
+                          session.ReleaseAndGetAddressOf());
+  }
+  ComPtr<IMAPISession> session;
+};
+
+TEST_F(LogonTest, AProfileWithoutPasswordOpensWithNoneOrAny) {
+  EXPECT_THAT(tryLogon(L"Anna", nullptr), Gives(S_OK));
+  EXPECT_THAT(tryLogon(L"Anna", L""), Gives(S_OK));
+  EXPECT_THAT(tryLogon(L"Anna", L"superfluous"), Gives(S_OK));
+}
+
+TEST_F(LogonTest, ThePasswordMustBeRight) {
+  createProfile(L"Bernd", L"Pa\u00DFwort");
+  EXPECT_THAT(tryLogon(L"Bernd", L"Pa\u00DFwort"), Gives(S_OK));
+  EXPECT_THAT(tryLogon(L"Bernd", L"Passwort"), Gives(MAPI_E_LOGON_FAILED));
+  EXPECT_THAT(tryLogon(L"Bernd", L""), Gives(MAPI_E_LOGON_FAILED));
+  EXPECT_THAT(tryLogon(L"Bernd", nullptr), Gives(MAPI_E_LOGON_FAILED));
+  EXPECT_EQ(session, nullptr);
+}
+
+TEST_F(LogonTest, NameAndPasswordAreTakenIn8BitFormToo) {
+  createProfile(L"Bernd", L"secret");
+  EXPECT_THAT(mapi().logonEx(0, ansi("Bernd"), ansi("secret"), MAPI_EXTENDED, session.GetAddressOf()), Gives(S_OK));
+}
+
+TEST_F(LogonTest, AnUnknownProfileIsALogonFailure) {
+  EXPECT_THAT(tryLogon(L"Nobody", nullptr), Gives(MAPI_E_LOGON_FAILED));
+}
+
+TEST_F(LogonTest, NoNameAndNoDialogIsALogonFailure) {
+  EXPECT_THAT(tryLogon(nullptr, nullptr), Gives(MAPI_E_LOGON_FAILED));
+  EXPECT_THAT(tryLogon(L"", nullptr), Gives(MAPI_E_LOGON_FAILED));
+}
+
+TEST_F(LogonTest, TheDefaultProfileNeedsNoName) {
+  createProfile(L"Bernd");
+  ASSERT_THAT(tryLogon(nullptr, nullptr, MAPI_USE_DEFAULT), Gives(S_OK));
+  EXPECT_NE(openStore(*session.Get(), L"Mailbox - Anna"), nullptr);
+}
+
+TEST_F(LogonTest, TheStoreFileIsAskedForAnewAtEachLogon) {
+  const std::wstring other = folder.file(L"other.db");
+  SetEnvironmentVariableW(L"FENDREL_STORE", other.c_str());
+  EXPECT_THAT(tryLogon(L"Anna", nullptr), Gives(MAPI_E_LOGON_FAILED));
+  createProfile(L"Anna");
+  EXPECT_THAT(tryLogon(L"Anna", nullptr), Gives(S_OK));
+  EXPECT_NE(GetFileAttributesW(other.c_str()), INVALID_FILE_ATTRIBUTES);
+}
+
+TEST_F(LogonTest, WithoutTheVariableTheFileIsInTheApplicationData) {
+  SetEnvironmentVariableW(L"FENDREL_STORE", nullptr);
+  ComPtr<IProfAdmin> admin;
+  ASSERT_THAT(mapi().adminProfiles(0, admin.GetAddressOf()), Gives(S_OK));
+  wchar_t data[MAX_PATH] = {};
+  ASSERT_NE(GetEnvironmentVariableW(L"APPDATA", data, MAX_PATH), 0u);
+  EXPECT_NE(GetFileAttributesW((std::wstring(data) + L"\\Fendrel\\store.db").c_str()), INVALID_FILE_ATTRIBUTES);
+}
+
+TEST_F(LogonTest, AFileThatIsNoStoreIsCorrupt) {
+  const std::wstring path = folder.file(L"text.db");
+  FILE* file = _wfopen(path.c_str(), L"wb");
+  ASSERT_NE(file, nullptr);
+  for (int line = 0; line < 2000; ++line) std::fputs("This is a text and no message store.\r\n", file);
+  std::fclose(file);
+  SetEnvironmentVariableW(L"FENDREL_STORE", path.c_str());
+  EXPECT_THAT(tryLogon(L"Anna", nullptr), Gives(MAPI_E_CORRUPT_DATA));
+}
+
+// Does something to the "Choose Profile" dialog of this process as soon as it is there.
+class DialogUser {
+public:
+  template <class Act>
+  explicit DialogUser(Act act) : thread_([this, act] {
+    for (int tries = 0; tries < 1500 && !stop_; ++tries) {
+      Sleep(10);
+      const HWND window = FindWindowW(L"#32770", L"Choose Profile");
+      DWORD process = 0;
+      if (!window || !GetWindowThreadProcessId(window, &process) || process != GetCurrentProcessId()) continue;
+      if (!IsWindowVisible(window)) continue;
+      act(window);
+      return;
+    }
+  }) {}
+  ~DialogUser() {
+    stop_ = true;
+    thread_.join();
+  }
+
+private:
+  std::atomic<bool> stop_{false};
+  std::thread thread_;
+};
+
+constexpr int profileList = 1001, passwordField = 1002, statusLine = 1004;
+
+void press(HWND window, int button) { SendMessageW(GetDlgItem(window, button), BM_CLICK, 0, 0); }
+
+void choose(HWND window, const wchar_t* profile) {
+  const HWND list = GetDlgItem(window, profileList);
+  const LRESULT index = SendMessageW(list, CB_FINDSTRINGEXACT, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(profile));
+  SendMessageW(list, CB_SETCURSEL, static_cast<WPARAM>(index), 0);
+  SendMessageW(window, WM_COMMAND, MAKEWPARAM(profileList, CBN_SELCHANGE), reinterpret_cast<LPARAM>(list));
+}
+
+std::wstring itemText(HWND window, int item) {
+  wchar_t text[256] = {};
+  GetDlgItemTextW(window, item, text, 256);
+  return text;
+}
+
+TEST_F(LogonTest, TheDialogOffersTheDefaultProfileFirst) {
+  createProfile(L"Bernd");
+  DialogUser user([](HWND window) { press(window, IDOK); });
+  ASSERT_THAT(tryLogon(nullptr, nullptr, MAPI_LOGON_UI), Gives(S_OK));
+  EXPECT_NE(openStore(*session.Get(), L"Mailbox - Anna"), nullptr);
+}
+
+TEST_F(LogonTest, TheDialogLogsOnToTheChosenProfile) {
+  createProfile(L"Bernd");
+  DialogUser user([](HWND window) {
+    choose(window, L"Bernd");
+    press(window, IDOK);
+  });
+  ASSERT_THAT(tryLogon(nullptr, nullptr, MAPI_LOGON_UI), Gives(S_OK));
+  EXPECT_NE(openStore(*session.Get(), L"Mailbox - Bernd"), nullptr);
+}
+
+TEST_F(LogonTest, CancellingTheDialogIsAUserCancel) {
+  DialogUser user([](HWND window) { press(window, IDCANCEL); });
+  EXPECT_THAT(tryLogon(nullptr, nullptr, MAPI_LOGON_UI), Gives(MAPI_E_USER_CANCEL));
+  EXPECT_EQ(session, nullptr);
+}
+
+TEST_F(LogonTest, TheDialogStaysAndSaysSoWhenThePasswordIsWrong) {
+  createProfile(L"Bernd", L"secret");
+  std::wstring said;
+  bool asked = false, askedForAnna = true;
+  {
+    DialogUser user([&](HWND window) {
+      askedForAnna = IsWindowEnabled(GetDlgItem(window, passwordField)) != FALSE;
+      choose(window, L"Bernd");
+      asked = IsWindowEnabled(GetDlgItem(window, passwordField)) != FALSE;
+      SetDlgItemTextW(window, passwordField, L"guess");
+      press(window, IDOK);
+      said = itemText(window, statusLine);
+      SetDlgItemTextW(window, passwordField, L"secret");
+      press(window, IDOK);
+    });
+    EXPECT_THAT(tryLogon(nullptr, nullptr, MAPI_LOGON_UI), Gives(S_OK));
+  }
+  EXPECT_FALSE(askedForAnna);
+  EXPECT_TRUE(asked);
+  EXPECT_THAT(said, testing::HasSubstr(L"password is wrong"));
+}
+
+TEST_F(LogonTest, ANamedProfileNeedsNoDialog) {
+  EXPECT_THAT(tryLogon(L"Anna", nullptr, MAPI_LOGON_UI), Gives(S_OK));
+}
+
+}  // namespace

@@ -1,0 +1,157 @@
+// Profile administration.
+#include "store_fixture.h"
+
+#ifndef PR_MAILBOX_OWNER_NAME_W
+#define PR_MAILBOX_OWNER_NAME_W PROP_TAG(PT_UNICODE, 0x661B)
+#endif
+
+namespace {
+
+using testing::ElementsAre;
+
+LPTSTR name(const wchar_t* text) { return const_cast<LPTSTR>(text); }
+LPTSTR ansi(const char* text) { return reinterpret_cast<LPTSTR>(const_cast<char*>(text)); }
+
+struct ProfilesTest : StoreTest {
+  ProfilesTest() { EXPECT_EQ(mapi().adminProfiles(0, admin.GetAddressOf()), S_OK); }
+
+  std::vector<std::wstring> names() {
+    ComPtr<IMAPITable> table;
+    EXPECT_EQ(admin->GetProfileTable(0, table.GetAddressOf()), S_OK);
+    return column(*table.Get(), PR_DISPLAY_NAME_W);
+  }
+
+  std::wstring defaultProfile() {
+    ComPtr<IMAPITable> table;
+    EXPECT_EQ(admin->GetProfileTable(0, table.GetAddressOf()), S_OK);
+    SPropValue truth = boolValue(PR_DEFAULT_PROFILE, true);
+    SRestriction isDefault{};
+    isDefault.rt = RES_PROPERTY;
+    isDefault.res.resProperty = {RELOP_EQ, PR_DEFAULT_PROFILE, &truth};
+    const auto found = column(*table.Get(), PR_DISPLAY_NAME_W, &isDefault);
+    return found.size() == 1 ? found.front() : L"(not one)";
+  }
+
+  ComPtr<IProfSect> section(const wchar_t* profile, const wchar_t* password, ULONG flags) {
+    ComPtr<IMsgServiceAdmin> services;
+    EXPECT_EQ(admin->AdminServices(name(profile), name(password), 0, MAPI_UNICODE, services.GetAddressOf()), S_OK);
+    ComPtr<IProfSect> opened;
+    MAPIUID instance = reinterpret_cast<const MAPIUID&>(MUID_PROFILE_INSTANCE);
+    EXPECT_EQ(services->OpenProfileSection(&instance, nullptr, flags, opened.GetAddressOf()), S_OK);
+    return opened;
+  }
+
+  ComPtr<IProfAdmin> admin;
+};
+
+TEST_F(ProfilesTest, CreatedProfilesAreListed) {
+  EXPECT_THAT(admin->CreateProfile(name(L"Bernd"), nullptr, 0, MAPI_UNICODE), Gives(S_OK));
+  EXPECT_THAT(names(), ElementsAre(L"Anna", L"Bernd"));
+}
+
+TEST_F(ProfilesTest, NamesAreTakenIn8BitFormToo) {
+  EXPECT_THAT(admin->CreateProfile(ansi("Bernd"), nullptr, 0, 0), Gives(S_OK));
+  EXPECT_THAT(names(), ElementsAre(L"Anna", L"Bernd"));
+}
+
+TEST_F(ProfilesTest, ATakenNameIsRefusedAsPublished) {
+  EXPECT_THAT(admin->CreateProfile(name(L"Anna"), nullptr, 0, MAPI_UNICODE), Gives(MAPI_E_NO_ACCESS));
+  EXPECT_THAT(names(), ElementsAre(L"Anna"));
+}
+
+TEST_F(ProfilesTest, AnEmptyOrOverlongNameIsRefused) {
+  EXPECT_THAT(admin->CreateProfile(name(L""), nullptr, 0, MAPI_UNICODE), Gives(MAPI_E_INVALID_PARAMETER));
+  EXPECT_THAT(admin->CreateProfile(nullptr, nullptr, 0, MAPI_UNICODE), Gives(MAPI_E_INVALID_PARAMETER));
+  const std::wstring tooLong(65, L'x');
+  EXPECT_THAT(admin->CreateProfile(name(tooLong.c_str()), nullptr, 0, MAPI_UNICODE), Gives(MAPI_E_INVALID_PARAMETER));
+}
+
+TEST_F(ProfilesTest, ADeletedProfileIsGone) {
+  createProfile(L"Bernd");
+  EXPECT_THAT(admin->DeleteProfile(name(L"Anna"), MAPI_UNICODE), Gives(S_OK));
+  EXPECT_THAT(names(), ElementsAre(L"Bernd"));
+  EXPECT_THAT(admin->DeleteProfile(name(L"Anna"), MAPI_UNICODE), Gives(MAPI_E_NOT_FOUND));
+}
+
+TEST_F(ProfilesTest, TheFirstProfileIsTheDefaultUntilAnotherIsMade) {
+  createProfile(L"Bernd");
+  EXPECT_EQ(defaultProfile(), L"Anna");
+  EXPECT_THAT(admin->SetDefaultProfile(name(L"Bernd"), MAPI_UNICODE), Gives(S_OK));
+  EXPECT_EQ(defaultProfile(), L"Bernd");
+  EXPECT_THAT(admin->SetDefaultProfile(name(L"Nobody"), MAPI_UNICODE), Gives(MAPI_E_NOT_FOUND));
+}
+
+TEST_F(ProfilesTest, TheUsersNameIsTheProfilesUntilItIsSet) {
+  auto own = section(L"Anna", nullptr, MAPI_MODIFY);
+  EXPECT_EQ(text(*own.Get(), PR_PROFILE_NAME_W), L"Anna");
+  EXPECT_EQ(text(*own.Get(), PR_DISPLAY_NAME_W), L"Anna");
+  EXPECT_EQ(text(*own.Get(), PR_MAILBOX_OWNER_NAME_W), L"Anna");
+
+  SPropValue user = textValue(PR_MAILBOX_OWNER_NAME_W, L"Anna Fischer");
+  EXPECT_THAT(own->SetProps(1, &user, nullptr), Gives(S_OK));
+
+  EXPECT_EQ(text(*section(L"Anna", nullptr, 0).Get(), PR_MAILBOX_OWNER_NAME_W), L"Anna Fischer");
+  ComPtr<IMAPITable> stores;
+  ASSERT_EQ(logon()->GetMsgStoresTable(0, stores.GetAddressOf()), S_OK);
+  EXPECT_THAT(column(*stores.Get(), PR_DISPLAY_NAME_W), ElementsAre(L"Mailbox - Anna Fischer", L"Public Folders"));
+}
+
+TEST_F(ProfilesTest, ASectionOpenedForReadingCannotBeWritten) {
+  SPropValue user = textValue(PR_MAILBOX_OWNER_NAME_W, L"Somebody");
+  EXPECT_THAT(section(L"Anna", nullptr, 0)->SetProps(1, &user, nullptr), Gives(MAPI_E_NO_ACCESS));
+}
+
+TEST_F(ProfilesTest, TheProfilesOwnNameIsNotSetThroughItsSection) {
+  SPropValue other = textValue(PR_PROFILE_NAME_W, L"Other");
+  Block<SPropProblemArray> problems;
+  EXPECT_THAT(section(L"Anna", nullptr, MAPI_MODIFY)->SetProps(1, &other, receive(problems)), Gives(S_OK));
+  ASSERT_NE(problems, nullptr);
+  EXPECT_THAT(problems->aProblem[0].scode, Gives(MAPI_E_NO_ACCESS));
+  EXPECT_THAT(names(), ElementsAre(L"Anna"));
+}
+
+TEST_F(ProfilesTest, AdministeringAProfileNeedsItsPassword) {
+  createProfile(L"Bernd", L"secret");
+  ComPtr<IMsgServiceAdmin> services;
+  EXPECT_THAT(admin->AdminServices(name(L"Bernd"), name(L"wrong"), 0, MAPI_UNICODE, services.GetAddressOf()),
+              Gives(MAPI_E_LOGON_FAILED));
+  EXPECT_THAT(admin->AdminServices(name(L"Bernd"), name(L"secret"), 0, MAPI_UNICODE, services.GetAddressOf()), Gives(S_OK));
+  EXPECT_THAT(admin->AdminServices(name(L"Nobody"), nullptr, 0, MAPI_UNICODE, services.GetAddressOf()),
+              Gives(MAPI_E_NOT_FOUND));
+}
+
+TEST_F(ProfilesTest, APasswordChangesWithTheOldOneAlone) {
+  createProfile(L"Bernd", L"old");
+  EXPECT_THAT(admin->ChangeProfilePassword(name(L"Bernd"), name(L"guess"), name(L"new"), MAPI_UNICODE),
+              Gives(MAPI_E_LOGON_FAILED));
+  EXPECT_THAT(admin->ChangeProfilePassword(name(L"Bernd"), name(L"old"), name(L"new"), MAPI_UNICODE), Gives(S_OK));
+  ComPtr<IMAPISession> session;
+  EXPECT_THAT(mapi().logonEx(0, name(L"Bernd"), name(L"old"), MAPI_UNICODE, session.GetAddressOf()), Gives(MAPI_E_LOGON_FAILED));
+  EXPECT_THAT(mapi().logonEx(0, name(L"Bernd"), name(L"new"), MAPI_UNICODE, session.GetAddressOf()), Gives(S_OK));
+}
+
+TEST_F(ProfilesTest, ARenamedProfileKeepsItsMailbox) {
+  post(*openSubtree(*openStore(*logon().Get(), L"Mailbox").Get()).Get(), L"kept");
+  EXPECT_THAT(admin->RenameProfile(name(L"Anna"), nullptr, name(L"Berta"), 0, MAPI_UNICODE), Gives(S_OK));
+  EXPECT_THAT(names(), ElementsAre(L"Berta"));
+  EXPECT_THAT(subjects(*openSubtree(*openStore(*logon(L"Berta").Get(), L"Mailbox").Get()).Get()), ElementsAre(L"kept"));
+}
+
+TEST_F(ProfilesTest, ThePasswordItselfIsNotInTheFile) {
+  createProfile(L"Bernd", L"Hummelhonig-4711");
+  admin.Reset();
+  const std::string wide("H\0u\0m\0m\0e\0l\0h\0o\0n\0i\0g\0", 22);
+  for (const wchar_t* file : {L"store.db", L"store.db-wal"}) {
+    FILE* opened = _wfopen(folder.file(file).c_str(), L"rb");
+    if (!opened) continue;
+    std::string content;
+    char piece[4096];
+    for (std::size_t count; (count = std::fread(piece, 1, sizeof piece, opened)) > 0;) content.append(piece, count);
+    std::fclose(opened);
+    EXPECT_EQ(content.find("Hummelhonig"), std::string::npos);
+    EXPECT_EQ(content.find(wide), std::string::npos);
+    EXPECT_GT(content.size(), 0u);
+  }
+}
+
+}  // namespace
