@@ -43,7 +43,7 @@ std::unique_ptr<FOLDERDATA> CreateFolderNode(IMAPISession* session, BinaryView e
     ComPtr<IUnknown> object;
     const HRESULT result = session->OpenEntry(sizeArgument(entryId), entryIdArgument(entryId), &IID_IMsgStore,
                                               MAPI_BEST_ACCESS, &objectType, &object);
-    if (SUCCEEDED(result) && objectType == MAPI_STORE) node->store.Attach(static_cast<IMsgStore*>(object.Detach()));
+    if (SUCCEEDED(result) && objectType == MAPI_STORE) adopt(node->store, object);
   }
   return node;
 }

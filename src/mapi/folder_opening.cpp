@@ -4,6 +4,7 @@ namespace fendrel {
 
 HRESULT openFolderEntry(IMsgStore* store, BinaryView entryId, LPCIID interfaceId, ULONG flags,
                         ComPtr<IMAPIFolder>& folder) noexcept {
+  if (entryId.empty()) return MAPI_E_NOT_FOUND;  // it would open the store's root
   // A call may leave the type alone; where it tells one it must be a folder, because the result is used as one.
   ULONG objectType = MAPI_FOLDER;
   ComPtr<IUnknown> object;
@@ -11,7 +12,7 @@ HRESULT openFolderEntry(IMsgStore* store, BinaryView entryId, LPCIID interfaceId
       store->OpenEntry(sizeArgument(entryId), entryIdArgument(entryId), interfaceId, flags, &objectType, &object);
   if (FAILED(result)) return result;
   if (!object || objectType != MAPI_FOLDER) return MAPI_E_NOT_FOUND;
-  folder.Attach(static_cast<IMAPIFolder*>(object.Detach()));
+  adopt(folder, object);
   return S_OK;
 }
 

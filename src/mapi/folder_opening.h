@@ -6,7 +6,7 @@
 namespace fendrel {
 
 // Opens the folder `entryId` of the store. Where the call tells the object's type it must be a folder: MAPI_E_NOT_FOUND
-// otherwise, and for a null object.
+// otherwise, for a null object and for an empty identifier.
 HRESULT openFolderEntry(IMsgStore* store, BinaryView entryId, LPCIID interfaceId, ULONG flags,
                         ComPtr<IMAPIFolder>& folder) noexcept;
 

@@ -43,6 +43,19 @@ class Receiver {
   typename Owner::pointer pointer_ = nullptr;
 };
 
+// Gives `owner` the reference that `object` holds, as the interface that it was opened for. Not by Attach: the
+// cross-compiler's ComPtr counts another reference there, the published one does not.
+template <class Interface>
+void adopt(ComPtr<Interface>& owner, ComPtr<IUnknown>& object) noexcept {
+  *owner.ReleaseAndGetAddressOf() = static_cast<Interface*>(object.Detach());
+}
+
+// The result of a call that hands an object out: one that succeeds without the object has failed all the same.
+template <class T>
+HRESULT checkReceived(HRESULT result, const ComPtr<T>& object) noexcept {
+  return SUCCEEDED(result) && !object ? MAPI_E_CALL_FAILED : result;
+}
+
 template <class Owner>
 Receiver<Owner> receive(Owner& owner) noexcept {
   return Receiver<Owner>(owner);
