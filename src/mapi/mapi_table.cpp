@@ -6,7 +6,8 @@ HRESULT CMAPITable::GetLastError() noexcept { return table->GetLastError(lastRes
 
 template <class Call>
 bool CMAPITable::open(Call call) noexcept {
-  lastResult = call(table.ReleaseAndGetAddressOf());
+  const HRESULT result = call(table.ReleaseAndGetAddressOf());
+  lastResult = checkReceived(result, table);
   return SUCCEEDED(lastResult);
 }
 

@@ -28,7 +28,7 @@ HRESULT readIdentity(IMAPISession* session, BinaryView entryId, SenderIdentity& 
   ComPtr<IUnknown> object;
   HRESULT result = session->OpenEntry(sizeArgument(entryId), entryIdArgument(entryId), nullptr, MAPI_BEST_ACCESS,
                                       &objectType, &object);
-  if (FAILED(result)) return result;
+  if (result = checkReceived(result, object); FAILED(result)) return result;
 
   enum { displayName, searchKey };
   static constexpr auto tags = propertyTags(PR_DISPLAY_NAME_A, PR_SEARCH_KEY);
@@ -60,8 +60,9 @@ HRESULT openSession(const wchar_t* profileName, const wchar_t* password, bool si
                     ComPtr<IMAPISession>& session) noexcept {
   // The handle is passed through 32 bits, as every window handle fits them.
   const auto window = static_cast<ULONG>(reinterpret_cast<ULONG_PTR>(GetActiveWindow()));
-  return MapiLogon(window, const_cast<wchar_t*>(profileName), const_cast<wchar_t*>(password), logonFlags(silent),
-                   session.ReleaseAndGetAddressOf());
+  const HRESULT result = MapiLogon(window, const_cast<wchar_t*>(profileName), const_cast<wchar_t*>(password),
+                                   logonFlags(silent), session.ReleaseAndGetAddressOf());
+  return checkReceived(result, session);
 }
 
 HRESULT GetSessionProfileName(IMAPISession* session, std::optional<std::wstring>& profileName,

@@ -120,6 +120,7 @@ HRESULT postReport(IMAPIFolder* folder, bool associated, const Report& report) n
   ULONG attachmentNumber = 0;
   ComPtr<IAttach> attachment;
   if (result = message->CreateAttach(nullptr, 0, &attachmentNumber, &attachment); FAILED(result)) return result;
+  if (!attachment) return MAPI_E_INVALID_PARAMETER;
   if (result = setAttachmentProperties(attachment.Get(), report); FAILED(result)) return result;
   if (result = copyFileIntoAttachment(report.filePath, attachment.Get()); FAILED(result)) return result;
 

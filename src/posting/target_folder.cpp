@@ -63,8 +63,9 @@ HRESULT openNamedStore(IMAPISession* session, FolderPath<wchar_t>& path, bool si
     if (const HRESULT result = findNamedRow(stores, path, entryId); FAILED(result)) return result;
   }
   const ULONG flags = silent ? MDB_WRITE | MDB_NO_DIALOG : MDB_WRITE;
-  return session->OpenMsgStore(reinterpret_cast<ULONG_PTR>(GetActiveWindow()), sizeArgument(entryId),
-                               entryIdArgument(entryId), &IID_IMsgStore, flags, &store);
+  const HRESULT result = session->OpenMsgStore(reinterpret_cast<ULONG_PTR>(GetActiveWindow()), sizeArgument(entryId),
+                                               entryIdArgument(entryId), &IID_IMsgStore, flags, &store);
+  return checkReceived(result, store);
 }
 
 // Replaces the target's folder by the child that the path names next.
@@ -86,7 +87,8 @@ HRESULT openCommonViews(IMAPISession* session, TargetFolder& target) {
   EntryId storeId;
   if (const HRESULT result = findDefaultStore(session, storeId); FAILED(result)) return result;
   ComPtr<IMsgStore> store;
-  if (FAILED(session->OpenMsgStore(0, sizeArgument(storeId), entryIdArgument(storeId), nullptr, MDB_WRITE, &store)))
+  if (FAILED(session->OpenMsgStore(0, sizeArgument(storeId), entryIdArgument(storeId), nullptr, MDB_WRITE, &store)) ||
+      !store)
     return MAPI_E_NOT_FOUND;
 
   enum { mask, commonViews };

@@ -75,6 +75,12 @@ TEST_F(TableOpening, RefusedTableIsFalseAndItsCodeIsKept) {
   EXPECT_EQ(table.table, nullptr);
 }
 
+TEST_F(TableOpening, SuccessWithoutATableIsAFailedCall) {
+  EXPECT_CALL(folder, GetHierarchyTable).WillOnce(Return(S_OK));
+  EXPECT_FALSE(table.OpenHierarchyTable(&folder));
+  EXPECT_EQ(table.lastResult, MAPI_E_CALL_FAILED);
+}
+
 TEST_F(TableOpening, RefusedStatusTableAsksForNoRowCount) {
   EXPECT_CALL(session, GetStatusTable).WillOnce(Return(MAPI_E_CALL_FAILED));
   EXPECT_FALSE(table.OpenStatusTable(&session));
