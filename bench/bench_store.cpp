@@ -129,7 +129,7 @@ OpenFolder openFolder(const Mapi& mapi) {
   openNamed(mapi, children.Get(), folderName, [&](ULONG size, ENTRYID* entryId) {
     ComPtr<IUnknown> folder;
     require(open.store->OpenEntry(size, entryId, nullptr, MAPI_MODIFY, &type, &folder), "OpenEntry");
-    open.folder.Attach(static_cast<IMAPIFolder*>(folder.Detach()));
+    *open.folder.ReleaseAndGetAddressOf() = static_cast<IMAPIFolder*>(folder.Detach());
   });
   require(open.folder ? S_OK : MAPI_E_NOT_FOUND, "the folder");
   return open;

@@ -105,7 +105,8 @@ private:
 template <class Object, class... Arguments>
 ComPtr<Object> makeObject(Arguments&&... arguments) {
   ComPtr<Object> object;
-  object.Attach(new Object(std::forward<Arguments>(arguments)...));
+  // Not Attach: the cross-compiler's ComPtr counts another reference there.
+  *object.GetAddressOf() = new Object(std::forward<Arguments>(arguments)...);
   return object;
 }
 
