@@ -61,13 +61,13 @@ std::wstring quoted(const std::wstring& argument) {
 
 }  // namespace
 
-nlohmann::json Run::json() const {
+nlohmann::json Outcome::json() const {
   nlohmann::json document = nlohmann::json::parse(out, nullptr, false);
   EXPECT_FALSE(document.is_discarded()) << "no JSON: " << out << err;
   return document;
 }
 
-Run runProgram(const std::wstring& program, const std::vector<std::string>& arguments,
+Outcome runProgram(const std::wstring& program, const std::vector<std::string>& arguments,
                const std::wstring& workingDirectory) {
   std::wstring command = quoted(program);
   for (const std::string& argument : arguments) command += L' ' + quoted(host::toWide(argument));
@@ -85,7 +85,7 @@ Run runProgram(const std::wstring& program, const std::vector<std::string>& argu
   const Handle process(started.hProcess), thread(started.hThread);
   out.writeEnd.reset();
   err.writeEnd.reset();
-  Run run;
+  Outcome run;
   std::jthread errorReader([&] { run.err = readAll(err.readEnd.get()); });
   std::jthread watch([&](std::stop_token) {
     if (WaitForSingleObject(process.get(), longestRun) == WAIT_TIMEOUT) TerminateProcess(process.get(), 98);
@@ -106,19 +106,29 @@ FendrelTest::FendrelTest() {
   SetEnvironmentVariableW(L"FENDREL_TERMINAL", nullptr);
 }
 
-FendrelTest::~FendrelTest() { SetEnvironmentVariableW(L"FENDREL_STORE", nullptr); }
+FendrelTest::~FendrelTest() {
+  SetEnvironmentVariableW(L"FENDREL_STORE", nullptr);
+  // In the form that takes deep folders.
+  std::error_code ignored;
+  std::filesystem::remove_all(LR"(\\?\)" + folder.path().wstring(), ignored);
+}
 
-Run FendrelTest::fendrel(std::initializer_list<std::string> arguments) const {
+Outcome FendrelTest::fendrel(std::initializer_list<std::string> arguments) const {
   return runProgram(buildFile(L"bin/fendrel.exe"), arguments, folder.path());
 }
 
 void FendrelTest::addJane() const {
-  const Run run = fendrel({"profile", "add", "jane", "--user", "Jane Doe"});
+  const Outcome run = fendrel({"profile", "add", "jane", "--user", "Jane Doe"});
   ASSERT_EQ(run.exitCode, 0) << run.err;
 }
 
 std::string FendrelTest::newFile(std::wstring_view name, std::string_view content) const {
-  return utf8(folder.file(name, content));
+  const std::filesystem::path path = folder.path() / name;
+  std::ofstream stream(path, std::ios::binary);
+  stream.write(content.data(), static_cast<std::streamsize>(content.size()));
+  stream.close();
+  if (!stream) throw std::runtime_error("cannot write " + utf8(path.wstring()));
+  return utf8(path.wstring());
 }
 
 std::string FendrelTest::inFolder(std::wstring_view name) const { return utf8((folder.path() / name).wstring()); }

@@ -13,7 +13,7 @@
 
 namespace fendrel::test {
 
-struct Run {
+struct Outcome {
   int exitCode = -1;
   std::string out, err;  // UTF-8 as written
 
@@ -22,7 +22,7 @@ struct Run {
 };
 
 // Starts a program with arguments in UTF-8 in a working directory and waits for its end, at most a minute.
-Run runProgram(const std::wstring& program, const std::vector<std::string>& arguments,
+Outcome runProgram(const std::wstring& program, const std::vector<std::string>& arguments,
                const std::wstring& workingDirectory = {});
 
 // A test with an empty store, which FENDREL_STORE names, and a folder for its files.
@@ -31,11 +31,12 @@ class FendrelTest : public testing::Test {
   FendrelTest();
   ~FendrelTest() override;
 
-  Run fendrel(std::initializer_list<std::string> arguments) const;
+  Outcome fendrel(std::initializer_list<std::string> arguments) const;
   // Adds the profile "jane" of Jane Doe.
   void addJane() const;
   // The full path in UTF-8 of a new file.
   std::string newFile(std::wstring_view name, std::string_view content) const;
+  // The full path in UTF-8 of a file that may be there or not.
   std::string inFolder(std::wstring_view name) const;
 
   TempFolder folder;

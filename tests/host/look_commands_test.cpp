@@ -31,7 +31,7 @@ const nlohmann::json* propertyOf(const nlohmann::json& properties, const std::st
 }
 
 TEST_F(LookCommands, FoldersIsATreeWithCounts) {
-  const Run run = fendrel({"folders"});
+  const Outcome run = fendrel({"folders"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr("Mailbox - Jane Doe  (default store)\n"));
   EXPECT_THAT(run.out, HasSubstr("Public Folders\n  Reports  -\n    Daily  1 message\n"));
@@ -51,7 +51,7 @@ TEST_F(LookCommands, FoldersAsJsonHasPaths) {
 }
 
 TEST_F(LookCommands, ListShowsTheMessageWithItsAttachment) {
-  const Run run = fendrel({"list", daily});
+  const Outcome run = fendrel({"list", daily});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr("sales.bin"));
   EXPECT_THAT(run.out, HasSubstr("IPM.DOCUMENT.*BIN"));
@@ -59,10 +59,10 @@ TEST_F(LookCommands, ListShowsTheMessageWithItsAttachment) {
 }
 
 TEST_F(LookCommands, ListOfAnEmptyFolderSaysSo) {
-  const Run run = fendrel({"list", "Public Folders@Reports"});
+  const Outcome run = fendrel({"list", "Public Folders@Reports"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(run.out, "Public Folders@Reports holds no messages.\n");
-  const Run json = fendrel({"list", "Public Folders@Reports", "--json"});
+  const Outcome json = fendrel({"list", "Public Folders@Reports", "--json"});
   EXPECT_EQ(json.json()["count"], 0);
 }
 
@@ -79,14 +79,14 @@ TEST_F(LookCommands, NewestShowsTheLastOnesWithTheirNumbers) {
 }
 
 TEST_F(LookCommands, ListOfAMissingFolderIsRefused) {
-  const Run run = fendrel({"list", "Public Folders@Nothing", "--json"});
+  const Outcome run = fendrel({"list", "Public Folders@Nothing", "--json"});
   EXPECT_EQ(run.exitCode, 5);
   EXPECT_EQ(run.json()["error"]["name"], "MAPI_E_NOT_FOUND");
   EXPECT_EQ(run.json()["error"]["exitCode"], 5);
 }
 
 TEST_F(LookCommands, ShowNamesEveryProperty) {
-  const Run run = fendrel({"show", daily, "1"});
+  const Outcome run = fendrel({"show", daily, "1"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr("Message 1 of Public Folders@Reports@Daily"));
   EXPECT_THAT(run.out, testing::ContainsRegex("PR_SUBJECT +PT_UNICODE +sales.bin"));
@@ -110,7 +110,7 @@ TEST_F(LookCommands, ShowAsJsonHasTagsTypesAndValues) {
 }
 
 TEST_F(LookCommands, BriefShowLeavesThePropertiesOut) {
-  const Run run = fendrel({"show", daily, "1", "--brief"});
+  const Outcome run = fendrel({"show", daily, "1", "--brief"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr("Sender     Jane Doe"));
   EXPECT_THAT(run.out, HasSubstr("Attached   sales.bin, 300,001 bytes"));
@@ -118,13 +118,13 @@ TEST_F(LookCommands, BriefShowLeavesThePropertiesOut) {
 }
 
 TEST_F(LookCommands, MissingMessageNumberTellsHowManyThereAre) {
-  const Run run = fendrel({"show", daily, "2"});
+  const Outcome run = fendrel({"show", daily, "2"});
   EXPECT_EQ(run.exitCode, 5);
   EXPECT_THAT(run.err, HasSubstr("has no message 2: it holds 1 message."));
 }
 
 TEST_F(LookCommands, SavedFileHasTheSameBytes) {
-  const Run run = fendrel({"save", daily, "1", "new\\out"});
+  const Outcome run = fendrel({"save", daily, "1", "new\\out"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(run.out, "sales.bin -> new\\out\\sales.bin, 300,001 bytes\n");
   EXPECT_EQ(readFile((folder.path() / L"new" / L"out" / L"sales.bin").wstring()), content);
@@ -137,26 +137,26 @@ TEST_F(LookCommands, SaveKeepsAFileThatIsThere) {
   newFile(L"out.txt", "");
   std::filesystem::create_directory(folder.path() / L"out");
   newFile(L"out\\sales.bin", "mine");
-  const Run second = fendrel({"save", daily, "1", "out", "--json"});
+  const Outcome second = fendrel({"save", daily, "1", "out", "--json"});
   EXPECT_EQ(second.exitCode, 0) << second.err;
   EXPECT_EQ(second.json()["saved"][0]["file"], "out\\sales (2).bin");
   EXPECT_EQ(readFile((folder.path() / L"out" / L"sales.bin").wstring()), "mine");
   EXPECT_EQ(readFile((folder.path() / L"out" / L"sales (2).bin").wstring()), content);
-  const Run third = fendrel({"save", daily, "1", "out"});
+  const Outcome third = fendrel({"save", daily, "1", "out"});
   EXPECT_THAT(third.out, HasSubstr("sales (3).bin"));
 }
 
 TEST_F(LookCommands, SaveWithForceReplacesTheFile) {
   std::filesystem::create_directory(folder.path() / L"out");
   newFile(L"out\\sales.bin", "mine");
-  const Run run = fendrel({"save", daily, "1", "out", "--force"});
+  const Outcome run = fendrel({"save", daily, "1", "out", "--force"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(readFile((folder.path() / L"out" / L"sales.bin").wstring()), content);
 }
 
 TEST_F(LookCommands, SaveIntoAFileIsRefused) {
   newFile(L"plain", "x");
-  const Run run = fendrel({"save", daily, "1", "plain"});
+  const Outcome run = fendrel({"save", daily, "1", "plain"});
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_THAT(run.err, HasSubstr("is no directory"));
 }
@@ -164,7 +164,7 @@ TEST_F(LookCommands, SaveIntoAFileIsRefused) {
 TEST_F(LookCommands, SaveIntoADirectoryOfAnyDepthWorks) {
   std::string deep;
   for (int level = 0; level < 6; ++level) deep += std::string(60, static_cast<char>('a' + level)) + "\\";
-  const Run run = fendrel({"save", daily, "1", deep});
+  const Outcome run = fendrel({"save", daily, "1", deep});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(readFile(LR"(\\?\)" + (folder.path() / deep / L"sales.bin").wstring()), content);
 }
@@ -172,7 +172,7 @@ TEST_F(LookCommands, SaveIntoADirectoryOfAnyDepthWorks) {
 TEST_F(LookCommands, PersonalReportIsShownAndSaved) {
   ASSERT_EQ(fendrel({"post", "--personal", newFile(L"mine.txt", "own")}).exitCode, 0);
   EXPECT_EQ(fendrel({"show", "--personal", "1", "--json"}).json()["subject"], "mine.txt");
-  const Run run = fendrel({"save", "--personal", "1", "out"});
+  const Outcome run = fendrel({"save", "--personal", "1", "out"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(readFile((folder.path() / L"out" / L"mine.txt").wstring()), "own");
 }

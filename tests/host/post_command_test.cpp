@@ -21,7 +21,7 @@ class PostCommand : public FendrelTest {
 };
 
 TEST_F(PostCommand, FileBecomesAMessageAndItsLineSaysSo) {
-  const Run run = fendrel({"post", "--to", daily, "--create", newFile(L"sales.pdf", std::string(48213, 's'))});
+  const Outcome run = fendrel({"post", "--to", daily, "--create", newFile(L"sales.pdf", std::string(48213, 's'))});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(run.out,
             "Made folder Public Folders@Reports\n"
@@ -38,7 +38,7 @@ TEST_F(PostCommand, FileBecomesAMessageAndItsLineSaysSo) {
 }
 
 TEST_F(PostCommand, EachFileHasAClassOfItsOwnExtension) {
-  const Run run = fendrel({"post", "--to", daily, "--create", newFile(L"a.csv", "1"), newFile(L"b.pdf", "2")});
+  const Outcome run = fendrel({"post", "--to", daily, "--create", newFile(L"a.csv", "1"), newFile(L"b.pdf", "2")});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   const auto messages = listed(daily);
   ASSERT_EQ(messages.size(), 2u);
@@ -47,7 +47,7 @@ TEST_F(PostCommand, EachFileHasAClassOfItsOwnExtension) {
 }
 
 TEST_F(PostCommand, FilesTogetherGoThroughOneExport) {
-  const Run run = fendrel({"post", "--to", daily, "--create", "--together", newFile(L"a.csv", "1"),
+  const Outcome run = fendrel({"post", "--to", daily, "--create", "--together", newFile(L"a.csv", "1"),
                            newFile(L"b.pdf", "22"), "--json"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(run.json()["posted"], 2);
@@ -57,7 +57,7 @@ TEST_F(PostCommand, FilesTogetherGoThroughOneExport) {
 }
 
 TEST_F(PostCommand, FilesTogetherArePostedAllOrNotAtAll) {
-  const Run run = fendrel({"post", "--to", daily, "--create", "--together", newFile(L"a.csv", "1"),
+  const Outcome run = fendrel({"post", "--to", daily, "--create", "--together", newFile(L"a.csv", "1"),
                            inFolder(L"missing.pdf")});
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_THAT(run.err, HasSubstr("missing.pdf"));
@@ -66,7 +66,7 @@ TEST_F(PostCommand, FilesTogetherArePostedAllOrNotAtAll) {
 }
 
 TEST_F(PostCommand, JsonTellsEveryFile) {
-  const Run run = fendrel({"post", "--to", daily, "--create", "--json", newFile(L"a.csv", "12345")});
+  const Outcome run = fendrel({"post", "--to", daily, "--create", "--json", newFile(L"a.csv", "12345")});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   const auto document = run.json();
   EXPECT_EQ(document["folder"], daily);
@@ -81,7 +81,7 @@ TEST_F(PostCommand, JsonTellsEveryFile) {
 }
 
 TEST_F(PostCommand, MissingFileIsNamedAndTheOthersArePosted) {
-  const Run run = fendrel({"post", "--to", daily, "--create", newFile(L"a.csv", "1"), inFolder(L"missing.pdf"),
+  const Outcome run = fendrel({"post", "--to", daily, "--create", newFile(L"a.csv", "1"), inFolder(L"missing.pdf"),
                            newFile(L"c.csv", "3")});
   EXPECT_EQ(run.exitCode, 3);
   EXPECT_THAT(run.err, HasSubstr("missing.pdf"));
@@ -92,13 +92,13 @@ TEST_F(PostCommand, MissingFileIsNamedAndTheOthersArePosted) {
 }
 
 TEST_F(PostCommand, OnlyMissingFilesMakeNoFolder) {
-  const Run run = fendrel({"post", "--to", daily, "--create", inFolder(L"missing.pdf")});
+  const Outcome run = fendrel({"post", "--to", daily, "--create", inFolder(L"missing.pdf")});
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_EQ(fendrel({"list", daily}).exitCode, 5);
 }
 
 TEST_F(PostCommand, DirectoryIsNoFile) {
-  const Run run = fendrel({"post", "--to", daily, "--create", utf8(folder.path().wstring())});
+  const Outcome run = fendrel({"post", "--to", daily, "--create", utf8(folder.path().wstring())});
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_THAT(run.err, HasSubstr("is a directory"));
 }
@@ -108,7 +108,7 @@ TEST_F(PostCommand, FileThatAnotherProgramWritesIsRefused) {
   const HANDLE writer = CreateFileW((folder.path() / L"busy.csv").c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                                     OPEN_EXISTING, 0, nullptr);
   ASSERT_NE(writer, INVALID_HANDLE_VALUE);
-  const Run run = fendrel({"post", "--to", daily, "--create", name});
+  const Outcome run = fendrel({"post", "--to", daily, "--create", name});
   CloseHandle(writer);
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_THAT(run.err, HasSubstr("another program is using it (ERROR_SHARING_VIOLATION, 0x80070020)"));
@@ -116,7 +116,7 @@ TEST_F(PostCommand, FileThatAnotherProgramWritesIsRefused) {
 
 TEST_F(PostCommand, MissingFolderIsRefusedWithWhatThereIs) {
   ASSERT_EQ(fendrel({"post", "--to", daily, "--create", newFile(L"a.csv", "1")}).exitCode, 0);
-  const Run run = fendrel({"post", "--to", "Public Folders@Reports@Weekly", newFile(L"b.csv", "1")});
+  const Outcome run = fendrel({"post", "--to", "Public Folders@Reports@Weekly", newFile(L"b.csv", "1")});
   EXPECT_EQ(run.exitCode, 5);
   EXPECT_THAT(run.err, HasSubstr("Folder 'Weekly' was not found in 'Public Folders@Reports' (MAPI_E_NOT_FOUND, "
                                  "0x8004010F). There is 'Daily'."));
@@ -124,13 +124,13 @@ TEST_F(PostCommand, MissingFolderIsRefusedWithWhatThereIs) {
 
 TEST_F(PostCommand, FolderInAnotherCaseIsNotTaken) {
   ASSERT_EQ(fendrel({"post", "--to", daily, "--create", newFile(L"a.csv", "1")}).exitCode, 0);
-  const Run run = fendrel({"post", "--to", "Public Folders@Reports@daily", newFile(L"b.csv", "1")});
+  const Outcome run = fendrel({"post", "--to", "Public Folders@Reports@daily", newFile(L"b.csv", "1")});
   EXPECT_EQ(run.exitCode, 5);
   EXPECT_THAT(run.err, HasSubstr("There is 'Daily': upper and lower case count."));
 }
 
 TEST_F(PostCommand, StoreIsNeverMade) {
-  const Run run = fendrel({"post", "--to", "Other Store@Reports", "--create", newFile(L"a.csv", "1")});
+  const Outcome run = fendrel({"post", "--to", "Other Store@Reports", "--create", newFile(L"a.csv", "1")});
   EXPECT_EQ(run.exitCode, 5);
   EXPECT_THAT(run.err, HasSubstr("Message store 'Other Store' was not found"));
   EXPECT_THAT(run.err, HasSubstr("'Public Folders'"));
@@ -138,15 +138,15 @@ TEST_F(PostCommand, StoreIsNeverMade) {
 
 TEST_F(PostCommand, FolderNameThatThePluginWouldCutIsNotMade) {
   const std::string name(80, 'n');
-  const Run run = fendrel({"post", "--to", "Public Folders@" + name, "--create", newFile(L"a.csv", "1")});
+  const Outcome run = fendrel({"post", "--to", "Public Folders@" + name, "--create", newFile(L"a.csv", "1")});
   EXPECT_EQ(run.exitCode, 5);
   EXPECT_THAT(run.err, HasSubstr("at most 79"));
-  const Run longest = fendrel({"post", "--to", "Public Folders@" + name.substr(1), "--create", newFile(L"a.csv", "1")});
+  const Outcome longest = fendrel({"post", "--to", "Public Folders@" + name.substr(1), "--create", newFile(L"a.csv", "1")});
   EXPECT_EQ(longest.exitCode, 0) << longest.err;
 }
 
 TEST_F(PostCommand, PersonalReportsGoToTheDefaultStore) {
-  const Run run = fendrel({"post", "--personal", newFile(L"mine.pdf", "abc")});
+  const Outcome run = fendrel({"post", "--personal", newFile(L"mine.pdf", "abc")});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(run.out, "mine.pdf -> Personal reports of Mailbox - Jane Doe, 3 bytes\n");
   const auto messages = fendrel({"list", "--personal", "--json"}).json()["messages"];
@@ -155,7 +155,7 @@ TEST_F(PostCommand, PersonalReportsGoToTheDefaultStore) {
 }
 
 TEST_F(PostCommand, FolderTypePostsTheSameWay) {
-  const Run run = fendrel({"post", "--to", daily, "--create", "--type", "folder", newFile(L"a.csv", "1")});
+  const Outcome run = fendrel({"post", "--to", daily, "--create", "--type", "folder", newFile(L"a.csv", "1")});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(listed(daily).size(), 1u);
 }
@@ -163,7 +163,7 @@ TEST_F(PostCommand, FolderTypePostsTheSameWay) {
 TEST_F(PostCommand, MailboxNamedByItsAddressIsFound) {
   ASSERT_EQ(fendrel({"profile", "add", "office", "--user", "jane@example.org", "--default"}).exitCode, 0);
   const std::string inbox = "Mailbox - jane@example.org@Inbox";
-  const Run run = fendrel({"post", "--to", inbox, newFile(L"a.csv", "1")});
+  const Outcome run = fendrel({"post", "--to", inbox, newFile(L"a.csv", "1")});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(run.out, "a.csv -> " + inbox + ", 1 byte\n");
 }
@@ -171,7 +171,7 @@ TEST_F(PostCommand, MailboxNamedByItsAddressIsFound) {
 TEST_F(PostCommand, NamesInEveryScriptArriveWhole) {
   const std::wstring name = L"\u58F2\u4E0A \u00DCbersicht \u0394\U0001F4C8.pdf";
   const std::string path = utf8(L"Public Folders@\u5831\u544A@T\u00E4glich");
-  const Run run = fendrel({"post", "--to", path, "--create", newFile(name, "abc")});
+  const Outcome run = fendrel({"post", "--to", path, "--create", newFile(name, "abc")});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr(utf8(name) + " -> " + path + ", 3 bytes"));
   const auto messages = listed(path);
@@ -192,20 +192,20 @@ TEST_F(PostCommand, PathsBeyondTheOldLimitWork) {
   CloseHandle(handle);
   const std::string given = utf8(file.wstring().substr(4));
   ASSERT_GT(given.size(), 400u);
-  const Run run = fendrel({"post", "--to", daily, "--create", given});
+  const Outcome run = fendrel({"post", "--to", daily, "--create", given});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr("deep.csv -> Public Folders@Reports@Daily, 4 bytes"));
 }
 
 TEST_F(PostCommand, LongFileNameArrivesWhole) {
   const std::wstring name = std::wstring(240, L'n') + L".pdf";
-  const Run run = fendrel({"post", "--to", daily, "--create", newFile(name, "abc")});
+  const Outcome run = fendrel({"post", "--to", daily, "--create", newFile(name, "abc")});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(listed(daily)[0]["subject"], utf8(name));
 }
 
 TEST_F(PostCommand, EmptyFileIsPosted) {
-  const Run run = fendrel({"post", "--to", daily, "--create", newFile(L"empty.txt", "")});
+  const Outcome run = fendrel({"post", "--to", daily, "--create", newFile(L"empty.txt", "")});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr("empty.txt -> Public Folders@Reports@Daily, 0 bytes"));
 }
@@ -218,7 +218,7 @@ TEST_F(PostCommand, FileWithoutExtensionHasTheBareClass) {
 TEST_F(PostCommand, FilesOfOneNameAreEachFound) {
   std::filesystem::create_directory(folder.path() / L"one");
   std::filesystem::create_directory(folder.path() / L"two");
-  const Run run = fendrel({"post", "--to", daily, "--create", newFile(L"one\\same.csv", "1"),
+  const Outcome run = fendrel({"post", "--to", daily, "--create", newFile(L"one\\same.csv", "1"),
                            newFile(L"two\\same.csv", "22"), newFile(L"same.csv", "22")});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(listed(daily).size(), 3u);
@@ -228,7 +228,7 @@ TEST_F(PostCommand, PatternNamesTheFilesInOrder) {
   newFile(L"b.csv", "1");
   newFile(L"a.csv", "1");
   newFile(L"c.txt", "1");
-  const Run run = fendrel({"post", "--to", daily, "--create", "*.csv"});
+  const Outcome run = fendrel({"post", "--to", daily, "--create", "*.csv"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr("a.csv -> Public Folders@Reports@Daily, 1 byte\nb.csv -> "));
   EXPECT_THAT(run.out, Not(HasSubstr("c.txt")));
@@ -249,7 +249,7 @@ TEST_F(PostCommand, RelativeStoreIsFoundFromTheWorkingDirectory) {
 
 TEST_F(PostCommand, ManyFilesAreAllFound) {
   for (int number = 0; number < 30; ++number) newFile(L"file" + std::to_wstring(number) + L".csv", "x");
-  const Run run = fendrel({"post", "--to", daily, "--create", "--json", "file*.csv"});
+  const Outcome run = fendrel({"post", "--to", daily, "--create", "--json", "file*.csv"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(run.json()["posted"], 30);
   EXPECT_EQ(run.err, "");  // no progress where nobody watches

@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include "fendrel_run.h"
+#include "profiles.h"
 
 namespace fendrel::test {
 namespace {
@@ -11,14 +12,14 @@ using testing::HasSubstr;
 class ProfileCommand : public FendrelTest {};
 
 TEST_F(ProfileCommand, ListOfNoneTellsHowToMakeOne) {
-  const Run run = fendrel({"profile", "list"});
+  const Outcome run = fendrel({"profile", "list"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr("fendrel profile add"));
   EXPECT_EQ(fendrel({"profile", "list", "--json"}).json()["profiles"].size(), 0u);
 }
 
 TEST_F(ProfileCommand, AddedProfileIsListedWithItsUser) {
-  const Run added = fendrel({"profile", "add", "jane", "--user", "Jane D\xC3\xB6" "e", "--default"});
+  const Outcome added = fendrel({"profile", "add", "jane", "--user", "Jane D\xC3\xB6" "e", "--default"});
   ASSERT_EQ(added.exitCode, 0) << added.err;
   EXPECT_EQ(added.out, "Profile 'jane' was made and is the default.\n");
   EXPECT_EQ(fendrel({"profile", "list"}).out, "jane  Jane D\xC3\xB6" "e  (default)\n");
@@ -31,14 +32,14 @@ TEST_F(ProfileCommand, AddedProfileIsListedWithItsUser) {
 
 TEST_F(ProfileCommand, SecondProfileOfOneNameIsRefused) {
   addJane();
-  const Run run = fendrel({"profile", "add", "jane"});
+  const Outcome run = fendrel({"profile", "add", "jane"});
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_THAT(run.err, HasSubstr("Profile 'jane' exists already"));
 }
 
 TEST_F(ProfileCommand, RemovedProfileIsGone) {
   addJane();
-  const Run run = fendrel({"profile", "remove", "jane", "--json"});
+  const Outcome run = fendrel({"profile", "remove", "jane", "--json"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(run.json()["removed"], "jane");
   EXPECT_EQ(fendrel({"profile", "list", "--json"}).json()["profiles"].size(), 0u);
@@ -46,7 +47,7 @@ TEST_F(ProfileCommand, RemovedProfileIsGone) {
 
 TEST_F(ProfileCommand, RemovingAnUnknownProfileNamesTheOthers) {
   addJane();
-  const Run run = fendrel({"profile", "remove", "john"});
+  const Outcome run = fendrel({"profile", "remove", "john"});
   EXPECT_EQ(run.exitCode, 4);
   EXPECT_THAT(run.err, HasSubstr("There is no profile 'john'"));
   EXPECT_THAT(run.err, HasSubstr("'jane'"));
@@ -59,19 +60,29 @@ TEST_F(ProfileCommand, RemovingAnEmptyNameRemovesNothing) {
 }
 
 TEST_F(ProfileCommand, CommandWithoutAnyProfileTellsHowToMakeOne) {
-  const Run run = fendrel({"folders"});
+  const Outcome run = fendrel({"folders"});
   EXPECT_EQ(run.exitCode, 4);
   EXPECT_THAT(run.err, HasSubstr("fendrel profile add NAME"));
 }
 
-TEST_F(ProfileCommand, SeveralProfilesWithoutADefaultAreNamed) {
-  addJane();
-  ASSERT_EQ(fendrel({"profile", "add", "john", "--user", "John Roe"}).exitCode, 0);
-  const Run run = fendrel({"folders"});
-  EXPECT_EQ(run.exitCode, 4);
-  EXPECT_THAT(run.err, HasSubstr("'jane', 'john'"));
-  EXPECT_THAT(run.err, HasSubstr("--profile NAME"));
-  EXPECT_EQ(fendrel({"folders", "--profile", "john"}).exitCode, 0);
+TEST(ProfileChoice, NamedProfileIsTakenWithoutRegardToCase) {
+  EXPECT_EQ(host::chooseProfile({{L"jane"}, {L"john", true}}, L"Jane"), L"jane");
+}
+
+TEST(ProfileChoice, DefaultWinsThenTheOnlyOne) {
+  EXPECT_EQ(host::chooseProfile({{L"jane"}, {L"john", true}}, L""), L"john");
+  EXPECT_EQ(host::chooseProfile({{L"jane"}}, L""), L"jane");
+}
+
+TEST(ProfileChoice, SeveralWithoutADefaultAreNamed) {
+  try {
+    host::chooseProfile({{L"jane"}, {L"john"}}, L"");
+    FAIL() << "one was chosen";
+  } catch (const host::Failure& failure) {
+    EXPECT_EQ(failure.exitCode(), host::ExitCode::mapiUnusable);
+    EXPECT_THAT(failure.what(), HasSubstr("'jane', 'john'"));
+    EXPECT_THAT(failure.what(), HasSubstr("--profile NAME"));
+  }
 }
 
 TEST_F(ProfileCommand, DefaultProfileIsTakenWhereNoneIsNamed) {
@@ -82,7 +93,7 @@ TEST_F(ProfileCommand, DefaultProfileIsTakenWhereNoneIsNamed) {
 
 TEST_F(ProfileCommand, UnknownProfileIsNotUsable) {
   addJane();
-  const Run run = fendrel({"folders", "--profile", "nobody", "--json"});
+  const Outcome run = fendrel({"folders", "--profile", "nobody", "--json"});
   EXPECT_EQ(run.exitCode, 4);
   EXPECT_EQ(run.json()["error"]["name"], "MAPI_E_NOT_FOUND");
   EXPECT_THAT(run.err, HasSubstr("'nobody'"));
@@ -90,7 +101,7 @@ TEST_F(ProfileCommand, UnknownProfileIsNotUsable) {
 
 TEST_F(ProfileCommand, PasswordIsNeededAndTakenFromOptionOrEnvironment) {
   ASSERT_EQ(fendrel({"profile", "add", "safe", "--user", "Jane Doe", "--password", "s\xC3\xA9same"}).exitCode, 0);
-  const Run without = fendrel({"folders"});
+  const Outcome without = fendrel({"folders"});
   EXPECT_EQ(without.exitCode, 4);
   EXPECT_THAT(without.err, HasSubstr("MAPI_E_LOGON_FAILED"));
   EXPECT_EQ(fendrel({"folders", "--password", "wrong"}).exitCode, 4);
@@ -103,7 +114,7 @@ TEST_F(ProfileCommand, PostNeedsAndUsesThePassword) {
   ASSERT_EQ(fendrel({"profile", "add", "safe", "--user", "Jane Doe", "--password", "sesame"}).exitCode, 0);
   const std::string file = newFile(L"a.txt", "a");
   EXPECT_EQ(fendrel({"post", "--to", "Public Folders@R", "--create", file}).exitCode, 4);
-  const Run run = fendrel({"post", "--to", "Public Folders@R", "--create", "--password", "sesame", file});
+  const Outcome run = fendrel({"post", "--to", "Public Folders@R", "--create", "--password", "sesame", file});
   EXPECT_EQ(run.exitCode, 0) << run.err;
 }
 

@@ -14,13 +14,13 @@ using testing::HasSubstr;
 class Usage : public FendrelTest {};
 
 TEST_F(Usage, VersionIsOneLine) {
-  const Run run = fendrel({"--version"});
+  const Outcome run = fendrel({"--version"});
   EXPECT_EQ(run.exitCode, 0);
   EXPECT_EQ(run.out.find("fendrel 1."), 0u) << run.out;
 }
 
 TEST_F(Usage, HelpShowsEveryCommandAndTheExitCodes) {
-  const Run run = fendrel({"--help"});
+  const Outcome run = fendrel({"--help"});
   EXPECT_EQ(run.exitCode, 0);
   for (const char* word : {"post", "folders", "list", "show", "save", "profile", "Exit codes", "FENDREL_PASSWORD"})
     EXPECT_THAT(run.out, HasSubstr(word));
@@ -28,7 +28,7 @@ TEST_F(Usage, HelpShowsEveryCommandAndTheExitCodes) {
 }
 
 TEST_F(Usage, HelpOfACommandHasAnExample) {
-  const Run run = fendrel({"post", "--help"});
+  const Outcome run = fendrel({"post", "--help"});
   EXPECT_EQ(run.exitCode, 0);
   EXPECT_THAT(run.out, HasSubstr("Usage: fendrel post [OPTIONS] FILE..."));
   EXPECT_THAT(run.out, HasSubstr("fendrel post --to \"Public Folders@Reports@Daily\" --create sales.pdf"));
@@ -36,7 +36,7 @@ TEST_F(Usage, HelpOfACommandHasAnExample) {
 
 TEST_F(Usage, NoHelpLineIsWiderThanATerminalOfAHundredAndTenColumns) {
   for (const char* command : {"post", "folders", "list", "show", "save", "profile"}) {
-    const Run run = fendrel({command, "--help"});
+    const Outcome run = fendrel({command, "--help"});
     std::size_t start = 0;
     for (std::size_t end = run.out.find('\n'); end != std::string::npos; end = run.out.find('\n', start = end + 1))
       EXPECT_LE(end - start, 110u) << run.out.substr(start, end - start);
@@ -44,26 +44,26 @@ TEST_F(Usage, NoHelpLineIsWiderThanATerminalOfAHundredAndTenColumns) {
 }
 
 TEST_F(Usage, NoCommandIsWrongUsage) {
-  const Run run = fendrel({});
+  const Outcome run = fendrel({});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.err, HasSubstr("A command is missing"));
 }
 
 TEST_F(Usage, UnknownCommandIsNamed) {
-  const Run run = fendrel({"psot"});
+  const Outcome run = fendrel({"psot"});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.err, HasSubstr("'psot' is no command"));
 }
 
 TEST_F(Usage, UnknownOptionIsNamed) {
-  const Run run = fendrel({"folders", "--fast"});
+  const Outcome run = fendrel({"folders", "--fast"});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.err, HasSubstr("--fast"));
   EXPECT_THAT(run.err, HasSubstr("fendrel folders --help"));
 }
 
 TEST_F(Usage, PostWithoutDestinationIsWrongUsage) {
-  const Run run = fendrel({"post", newFile(L"a.txt", "a")});
+  const Outcome run = fendrel({"post", newFile(L"a.txt", "a")});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.err, HasSubstr("--to PATH or --personal"));
 }
@@ -88,7 +88,7 @@ TEST_F(Usage, MessageNumberMustBeANumberFromOne) {
 }
 
 TEST_F(Usage, WrongUsageIsJsonToo) {
-  const Run run = fendrel({"--json", "psot"});
+  const Outcome run = fendrel({"--json", "psot"});
   EXPECT_EQ(run.exitCode, 2);
   const auto error = run.json()["error"];
   EXPECT_EQ(error["exitCode"], 2);
@@ -108,7 +108,7 @@ std::wstring copyOfProgram(const TempFolder& folder, std::initializer_list<const
 
 TEST_F(Usage, MissingLocalStoreIsNamedWithTheWayOut) {
   const std::wstring program = copyOfProgram(folder, {L"fendrel.exe", L"FENDREL.DLL"});
-  const Run run = runProgram(program, {"folders"});
+  const Outcome run = runProgram(program, {"folders"});
   EXPECT_EQ(run.exitCode, 4);
   EXPECT_THAT(run.err, HasSubstr("copy\\store\\MAPI32.DLL' did not load"));
   EXPECT_THAT(run.err, HasSubstr("--mapi system"));
@@ -117,7 +117,7 @@ TEST_F(Usage, MissingLocalStoreIsNamedWithTheWayOut) {
 TEST_F(Usage, MissingPluginIsNamed) {
   addJane();
   const std::wstring program = copyOfProgram(folder, {L"fendrel.exe", L"store/MAPI32.DLL"});
-  const Run run = runProgram(program, {"post", "--to", "Public Folders@R", "--create", newFile(L"a.txt", "a")});
+  const Outcome run = runProgram(program, {"post", "--to", "Public Folders@R", "--create", newFile(L"a.txt", "a")});
   EXPECT_EQ(run.exitCode, 4);
   EXPECT_THAT(run.err, HasSubstr("copy\\FENDREL.DLL' did not load"));
 }
