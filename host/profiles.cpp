@@ -99,8 +99,7 @@ void Profiles::remove(const std::wstring& name) {
         fmt::format("Profile '{}' cannot be removed", printable(name)));
 }
 
-std::wstring Profiles::choose(const std::wstring& wanted) {
-  const std::vector<ProfileEntry> profiles = list();
+std::wstring chooseProfile(const std::vector<ProfileEntry>& profiles, const std::wstring& wanted) {
   if (!wanted.empty()) {
     // MAPI compares profile names without regard to case.
     const auto known = std::ranges::find_if(profiles, [&](const ProfileEntry& profile) {

@@ -14,6 +14,10 @@ struct ProfileEntry {
   bool isDefault = false;
 };
 
+// The profile asked for, or when none was: the default one, or the only one. Throws Failure(mapiUnusable) naming the
+// choices.
+std::wstring chooseProfile(const std::vector<ProfileEntry>& profiles, const std::wstring& wanted);
+
 class Profiles {
  public:
   Profiles();
@@ -27,9 +31,7 @@ class Profiles {
   void makeDefault(const std::wstring& name);
   void remove(const std::wstring& name);
 
-  // The profile asked for, or when none was: the default one, or the only one. Throws Failure(mapiUnusable) naming the
-  // choices.
-  std::wstring choose(const std::wstring& wanted);
+  std::wstring choose(const std::wstring& wanted) { return chooseProfile(list(), wanted); }
 
  private:
   ComPtr<IProfSect> section(const std::wstring& profile, const std::wstring& password, bool toWrite, HRESULT& code);
