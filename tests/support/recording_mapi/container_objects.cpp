@@ -85,6 +85,8 @@ STDMETHODIMP SessionObject::OpenEntry(ULONG size, LPENTRYID entryId, LPCIID inte
     const Bytes wanted = bytesOf(size, entryId);
     if (world().identity() == wanted)
       return handOut(objects().make<UserObject>(), interfaceId, MAPI_MAILUSER, objectType, object);
+    if (Store* const store = world().findStore(wanted))
+      return handOut(objects().make<StoreObject>(*store), interfaceId, MAPI_STORE, objectType, object);
     return openEntry(wanted, interfaceId, objectType, object);
   });
 }

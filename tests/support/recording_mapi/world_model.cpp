@@ -80,7 +80,12 @@ Folder& WorldModel::addFolder(Folder* parent, std::string label, std::optional<s
   folder.entryId = newEntryId();
   if (name) folder.properties.set(textProperty(PR_DISPLAY_NAME_W, *name));
   folder.properties.set(binaryProperty(PR_ENTRYID, folder.entryId));
-  if (parent) parent->children.push_back(&folder);
+  folder.properties.set(numberProperty(PR_SUBFOLDERS, false));
+  folder.properties.set(numberProperty(PR_CONTENT_COUNT, 0));
+  if (parent) {
+    parent->children.push_back(&folder);
+    parent->properties.set(numberProperty(PR_SUBFOLDERS, true));
+  }
   return folder;
 }
 

@@ -1,0 +1,56 @@
+// A call that shows modal dialogs, run on a thread of its own so that the test can use the dialogs as a person does.
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <functional>
+#include <string>
+#include <thread>
+
+namespace fendrel::test {
+
+class ModalCall {
+ public:
+  explicit ModalCall(std::function<void()> call);
+
+  // Waits; a dialog that is still open is cancelled and fails the test.
+  ~ModalCall();
+  ModalCall(const ModalCall&) = delete;
+  ModalCall& operator=(const ModalCall&) = delete;
+
+  // Waits until the call has returned; fails the test when it does not.
+  void waitForReturn();
+  bool hasReturned() const { return returned_; }
+
+  // Waits for a visible dialog or message box with this caption; fails the test and answers null when none appears.
+  HWND dialog(const std::wstring& caption) const;
+
+  // Waits until that window is gone.
+  void waitForClose(HWND window) const;
+
+  // The window that keys go to, and a key that is pressed and let go there; what it does is seen a little later.
+  HWND focus() const;
+  void press(WPARAM key) const;
+
+ private:
+  std::atomic<DWORD> threadId_ = 0;
+  std::atomic<bool> returned_ = false;
+  std::thread thread_;
+};
+
+// Polls until the condition holds; false after ten seconds.
+bool waitUntil(const std::function<bool()>& condition);
+
+std::wstring textOf(HWND window);
+std::wstring textOf(HWND dialog, int id);
+void setText(HWND dialog, int id, const std::wstring& text);
+
+// Presses a button without waiting for what it does.
+void click(HWND dialog, int id);
+
+// A message box: its text, and its OK button.
+std::wstring boxText(HWND box);
+void closeBox(HWND box);
+
+}  // namespace fendrel::test
