@@ -45,18 +45,34 @@ function(fendrel_add_module name file)
     LIBRARY_OUTPUT_DIRECTORY "${MODULE_DIRECTORY}" RUNTIME_OUTPUT_DIRECTORY "${MODULE_DIRECTORY}")
 endfunction()
 
+# fendrel_add_run(TEST PROGRAM [SERIAL] [LABELS ...] [ENVIRONMENT ...]): all tests of a program as one test of ctest.
+function(fendrel_add_run test program)
+  cmake_parse_arguments(PARSE_ARGV 2 RUN "SERIAL" "" "LABELS;ENVIRONMENT")
+  add_test(NAME ${test} COMMAND ${program} --gtest_brief=1)
+  set_tests_properties(${test} PROPERTIES TIMEOUT 300)
+  set_property(TEST ${test} PROPERTY LABELS ${RUN_LABELS})
+  set_property(TEST ${test} PROPERTY ENVIRONMENT ${RUN_ENVIRONMENT})
+  if(RUN_SERIAL)
+    set_tests_properties(${test} PROPERTIES RUN_SERIAL ON)
+  endif()
+endfunction()
+
 # fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [GUARDED] [LABELS ...] [ENVIRONMENT ...]
 #                  [NEEDS ...]):
 # a GoogleTest program whose tests appear in ctest as NAME.Suite.Case. NEEDS names modules and
-# programs that the tests load or start. GUARDED registers the same tests a second time as NAME_guarded, label "guarded",
-# in a program whose heap blocks end at unreadable pages.
+# programs that the tests load or start. GUARDED runs the same tests a second time as NAME_guarded, label "guarded",
+# in a program whose heap blocks end at unreadable pages. DOUBLE_BYTE runs them a second time as NAME_932, with ANSI code
+# page 932 instead of 1252. These second runs are one test of ctest each.
 function(fendrel_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL;GUARDED" "TIMEOUT" "SOURCES;USES;LABELS;ENVIRONMENT;NEEDS")
+  cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL;GUARDED;DOUBLE_BYTE" "TIMEOUT"
+                        "SOURCES;USES;LABELS;ENVIRONMENT;NEEDS")
   if(NOT TEST_TIMEOUT)
     set(TEST_TIMEOUT 60)
   endif()
   set(properties TIMEOUT ${TEST_TIMEOUT})
+  set(serial "")
   if(TEST_SERIAL)
+    set(serial SERIAL)
     list(APPEND properties RUN_SERIAL ON)
   endif()
   if(TEST_LABELS)
@@ -73,13 +89,23 @@ function(fendrel_add_test name)
   endif()
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
                        PROPERTIES ${properties})
+  if(TEST_DOUBLE_BYTE)
+    fendrel_add_run(${name}_932 ${name} ${serial} LABELS ${TEST_LABELS}
+                    ENVIRONMENT ${TEST_ENVIRONMENT} LC_ALL=ja_JP.UTF-8)
+  endif()
   if(TEST_GUARDED AND MINGW)
-    set(serial "")
-    if(TEST_SERIAL)
-      set(serial SERIAL)
-    endif()
-    fendrel_add_test(${name}_guarded ${serial} TIMEOUT 120 SOURCES ${TEST_SOURCES} USES ${TEST_USES} guarded_heap
-                     LABELS ${TEST_LABELS} guarded ENVIRONMENT ${TEST_ENVIRONMENT} NEEDS ${TEST_NEEDS})
+    add_executable(${name}_guarded ${TEST_SOURCES})
+    set_target_properties(${name}_guarded PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
+    target_link_libraries(${name}_guarded PRIVATE fendrel_settings fendrel_test_support ${TEST_USES} guarded_heap)
     target_compile_options(${name}_guarded PRIVATE -fno-builtin-malloc -fno-builtin-free)
+    if(TEST_NEEDS)
+      add_dependencies(${name}_guarded ${TEST_NEEDS})
+    endif()
+    fendrel_add_run(${name}_guarded ${name}_guarded ${serial} LABELS ${TEST_LABELS} guarded
+                    ENVIRONMENT ${TEST_ENVIRONMENT})
+    if(TEST_DOUBLE_BYTE)
+      fendrel_add_run(${name}_guarded_932 ${name}_guarded ${serial} LABELS ${TEST_LABELS} guarded
+                      ENVIRONMENT ${TEST_ENVIRONMENT} LC_ALL=ja_JP.UTF-8)
+    endif()
   endif()
 endfunction()
