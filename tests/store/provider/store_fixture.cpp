@@ -42,9 +42,9 @@ Bytes bytesOf(const SPropValue& value) {
 Bytes patternBytes(std::size_t count, unsigned seed) {
   Bytes bytes(count);
   unsigned state = seed * 2654435761u + 1;
-  for (auto& byte : bytes) {
+  for (auto& one : bytes) {
     state = state * 1664525u + 1013904223u;
-    byte = static_cast<unsigned char>(state >> 24);
+    one = static_cast<unsigned char>(state >> 24);
   }
   return bytes;
 }
