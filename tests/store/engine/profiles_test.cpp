@@ -130,6 +130,19 @@ TEST_F(ProfilesTest, DeletedOneTakesItsMailboxAlongAndPassesOnTheDefault) {
   EXPECT_EQ(deleteProfile(*database, u"First"), Status::NotFound);
 }
 
+TEST_F(ProfilesTest, NewUserNameIsAlsoTheMailboxs) {
+  const Profile made = add(u"Work", u"Old");
+  ASSERT_EQ(setUserName(*database, u"Work", u"New"), Status::Ok);
+  EXPECT_EQ(setUserName(*database, u"Work", u""), Status::Invalid);
+  EXPECT_EQ(setUserName(*database, u"none", u"x"), Status::NotFound);
+  Profile found;
+  ASSERT_EQ(findProfile(*database, u"Work", found), Status::Ok);
+  EXPECT_EQ(found.userName, u"New");
+  StoreInfo mailbox;
+  ASSERT_EQ(findStore(*database, made.mailbox, mailbox), Status::Ok);
+  EXPECT_EQ(mailbox.displayName, u"Mailbox - New");
+}
+
 TEST_F(ProfilesTest, RenamedOneKeepsItsMailbox) {
   const Profile made = add(u"Old", u"a");
   add(u"Taken", u"b");

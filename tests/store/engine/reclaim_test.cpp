@@ -39,8 +39,7 @@ TEST_F(ReclaimTest, OldTemporaryFileInUseStays) {
   const auto other = openAnother();
   auto writer = writerWith(*other, pattern(contentBlockSize * 2));
   ASSERT_EQ(spoolFiles().size(), 1u);
-  // Its times cannot be set while it is open, so the living one is made to look old by an old clock's eyes: the
-  // deletion that the opening would try is tried here.
+  // Its age cannot be changed while it is open; the deletion that an opening would try is tried here.
   EXPECT_FALSE(windowsDisk().remove(spool(spoolFiles()[0])));
   reopen();
   MessageDraft draft;

@@ -94,6 +94,25 @@ TEST_F(RowsTest, LongValueIsNamedNotLoaded) {
   EXPECT_EQ(rowsOf(top, {bodyTag})[0].values[0].value, PropertyValue(UnloadedValue{200'000}));
 }
 
+TEST_F(RowsTest, ChosenMessagesComeInTheOrderAskedFor) {
+  const Guid other = makeFolder(u"Other");
+  const Guid a = save(draftWith(top, u"a")).id;
+  const Guid b = save(draftWith(top, u"b")).id;
+  const Guid elsewhere = save(draftWith(other, u"x")).id;
+  const Guid chosen[] = {b, newGuid(), elsewhere, a};
+  const PropertyTag columns[] = {subjectTag};
+  std::u16string subjects;
+  ASSERT_EQ(readMessageRowsOf(*database, top, chosen, columns,
+                              [&](MessageRow&& row) {
+                                subjects += std::get<std::u16string>(row.values[0].value);
+                                return true;
+                              }),
+            Status::Ok);
+  EXPECT_EQ(subjects, u"ba");
+  EXPECT_EQ(readMessageRowsOf(*database, newGuid(), chosen, columns, [](MessageRow&&) { return true; }),
+            Status::NotFound);
+}
+
 TEST_F(RowsTest, SinkCanEndTheReading) {
   save(draftWith(top, u"a"));
   save(draftWith(top, u"b"));
