@@ -1,0 +1,3 @@
+#include <windows.h>
+
+extern "C" DWORD resourceDllVersion() { return RESOURCE_DLL_VERSION; }
