@@ -16,18 +16,33 @@ constexpr const char* rowsAlone = "SELECT " FENDREL_MESSAGE_COLUMNS
                                   " FROM message m JOIN folder f ON f.id = m.folder "
                                   "WHERE m.folder = ?1 AND m.associated = ?2 ORDER BY m.id";
 
-// The same for one message.
-constexpr const char* rowWithProperties =
+// The same for chosen messages: ?2 is "[\"0123...\",...]", their identifiers in hexadecimal. CROSS JOIN keeps the list
+// outside, so that rows come in its order.
+constexpr const char* chosenRowsWithProperties =
     "SELECT " FENDREL_MESSAGE_COLUMNS ", p.id, p.type, p.size, p.value, p.content "
-    "FROM message m JOIN folder f ON f.id = m.folder "
+    "FROM json_each(?2) k CROSS JOIN message m ON m.guid = unhex(k.value) JOIN folder f ON f.id = m.folder "
     "LEFT JOIN message_property p ON p.message = m.id AND p.part = 0 AND p.id IN (SELECT value FROM json_each(?3)) "
-    "WHERE m.folder = ?1 AND m.guid = ?2";
-constexpr const char* rowAlone = "SELECT " FENDREL_MESSAGE_COLUMNS
-                                 " FROM message m JOIN folder f ON f.id = m.folder "
-                                 "WHERE m.folder = ?1 AND m.guid = ?2";
+    "WHERE m.folder = ?1";
+constexpr const char* chosenRowsAlone =
+    "SELECT " FENDREL_MESSAGE_COLUMNS
+    " FROM json_each(?2) k CROSS JOIN message m ON m.guid = unhex(k.value) JOIN folder f ON f.id = m.folder "
+    "WHERE m.folder = ?1";
 
-// False once the sink has had enough.
-bool readRows(Connection& connection, Query& query, std::span<const PropertyTag> columns, const MessageRowSink& sink) {
+std::string guidList(std::span<const Guid> guids) {
+  static constexpr char digits[] = "0123456789abcdef";
+  std::string list = "[";
+  for (const Guid& guid : guids) {
+    list += list.size() > 1 ? ",\"" : "\"";
+    for (const std::byte value : guid.bytes) {
+      list += digits[std::to_integer<unsigned>(value) >> 4];
+      list += digits[std::to_integer<unsigned>(value) & 0xF];
+    }
+    list += '"';
+  }
+  return list += ']';
+}
+
+void readRows(Connection& connection, Query& query, std::span<const PropertyTag> columns, const MessageRowSink& sink) {
   bool more = query.step();
   while (more) {
     const std::int64_t id = query->integer(messageRowColumn);
@@ -41,9 +56,8 @@ bool readRows(Connection& connection, Query& query, std::span<const PropertyTag>
       }
       more = query.step();
     } while (more && query->integer(messageRowColumn) == id);
-    if (!sink(std::move(row))) return false;
+    if (!sink(std::move(row))) return;
   }
-  return true;
 }
 
 }  // namespace
@@ -65,12 +79,11 @@ Status readMessageRowsOf(Database& database, const Guid& folder, std::span<const
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Read);
     const std::int64_t row = folderRow(connection, folder);
-    const std::string ids = idList(columns);
-    for (const Guid& message : messages) {
-      Query query(connection.statement(columns.empty() ? rowAlone : rowWithProperties), row, message);
-      if (!columns.empty()) query->bind(3, std::string_view(ids));
-      if (!readRows(connection, query, columns, sink)) return;
-    }
+    const std::string ids = idList(columns), guids = guidList(messages);
+    Query query(connection.statement(columns.empty() ? chosenRowsAlone : chosenRowsWithProperties), row,
+                std::string_view(guids));
+    if (!columns.empty()) query->bind(3, std::string_view(ids));
+    readRows(connection, query, columns, sink);
   });
 }
 

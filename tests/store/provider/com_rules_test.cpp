@@ -33,7 +33,7 @@ struct ComRulesTest : FolderTest {
       }
       names.push_back(name);
       ComPtr<IUnknown> found;
-      found.Attach(static_cast<IUnknown*>(raw));
+      *found.GetAddressOf() = static_cast<IUnknown*>(raw);
       ComPtr<IUnknown> again;
       EXPECT_EQ(found->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(again.GetAddressOf())), S_OK) << name;
       EXPECT_EQ(again.Get(), identity.Get()) << name << ": one identity";
@@ -95,6 +95,41 @@ TEST_F(ComRulesTest, ProfileAdministration) {
   ComPtr<IProfSect> section;
   ASSERT_EQ(services->OpenProfileSection(nullptr, nullptr, 0, section.GetAddressOf()), S_OK);
   EXPECT_THAT(interfacesOf(section.Get()), UnorderedElementsAre("IUnknown", "IMAPIProp", "IProfSect"));
+}
+
+// SQLite does not let go of its file while anything of the session lives.
+TEST_F(ComRulesTest, TheFileIsClosedWhenEverythingIsReleased) {
+  const std::wstring file = folder.file(L"store.db");
+  post(*reports.Get(), L"one");
+  {
+    ComPtr<IMAPITable> stores, status, hierarchy, contents, attachments;
+    ASSERT_EQ(session->GetMsgStoresTable(0, stores.GetAddressOf()), S_OK);
+    ASSERT_EQ(session->GetStatusTable(0, status.GetAddressOf()), S_OK);
+    ASSERT_EQ(subtree->GetHierarchyTable(0, hierarchy.GetAddressOf()), S_OK);
+    ASSERT_EQ(reports->GetContentsTable(0, contents.GetAddressOf()), S_OK);
+    EXPECT_THAT(column(*contents.Get(), PR_SUBJECT_W), testing::ElementsAre(L"one"));
+    auto message = openFirst(*reports.Get(), MAPI_MODIFY);
+    ASSERT_EQ(message->GetAttachmentTable(0, attachments.GetAddressOf()), S_OK);
+    ComPtr<IAttach> attachment;
+    ULONG index = 0;
+    ASSERT_EQ(message->CreateAttach(nullptr, 0, &index, attachment.GetAddressOf()), S_OK);
+    auto stream = openStream(*attachment.Get(), PR_ATTACH_DATA_BIN, STGM_WRITE, MAPI_CREATE | MAPI_MODIFY);
+    ComPtr<IStream> clone;
+    ASSERT_EQ(stream->Clone(clone.GetAddressOf()), S_OK);
+    auto comment = openStream(*reports.Get(), PR_COMMENT_W, STGM_WRITE, MAPI_CREATE | MAPI_MODIFY);
+    ComPtr<IMsgServiceAdmin> services;
+    ASSERT_EQ(session->AdminServices(0, services.GetAddressOf()), S_OK);
+    ComPtr<IProfSect> section;
+    ASSERT_EQ(services->OpenProfileSection(nullptr, nullptr, 0, section.GetAddressOf()), S_OK);
+  }
+  EXPECT_EQ(DeleteFileW(file.c_str()), 0) << "the session holds the file";
+  reports.Reset();
+  subtree.Reset();
+  store.Reset();
+  ASSERT_EQ(session->Logoff(0, 0, 0), S_OK);
+  EXPECT_EQ(session->Release(), 0u);
+  session.Detach();
+  EXPECT_NE(DeleteFileW(file.c_str()), 0) << "error " << GetLastError();
 }
 
 TEST_F(ComRulesTest, ReferencesCountUpAndDown) {
