@@ -141,7 +141,8 @@ void applyAttachment(Connection& connection, std::int64_t message, const Attachm
     Query query(connection.statement("SELECT 1 FROM attachment WHERE message = ? AND number = ?"), message,
                 attachment.number);
     if (query.step()) {
-      fail(Status::AlreadyExists, "The message already has an attachment number " + std::to_string(attachment.number) + ".");
+      fail(Status::AlreadyExists,
+           "The message already has an attachment number " + std::to_string(attachment.number) + ".");
     }
     Query(connection.statement("INSERT INTO attachment (message, number, size) VALUES (?, ?, 0)"), message,
           attachment.number)

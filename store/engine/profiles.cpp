@@ -160,7 +160,8 @@ Status setUserName(Database& database, const std::u16string& name, const std::u1
     const std::string utf8 = toUtf8(userName);
     const std::string mailboxName = "Mailbox - " + utf8;
     Query(connection.statement("UPDATE profile SET user_name = ? WHERE id = ?"), std::string_view(utf8), row).run();
-    Query(connection.statement("UPDATE store SET display_name = ? WHERE id = ?"), std::string_view(mailboxName), mailbox)
+    Query(connection.statement("UPDATE store SET display_name = ? WHERE id = ?"), std::string_view(mailboxName),
+          mailbox)
         .run();
   });
 }

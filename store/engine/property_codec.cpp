@@ -34,7 +34,9 @@ bool fits(std::uint16_t type, const PropertyValue& value) {
   }
 }
 
-[[noreturn]] void damaged() { fail(Status::Corrupt, "The store is damaged: a property's value does not fit its type."); }
+[[noreturn]] void damaged() {
+  fail(Status::Corrupt, "The store is damaged: a property's value does not fit its type.");
+}
 
 void append(Bytes& bytes, const void* from, std::size_t size) {
   const auto* first = static_cast<const std::byte*>(from);

@@ -94,7 +94,9 @@ int Statement::type(int column) const { return sqlite3_column_type(statement_.ge
 Guid Statement::guid(int column) const {
   const auto value = bytes(column);
   Guid guid;
-  if (value.size() != sizeof guid.bytes) fail(Status::Corrupt, "The store is damaged: an identifier is not 16 bytes long.");
+  if (value.size() != sizeof guid.bytes) {
+    fail(Status::Corrupt, "The store is damaged: an identifier is not 16 bytes long.");
+  }
   std::memcpy(guid.bytes, value.data(), sizeof guid.bytes);
   return guid;
 }

@@ -219,7 +219,8 @@ TEST_F(ContentTest, CopyFromAReaderIsEqual) {
 TEST_F(ContentTest, ChangedByteInAFileIsCorruptAndNotHandedOut) {
   const Bytes bytes = pattern(contentBlockSize * 3);
   const Guid message = saveBytes(bytes);
-  overwrite(onlyContentFile(), contentBlockSize + 5, static_cast<char>(~std::to_integer<int>(bytes[contentBlockSize + 5])));
+  const auto other = ~bytes[contentBlockSize + 5];
+  overwrite(onlyContentFile(), contentBlockSize + 5, static_cast<char>(other));
   const auto reader = readerOf(message);
   Bytes piece(100);
   std::size_t count = 0;

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "connection.h"
 #include "database_on_disk.h"
 #include "engine_error.h"
 #include "engine_fixture.h"
@@ -140,6 +141,30 @@ TEST_F(DiskFaultTest, RefusedFileFailsTheWriteAndLeavesTheContentUsable) {
   EXPECT_EQ(writer->write(contentBlockSize, byte), Status::NoAccess);
   EXPECT_EQ(writer->size(), contentBlockSize);
   EXPECT_EQ(writer->write(contentBlockSize, byte), Status::Ok);
+}
+
+// SQLite is told that its file may not grow, which it reports as a full disk.
+TEST_F(DiskFaultTest, FullDiskUnderTheDatabaseLeavesNothingAndCanBeRepeated) {
+  Connection& connection = database->connection();
+  connection.execute("PRAGMA max_page_count = 1");  // it takes the file's present size, a chunk not full yet
+  MessageDraft draft = draftWithAttachment(top, pattern(contentBlockSize * 2));
+  for (std::uint32_t number = 1; number <= 5; ++number) {
+    auto& attachment = draft.attachments.emplace_back();
+    attachment.number = number;
+    attachment.contents = {{attachDataTag, writerWith(pattern(contentBlockSize, number))}};
+  }
+  MessageInfo saved;
+  ASSERT_EQ(saveMessage(*database, draft, saved), Status::NotEnoughDisk) << database->lastError();
+  EXPECT_EQ(folderNow(top).messageCount, 0u);
+  EXPECT_TRUE(contentFiles().empty());
+
+  connection.execute("PRAGMA max_page_count = 1000000");
+  saved = save(draft);
+  Bytes found;
+  ASSERT_EQ(readAll(saved.id, 0, attachDataTag, found), Status::Ok);
+  EXPECT_TRUE(found == pattern(contentBlockSize * 2));
+  ASSERT_EQ(readAll(saved.id, 5, attachDataTag, found), Status::Ok);
+  EXPECT_TRUE(found == pattern(contentBlockSize, 5));
 }
 
 // Flush, then rename, then commit: at the moment of the rename the file is flushed and no one sees the message.

@@ -46,7 +46,8 @@ TEST_F(MigrationsTest, EachRunsOnce) {
 }
 
 TEST_F(MigrationsTest, FailingOneLeavesTheOlderVersionWhole) {
-  constexpr Migration failing[] = {first[0], {2, "CREATE TABLE b (x); INSERT INTO a VALUES (8); INSERT INTO nowhere VALUES (1);"}};
+  constexpr Migration failing[] = {
+      first[0], {2, "CREATE TABLE b (x); INSERT INTO a VALUES (8); INSERT INTO nowhere VALUES (1);"}};
   migrate(*connect(), first);
   const auto connection = connect();
   EXPECT_EQ(statusOf(*connection, failing), Status::Failed);
