@@ -97,13 +97,15 @@ FileCode TLVFile::WriteItem(std::uint16_t tag, std::uint16_t length, const void*
 FileCode OpenTLVFile(const wchar_t* path, std::uint16_t access, std::uint16_t share,
                      std::unique_ptr<TLVFile>& stream) noexcept {
   HANDLE handle = INVALID_HANDLE_VALUE;
-  return makeStream(FileOpen(path, access, share, handle), handle, stream);
+  const FileCode code = FileOpen(path, access, share, handle);
+  return makeStream(code, handle, stream);
 }
 
 FileCode CreateTLVFile(const wchar_t* path, std::uint16_t access, std::uint16_t share,
                        std::unique_ptr<TLVFile>& stream) noexcept {
   HANDLE handle = INVALID_HANDLE_VALUE;
-  return makeStream(FileCreate(path, access, share, handle), handle, stream);
+  const FileCode code = FileCreate(path, access, share, handle);
+  return makeStream(code, handle, stream);
 }
 
 FileCode DestroyTLVFile(std::unique_ptr<TLVFile>& stream) noexcept {
