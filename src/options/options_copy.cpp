@@ -10,13 +10,11 @@
 namespace fendrel {
 namespace {
 
-// The part of a packed record that may be read: its stated size, and what is readable of the bytes behind.
+// The part of a packed record that may be read. The shortest record states less than its header takes.
 template <class Options>
 std::span<const std::byte> readableBlock(const Options& options) noexcept {
   const auto* const start = reinterpret_cast<const std::byte*>(&options);
-  const std::size_t stated = std::max<std::size_t>(options.packedSize, optionsHeaderSize);
-  const std::size_t limit = std::max(stated, options.packedSize + packedSizeShortfall);
-  return {start, stated + readableBytes(start + stated, limit - stated)};
+  return {start, readableBytes(start, std::max(optionsHeaderSize, options.packedSize + packedSizeShortfall))};
 }
 
 }  // namespace
