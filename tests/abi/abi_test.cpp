@@ -1,7 +1,5 @@
 #include "abi_test.h"
 
-#include <mapicode.h>
-
 #include <fstream>
 
 namespace fendrel::test {

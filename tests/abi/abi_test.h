@@ -3,6 +3,12 @@
 #pragma once
 
 #include <gmock/gmock.h>
+#include <windows.h>
+
+#include <mapidefs.h>
+
+#include <mapicode.h>
+#include <mapitags.h>
 
 #include <optional>
 #include <string>
