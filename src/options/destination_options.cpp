@@ -2,13 +2,25 @@
 
 #include <cstdlib>
 
+#include "packed_options.h"
+
 namespace fendrel {
 namespace {
+
+// A block whose packed size counts to 0 modulo 65,536 is told from an unpacked record by its first string, which
+// stands right behind the header: that offset is no address.
+template <class Options>
+bool holdsOffsets(const Options& options) noexcept {
+  for (const std::uint64_t field :
+       {options.profileNameOffset, options.profilePasswordOffset, options.folderPathOffset})
+    if (field != 0) return field == optionsHeaderSize;
+  return false;
+}
 
 template <class Options>
 void freeRecord(Options* options) noexcept {
   if (!options) return;
-  if (options->packedSize == 0) {
+  if (options->packedSize == 0 && !holdsOffsets(*options)) {
     std::free(options->profileName);
     std::free(options->profilePassword);
     std::free(options->folderPath);

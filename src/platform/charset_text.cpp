@@ -77,6 +77,12 @@ UINT getPrivateProfileInt(const wchar_t* section, const wchar_t* key, INT fallba
   return GetPrivateProfileIntA(ansiSection.get(), ansiKey.get(), fallback, ansiFile.get());
 }
 
+ATOM globalFindAtom(const wchar_t* name) noexcept {
+  if (!g_bUseAnsi) return GlobalFindAtomW(name);
+  const AnsiArgument ansi = ansiName(name);
+  return ansi.isOk() ? GlobalFindAtomA(ansi.get()) : ATOM{0};
+}
+
 int getLocaleInfo(LCID locale, LCTYPE type, wchar_t* buffer, int size) noexcept {
   if (!g_bUseAnsi) return GetLocaleInfoW(locale, type, buffer, size);
   if (type & LOCALE_RETURN_NUMBER)  // no text; the size is told in bytes there, in characters here

@@ -21,6 +21,9 @@ DWORD getPrivateProfileString(const wchar_t* section, const wchar_t* key, const 
                               DWORD size, const wchar_t* file) noexcept;
 UINT getPrivateProfileInt(const wchar_t* section, const wchar_t* key, INT fallback, const wchar_t* file) noexcept;
 
+// 0 when there is no global atom of that name.
+ATOM globalFindAtom(const wchar_t* name) noexcept;
+
 // A size of 0 asks for the room needed. Counts the terminator.
 int getLocaleInfo(LCID locale, LCTYPE type, wchar_t* buffer, int size) noexcept;
 

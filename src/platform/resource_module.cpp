@@ -33,7 +33,7 @@ WORD g_libraryCount;
 
 std::wstring userLanguageCode() {
   for (const Language& language : languages)
-    if (GlobalFindAtomW(language.key) != 0) return language.code;
+    if (charset::globalFindAtom(language.key) != 0) return language.code;
   wchar_t code[258] = {};
   charset::getProfileString(L"intl", L"sLanguage", L"", code, static_cast<DWORD>(std::size(code)));
   return code;

@@ -234,6 +234,18 @@ TEST(CharsetText, LocaleInfoOfAnUnknownLocaleIs0OnBothPaths) {
   EXPECT_EQ(charset::getLocaleInfo(0xFFFF, LOCALE_SENGLANGUAGE, text, 8), 0);
 }
 
+TEST(CharsetText, GlobalAtomsAreFoundByNameOnBothPaths) {
+  const ATOM atom = GlobalAddAtomW(nativeText().c_str());
+  ASSERT_NE(atom, 0);
+  EXPECT_EQ(charset::globalFindAtom(nativeText().c_str()), atom);
+  {
+    const AnsiPath ansi;
+    EXPECT_EQ(charset::globalFindAtom(nativeText().c_str()), atom);
+    EXPECT_EQ(charset::globalFindAtom(L"FendrelNoSuchAtom"), 0);
+  }
+  GlobalDeleteAtom(atom);
+}
+
 TEST(CharsetAnsi, CopyBackNeverSplitsACharacter) {
   HeapAnsiText ansi;
   ASSERT_NE(WideToAnsiAlloc(nativeText().c_str(), ansi), 0);
