@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <mutex>
 
 #include "text.h"
 
@@ -10,7 +11,10 @@ namespace fendrel::host {
 namespace {
 
 std::atomic<bool> cancel{false};
-std::atomic<bool> progressShown{false};
+
+// Lines and progress come from two threads.
+std::mutex writing;
+std::size_t progressWidth = 0;  // of the progress line that stands on standard error
 
 BOOL WINAPI onConsoleEvent(DWORD event) {
   if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) return FALSE;
@@ -44,6 +48,16 @@ bool writeAll(HANDLE handle, std::string_view utf8) {
   return true;
 }
 
+// Blanks and a carriage return: every terminal knows them.
+void replaceProgress(std::string_view utf8) {
+  if (utf8.empty() && progressWidth == 0) return;
+  const std::size_t width = displayWidth(utf8);
+  std::string text = "\r" + padded(utf8, progressWidth);
+  if (width < progressWidth) text += "\r" + std::string(utf8);
+  writeAll(GetStdHandle(STD_ERROR_HANDLE), text);
+  progressWidth = width;
+}
+
 std::string environmentText(const wchar_t* name) {
   wchar_t value[64];
   const DWORD length = GetEnvironmentVariableW(name, value, 64);
@@ -53,18 +67,20 @@ std::string environmentText(const wchar_t* name) {
 }  // namespace
 
 bool printLine(std::string_view utf8) {
-  if (progressShown.exchange(false)) writeAll(GetStdHandle(STD_ERROR_HANDLE), "\r\x1b[K");
+  const std::scoped_lock lock(writing);
+  replaceProgress({});
   return writeAll(GetStdHandle(STD_OUTPUT_HANDLE), std::string(utf8) + "\n");
 }
 
 void printError(std::string_view utf8) {
-  if (progressShown.exchange(false)) writeAll(GetStdHandle(STD_ERROR_HANDLE), "\r\x1b[K");
+  const std::scoped_lock lock(writing);
+  replaceProgress({});
   writeAll(GetStdHandle(STD_ERROR_HANDLE), std::string(utf8) + "\n");
 }
 
-void writeError(std::string_view utf8) {
-  progressShown = true;
-  writeAll(GetStdHandle(STD_ERROR_HANDLE), utf8);
+void showProgress(std::string_view utf8) {
+  const std::scoped_lock lock(writing);
+  replaceProgress(utf8);
 }
 
 bool errorIsTerminal() {
@@ -73,10 +89,7 @@ bool errorIsTerminal() {
     if (hint == "yes") return true;
     if (hint == "no") return false;
     const HANDLE handle = GetStdHandle(STD_ERROR_HANDLE);
-    if (GetFileType(handle) != FILE_TYPE_CHAR || !isConsole(handle)) return false;
-    DWORD mode = 0;
-    GetConsoleMode(handle, &mode);
-    return SetConsoleMode(handle, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+    return GetFileType(handle) == FILE_TYPE_CHAR && isConsole(handle);
   }();
   return terminal;
 }

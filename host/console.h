@@ -13,8 +13,8 @@ bool printLine(std::string_view utf8);
 // Writes one line to standard error, clearing a progress line that stands there.
 void printError(std::string_view utf8);
 
-// Text without a line's end to standard error, for progress.
-void writeError(std::string_view utf8);
+// Shows this text in the progress line on standard error; an empty text takes the line away.
+void showProgress(std::string_view utf8);
 
 // True when a person sees standard error come by. Under Wine the start script, which alone can know, says so in
 // FENDREL_TERMINAL.

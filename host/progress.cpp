@@ -35,7 +35,7 @@ Progress::Progress(std::string verb, std::uint64_t fileCount, std::uint64_t byte
     std::condition_variable_any wake;
     std::unique_lock lock(sleeping);
     while (!wake.wait_for(lock, stop, redrawEvery, [&] { return stop.stop_requested(); })) draw();
-    writeError("\r\x1b[K");
+    showProgress({});
   });
 }
 
@@ -68,7 +68,7 @@ void Progress::draw() {
     const double seconds = static_cast<double>(GetTickCount64() - startTicks) / 1000;
     text = render(what, filesDone, files, bytesDone, bytes, seconds, current, terminalWidth());
   }
-  writeError("\r\x1b[K" + text);
+  showProgress(text);
 }
 
 std::string Progress::render(const std::string& what, std::uint64_t filesDone, std::uint64_t files,
