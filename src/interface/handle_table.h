@@ -13,6 +13,9 @@ namespace fendrel {
 template <class Object>
 class HandleTable {
  public:
+  // The handles follow `before`, so that tables can keep theirs apart.
+  explicit HandleTable(std::uint32_t before = 0) noexcept : last_(before) {}
+
   std::uint32_t add(std::unique_ptr<Object> object) {
     do ++last_;
     while (last_ == 0 || objects_.contains(last_));
@@ -31,7 +34,7 @@ class HandleTable {
 
  private:
   std::map<std::uint32_t, std::unique_ptr<Object>> objects_;
-  std::uint32_t last_ = 0;
+  std::uint32_t last_;
 };
 
 }  // namespace fendrel

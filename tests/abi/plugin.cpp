@@ -15,7 +15,12 @@ void lookUp(HMODULE module, const char* name, Function& function) {
 
 }  // namespace
 
-std::wstring Plugin::builtPath() { return buildFile(L"bin/FENDREL.DLL"); }
+// Another build of the module may be named, relative to the build folder.
+std::wstring Plugin::builtPath() {
+  wchar_t other[260] = {};
+  const DWORD length = GetEnvironmentVariableW(L"FENDREL_TEST_PLUGIN", other, 260);
+  return buildFile(length != 0 && length < 260 ? other : L"bin/FENDREL.DLL");
+}
 
 Plugin::Plugin(const std::wstring& path) : module_(LoadLibraryW(path.c_str())) {
   if (!module_) throw std::runtime_error("FENDREL.DLL cannot be loaded");
