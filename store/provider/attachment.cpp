@@ -143,9 +143,11 @@ HRESULT Attachment::openProperty(ULONG tag, REFIID iid, ULONG options, ULONG fla
   if (PROP_TYPE(tag) == PT_OBJECT) return MAPI_E_INTERFACE_NOT_SUPPORTED;
   StreamWish wish;
   if (const HRESULT result = streamWish(tag, iid, options, flags, writable_, wish); FAILED(result)) return result;
-  if (isComputed(tag)) return wish.writable ? MAPI_E_COMPUTED : openHostStream(*this, this, mutex(), tag, iid, 0, 0, object);
+  if (isComputed(tag))
+    return wish.writable ? MAPI_E_COMPUTED : openHostStream(*this, this, mutex(), tag, iid, 0, 0, object);
   std::shared_ptr<StreamContent> content;
-  if (const HRESULT result = draft_.openContent(tag, wish.writable, wish.create, content); FAILED(result)) return result;
+  if (const HRESULT result = draft_.openContent(tag, wish.writable, wish.create, content); FAILED(result))
+    return result;
   auto stream = makeObject<PropertyStream>(mutex(), std::move(content), wish.writable);
   return handOut(stream, object);
 }

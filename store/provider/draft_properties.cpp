@@ -108,7 +108,8 @@ HRESULT DraftProperties::openContent(ULONG tag, bool writable, bool create,
   const PropertyTag stored = storedTag(tag);
   const auto* change = changes_.find(tag);
   if (const auto* pending = change ? std::get_if<PropertyChanges::Content>(change) : nullptr) {
-    const bool sameForm = (dynamic_cast<AnsiContent*>(pending->content.get()) != nullptr) == (PROP_TYPE(tag) == PT_STRING8);
+    const bool sameForm =
+        (dynamic_cast<AnsiContent*>(pending->content.get()) != nullptr) == (PROP_TYPE(tag) == PT_STRING8);
     if (!create && pending->tag == stored && sameForm) {
       content = pending->content;
       return S_OK;
@@ -122,7 +123,8 @@ HRESULT DraftProperties::openContent(ULONG tag, bool writable, bool create,
   } else {
     std::vector<Property> found;
     const PropertyTag asked = anyType(tag);
-    if (const HRESULT result = readSaved(std::span(&asked, 1), store::defaultValueLimit, found); FAILED(result)) return result;
+    if (const HRESULT result = readSaved(std::span(&asked, 1), store::defaultValueLimit, found); FAILED(result))
+      return result;
     if (!found.empty()) present = std::move(found.front());
   }
   if (present.tag != stored) present = {};
@@ -160,7 +162,8 @@ HRESULT DraftProperties::openForWriting(ULONG tag, const Property& present, bool
       if (status != store::Status::Ok) return toResult(status);
       if (const HRESULT result = wide->copyFrom(*reader); FAILED(result)) return result;
     } else if (!create && present.tag != 0) {
-      if (const HRESULT result = wide->write(0, streamBytes(PROP_TYPE(tag), present.value)); FAILED(result)) return result;
+      if (const HRESULT result = wide->write(0, streamBytes(PROP_TYPE(tag), present.value)); FAILED(result))
+        return result;
     }
     draft = wide;
   }

@@ -12,7 +12,8 @@ namespace {
 HRESULT openMessage(const ScopePointer& scope, const store::Guid& id, LPCIID iid, ULONG flags, LPUNKNOWN* object) {
   if (!accepts<IMessage>(iid)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
   store::MessageInfo info;
-  if (const auto status = store::findMessage(scope->database(), id, info); status != store::Status::Ok) return toResult(status);
+  if (const auto status = store::findMessage(scope->database(), id, info); status != store::Status::Ok)
+    return toResult(status);
   store::FolderInfo folder;
   const auto status = store::findFolder(scope->database(), info.folder, folder);
   if (status != store::Status::Ok) return toResult(status);
@@ -26,7 +27,8 @@ HRESULT openMessage(const ScopePointer& scope, const store::Guid& id, LPCIID iid
 HRESULT openUser(const SessionPointer& session, const store::Guid& id, LPCIID iid, LPUNKNOWN* object) {
   if (!accepts<IMailUser>(iid)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
   std::vector<store::Profile> profiles;
-  if (const auto status = store::listProfiles(*session->database, profiles); status != store::Status::Ok) return toResult(status);
+  if (const auto status = store::listProfiles(*session->database, profiles); status != store::Status::Ok)
+    return toResult(status);
   for (const store::Profile& profile : profiles) {
     if (profile.id != id) continue;
     auto user = makeObject<MailUser>(session, profile);
@@ -49,7 +51,8 @@ HRESULT openStore(const SessionPointer& session, const store::Guid& id, bool wri
   return S_OK;
 }
 
-HRESULT openFolder(const ScopePointer& scope, const store::FolderInfo& folder, LPCIID iid, ULONG flags, LPUNKNOWN* object) {
+HRESULT openFolder(const ScopePointer& scope, const store::FolderInfo& folder, LPCIID iid, ULONG flags,
+                   LPUNKNOWN* object) {
   if (!accepts<IMAPIFolder>(iid)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
   bool writable = false;
   if (const HRESULT result = accessFor(flags, scope->writable, writable); FAILED(result)) return result;

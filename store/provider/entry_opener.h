@@ -19,6 +19,7 @@ HRESULT openEntryOfSession(const SessionPointer& session, ULONG size, const void
 // A store of the session's profile: its mailbox or the public one. Others are MAPI_E_NOT_FOUND.
 HRESULT openStore(const SessionPointer& session, const store::Guid& id, bool writable, ScopePointer& scope);
 
-HRESULT openFolder(const ScopePointer& scope, const store::FolderInfo& folder, LPCIID iid, ULONG flags, LPUNKNOWN* object);
+HRESULT openFolder(const ScopePointer& scope, const store::FolderInfo& folder, LPCIID iid, ULONG flags,
+                   LPUNKNOWN* object);
 
 }  // namespace fendrel::provider

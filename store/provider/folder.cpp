@@ -15,7 +15,8 @@ using store::Status;
 
 HRESULT Folder::readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) {
   store::FolderInfo info;
-  if (const auto status = store::findFolder(scope_->database(), id_, info); status != Status::Ok) return toResult(status);
+  if (const auto status = store::findFolder(scope_->database(), id_, info); status != Status::Ok)
+    return toResult(status);
   std::vector<PropertyTag> stored;
   for (const PropertyTag tag : tags) {
     if (!isComputedFolderTag(tag)) stored.push_back(tag);
@@ -34,7 +35,8 @@ HRESULT Folder::readProperties(std::span<const PropertyTag> tags, std::vector<Pr
 
 HRESULT Folder::readAllProperties(std::vector<Property>& found) {
   store::FolderInfo info;
-  if (const auto status = store::findFolder(scope_->database(), id_, info); status != Status::Ok) return toResult(status);
+  if (const auto status = store::findFolder(scope_->database(), id_, info); status != Status::Ok)
+    return toResult(status);
   const auto status = store::readFolderProperties(scope_->database(), id_, {}, found);
   if (status != Status::Ok) return toResult(status);
   for (const PropertyTag tag : computedFolderTags()) {

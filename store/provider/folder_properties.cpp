@@ -15,7 +15,8 @@ constexpr PropertyTag computed[] = {
 ULONG accessTo(const StoreScope& scope, const store::FolderInfo& folder) {
   ULONG access = MAPI_ACCESS_READ;
   if (!scope.writable) return access;
-  access |= MAPI_ACCESS_MODIFY | MAPI_ACCESS_CREATE_HIERARCHY | MAPI_ACCESS_CREATE_CONTENTS | MAPI_ACCESS_CREATE_ASSOCIATED;
+  access |=
+      MAPI_ACCESS_MODIFY | MAPI_ACCESS_CREATE_HIERARCHY | MAPI_ACCESS_CREATE_CONTENTS | MAPI_ACCESS_CREATE_ASSOCIATED;
   return folder.isStandard ? access : access | MAPI_ACCESS_DELETE;
 }
 

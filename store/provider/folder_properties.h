@@ -12,6 +12,7 @@ std::span<const PropertyTag> computedFolderTags();
 bool isComputedFolderTag(PropertyTag tag);
 
 // Tag 0 where the folder has none of it.
-Property computedFolderProperty(const StoreScope& scope, const store::FolderInfo& folder, PropertyTag tag, bool writable);
+Property computedFolderProperty(const StoreScope& scope, const store::FolderInfo& folder, PropertyTag tag,
+                                bool writable);
 
 }  // namespace fendrel::provider

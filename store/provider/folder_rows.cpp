@@ -30,7 +30,8 @@ HRESULT FolderRows::fetch(std::span<const PropertyTag> columns) {
     std::size_t nextStored = 0;
     for (const PropertyTag column : columns) {
       if (PROP_ID(column) == PROP_ID(PR_DEPTH)) row.values.push_back(longProperty(PR_DEPTH, found.depth));
-      else if (isComputedFolderTag(column)) row.values.push_back(computedFolderProperty(*scope_, found.folder, column, scope_->writable));
+      else if (isComputedFolderTag(column))
+        row.values.push_back(computedFolderProperty(*scope_, found.folder, column, scope_->writable));
       else row.values.push_back(std::move(found.values[nextStored++]));
     }
     return true;

@@ -17,7 +17,8 @@ HRESULT streamWish(ULONG tag, REFIID iid, ULONG options, ULONG flags, bool objec
 HRESULT openHostStream(PropertyHost& host, IUnknown* owner, const std::shared_ptr<std::recursive_mutex>& mutex,
                        ULONG tag, REFIID iid, ULONG options, ULONG flags, IUnknown** object) {
   StreamWish wish;
-  if (const HRESULT result = streamWish(tag, iid, options, flags, SUCCEEDED(host.checkWritable()), wish); FAILED(result)) {
+  if (const HRESULT result = streamWish(tag, iid, options, flags, SUCCEEDED(host.checkWritable()), wish);
+      FAILED(result)) {
     return result;
   }
   if (wish.writable) {

@@ -19,8 +19,9 @@ public:
   explicit ChooseProfile(std::vector<store::Profile> profiles) : profiles_(std::move(profiles)) {}
 
   HRESULT show(HWND parent, store::Profile& profile) {
-    const INT_PTR answer = DialogBoxParamW(reinterpret_cast<HINSTANCE>(&__ImageBase), MAKEINTRESOURCEW(IDD_CHOOSE_PROFILE),
-                                           parent, &ChooseProfile::procedure, reinterpret_cast<LPARAM>(this));
+    const INT_PTR answer =
+        DialogBoxParamW(reinterpret_cast<HINSTANCE>(&__ImageBase), MAKEINTRESOURCEW(IDD_CHOOSE_PROFILE), parent,
+                        &ChooseProfile::procedure, reinterpret_cast<LPARAM>(this));
     if (FAILED(failure_)) return failure_;
     if (answer == IDOK) {
       profile = profiles_[chosen_];
@@ -35,7 +36,8 @@ private:
     auto* dialog = reinterpret_cast<ChooseProfile*>(GetWindowLongPtrW(window, DWLP_USER));
     if (!dialog) return FALSE;
     // No exception may pass through the system's window code.
-    const HRESULT result = guardedMessage([&] { return dialog->handle(window, message, LOWORD(wParam), HIWORD(wParam)); });
+    const HRESULT result =
+        guardedMessage([&] { return dialog->handle(window, message, LOWORD(wParam), HIWORD(wParam)); });
     if (FAILED(result)) {
       dialog->failure_ = result;
       EndDialog(window, IDABORT);

@@ -12,7 +12,8 @@ constexpr char16_t addressType[] = u"FENDREL";
 store::Bytes searchKey(const store::Profile& profile) {
   std::u16string key = std::u16string(addressType) + u":" + profile.userName;
   CharUpperBuffW(reinterpret_cast<wchar_t*>(key.data()), static_cast<DWORD>(key.size()));
-  const int size = WideCharToMultiByte(CP_UTF8, 0, systemText(key), static_cast<int>(key.size()), nullptr, 0, nullptr, nullptr);
+  const int size =
+      WideCharToMultiByte(CP_UTF8, 0, systemText(key), static_cast<int>(key.size()), nullptr, 0, nullptr, nullptr);
   store::Bytes bytes(static_cast<std::size_t>(size) + 1);
   WideCharToMultiByte(CP_UTF8, 0, systemText(key), static_cast<int>(key.size()), reinterpret_cast<char*>(bytes.data()),
                       size, nullptr, nullptr);

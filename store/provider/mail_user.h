@@ -14,7 +14,9 @@ private:
   HRESULT readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) override;
   HRESULT readAllProperties(std::vector<Property>& found) override;
   HRESULT checkProperty(PropertyTag) const override { return MAPI_E_NO_ACCESS; }
-  HRESULT changeProperties(std::span<const Property>, std::span<const PropertyTag>) override { return MAPI_E_NO_ACCESS; }
+  HRESULT changeProperties(std::span<const Property>, std::span<const PropertyTag>) override {
+    return MAPI_E_NO_ACCESS;
+  }
 
   std::vector<Property> properties_;
 };

@@ -31,7 +31,8 @@ BlockHead* headOf(void* block) { return static_cast<BlockHead*>(block) - 1; }
 
 BlockHead* newBlock(std::size_t size) {
   if (size > std::numeric_limits<ULONG>::max() - sizeof(BlockHead)) throw std::bad_alloc();
-  auto* head = static_cast<BlockHead*>(std::calloc(1, sizeof(BlockHead) + size));
+  // Whole units of 8 bytes: some heaps align a block by its size only.
+  auto* head = static_cast<BlockHead*>(std::calloc((sizeof(BlockHead) + size + 7) / 8, 8));
   if (!head) throw std::bad_alloc();
   return head;
 }

@@ -176,12 +176,13 @@ HRESULT MapiTable::findFrom(const Restriction& wanted, std::size_t begin, std::s
     // A row that is gone is left out by the source, so positions are found again by key.
     std::size_t next = first, hit = rows_.size();
     const std::span batch(rows_.data() + first, count);
-    const HRESULT result = source_->read(batch, wanted.columns(), [&](const RowKey& row, std::vector<Property>& values) {
-      while (next < first + count && rows_[next] != row) ++next;
-      if (!wanted.matches(values)) return true;
-      hit = next;
-      return backward;
-    });
+    const HRESULT result =
+        source_->read(batch, wanted.columns(), [&](const RowKey& row, std::vector<Property>& values) {
+          while (next < first + count && rows_[next] != row) ++next;
+          if (!wanted.matches(values)) return true;
+          hit = next;
+          return backward;
+        });
     if (FAILED(result)) return result;
     if (hit < rows_.size()) {
       found = hit;

@@ -190,9 +190,11 @@ HRESULT Message::openProperty(ULONG tag, REFIID iid, ULONG options, ULONG flags,
   }
   StreamWish wish;
   if (const HRESULT result = streamWish(tag, iid, options, flags, writable_, wish); FAILED(result)) return result;
-  if (isComputedMessageTag(tag)) return wish.writable ? MAPI_E_COMPUTED : openHostStream(*this, this, mutex(), tag, iid, 0, 0, object);
+  if (isComputedMessageTag(tag))
+    return wish.writable ? MAPI_E_COMPUTED : openHostStream(*this, this, mutex(), tag, iid, 0, 0, object);
   std::shared_ptr<StreamContent> content;
-  if (const HRESULT result = draft_.openContent(tag, wish.writable, wish.create, content); FAILED(result)) return result;
+  if (const HRESULT result = draft_.openContent(tag, wish.writable, wish.create, content); FAILED(result))
+    return result;
   auto stream = makeObject<PropertyStream>(mutex(), std::move(content), wish.writable);
   return handOut(stream, object);
 }
@@ -218,7 +220,8 @@ HRESULT Message::attachmentDraft(ULONG number, DraftProperties& draft) const {
   if (!std::ranges::binary_search(numbers, number)) return MAPI_E_NOT_FOUND;
   const auto pending = attachments_.find(number);
   if (pending != attachments_.end()) draft.changes() = pending->second.changes;
-  if (pending == attachments_.end() || pending->second.state != AttachmentState::Added) draft.setSaved(info_.id, number);
+  if (pending == attachments_.end() || pending->second.state != AttachmentState::Added)
+    draft.setSaved(info_.id, number);
   return S_OK;
 }
 
@@ -279,7 +282,8 @@ HRESULT Message::keepAttachment(ULONG number, const PropertyChanges& changes) {
   if (const HRESULT result = attachmentNumbers(numbers); FAILED(result)) return result;
   const bool added = !std::ranges::binary_search(numbers, number) ||
                      (known != attachments_.end() && known->second.state == AttachmentState::Added);
-  attachments_.insert_or_assign(number, PendingAttachment{added ? AttachmentState::Added : AttachmentState::Changed, changes});
+  attachments_.insert_or_assign(number,
+                                PendingAttachment{added ? AttachmentState::Added : AttachmentState::Changed, changes});
   return S_OK;
 }
 

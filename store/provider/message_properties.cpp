@@ -15,8 +15,11 @@ constexpr PropertyTag computed[] = {
 // "RE: " and the like: one to three letters, a colon and a blank.
 std::size_t prefixLength(std::u16string_view subject) {
   const std::size_t colon = subject.substr(0, 4).find(u':');
-  if (colon == 0 || colon == std::u16string_view::npos || colon + 1 >= subject.size() || subject[colon + 1] != u' ') return 0;
-  const auto isLetter = [](char16_t unit) { return unit > 0x7F || (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z'); };
+  if (colon == 0 || colon == std::u16string_view::npos || colon + 1 >= subject.size() || subject[colon + 1] != u' ')
+    return 0;
+  const auto isLetter = [](char16_t unit) {
+    return unit > 0x7F || (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
+  };
   return std::ranges::all_of(subject.substr(0, colon), isLetter) ? colon + 2 : 0;
 }
 
@@ -71,7 +74,8 @@ Property computedMessageProperty(const StoreScope& scope, const store::MessageIn
       return makeProperty(PR_MDB_PROVIDER, store::Bytes(uid, uid + sizeof(MAPIUID)));
     }
     case PROP_ID(PR_MESSAGE_FLAGS):
-      return messageFlags(source, message.isRead, message.hasAttachments, message.kind == store::MessageKind::Associated);
+      return messageFlags(source, message.isRead, message.hasAttachments,
+                          message.kind == store::MessageKind::Associated);
     case PROP_ID(PR_MESSAGE_SIZE): return longProperty(PR_MESSAGE_SIZE, message.size);
     case PROP_ID(PR_HASATTACH): return makeProperty(PR_HASATTACH, message.hasAttachments);
     case PROP_ID(PR_NORMALIZED_SUBJECT_W): return subjectPart(source, PR_NORMALIZED_SUBJECT_W);

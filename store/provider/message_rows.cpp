@@ -46,10 +46,10 @@ private:
 }  // namespace
 
 std::vector<PropertyTag> MessageRows::defaultColumns() const {
-  return {PR_ENTRYID,         PR_SUBJECT_W,       PR_MESSAGE_CLASS_W, PR_MESSAGE_FLAGS,       PR_MESSAGE_SIZE,
-          PR_HASATTACH,       PR_SENDER_NAME_W,   PR_CLIENT_SUBMIT_TIME, PR_MESSAGE_DELIVERY_TIME, PR_LAST_MODIFICATION_TIME,
-          PR_IMPORTANCE,      PR_SENSITIVITY,     PR_DISPLAY_TO_W,    PR_DISPLAY_NAME_W,      PR_NORMALIZED_SUBJECT_W,
-          PR_OBJECT_TYPE,     PR_RECORD_KEY,      PR_INSTANCE_KEY};
+  return {PR_ENTRYID,     PR_SUBJECT_W,     PR_MESSAGE_CLASS_W,    PR_MESSAGE_FLAGS,         PR_MESSAGE_SIZE,
+          PR_HASATTACH,   PR_SENDER_NAME_W, PR_CLIENT_SUBMIT_TIME, PR_MESSAGE_DELIVERY_TIME, PR_LAST_MODIFICATION_TIME,
+          PR_IMPORTANCE,  PR_SENSITIVITY,   PR_DISPLAY_TO_W,       PR_DISPLAY_NAME_W,        PR_NORMALIZED_SUBJECT_W,
+          PR_OBJECT_TYPE, PR_RECORD_KEY,    PR_INSTANCE_KEY};
 }
 
 std::vector<PropertyTag> MessageRows::allColumns() const {
@@ -70,18 +70,20 @@ std::vector<PropertyTag> MessageRows::allColumns() const {
 
 HRESULT MessageRows::scan(std::span<const PropertyTag> columns, const RowSink& sink) {
   const Plan plan(*scope_, columns);
-  return toResult(store::readMessageRows(scope_->database(), folder_, kind_, plan.stored(), [&](store::MessageRow&& row) {
-    auto values = plan.rowOf(row);
-    return sink(row.message.id, values);
-  }));
+  return toResult(
+      store::readMessageRows(scope_->database(), folder_, kind_, plan.stored(), [&](store::MessageRow&& row) {
+        auto values = plan.rowOf(row);
+        return sink(row.message.id, values);
+      }));
 }
 
 HRESULT MessageRows::read(std::span<const RowKey> rows, std::span<const PropertyTag> columns, const RowSink& sink) {
   const Plan plan(*scope_, columns);
-  return toResult(store::readMessageRowsOf(scope_->database(), folder_, rows, plan.stored(), [&](store::MessageRow&& row) {
-    auto values = plan.rowOf(row);
-    return sink(row.message.id, values);
-  }));
+  return toResult(
+      store::readMessageRowsOf(scope_->database(), folder_, rows, plan.stored(), [&](store::MessageRow&& row) {
+        auto values = plan.rowOf(row);
+        return sink(row.message.id, values);
+      }));
 }
 
 }  // namespace fendrel::provider

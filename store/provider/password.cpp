@@ -32,7 +32,8 @@ private:
 
 UCHAR* raw(store::Bytes& bytes) { return reinterpret_cast<UCHAR*>(bytes.data()); }
 
-HRESULT derive(const std::u16string& password, store::Bytes salt, std::uint32_t count, std::size_t size, store::Bytes& hash) {
+HRESULT derive(const std::u16string& password, store::Bytes salt, std::uint32_t count, std::size_t size,
+               store::Bytes& hash) {
   const HmacSha256 algorithm;
   if (!algorithm.get()) return MAPI_E_CALL_FAILED;
   store::Bytes secret(reinterpret_cast<const std::byte*>(password.data()),

@@ -37,7 +37,8 @@ STDMETHODIMP ProfileAdmin::GetProfileTable(ULONG flags, LPMAPITABLE* table) {
     if (status != store::Status::Ok) return toResult(status);
     std::vector<MemoryRows::Row> rows;
     for (const store::Profile& profile : profiles) {
-      rows.push_back({makeProperty(PR_DISPLAY_NAME_W, profile.name), makeProperty(PR_DEFAULT_PROFILE, profile.isDefault),
+      rows.push_back({makeProperty(PR_DISPLAY_NAME_W, profile.name),
+                      makeProperty(PR_DEFAULT_PROFILE, profile.isDefault),
                       makeProperty(PR_INSTANCE_KEY, store::Bytes(profile.id.bytes, profile.id.bytes + 16)),
                       makeProperty(PR_MAILBOX_OWNER_NAME_W, profile.userName)});
     }

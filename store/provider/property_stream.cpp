@@ -62,7 +62,8 @@ STDMETHODIMP PropertyStream::CopyTo(IStream* target, ULARGE_INTEGER size, ULARGE
   const HRESULT result = guarded(*mutex_, [&]() -> HRESULT {
     std::array<std::byte, 32 * 1024> buffer;
     while (readHere.QuadPart < size.QuadPart) {
-      const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), size.QuadPart - readHere.QuadPart));
+      const auto wanted =
+          static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), size.QuadPart - readHere.QuadPart));
       std::size_t count = 0;
       if (const HRESULT failed = content_->read(position_, std::span(buffer).first(wanted), count); FAILED(failed)) {
         return failed;

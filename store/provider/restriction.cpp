@@ -28,7 +28,8 @@ HRESULT checkOperator(ULONG relop) {
 // Whether `whole` contains `part` as the fuzzy level asks.
 template <class Text>
 bool contains(const Text& whole, const Text& part, ULONG fuzzyLevel) {
-  if (fuzzyLevel & FL_SUBSTRING) return std::search(whole.begin(), whole.end(), part.begin(), part.end()) != whole.end() || part.empty();
+  if (fuzzyLevel & FL_SUBSTRING)
+    return std::search(whole.begin(), whole.end(), part.begin(), part.end()) != whole.end() || part.empty();
   if (fuzzyLevel & FL_PREFIX) return whole.size() >= part.size() && std::equal(part.begin(), part.end(), whole.begin());
   return whole == part;
 }

@@ -67,7 +67,8 @@ STDMETHODIMP Session::OpenAddressBook(ULONG_PTR, LPCIID, ULONG, LPADRBOOK*) { re
 STDMETHODIMP Session::OpenProfileSection(LPMAPIUID uid, LPCIID iid, ULONG flags, LPPROFSECT* section) {
   if (!section) return MAPI_E_INVALID_PARAMETER;
   *section = nullptr;
-  return loggedOn([&] { return openProfileSection(context_->database, context_->profile.name, uid, iid, flags, section); });
+  return loggedOn(
+      [&] { return openProfileSection(context_->database, context_->profile.name, uid, iid, flags, section); });
 }
 
 STDMETHODIMP Session::GetStatusTable(ULONG flags, LPMAPITABLE* table) {

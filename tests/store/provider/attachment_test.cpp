@@ -13,7 +13,8 @@ struct AttachmentTest : FolderTest {
     EXPECT_EQ(message->CreateAttach(nullptr, 0, &attachmentNumber, attachment.GetAddressOf()), S_OK);
     SPropValue values[] = {textValue(PR_ATTACH_LONG_FILENAME_W, name), longValue(PR_ATTACH_METHOD, ATTACH_BY_VALUE)};
     EXPECT_EQ(attachment->SetProps(2, values, nullptr), S_OK);
-    auto stream = openStream(*attachment.Get(), PR_ATTACH_DATA_BIN, STGM_CREATE | STGM_WRITE, MAPI_CREATE | MAPI_MODIFY);
+    auto stream =
+        openStream(*attachment.Get(), PR_ATTACH_DATA_BIN, STGM_CREATE | STGM_WRITE, MAPI_CREATE | MAPI_MODIFY);
     for (std::size_t at = 0; at < content.size(); at += 4096) {
       const auto count = static_cast<ULONG>(std::min<std::size_t>(4096, content.size() - at));
       EXPECT_EQ(stream->Write(content.data() + at, count, nullptr), S_OK);
@@ -170,8 +171,9 @@ TEST_F(AttachmentTest, TheNumberIsComputed) {
 TEST_F(AttachmentTest, EmbeddedMessagesAreNotSupported) {
   auto attachment = attach(L"a", patternBytes(10), false);
   ComPtr<IUnknown> object;
-  EXPECT_THAT(attachment->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY, object.GetAddressOf()),
-              Gives(MAPI_E_INTERFACE_NOT_SUPPORTED));
+  EXPECT_THAT(
+      attachment->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY, object.GetAddressOf()),
+      Gives(MAPI_E_INTERFACE_NOT_SUPPORTED));
 }
 
 TEST_F(AttachmentTest, LongDataDoesNotComeWithAllPropertiesButWhenAskedFor) {

@@ -7,13 +7,22 @@
 namespace {
 
 const std::map<std::string, const IID*>& knownInterfaces() {
-  static const std::map<std::string, const IID*> all = {
-      {"IUnknown", &IID_IUnknown}, {"IMAPIProp", &IID_IMAPIProp}, {"IMAPIContainer", &IID_IMAPIContainer},
-      {"IMAPIFolder", &IID_IMAPIFolder}, {"IMsgStore", &IID_IMsgStore}, {"IMessage", &IID_IMessage},
-      {"IAttachment", &IID_IAttachment}, {"IMailUser", &IID_IMailUser}, {"IProfSect", &IID_IProfSect},
-      {"IMAPITable", &IID_IMAPITable}, {"IMAPISession", &IID_IMAPISession}, {"IProfAdmin", &IID_IProfAdmin},
-      {"IMsgServiceAdmin", &IID_IMsgServiceAdmin}, {"IStream", &IID_IStream}, {"ISequentialStream", &IID_ISequentialStream},
-      {"IABContainer", &IID_IABContainer}};
+  static const std::map<std::string, const IID*> all = {{"IUnknown", &IID_IUnknown},
+                                                        {"IMAPIProp", &IID_IMAPIProp},
+                                                        {"IMAPIContainer", &IID_IMAPIContainer},
+                                                        {"IMAPIFolder", &IID_IMAPIFolder},
+                                                        {"IMsgStore", &IID_IMsgStore},
+                                                        {"IMessage", &IID_IMessage},
+                                                        {"IAttachment", &IID_IAttachment},
+                                                        {"IMailUser", &IID_IMailUser},
+                                                        {"IProfSect", &IID_IProfSect},
+                                                        {"IMAPITable", &IID_IMAPITable},
+                                                        {"IMAPISession", &IID_IMAPISession},
+                                                        {"IProfAdmin", &IID_IProfAdmin},
+                                                        {"IMsgServiceAdmin", &IID_IMsgServiceAdmin},
+                                                        {"IStream", &IID_IStream},
+                                                        {"ISequentialStream", &IID_ISequentialStream},
+                                                        {"IABContainer", &IID_IABContainer}};
   return all;
 }
 
@@ -38,7 +47,8 @@ struct ComRulesTest : FolderTest {
       EXPECT_EQ(found->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(again.GetAddressOf())), S_OK) << name;
       EXPECT_EQ(again.Get(), identity.Get()) << name << ": one identity";
       ComPtr<IUnknown> self;
-      EXPECT_EQ(found->QueryInterface(*iid, reinterpret_cast<void**>(self.GetAddressOf())), S_OK) << name << ": reflexive";
+      EXPECT_EQ(found->QueryInterface(*iid, reinterpret_cast<void**>(self.GetAddressOf())), S_OK)
+          << name << ": reflexive";
     }
     EXPECT_EQ(object->QueryInterface(IID_IUnknown, nullptr), MAPI_E_INVALID_PARAMETER);
     return names;
@@ -47,14 +57,17 @@ struct ComRulesTest : FolderTest {
 
 using testing::UnorderedElementsAre;
 
-TEST_F(ComRulesTest, Session) { EXPECT_THAT(interfacesOf(session.Get()), UnorderedElementsAre("IUnknown", "IMAPISession")); }
+TEST_F(ComRulesTest, Session) {
+  EXPECT_THAT(interfacesOf(session.Get()), UnorderedElementsAre("IUnknown", "IMAPISession"));
+}
 
 TEST_F(ComRulesTest, Store) {
   EXPECT_THAT(interfacesOf(store.Get()), UnorderedElementsAre("IUnknown", "IMAPIProp", "IMsgStore"));
 }
 
 TEST_F(ComRulesTest, Folder) {
-  EXPECT_THAT(interfacesOf(reports.Get()), UnorderedElementsAre("IUnknown", "IMAPIProp", "IMAPIContainer", "IMAPIFolder"));
+  EXPECT_THAT(interfacesOf(reports.Get()),
+              UnorderedElementsAre("IUnknown", "IMAPIProp", "IMAPIContainer", "IMAPIFolder"));
 }
 
 TEST_F(ComRulesTest, MessageAttachmentStream) {

@@ -21,8 +21,9 @@ TEST(Exports, ADecoratedNameIsTheSameFunction) {
 }
 
 TEST(Exports, ALaterLoadByBareNameFindsTheLoadedLibrary) {
+  const HMODULE loaded = mapi().module;
   const HMODULE found = LoadLibraryW(L"MAPI32.DLL");
-  EXPECT_EQ(found, mapi().module);
+  EXPECT_EQ(found, loaded);
   FreeLibrary(found);
 }
 
@@ -96,7 +97,8 @@ TEST(FileTimes, NegationIsTheTwosComplement) {
 
 TEST(Initialization, LoggingOnNeedsIt) {
   ComPtr<IMAPISession> session;
-  EXPECT_THAT(mapi().logonEx(0, nullptr, nullptr, MAPI_EXTENDED, session.GetAddressOf()), Gives(MAPI_E_NOT_INITIALIZED));
+  EXPECT_THAT(mapi().logonEx(0, nullptr, nullptr, MAPI_EXTENDED, session.GetAddressOf()),
+              Gives(MAPI_E_NOT_INITIALIZED));
   ComPtr<IProfAdmin> admin;
   EXPECT_THAT(mapi().adminProfiles(0, admin.GetAddressOf()), Gives(MAPI_E_NOT_INITIALIZED));
 }
@@ -127,7 +129,8 @@ TEST_F(UtilityTest, HrQueryAllRowsRefusesMoreRowsThanAllowed) {
   ComPtr<IMAPITable> table;
   ASSERT_EQ(reports->GetContentsTable(0, table.GetAddressOf()), S_OK);
   Rows rows;
-  EXPECT_THAT(mapi().hrQueryAllRows(table.Get(), nullptr, nullptr, nullptr, 2, receive(rows)), Gives(MAPI_E_TABLE_TOO_BIG));
+  EXPECT_THAT(mapi().hrQueryAllRows(table.Get(), nullptr, nullptr, nullptr, 2, receive(rows)),
+              Gives(MAPI_E_TABLE_TOO_BIG));
   EXPECT_THAT(mapi().hrQueryAllRows(table.Get(), nullptr, nullptr, nullptr, 3, receive(rows)), Gives(S_OK));
   EXPECT_EQ(rows->cRows, 3u);
 }

@@ -12,7 +12,8 @@ struct FoldersTest : FolderTest {
 
   HRESULT remove(IMAPIFolder& parent, IMAPIFolder& child, ULONG flags) {
     Bytes id = idOf(child);
-    return parent.DeleteFolder(static_cast<ULONG>(id.size()), reinterpret_cast<LPENTRYID>(id.data()), 0, nullptr, flags);
+    return parent.DeleteFolder(static_cast<ULONG>(id.size()), reinterpret_cast<LPENTRYID>(id.data()), 0, nullptr,
+                               flags);
   }
 
   std::vector<std::wstring> children(IMAPIFolder& parent, ULONG flags = 0) {
@@ -41,8 +42,9 @@ TEST_F(FoldersTest, ANamesCaseCounts) {
 TEST_F(FoldersTest, ATakenNameCollidesOrOpens) {
   auto daily = createFolder(*reports.Get(), L"Daily");
   ComPtr<IMAPIFolder> again;
-  EXPECT_THAT(reports->CreateFolder(FOLDER_GENERIC, wide(L"Daily"), nullptr, nullptr, MAPI_UNICODE, again.GetAddressOf()),
-              Gives(MAPI_E_COLLISION));
+  EXPECT_THAT(
+      reports->CreateFolder(FOLDER_GENERIC, wide(L"Daily"), nullptr, nullptr, MAPI_UNICODE, again.GetAddressOf()),
+      Gives(MAPI_E_COLLISION));
   ASSERT_THAT(reports->CreateFolder(FOLDER_GENERIC, wide(L"Daily"), nullptr, nullptr, MAPI_UNICODE | OPEN_IF_EXISTS,
                                     again.GetAddressOf()), Gives(S_OK));
   EXPECT_EQ(idOf(*again.Get()), idOf(*daily.Get()));
@@ -160,8 +162,9 @@ TEST_F(FoldersTest, DeletedMessagesAreGone) {
   EXPECT_EQ(number(*reports.Get(), PR_CONTENT_COUNT), 0);
   ComPtr<IUnknown> object;
   ULONG type = 0;
-  EXPECT_THAT(reports->OpenEntry(entry.cb, reinterpret_cast<LPENTRYID>(entry.lpb), nullptr, 0, &type, object.GetAddressOf()),
-              Gives(MAPI_E_NOT_FOUND));
+  EXPECT_THAT(
+      reports->OpenEntry(entry.cb, reinterpret_cast<LPENTRYID>(entry.lpb), nullptr, 0, &type, object.GetAddressOf()),
+      Gives(MAPI_E_NOT_FOUND));
   EXPECT_THAT(reports->DeleteMessages(nullptr, 0, nullptr, 0), Gives(MAPI_E_INVALID_PARAMETER));
 }
 

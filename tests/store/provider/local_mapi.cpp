@@ -34,7 +34,10 @@ void resolve(HMODULE module, const char* name, Function& function) {
 }
 
 LocalMapi load() {
-  const std::wstring path = buildFile(L"bin/store/MAPI32.DLL");
+  // The same tests run on the library with a guarded heap in it.
+  wchar_t chosen[MAX_PATH] = L"bin/store/MAPI32.DLL";
+  GetEnvironmentVariableW(L"FENDREL_TEST_STORE_LIBRARY", chosen, MAX_PATH);
+  const std::wstring path = buildFile(chosen);
   LocalMapi loaded{};
   loaded.module = LoadLibraryW(path.c_str());
   wchar_t name[32768] = {};

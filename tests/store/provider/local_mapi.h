@@ -12,7 +12,8 @@
 
 struct LocalMapi {
   using GetOneProp = HRESULT(WINAPI*)(LPMAPIPROP, ULONG, LPSPropValue*);
-  using QueryAllRows = HRESULT(WINAPI*)(LPMAPITABLE, LPSPropTagArray, LPSRestriction, LPSSortOrderSet, LONG, LPSRowSet*);
+  using QueryAllRows = HRESULT(WINAPI*)(LPMAPITABLE, LPSPropTagArray, LPSRestriction, LPSSortOrderSet, LONG,
+                                        LPSRowSet*);
 
   HMODULE module;
   MAPIINITIALIZE* initialize;

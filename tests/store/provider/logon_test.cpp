@@ -111,7 +111,8 @@ void press(HWND window, int button) { SendMessageW(GetDlgItem(window, button), B
 
 void choose(HWND window, const wchar_t* profile) {
   const HWND list = GetDlgItem(window, profileList);
-  const LRESULT index = SendMessageW(list, CB_FINDSTRINGEXACT, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(profile));
+  const LRESULT index =
+      SendMessageW(list, CB_FINDSTRINGEXACT, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(profile));
   SendMessageW(list, CB_SETCURSEL, static_cast<WPARAM>(index), 0);
   SendMessageW(window, WM_COMMAND, MAKEWPARAM(profileList, CBN_SELCHANGE), reinterpret_cast<LPARAM>(list));
 }

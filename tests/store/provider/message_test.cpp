@@ -129,7 +129,8 @@ TEST_F(MessageTest, AllPropertiesComeWithoutATagArray) {
   EXPECT_THAT(tags, testing::IsSupersetOf({PR_ENTRYID, PR_SUBJECT_W, PR_MESSAGE_CLASS_W, PR_MESSAGE_SIZE}));
   Block<SPropTagArray> list;
   ASSERT_EQ(message->GetPropList(MAPI_UNICODE, receive(list)), S_OK);
-  EXPECT_THAT(std::vector<ULONG>(list->aulPropTag, list->aulPropTag + list->cValues), testing::UnorderedElementsAreArray(tags));
+  EXPECT_THAT(std::vector<ULONG>(list->aulPropTag, list->aulPropTag + list->cValues),
+              testing::UnorderedElementsAreArray(tags));
 }
 
 TEST_F(MessageTest, ComputedPropertiesAreProblemsNotFailures) {

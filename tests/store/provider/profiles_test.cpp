@@ -115,7 +115,8 @@ TEST_F(ProfilesTest, AdministeringAProfileNeedsItsPassword) {
   ComPtr<IMsgServiceAdmin> services;
   EXPECT_THAT(admin->AdminServices(name(L"Bernd"), name(L"wrong"), 0, MAPI_UNICODE, services.GetAddressOf()),
               Gives(MAPI_E_LOGON_FAILED));
-  EXPECT_THAT(admin->AdminServices(name(L"Bernd"), name(L"secret"), 0, MAPI_UNICODE, services.GetAddressOf()), Gives(S_OK));
+  EXPECT_THAT(admin->AdminServices(name(L"Bernd"), name(L"secret"), 0, MAPI_UNICODE, services.GetAddressOf()),
+              Gives(S_OK));
   EXPECT_THAT(admin->AdminServices(name(L"Nobody"), nullptr, 0, MAPI_UNICODE, services.GetAddressOf()),
               Gives(MAPI_E_NOT_FOUND));
 }
@@ -126,7 +127,8 @@ TEST_F(ProfilesTest, APasswordChangesWithTheOldOneAlone) {
               Gives(MAPI_E_LOGON_FAILED));
   EXPECT_THAT(admin->ChangeProfilePassword(name(L"Bernd"), name(L"old"), name(L"new"), MAPI_UNICODE), Gives(S_OK));
   ComPtr<IMAPISession> session;
-  EXPECT_THAT(mapi().logonEx(0, name(L"Bernd"), name(L"old"), MAPI_UNICODE, session.GetAddressOf()), Gives(MAPI_E_LOGON_FAILED));
+  EXPECT_THAT(mapi().logonEx(0, name(L"Bernd"), name(L"old"), MAPI_UNICODE, session.GetAddressOf()),
+              Gives(MAPI_E_LOGON_FAILED));
   EXPECT_THAT(mapi().logonEx(0, name(L"Bernd"), name(L"new"), MAPI_UNICODE, session.GetAddressOf()), Gives(S_OK));
 }
 

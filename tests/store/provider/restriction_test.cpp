@@ -33,7 +33,8 @@ struct RestrictionTest : FolderTest {
   void add(const wchar_t* subject, LONG flags, std::optional<LONG> other) {
     ComPtr<IMessage> message;
     reports->CreateMessage(nullptr, 0, message.GetAddressOf());
-    SPropValue values[] = {textValue(PR_SUBJECT_W, subject), longValue(tagFlags, flags), longValue(tagOther, other.value_or(0))};
+    SPropValue values[] = {textValue(PR_SUBJECT_W, subject), longValue(tagFlags, flags),
+                           longValue(tagOther, other.value_or(0))};
     EXPECT_EQ(message->SetProps(other ? 3 : 2, values, nullptr), S_OK);
     EXPECT_EQ(message->SaveChanges(0), S_OK);
   }

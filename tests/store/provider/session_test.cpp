@@ -63,8 +63,10 @@ TEST_F(SessionTest, AStoreOpensByItsEntryIdentifierAsWell) {
   const Bytes id = binary(*openStore(*session.Get(), L"Public").Get(), PR_ENTRYID);
   ComPtr<IMsgStore> store;
   ULONG type = 0;
-  ASSERT_EQ(session->OpenEntry(static_cast<ULONG>(id.size()), reinterpret_cast<LPENTRYID>(const_cast<unsigned char*>(id.data())),
-                               &IID_IMsgStore, MAPI_BEST_ACCESS, &type, unknownOut(store)), S_OK);
+  ASSERT_EQ(session->OpenEntry(static_cast<ULONG>(id.size()),
+                               reinterpret_cast<LPENTRYID>(const_cast<unsigned char*>(id.data())), &IID_IMsgStore,
+                               MAPI_BEST_ACCESS, &type, unknownOut(store)),
+            S_OK);
   EXPECT_EQ(type, MAPI_STORE);
   EXPECT_EQ(text(*store.Get(), PR_DISPLAY_NAME_W), L"Public Folders");
 }
@@ -74,8 +76,10 @@ TEST_F(SessionTest, AFolderOpensThroughTheSession) {
   const Bytes id = binary(*createFolder(*subtree.Get(), L"Daily").Get(), PR_ENTRYID);
   ComPtr<IMAPIFolder> found;
   ULONG type = 0;
-  ASSERT_EQ(session->OpenEntry(static_cast<ULONG>(id.size()), reinterpret_cast<LPENTRYID>(const_cast<unsigned char*>(id.data())),
-                               nullptr, 0, &type, unknownOut(found)), S_OK);
+  ASSERT_EQ(session->OpenEntry(static_cast<ULONG>(id.size()),
+                               reinterpret_cast<LPENTRYID>(const_cast<unsigned char*>(id.data())), nullptr, 0, &type,
+                               unknownOut(found)),
+            S_OK);
   EXPECT_EQ(type, MAPI_FOLDER);
   EXPECT_EQ(text(*found.Get(), PR_DISPLAY_NAME_W), L"Daily");
 }
@@ -84,22 +88,27 @@ TEST_F(SessionTest, AForeignEntryIdentifierIsInvalid) {
   Bytes foreign = patternBytes(56);
   ComPtr<IUnknown> object;
   ULONG type = 0;
-  EXPECT_THAT(session->OpenEntry(56, reinterpret_cast<LPENTRYID>(foreign.data()), nullptr, 0, &type, object.GetAddressOf()),
-              Gives(MAPI_E_INVALID_ENTRYID));
+  EXPECT_THAT(
+      session->OpenEntry(56, reinterpret_cast<LPENTRYID>(foreign.data()), nullptr, 0, &type, object.GetAddressOf()),
+      Gives(MAPI_E_INVALID_ENTRYID));
   EXPECT_THAT(session->OpenEntry(0, nullptr, nullptr, 0, &type, object.GetAddressOf()), Gives(MAPI_E_INVALID_ENTRYID));
   ComPtr<IMsgStore> store;
-  EXPECT_THAT(session->OpenMsgStore(0, 56, reinterpret_cast<LPENTRYID>(foreign.data()), nullptr, 0, store.GetAddressOf()),
-              Gives(MAPI_E_INVALID_ENTRYID));
+  EXPECT_THAT(
+      session->OpenMsgStore(0, 56, reinterpret_cast<LPENTRYID>(foreign.data()), nullptr, 0, store.GetAddressOf()),
+      Gives(MAPI_E_INVALID_ENTRYID));
 }
 
 TEST_F(SessionTest, AnotherProfilesMailboxIsNotFound) {
   createProfile(L"Bernd", L"secret");
   ComPtr<IMAPISession> bernd;
-  ASSERT_EQ(mapi().logonEx(0, const_cast<LPTSTR>(L"Bernd"), const_cast<LPTSTR>(L"secret"), MAPI_UNICODE, bernd.GetAddressOf()), S_OK);
+  ASSERT_EQ(mapi().logonEx(0, const_cast<LPTSTR>(L"Bernd"), const_cast<LPTSTR>(L"secret"), MAPI_UNICODE,
+                           bernd.GetAddressOf()),
+            S_OK);
   Bytes id = binary(*openStore(*bernd.Get(), L"Mailbox").Get(), PR_ENTRYID);
   ComPtr<IMsgStore> store;
-  EXPECT_THAT(session->OpenMsgStore(0, static_cast<ULONG>(id.size()), reinterpret_cast<LPENTRYID>(id.data()), nullptr, 0,
-                                    store.GetAddressOf()), Gives(MAPI_E_NOT_FOUND));
+  EXPECT_THAT(session->OpenMsgStore(0, static_cast<ULONG>(id.size()), reinterpret_cast<LPENTRYID>(id.data()), nullptr,
+                                    0, store.GetAddressOf()),
+              Gives(MAPI_E_NOT_FOUND));
 }
 
 TEST_F(SessionTest, OpenMsgStoreKnowsItsInterfaceAlone) {
@@ -121,7 +130,8 @@ TEST_F(SessionTest, EntryIdentifiersCompareByObject) {
                                      reinterpret_cast<LPENTRYID>(second.data()), 0, &equal), S_OK);
   EXPECT_EQ(equal, 0u);
   EXPECT_THAT(session->CompareEntryIDs(3, reinterpret_cast<LPENTRYID>(first.data()), size,
-                                       reinterpret_cast<LPENTRYID>(second.data()), 0, &equal), Gives(MAPI_E_INVALID_ENTRYID));
+                                       reinterpret_cast<LPENTRYID>(second.data()), 0, &equal),
+              Gives(MAPI_E_INVALID_ENTRYID));
 }
 
 TEST_F(SessionTest, AfterLogoffTheSessionHasEndedButItsObjectsLiveOn) {
@@ -139,7 +149,8 @@ TEST_F(SessionTest, WhatIsNotSupportedSaysSo) {
   ULONG connection = 0;
   EXPECT_THAT(session->Advise(0, nullptr, 0, nullptr, &connection), Gives(MAPI_E_NO_SUPPORT));
   EXPECT_THAT(session->Unadvise(1), Gives(MAPI_E_NO_SUPPORT));
-  EXPECT_THAT(session->ShowForm(0, nullptr, nullptr, nullptr, 0, nullptr, 0, 0, 0, 0, nullptr), Gives(MAPI_E_NO_SUPPORT));
+  EXPECT_THAT(session->ShowForm(0, nullptr, nullptr, nullptr, 0, nullptr, 0, 0, 0, 0, nullptr),
+              Gives(MAPI_E_NO_SUPPORT));
   EXPECT_THAT(session->SetDefaultStore(0, 0, nullptr), Gives(MAPI_E_NO_SUPPORT));
   EXPECT_THAT(session->QueryDefaultMessageOpt(nullptr, 0, nullptr, nullptr), Gives(MAPI_E_NO_SUPPORT));
 }

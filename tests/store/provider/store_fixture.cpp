@@ -103,7 +103,8 @@ StoreTest::~StoreTest() {
 void StoreTest::createProfile(const wchar_t* name, const wchar_t* password) {
   ComPtr<IProfAdmin> admin;
   require(mapi().adminProfiles(0, admin.GetAddressOf()), "MAPIAdminProfiles");
-  require(admin->CreateProfile(const_cast<LPTSTR>(name), const_cast<LPTSTR>(password), 0, MAPI_UNICODE), "CreateProfile");
+  require(admin->CreateProfile(const_cast<LPTSTR>(name), const_cast<LPTSTR>(password), 0, MAPI_UNICODE),
+          "CreateProfile");
 }
 
 ComPtr<IMAPISession> StoreTest::logon(const wchar_t* profile) {

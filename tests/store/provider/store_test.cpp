@@ -37,7 +37,9 @@ TEST_F(MessageStoreTest, MaskAndCommonViewsComeInOneCall) {
   Bytes id = bytesOf(values.get()[1]);
   ComPtr<IMAPIFolder> views;
   ULONG type = 0;
-  ASSERT_EQ(mailbox->OpenEntry(static_cast<ULONG>(id.size()), entryId(id), nullptr, MAPI_BEST_ACCESS, &type, unknownOut(views)), S_OK);
+  ASSERT_EQ(mailbox->OpenEntry(static_cast<ULONG>(id.size()), entryId(id), nullptr, MAPI_BEST_ACCESS, &type,
+                               unknownOut(views)),
+            S_OK);
   EXPECT_EQ(type, MAPI_FOLDER);
   ComPtr<IMessage> message;
   EXPECT_THAT(views->CreateMessage(nullptr, MAPI_ASSOCIATED, message.GetAddressOf()), Gives(S_OK));
@@ -66,7 +68,9 @@ TEST_F(MessageStoreTest, MessagesAreReceivedInTheInbox) {
   ULONG size = 0;
   Block<ENTRYID> id;
   Block<wchar_t> messageClass;
-  ASSERT_EQ(mailbox->GetReceiveFolder(const_cast<LPTSTR>(L"IPM.Note"), MAPI_UNICODE, &size, receive(id), receive(messageClass)), S_OK);
+  ASSERT_EQ(mailbox->GetReceiveFolder(const_cast<LPTSTR>(L"IPM.Note"), MAPI_UNICODE, &size, receive(id),
+                                      receive(messageClass)),
+            S_OK);
   EXPECT_STREQ(messageClass.get(), L"");
   ComPtr<IMAPIFolder> inbox;
   ULONG type = 0;
@@ -87,8 +91,9 @@ TEST_F(MessageStoreTest, AnIdentifierOfNothingIsNotFound) {
   id[45] ^= 0xFF;
   ComPtr<IUnknown> object;
   ULONG type = 0;
-  EXPECT_THAT(publicStore->OpenEntry(static_cast<ULONG>(id.size()), entryId(id), nullptr, 0, &type, object.GetAddressOf()),
-              Gives(MAPI_E_NOT_FOUND));
+  EXPECT_THAT(
+      publicStore->OpenEntry(static_cast<ULONG>(id.size()), entryId(id), nullptr, 0, &type, object.GetAddressOf()),
+      Gives(MAPI_E_NOT_FOUND));
 }
 
 TEST_F(MessageStoreTest, TheInterfaceMustSuitTheObject) {
@@ -98,21 +103,25 @@ TEST_F(MessageStoreTest, TheInterfaceMustSuitTheObject) {
   const auto size = static_cast<ULONG>(id.size());
   EXPECT_THAT(publicStore->OpenEntry(size, entryId(id), &IID_IMessage, 0, &type, object.GetAddressOf()),
               Gives(MAPI_E_INTERFACE_NOT_SUPPORTED));
-  EXPECT_THAT(publicStore->OpenEntry(size, entryId(id), &IID_IMAPIContainer, 0, &type, object.GetAddressOf()), Gives(S_OK));
-  EXPECT_THAT(publicStore->OpenEntry(size, entryId(id), &IID_IMAPIProp, 0, &type, object.ReleaseAndGetAddressOf()), Gives(S_OK));
+  EXPECT_THAT(publicStore->OpenEntry(size, entryId(id), &IID_IMAPIContainer, 0, &type, object.GetAddressOf()),
+              Gives(S_OK));
+  EXPECT_THAT(publicStore->OpenEntry(size, entryId(id), &IID_IMAPIProp, 0, &type, object.ReleaseAndGetAddressOf()),
+              Gives(S_OK));
 }
 
 TEST_F(MessageStoreTest, AStoreOpenedWithoutWriteCannotBeChanged) {
   auto readOnly = openStore(*session.Get(), L"Public", 0);
   auto subtree = openSubtree(*readOnly.Get());
   ComPtr<IMAPIFolder> created;
-  EXPECT_THAT(subtree->CreateFolder(FOLDER_GENERIC, const_cast<LPTSTR>(L"x"), nullptr, nullptr, MAPI_UNICODE, created.GetAddressOf()),
+  EXPECT_THAT(subtree->CreateFolder(FOLDER_GENERIC, const_cast<LPTSTR>(L"x"), nullptr, nullptr, MAPI_UNICODE,
+                                    created.GetAddressOf()),
               Gives(MAPI_E_NO_ACCESS));
   EXPECT_EQ(number(*subtree.Get(), PR_ACCESS), static_cast<LONG>(MAPI_ACCESS_READ));
   Bytes id = binary(*subtree.Get(), PR_ENTRYID);
   ULONG type = 0;
-  EXPECT_THAT(readOnly->OpenEntry(static_cast<ULONG>(id.size()), entryId(id), nullptr, MAPI_MODIFY, &type, unknownOut(created)),
-              Gives(MAPI_E_NO_ACCESS));
+  EXPECT_THAT(
+      readOnly->OpenEntry(static_cast<ULONG>(id.size()), entryId(id), nullptr, MAPI_MODIFY, &type, unknownOut(created)),
+      Gives(MAPI_E_NO_ACCESS));
 }
 
 TEST_F(MessageStoreTest, AStoresOwnPropertiesCanBeSetButNotTheComputedOnes) {

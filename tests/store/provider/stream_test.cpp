@@ -8,7 +8,9 @@ namespace {
 struct StreamTest : FolderTest {
   StreamTest() { EXPECT_EQ(reports->CreateMessage(nullptr, 0, message.GetAddressOf()), S_OK); }
 
-  ComPtr<IStream> create(ULONG tag) { return openStream(*message.Get(), tag, STGM_CREATE | STGM_WRITE, MAPI_CREATE | MAPI_MODIFY); }
+  ComPtr<IStream> create(ULONG tag) {
+    return openStream(*message.Get(), tag, STGM_CREATE | STGM_WRITE, MAPI_CREATE | MAPI_MODIFY);
+  }
 
   static ULONGLONG seek(IStream& stream, LONGLONG move, DWORD origin) {
     LARGE_INTEGER by;
@@ -124,15 +126,19 @@ TEST_F(StreamTest, AReadStreamCannotBeWritten) {
 TEST_F(StreamTest, WritingNeedsAnObjectOpenedForIt) {
   ASSERT_EQ(message->SaveChanges(0), S_OK);
   ComPtr<IStream> stream;
-  EXPECT_THAT(openFirst(*reports.Get())->OpenProperty(PR_BODY_W, &IID_IStream, STGM_WRITE, MAPI_CREATE | MAPI_MODIFY, unknownOut(stream)),
+  EXPECT_THAT(openFirst(*reports.Get())
+                  ->OpenProperty(PR_BODY_W, &IID_IStream, STGM_WRITE, MAPI_CREATE | MAPI_MODIFY, unknownOut(stream)),
               Gives(MAPI_E_NO_ACCESS));
 }
 
 TEST_F(StreamTest, AMissingPropertyIsCreatedOnlyWhenAsked) {
   ComPtr<IStream> stream;
   EXPECT_THAT(message->OpenProperty(PR_BODY_W, &IID_IStream, 0, 0, unknownOut(stream)), Gives(MAPI_E_NOT_FOUND));
-  EXPECT_THAT(message->OpenProperty(PR_BODY_W, &IID_IStream, STGM_READWRITE, MAPI_MODIFY, unknownOut(stream)), Gives(MAPI_E_NOT_FOUND));
-  EXPECT_THAT(message->OpenProperty(PR_BODY_W, &IID_IStream, STGM_READWRITE, MAPI_MODIFY | MAPI_CREATE, unknownOut(stream)), Gives(S_OK));
+  EXPECT_THAT(message->OpenProperty(PR_BODY_W, &IID_IStream, STGM_READWRITE, MAPI_MODIFY, unknownOut(stream)),
+              Gives(MAPI_E_NOT_FOUND));
+  EXPECT_THAT(
+      message->OpenProperty(PR_BODY_W, &IID_IStream, STGM_READWRITE, MAPI_MODIFY | MAPI_CREATE, unknownOut(stream)),
+      Gives(S_OK));
 }
 
 TEST_F(StreamTest, ModifyWithoutCreateGoesOnFromWhatIsThere) {
@@ -165,8 +171,9 @@ TEST_F(StreamTest, AComputedPropertyStreamsForReading) {
   ASSERT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
   EXPECT_EQ(readAll(*openStream(*message.Get(), PR_ENTRYID, 0, 0).Get()), binary(*message.Get(), PR_ENTRYID));
   ComPtr<IStream> stream;
-  EXPECT_THAT(message->OpenProperty(PR_ENTRYID, &IID_IStream, STGM_WRITE, MAPI_CREATE | MAPI_MODIFY, unknownOut(stream)),
-              Gives(MAPI_E_COMPUTED));
+  EXPECT_THAT(
+      message->OpenProperty(PR_ENTRYID, &IID_IStream, STGM_WRITE, MAPI_CREATE | MAPI_MODIFY, unknownOut(stream)),
+      Gives(MAPI_E_COMPUTED));
 }
 
 TEST_F(StreamTest, TheAttachmentsTableOpensAsAProperty) {
@@ -198,7 +205,8 @@ TEST_F(StreamTest, AHugeAttachmentGoesThroughBoundedMemory) {
   constexpr ULONGLONG size = 200ull << 20;
   const Bytes block = patternBytes(4096);
   {
-    auto stream = openStream(*attachment.Get(), PR_ATTACH_DATA_BIN, STGM_CREATE | STGM_WRITE, MAPI_CREATE | MAPI_MODIFY);
+    auto stream =
+        openStream(*attachment.Get(), PR_ATTACH_DATA_BIN, STGM_CREATE | STGM_WRITE, MAPI_CREATE | MAPI_MODIFY);
     for (ULONGLONG written = 0; written < size; written += 4096) {
       ASSERT_EQ(stream->Write(block.data(), 4096, nullptr), S_OK);
     }
