@@ -22,6 +22,8 @@ const std::vector<Mapped> mappedResults = {
 
 std::vector<uint8_t> bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
 
+const wchar_t* localName() { return GetACP() == 932 ? L"日報" : L"Größe"; }
+
 void PluginTest::SetUp() {
   mapi.reset(world);
   plugin_.emplace();

@@ -95,4 +95,7 @@ extern const std::vector<Mapped> mappedResults;
 
 std::vector<uint8_t> bytesOf(std::string_view text);
 
+// A name outside ASCII that the ANSI code page of the process can hold.
+const wchar_t* localName();
+
 }  // namespace fendrel::test

@@ -99,8 +99,11 @@ TEST_F(FolderPathTest, RowsWithoutNamesArePassedOver) {
 }
 
 TEST_F(FolderPathTest, NamesAreConvertedFromTheAnsiCodePage) {
-  world.addFolder(1, World::subtree, L"Größe & Maß");
-  EXPECT_EQ(reach(L"Public Folders@Größe & Maß"), "Public Folders@Größe & Maß");
+  const int folder = world.addFolder(1, World::subtree, localName());
+  world.addFolder(1, folder, L"Below");
+  const std::wstring path = std::wstring(L"Public Folders@") + localName() + L"@Below";
+  reach(path.c_str());
+  EXPECT_EQ(answer, (Answer{FENDREL_SUCCESS, L""}));
 }
 
 TEST_F(FolderPathTest, FolderIsFoundInTheThirdBatchOfFifty) {

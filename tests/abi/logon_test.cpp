@@ -132,10 +132,10 @@ TEST_F(LogonTest, SubsystemRowIsFoundBehindTheFirstFifty) {
 }
 
 TEST_F(LogonTest, ProfileNameIsConvertedFromTheAnsiCodePage) {
-  world.statusRows = {{{MAPI_SUBSYSTEM, L"Büro"}}};
+  world.statusRows = {{{MAPI_SUBSYSTEM, localName()}}};
   rebuildWorld();
   ASSERT_EQ(logOn(), FENDREL_SUCCESS);
-  EXPECT_EQ(profileName(), L"Büro");
+  EXPECT_EQ(profileName(), localName());
 }
 
 TEST_F(LogonTest, StatusTableWithoutRowsLeavesTheJobWithoutAProfileName) {
@@ -250,11 +250,11 @@ TEST_F(LogonTest, SenderIsTheLoggedOnUser) {
 }
 
 TEST_F(LogonTest, UsersNameIsConvertedFromTheAnsiCodePage) {
-  world.identity->name = L"Jürgen Weiß";
+  world.identity->name = localName();
   rebuildWorld();
   ASSERT_EQ(logOn(), FENDREL_SUCCESS);
   ASSERT_EQ(post(job, {file()}), FENDREL_SUCCESS);
-  EXPECT_EQ(valueOf(mapi.messages().at(0).properties, PR_SENDER_NAME_W).text, L"Jürgen Weiß");
+  EXPECT_EQ(valueOf(mapi.messages().at(0).properties, PR_SENDER_NAME_W).text, localName());
 }
 
 TEST_F(LogonTest, FailingIdentityQueryPostsWithoutSender) {

@@ -104,14 +104,13 @@ STDMETHODIMP SessionObject::QueryIdentity(ULONG* size, LPENTRYID* entryId) {
 }
 
 STDMETHODIMP SessionObject::Logoff(ULONG_PTR window, ULONG flags, ULONG reserved) {
+  // A client has done its part also where the logoff fails.
+  if (!loggedOn_) recorder().fault("logged off twice: " + label());
+  if (loggedOn_) --recorder().sessions;
+  loggedOn_ = false;
   return perform("Logoff", fmt::format("window={:#x} flags={:#x} reserved={:#x}", window,
                                        static_cast<unsigned long>(flags), static_cast<unsigned long>(reserved)),
-                 [&]() -> HRESULT {
-    if (!loggedOn_) recorder().fault("logged off twice: " + label());
-    if (loggedOn_) --recorder().sessions;
-    loggedOn_ = false;
-    return S_OK;
-  });
+                 [] { return S_OK; });
 }
 
 StoreObject::StoreObject(Store& store)
