@@ -25,7 +25,26 @@ Profiles& Host::profiles() {
 }
 
 Session& Host::session() {
-  if (!logon) logon = std::make_unique<Session>(profiles().choose(toWide(options.profile)), password());
+  if (logon) return *logon;
+  const std::wstring named = toWide(options.profile);
+  if (named.empty()) {
+    logon = std::make_unique<Session>(profiles().choose({}), password());
+    return *logon;
+  }
+  useMapi();
+  try {
+    logon = std::make_unique<Session>(named, password());
+  } catch (const Failure& refused) {
+    // Where the name is unknown, the names that are known say more.
+    std::vector<ProfileEntry> known;
+    try {
+      known = profiles().list();
+    } catch (const Failure&) {
+      throw refused;
+    }
+    chooseProfile(known, named);
+    throw;
+  }
   return *logon;
 }
 

@@ -87,9 +87,15 @@ std::vector<MessageRow> messagesSince(const OpenFolder& folder, const FILETIME& 
   restriction.res.resProperty.relop = RELOP_GE;
   restriction.res.resProperty.ulPropTag = PR_CLIENT_SUBMIT_TIME;
   restriction.res.resProperty.lpProp = &limit;
-  check(table->Restrict(&restriction, 0), ExitCode::failed, subject + " cannot be searched");
+  const HRESULT code = table->Restrict(&restriction, 0);
+  // A store that does not search hands out every row.
+  if (code != MAPI_E_NO_SUPPORT && code != MAPI_E_TOO_COMPLEX)
+    check(code, ExitCode::failed, subject + " cannot be searched");
   std::vector<MessageRow> found;
-  forEachRow(*table.Get(), subject, [&](const SRow& row) { found.push_back(messageFrom(row)); });
+  forEachRow(*table.Get(), subject, [&](const SRow& row) {
+    MessageRow message = messageFrom(row);
+    if (CompareFileTime(&message.submitted, &since) >= 0) found.push_back(std::move(message));
+  });
   return found;
 }
 

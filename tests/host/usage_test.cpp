@@ -65,7 +65,7 @@ TEST_F(Usage, UnknownOptionIsNamed) {
 TEST_F(Usage, PostWithoutDestinationIsWrongUsage) {
   const Outcome run = fendrel({"post", newFile(L"a.txt", "a")});
   EXPECT_EQ(run.exitCode, 2);
-  EXPECT_THAT(run.err, HasSubstr("--to PATH or --personal"));
+  EXPECT_THAT(run.err, HasSubstr("Where to? Give"));
 }
 
 TEST_F(Usage, PostWithTwoDestinationsIsWrongUsage) {

@@ -1,0 +1,159 @@
+// What fendrel.exe makes of failures inside an export: the plug-in runs on the recording MAPI double, which fails where
+// the test wants it to. The program's own code runs in this process, which stands where fendrel.exe would.
+#include <gmock/gmock.h>
+#include <windows.h>
+// after windows.h
+#include <mapidefs.h>
+// after mapidefs.h
+#include <mapicode.h>
+
+#include <fstream>
+
+#include "command_line.h"
+#include "recording_client.h"
+#include "temp_folder.h"
+#include "text.h"
+
+namespace fendrel::test {
+namespace {
+
+using testing::HasSubstr;
+
+// Catches what is written to one of the standard handles into a file.
+class Caught {
+ public:
+  Caught(DWORD which, const std::filesystem::path& file)
+      : standard(which), before(GetStdHandle(which)), path(file),
+        handle(CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, 0, nullptr)) {
+    SetStdHandle(standard, handle);
+  }
+  ~Caught() {
+    SetStdHandle(standard, before);
+    CloseHandle(handle);
+  }
+  Caught(const Caught&) = delete;
+  Caught& operator=(const Caught&) = delete;
+
+  std::string text() const {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+  }
+
+ private:
+  DWORD standard;
+  HANDLE before;
+  std::filesystem::path path;
+  HANDLE handle;
+};
+
+struct Outcome {
+  host::ExitCode exitCode;
+  std::string out, err;
+};
+
+class RefusedPost : public testing::Test {
+ protected:
+  RefusedPost() {
+    mapi().reset(standardWorld());
+    for (const wchar_t* name : {L"sales.pdf", L"stock.csv"}) std::ofstream(folder.path() / name) << "content";
+  }
+
+  // One for the process: the program keeps the library that it bound.
+  static RecordingMapi& mapi() {
+    static RecordingMapi loaded;
+    return loaded;
+  }
+
+  // The system's MAPI is, once it is loaded, the double.
+  Outcome post(std::vector<std::string> files, std::vector<std::string> more = {}) {
+    std::vector<std::string> arguments = {"post",      "--mapi", "system", "--profile",
+                                          "Default", "--to", "Public Folders@Reports@Daily"};
+    for (const std::string& file : files) arguments.push_back(host::toUtf8((folder.path() / file).wstring()));
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    const Caught out(STD_OUTPUT_HANDLE, folder.path() / L"out"), err(STD_ERROR_HANDLE, folder.path() / L"err");
+    const host::ExitCode code = host::run(arguments);
+    return {code, out.text(), err.text()};
+  }
+
+  TempFolder folder;
+};
+
+TEST_F(RefusedPost, MessageThatTheStoreDidNotKeepIsNoSuccess) {
+  mapi().failEvery("IMessage::SaveChanges", MAPI_E_NOT_ENOUGH_DISK);
+  const Outcome outcome = post({"sales.pdf"});
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::failed);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_THAT(outcome.err, HasSubstr("sales.pdf was not posted. The plug-in reported success, but folder "
+                                     "'Public Folders@Reports@Daily' did not keep the message."));
+}
+
+TEST_F(RefusedPost, FolderWithoutTheRightToPostIsNamedWithTheWayOut) {
+  mapi().failEvery("IMAPIFolder::CreateMessage", MAPI_E_NO_ACCESS);
+  const Outcome outcome = post({"sales.pdf"});
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::folderRefused);
+  EXPECT_THAT(outcome.err, HasSubstr("sales.pdf was not posted. Folder 'Public Folders@Reports@Daily' refused the "
+                                     "message: no right to do this (MAPI_E_NO_ACCESS, 0x80070005). Ask the owner"));
+}
+
+TEST_F(RefusedPost, EveryRefusedFileIsNamed) {
+  mapi().failEvery("IMAPIFolder::CreateMessage", MAPI_E_NO_ACCESS);
+  const Outcome outcome = post({"sales.pdf", "stock.csv"});
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::folderRefused);
+  EXPECT_THAT(outcome.err, HasSubstr("sales.pdf was not posted."));
+  EXPECT_THAT(outcome.err, HasSubstr("stock.csv was not posted."));
+}
+
+TEST_F(RefusedPost, FilesTogetherAreEachLookedFor) {
+  mapi().failEvery("IMAPIFolder::CreateMessage", MAPI_E_CORRUPT_DATA);
+  const Outcome outcome = post({"sales.pdf", "stock.csv"}, {"--together"});
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::failed);
+  EXPECT_THAT(outcome.err, HasSubstr("sales.pdf was not posted."));
+  EXPECT_THAT(outcome.err, HasSubstr("stock.csv was not posted."));
+  EXPECT_THAT(outcome.err, HasSubstr("(MAPI_E_CORRUPT_DATA, 0x8004011B)"));
+}
+
+TEST_F(RefusedPost, FullDiskIsNamed) {
+  mapi().failEvery("IStream::Write", MAPI_E_NOT_ENOUGH_DISK);
+  const Outcome outcome = post({"sales.pdf"});
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::failed);
+  EXPECT_THAT(outcome.err, HasSubstr("not enough disk space (MAPI_E_NOT_ENOUGH_DISK, 0x8004010D). Make room"));
+}
+
+TEST_F(RefusedPost, CodeWithoutANameIsShownAsANumber) {
+  mapi().failEvery("IMAPIFolder::CreateMessage", static_cast<HRESULT>(0x80049999));
+  const Outcome outcome = post({"sales.pdf"});
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::failed);
+  EXPECT_THAT(outcome.err, HasSubstr("error 0x80049999"));
+}
+
+TEST_F(RefusedPost, CancellingIsNoFailure) {
+  mapi().failEvery("IMAPIFolder::CreateMessage", MAPI_E_USER_CANCEL);
+  EXPECT_EQ(post({"sales.pdf"}).exitCode, host::ExitCode::cancelled);
+}
+
+TEST_F(RefusedPost, LogonRefusedToThePluginAloneNamesTheProfile) {
+  mapi().fail("MAPILogonEx", 2, MAPI_E_LOGON_FAILED);  // the first is the program's own
+  const Outcome outcome = post({"sales.pdf"});
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::mapiUnusable);
+  EXPECT_THAT(outcome.err, HasSubstr("The plug-in cannot use profile 'Default' (plug-in code -1)."));
+}
+
+TEST_F(RefusedPost, RefusedLogonIsNamed) {
+  mapi().failEvery("MAPILogonEx", MAPI_E_LOGON_FAILED);
+  const Outcome outcome = post({"sales.pdf"});
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::mapiUnusable);
+  EXPECT_THAT(outcome.err, HasSubstr("Profile 'Default' cannot be used: logon failed"));
+}
+
+TEST_F(RefusedPost, NothingStaysOpenAfterAFailure) {
+  mapi().failEvery("IMAPIFolder::CreateMessage", MAPI_E_NO_ACCESS);
+  post({"sales.pdf", "stock.csv"});
+  const RecordingCounts counts = mapi().counts();
+  EXPECT_EQ(counts.interfaces, 0u);
+  EXPECT_EQ(counts.buffers, 0u);
+  EXPECT_EQ(counts.sessions, 0u);
+  EXPECT_EQ(counts.initialised, 0);
+}
+
+}  // namespace
+}  // namespace fendrel::test
