@@ -52,7 +52,7 @@ class PostingLoop {
   }
 
  private:
-  void postFile(std::size_t file, const wchar_t* path) noexcept {
+  void postFile(std::size_t file, const wchar_t* path) {
     if (file >= job_.fileNames.size()) {
       result_ = MAPI_E_INVALID_PARAMETER;
       return;

@@ -17,6 +17,7 @@ void* MapiHeap::makeBytes(std::size_t size, void* top) {
 
 SCODE MapiHeap::allocate(ULONG size, void** block) {
   *block = nullptr;
+  allocations_.push_back(size);
   if (untilFailure_ != 0 && --untilFailure_ == 0) return MAPI_E_NOT_ENOUGH_MEMORY;
   *block = makeBytes(size, nullptr);
   return S_OK;

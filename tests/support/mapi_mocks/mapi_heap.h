@@ -34,6 +34,9 @@ class MapiHeap {
 
   std::size_t liveBlocks() const { return blocks_.size(); }
 
+  // The sizes that allocate was asked for, in order.
+  const std::vector<ULONG>& allocations() const { return allocations_; }
+
  private:
   struct Bytes {
     std::unique_ptr<std::byte[]> start;
@@ -43,5 +46,6 @@ class MapiHeap {
   void* makeBytes(std::size_t size, void* top);
 
   std::map<void*, std::vector<Bytes>> blocks_;
+  std::vector<ULONG> allocations_;
   int untilFailure_ = 0;
 };
