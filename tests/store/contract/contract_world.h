@@ -1,0 +1,22 @@
+// The MAPI subsystem that the contract is tested on. Each program is linked with one implementation: the recording
+// double or the local store.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "local_mapi.h"
+
+namespace contract {
+
+// Makes a world of the test's own: the profile "Ada" with the password "secret", a default store, and the store
+// "Public Folders" with the folder Reports and these folders in it.
+void makeWorld(const std::vector<std::wstring>& foldersInReports);
+
+// Called when nothing of the world is in use any more; what the implementation finds left fails the test.
+void dropWorld();
+
+// Loads the MAPI32.DLL at that path of the build folder; ends the program when it is incomplete.
+LocalMapi loadMapi(const wchar_t* path);
+
+}  // namespace contract
