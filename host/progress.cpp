@@ -16,6 +16,9 @@ namespace {
 constexpr std::uint64_t manyFiles = 20;
 constexpr std::uint64_t manyBytes = 8u << 20;
 
+// A file that takes longer gets its seconds shown, in milliseconds.
+constexpr ULONGLONG longFile = 2000;
+
 constexpr auto redrawEvery = std::chrono::milliseconds(200);
 
 std::size_t terminalWidth() {
@@ -48,6 +51,7 @@ Progress::~Progress() {
 void Progress::startFile(const std::string& name) {
   const std::scoped_lock lock(guard);
   current = printable(name);
+  currentTicks = GetTickCount64();
 }
 
 void Progress::addBytes(std::uint64_t more) {
@@ -65,8 +69,13 @@ void Progress::draw() {
   std::string text;
   {
     const std::scoped_lock lock(guard);
-    const double seconds = static_cast<double>(GetTickCount64() - startTicks) / 1000;
-    text = render(what, filesDone, files, bytesDone, bytes, seconds, current, terminalWidth());
+    const ULONGLONG now = GetTickCount64();
+    const double seconds = static_cast<double>(now - startTicks) / 1000;
+    std::string name = current;
+    // The plug-in tells nothing while it posts a file; the seconds show that something goes on.
+    if (!name.empty() && now - currentTicks >= longFile)
+      name += fmt::format(", {} s", (now - currentTicks) / 1000);
+    text = render(what, filesDone, files, bytesDone, bytes, seconds, name, terminalWidth());
   }
   showProgress(text);
 }
@@ -79,11 +88,14 @@ std::string Progress::render(const std::string& what, std::uint64_t filesDone, s
                                    : 1.0;
   constexpr std::size_t cells = 20;
   const auto full = static_cast<std::size_t>(share * cells);
-  std::string text = fmt::format("[{}{}] {:3.0f} %  {} of {} {}, {}", std::string(full, '#'),
+  std::string text = fmt::format("[{}{}] {:3.0f} %  {} of {} {}", std::string(full, '#'),
                                  std::string(cells - full, '.'), share * 100, withThousands(filesDone),
-                                 counted(files, "file"), what, shortSize(bytesDone));
-  if (seconds >= 0.5)
-    text += fmt::format(", {}/s", shortSize(static_cast<std::uint64_t>(static_cast<double>(bytesDone) / seconds)));
+                                 counted(files, "file"), what);
+  if (bytesDone > 0) {
+    text += ", " + shortSize(bytesDone);
+    if (seconds >= 0.5)
+      text += fmt::format(", {}/s", shortSize(static_cast<std::uint64_t>(static_cast<double>(bytesDone) / seconds)));
+  }
   if (!name.empty()) text += "  " + name;
   return clipped(text, width);
 }

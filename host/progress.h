@@ -36,6 +36,7 @@ class Progress {
   std::mutex guard;
   std::uint64_t filesDone = 0, bytesDone = 0;
   std::string current;
+  ULONGLONG currentTicks = 0;  // when the current file was begun
   std::jthread painter;
 };
 

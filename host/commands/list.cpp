@@ -93,7 +93,7 @@ ExitCode listMessages(Host& host, const ListOptions& options) {
   TextTable text({true, false, false, false, true, false});
   text.add({"No.", "Subject", "Class", "Delivered", "Size", "Attachments"});
   for (const Row& row : rows) {
-    if (cancelRequested()) return ExitCode::cancelled;
+    if (cancelRequested()) throw Failure(ExitCode::cancelled, "Cancelled.");
     std::vector<Attachment> attachments;
     if (!options.brief && row.message.hasAttachments)
       attachments = attachmentsOf(*openMessage(folder, row.message).Get());
