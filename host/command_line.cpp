@@ -94,11 +94,13 @@ ExitCode parseAndDo(std::vector<std::string> arguments) {
   app.formatter(format);
   addGlobalOptions(app, host.options);
   addPostCommand(app, host);
+  addChooseCommand(app, host);
   addFoldersCommand(app, host);
   addListCommand(app, host);
   addShowCommand(app, host);
   addSaveCommand(app, host);
   addProfileCommand(app, host);
+  addTlvCommand(app, host);
 
   for (CLI::App* command : app.get_subcommands({})) {
     command->group("Commands");

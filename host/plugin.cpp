@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "failure.h"
+#include "kept_choice.h"
 #include "mapi_library.h"
 #include "paths.h"
 #include "text.h"
@@ -59,6 +60,28 @@ class FileList {
   std::vector<const wchar_t*> pathPointers;
 };
 
+// A destination as the plug-in takes it. The plug-in reads the strings and leaves the record as it is.
+class OptionsRecord {
+ public:
+  explicit OptionsRecord(const Destination& destination) : packed(destination.packed) {
+    if (packed.empty()) {
+      unpacked.profileName = const_cast<wchar_t*>(destination.profile.c_str());
+      unpacked.profilePassword = const_cast<wchar_t*>(destination.password.c_str());
+      unpacked.destinationType = destination.type;
+      if (!destination.folderPath.empty()) unpacked.folderPath = const_cast<wchar_t*>(destination.folderPath.c_str());
+    }
+    get()->version = FENDREL_OPTIONS_VERSION;
+  }
+  OptionsRecord(const OptionsRecord&) = delete;
+  OptionsRecord& operator=(const OptionsRecord&) = delete;
+
+  DestinationOptions* get() { return packed.empty() ? &unpacked : reinterpret_cast<DestinationOptions*>(packed.data()); }
+
+ private:
+  Bytes packed;
+  DestinationOptions unpacked{};
+};
+
 }  // namespace
 
 Plugin::Plugin() {
@@ -75,6 +98,7 @@ Plugin::Plugin() {
   find(handle, exports.termExport, "NRVTermExportDestinationW");
   find(handle, exports.exportTo, "NRVExportToDestinationW");
   find(handle, exports.getErrorText, "NRVGetErrorTextW");
+  find(handle, exports.encode, "NRVEncodeDestinationOptionsW");
   if (const unsigned version = exports.getVersion(); version != FENDREL_VERSION)
     throw Failure(ExitCode::mapiUnusable,
                   fmt::format("FENDREL.DLL speaks version 0x{:04X} of the interface, fendrel.exe speaks 0x{:04X}. "
@@ -98,19 +122,12 @@ Plugin::~Plugin() { exports.terminate(); }
 
 ExportAnswer Plugin::exportFiles(const Destination& destination, std::span<const std::wstring> paths,
                                  std::span<const std::wstring> names) {
-  // The plug-in reads the strings and leaves the record as it is.
-  DestinationOptions options{};
-  options.version = FENDREL_OPTIONS_VERSION;
-  options.profileName = const_cast<wchar_t*>(destination.profile.c_str());
-  options.profilePassword = const_cast<wchar_t*>(destination.password.c_str());
-  options.destinationType = destination.type;
-  if (!destination.folderPath.empty()) options.folderPath = const_cast<wchar_t*>(destination.folderPath.c_str());
-
+  OptionsRecord options(destination);
   FileList files(paths, names);
   FendrelJob job = 0;
   FendrelResult* result = nullptr;
   ExportAnswer answer;
-  answer.code = exports.initExport(nullptr, 0, &options, &files.list, &job, &result);
+  answer.code = exports.initExport(nullptr, 0, options.get(), &files.list, &job, &result);
   if (answer.code == FENDREL_SUCCESS) {
     answer.jobMade = true;
     answer.code = exports.exportTo(job, &files.exported);
@@ -119,6 +136,28 @@ ExportAnswer Plugin::exportFiles(const Destination& destination, std::span<const
     exports.termExport(job);
   }
   answer.meaning = pluginFailure(answer.code, answer.errorText, texts);
+  return answer;
+}
+
+ChoiceAnswer Plugin::choose() { return encodeJob(nullptr); }
+
+ChoiceAnswer Plugin::repack(const Destination& destination) { return encodeJob(OptionsRecord(destination).get()); }
+
+ChoiceAnswer Plugin::encodeJob(DestinationOptions* options) {
+  FileList noFiles({}, {});
+  FendrelJob job = 0;
+  FendrelResult* result = nullptr;
+  ChoiceAnswer answer;
+  answer.code = exports.initExport(nullptr, 0, options, &noFiles.list, &job, &result);
+  if (answer.code != FENDREL_SUCCESS) return answer;
+  DestinationOptions* block = nullptr;
+  std::uint16_t size = 0;
+  answer.code = exports.encode(job, &block, &size);
+  if (answer.code == FENDREL_SUCCESS) {
+    const auto* const start = reinterpret_cast<const std::byte*>(block);
+    answer.record.assign(start, start + size + packedSizeShortfall);
+  }
+  exports.termExport(job);
   return answer;
 }
 

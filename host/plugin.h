@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "data_protection.h"
 #include "error_words.h"
 
 namespace fendrel::host {
@@ -17,6 +18,7 @@ struct Destination {
   std::wstring profile, password;
   std::uint16_t type = FENDREL_REPORT_INSTANCE;
   std::wstring folderPath;  // empty for a personal report
+  Bytes packed;             // when there are any: the packed record that is handed in instead of all this
 };
 
 // What the plug-in said to one export.
@@ -25,6 +27,12 @@ struct ExportAnswer {
   std::wstring errorText;
   HRESULT meaning = S_OK;  // of a failure, as far as the code and the text tell it
   bool jobMade = false;    // false: the set-up failed already
+};
+
+// What the plug-in made of a choice.
+struct ChoiceAnswer {
+  std::uint32_t code = FENDREL_SUCCESS;
+  Bytes record;  // the packed record with all its strings
 };
 
 class Plugin {
@@ -39,7 +47,15 @@ class Plugin {
   ExportAnswer exportFiles(const Destination& destination, std::span<const std::wstring> paths,
                            std::span<const std::wstring> names);
 
+  // Lets the user choose profile and folder in the plug-in's dialogs.
+  ChoiceAnswer choose();
+
+  // The same destination as a packed record, after a logon without any dialog.
+  ChoiceAnswer repack(const Destination& destination);
+
  private:
+  ChoiceAnswer encodeJob(DestinationOptions* options);
+
   struct ModuleFree {
     void operator()(void* module) const noexcept { FreeLibrary(static_cast<HMODULE>(module)); }
   };
@@ -51,6 +67,7 @@ class Plugin {
     decltype(&NRVTermExportDestinationW) termExport;
     decltype(&NRVExportToDestinationW) exportTo;
     decltype(&NRVGetErrorTextW) getErrorText;
+    decltype(&NRVEncodeDestinationOptionsW) encode;
   };
 
   std::unique_ptr<void, ModuleFree> module;

@@ -8,10 +8,12 @@
 namespace fendrel::host {
 
 void addPostCommand(CLI::App& app, Host& host);
+void addChooseCommand(CLI::App& app, Host& host);
 void addFoldersCommand(CLI::App& app, Host& host);
 void addListCommand(CLI::App& app, Host& host);
 void addShowCommand(CLI::App& app, Host& host);
 void addSaveCommand(CLI::App& app, Host& host);
 void addProfileCommand(CLI::App& app, Host& host);
+void addTlvCommand(CLI::App& app, Host& host);
 
 }  // namespace fendrel::host

@@ -7,6 +7,7 @@
 #include "console.h"
 #include "folder_path.h"
 #include "input_files.h"
+#include "kept_choice.h"
 #include "plugin.h"
 #include "posted_check.h"
 #include "progress.h"
@@ -21,7 +22,7 @@ constexpr ULONGLONG lookEvery = 500;
 constexpr std::size_t mostFilesTogether = 65535;
 
 struct PostOptions {
-  std::string to;
+  std::string to, choice;
   std::string type = "instance";
   std::vector<std::string> files;
   bool personal = false, create = false, together = false;
@@ -42,6 +43,8 @@ class Posting {
   };
 
   void openDestination();
+  void takeKeptChoice();
+  void checkNames() const;
   void postEach();
   void postTogether();
   void look(PostedCheck& check, const ExportAnswer* together);
@@ -71,31 +74,53 @@ void Posting::fail(std::size_t file, Failure failure) {
   results[file].failure = std::move(failure);
 }
 
+// The saved record is handed to the plug-in as it is, unless it lacks the password that was given now.
+void Posting::takeKeptChoice() {
+  const KeptChoice choice = KeptChoice::load(options.choice);
+  destination.type = choice.type();
+  destination.folderPath = choice.folderPath();
+  host.options.profile = toUtf8(choice.profile());
+  const bool passwordGiven = !host.options.password.empty();
+  if (choice.password()) host.options.password = toUtf8(*choice.password());
+  if (choice.password() || !passwordGiven) destination.packed = choice.record();
+}
+
 void Posting::openDestination() {
-  Session& session = host.session();
-  if (options.personal) {
-    folder = session.personalReports();
+  if (!options.choice.empty()) {
+    takeKeptChoice();
+  } else if (options.personal) {
     destination.type = FENDREL_PERSONAL_REPORT;
   } else {
-    folder = session.walk(toWide(options.to), options.create, &created);
-    for (const std::wstring& path : created) host.line(fmt::format("Made folder {}", printable(path)));
     destination.type = options.type == "folder" ? FENDREL_FOLDER_REPORT : FENDREL_REPORT_INSTANCE;
+    destination.folderPath = toWide(options.to);
+  }
+  Session& session = host.session();
+  if (destination.type == FENDREL_PERSONAL_REPORT) {
+    folder = session.personalReports();
+    destination.folderPath.clear();
+  } else {
+    folder = session.walk(destination.folderPath, options.create, &created);
+    for (const std::wstring& path : created) host.line(fmt::format("Made folder {}", printable(path)));
     destination.folderPath = folder.path;
-    for (const std::wstring& name : folder.names) {
-      if (name.size() > longestName)
-        throw Failure(ExitCode::folderRefused,
-                      fmt::format("The name '{}' has {} characters, and reports can be posted to names of at most {}. "
-                                  "Choose another folder, or rename it.",
-                                  printable(name), name.size(), longestName));
-      if (!fitsAnsi(name))
-        throw Failure(ExitCode::folderRefused,
-                      fmt::format("The name '{}' has characters that this system's code page {} does not know, so "
-                                  "reports cannot be posted there. Choose another folder, or rename it.",
-                                  printable(name), GetACP()));
-    }
+    checkNames();
   }
   destination.profile = session.profile();
   destination.password = host.password();
+}
+
+void Posting::checkNames() const {
+  for (const std::wstring& name : folder.names) {
+    if (name.size() > longestName)
+      throw Failure(ExitCode::folderRefused,
+                    fmt::format("The name '{}' has {} characters, and reports can be posted to names of at most {}. "
+                                "Choose another folder, or rename it.",
+                                printable(name), name.size(), longestName));
+    if (!fitsAnsi(name))
+      throw Failure(ExitCode::folderRefused,
+                    fmt::format("The name '{}' has characters that this system's code page {} does not know, so "
+                                "reports cannot be posted there. Choose another folder, or rename it.",
+                                printable(name), GetACP()));
+  }
 }
 
 Failure Posting::refusal(std::size_t file, const ExportAnswer& answer) const {
@@ -256,10 +281,12 @@ ExitCode Posting::run() {
 }
 
 ExitCode post(Host& host, const PostOptions& options) {
-  if (options.personal != options.to.empty())
-    throw Failure(ExitCode::wrongUsage, "Where to? Give either --to PATH or --personal.");
-  if (options.personal && options.create)
-    throw Failure(ExitCode::wrongUsage, "--create makes the folders of --to PATH; personal reports need none.");
+  if (options.personal + !options.to.empty() + !options.choice.empty() != 1)
+    throw Failure(ExitCode::wrongUsage, "Where to? Give one of --to PATH, --personal and --options FILE.");
+  if (options.create && options.to.empty())
+    throw Failure(ExitCode::wrongUsage, "--create makes the folders of --to PATH and goes with nothing else.");
+  if (!options.choice.empty() && !host.options.profile.empty())
+    throw Failure(ExitCode::wrongUsage, "--options FILE names the profile itself; leave out --profile.");
   if (options.together && options.files.size() > mostFilesTogether)
     throw Failure(ExitCode::wrongUsage,
                   fmt::format("At most {} files go together; leave out --together.", withThousands(mostFilesTogether)));
@@ -274,6 +301,8 @@ void addPostCommand(CLI::App& app, Host& host) {
   command->add_option("FILE", options->files, "The files; a pattern with * or ? names several")->required();
   command->add_option("--to", options->to, "The folder: names joined by '@', message store first")->type_name("PATH");
   command->add_flag("--personal", options->personal, "Post as personal reports of the default store instead");
+  command->add_option("--options", options->choice, "Use the profile and folder saved by \"fendrel choose --save FILE\"")
+      ->type_name("FILE");
   command->add_flag("--create", options->create, "Make the folders of PATH that are missing (never a store)");
   command->add_flag("--together", options->together,
                     "Hand all files to one export, as a report engine does, instead of one export a file");
@@ -286,6 +315,7 @@ void addPostCommand(CLI::App& app, Host& host) {
       "Examples:\n"
       "  fendrel post --to \"Public Folders@Reports@Daily\" --create sales.pdf stock.csv\n"
       "  fendrel post --personal sales.pdf\n"
+      "  fendrel post --options daily.choice sales.pdf\n"
       "  fendrel post --profile jane --to \"Mailbox - Jane Doe@Inbox\" *.pdf");
   command->callback([&host, options] {
     host.command = [options](Host& running) { return post(running, *options); };

@@ -1,0 +1,81 @@
+// fendrel choose: the plug-in's own dialogs, and what was chosen in them.
+#include <fmt/format.h>
+
+#include <memory>
+
+#include "commands.h"
+#include "console.h"
+#include "imposed_language.h"
+#include "kept_choice.h"
+#include "plugin.h"
+#include "text.h"
+
+namespace fendrel::host {
+namespace {
+
+struct ChooseOptions {
+  std::string file, language;
+};
+
+Failure refusal(const ChoiceAnswer& answer) {
+  if (answer.code == FENDREL_CANCELLED) return Failure(ExitCode::cancelled, "Nothing was chosen.");
+  return Failure(ExitCode::mapiUnusable,
+                 fmt::format("No folder could be chosen: the plug-in could not log on (its code is {}). Check the "
+                             "profile and its password.",
+                             static_cast<std::int32_t>(answer.code)));
+}
+
+// Asks, and adds the password that was given, so that it is kept with the choice. The plug-in itself never
+// learns a password that was typed into a logon dialog.
+KeptChoice ask(Plugin& plugin, const std::wstring& password) {
+  ChoiceAnswer answer = plugin.choose();
+  if (answer.code != FENDREL_SUCCESS) throw refusal(answer);
+  KeptChoice choice(std::move(answer.record), "The plug-in's answer");
+  if (password.empty()) return choice;
+  answer = plugin.repack({choice.profile(), password, choice.type(), choice.folderPath(), {}});
+  if (answer.code != FENDREL_SUCCESS) throw refusal(answer);
+  return KeptChoice(std::move(answer.record), "The plug-in's answer");
+}
+
+ExitCode choose(Host& host, const ChooseOptions& options) {
+  if (!host.options.profile.empty())
+    throw Failure(ExitCode::wrongUsage, "choose asks for the profile itself; leave out --profile.");
+  host.profiles();  // MAPI is there before the plug-in asks for it
+  std::optional<ImposedLanguage> language;
+  if (!options.language.empty()) language.emplace(options.language);
+  Plugin plugin;
+  const KeptChoice choice = ask(plugin, host.password());
+  if (!options.file.empty()) choice.save(options.file);
+  host.line(toUtf8(choice.folderPath()));
+  host.document({{"profile", toUtf8(choice.profile())},
+                 {"folder", toUtf8(choice.folderPath())},
+                 {"type", choice.type()},
+                 {"file", options.file.empty() ? Json(nullptr) : Json(options.file)}});
+  return ExitCode::done;
+}
+
+}  // namespace
+
+void addChooseCommand(CLI::App& app, Host& host) {
+  const auto options = std::make_shared<ChooseOptions>();
+  CLI::App* command = app.add_subcommand("choose", "Choose profile and folder in the plug-in's dialogs");
+  command
+      ->add_option("--save", options->file,
+                   "Keep the choice in this file, for \"fendrel post --options FILE\". With --password (or "
+                   "FENDREL_PASSWORD) the password is kept with it, protected for this user")
+      ->type_name("FILE");
+  command->add_option("--language", options->language, "The dialogs' language, if its library is installed")
+      ->check(CLI::IsMember(knownLanguages()))
+      ->type_name("CODE");
+  command->footer(
+      "Prints the path of the chosen folder.\n"
+      "Examples:\n"
+      "  fendrel choose\n"
+      "  fendrel choose --save daily.choice --language fr\n"
+      "  fendrel post --options daily.choice sales.pdf");
+  command->callback([&host, options] {
+    host.command = [options](Host& running) { return choose(running, *options); };
+  });
+}
+
+}  // namespace fendrel::host
