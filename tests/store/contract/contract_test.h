@@ -38,10 +38,12 @@ class ContractTest : public ::testing::Test {
   void SetUp() override;
   void TearDown() override;
 
+  // Null: the profile has none.
+  virtual const wchar_t* password() const { return nullptr; }
   virtual std::vector<std::wstring> foldersInReports() const { return {L"Daily"}; }
 
   // As the plug-in logs on silently.
-  static HRESULT logOn(const wchar_t* profile, const wchar_t* password, ComPtr<IMAPISession>& session);
+  static HRESULT logOn(const wchar_t* profile, const wchar_t* password, ComPtr<IMAPISession>& opened);
 
   ComPtr<IMAPITable> storesTable();
   ComPtr<IMsgStore> openStore(const Bytes& id, LPCIID interfaceId = &IID_IMsgStore,

@@ -9,9 +9,9 @@
 
 namespace contract {
 
-// Makes a world of the test's own: the profile "Ada" with the password "secret", a default store, and the store
+// Makes a world of the test's own: the profile "Ada" with this password (null: none), a default store, and the store
 // "Public Folders" with the folder Reports and these folders in it.
-void makeWorld(const std::vector<std::wstring>& foldersInReports);
+void makeWorld(const wchar_t* password, const std::vector<std::wstring>& foldersInReports);
 
 // Called when nothing of the world is in use any more; what the implementation finds left fails the test.
 void dropWorld();

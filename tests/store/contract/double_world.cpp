@@ -25,9 +25,10 @@ const LocalMapi& mapi() {
 
 namespace contract {
 
-void makeWorld(const std::vector<std::wstring>& foldersInReports) {
+void makeWorld(const wchar_t* password, const std::vector<std::wstring>& foldersInReports) {
   ASSERT_EQ(mapi().module, recording().module());
   World world = fendrel::test::standardWorld();
+  world.profiles = {{L"Ada", password}};
   world.folders.clear();
   const int reports = world.addFolder(1, World::subtree, L"Reports");
   for (const std::wstring& name : foldersInReports) world.addFolder(1, reports, name.c_str());

@@ -15,10 +15,10 @@ namespace {
 
 std::optional<TempFolder> databaseFolder;
 
-void createProfile() {
+void createProfile(const wchar_t* password) {
   ComPtr<IProfAdmin> admin;
   ASSERT_EQ(mapi().adminProfiles(0, admin.GetAddressOf()), S_OK);
-  ASSERT_EQ(admin->CreateProfile(const_cast<LPTSTR>(L"Ada"), const_cast<LPTSTR>(L"secret"), 0, MAPI_UNICODE), S_OK);
+  ASSERT_EQ(admin->CreateProfile(const_cast<LPTSTR>(L"Ada"), const_cast<LPTSTR>(password), 0, MAPI_UNICODE), S_OK);
 }
 
 // The store "Public Folders" of the session.
@@ -61,14 +61,14 @@ void createFolders(IMsgStore& store, const std::vector<std::wstring>& foldersInR
 
 namespace contract {
 
-void makeWorld(const std::vector<std::wstring>& foldersInReports) {
+void makeWorld(const wchar_t* password, const std::vector<std::wstring>& foldersInReports) {
   databaseFolder.emplace();
   SetEnvironmentVariableW(L"FENDREL_STORE", databaseFolder->file(L"store.db").c_str());
   ASSERT_EQ(mapi().initialize(nullptr), S_OK);
-  createProfile();
+  createProfile(password);
   {
     ComPtr<IMAPISession> session;
-    ASSERT_EQ(mapi().logonEx(0, const_cast<LPTSTR>(L"Ada"), const_cast<LPTSTR>(L"secret"),
+    ASSERT_EQ(mapi().logonEx(0, const_cast<LPTSTR>(L"Ada"), const_cast<LPTSTR>(password),
                              MAPI_UNICODE | MAPI_EXTENDED | MAPI_NEW_SESSION, &session), S_OK);
     {
       const ComPtr<IMsgStore> store = openPublicStore(*session.Get());

@@ -26,10 +26,22 @@ TEST_F(ContractTest, FreeingNothingIsAllowed) { EXPECT_EQ(mapi().freeBuffer(null
 
 // ---- Sessions ----
 
-TEST_F(ContractTest, WrongPasswordFailsTheLogon) {
+class PasswordContract : public ContractTest {
+ protected:
+  const wchar_t* password() const override { return L"secret"; }
+};
+
+TEST_F(PasswordContract, RightPasswordLogsOn) { EXPECT_NE(session, nullptr); }
+
+TEST_F(PasswordContract, WrongPasswordFailsTheLogon) {
   ComPtr<IMAPISession> other;
   EXPECT_EQ(logOn(L"Ada", L"wrong", other), MAPI_E_LOGON_FAILED);
   EXPECT_EQ(other, nullptr);
+}
+
+TEST_F(PasswordContract, MissingPasswordFailsTheLogon) {
+  ComPtr<IMAPISession> other;
+  EXPECT_EQ(logOn(L"Ada", nullptr, other), MAPI_E_LOGON_FAILED);
 }
 
 TEST_F(ContractTest, UnknownProfileFailsTheLogon) {
@@ -39,7 +51,7 @@ TEST_F(ContractTest, UnknownProfileFailsTheLogon) {
 
 TEST_F(ContractTest, EveryLogonIsASessionOfItsOwn) {
   ComPtr<IMAPISession> other;
-  ASSERT_EQ(logOn(L"Ada", L"secret", other), S_OK);
+  ASSERT_EQ(logOn(L"Ada", L"", other), S_OK);
   EXPECT_NE(other.Get(), session.Get());
   EXPECT_EQ(other->Logoff(0, 0, 0), S_OK);
 }
@@ -192,7 +204,7 @@ class LongTable : public ContractTest {
  protected:
   std::vector<std::wstring> foldersInReports() const override {
     std::vector<std::wstring> names;
-    for (int number = 0; number < 119; ++number) names.push_back(L"Folder " + std::to_wstring(number));
+    for (int number = 0; number < 59; ++number) names.push_back(L"Folder " + std::to_wstring(number));
     names.push_back(localName());
     return names;
   }
@@ -231,9 +243,9 @@ TEST_F(LongTable, IsPreparedAndReadInBatchesOfFifty) {
   Tags columns{PR_DISPLAY_NAME_A, PR_ENTRYID};
   EXPECT_EQ(table->Restrict(nullptr, 0), S_OK);
   EXPECT_EQ(table->SetColumns(columns, 0), S_OK);
-  EXPECT_EQ(countOf(*table.Get()), 120u);
+  EXPECT_EQ(countOf(*table.Get()), 60u);
   EXPECT_EQ(table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr), S_OK);
-  EXPECT_THAT(batches(), ElementsAre(50u, 50u, 20u, 0u));
+  EXPECT_THAT(batches(), ElementsAre(50u, 10u, 0u));
 }
 
 TEST_F(LongTable, IsReadAgainAfterASeekToItsBeginning) {
@@ -241,7 +253,7 @@ TEST_F(LongTable, IsReadAgainAfterASeekToItsBeginning) {
   ASSERT_EQ(table->SetColumns(columns, 0), S_OK);
   batches();
   EXPECT_EQ(table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr), S_OK);
-  EXPECT_THAT(batches(), ElementsAre(50u, 50u, 20u, 0u));
+  EXPECT_THAT(batches(), ElementsAre(50u, 10u, 0u));
 }
 
 TEST_F(LongTable, RowsHaveTheColumnsThatWereAskedForInTheirOrder) {
@@ -281,7 +293,7 @@ TEST_F(LongTable, NamesAnswerInEightBitAndWideForm) {
   Tags columns{PR_DISPLAY_NAME_A, PR_DISPLAY_NAME_W};
   Rows rows;
   ASSERT_EQ(mapi().hrQueryAllRows(table.Get(), columns, nullptr, nullptr, 0, receive(rows)), S_OK);
-  ASSERT_EQ(rows->cRows, 120u);
+  ASSERT_EQ(rows->cRows, 60u);
   int found = 0;
   for (ULONG row = 0; row < rows->cRows; ++row) {
     const SPropValue* const values = rows->aRow[row].lpProps;
