@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
+#include <iterator>
+#include <utility>
 
 namespace {
 
@@ -107,6 +109,19 @@ void freeForeign(void* block) {
   if (runtimeFree) runtimeFree(block);
 }
 
+// Keeps the address of a freed block out of use until many others have been freed: for ever would end with the
+// system's number of mappings.
+void keepFreed(void* base) noexcept {
+  static SRWLOCK lock = SRWLOCK_INIT;
+  static void* kept[8192];
+  static std::size_t next;
+  AcquireSRWLockExclusive(&lock);
+  std::swap(base, kept[next]);
+  next = (next + 1) % std::size(kept);
+  ReleaseSRWLockExclusive(&lock);
+  if (base) VirtualFree(base, 0, MEM_RELEASE);
+}
+
 void release(void* block, const void* caller) noexcept {
   if (!block) return;
   Header* const header = headerOf(block);
@@ -117,6 +132,7 @@ void release(void* block, const void* caller) noexcept {
   --g_liveBlocks;
   auto* const base = reinterpret_cast<std::byte*>(header);
   VirtualFree(base + 2 * pageSize, roundToPages(header->size == 0 ? 1 : header->size), MEM_DECOMMIT);
+  keepFreed(base);
 }
 
 }  // namespace
