@@ -1,0 +1,147 @@
+// fendrel tlv: the tagged records of a file.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <vector>
+
+#include "commands.h"
+#include "console.h"
+#include "paths.h"
+#include "text.h"
+#include "tlv_item.h"
+
+namespace fendrel::host {
+namespace {
+
+// A window over the file that always holds the whole item at its start, however large the file is.
+class RecordFile {
+ public:
+  explicit RecordFile(const std::wstring& path) : file(std::filesystem::path(path), std::ios::binary) {}
+
+  bool isOpen() const { return file.is_open(); }
+
+  // What stands at `offset`; offsets must not go back. Valid until the next call.
+  TlvItem at(std::uint64_t offset) {
+    if (!ended && offset + tlvHeaderSize + tlvMaxLength > start + buffer.size()) refill(offset);
+    return tlvItemAt(buffer, static_cast<std::size_t>(offset - start));
+  }
+  bool failed() const { return file.bad(); }
+
+ private:
+  void refill(std::uint64_t offset) {
+    constexpr std::size_t windowSize = 1 << 20;
+    const std::size_t used = std::min(static_cast<std::size_t>(offset - start), buffer.size());
+    buffer.erase(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(used));
+    start += used;
+    const std::size_t kept = buffer.size();
+    buffer.resize(windowSize);
+    file.read(reinterpret_cast<char*>(buffer.data() + kept), static_cast<std::streamsize>(windowSize - kept));
+    buffer.resize(kept + static_cast<std::size_t>(file.gcount()));
+    ended = !file;
+  }
+
+  std::ifstream file;
+  std::vector<std::byte> buffer;
+  std::uint64_t start = 0;  // of the buffer in the file
+  bool ended = false;
+};
+
+constexpr std::size_t shownBytes = 64;  // of a value, at most
+
+// The start of a value that is wide text with its terminator; empty when it does not look like that.
+std::wstring wideText(std::span<const std::byte> value) {
+  const auto unitAt = [value](std::size_t at) {
+    return static_cast<wchar_t>(std::to_integer<unsigned>(value[at]) | std::to_integer<unsigned>(value[at + 1]) << 8);
+  };
+  if (value.size() % 2 != 0 || value.size() < 2 || unitAt(value.size() - 2) != 0) return {};
+  std::wstring text;
+  for (std::size_t at = 0; at < std::min(value.size() - 2, shownBytes); at += 2) text += unitAt(at);
+  const auto isText = [](wchar_t unit) { return unit >= L' ' || unit == L'\t' || unit == L'\r' || unit == L'\n'; };
+  return std::ranges::all_of(text, isText) ? text : std::wstring();
+}
+
+std::string plainText(std::span<const std::byte> value) {
+  std::string text(reinterpret_cast<const char*>(value.data()), value.size());
+  if (!text.empty() && text.back() == 0) text.pop_back();
+  return std::ranges::all_of(text, [](char byte) { return byte >= ' ' && byte <= '~'; }) ? text : std::string();
+}
+
+// Plain text in bytes first: two such bytes would pass for one wide letter.
+std::string preview(std::span<const std::byte> value) {
+  constexpr std::size_t shownWidth = 48;
+  if (const std::string text = plainText(value.first(std::min(value.size(), shownBytes))); !text.empty())
+    return '"' + clipped(text, shownWidth) + '"';
+  if (const std::wstring text = wideText(value); !text.empty())
+    return '"' + clipped(printable(text), shownWidth) + '"';
+  const auto start = value.first(std::min<std::size_t>(value.size(), 16));
+  return hexadecimal({reinterpret_cast<const std::uint8_t*>(start.data()), start.size()}) +
+         (start.size() < value.size() ? "..." : "");
+}
+
+// Why there is no record.
+std::string faultWords(const TlvItem& item) {
+  switch (item.finding) {
+    case TlvFinding::cutHeader:
+      return "the file ends inside the four bytes of a record's header";
+    case TlvFinding::noTag:
+      return "the tag is 0, which no record has";
+    case TlvFinding::lengthTooLarge:
+      return fmt::format("tag {} states a length of {} bytes; a record has at most {}", item.header.tag,
+                         withThousands(item.header.length), withThousands(tlvMaxLength));
+    case TlvFinding::cutValue:
+      return fmt::format("tag {} states a length of {} bytes, but the file ends after {} of them", item.header.tag,
+                         withThousands(item.header.length), withThousands(item.value.size()));
+    default:
+      return {};
+  }
+}
+
+ExitCode listRecords(Host& host, const std::string& given) {
+  const std::wstring path = fullPath(given);
+  RecordFile file(longPath(path));
+  if (!file.isOpen())
+    throw systemFailure(ExitCode::failed, "File '" + printable(given) + "' cannot be opened", GetLastError());
+  host.line(fmt::format("{:>10}  {:>5}  {:>6}  {}", "Offset", "Tag", "Length", "Value"));
+  Json records = Json::array();
+  std::uint64_t offset = 0, count = 0;
+  TlvItem item = file.at(offset);
+  for (; item.finding == TlvFinding::item; item = file.at(offset), ++count) {
+    if (cancelRequested()) return ExitCode::cancelled;
+    const std::string shown = preview(item.value);
+    if (host.options.json)
+      records.push_back({{"offset", offset}, {"tag", item.header.tag}, {"length", item.header.length}, {"preview", shown}});
+    else
+      host.line(fmt::format("{:>10}  {:>5}  {:>6}  {}", offset, item.header.tag, item.header.length, shown));
+    offset += tlvHeaderSize + item.header.length;
+  }
+  if (file.failed())
+    throw systemFailure(ExitCode::failed, "File '" + printable(given) + "' cannot be read", GetLastError());
+
+  Json document = {{"file", toUtf8(path)}, {"records", records}};
+  const std::string fault = faultWords(item);
+  if (!fault.empty()) {
+    printError(fmt::format("fendrel: '{}' is malformed at offset {} (0x{:X}), behind {}: {}. The records before it are "
+                           "whole; make the file again.",
+                           printable(given), offset, offset, counted(count, "record"), fault));
+    document["fault"] = {{"offset", offset}, {"reason", fault}};
+  } else {
+    host.line(counted(count, "record"));
+  }
+  host.document(document);
+  return fault.empty() ? ExitCode::done : ExitCode::failed;
+}
+
+}  // namespace
+
+void addTlvCommand(CLI::App& app, Host& host) {
+  const auto file = std::make_shared<std::string>();
+  CLI::App* command = app.add_subcommand("tlv", "List the tagged records of a file, and say where one is malformed");
+  command->add_option("file", *file, "The file")->required()->type_name("FILE");
+  command->footer("Example:\n  fendrel tlv sales.rpt");
+  command->callback([&host, file] { host.command = [file](Host& running) { return listRecords(running, *file); }; });
+}
+
+}  // namespace fendrel::host
