@@ -1,4 +1,6 @@
 // Arguments that make no sense: each gives 5, takes nothing from MAPI and reads nothing out of bounds.
+#include <cstring>
+
 #include "abi_test.h"
 
 namespace fendrel::test {
@@ -78,6 +80,28 @@ TEST_F(BadArgumentTest, NoPlaceForTheEncodedSizeGivesFive) {
 TEST_F(BadArgumentTest, NoPlaceForTheDecodedRecordGivesFive) {
   open();
   EXPECT_EQ(plugin().decodeOptions(job, nullptr), FENDREL_INVALID_ARGUMENT);
+}
+
+TEST_F(BadArgumentTest, BytesThatAreNotReadMayHoldAnything) {
+  FendrelFileDescription file;
+  std::memset(&file, 0xCC, sizeof file);
+  file.nameGiven = 0;
+  file.fileNameTemplate = L"sales.pdf";
+  const FendrelFileDescription* const descriptions[] = {&file};
+  FendrelFileList list;
+  std::memset(&list, 0xCC, sizeof list);
+  list.fileCount = 1;
+  list.files = descriptions;
+  ASSERT_EQ(plugin().initExportDestination(nullptr, 0xCCCCCCCC, &options, &list, &made, &record), FENDREL_SUCCESS);
+  FendrelExportDescription description;
+  std::memset(&description, 0xCC, sizeof description);
+  const std::wstring path = this->file();
+  const wchar_t* const paths[] = {path.c_str()};
+  description.fileCount = 1;
+  description.filePaths = paths;
+  EXPECT_EQ(plugin().exportToDestination(made, &description), FENDREL_SUCCESS);
+  EXPECT_EQ(valueOf(mapi.messages().at(0).properties, PR_SUBJECT_W).text, L"sales.pdf");
+  plugin().termExportDestination(made);
 }
 
 TEST_F(BadArgumentTest, MissingPathGivesInvalidParameterBeforeAMessageIsCreated) {

@@ -80,6 +80,13 @@ TEST_F(ReportNameTest, MissingGivenNameGivesAnEmptyName) {
   EXPECT_EQ(nameOf(files), L"");
 }
 
+TEST_F(ReportNameTest, IsAtMost260CharactersLong) {
+  const std::wstring given = std::wstring(400, L'n') + L".pdf";
+  FileList files;
+  files.addGivenName(given.c_str());
+  EXPECT_EQ(nameOf(files), std::wstring(260, L'n'));
+}
+
 TEST_F(ReportNameTest, NonAsciiNamesAreKept) {
   FileList files{L"Überblick 日報.pdf"};
   EXPECT_EQ(nameOf(files), L"Überblick 日報.pdf");
