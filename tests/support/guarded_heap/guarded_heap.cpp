@@ -24,6 +24,7 @@ struct Header {
 };
 
 std::atomic<std::size_t> g_liveBlocks;
+std::atomic<std::size_t> g_untilFailure;  // allocations up to and with the one that fails; 0: none fails
 
 std::size_t roundToPages(std::size_t size) { return (size + pageSize - 1) / pageSize * pageSize; }
 
@@ -80,7 +81,7 @@ void watchOnce() {
 
 void* allocate(std::size_t size) noexcept {
   watchOnce();
-  if (size > SIZE_MAX / 2) {
+  if (size > SIZE_MAX / 2 || (g_untilFailure != 0 && --g_untilFailure == 0)) {
     errno = ENOMEM;
     return nullptr;
   }
@@ -138,6 +139,7 @@ void release(void* block, const void* caller) noexcept {
 }  // namespace
 
 std::size_t guardedHeapLiveBlocks() noexcept { return g_liveBlocks; }
+void guardedHeapFail(std::size_t nth) noexcept { g_untilFailure = nth; }
 
 extern "C" {
 

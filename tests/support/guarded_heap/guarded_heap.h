@@ -19,3 +19,6 @@ inline constexpr unsigned guardedHeapExitCode = 97;
 
 // The number of blocks of this module that are allocated now.
 std::size_t guardedHeapLiveBlocks() noexcept;
+
+// Makes the nth allocation from now on (1: the next) fail; 0: none.
+void guardedHeapFail(std::size_t nth) noexcept;

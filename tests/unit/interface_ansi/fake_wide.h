@@ -1,0 +1,37 @@
+// The wide functions as the ANSI layer finds them by name, played by the test program itself.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "fendrel/fendrel.h"
+
+namespace fendrel::test {
+
+struct FakeWide {
+  // What the functions answer.
+  uint32_t initCode = FENDREL_SUCCESS, encodeCode = FENDREL_SUCCESS, decodeCode = FENDREL_SUCCESS;
+  uint32_t termCode = FENDREL_SUCCESS;
+  const FendrelDestinationList* list = nullptr;
+  FendrelResult result{.size = sizeof(FendrelResult)};
+  const wchar_t* errorText = L"";
+  DestinationOptions* encoded = nullptr;               // given out by the encoder
+  std::function<DestinationOptions*()> makeDecoded;    // by the decoder
+
+  // What they were called with.
+  std::function<void(const FendrelFileList*)> lookAtFiles;
+  std::function<void(const FendrelExportDescription*)> lookAtExport;
+  std::function<void(const DestinationOptions*)> lookAtOptions;
+  HWND parentWindow = nullptr;
+  uint32_t hostValue = 0;
+  std::vector<FendrelJob> ended;
+  std::vector<uint32_t> freedWide, freedAnsi;  // the contexts
+  int initialised = 0;
+};
+
+inline constexpr FendrelJob fakeJob = 77;
+
+extern FakeWide fake;
+
+}  // namespace fendrel::test
