@@ -65,7 +65,9 @@ std::uint32_t setUpSilently(ExportJob& job, DestinationOptions& options) {
 // report instance.
 void scanForReports(const std::vector<std::wstring>& fileNames) noexcept {
   for (const std::wstring& name : fileNames)
-    if (_wcsicmp(std::wstring(extensionOf(std::wstring_view(name))).c_str(), L"RPT") != 0) return;
+    if (const auto extension = extensionOf(std::wstring_view(name));
+        extension.size() != 3 || _wcsnicmp(extension.data(), L"RPT", 3) != 0)
+      return;
 }
 
 // Shows the folders of the job's session and takes the path of the chosen one. 0, 2 or 6.
