@@ -91,7 +91,7 @@ function(fendrel_add_test name)
     add_dependencies(${name} ${TEST_NEEDS})
   endif()
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
-                       PROPERTIES ${properties})
+                       NO_PRETTY_VALUES PROPERTIES ${properties})
   if(TEST_DOUBLE_BYTE)
     fendrel_add_run(${name}_932 ${name} ${serial} LABELS ${TEST_LABELS}
                     ENVIRONMENT ${TEST_ENVIRONMENT} LC_ALL=ja_JP.UTF-8)
