@@ -46,9 +46,13 @@ int WideToAnsiPrefixAlloc(const wchar_t* text, int maxChars, HeapAnsiText& resul
 }
 
 std::optional<std::wstring> wideFromAnsi(const char* text) {
-  HeapText wide;
-  if (AnsiToWideAlloc(text, wide) == 0) return std::nullopt;
-  return std::wstring(wide.get());
+  if (!text) return std::nullopt;
+  const int length = MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0);
+  if (length <= 0) return std::nullopt;
+  std::wstring wide(static_cast<std::size_t>(length), L'\0');
+  if (MultiByteToWideChar(CP_ACP, 0, text, -1, wide.data(), length) == 0) return std::nullopt;
+  wide.pop_back();  // the terminator
+  return wide;
 }
 
 }  // namespace fendrel

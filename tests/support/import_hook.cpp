@@ -50,6 +50,10 @@ ImportHook::ImportHook(const char* library, const char* function, void* replacem
   store(slot_, replacement);
 }
 
+bool ImportHook::isImported(const char* library, const char* function, HMODULE module) {
+  return findSlot(module, library, function) != nullptr;
+}
+
 ImportHook::~ImportHook() {
   if (slot_) store(slot_, original_);
 }

@@ -15,6 +15,8 @@ class ImportHook {
       : ImportHook(library, function, reinterpret_cast<void*>(replacement), module) {}
   ImportHook(const char* library, const char* function, void* replacement, HMODULE module);
   ~ImportHook();
+
+  static bool isImported(const char* library, const char* function, HMODULE module);
   ImportHook(const ImportHook&) = delete;
   ImportHook& operator=(const ImportHook&) = delete;
 
