@@ -68,7 +68,7 @@ nlohmann::json Outcome::json() const {
 }
 
 Outcome runProgram(const std::wstring& program, const std::vector<std::string>& arguments,
-               const std::wstring& workingDirectory) {
+                   const std::wstring& workingDirectory, const Use& use) {
   std::wstring command = quoted(program);
   for (const std::string& argument : arguments) command += L' ' + quoted(host::toWide(argument));
   Pipe out, err;
@@ -90,6 +90,7 @@ Outcome runProgram(const std::wstring& program, const std::vector<std::string>& 
   std::jthread watch([&](std::stop_token) {
     if (WaitForSingleObject(process.get(), longestRun) == WAIT_TIMEOUT) TerminateProcess(process.get(), 98);
   });
+  if (use) use(started.dwThreadId);
   run.out = readAll(out.readEnd.get());
   errorReader.join();
   watch.join();
@@ -113,8 +114,8 @@ FendrelTest::~FendrelTest() {
   std::filesystem::remove_all(LR"(\\?\)" + folder.path().wstring(), ignored);
 }
 
-Outcome FendrelTest::fendrel(std::initializer_list<std::string> arguments) const {
-  return runProgram(buildFile(L"bin/fendrel.exe"), arguments, folder.path());
+Outcome FendrelTest::fendrel(std::initializer_list<std::string> arguments, const Use& use) const {
+  return runProgram(buildFile(L"bin/fendrel.exe"), arguments, folder.path(), use);
 }
 
 void FendrelTest::addJane() const {

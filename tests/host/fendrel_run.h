@@ -2,9 +2,11 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <windows.h>
 
 #include <nlohmann/json.hpp>
 
+#include <functional>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -21,9 +23,12 @@ struct Outcome {
   nlohmann::json json() const;
 };
 
+// What a person does in a running program's windows; `threadId` is its first thread.
+using Use = std::function<void(DWORD threadId)>;
+
 // Starts a program with arguments in UTF-8 in a working directory and waits for its end, at most a minute.
 Outcome runProgram(const std::wstring& program, const std::vector<std::string>& arguments,
-               const std::wstring& workingDirectory = {});
+                   const std::wstring& workingDirectory = {}, const Use& use = {});
 
 // A test with an empty store, which FENDREL_STORE names, and a folder for its files.
 class FendrelTest : public testing::Test {
@@ -31,7 +36,7 @@ class FendrelTest : public testing::Test {
   FendrelTest();
   ~FendrelTest() override;
 
-  Outcome fendrel(std::initializer_list<std::string> arguments) const;
+  Outcome fendrel(std::initializer_list<std::string> arguments, const Use& use = {}) const;
   // Adds the profile "jane" of Jane Doe.
   void addJane() const;
   // The full path in UTF-8 of a new file.

@@ -52,10 +52,10 @@ ModalCall::ModalCall(std::function<void()> call)
 }
 
 ModalCall::~ModalCall() {
-  if (!returned_ && !waitUntil([this] { return returned_ || findDialogOf(threadId_, nullptr); }))
+  if (!returned_ && !waitUntil([this] { return returned_ || dialogs().openDialog(); }))
     ADD_FAILURE() << "the call neither returns nor shows a dialog";
   while (!returned_) {
-    if (HWND left = findDialogOf(threadId_, nullptr)) {
+    if (HWND left = dialogs().openDialog()) {
       ADD_FAILURE() << "a dialog was left open";
       PostMessageW(left, WM_COMMAND, IDCANCEL, 0);
     }
@@ -68,25 +68,27 @@ void ModalCall::waitForReturn() {
   EXPECT_TRUE(waitUntil([this] { return returned_.load(); })) << "the call does not return";
 }
 
-HWND ModalCall::dialog(const std::wstring& caption) const {
+HWND DialogThread::openDialog() const { return findDialogOf(threadId_, nullptr); }
+
+HWND DialogThread::dialog(const std::wstring& caption) const {
   HWND found = nullptr;
-  waitUntil([&] { return returned_ || (found = findDialogOf(threadId_, &caption)) != nullptr; });
+  waitUntil([&] { return (found = findDialogOf(threadId_, &caption)) != nullptr; });
   EXPECT_TRUE(found) << "no dialog appears";
   return found;
 }
 
-void ModalCall::waitForClose(HWND window) const {
+void DialogThread::waitForClose(HWND window) const {
   EXPECT_TRUE(waitUntil([&] { return !IsWindow(window); })) << "the window stays";
 }
 
-HWND ModalCall::focus() const {
+HWND DialogThread::focus() const {
   GUITHREADINFO info = {};
   info.cbSize = sizeof info;
   GetGUIThreadInfo(threadId_, &info);
   return info.hwndFocus;
 }
 
-void ModalCall::press(WPARAM key) const {
+void DialogThread::press(WPARAM key) const {
   const HWND window = focus();
   ASSERT_TRUE(window) << "no window has the focus";
   const auto scanCode = static_cast<LPARAM>(MapVirtualKeyW(static_cast<UINT>(key), MAPVK_VK_TO_VSC)) << 16;

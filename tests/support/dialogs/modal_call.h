@@ -10,6 +10,28 @@
 
 namespace fendrel::test {
 
+// The dialogs of one thread, of this process or another.
+class DialogThread {
+ public:
+  explicit DialogThread(DWORD threadId) : threadId_(threadId) {}
+
+  // Waits for a visible dialog or message box with this caption; fails the test and answers null when none appears.
+  HWND dialog(const std::wstring& caption) const;
+
+  // Waits until that window is gone.
+  void waitForClose(HWND window) const;
+
+  // The window that keys go to, and a key that is pressed and let go there; what it does is seen a little later.
+  HWND focus() const;
+  void press(WPARAM key) const;
+
+  // Any dialog that is open now, or null.
+  HWND openDialog() const;
+
+ private:
+  DWORD threadId_;
+};
+
 class ModalCall {
  public:
   explicit ModalCall(std::function<void()> call);
@@ -23,15 +45,11 @@ class ModalCall {
   void waitForReturn();
   bool hasReturned() const { return returned_; }
 
-  // Waits for a visible dialog or message box with this caption; fails the test and answers null when none appears.
-  HWND dialog(const std::wstring& caption) const;
-
-  // Waits until that window is gone.
-  void waitForClose(HWND window) const;
-
-  // The window that keys go to, and a key that is pressed and let go there; what it does is seen a little later.
-  HWND focus() const;
-  void press(WPARAM key) const;
+  DialogThread dialogs() const { return DialogThread(threadId_); }
+  HWND dialog(const std::wstring& caption) const { return dialogs().dialog(caption); }
+  void waitForClose(HWND window) const { dialogs().waitForClose(window); }
+  HWND focus() const { return dialogs().focus(); }
+  void press(WPARAM key) const { dialogs().press(key); }
 
  private:
   std::atomic<DWORD> threadId_ = 0;
