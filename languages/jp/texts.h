@@ -28,10 +28,10 @@
 #define TEXT_FOLDER "フォルダー:"
 
 #define TEXT_TYPE_CAPTION "Exchange フォルダーへエクスポート"
-#define TEXT_TYPE_GROUP "形式"
-#define TEXT_REPORT_INSTANCE "レポート インスタンス(&I)"
-#define TEXT_FOLDER_REPORT "フォルダー レポート(&F)"
-#define TEXT_PERSONAL_REPORT "個人用レポート(&P)"
+#define TEXT_TYPE_GROUP "レポートの種類"
+#define TEXT_REPORT_INSTANCE "インスタンス(&I)"
+#define TEXT_FOLDER_REPORT "フォルダー(&F)"
+#define TEXT_PERSONAL_REPORT "個人用(&P)"
 
 #define TEXT_NAME_CAPTION "レポート名の入力"
 #define TEXT_NAME_PROMPT "「xxxx.RPT」の名前:"
