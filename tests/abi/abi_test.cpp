@@ -108,6 +108,14 @@ void PrintTo(const Answer& answer, std::ostream* out) {
   *out << "code " << answer.code << ", text " << ::testing::PrintToString(answer.text);
 }
 
+PostedMessage JobTest::postOne(const wchar_t* reportName, std::string_view content) {
+  open({reportName});
+  EXPECT_EQ(post(job, {file(L"source.bin", content)}), FENDREL_SUCCESS);
+  const auto messages = mapi.messages();
+  EXPECT_EQ(messages.size(), 1u);
+  return messages.empty() ? PostedMessage{} : messages[0];
+}
+
 std::wstring JobTest::file(std::wstring_view name, std::string_view content) const {
   const std::filesystem::path path = folder_.path() / name;
   std::ofstream stream(path, std::ios::binary);

@@ -3,12 +3,10 @@
 #pragma once
 
 #include <gmock/gmock.h>
-#include <windows.h>
-
-#include <mapidefs.h>
-
 #include <mapicode.h>
+#include <mapidefs.h>
 #include <mapitags.h>
+#include <windows.h>
 
 #include <optional>
 #include <string>
@@ -70,6 +68,9 @@ class JobTest : public InitialisedTest {
 
   uint32_t post(FendrelJob job, std::vector<std::wstring> paths);
   std::wstring errorText(FendrelJob job);
+  // Posts one file of that content under that report name in a new job; the message that came of it.
+  PostedMessage postOne(const wchar_t* reportName = L"sales.pdf", std::string_view content = "content");
+
   // The full path of a new file; of one that does not exist.
   std::wstring file(std::wstring_view name = L"source.bin", std::string_view content = "content") const;
   std::wstring missingFile() const { return folder_.file(L"missing.bin"); }

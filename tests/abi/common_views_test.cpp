@@ -22,7 +22,8 @@ class CommonViewsTest : public JobTest {
   std::vector<std::string> folderLines() const {
     auto lines = mapi.lines();
     lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(before_));
-    const auto created = std::ranges::find_if(lines, [](const std::string& line) { return line.starts_with("IMAPIFolder::CreateMessage"); });
+    const auto created = std::ranges::find_if(
+        lines, [](const std::string& line) { return line.starts_with("IMAPIFolder::CreateMessage"); });
     lines.erase(created, lines.end());
     return lines;
   }

@@ -107,8 +107,7 @@ INSTANTIATE_TEST_SUITE_P(Of, WrongVersion, ::testing::Values(0, 1),
 // ---- Unpacked ----
 
 TEST_F(ConversionTest, UnpackedRecordToAnsi) {
-  DestinationOptions options =
-      unpackedOptions(profile.c_str(), password.c_str(), path.c_str(), FENDREL_FOLDER_REPORT);
+  DestinationOptions options = unpackedOptions(profile.c_str(), password.c_str(), path.c_str(), FENDREL_FOLDER_REPORT);
   DestinationOptionsA* const ansi = toAnsi(&options);
   ASSERT_EQ(code, FENDREL_SUCCESS);
   EXPECT_EQ(ansi->version, 1);
@@ -371,7 +370,11 @@ TEST_F(DoubleByteTest, PackedStringIsOverwrittenByTheOneBehindIt) {
   DestinationOptionsA* const ansi = toAnsi(asOptions(block));
   ASSERT_EQ(code, FENDREL_SUCCESS);
   EXPECT_EQ(ansi->profilePasswordOffset, 51u);
-  EXPECT_EQ(std::memcmp(ansiAt(ansi, 48), "\x93\xFA\x95" "ab", 6), 0);
+  EXPECT_EQ(std::memcmp(ansiAt(ansi, 48),
+                        "\x93\xFA\x95"
+                        "ab",
+                        6),
+            0);
   EXPECT_EQ(size, 2 * (3 + 3 + 0 + 24));
   plugin().freeOptionsA(0, ansi);
 }

@@ -51,8 +51,7 @@ TEST_F(JobTest, ErrorTextIsReplacedByTheNextFailuresWords) {
   open();
   ASSERT_EQ(post(job, {missingFile()}), FENDREL_FAILED);
   mapi.fail("IMAPIFolder::CreateMessage", 1, MAPI_E_NO_ACCESS);
-  EXPECT_EQ(postAndRead(job, {file()}),
-            (Answer{FENDREL_FAILED, L"No access right to post file to Exchange Folders."}));
+  EXPECT_EQ(postAndRead(job, {file()}), (Answer{FENDREL_FAILED, L"No access right to post file to Exchange Folders."}));
 }
 
 TEST_F(JobTest, ErrorTextIsAtTheSameAddressAsLongAsTheJobLives) {

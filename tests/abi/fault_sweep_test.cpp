@@ -9,89 +9,99 @@ enum class Effect {
   creationFailsWithMinusOne,
   creationFails,  // with the mapped code
   none,
-  noSender,       // none but that the messages carry no sender
-  exportFails,    // with the mapped code and words, nothing is posted
-  storeNotFound,  // exportFails, whatever the code, with MAPI_E_NOT_FOUND
-  firstFileFails, // whose result does not count
-  lastFileFails,  // with the mapped code and words
+  noSender,        // none but that the messages carry no sender
+  exportFails,     // with the mapped code and words, nothing is posted
+  storeNotFound,   // exportFails, whatever the code, with MAPI_E_NOT_FOUND
+  firstFileFails,  // whose result does not count
+  lastFileFails,   // with the mapped code and words
 };
 
 // One call of an export without failures, and what its failure brings.
 struct Step {
-  const char* name;
-  const char* object;
+  std::string name;
+  std::string object;
   Effect effect;
 };
+using Steps = std::vector<Step>;
 
-#define DAILY "Public Folders@Reports@Daily"
-#define COMMON_VIEWS "Mailbox - Ada (common views)"
-
-#define LOGON_STEPS                                                              \
-  {"MAPIInitialize", "", Effect::creationFailsWithMinusOne},                     \
-  {"MAPILogonEx", "", Effect::creationFails},                                    \
-  {"IMAPISession::GetStatusTable", "Default", Effect::creationFails},            \
-  {"IMAPITable::GetRowCount", "status", Effect::creationFails},                  \
-  {"IMAPITable::Restrict", "status", Effect::none},                              \
-  {"IMAPITable::SetColumns", "status", Effect::creationFails},                   \
-  {"IMAPITable::GetRowCount", "status", Effect::creationFails},                  \
-  {"IMAPITable::SeekRow", "status", Effect::creationFails},                      \
-  {"IMAPITable::QueryRows", "status", Effect::creationFails},                    \
-  {"IMAPISession::QueryIdentity", "Default", Effect::noSender},                  \
-  {"IMAPISession::OpenEntry", "Default", Effect::noSender},                      \
-  {"IMailUser::GetProps", "user", Effect::noSender}
-
-#define TABLE_STEPS(table)                                      \
-  {"IMAPITable::Restrict", table, Effect::none},                \
-  {"IMAPITable::SetColumns", table, Effect::exportFails},       \
-  {"IMAPITable::GetRowCount", table, Effect::exportFails},      \
-  {"IMAPITable::SeekRow", table, Effect::exportFails},          \
-  {"IMAPITable::QueryRows", table, Effect::exportFails}
-
-#define FILE_STEPS(message, fails)                                           \
-  {"MAPIAllocateBuffer", "", fails},                                         \
-  {"IMessage::SetProps", message, fails},                                    \
-  {"IMessage::CreateAttach", message, fails},                                \
-  {"MAPIAllocateBuffer", "", fails},                                         \
-  {"IAttach::SetProps", message " attachment 0", fails},                     \
-  {"IAttach::OpenProperty", message " attachment 0", fails},                 \
-  {"IStream::Write", message " attachment 0 content", fails},                \
-  {"IAttach::SaveChanges", message " attachment 0", Effect::none},           \
-  {"IMessage::SetReadFlag", message, Effect::none},                          \
-  {"IMessage::SaveChanges", message, Effect::none}
-
-const std::vector<Step> stepsByPath = {
-    LOGON_STEPS,
-    {"IMAPISession::GetMsgStoresTable", "Default", Effect::exportFails},
-    TABLE_STEPS("message stores"),
-    {"IMAPISession::OpenMsgStore", "Default", Effect::exportFails},
-    {"HrGetOneProp", "", Effect::exportFails},
-    {"IMsgStore::OpenEntry", "Public Folders", Effect::exportFails},
-    {"IMAPIFolder::GetHierarchyTable", "Public Folders (subtree)", Effect::exportFails},
-    TABLE_STEPS("hierarchy of Public Folders (subtree)"),
-    {"IMsgStore::OpenEntry", "Public Folders", Effect::exportFails},
-    {"IMAPIFolder::GetHierarchyTable", "Public Folders@Reports", Effect::exportFails},
-    TABLE_STEPS("hierarchy of Public Folders@Reports"),
-    {"IMsgStore::OpenEntry", "Public Folders", Effect::exportFails},
-    {"IMAPIFolder::CreateMessage", DAILY, Effect::firstFileFails},
-    FILE_STEPS(DAILY " message 1", Effect::firstFileFails),
-    {"IMAPIFolder::CreateMessage", DAILY, Effect::lastFileFails},
-    FILE_STEPS(DAILY " message 2", Effect::lastFileFails),
-    {"IMAPISession::Logoff", "Default", Effect::none},
+const Steps logonSteps = {
+    {"MAPIInitialize", "", Effect::creationFailsWithMinusOne},
+    {"MAPILogonEx", "", Effect::creationFails},
+    {"IMAPISession::GetStatusTable", "Default", Effect::creationFails},
+    {"IMAPITable::GetRowCount", "status", Effect::creationFails},
+    {"IMAPITable::Restrict", "status", Effect::none},
+    {"IMAPITable::SetColumns", "status", Effect::creationFails},
+    {"IMAPITable::GetRowCount", "status", Effect::creationFails},
+    {"IMAPITable::SeekRow", "status", Effect::creationFails},
+    {"IMAPITable::QueryRows", "status", Effect::creationFails},
+    {"IMAPISession::QueryIdentity", "Default", Effect::noSender},
+    {"IMAPISession::OpenEntry", "Default", Effect::noSender},
+    {"IMailUser::GetProps", "user", Effect::noSender},
 };
 
-const std::vector<Step> stepsOfAPersonalReport = {
-    LOGON_STEPS,
-    {"IMAPISession::GetMsgStoresTable", "Default", Effect::exportFails},
-    TABLE_STEPS("message stores"),
-    {"IMAPISession::OpenMsgStore", "Default", Effect::storeNotFound},
-    {"IMsgStore::GetProps", "Mailbox - Ada", Effect::exportFails},
-    {"IMsgStore::OpenEntry", "Mailbox - Ada", Effect::exportFails},
-    {"IMAPIFolder::CreateMessage", COMMON_VIEWS, Effect::firstFileFails},
-    FILE_STEPS(COMMON_VIEWS " message 1", Effect::firstFileFails),
-    {"IMAPIFolder::CreateMessage", COMMON_VIEWS, Effect::lastFileFails},
-    FILE_STEPS(COMMON_VIEWS " message 2", Effect::lastFileFails),
-    {"IMAPISession::Logoff", "Default", Effect::none},
-};
+Steps tableSteps(const std::string& table) {
+  return {
+      {"IMAPITable::Restrict", table, Effect::none},           {"IMAPITable::SetColumns", table, Effect::exportFails},
+      {"IMAPITable::GetRowCount", table, Effect::exportFails}, {"IMAPITable::SeekRow", table, Effect::exportFails},
+      {"IMAPITable::QueryRows", table, Effect::exportFails},
+  };
+}
+
+Steps fileSteps(const std::string& folder, int number, Effect failure) {
+  const std::string message = folder + " message " + std::to_string(number);
+  const std::string attachment = message + " attachment 0";
+  return {
+      {"IMAPIFolder::CreateMessage", folder, failure},
+      {"MAPIAllocateBuffer", "", failure},
+      {"IMessage::SetProps", message, failure},
+      {"IMessage::CreateAttach", message, failure},
+      {"MAPIAllocateBuffer", "", failure},
+      {"IAttach::SetProps", attachment, failure},
+      {"IAttach::OpenProperty", attachment, failure},
+      {"IStream::Write", attachment + " content", failure},
+      {"IAttach::SaveChanges", attachment, Effect::none},
+      {"IMessage::SetReadFlag", message, Effect::none},
+      {"IMessage::SaveChanges", message, Effect::none},
+  };
+}
+
+Steps joined(std::initializer_list<Steps> parts) {
+  Steps all;
+  for (const Steps& part : parts) all.insert(all.end(), part.begin(), part.end());
+  return all;
+}
+
+const std::string daily = "Public Folders@Reports@Daily";
+const Steps stepsByPath = joined({
+    logonSteps,
+    {{"IMAPISession::GetMsgStoresTable", "Default", Effect::exportFails}},
+    tableSteps("message stores"),
+    {{"IMAPISession::OpenMsgStore", "Default", Effect::exportFails},
+     {"HrGetOneProp", "", Effect::exportFails},
+     {"IMsgStore::OpenEntry", "Public Folders", Effect::exportFails},
+     {"IMAPIFolder::GetHierarchyTable", "Public Folders (subtree)", Effect::exportFails}},
+    tableSteps("hierarchy of Public Folders (subtree)"),
+    {{"IMsgStore::OpenEntry", "Public Folders", Effect::exportFails},
+     {"IMAPIFolder::GetHierarchyTable", "Public Folders@Reports", Effect::exportFails}},
+    tableSteps("hierarchy of Public Folders@Reports"),
+    {{"IMsgStore::OpenEntry", "Public Folders", Effect::exportFails}},
+    fileSteps(daily, 1, Effect::firstFileFails),
+    fileSteps(daily, 2, Effect::lastFileFails),
+    {{"IMAPISession::Logoff", "Default", Effect::none}},
+});
+
+const std::string commonViews = "Mailbox - Ada (common views)";
+const Steps stepsOfAPersonalReport = joined({
+    logonSteps,
+    {{"IMAPISession::GetMsgStoresTable", "Default", Effect::exportFails}},
+    tableSteps("message stores"),
+    {{"IMAPISession::OpenMsgStore", "Default", Effect::storeNotFound},
+     {"IMsgStore::GetProps", "Mailbox - Ada", Effect::exportFails},
+     {"IMsgStore::OpenEntry", "Mailbox - Ada", Effect::exportFails}},
+    fileSteps(commonViews, 1, Effect::firstFileFails),
+    fileSteps(commonViews, 2, Effect::lastFileFails),
+    {{"IMAPISession::Logoff", "Default", Effect::none}},
+});
 
 class TwoFileExport : public JobTest {
  protected:
@@ -140,10 +150,14 @@ class TwoFileExport : public JobTest {
     using ::testing::IsEmpty;
     const Answer success{FENDREL_SUCCESS, L""};
     const Answer mapped{failure.code, failure.text};
-    const bool savesTheMessage = std::string_view(step.name) == "IMessage::SaveChanges";
+    const bool savesTheMessage = step.name == "IMessage::SaveChanges";
     switch (step.effect) {
-      case Effect::creationFailsWithMinusOne: EXPECT_EQ(outcome.creation, FENDREL_FAILED); break;
-      case Effect::creationFails: EXPECT_EQ(outcome.creation, failure.code); break;
+      case Effect::creationFailsWithMinusOne:
+        EXPECT_EQ(outcome.creation, FENDREL_FAILED);
+        break;
+      case Effect::creationFails:
+        EXPECT_EQ(outcome.creation, failure.code);
+        break;
       case Effect::none:
         EXPECT_EQ(outcome.creation, FENDREL_SUCCESS);
         EXPECT_EQ(outcome.answer, success);
@@ -179,10 +193,10 @@ class TwoFileExport : public JobTest {
   }
 
   // The steps are those of an export without failures, one by one.
-  void expectSteps(uint16_t type, const std::vector<Step>& steps) {
+  void expectSteps(uint16_t type, const Steps& steps) {
     EXPECT_EQ(run(type).answer, (Answer{FENDREL_SUCCESS, L""}));
     std::vector<std::string> expected, made;
-    for (const Step& step : steps) expected.push_back(std::string(step.name) + " on '" + step.object + "'");
+    for (const Step& step : steps) expected.push_back(step.name + " on '" + step.object + "'");
     for (const Call& call : mapi.everything())
       if (call.canFail) made.push_back(call.name + " on '" + call.object + "'");
     EXPECT_EQ(made, expected);
@@ -199,10 +213,10 @@ TEST_F(TwoFileExport, AsAPersonalReportMakesTheseCalls) {
 
 class FaultSweep : public TwoFileExport, public ::testing::WithParamInterface<Mapped> {
  protected:
-  void sweep(uint16_t type, const std::vector<Step>& steps) {
+  void sweep(uint16_t type, const Steps& steps) {
     for (std::size_t index = 0; index < steps.size(); ++index) {
-      SCOPED_TRACE(std::string("call ") + std::to_string(index + 1) + ", " + steps[index].name + " on '" +
-                   steps[index].object + "'");
+      SCOPED_TRACE("call " + std::to_string(index + 1) + ", " + steps[index].name + " on '" + steps[index].object +
+                   "'");
       rebuildWorld();
       mapi.fail(nullptr, static_cast<uint32_t>(index + 1), GetParam().result);
       expectEffect(steps[index], GetParam(), run(type));

@@ -33,10 +33,11 @@ TEST_F(FolderPathTest, LastFolderIsOpenedForModificationAndThoseBeforeWithBestAc
   EXPECT_EQ(reach(L"Public Folders@Reports@Daily"), "Public Folders@Reports@Daily");
   EXPECT_THAT(
       mapi.linesOf("IMsgStore::OpenEntry"),
-      ElementsAre("IMsgStore::OpenEntry [Public Folders] entry=\"Public Folders (subtree)\" interface=null flags=0x10",
-                  "IMsgStore::OpenEntry [Public Folders] entry=\"Public Folders@Reports\" interface=IID_IMAPIFolder flags=0x10",
-                  "IMsgStore::OpenEntry [Public Folders] entry=\"Public Folders@Reports@Daily\" interface=IID_IMAPIFolder "
-                  "flags=0x1"));
+      ElementsAre(
+          "IMsgStore::OpenEntry [Public Folders] entry=\"Public Folders (subtree)\" interface=null flags=0x10",
+          "IMsgStore::OpenEntry [Public Folders] entry=\"Public Folders@Reports\" interface=IID_IMAPIFolder flags=0x10",
+          "IMsgStore::OpenEntry [Public Folders] entry=\"Public Folders@Reports@Daily\" interface=IID_IMAPIFolder "
+          "flags=0x1"));
 }
 
 TEST_F(FolderPathTest, StoreIsFoundBehindOthers) { EXPECT_EQ(reach(L"Mailbox - Ada@Inbox"), "Mailbox - Ada@Inbox"); }
@@ -170,8 +171,9 @@ TEST_F(FolderPathTest, BusyColumnsThatCompleteInTimeAreASuccess) {
   openPath(L"Public Folders@Reports");
   mapi.fail("IMAPITable::SetColumns", 2, MAPI_E_BUSY);
   EXPECT_EQ(postAndRead(job, {file()}), (Answer{FENDREL_SUCCESS, L""}));
-  EXPECT_THAT(mapi.linesOf("IMAPITable::WaitForCompletion"),
-              ElementsAre("IMAPITable::WaitForCompletion [hierarchy of Public Folders (subtree)] flags=0x0 timeout=5000"));
+  EXPECT_THAT(
+      mapi.linesOf("IMAPITable::WaitForCompletion"),
+      ElementsAre("IMAPITable::WaitForCompletion [hierarchy of Public Folders (subtree)] flags=0x0 timeout=5000"));
 }
 
 TEST_F(FolderPathTest, FailingTableCallGivesItsOwnCode) {
@@ -187,8 +189,7 @@ TEST_F(FolderPathTest, FailingSecondBatchGivesItsOwnCode) {
   rebuildWorld();
   openPath(L"Mailbox - Ada@Folder 110");
   mapi.fail("IMAPITable::QueryRows", 3, MAPI_E_NO_ACCESS);
-  EXPECT_EQ(postAndRead(job, {file()}),
-            (Answer{FENDREL_FAILED, L"No access right to post file to Exchange Folders."}));
+  EXPECT_EQ(postAndRead(job, {file()}), (Answer{FENDREL_FAILED, L"No access right to post file to Exchange Folders."}));
 }
 
 TEST_F(FolderPathTest, OpenedStoreAndFoldersAreReleasedOnAFailure) {
@@ -197,7 +198,8 @@ TEST_F(FolderPathTest, OpenedStoreAndFoldersAreReleasedOnAFailure) {
 }
 
 TEST_F(FolderPathTest, ActiveWindowIsTheStoresParentWindow) {
-  const HWND window = CreateWindowW(L"STATIC", L"host", WS_OVERLAPPED, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
+  const HWND window =
+      CreateWindowW(L"STATIC", L"host", WS_OVERLAPPED, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
   ASSERT_NE(window, nullptr);
   SetActiveWindow(window);
   const HWND active = GetActiveWindow();
@@ -205,7 +207,8 @@ TEST_F(FolderPathTest, ActiveWindowIsTheStoresParentWindow) {
   DestroyWindow(window);
   ASSERT_EQ(active, window) << "this system lets the test activate no window";
   char expected[64];
-  snprintf(expected, sizeof expected, "window=0x%llx ", static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(active)));
+  snprintf(expected, sizeof expected, "window=0x%llx ",
+           static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(active)));
   EXPECT_THAT(mapi.callsOf("IMAPISession::OpenMsgStore").at(0).arguments, ::testing::StartsWith(expected));
 }
 

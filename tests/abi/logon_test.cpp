@@ -65,7 +65,8 @@ TEST_F(LogonTest, FailedInteractiveLogonGivesMinusOne) {
 }
 
 TEST_F(LogonTest, ActiveWindowIsPassedAsThirtyTwoBits) {
-  const HWND window = CreateWindowW(L"STATIC", L"host", WS_OVERLAPPED, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
+  const HWND window =
+      CreateWindowW(L"STATIC", L"host", WS_OVERLAPPED, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
   ASSERT_NE(window, nullptr);
   SetActiveWindow(window);
   const HWND active = GetActiveWindow();
@@ -81,19 +82,17 @@ TEST_F(LogonTest, ActiveWindowIsPassedAsThirtyTwoBits) {
 
 TEST_F(LogonTest, CallsAreMadeInThisOrder) {
   ASSERT_EQ(logOn(), FENDREL_SUCCESS);
-  EXPECT_THAT(mapi.lines(),
-              ElementsAre("MAPIInitialize [] record=null",
-                          "MAPILogonEx [] window=0x0 profile=\"Default\" password=\"\" flags=0x80008022",
-                          "IMAPISession::GetStatusTable [Default] flags=0x0",
-                          "IMAPITable::GetRowCount [status] flags=0x0",
-                          "IMAPITable::Restrict [status] restriction=null flags=0x0",
-                          "IMAPITable::SetColumns [status] columns=PR_RESOURCE_TYPE,PR_DISPLAY_NAME_A flags=0x0",
-                          "IMAPITable::GetRowCount [status] flags=0x0",
-                          "IMAPITable::SeekRow [status] origin=0 rows=0",
-                          "IMAPITable::QueryRows [status] rows=50 flags=0x0",
-                          "IMAPISession::QueryIdentity [Default] ",
-                          "IMAPISession::OpenEntry [Default] entry=<00000000ada1> interface=null flags=0x10",
-                          "IMailUser::GetProps [user] tags=PR_DISPLAY_NAME_A,PR_SEARCH_KEY flags=0x0"));
+  EXPECT_THAT(
+      mapi.lines(),
+      ElementsAre("MAPIInitialize [] record=null",
+                  "MAPILogonEx [] window=0x0 profile=\"Default\" password=\"\" flags=0x80008022",
+                  "IMAPISession::GetStatusTable [Default] flags=0x0", "IMAPITable::GetRowCount [status] flags=0x0",
+                  "IMAPITable::Restrict [status] restriction=null flags=0x0",
+                  "IMAPITable::SetColumns [status] columns=PR_RESOURCE_TYPE,PR_DISPLAY_NAME_A flags=0x0",
+                  "IMAPITable::GetRowCount [status] flags=0x0", "IMAPITable::SeekRow [status] origin=0 rows=0",
+                  "IMAPITable::QueryRows [status] rows=50 flags=0x0", "IMAPISession::QueryIdentity [Default] ",
+                  "IMAPISession::OpenEntry [Default] entry=<00000000ada1> interface=null flags=0x10",
+                  "IMailUser::GetProps [user] tags=PR_DISPLAY_NAME_A,PR_SEARCH_KEY flags=0x0"));
 }
 
 TEST_F(LogonTest, NothingButTheSessionIsHeldAfterwards) {

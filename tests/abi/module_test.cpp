@@ -38,10 +38,10 @@ class ModuleFile : public ::testing::TestWithParam<const wchar_t*> {};
 TEST_P(ModuleFile, ImportsSystemLibrariesOnly) {
   const std::wstring path = buildFile(GetParam());
   if (!std::filesystem::exists(path)) GTEST_SKIP() << "not built: " << std::filesystem::path(path).string();
-  static const std::set<std::string> system = {
-      "advapi32.dll", "bcrypt.dll",   "comctl32.dll", "comdlg32.dll", "gdi32.dll",    "kernel32.dll",
-      "msvcrt.dll",   "ntdll.dll",    "ole32.dll",    "oleaut32.dll", "shell32.dll",  "shlwapi.dll",
-      "ucrtbase.dll", "user32.dll",   "version.dll",  "winspool.drv"};
+  static const std::set<std::string> system = {"advapi32.dll", "bcrypt.dll",   "comctl32.dll", "comdlg32.dll",
+                                               "gdi32.dll",    "kernel32.dll", "msvcrt.dll",   "ntdll.dll",
+                                               "ole32.dll",    "oleaut32.dll", "shell32.dll",  "shlwapi.dll",
+                                               "ucrtbase.dll", "user32.dll",   "version.dll",  "winspool.drv"};
   const auto imports = PeImage(path).imports;
   EXPECT_THAT(imports, ::testing::Contains("kernel32.dll"));
   for (const std::string& import : imports)
@@ -75,16 +75,17 @@ TEST_P(StringTable, HoldsTheText) {
 
 INSTANTIATE_TEST_SUITE_P(
     Entry, StringTable,
-    ::testing::Values(
-        Text{1, L"Exchange Folder"}, Text{2, L"No access right to post messages !"},
-        Text{3, L"Report Name cannot be empty."}, Text{4, L"File %s cannot be open\nError Code: %08X"},
-        Text{6, L"IPM.Document.*"}, Text{7, L"IPM.QUORVEL.REPORT.TEMPLATE"}, Text{8, L"Invalid export type!"},
-        Text{9, L"Failed in loading MAPI.DLL. Please the existance and the version of MAPI.DLL."},
-        Text{10, L"Failed in initializing MAPI.DLL."}, Text{11, L"Cannot logon to Exchange Profile."},
-        Text{12, L"Cannot retrieve Exchange profile name."},
-        Text{13, L"No access right to post file to Exchange Folders."}, Text{14, L"MAPI object not found."},
-        Text{15, L"Such posting is not supported by the Message Service Provider."},
-        Text{16, L"Profile \"%s\" cannot be reported !"}),
+    ::testing::Values(Text{1, L"Exchange Folder"}, Text{2, L"No access right to post messages !"},
+                      Text{3, L"Report Name cannot be empty."}, Text{4, L"File %s cannot be open\nError Code: %08X"},
+                      Text{6, L"IPM.Document.*"}, Text{7, L"IPM.QUORVEL.REPORT.TEMPLATE"},
+                      Text{8, L"Invalid export type!"},
+                      Text{9, L"Failed in loading MAPI.DLL. Please the existance and the version of MAPI.DLL."},
+                      Text{10, L"Failed in initializing MAPI.DLL."}, Text{11, L"Cannot logon to Exchange Profile."},
+                      Text{12, L"Cannot retrieve Exchange profile name."},
+                      Text{13, L"No access right to post file to Exchange Folders."},
+                      Text{14, L"MAPI object not found."},
+                      Text{15, L"Such posting is not supported by the Message Service Provider."},
+                      Text{16, L"Profile \"%s\" cannot be reported !"}),
     [](const auto& test) { return std::to_string(test.param.id); });
 
 TEST(PluginFile, StringTableHasNoEntryFive) {

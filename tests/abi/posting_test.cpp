@@ -1,7 +1,4 @@
-// How one file becomes one message: the calls, the properties, the content.
-#include <cmath>
-#include <thread>
-
+// How files become messages: the calls and the properties.
 #include "abi_test.h"
 
 namespace fendrel::test {
@@ -12,15 +9,6 @@ using ::testing::IsEmpty;
 
 class PostingTest : public JobTest {
  protected:
-  // Posts one file of that content under that report name.
-  PostedMessage postOne(const wchar_t* reportName = L"sales.pdf", std::string_view content = "content") {
-    open({reportName});
-    EXPECT_EQ(post(job, {file(L"source.bin", content)}), FENDREL_SUCCESS);
-    const auto messages = mapi.messages();
-    EXPECT_EQ(messages.size(), 1u);
-    return messages.empty() ? PostedMessage{} : messages[0];
-  }
-
   std::vector<std::string> linesAfter(std::size_t before, bool releases = false) const {
     std::vector<std::string> lines;
     const auto all = mapi.everything();
@@ -125,8 +113,10 @@ TEST_F(PostingTest, StreamIsReleasedWithoutACommitBeforeTheAttachmentIsSaved) {
   ASSERT_EQ(post(job, {file()}), FENDREL_SUCCESS);
   const auto lines = linesAfter(before, true);
   EXPECT_THAT(mapi.callsOf("IStream::Commit"), IsEmpty());
-  const auto released = std::ranges::find_if(lines, [](const std::string& line) { return line.starts_with("IStream::Release"); });
-  const auto saved = std::ranges::find_if(lines, [](const std::string& line) { return line.starts_with("IAttach::SaveChanges"); });
+  const auto released =
+      std::ranges::find_if(lines, [](const std::string& line) { return line.starts_with("IStream::Release"); });
+  const auto saved =
+      std::ranges::find_if(lines, [](const std::string& line) { return line.starts_with("IAttach::SaveChanges"); });
   EXPECT_LT(released, saved);
 }
 
@@ -223,16 +213,15 @@ TEST_P(ShortNameTest, KeepsEightCharactersAndTheExtension) {
   EXPECT_EQ(valueOf(properties, PR_DISPLAY_NAME_W).text, GetParam().reportName);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Of, ShortNameTest,
-    ::testing::Values(ShortName{"SevenCharacters", L"1234567.pdf", L"1234567.pdf"},
-                      ShortName{"EightCharacters", L"12345678.pdf", L"12345678.pdf"},
-                      ShortName{"NineCharacters", L"123456789.pdf", L"12345678.pdf"},
-                      ShortName{"TenCharacters", L"1234567890.pdf", L"12345678.pdf"},
-                      ShortName{"LongExtension", L"1234567890.document", L"12345678.document"},
-                      ShortName{"SeveralDots", L"quarterly.2024.pdf", L"quarterl.pdf"},
-                      ShortName{"NonAscii", L"Jahresübersicht.pdf", L"Jahresüb.pdf"}),
-    [](const auto& test) { return test.param.name; });
+INSTANTIATE_TEST_SUITE_P(Of, ShortNameTest,
+                         ::testing::Values(ShortName{"SevenCharacters", L"1234567.pdf", L"1234567.pdf"},
+                                           ShortName{"EightCharacters", L"12345678.pdf", L"12345678.pdf"},
+                                           ShortName{"NineCharacters", L"123456789.pdf", L"12345678.pdf"},
+                                           ShortName{"TenCharacters", L"1234567890.pdf", L"12345678.pdf"},
+                                           ShortName{"LongExtension", L"1234567890.document", L"12345678.document"},
+                                           ShortName{"SeveralDots", L"quarterly.2024.pdf", L"quarterl.pdf"},
+                                           ShortName{"NonAscii", L"Jahresübersicht.pdf", L"Jahresüb.pdf"}),
+                         [](const auto& test) { return test.param.name; });
 
 TEST_F(PostingTest, ShortNameWithoutExtension) {
   FileList files;
@@ -243,117 +232,6 @@ TEST_F(PostingTest, ShortNameWithoutExtension) {
   const auto properties = mapi.messages().at(0).attachments.at(0).properties;
   EXPECT_EQ(valueOf(properties, PR_ATTACH_FILENAME_W).text, L"LongName");
   EXPECT_EQ(valueOf(properties, PR_ATTACH_EXTENSION_W).text, L"");
-}
-
-// ---- The content, in pieces of 4096 bytes ----
-
-struct ContentSize {
-  std::size_t size;
-  std::vector<std::size_t> writes;
-};
-
-class ContentTest : public PostingTest, public ::testing::WithParamInterface<ContentSize> {};
-
-TEST_P(ContentTest, IsWrittenInPieces) {
-  std::string content(GetParam().size, '\0');
-  for (std::size_t index = 0; index < content.size(); ++index) content[index] = static_cast<char>(index * 31 + index / 256);
-  const PostedMessage message = postOne(L"sales.pdf", content);
-  EXPECT_EQ(message.attachments.at(0).content, bytesOf(content));
-  std::vector<std::string> expected;
-  for (const std::size_t write : GetParam().writes) expected.push_back("bytes=" + std::to_string(write));
-  std::vector<std::string> written;
-  for (const Call& call : mapi.callsOf("IStream::Write")) written.push_back(call.arguments);
-  EXPECT_EQ(written, expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(OfBytes, ContentTest,
-                         ::testing::Values(ContentSize{0, {}}, ContentSize{1, {1}}, ContentSize{4095, {4095}},
-                                           ContentSize{4096, {4096}}, ContentSize{4097, {4096, 1}},
-                                           ContentSize{8192, {4096, 4096}}, ContentSize{10000, {4096, 4096, 1808}}),
-                         [](const auto& test) { return std::to_string(test.param.size); });
-
-// ---- Files that cannot be read ----
-
-TEST_F(PostingTest, MissingFileGivesCallFailedAndLeavesTheMessageUnsaved) {
-  open();
-  EXPECT_EQ(postAndRead(job, {missingFile()}), (Answer{FENDREL_FAILED, L"MAPI_E_CALL_FAILED"}));
-  ASSERT_EQ(mapi.messages().size(), 1u);
-  EXPECT_FALSE(mapi.messages()[0].saved);
-  EXPECT_THAT(mapi.messages()[0].readFlags, IsEmpty());
-  EXPECT_THAT(mapi.callsOf("IAttach::SaveChanges"), IsEmpty());
-}
-
-TEST_F(PostingTest, FileIsOpenedAfterTheStream) {
-  open();
-  EXPECT_EQ(post(job, {missingFile()}), FENDREL_FAILED);
-  EXPECT_EQ(mapi.callsOf("IAttach::OpenProperty").size(), 1u);
-}
-
-TEST_F(PostingTest, DirectoryInPlaceOfAFileGivesCallFailed) {
-  open();
-  const std::wstring path = file();
-  EXPECT_EQ(postAndRead(job, {path.substr(0, path.find_last_of(L"\\/"))}),
-            (Answer{FENDREL_FAILED, L"MAPI_E_CALL_FAILED"}));
-}
-
-TEST_F(PostingTest, FileThatIsOpenForReadingElsewhereIsPosted) {
-  open();
-  const std::wstring path = file();
-  const HANDLE reader = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-  ASSERT_NE(reader, INVALID_HANDLE_VALUE);
-  EXPECT_EQ(post(job, {path}), FENDREL_SUCCESS);
-  CloseHandle(reader);
-}
-
-TEST_F(PostingTest, FileThatIsOpenForWritingElsewhereGivesCallFailed) {
-  open();
-  const std::wstring path = file();
-  const HANDLE writer = CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                    OPEN_EXISTING, 0, nullptr);
-  ASSERT_NE(writer, INVALID_HANDLE_VALUE);
-  EXPECT_EQ(postAndRead(job, {path}), (Answer{FENDREL_FAILED, L"MAPI_E_CALL_FAILED"}));
-  CloseHandle(writer);
-}
-
-TEST_F(PostingTest, FileIsClosedAfterwards) {
-  open();
-  const std::wstring path = file();
-  ASSERT_EQ(post(job, {path}), FENDREL_SUCCESS);
-  EXPECT_TRUE(DeleteFileW(path.c_str()));
-}
-
-TEST_F(PostingTest, FileIsClosedAfterAFailedWrite) {
-  open();
-  mapi.fail("IStream::Write", 1, MAPI_E_NOT_ENOUGH_DISK);
-  const std::wstring path = file();
-  EXPECT_EQ(post(job, {path}), FENDREL_NOT_ENOUGH_DISK);
-  EXPECT_TRUE(DeleteFileW(path.c_str()));
-}
-
-// A pipe whose server goes away while it is read stands for a file on a medium that fails.
-TEST_F(PostingTest, FailedReadGivesTheSystemsErrorAsAnHresult) {
-  open();
-  const std::wstring name = L"\\\\.\\pipe\\fendrel-test-" + std::to_wstring(GetCurrentProcessId());
-  const HANDLE pipe = CreateNamedPipeW(name.c_str(), PIPE_ACCESS_OUTBOUND, PIPE_TYPE_BYTE | PIPE_WAIT, 1, 4096, 4096, 0,
-                                       nullptr);
-  ASSERT_NE(pipe, INVALID_HANDLE_VALUE);
-  std::thread server([pipe] {
-    ConnectNamedPipe(pipe, nullptr);
-    CloseHandle(pipe);
-  });
-  const Answer answer = postAndRead(job, {name});
-  server.join();
-  EXPECT_EQ(answer, (Answer{FENDREL_FAILED, L"Error code 0x8007006D returned."}));  // ERROR_BROKEN_PIPE
-  EXPECT_FALSE(mapi.messages().at(0).saved);
-}
-
-TEST_F(PostingTest, PathIsReadWithNonAsciiCharacters) {
-  const std::wstring plain = file(L"plain.pdf", "x");
-  const std::wstring path = plain.substr(0, plain.find_last_of(L"\\/") + 1) + L"Übersicht 日報.pdf";
-  if (!MoveFileW(plain.c_str(), path.c_str())) GTEST_SKIP() << "needs a locale with file names outside ASCII";
-  open();
-  EXPECT_EQ(post(job, {path}), FENDREL_SUCCESS);
-  EXPECT_EQ(mapi.messages().at(0).attachments.at(0).content, bytesOf("x"));
 }
 
 // ---- Several files ----
@@ -428,7 +306,8 @@ TEST_P(SilentType, PostsAnOrdinaryDocument) {
   const PostedMessage message = mapi.messages().at(0);
   EXPECT_FALSE(message.associated);
   EXPECT_EQ(valueOf(message.properties, PR_MESSAGE_CLASS_W).text, L"IPM.DOCUMENT.*PDF");
-  EXPECT_EQ(message.folder, GetParam() == FENDREL_PERSONAL_REPORT ? "Mailbox - Ada (common views)" : "Public Folders@Reports");
+  EXPECT_EQ(message.folder,
+            GetParam() == FENDREL_PERSONAL_REPORT ? "Mailbox - Ada (common views)" : "Public Folders@Reports");
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, SilentType,

@@ -76,8 +76,7 @@ TEST_F(SilentSetUpTest, VersionIsWrittenBackAfterAFailedLogon) {
 // ---- Unpacked records ----
 
 TEST_F(SilentSetUpTest, UnpackedRecordIsTakenWhole) {
-  DestinationOptions options =
-      unpackedOptions(profile.c_str(), password.c_str(), path.c_str(), FENDREL_FOLDER_REPORT);
+  DestinationOptions options = unpackedOptions(profile.c_str(), password.c_str(), path.c_str(), FENDREL_FOLDER_REPORT);
   ASSERT_EQ(setUp(&options), FENDREL_SUCCESS);
   expectTaken(L"Ada", L"secret", L"Public Folders@Reports", FENDREL_FOLDER_REPORT);
 }
@@ -197,7 +196,7 @@ struct Damage {
 
 class DamagedRecord : public SilentSetUpTest, public ::testing::WithParamInterface<Damage> {
  protected:
-  void expectRefused(uint64_t DestinationOptions::* field) {
+  void expectRefused(uint64_t DestinationOptions::*field) {
     auto block = packedOptions(&profile, &password, &path, FENDREL_FOLDER_REPORT);
     const auto size = static_cast<uint32_t>(block.size());
     // Offsets from 1000 on count from the bound up to which strings are followed.

@@ -52,7 +52,9 @@ ComPtr<IMsgStore> ContractTest::openStore(const Bytes& id, LPCIID interfaceId, U
   return store;
 }
 
-ComPtr<IMsgStore> ContractTest::openPublicStore() { return openStore(findRow(*storesTable().Get(), L"Public Folders")); }
+ComPtr<IMsgStore> ContractTest::openPublicStore() {
+  return openStore(findRow(*storesTable().Get(), L"Public Folders"));
+}
 
 ComPtr<IMsgStore> ContractTest::openDefaultStore() {
   const ComPtr<IMAPITable> table = storesTable();

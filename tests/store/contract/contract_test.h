@@ -2,7 +2,6 @@
 #pragma once
 
 #include <gmock/gmock.h>
-
 #include <mapicode.h>
 #include <mapitags.h>
 

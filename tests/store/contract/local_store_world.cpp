@@ -28,13 +28,15 @@ ComPtr<IMsgStore> openPublicStore(IMAPISession& session) {
   SizedSPropTagArray(2, columns) = {2, {PR_ENTRYID, PR_DISPLAY_NAME_W}};
   Rows rows;
   EXPECT_EQ(mapi().hrQueryAllRows(table.Get(), reinterpret_cast<LPSPropTagArray>(&columns), nullptr, nullptr, 0,
-                                  receive(rows)), S_OK);
+                                  receive(rows)),
+            S_OK);
   ComPtr<IMsgStore> store;
   for (ULONG row = 0; rows && row < rows->cRows; ++row) {
     const SPropValue* const values = rows->aRow[row].lpProps;
     if (std::wstring_view(values[1].Value.lpszW) != L"Public Folders") continue;
     EXPECT_EQ(session.OpenMsgStore(0, values[0].Value.bin.cb, reinterpret_cast<LPENTRYID>(values[0].Value.bin.lpb),
-                                   nullptr, MDB_WRITE, &store), S_OK);
+                                   nullptr, MDB_WRITE, &store),
+              S_OK);
   }
   return store;
 }
@@ -45,11 +47,13 @@ void createFolders(IMsgStore& store, const std::vector<std::wstring>& foldersInR
   ComPtr<IMAPIFolder> subtree;
   ULONG type = 0;
   ASSERT_EQ(store.OpenEntry(subtreeId->Value.bin.cb, reinterpret_cast<LPENTRYID>(subtreeId->Value.bin.lpb), nullptr,
-                            MAPI_MODIFY, &type, unknownOut(subtree)), S_OK);
+                            MAPI_MODIFY, &type, unknownOut(subtree)),
+            S_OK);
   const auto create = [](IMAPIFolder& parent, const std::wstring& name) {
     ComPtr<IMAPIFolder> made;
-    EXPECT_EQ(parent.CreateFolder(FOLDER_GENERIC, const_cast<LPTSTR>(name.c_str()), nullptr, nullptr, MAPI_UNICODE,
-                                  &made), S_OK);
+    EXPECT_EQ(
+        parent.CreateFolder(FOLDER_GENERIC, const_cast<LPTSTR>(name.c_str()), nullptr, nullptr, MAPI_UNICODE, &made),
+        S_OK);
     return made;
   };
   const ComPtr<IMAPIFolder> reports = create(*subtree.Get(), L"Reports");
@@ -69,7 +73,8 @@ void makeWorld(const wchar_t* password, const std::vector<std::wstring>& folders
   {
     ComPtr<IMAPISession> session;
     ASSERT_EQ(mapi().logonEx(0, const_cast<LPTSTR>(L"Ada"), const_cast<LPTSTR>(password),
-                             MAPI_UNICODE | MAPI_EXTENDED | MAPI_NEW_SESSION, &session), S_OK);
+                             MAPI_UNICODE | MAPI_EXTENDED | MAPI_NEW_SESSION, &session),
+              S_OK);
     {
       const ComPtr<IMsgStore> store = openPublicStore(*session.Get());
       ASSERT_NE(store, nullptr);

@@ -94,7 +94,8 @@ class PostingContract : public ContractTest {
   static void write(IAttach& attachment, const Bytes& bytes) {
     ComPtr<IStream> stream;
     ASSERT_EQ(attachment.OpenProperty(PR_ATTACH_DATA_BIN, &IID_IStream, STGM_CREATE | STGM_WRITE,
-                                      MAPI_CREATE | MAPI_MODIFY, unknownOut(stream)), S_OK);
+                                      MAPI_CREATE | MAPI_MODIFY, unknownOut(stream)),
+              S_OK);
     for (std::size_t start = 0; start < bytes.size(); start += 4096) {
       const auto size = static_cast<ULONG>(std::min<std::size_t>(4096, bytes.size() - start));
       ULONG written = 0;
@@ -207,9 +208,9 @@ TEST_F(PostingContract, PropertiesAreReadBackAsTheyWereSet) {
   post(L"Überblick 日報.pdf", content(10));
   const ComPtr<IMessage> message = reopen();
   ASSERT_NE(message, nullptr);
-  Tags tags{PR_SUBJECT_W, PR_MESSAGE_CLASS_W, PR_CLIENT_SUBMIT_TIME, PR_MESSAGE_DELIVERY_TIME, PR_SENSITIVITY,
-            PR_CONVERSATION_TOPIC_W, PR_SENDER_ENTRYID, PR_SENDER_NAME_W, PR_SENDER_SEARCH_KEY,
-            PR_SENT_REPRESENTING_NAME_W, PR_IMPORTANCE, PR_HASATTACH};
+  Tags tags{PR_SUBJECT_W,         PR_MESSAGE_CLASS_W,          PR_CLIENT_SUBMIT_TIME, PR_MESSAGE_DELIVERY_TIME,
+            PR_SENSITIVITY,       PR_CONVERSATION_TOPIC_W,     PR_SENDER_ENTRYID,     PR_SENDER_NAME_W,
+            PR_SENDER_SEARCH_KEY, PR_SENT_REPRESENTING_NAME_W, PR_IMPORTANCE,         PR_HASATTACH};
   ULONG count = 0;
   Block<SPropValue> block;
   ASSERT_EQ(message->GetProps(tags, 0, &count, receive(block)), S_OK);
@@ -300,7 +301,8 @@ TEST_F(PostingContract, ContentIsNoPropertyOfAnotherInterface) {
   const ComPtr<IMessage> message = createMessage();
   const ComPtr<IAttach> attachment = createAttachment(*message.Get(), L"sales.pdf");
   ComPtr<IUnknown> object;
-  EXPECT_TRUE(FAILED(attachment->OpenProperty(PR_ATTACH_DATA_BIN, &IID_IMAPITable, 0, MAPI_CREATE | MAPI_MODIFY, &object)));
+  EXPECT_TRUE(
+      FAILED(attachment->OpenProperty(PR_ATTACH_DATA_BIN, &IID_IMAPITable, 0, MAPI_CREATE | MAPI_MODIFY, &object)));
   EXPECT_EQ(object, nullptr);
 }
 

@@ -79,8 +79,8 @@ STDMETHODIMP SessionObject::OpenMsgStore(ULONG_PTR window, ULONG size, LPENTRYID
   });
 }
 
-STDMETHODIMP SessionObject::OpenEntry(ULONG size, LPENTRYID entryId, LPCIID interfaceId, ULONG flags,
-                                      ULONG* objectType, LPUNKNOWN* object) {
+STDMETHODIMP SessionObject::OpenEntry(ULONG size, LPENTRYID entryId, LPCIID interfaceId, ULONG flags, ULONG* objectType,
+                                      LPUNKNOWN* object) {
   return perform("OpenEntry", entryArguments(size, entryId, interfaceId, flags), [&]() -> HRESULT {
     const Bytes wanted = bytesOf(size, entryId);
     if (world().identity() == wanted)
@@ -108,8 +108,9 @@ STDMETHODIMP SessionObject::Logoff(ULONG_PTR window, ULONG flags, ULONG reserved
   if (!loggedOn_) recorder().fault("logged off twice: " + label());
   if (loggedOn_) --recorder().sessions;
   loggedOn_ = false;
-  return perform("Logoff", fmt::format("window={:#x} flags={:#x} reserved={:#x}", window,
-                                       static_cast<unsigned long>(flags), static_cast<unsigned long>(reserved)),
+  return perform("Logoff",
+                 fmt::format("window={:#x} flags={:#x} reserved={:#x}", window, static_cast<unsigned long>(flags),
+                             static_cast<unsigned long>(reserved)),
                  [] { return S_OK; });
 }
 
@@ -163,15 +164,13 @@ STDMETHODIMP FolderObject::OpenEntry(ULONG size, LPENTRYID entryId, LPCIID inter
 }
 
 STDMETHODIMP FolderObject::CreateMessage(LPCIID interfaceId, ULONG flags, LPMESSAGE* message) {
-  return perform("CreateMessage", "interface=" + interfaceName(interfaceId) + " flags=" + hex(flags),
-                 [&]() -> HRESULT {
+  return perform("CreateMessage", "interface=" + interfaceName(interfaceId) + " flags=" + hex(flags), [&]() -> HRESULT {
     *message = objects().make<MessageObject>(world().addMessage(folder_, (flags & MAPI_ASSOCIATED) != 0), true);
     return S_OK;
   });
 }
 
-UserObject::UserObject()
-    : RefusingProp("IMailUser", "user", {&IID_IMAPIProp, &IID_IMailUser}) {}
+UserObject::UserObject() : RefusingProp("IMailUser", "user", {&IID_IMAPIProp, &IID_IMailUser}) {}
 
 STDMETHODIMP UserObject::GetProps(LPSPropTagArray tags, ULONG flags, ULONG* count, LPSPropValue* values) {
   return perform("GetProps", "tags=" + columnNames(tags) + " flags=" + hex(flags),

@@ -74,12 +74,8 @@ const RecordedMessage* WINAPI recordingMessage(uint32_t index) {
 
 void WINAPI recordingCounts(RecordingCounts* counts) {
   buffers().checkFreedBlocks();
-  *counts = {objects().live(),
-             buffers().liveTop(),
-             buffers().liveChained(),
-             recorder().sessions,
-             recorder().initialised,
-             static_cast<uint32_t>(recorder().faults().size())};
+  *counts = {objects().live(),    buffers().liveTop(),    buffers().liveChained(),
+             recorder().sessions, recorder().initialised, static_cast<uint32_t>(recorder().faults().size())};
 }
 
 const char* WINAPI recordingFault(uint32_t index) {

@@ -1,9 +1,8 @@
 // The thirteen functions of MAPI that the double has.
-#include <windows.h>
-
 #include <fmt/format.h>
-#include <mapix.h>
 #include <mapiutil.h>
+#include <mapix.h>
+#include <windows.h>
 
 #include "buffers.h"
 #include "container_objects.h"
@@ -16,7 +15,9 @@ namespace {
 struct LogonText {
   LogonText(const void* text, bool isWide)
       : given(text != nullptr),
-        value(!text ? std::wstring() : isWide ? static_cast<const wchar_t*>(text) : wide(static_cast<const char*>(text))) {}
+        value(!text    ? std::wstring()
+              : isWide ? static_cast<const wchar_t*>(text)
+                       : wide(static_cast<const char*>(text))) {}
   std::string describe() const { return given ? quoted(value.c_str()) : "null"; }
 
   bool given;
@@ -44,9 +45,9 @@ extern "C" {
 HRESULT WINAPI MAPIInitialize(LPVOID record) {
   return recorder().perform("MAPIInitialize", "", std::string("record=") + (record ? "given" : "null"),
                             []() -> HRESULT {
-    ++recorder().initialised;
-    return S_OK;
-  });
+                              ++recorder().initialised;
+                              return S_OK;
+                            });
 }
 
 void WINAPI MAPIUninitialize(void) {
@@ -65,17 +66,23 @@ HRESULT WINAPI MAPILogonEx(ULONG_PTR window, LPTSTR profileName, LPTSTR password
 }
 
 SCODE WINAPI MAPIAllocateBuffer(ULONG size, LPVOID* block) {
-  return recorder().perform("MAPIAllocateBuffer", "", "bytes=" + std::to_string(size), [&]() -> HRESULT {
-    *block = buffers().allocate(size, "MAPIAllocateBuffer");
-    return S_OK;
-  }, RECORDED_MEMORY);
+  return recorder().perform(
+      "MAPIAllocateBuffer", "", "bytes=" + std::to_string(size),
+      [&]() -> HRESULT {
+        *block = buffers().allocate(size, "MAPIAllocateBuffer");
+        return S_OK;
+      },
+      RECORDED_MEMORY);
 }
 
 SCODE WINAPI MAPIAllocateMore(ULONG size, LPVOID top, LPVOID* block) {
-  return recorder().perform("MAPIAllocateMore", "", "bytes=" + std::to_string(size), [&]() -> HRESULT {
-    *block = buffers().allocateMore(size, top);
-    return *block ? S_OK : MAPI_E_INVALID_PARAMETER;
-  }, RECORDED_MEMORY);
+  return recorder().perform(
+      "MAPIAllocateMore", "", "bytes=" + std::to_string(size),
+      [&]() -> HRESULT {
+        *block = buffers().allocateMore(size, top);
+        return *block ? S_OK : MAPI_E_INVALID_PARAMETER;
+      },
+      RECORDED_MEMORY);
 }
 
 ULONG WINAPI MAPIFreeBuffer(LPVOID block) {
@@ -113,13 +120,14 @@ HRESULT WINAPI HrQueryAllRows(LPMAPITABLE table, LPSPropTagArray columns, LPSRes
                               LPSSortOrderSet sortOrder, LONG limit, LPSRowSet* rows) {
   return recorder().perform("HrQueryAllRows", "", "columns=" + columnNames(columns) + " limit=" + std::to_string(limit),
                             [&]() -> HRESULT {
-    if (sortOrder) return MAPI_E_TOO_COMPLEX;
-    if (columns)
-      if (const HRESULT result = table->SetColumns(columns, 0); FAILED(result)) return result;
-    if (const HRESULT result = table->Restrict(restriction, 0); FAILED(result)) return result;
-    if (const HRESULT result = table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr); FAILED(result)) return result;
-    return table->QueryRows(limit > 0 ? limit : MAXLONG, 0, rows);
-  });
+                              if (sortOrder) return MAPI_E_TOO_COMPLEX;
+                              if (columns)
+                                if (const HRESULT result = table->SetColumns(columns, 0); FAILED(result)) return result;
+                              if (const HRESULT result = table->Restrict(restriction, 0); FAILED(result)) return result;
+                              if (const HRESULT result = table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr); FAILED(result))
+                                return result;
+                              return table->QueryRows(limit > 0 ? limit : MAXLONG, 0, rows);
+                            });
 }
 
 HRESULT WINAPI MAPIOpenFormMgr(LPMAPISESSION, void**) {

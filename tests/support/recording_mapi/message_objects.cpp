@@ -74,14 +74,16 @@ STDMETHODIMP MessageObject::GetAttachmentTable(ULONG flags, LPMAPITABLE* table) 
 }
 
 STDMETHODIMP MessageObject::OpenAttach(ULONG number, LPCIID interfaceId, ULONG flags, LPATTACH* attachment) {
-  return perform("OpenAttach", fmt::format("number={} interface={} flags={:#x}", static_cast<unsigned long>(number),
-                                           interfaceName(interfaceId), static_cast<unsigned long>(flags)),
+  return perform("OpenAttach",
+                 fmt::format("number={} interface={} flags={:#x}", static_cast<unsigned long>(number),
+                             interfaceName(interfaceId), static_cast<unsigned long>(flags)),
                  [&]() -> HRESULT {
-    if (writable_ || number >= message_.saved->attachments.size()) return MAPI_E_NOT_FOUND;
-    auto copy = std::make_shared<Attachment>(message_.saved->attachments[number]);
-    *attachment = objects().make<AttachObject>(label() + " attachment " + std::to_string(number), copy, false);
-    return S_OK;
-  });
+                   if (writable_ || number >= message_.saved->attachments.size()) return MAPI_E_NOT_FOUND;
+                   auto copy = std::make_shared<Attachment>(message_.saved->attachments[number]);
+                   *attachment =
+                       objects().make<AttachObject>(label() + " attachment " + std::to_string(number), copy, false);
+                   return S_OK;
+                 });
 }
 
 STDMETHODIMP MessageObject::CreateAttach(LPCIID interfaceId, ULONG flags, ULONG* number, LPATTACH* attachment) {
@@ -128,18 +130,19 @@ STDMETHODIMP AttachObject::SaveChanges(ULONG flags) {
 
 STDMETHODIMP AttachObject::OpenProperty(ULONG tag, LPCIID interfaceId, ULONG interfaceOptions, ULONG flags,
                                         LPUNKNOWN* object) {
-  return perform("OpenProperty", fmt::format("property={} interface={} options={:#x} flags={:#x}", propertyName(tag),
-                                             interfaceName(interfaceId), static_cast<unsigned long>(interfaceOptions),
-                                             static_cast<unsigned long>(flags)),
-                 [&]() -> HRESULT {
-    if (!interfaceId || !IsEqualIID(*interfaceId, IID_IStream)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
-    if (tag != PR_ATTACH_DATA_BIN) return MAPI_E_NOT_FOUND;
-    const bool writes = (flags & MAPI_MODIFY) != 0;
-    if (writes && !writable_) return MAPI_E_NO_ACCESS;
-    if ((interfaceOptions & STGM_CREATE) != 0) attachment_->content.clear();
-    *object = objects().make<ContentStream>(label() + " content", attachment_, writes);
-    return S_OK;
-  });
+  return perform(
+      "OpenProperty",
+      fmt::format("property={} interface={} options={:#x} flags={:#x}", propertyName(tag), interfaceName(interfaceId),
+                  static_cast<unsigned long>(interfaceOptions), static_cast<unsigned long>(flags)),
+      [&]() -> HRESULT {
+        if (!interfaceId || !IsEqualIID(*interfaceId, IID_IStream)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
+        if (tag != PR_ATTACH_DATA_BIN) return MAPI_E_NOT_FOUND;
+        const bool writes = (flags & MAPI_MODIFY) != 0;
+        if (writes && !writable_) return MAPI_E_NO_ACCESS;
+        if ((interfaceOptions & STGM_CREATE) != 0) attachment_->content.clear();
+        *object = objects().make<ContentStream>(label() + " content", attachment_, writes);
+        return S_OK;
+      });
 }
 
 ContentStream::ContentStream(std::string label, std::shared_ptr<Attachment> attachment, bool writable)
@@ -173,14 +176,14 @@ STDMETHODIMP ContentStream::Write(const void* bytes, ULONG size, ULONG* written)
 STDMETHODIMP ContentStream::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) {
   return perform("Seek", fmt::format("move={} origin={}", move.QuadPart, static_cast<unsigned long>(origin)),
                  [&]() -> HRESULT {
-    const auto start = origin == STREAM_SEEK_SET   ? 0
-                       : origin == STREAM_SEEK_CUR ? static_cast<long long>(position_)
-                                                   : static_cast<long long>(attachment_->content.size());
-    if (start + move.QuadPart < 0) return STG_E_INVALIDFUNCTION;
-    position_ = static_cast<std::size_t>(start + move.QuadPart);
-    if (position) position->QuadPart = position_;
-    return S_OK;
-  });
+                   const auto start = origin == STREAM_SEEK_SET   ? 0
+                                      : origin == STREAM_SEEK_CUR ? static_cast<long long>(position_)
+                                                                  : static_cast<long long>(attachment_->content.size());
+                   if (start + move.QuadPart < 0) return STG_E_INVALIDFUNCTION;
+                   position_ = static_cast<std::size_t>(start + move.QuadPart);
+                   if (position) position->QuadPart = position_;
+                   return S_OK;
+                 });
 }
 
 STDMETHODIMP ContentStream::SetSize(ULARGE_INTEGER size) {

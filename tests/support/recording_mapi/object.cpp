@@ -38,7 +38,8 @@ ULONG Tracked::dropReference() {
 
 void Tracked::checkUse(const char* method) {
   if (!live()) recorder().fault(std::string(method) + " called on a released " + describe());
-  if (recorder().initialised <= 0) recorder().fault(std::string(method) + " called without MAPIInitialize on " + describe());
+  if (recorder().initialised <= 0)
+    recorder().fault(std::string(method) + " called without MAPIInitialize on " + describe());
 }
 
 }  // namespace recording

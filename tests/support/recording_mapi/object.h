@@ -1,10 +1,8 @@
 // What every interface of the double shares: COM identity, a count of references that is checked, recorded calls.
 #pragma once
 
-#include <windows.h>
-
-#include <mapiguid.h>
 #include <mapix.h>
+#include <windows.h>
 
 #include <algorithm>
 #include <memory>
@@ -108,7 +106,8 @@ class Object : public Interface, public Tracked {
 
 // The body that MAPI's own method lists declare each method with, in a class that refuses them all. Deriving
 // classes override what the double has.
-#define RECORDING_REFUSED { return this->refuse(__func__); }
+#define RECORDING_REFUSED \
+  { return this->refuse(__func__); }
 
 #ifdef __GNUC__
 #pragma GCC diagnostic push

@@ -1,9 +1,8 @@
 // Property values that the double keeps, and their way from and to MAPI's form.
 #pragma once
 
-#include <windows.h>
-
 #include <mapix.h>
+#include <windows.h>
 
 #include <string>
 #include <vector>
@@ -14,10 +13,10 @@
 namespace recording {
 
 struct Property {
-  ULONG tag = 0;          // as it was set
-  long long number = 0;   // integers, booleans, times, errors
-  std::wstring text = {}; // both string types
-  Bytes bytes = {};       // binaries
+  ULONG tag = 0;           // as it was set
+  long long number = 0;    // integers, booleans, times, errors
+  std::wstring text = {};  // both string types
+  Bytes bytes = {};        // binaries
 };
 
 Property textProperty(ULONG tag, std::wstring text);

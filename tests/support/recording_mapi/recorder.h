@@ -1,9 +1,8 @@
 // The log of all calls, the failures that a test has planned, and the faults that a client committed.
 #pragma once
 
-#include <windows.h>
-
 #include <mapix.h>
+#include <windows.h>
 
 #include <deque>
 #include <optional>

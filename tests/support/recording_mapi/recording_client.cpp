@@ -1,7 +1,6 @@
 #include "recording_client.h"
 
 #include <gtest/gtest.h>
-
 #include <mapidefs.h>
 
 #include <stdexcept>
@@ -117,8 +116,8 @@ std::vector<Call> RecordingMapi::everything() const {
   std::vector<Call> calls;
   for (uint32_t index = 0; index < callCount_(); ++index) {
     const RecordedCall& call = *call_(index);
-    calls.push_back({call.kind, call.canFail != 0, call.name, call.object, call.arguments, call.result,
-                     call.waitCursor != 0});
+    calls.push_back(
+        {call.kind, call.canFail != 0, call.name, call.object, call.arguments, call.result, call.waitCursor != 0});
   }
   return calls;
 }
@@ -151,8 +150,11 @@ std::vector<PostedMessage> RecordingMapi::messages() const {
   std::vector<PostedMessage> messages;
   for (uint32_t index = 0; index < messageCount_(); ++index) {
     const RecordedMessage& recorded = *message_(index);
-    PostedMessage message{recorded.folder, recorded.associated != 0,
-                          copyOf(recorded.properties, recorded.propertyCount), {}, recorded.saved != 0,
+    PostedMessage message{recorded.folder,
+                          recorded.associated != 0,
+                          copyOf(recorded.properties, recorded.propertyCount),
+                          {},
+                          recorded.saved != 0,
                           {recorded.readFlags, recorded.readFlags + recorded.readFlagCount}};
     for (uint32_t number = 0; number < recorded.attachmentCount; ++number) {
       const RecordedAttachment& attachment = recorded.attachments[number];

@@ -6,9 +6,8 @@
 #ifndef FENDREL_TESTS_RECORDING_MAPI_H
 #define FENDREL_TESTS_RECORDING_MAPI_H
 
-#include <windows.h>
-
 #include <stdint.h>
+#include <windows.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -37,10 +36,10 @@ typedef struct RecordingStatusRow {
 } RecordingStatusRow;
 
 #define RECORDING_DEFAULT_STORE 0x01u
-#define RECORDING_NO_DEFAULT_COLUMN 0x02u   /* PR_DEFAULT_STORE is an error value in the stores table */
-#define RECORDING_NO_SUBTREE 0x04u          /* PR_IPM_SUBTREE_ENTRYID is missing */
-#define RECORDING_NO_FOLDER_MASK 0x08u      /* PR_VALID_FOLDER_MASK is missing */
-#define RECORDING_NO_COMMON_VIEWS 0x10u     /* PR_COMMON_VIEWS_ENTRYID is missing */
+#define RECORDING_NO_DEFAULT_COLUMN 0x02u /* PR_DEFAULT_STORE is an error value in the stores table */
+#define RECORDING_NO_SUBTREE 0x04u        /* PR_IPM_SUBTREE_ENTRYID is missing */
+#define RECORDING_NO_FOLDER_MASK 0x08u    /* PR_VALID_FOLDER_MASK is missing */
+#define RECORDING_NO_COMMON_VIEWS 0x10u   /* PR_COMMON_VIEWS_ENTRYID is missing */
 
 typedef struct RecordingStore {
   const wchar_t* name; /* null: the row has no display name */
@@ -59,7 +58,7 @@ typedef struct RecordingFolder {
 typedef struct RecordingWorld {
   const RecordingProfile* profiles;
   uint32_t profileCount;
-  const RecordingIdentity* identity; /* null: QueryIdentity answers MAPI_E_NOT_FOUND */
+  const RecordingIdentity* identity;    /* null: QueryIdentity answers MAPI_E_NOT_FOUND */
   const RecordingStatusRow* statusRows; /* null: one row for the MAPI subsystem with the profile's name */
   uint32_t statusRowCount;
   const RecordingStore* stores;

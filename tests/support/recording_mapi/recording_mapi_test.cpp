@@ -1,6 +1,5 @@
 // The double notices what a client must not do, and fails what a test plans to fail.
 #include <gmock/gmock.h>
-
 #include <mapix.h>
 
 #include "recording_client.h"

@@ -51,13 +51,15 @@ STDMETHODIMP Table::GetRowCount(ULONG flags, ULONG* count) {
 STDMETHODIMP Table::SeekRow(BOOKMARK origin, LONG rows, LONG* sought) {
   return perform("SeekRow", fmt::format("origin={} rows={}", static_cast<unsigned long>(origin), rows),
                  [&]() -> HRESULT {
-    const auto size = static_cast<LONG>(rows_.size());
-    const LONG start = origin == BOOKMARK_BEGINNING ? 0 : origin == BOOKMARK_END ? size : static_cast<LONG>(position_);
-    const LONG target = std::clamp<LONG>(start + rows, 0, size);
-    if (sought) *sought = target - start;
-    position_ = static_cast<std::size_t>(target);
-    return target == start + rows ? S_OK : MAPI_W_POSITION_CHANGED;
-  });
+                   const auto size = static_cast<LONG>(rows_.size());
+                   const LONG start = origin == BOOKMARK_BEGINNING ? 0
+                                      : origin == BOOKMARK_END     ? size
+                                                                   : static_cast<LONG>(position_);
+                   const LONG target = std::clamp<LONG>(start + rows, 0, size);
+                   if (sought) *sought = target - start;
+                   position_ = static_cast<std::size_t>(target);
+                   return target == start + rows ? S_OK : MAPI_W_POSITION_CHANGED;
+                 });
 }
 
 STDMETHODIMP Table::Restrict(LPSRestriction restriction, ULONG flags) {
@@ -66,31 +68,33 @@ STDMETHODIMP Table::Restrict(LPSRestriction restriction, ULONG flags) {
 }
 
 STDMETHODIMP Table::QueryRows(LONG count, ULONG flags, LPSRowSet* rows) {
-  return perform("QueryRows", fmt::format("rows={} flags={:#x}", count, static_cast<unsigned long>(flags)),
-                 [&]() -> HRESULT {
-    if (count < 0) return MAPI_E_NO_SUPPORT;
-    const std::size_t batch = std::min<std::size_t>(static_cast<std::size_t>(count), rows_.size() - position_);
-    auto* const set = static_cast<SRowSet*>(buffers().allocate(CbNewSRowSet(static_cast<ULONG>(batch)), "row set"));
-    set->cRows = static_cast<ULONG>(batch);
-    for (std::size_t index = 0; index < batch; ++index) {
-      auto* const values =
-          static_cast<SPropValue*>(buffers().allocate(columns_.size() * sizeof(SPropValue), "row of " + label()));
-      for (std::size_t column = 0; column < columns_.size(); ++column)
-        encode(rows_[position_ + index], columns_[column], PT_STRING8, values, values[column]);
-      set->aRow[index] = {0, static_cast<ULONG>(columns_.size()), values};
-    }
-    if ((flags & TBL_NOADVANCE) == 0) position_ += batch;
-    *rows = set;
-    return S_OK;
-  });
+  return perform(
+      "QueryRows", fmt::format("rows={} flags={:#x}", count, static_cast<unsigned long>(flags)), [&]() -> HRESULT {
+        if (count < 0) return MAPI_E_NO_SUPPORT;
+        const std::size_t batch = std::min<std::size_t>(static_cast<std::size_t>(count), rows_.size() - position_);
+        auto* const set = static_cast<SRowSet*>(buffers().allocate(CbNewSRowSet(static_cast<ULONG>(batch)), "row set"));
+        set->cRows = static_cast<ULONG>(batch);
+        for (std::size_t index = 0; index < batch; ++index) {
+          auto* const values =
+              static_cast<SPropValue*>(buffers().allocate(columns_.size() * sizeof(SPropValue), "row of " + label()));
+          for (std::size_t column = 0; column < columns_.size(); ++column)
+            encode(rows_[position_ + index], columns_[column], PT_STRING8, values, values[column]);
+          set->aRow[index] = {0, static_cast<ULONG>(columns_.size()), values};
+        }
+        if ((flags & TBL_NOADVANCE) == 0) position_ += batch;
+        *rows = set;
+        return S_OK;
+      });
 }
 
 STDMETHODIMP Table::WaitForCompletion(ULONG flags, ULONG timeout, ULONG* status) {
-  return perform("WaitForCompletion", fmt::format("flags={:#x} timeout={}", static_cast<unsigned long>(flags), static_cast<unsigned long>(timeout)),
-                 [&]() -> HRESULT {
-    if (status) *status = TBLSTAT_COMPLETE;
-    return S_OK;
-  });
+  return perform(
+      "WaitForCompletion",
+      fmt::format("flags={:#x} timeout={}", static_cast<unsigned long>(flags), static_cast<unsigned long>(timeout)),
+      [&]() -> HRESULT {
+        if (status) *status = TBLSTAT_COMPLETE;
+        return S_OK;
+      });
 }
 
 }  // namespace recording

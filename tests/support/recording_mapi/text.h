@@ -1,9 +1,8 @@
 // Text conversions and the rendering of arguments in recorded calls.
 #pragma once
 
-#include <windows.h>
-
 #include <mapix.h>
+#include <windows.h>
 
 #include <string>
 #include <string_view>

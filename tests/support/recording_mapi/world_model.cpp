@@ -20,7 +20,8 @@ void WorldModel::build(const RecordingWorld& from) {
   *this = {};
   for (uint32_t index = 0; index < from.profileCount; ++index) {
     const RecordingProfile& profile = from.profiles[index];
-    profiles_.push_back({profile.name, profile.password ? std::optional<std::wstring>(profile.password) : std::nullopt});
+    profiles_.push_back(
+        {profile.name, profile.password ? std::optional<std::wstring>(profile.password) : std::nullopt});
   }
   if (from.identity) {
     identity_ = bytesOf(from.identity->entryIdSize, from.identity->entryId);
