@@ -3,8 +3,8 @@
 
 #include <windows.h>
 
-// While it lives, the nth allocation of the module (from 1; the test program's own, unless another is given) through the
-// C runtime fails, and with it operator new. All others go on. One at a time, on one thread.
+// While it lives, the nth allocation of the module (from 1; the test program's own, unless another is given) through
+// the C runtime fails, and with it operator new. All others go on. One at a time, on one thread.
 //
 // Blocks are counted from the start: what the module's calls leave allocated can be told at the end.
 class FailingMemory {

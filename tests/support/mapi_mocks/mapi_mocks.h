@@ -11,7 +11,8 @@
 
 // The type of a method's nth parameter: the toolchains' headers differ in the width of some.
 template <int n, class Interface, class... Arguments>
-auto parameterOf(HRESULT (STDMETHODCALLTYPE Interface::*)(Arguments...)) -> std::tuple_element_t<n, std::tuple<Arguments...>>;
+auto parameterOf(HRESULT (STDMETHODCALLTYPE Interface::*)(Arguments...))
+    -> std::tuple_element_t<n, std::tuple<Arguments...>>;
 
 #define FENDREL_UNUSED_METHOD(name, ...) \
   HRESULT STDMETHODCALLTYPE name(__VA_ARGS__) override { return unexpectedCall(#name); }

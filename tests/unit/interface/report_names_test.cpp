@@ -13,7 +13,8 @@ std::wstring fromTemplate(const wchar_t* fileNameTemplate) {
 }
 
 std::wstring fromGivenName(const wchar_t* givenName, std::uint32_t nameGiven = 1) {
-  const FendrelFileDescription file{.nameGiven = nameGiven, .givenName = givenName, .fileNameTemplate = L"template.pdf"};
+  const FendrelFileDescription file{
+      .nameGiven = nameGiven, .givenName = givenName, .fileNameTemplate = L"template.pdf"};
   return reportName(&file);
 }
 

@@ -23,7 +23,9 @@ class TablePrepare : public testing::Test {
 
   void expectColumns(HRESULT result) { EXPECT_CALL(mock, SetColumns(columns.argument(), 0)).WillOnce(Return(result)); }
   void expectRowCount(HRESULT result) { EXPECT_CALL(mock, GetRowCount(0, _)).WillOnce(Return(result)); }
-  void expectSeek(HRESULT result) { EXPECT_CALL(mock, SeekRow(BOOKMARK_BEGINNING, 0, nullptr)).WillOnce(Return(result)); }
+  void expectSeek(HRESULT result) {
+    EXPECT_CALL(mock, SeekRow(BOOKMARK_BEGINNING, 0, nullptr)).WillOnce(Return(result));
+  }
   void expectWait(HRESULT result) { EXPECT_CALL(mock, WaitForCompletion(0, 5000, nullptr)).WillOnce(Return(result)); }
 
   static constexpr auto columns = propertyTags(PR_DISPLAY_NAME_A, PR_ENTRYID);

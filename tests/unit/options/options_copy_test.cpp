@@ -38,7 +38,9 @@ TEST(OptionsCopyUnpacked, RefersToTheCallersStrings) {
 TEST(OptionsCopyUnpacked, WithAnAddressThatCannotBeReadIsRefused) {
   for (int field = 0; field < 3; ++field) {
     DestinationOptions options{.version = 2};
-    (field == 0 ? options.profileNameOffset : field == 1 ? options.profilePasswordOffset : options.folderPathOffset) = 48;
+    (field == 0   ? options.profileNameOffset
+     : field == 1 ? options.profilePasswordOffset
+                  : options.folderPathOffset) = 48;
     WideCopy copy;
     EXPECT_EQ(copy.take(options), 5u) << "string " << field;
   }

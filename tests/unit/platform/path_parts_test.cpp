@@ -41,7 +41,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"DriveOnly", L"C:", L"C:", L"", L"", L""},
                     Row{"DriveRelative", L"C:sales.rpt", L"C:", L"", L"sales", L".rpt"},
                     Row{"SlashesAndBackslashes", L"/out\\daily/sales.rpt", L"", L"/out\\daily/", L"sales", L".rpt"},
-                    Row{"NetworkShare", L"\\\\server\\share\\sales.rpt", L"", L"\\\\server\\share\\", L"sales", L".rpt"},
+                    Row{"NetworkShare", L"\\\\server\\share\\sales.rpt", L"", L"\\\\server\\share\\", L"sales",
+                        L".rpt"},
                     Row{"ColonFurtherBehind", L"ab:cd.rpt", L"", L"", L"ab:cd", L".rpt"}),
     [](const auto& row) { return std::string(row.param.row); });
 

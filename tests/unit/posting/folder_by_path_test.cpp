@@ -34,7 +34,8 @@ class FolderByPath : public testing::Test {
   }
   // `parent` has one child folder; its table is asked for once.
   std::unique_ptr<TestTable> giveChild(MockFolder& parent, const std::string& name, const std::string& entryId) {
-    auto table = std::make_unique<TestTable>(mapi32.heap, std::vector<TestRow>{named("Other", "x"), named(name, entryId)});
+    auto table =
+        std::make_unique<TestTable>(mapi32.heap, std::vector<TestRow>{named("Other", "x"), named(name, entryId)});
     EXPECT_CALL(parent, GetHierarchyTable(0, _)).WillOnce(handsOut(*table));
     return table;
   }
@@ -52,7 +53,8 @@ TEST_F(FolderByPath, EmptyPathIsAFailedCallWithoutAnyCall) { EXPECT_EQ(open(L"")
 
 TEST_F(FolderByPath, StoreAloneNamesItsSubtree) {
   giveStores({named("Other", "x"), named("Store", "store-id")});
-  EXPECT_CALL(*stores, SetColumns(hasTags(std::vector<ULONG>{PR_DISPLAY_NAME_A, PR_ENTRYID}), 0)).WillOnce(Return(S_OK));
+  EXPECT_CALL(*stores, SetColumns(hasTags(std::vector<ULONG>{PR_DISPLAY_NAME_A, PR_ENTRYID}), 0))
+      .WillOnce(Return(S_OK));
   EXPECT_CALL(session,
               OpenMsgStore(reinterpret_cast<ULONG_PTR>(GetActiveWindow()), _, _, &IID_IMsgStore, 5, _))
       .With(Args<1, 2>(isEntry("store-id")))
@@ -105,11 +107,12 @@ TEST_F(FolderByPath, ParentIsReleasedBeforeItsChildIsOpened) {
   giveStore();
   giveSubtree();
   const auto children = giveChild(top, "Reports", "reports-id");
-  EXPECT_CALL(store, OpenEntry(_, _, &IID_IMAPIFolder, MAPI_MODIFY, _, _)).WillOnce([&](auto, auto, auto, auto, auto, auto) {
-    EXPECT_FALSE(top.isHeld());
-    EXPECT_FALSE(children->isHeld());
-    return MAPI_E_NO_ACCESS;
-  });
+  EXPECT_CALL(store, OpenEntry(_, _, &IID_IMAPIFolder, MAPI_MODIFY, _, _))
+      .WillOnce([&](auto, auto, auto, auto, auto, auto) {
+        EXPECT_FALSE(top.isHeld());
+        EXPECT_FALSE(children->isHeld());
+        return MAPI_E_NO_ACCESS;
+      });
   EXPECT_EQ(open(L"Store@Reports"), MAPI_E_NO_ACCESS);
 }
 

@@ -78,7 +78,9 @@ TEST_F(FolderNames, NameOf79CharactersIsFound) {
 }
 
 TEST_F(FolderNames, NameOf80CharactersIsNotFound) {
-  EXPECT_EQ(opened({named(std::string(80, 'n'), "longer"), named(std::string(79, 'n'), "cut")}, std::wstring(80, L'n')), "");
+  EXPECT_EQ(opened({named(std::string(80, 'n'), "longer"), named(std::string(79, 'n'), "cut")},
+                   std::wstring(80, L'n')),
+            "");
   EXPECT_EQ(result, MAPI_E_NOT_FOUND);
 }
 

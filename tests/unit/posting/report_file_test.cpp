@@ -27,7 +27,8 @@ class ReportFile : public testing::Test {
     expected_.resize(size);
     for (std::size_t i = 0; i < size; ++i) expected_[i] = static_cast<char>(i % 251);
     const std::wstring path = folder.file(L"report.rpt");
-    std::ofstream(std::filesystem::path(path), std::ios::binary).write(expected_.data(), static_cast<std::streamsize>(size));
+    std::ofstream file(std::filesystem::path(path), std::ios::binary);
+    file.write(expected_.data(), static_cast<std::streamsize>(size));
     return path;
   }
   void expectStream() {
@@ -46,7 +47,9 @@ class ReportFile : public testing::Test {
   std::string expected_;
 };
 
-class ReportFileOfSize : public ReportFile, public testing::WithParamInterface<std::pair<std::size_t, std::vector<ULONG>>> {};
+using SizeAndPieces = std::pair<std::size_t, std::vector<ULONG>>;
+
+class ReportFileOfSize : public ReportFile, public testing::WithParamInterface<SizeAndPieces> {};
 
 TEST_P(ReportFileOfSize, IsWrittenInPiecesOf4096BytesAndSaved) {
   const auto& [size, pieces] = GetParam();
@@ -73,12 +76,9 @@ TEST_P(ReportFileOfSize, IsWrittenInPiecesOf4096BytesAndSaved) {
 
 INSTANTIATE_TEST_SUITE_P(
     , ReportFileOfSize,
-    testing::Values(std::pair{std::size_t{0}, std::vector<ULONG>{}}, std::pair{std::size_t{1}, std::vector<ULONG>{1}},
-                    std::pair{std::size_t{4095}, std::vector<ULONG>{4095}},
-                    std::pair{std::size_t{4096}, std::vector<ULONG>{4096}},
-                    std::pair{std::size_t{4097}, std::vector<ULONG>{4096, 1}},
-                    std::pair{std::size_t{8192}, std::vector<ULONG>{4096, 4096}},
-                    std::pair{std::size_t{33000}, std::vector<ULONG>{4096, 4096, 4096, 4096, 4096, 4096, 4096, 4096, 232}}),
+    testing::Values(SizeAndPieces{0, {}}, SizeAndPieces{1, {1}}, SizeAndPieces{4095, {4095}},
+                    SizeAndPieces{4096, {4096}}, SizeAndPieces{4097, {4096, 1}}, SizeAndPieces{8192, {4096, 4096}},
+                    SizeAndPieces{33000, {4096, 4096, 4096, 4096, 4096, 4096, 4096, 4096, 232}}),
     [](const auto& row) { return std::to_string(row.param.first); });
 
 TEST_F(ReportFile, ResultOfSavingTheAttachmentIsNotLookedAt) {
