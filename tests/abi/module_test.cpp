@@ -39,7 +39,7 @@ TEST_P(ModuleFile, ImportsSystemLibrariesOnly) {
   const std::wstring path = buildFile(GetParam());
   if (!std::filesystem::exists(path)) GTEST_SKIP() << "not built: " << std::filesystem::path(path).string();
   static const std::set<std::string> system = {"advapi32.dll", "bcrypt.dll",   "comctl32.dll", "comdlg32.dll",
-                                               "gdi32.dll",    "kernel32.dll", "msvcrt.dll",   "ntdll.dll",
+                                               "crypt32.dll",  "gdi32.dll",    "kernel32.dll", "msvcrt.dll",   "ntdll.dll",
                                                "ole32.dll",    "oleaut32.dll", "shell32.dll",  "shlwapi.dll",
                                                "ucrtbase.dll", "user32.dll",   "version.dll",  "winspool.drv"};
   const auto imports = PeImage(path).imports;
