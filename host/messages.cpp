@@ -2,12 +2,14 @@
 
 #include <fmt/format.h>
 
-
 #include "error_words.h"
 #include "text.h"
 
 namespace fendrel::host {
 namespace {
+
+// Beyond it a store compares longer than it takes to hand out every row.
+constexpr std::size_t mostRestrictedSubjects = 100;
 
 enum Column : ULONG { id, subjectText, messageClass, sender, submitted, delivered, size, hasAttachments };
 
@@ -76,25 +78,33 @@ MessageRow MessageTable::at(std::uint64_t number) {
   return found.front();
 }
 
-std::vector<MessageRow> messagesSince(const OpenFolder& folder, const FILETIME& since) {
+std::vector<MessageRow> messagesNamed(const OpenFolder& folder, const std::set<std::wstring>& subjects) {
   const std::string subject = fmt::format("Folder '{}'", printable(folder.path));
   const ComPtr<IMAPITable> table = contentsOf(folder, subject, false);
-  SPropValue limit{};
-  limit.ulPropTag = PR_CLIENT_SUBMIT_TIME;
-  limit.Value.ft = since;
-  SRestriction restriction{};
-  restriction.rt = RES_PROPERTY;
-  restriction.res.resProperty.relop = RELOP_GE;
-  restriction.res.resProperty.ulPropTag = PR_CLIENT_SUBMIT_TIME;
-  restriction.res.resProperty.lpProp = &limit;
-  const HRESULT code = table->Restrict(&restriction, 0);
-  // A store that does not search hands out every row.
-  if (code != MAPI_E_NO_SUPPORT && code != MAPI_E_TOO_COMPLEX)
-    check(code, ExitCode::failed, subject + " cannot be searched");
+  if (subjects.size() <= mostRestrictedSubjects) {
+    std::vector<SPropValue> values;
+    std::vector<SRestriction> conditions;
+    values.reserve(subjects.size());
+    for (const std::wstring& name : subjects) {
+      SPropValue& value = values.emplace_back();
+      value.ulPropTag = PR_SUBJECT_W;
+      value.Value.lpszW = const_cast<wchar_t*>(name.c_str());
+      SRestriction& condition = conditions.emplace_back();
+      condition.rt = RES_PROPERTY;
+      condition.res.resProperty = {RELOP_EQ, PR_SUBJECT_W, &value};
+    }
+    SRestriction any{};
+    any.rt = RES_OR;
+    any.res.resOr = {static_cast<ULONG>(conditions.size()), conditions.data()};
+    const HRESULT code = table->Restrict(&any, 0);
+    // A store that does not search hands out every row.
+    if (code != MAPI_E_NO_SUPPORT && code != MAPI_E_TOO_COMPLEX)
+      check(code, ExitCode::failed, subject + " cannot be searched");
+  }
   std::vector<MessageRow> found;
   forEachRow(*table.Get(), subject, [&](const SRow& row) {
     MessageRow message = messageFrom(row);
-    if (CompareFileTime(&message.submitted, &since) >= 0) found.push_back(std::move(message));
+    if (subjects.contains(message.subject)) found.push_back(std::move(message));
   });
   return found;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -34,8 +35,8 @@ class MessageTable {
   ComPtr<IMAPITable> table;
 };
 
-// The messages that were submitted at or after a time.
-std::vector<MessageRow> messagesSince(const OpenFolder& folder, const FILETIME& since);
+// The folder's messages whose subject is one of these, compared exactly.
+std::vector<MessageRow> messagesNamed(const OpenFolder& folder, const std::set<std::wstring>& subjects);
 
 ComPtr<IMessage> openMessage(const OpenFolder& folder, const MessageRow& message);
 

@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include <memory>
+#include <set>
 
 #include "commands.h"
 #include "console.h"
@@ -45,6 +46,7 @@ class Posting {
   void openDestination();
   void takeKeptChoice();
   void checkNames() const;
+  std::set<std::wstring> names() const;
   void postEach();
   void postTogether();
   void look(PostedCheck& check, const ExportAnswer* together);
@@ -171,8 +173,14 @@ void Posting::look(PostedCheck& check, const ExportAnswer* together) {
   }
 }
 
+std::set<std::wstring> Posting::names() const {
+  std::set<std::wstring> all;
+  for (const InputFile& file : files) all.insert(file.name);
+  return all;
+}
+
 void Posting::postEach() {
-  PostedCheck check(folder);
+  PostedCheck check(folder, names());
   for (std::size_t file = 0; file < files.size(); ++file) {
     if (results[file].failure) continue;
     if (cancelRequested()) {
@@ -180,7 +188,6 @@ void Posting::postEach() {
       break;
     }
     progress->startFile(shownName(files[file]));
-    check.begin();
     const ExportAnswer answer =
         plugin->exportFiles(destination, std::span(&files[file].path, 1), std::span(&files[file].name, 1));
     if (answer.code == FENDREL_SUCCESS)
@@ -195,15 +202,14 @@ void Posting::postEach() {
 }
 
 void Posting::postTogether() {
-  std::vector<std::wstring> paths, names;
+  std::vector<std::wstring> paths, fileNames;
   for (const InputFile& file : files) {
     paths.push_back(file.path);
-    names.push_back(file.name);
+    fileNames.push_back(file.name);
   }
-  PostedCheck check(folder);
-  check.begin();
+  PostedCheck check(folder, names());
   progress->startFile("all together");
-  const ExportAnswer answer = plugin->exportFiles(destination, paths, names);
+  const ExportAnswer answer = plugin->exportFiles(destination, paths, fileNames);
   for (std::size_t file = 0; file < files.size(); ++file) check.expect({file, files[file].name, files[file].size});
   look(check, &answer);
   const bool allThere = std::ranges::all_of(results, &Result::posted);

@@ -6,19 +6,16 @@
 
 namespace fendrel::host {
 
-void PostedCheck::begin() {
-  if (begun) return;
-  begun = true;
-  // As exact as the time that the plug-in writes into a message: whole milliseconds.
-  SYSTEMTIME now;
-  GetSystemTime(&now);
-  SystemTimeToFileTime(&now, &since);
-  sinceTicks = GetTickCount64();
+PostedCheck::PostedCheck(const OpenFolder& where, const std::set<std::wstring>& names) : folder(where) {
+  for (const MessageRow& row : messagesNamed(folder, names)) taken.insert(hexadecimal(row.id));
 }
 
-void PostedCheck::expect(Expected file) { pending.push_back(std::move(file)); }
+void PostedCheck::expect(Expected file) {
+  if (pending.empty()) sinceTicks = GetTickCount64();
+  pending.push_back(std::move(file));
+}
 
-ULONGLONG PostedCheck::waiting() const { return begun ? GetTickCount64() - sinceTicks : 0; }
+ULONGLONG PostedCheck::waiting() const { return pending.empty() ? 0 : GetTickCount64() - sinceTicks; }
 
 std::vector<Found> PostedCheck::look() {
   std::vector<Found> results;
@@ -28,9 +25,10 @@ std::vector<Found> PostedCheck::look() {
       std::uint64_t attachedBytes;
     };
     std::vector<Candidate> candidates;
-    for (MessageRow& row : messagesSince(folder, since)) {
-      const bool wanted = std::ranges::any_of(pending, [&](const Expected& each) { return each.name == row.subject; });
-      if (!wanted || taken.contains(hexadecimal(row.id))) continue;
+    std::set<std::wstring> names;
+    for (const Expected& file : pending) names.insert(file.name);
+    for (MessageRow& row : messagesNamed(folder, names)) {
+      if (taken.contains(hexadecimal(row.id))) continue;
       const std::vector<Attachment> attachments = attachmentsOf(*openMessage(folder, row).Get());
       const std::uint64_t bytes = attachments.size() == 1 ? attachments.front().size : 0;
       candidates.push_back({std::move(row), bytes});
@@ -54,7 +52,6 @@ std::vector<Found> PostedCheck::look() {
     }
   }
   pending.clear();
-  begun = false;
   return results;
 }
 

@@ -1,5 +1,6 @@
 // Looks into the folder for what was posted. The plug-in does not report a message that the store failed to keep, so a
-// file counts as posted only when its message is there with every byte.
+// file counts as posted only when its message is there with every byte. New is what was not there before: no clock is
+// asked, which may be set back while files are posted.
 #pragma once
 
 #include <set>
@@ -25,14 +26,13 @@ struct Found {
 
 class PostedCheck {
  public:
-  explicit PostedCheck(const OpenFolder& where) : folder(where) {}
+  // Call before the first export: messages of these names that are there already answer for no file.
+  PostedCheck(const OpenFolder& where, const std::set<std::wstring>& names);
 
-  // Call before the export of a file.
-  void begin();
   // Call after an export that may have posted the file.
   void expect(Expected file);
 
-  // How long ago the first file that is not looked for yet was begun, in milliseconds.
+  // How long ago the first file that is not looked for yet was expected, in milliseconds.
   ULONGLONG waiting() const;
 
   // Looks for all files expected since the last look, in one pass over the folder.
@@ -41,10 +41,8 @@ class PostedCheck {
  private:
   const OpenFolder& folder;
   std::vector<Expected> pending;
-  bool begun = false;
-  FILETIME since{};
   ULONGLONG sinceTicks = 0;
-  std::set<std::string> taken;  // entry identifiers of messages that answered for an earlier file
+  std::set<std::string> taken;  // entry identifiers of messages that were there before, or answered for an earlier file
 };
 
 }  // namespace fendrel::host

@@ -134,6 +134,13 @@ std::string FendrelTest::newFile(std::wstring_view name, std::string_view conten
 
 std::string FendrelTest::inFolder(std::wstring_view name) const { return utf8((folder.path() / name).wstring()); }
 
+nlohmann::json withSubject(const nlohmann::json& messages, const std::string& subject) {
+  for (const nlohmann::json& message : messages)
+    if (message["subject"] == subject) return message;
+  ADD_FAILURE() << "no message '" << subject << "' in " << messages.dump();
+  return nlohmann::json::object();
+}
+
 std::string readFile(const std::wstring& path) {
   std::ifstream stream(std::filesystem::path(path), std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), {}};

@@ -47,6 +47,10 @@ class FendrelTest : public testing::Test {
   TempFolder folder;
 };
 
+// Of messages as `fendrel list --json` shows them, the one with that subject; a test failure when there is none.
+// Their order is that of their times, which a clock that is set back changes.
+nlohmann::json withSubject(const nlohmann::json& messages, const std::string& subject);
+
 std::string readFile(const std::wstring& path);
 std::string utf8(std::wstring_view text);
 

@@ -42,8 +42,8 @@ TEST_F(PostCommand, EachFileHasAClassOfItsOwnExtension) {
   EXPECT_EQ(run.exitCode, 0) << run.err;
   const auto messages = listed(daily);
   ASSERT_EQ(messages.size(), 2u);
-  EXPECT_EQ(messages[0]["class"], "IPM.DOCUMENT.*CSV");
-  EXPECT_EQ(messages[1]["class"], "IPM.DOCUMENT.*PDF");
+  EXPECT_EQ(withSubject(messages, "a.csv")["class"], "IPM.DOCUMENT.*CSV");
+  EXPECT_EQ(withSubject(messages, "b.pdf")["class"], "IPM.DOCUMENT.*PDF");
 }
 
 TEST_F(PostCommand, FilesTogetherGoThroughOneExport) {
@@ -53,7 +53,7 @@ TEST_F(PostCommand, FilesTogetherGoThroughOneExport) {
   EXPECT_EQ(run.json()["posted"], 2);
   const auto messages = listed(daily);
   ASSERT_EQ(messages.size(), 2u);
-  EXPECT_EQ(messages[1]["class"], "IPM.DOCUMENT.*CSVPDF");
+  EXPECT_EQ(withSubject(messages, "b.pdf")["class"], "IPM.DOCUMENT.*CSVPDF");
 }
 
 TEST_F(PostCommand, FilesTogetherArePostedAllOrNotAtAll) {

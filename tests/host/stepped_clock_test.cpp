@@ -1,0 +1,65 @@
+// A clock that is set back between two messages: nothing that was posted may be taken for lost.
+// The program's code runs in this process, with the plug-in and the local store loaded beside it.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <fstream>
+
+#include "build_paths.h"
+#include "command_line.h"
+#include "import_hook.h"
+#include "temp_folder.h"
+#include "text.h"
+
+namespace fendrel::test {
+namespace {
+
+// An hour before the clock that the program and the store see.
+void WINAPI anHourAgo(SYSTEMTIME* time) {
+  FILETIME now;
+  GetSystemTimeAsFileTime(&now);
+  constexpr ULONGLONG hour = 36'000'000'000;
+  ULARGE_INTEGER ticks{.u = {now.dwLowDateTime, now.dwHighDateTime}};
+  ticks.QuadPart -= hour;
+  const FILETIME then{ticks.u.LowPart, ticks.u.HighPart};
+  FileTimeToSystemTime(&then, time);
+}
+
+class SteppedClock : public testing::Test {
+ protected:
+  SteppedClock() {
+    // What is loaded by its path is the system's MAPI to whoever asks for that.
+    static const HMODULE store = LoadLibraryW(buildFile(L"bin/store/MAPI32.DLL").c_str());
+    static const HMODULE plugin = LoadLibraryW(buildFile(L"tests/FENDREL.DLL").c_str());
+    EXPECT_NE(store, nullptr);
+    EXPECT_NE(plugin, nullptr);
+    plugIn = plugin;
+    SetEnvironmentVariableW(L"FENDREL_STORE", (folder.path() / L"store.db").c_str());
+    EXPECT_EQ(host::run({"profile", "add", "jane", "--mapi", "system"}), host::ExitCode::done);
+    std::ofstream(folder.path() / L"sales.pdf") << "content";
+  }
+  ~SteppedClock() override { SetEnvironmentVariableW(L"FENDREL_STORE", nullptr); }
+
+  host::ExitCode post() const {
+    return host::run({"post", "--mapi", "system", "--profile", "jane", "--to", "Public Folders@Reports", "--create",
+                      host::toUtf8((folder.path() / L"sales.pdf").wstring())});
+  }
+
+  TempFolder folder;
+  HMODULE plugIn = nullptr;
+};
+
+TEST_F(SteppedClock, MessageOfAnEarlierTimeIsFound) {
+  const ImportHook setBack("KERNEL32.dll", "GetSystemTime", anHourAgo, plugIn);
+  EXPECT_EQ(post(), host::ExitCode::done);
+}
+
+TEST_F(SteppedClock, FilesOfOneNameAreFoundOneAfterTheOther) {
+  ASSERT_EQ(post(), host::ExitCode::done);
+  const ImportHook setBack("KERNEL32.dll", "GetSystemTime", anHourAgo, plugIn);
+  EXPECT_EQ(post(), host::ExitCode::done);
+  EXPECT_EQ(post(), host::ExitCode::done);
+}
+
+}  // namespace
+}  // namespace fendrel::test
