@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "migrations.h"
+#include "page_checksums.h"
 #include "unicode.h"
 
 namespace fendrel::store {
@@ -16,6 +17,7 @@ constexpr int chunkSize = 256 * 1024;  // the file grows by this, so that it sta
 constexpr const char* setupSql =
     "PRAGMA synchronous = FULL;"  // a commit is on disk when it returns; NORMAL loses some in a power cut
     "PRAGMA foreign_keys = ON;"
+    "PRAGMA secure_delete = ON;"  // free pages are written too, so that every page in the file has its checksum
     "PRAGMA temp_store = MEMORY;"
     "PRAGMA cache_size = -8192;"
     "PRAGMA journal_size_limit = 67108864;"
@@ -92,7 +94,7 @@ void Connection::open() {
   sqlite3* database = nullptr;
   const int code = sqlite3_open_v2(toUtf8(path_).c_str(), &database,
                                    SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE,
-                                   disk_.sqliteLayer());
+                                   checkedLayer(disk_.sqliteLayer()));
   database_.reset(database);
   checkSqlite(code, database, "Opening the store");
   // SQLite falls back to reading where it may not write.
@@ -110,7 +112,10 @@ void Connection::setPragmas() {
   // The log stays when the last connection closes: its directory entry was flushed once and for all.
   int keepLog = 1;
   sqlite3_file_control(database, "main", SQLITE_FCNTL_PERSIST_WAL, &keepLog);
-  execute("PRAGMA page_size = 16384");  // without effect once the file has pages
+  // Both are without effect while the file has pages, until a VACUUM. In this order: the first resets the second.
+  execute("PRAGMA page_size = " + std::to_string(databasePageSize));
+  int reserved = reservedPageBytes;
+  sqlite3_file_control(database, "main", SQLITE_FCNTL_RESERVE_BYTES, &reserved);
   enterWal();
   createLogFiles();
   execute(setupSql);
