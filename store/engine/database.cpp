@@ -10,10 +10,7 @@
 
 namespace fendrel::store {
 
-namespace {
-
-// The full path, with the prefix that lifts the length limit where it and the files beside it may need it.
-std::wstring fullPath(const std::wstring& path) {
+std::wstring fullStorePath(const std::wstring& path) {
   constexpr std::size_t safeLength = 150;
   if (path.starts_with(L"\\\\?\\")) return path;
   std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
@@ -23,14 +20,12 @@ std::wstring fullPath(const std::wstring& path) {
   return full.starts_with(L"\\\\") ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
 }
 
-}  // namespace
-
 Status openOnDisk(const std::wstring& path, Disk& disk, bool mayCreate, std::unique_ptr<Database>& opened,
                   std::string& error) {
   opened.reset();
   error.clear();
   try {
-    auto connection = std::make_unique<Connection>(fullPath(path), disk, mayCreate);
+    auto connection = std::make_unique<Connection>(fullStorePath(path), disk, mayCreate);
     migrate(*connection, schemaMigrations());
     connection->noteDroppedFiles();
     ensurePublicStore(*connection);

@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <vector>
 
+struct sqlite3;
+
 namespace fendrel::store {
 
 class Connection;
@@ -31,5 +33,6 @@ struct PageReport {
 // Reads every page of the database file. Others may post meanwhile. Call it outside a transaction.
 // Throws EngineError where the file cannot be read at all.
 PageReport readEveryPage(Connection& connection);
+PageReport readEveryPage(sqlite3* database);  // opened with the checked layer
 
 }  // namespace fendrel::store

@@ -14,9 +14,9 @@ namespace {
 
 constexpr sqlite3_int64 lockPage = 0x40000000 / databasePageSize + 1;  // SQLite's locks lie there: never written
 
-sqlite3_file* databaseFile(Connection& connection) {
+sqlite3_file* databaseFile(sqlite3* database) {
   sqlite3_file* file = nullptr;
-  checkSqlite(sqlite3_file_control(connection.handle(), "main", SQLITE_FCNTL_FILE_POINTER, &file), connection.handle(),
+  checkSqlite(sqlite3_file_control(database, "main", SQLITE_FCNTL_FILE_POINTER, &file), database,
               "Finding the store's file");
   return file;
 }
@@ -40,10 +40,12 @@ std::uint32_t pageCountIn(const Page& header) {
 
 }  // namespace
 
-PageReport readEveryPage(Connection& connection) {
+PageReport readEveryPage(Connection& connection) { return readEveryPage(connection.handle()); }
+
+PageReport readEveryPage(sqlite3* database) {
   // What the log holds goes to the file as far as readers allow. Busy is no failure here: the rest stays in the log.
-  sqlite3_wal_checkpoint_v2(connection.handle(), "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
-  sqlite3_file* file = databaseFile(connection);
+  sqlite3_wal_checkpoint_v2(database, "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  sqlite3_file* file = databaseFile(database);
   sqlite3_int64 size = 0;
   checkSqlite(file->pMethods->xFileSize(file, &size), nullptr, "Measuring the store's file");
   const auto pagesInFile = static_cast<std::uint32_t>(size / databasePageSize);

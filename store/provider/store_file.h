@@ -9,8 +9,7 @@
 
 namespace fendrel::provider {
 
-// The variable FENDREL_STORE (a full path), else Fendrel\store.db in the user's roaming application data. Asked anew
-// for every logon. Empty when the user has no such folder.
+// Asked anew for every logon; see store_place.h.
 std::wstring storeFile();
 
 // Opens it, creating it and the folder Fendrel when missing.
