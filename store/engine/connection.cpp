@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "first_page.h"
 #include "migrations.h"
 #include "page_checksums.h"
 #include "unicode.h"
@@ -12,6 +13,7 @@ namespace fendrel::store {
 
 namespace {
 
+constexpr const wchar_t* unfinishedEnding = L".new";
 constexpr int chunkSize = 256 * 1024;  // the file grows by this, so that it stays in one piece
 
 constexpr const char* setupSql =
@@ -38,6 +40,23 @@ void createFolders(Disk& disk, const std::wstring& folder) {
   const auto separator = folder.find_last_of(L"\\/");
   if (separator != std::wstring::npos && separator > 2) createFolders(disk, folder.substr(0, separator));
   disk.createFolder(folder, false);
+  // A store that survives a power cut must be found again.
+  if (separator != std::wstring::npos) disk.flushFolder(folder.substr(0, separator));
+}
+
+// For what knows no busy handler.
+template <class Work>
+void waitingWhileBusy(Work&& work) {
+  const ULONGLONG start = GetTickCount64();
+  for (DWORD pause = 1;; pause = std::min<DWORD>(pause * 2, 50)) {
+    try {
+      work();
+      return;
+    } catch (const EngineError& error) {
+      if (error.status != Status::Busy || GetTickCount64() - start > busyTimeout) throw;
+    }
+    Sleep(pause);
+  }
 }
 
 }  // namespace
@@ -64,6 +83,8 @@ Connection::~Connection() {
   if (mark_) {
     mark_.reset();
     try {
+      // Files that came back after a power cut would not be looked for without the mark.
+      if (contentFilesWentAway_) disk_.flushFolder(contentFolder());
       disk_.remove(markPath_);
     } catch (...) {  // the next opening takes it for a crash and looks for left-overs once
     }
@@ -72,13 +93,46 @@ Connection::~Connection() {
 
 void Connection::createFiles() {
   if (disk_.exists(path_)) {
-    // An empty file is one that another process is just creating, or the user's: SQLite would delete its log.
-    if (disk_.open(path_)->size() > 0) createLogFiles();
+    // A process that has just created it lets go of it in a moment. An empty file is the user's: SQLite would delete
+    // its log.
+    std::uint64_t size = 0;
+    waitingWhileBusy([&] { size = disk_.open(path_)->size(); });
+    if (size > 0) createLogFiles();
     return;
   }
   if (!mayCreate_) fail(Status::NotFound, "There is no store '" + toUtf8(path_) + "'.");
   createFolders(disk_, parentFolder(path_));
-  disk_.createPrivateFile(path_);
+  createStoreFile();
+  createLogFiles();
+  removeUnfinishedStores();
+}
+
+// Those of processes that died before theirs had its name.
+void Connection::removeUnfinishedStores() {
+  const std::wstring folder = parentFolder(path_), name = path_.substr(folder.size() + 1) + L"-";
+  for (const auto& entry : disk_.list(folder)) {
+    const std::wstring path = folder + L"\\" + entry.name;
+    if (entry.name.starts_with(name) && entry.name.ends_with(unfinishedEnding) && disk_.isAbandoned(path)) {
+      disk_.remove(path);
+    }
+  }
+}
+
+// Complete before it has its name: a power cut must not leave a file that no longer opens. SQLite's own journal would
+// not help where the name of that journal is lost.
+void Connection::createStoreFile() {
+  const Bytes page = firstPage();
+  const std::wstring temporary = path_ + L"-" + hexText(newGuid()) + unfinishedEnding;
+  auto file = disk_.createPrivate(temporary);
+  try {
+    file->write(0, page);
+    file->flush();
+    file->rename(path_);
+  } catch (const EngineError& error) {
+    file.reset();
+    disk_.remove(temporary);
+    if (error.status != Status::AlreadyExists) throw;  // another process was quicker
+  }
 }
 
 // SQLite would create them readable by others. Their directory entries must be on disk before the first commit
@@ -123,16 +177,7 @@ void Connection::setPragmas() {
 
 // Several processes that create the file at once can get SQLITE_BUSY here without the busy handler being asked.
 void Connection::enterWal() {
-  const ULONGLONG start = GetTickCount64();
-  for (DWORD pause = 1;; pause = std::min<DWORD>(pause * 2, 50)) {
-    try {
-      execute("PRAGMA journal_mode = WAL");
-      return;
-    } catch (const EngineError& error) {
-      if (error.status != Status::Busy || GetTickCount64() - start > busyTimeout) throw;
-    }
-    Sleep(pause);
-  }
+  waitingWhileBusy([&] { execute("PRAGMA journal_mode = WAL"); });
 }
 
 int Connection::waitWhileBusy(void* connection, int attempt) noexcept {
@@ -192,6 +237,7 @@ void Connection::noteDroppedFile(sqlite3_context* context, int, sqlite3_value** 
 
 // A file that cannot be deleted now is unreferenced and goes at a later opening.
 void Connection::removeDroppedFiles() noexcept {
+  if (!droppedFiles_.empty()) contentFilesWentAway_ = true;
   for (const auto& file : droppedFiles_) {
     try {
       disk_.remove(contentFolder() + L"\\" + file);

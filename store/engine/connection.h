@@ -1,6 +1,7 @@
 // The engine's one connection to SQLite. For the engine's own files only.
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -46,6 +47,9 @@ public:
   // that a process died and that files may have been left over.
   void prepareContentFolders();
 
+  // A content file lost its final name. The mark stays until that is on disk.
+  void noteContentFileWentAway() noexcept { contentFilesWentAway_ = true; }
+
   // Changes committed by this connection; PRAGMA data_version tells those of others.
   std::uint64_t ownCommits() const noexcept { return ownCommits_; }
 
@@ -62,6 +66,8 @@ private:
   };
 
   void createFiles();
+  void createStoreFile();
+  void removeUnfinishedStores();
   void createLogFiles();
   void open();
   void setPragmas();
@@ -80,6 +86,7 @@ private:
   std::mutex contentFoldersMutex_;
   std::unique_ptr<DiskFile> mark_;
   std::wstring markPath_;
+  std::atomic<bool> contentFilesWentAway_ = false;
   std::uint64_t ownCommits_ = 0;
   unsigned long long busySince_ = 0;
   mutable std::mutex errorMutex_;

@@ -136,6 +136,7 @@ void ContentSpool::createFile() {
 void ContentSpool::dropFile() noexcept {
   if (!file_) return;
   file_.reset();
+  if (published_) connection_.noteContentFileWentAway();
   try {
     connection_.disk().remove(path(published_));
     published_ = false;
@@ -170,6 +171,7 @@ std::wstring ContentSpool::publish() {
 
 void ContentSpool::unpublish() noexcept {
   if (!published_) return;
+  connection_.noteContentFileWentAway();
   try {
     file_->rename(path(false));
     published_ = false;

@@ -46,6 +46,9 @@ public:
   // A new file that no one else can open, rename or delete while this object lives.
   virtual std::unique_ptr<DiskFile> create(const std::wstring& path) = 0;
 
+  // The same for a file that its owner alone can read.
+  virtual std::unique_ptr<DiskFile> createPrivate(const std::wstring& path) = 0;
+
   // For reading; others may delete it meanwhile, this object goes on reading.
   virtual std::unique_ptr<DiskFile> open(const std::wstring& path) = 0;
 

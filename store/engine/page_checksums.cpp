@@ -362,6 +362,10 @@ std::unique_ptr<Layer> makeLayer(const char* belowName) {
 
 }  // namespace
 
+void stampPage(std::span<std::byte> page, std::uint32_t number) {
+  stamp(page.data(), static_cast<sqlite3_int64>(number - 1) * pageSize);
+}
+
 const char* checkedLayer(const char* belowName) {
   static std::mutex mutex;
   static std::map<std::string, std::unique_ptr<Layer>> layers;

@@ -7,7 +7,9 @@
 // compared with each page that is read, thus also before a page goes from the log into the database.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 struct sqlite3;
@@ -23,6 +25,9 @@ constexpr int reservedPageBytes = 16;
 // Databases without the reserved bytes are read and written as they are. Made at the first call; lasts as long as the
 // program. Throws std::bad_alloc, EngineError where there is no such layer.
 const char* checkedLayer(const char* below);
+
+// Puts tag and checksum into the reserved bytes of a page of databasePageSize; pages are numbered from 1.
+void stampPage(std::span<std::byte> page, std::uint32_t number);
 
 struct PageReport {
   bool hasChecksums = false;         // false: an old store, nothing could be compared

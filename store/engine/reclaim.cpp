@@ -35,6 +35,8 @@ void reclaimLeftovers(Connection& connection) {
   }
   if (staleMarks.empty()) return;
   removeUnreferenced(connection);
+  // Only a mark makes the next opening look again for files that a power cut brings back.
+  disk.flushFolder(connection.contentFolder());
   for (const auto& mark : staleMarks) disk.remove(mark);
 }
 

@@ -152,6 +152,10 @@ public:
     return file("Creating", path, GENERIC_READ | GENERIC_WRITE | DELETE, 0, CREATE_NEW);
   }
 
+  std::unique_ptr<DiskFile> createPrivate(const std::wstring& path) override {
+    return file("Creating", path, GENERIC_READ | GENERIC_WRITE | DELETE, 0, CREATE_NEW, ownerOnly().attributes());
+  }
+
   std::unique_ptr<DiskFile> open(const std::wstring& path) override {
     // FILE_SHARE_WRITE: the writer may still hold its handle right after the commit.
     return file("Opening", path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, OPEN_EXISTING);
@@ -233,9 +237,8 @@ private:
   }
 
   static std::unique_ptr<DiskFile> file(const char* doing, const std::wstring& path, DWORD access, DWORD share,
-                                        DWORD disposition) {
-    const HANDLE handle = CreateFileW(path.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL,
-                                      nullptr);
+                                        DWORD disposition, SECURITY_ATTRIBUTES* rights = nullptr) {
+    const HANDLE handle = CreateFileW(path.c_str(), access, share, rights, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE) failWindows(doing, path, GetLastError());
     return std::make_unique<WindowsFile>(Handle(handle), path);
   }

@@ -30,6 +30,9 @@ public:
     reach(Create);
     return std::make_unique<File>(*this, windowsDisk().create(path));
   }
+  std::unique_ptr<DiskFile> createPrivate(const std::wstring& path) override {
+    return windowsDisk().createPrivate(path);
+  }
   std::unique_ptr<DiskFile> open(const std::wstring& path) override { return windowsDisk().open(path); }
   bool remove(const std::wstring& path) override { return windowsDisk().remove(path); }
   bool exists(const std::wstring& path) override { return windowsDisk().exists(path); }

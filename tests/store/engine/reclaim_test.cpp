@@ -62,6 +62,15 @@ TEST_F(ReclaimTest, UnreferencedContentFileGoesAfterACrash) {
   EXPECT_EQ(readAll(message.id, 0, attachDataTag, found), Status::Ok) << "a referenced file stays";
 }
 
+TEST_F(ReclaimTest, UnfinishedStoreOfADeadProcessGoesWhenTheStoreIsCreated) {
+  const std::wstring unfinished = temp.file(L"other.db-0123456789abcdef0123456789abcdef.new");
+  put(unfinished, std::chrono::minutes(0));
+  std::unique_ptr<Database> opened;
+  std::string error;
+  ASSERT_EQ(Database::open(temp.file(L"other.db"), opened, error), Status::Ok) << error;
+  EXPECT_FALSE(std::filesystem::exists(unfinished));
+}
+
 TEST_F(ReclaimTest, ForeignFilesStay) {
   save(draftWithAttachment(top, pattern(contentBlockSize * 2)));
   put(contentFolder() + L"\\notes.txt", std::chrono::minutes(900));

@@ -1,0 +1,143 @@
+#include "samples.h"
+
+#include <algorithm>
+#include <map>
+
+#include "connection.h"
+#include "engine_fixture.h"
+#include "page_checksums.h"
+#include "unicode.h"
+
+namespace fendrel::store {
+
+namespace {
+
+const Bytes& bytesOf(const Sample& sample, std::size_t number) {
+  static std::map<std::pair<std::size_t, std::size_t>, Bytes> made;
+  Bytes& bytes = made[{sample.attachments[number], sample.subject.size() * 100 + number}];
+  if (bytes.empty()) bytes = pattern(sample.attachments[number], sample.subject.size() * 100 + number);
+  return bytes;
+}
+
+std::u16string bodyText() { return std::u16string(500, u'b'); }
+
+Guid topFolder(Database& database) {
+  StoreInfo store;
+  if (findPublicStore(database, store) != Status::Ok) return noGuid;
+  return store.ipmSubtree;
+}
+
+class Comparison {
+public:
+  Comparison(Database& database, int* refused) : database_(database), refused_(refused) {}
+
+  // The answer to one reading: true if it may be compared.
+  bool answered(Status status, const std::string& what) {
+    if (status == Status::Ok) return true;
+    if (status == Status::Corrupt && refused_) {
+      ++*refused_;
+    } else {
+      wrong_.push_back(what + " answers " + name(status) + ": " + database_.lastError());
+    }
+    return false;
+  }
+
+  void message(const Guid& id, const Sample& sample) {
+    std::vector<AttachmentRow> rows;
+    const std::string what = "'" + toUtf8(sample.subject) + "'";
+    if (!answered(readAttachmentRows(database_, id, {}, rows), what)) return;
+    if (rows.size() != sample.attachments.size()) {
+      wrong_.push_back(what + " has " + std::to_string(rows.size()) + " attachments");
+      return;
+    }
+    std::vector<Property> properties;
+    if (answered(readMessageProperties(database_, id, {}, properties), what)) {
+      const bool isRight = properties.size() == 2 && properties[0].value == PropertyValue(sample.subject) &&
+                           properties[1].value == PropertyValue(bodyText());
+      if (!isRight) wrong_.push_back(what + " has other properties");
+    }
+    for (std::size_t number = 0; number < rows.size(); ++number) attachment(id, sample, number);
+  }
+
+  void attachment(const Guid& id, const Sample& sample, std::size_t number) {
+    const std::string what = "'" + toUtf8(sample.subject) + "', attachment " + std::to_string(number);
+    std::shared_ptr<ContentReader> reader;
+    const auto attached = static_cast<std::uint32_t>(number);
+    if (!answered(openContent(database_, id, attached, attachDataTag, reader), what)) return;
+    Bytes found(static_cast<std::size_t>(reader->size()));
+    std::size_t count = 0;
+    if (!answered(reader->read(0, found, count), what)) return;
+    if (found != bytesOf(sample, number)) wrong_.push_back(what + " has other bytes");
+  }
+
+  std::vector<std::string> wrong_;
+
+private:
+  Database& database_;
+  int* refused_;
+};
+
+}  // namespace
+
+Status post(Database& database, const Sample& sample) {
+  MessageDraft draft;
+  draft.folder = topFolder(database);
+  draft.set = {{subjectTag, sample.subject}, {bodyTag, bodyText()}};
+  for (std::size_t number = 0; number < sample.attachments.size(); ++number) {
+    auto writer = ContentWriter::create(database);
+    if (const Status status = writer->write(0, bytesOf(sample, number)); status != Status::Ok) return status;
+    auto& attachment = draft.attachments.emplace_back();
+    attachment.number = static_cast<std::uint32_t>(number);
+    attachment.contents = {{attachDataTag, writer}};
+  }
+  MessageInfo saved;
+  return saveMessage(database, draft, saved);
+}
+
+Status removeSamples(Database& database, const std::u16string& subject) {
+  std::vector<Guid> found;
+  const Status read = readMessageRows(database, topFolder(database), MessageKind::Ordinary,
+                                      std::vector<PropertyTag>{subjectTag}, [&](MessageRow&& row) {
+                                        const auto* text = std::get_if<std::u16string>(&row.values[0].value);
+                                        if (text && *text == subject) found.push_back(row.message.id);
+                                        return true;
+                                      });
+  return read == Status::Ok ? deleteMessages(database, found) : read;
+}
+
+std::vector<std::string> differences(Database& database, const std::vector<Expected>& expected, int* refused) {
+  Comparison comparison(database, refused);
+  std::vector<std::pair<Guid, std::u16string>> rows;
+  const Guid top = topFolder(database);
+  const Status read = readMessageRows(database, top, MessageKind::Ordinary, std::vector<PropertyTag>{subjectTag},
+                                      [&](MessageRow&& row) {
+                                        const auto* text = std::get_if<std::u16string>(&row.values[0].value);
+                                        rows.emplace_back(row.message.id, text ? *text : std::u16string());
+                                        return true;
+                                      });
+  const bool isComplete = comparison.answered(read, "the folder");
+  for (const Expected& one : expected) {
+    const auto count = std::ranges::count(rows, one.sample.subject, &std::pair<Guid, std::u16string>::second);
+    const bool isMissing = count == 0 && one.fate == Fate::Present && isComplete;
+    if (isMissing || count > 1 || (count == 1 && one.fate == Fate::Absent)) {
+      comparison.wrong_.push_back("'" + toUtf8(one.sample.subject) + "' is there " + std::to_string(count) + " times");
+    }
+  }
+  for (const auto& [id, subject] : rows) {
+    const auto known = std::ranges::find(expected, subject, [](const Expected& one) { return one.sample.subject; });
+    if (known == expected.end()) {
+      comparison.wrong_.push_back("a message '" + toUtf8(subject) + "' that nobody posted");
+    } else {
+      comparison.message(id, known->sample);
+    }
+  }
+  FolderInfo folder;
+  if (isComplete && comparison.answered(findFolder(database, top, folder), "the folder's row") &&
+      folder.messageCount != rows.size()) {
+    comparison.wrong_.push_back("the folder counts " + std::to_string(folder.messageCount) + " messages, not " +
+                                std::to_string(rows.size()));
+  }
+  return comparison.wrong_;
+}
+
+}  // namespace fendrel::store
