@@ -57,6 +57,15 @@ function(fendrel_add_run test program)
   endif()
 endfunction()
 
+# How tests are compiled: the tested code is optimised, they themselves only compile faster without. Mocks are the
+# exception: without inlining, their thousands of small functions keep the linker busy for a minute.
+function(fendrel_optimise_as_test target)
+  cmake_parse_arguments(PARSE_ARGV 1 TEST "MOCKS" "" "")
+  if(NOT MSVC)
+    target_compile_options(${target} PRIVATE $<IF:$<BOOL:${TEST_MOCKS}>,-O1,-O0>)
+  endif()
+endfunction()
+
 # fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [GUARDED] [LABELS ...] [ENVIRONMENT ...]
 #                  [NEEDS ...]):
 # a GoogleTest program whose tests appear in ctest as NAME.Suite.Case. NEEDS names modules and
@@ -84,8 +93,12 @@ function(fendrel_add_test name)
   add_executable(${name} ${TEST_SOURCES})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
   target_link_libraries(${name} PRIVATE fendrel_settings fendrel_test_support ${TEST_USES})
-  if(NOT MSVC)
-    target_compile_options(${name} PRIVATE -O0)  # the tested code is optimised; tests are only compiled faster without
+  if("fendrel_mapi_mocks" IN_LIST TEST_USES)
+    fendrel_optimise_as_test(${name} MOCKS)
+    target_precompile_headers(${name} REUSE_FROM test_headers_for_mocks)
+  else()
+    fendrel_optimise_as_test(${name})
+    target_precompile_headers(${name} REUSE_FROM test_headers)
   endif()
   if(TEST_NEEDS)
     add_dependencies(${name} ${TEST_NEEDS})
