@@ -10,6 +10,9 @@ namespace {
 constexpr const wchar_t* ownName = L"Exchange Folder";
 constexpr const wchar_t* markedName = L"Marked folder";
 
+// Of plain letters and digits.
+std::string narrow(std::wstring_view text) { return {text.begin(), text.end()}; }
+
 // The user's language as the "intl"/"sLanguage" profile string and the host's atoms say it.
 class LanguageTest : public ::testing::Test {
  protected:
@@ -33,9 +36,11 @@ class LanguageTest : public ::testing::Test {
 
   void imposeLanguage(const wchar_t* atom) { atoms_.push_back(GlobalAddAtomW(atom)); }
 
+  void placeFile(const std::filesystem::path& file, const wchar_t* name) {
+    std::filesystem::copy_file(file, folder_.path() / name);
+  }
   void place(const wchar_t* variant, const wchar_t* name) {
-    std::filesystem::copy_file(buildFile(std::wstring(L"tests/language_modules/") + variant + L".dll"),
-                               folder_.path() / name);
+    placeFile(buildFile(std::wstring(L"tests/language_modules/") + variant + L".dll"), name);
   }
 
   Plugin& plugin() {
@@ -53,7 +58,8 @@ class LanguageTest : public ::testing::Test {
     return name;
   }
 
-  bool isLoaded(const wchar_t* name) const { return GetModuleHandleW((folder_.path() / name).c_str()) != nullptr; }
+  HMODULE loaded(const wchar_t* name) const { return GetModuleHandleW((folder_.path() / name).c_str()); }
+  bool isLoaded(const wchar_t* name) const { return loaded(name) != nullptr; }
 
   RecordingMapi mapi;
 
@@ -134,10 +140,7 @@ INSTANTIATE_TEST_SUITE_P(By, ImposedLanguage,
                          ::testing::Values(Atom{L"QLMLCID7", L"R7Kqede.dll"}, Atom{L"QLMLCID9", L"R7Kqeen.dll"},
                                            Atom{L"QLMLCID12", L"R7Kqefr.dll"}, Atom{L"QLMLCID16", L"R7Kqeit.dll"},
                                            Atom{L"QLMLCID17", L"R7Kqejp.dll"}),
-                         [](const auto& test) {
-                           const std::wstring key = test.param.key;
-                           return std::string(key.begin(), key.end());
-                         });
+                         [](const auto& test) { return narrow(test.param.key); });
 
 TEST_F(LanguageTest, FirstAtomOfTheTableWins) {
   place(L"complete", L"R7Kqede.dll");
@@ -248,6 +251,54 @@ TEST_F(TextsTest, MessageClassComesFromTheLanguageLibrary) {
   plugin().termExportDestination(job);
   plugin().terminate();
 }
+
+// ---- The libraries that are shipped, all five beside the plug-in ----
+
+struct Shipped {
+  const wchar_t* file;
+  const wchar_t* atom;
+  const wchar_t* user;  // what sLanguage says for it
+};
+
+class ShippedLibraries : public LanguageTest, public ::testing::WithParamInterface<Shipped> {
+ protected:
+  static constexpr const wchar_t* files[] = {L"R7Kqede.dll", L"R7Kqeen.dll", L"R7Kqefr.dll", L"R7Kqeit.dll",
+                                             L"R7Kqejp.dll"};
+
+  void SetUp() override {
+    LanguageTest::SetUp();
+    for (const wchar_t* file : files) placeFile(buildFile(std::wstring(L"languages/") + file), file);
+  }
+
+  // After a start, what it took its texts from: only one of the five may be loaded.
+  void expectChosen(const wchar_t* chosen) {
+    ASSERT_EQ(plugin().initialize(), FENDREL_SUCCESS);
+    for (const wchar_t* file : files) EXPECT_EQ(isLoaded(file), file == std::wstring_view(chosen)) << narrow(file);
+    wchar_t name[256] = L"";
+    EXPECT_GT(LoadStringW(loaded(chosen), 1, name, 256), 0);
+    EXPECT_STREQ(destinationName(), name);
+    EXPECT_EQ(plugin().terminate(), FENDREL_SUCCESS);
+  }
+};
+
+TEST_P(ShippedLibraries, AreChosenByTheAtomOfTheirLanguage) {
+  setLanguage(GetParam().user == std::wstring_view(L"ITA") ? L"FRA" : L"ITA");
+  imposeLanguage(GetParam().atom);
+  expectChosen(GetParam().file);
+}
+
+TEST_P(ShippedLibraries, AreChosenByTheUsersLanguage) {
+  setLanguage(GetParam().user);
+  expectChosen(GetParam().file);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, ShippedLibraries,
+                         ::testing::Values(Shipped{L"R7Kqede.dll", L"QLMLCID7", L"DEU"},
+                                           Shipped{L"R7Kqeen.dll", L"QLMLCID9", L"ENU"},
+                                           Shipped{L"R7Kqefr.dll", L"QLMLCID12", L"FRA"},
+                                           Shipped{L"R7Kqeit.dll", L"QLMLCID16", L"ITA"},
+                                           Shipped{L"R7Kqejp.dll", L"QLMLCID17", L"JPN"}),
+                         [](const auto& test) { return narrow(test.param.user); });
 
 }  // namespace
 }  // namespace fendrel::test
