@@ -3,6 +3,8 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <new>
+#include <system_error>
 
 #include "first_page.h"
 #include "migrations.h"
@@ -72,6 +74,7 @@ std::wstring hexText(const Guid& guid) {
 
 Connection::Connection(std::wstring path, Disk& disk, bool mayCreate)
     : path_(std::move(path)), disk_(disk), mayCreate_(mayCreate) {
+  firstLocks();
   createFiles();
   open();
   setPragmas();
@@ -85,9 +88,21 @@ Connection::~Connection() {
     try {
       // Files that came back after a power cut would not be looked for without the mark.
       if (contentFilesWentAway_) disk_.flushFolder(contentFolder());
-      disk_.remove(markPath_);
+      if (!hasLeftovers_) disk_.remove(markPath_);
     } catch (...) {  // the next opening takes it for a crash and looks for left-overs once
     }
+  }
+}
+
+// The first lock of a mutex may need memory, which must not be missing in the middle of a save.
+void Connection::firstLocks() {
+  try {
+    const std::scoped_lock locks(mutex_, contentFoldersMutex_, errorMutex_);
+    newGuid();
+    now();
+    checkedLayer(disk_.sqliteLayer());
+  } catch (const std::system_error&) {
+    throw std::bad_alloc();
   }
 }
 
@@ -240,8 +255,9 @@ void Connection::removeDroppedFiles() noexcept {
   if (!droppedFiles_.empty()) contentFilesWentAway_ = true;
   for (const auto& file : droppedFiles_) {
     try {
-      disk_.remove(contentFolder() + L"\\" + file);
+      if (!disk_.remove(contentFolder() + L"\\" + file)) noteLeftover();
     } catch (...) {
+      noteLeftover();
     }
   }
   droppedFiles_.clear();

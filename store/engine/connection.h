@@ -50,6 +50,9 @@ public:
   // A content file lost its final name. The mark stays until that is on disk.
   void noteContentFileWentAway() noexcept { contentFilesWentAway_ = true; }
 
+  // A file could not be removed or renamed: the mark stays for the next opening.
+  void noteLeftover() noexcept { hasLeftovers_ = true; }
+
   // Changes committed by this connection; PRAGMA data_version tells those of others.
   std::uint64_t ownCommits() const noexcept { return ownCommits_; }
 
@@ -65,6 +68,7 @@ private:
     void operator()(sqlite3* database) const noexcept { sqlite3_close_v2(database); }
   };
 
+  void firstLocks();
   void createFiles();
   void createStoreFile();
   void removeUnfinishedStores();
@@ -87,6 +91,7 @@ private:
   std::unique_ptr<DiskFile> mark_;
   std::wstring markPath_;
   std::atomic<bool> contentFilesWentAway_ = false;
+  std::atomic<bool> hasLeftovers_ = false;
   std::uint64_t ownCommits_ = 0;
   unsigned long long busySince_ = 0;
   mutable std::mutex errorMutex_;

@@ -140,7 +140,8 @@ void ContentSpool::dropFile() noexcept {
   try {
     connection_.disk().remove(path(published_));
     published_ = false;
-  } catch (...) {  // found as a left-over later
+  } catch (...) {
+    connection_.noteLeftover();
   }
 }
 
@@ -175,7 +176,8 @@ void ContentSpool::unpublish() noexcept {
   try {
     file_->rename(path(false));
     published_ = false;
-  } catch (...) {  // an unreferenced file; the next opening after this process ends finds it
+  } catch (...) {  // an unreferenced file
+    connection_.noteLeftover();
   }
 }
 

@@ -6,16 +6,10 @@
 
 #include "connection.h"
 #include "engine_fixture.h"
-#include "migrations.h"
-#include "page_checksums.h"
-#include "samples.h"
-#include "simulated_disk.h"
+#include "sample_store.h"
 
 namespace fendrel::store {
 namespace {
-
-const std::wstring storePath = L"C:\\simulated\\reports\\store.db";
-const std::wstring contentPath = storePath + L".files";
 
 // What one run did so far: samples whose save returned must be found, one whose save was cut may be.
 class Course {
@@ -48,44 +42,6 @@ struct Scenario {
 
 std::ostream& operator<<(std::ostream& out, const Scenario& scenario) { return out << scenario.name; }
 
-std::unique_ptr<Database> openOn(SimulatedDisk& disk, Status expected = Status::Ok) {
-  std::unique_ptr<Database> opened;
-  std::string error;
-  const Status status = openOnDisk(storePath, disk, true, opened, error);
-  if (!disk.isCut()) {
-    EXPECT_EQ(status, expected) << error;
-  }
-  return opened;
-}
-
-std::vector<Expected> noSamples() { return {}; }
-std::vector<Expected> oldSamples() {
-  return {{{u"small", {smallSize}}, Fate::Present},
-          {{u"with blob", {blobSize, smallSize}}, Fate::Present},
-          {{u"with a file", {fileSize}}, Fate::Present}};
-}
-
-DiskImage emptyDisk() { return {{L"C:\\simulated"}, {}}; }
-
-DiskImage storeWithSamples() {
-  static const DiskImage image = [] {
-    SimulatedDisk disk(emptyDisk());
-    {
-      const auto database = openOn(disk);
-      for (const Expected& sample : oldSamples()) EXPECT_EQ(post(*database, sample.sample), Status::Ok);
-    }
-    return disk.now();
-  }();
-  return image;
-}
-
-// A store of version 1 with the same messages: the present form of its tables is that of version 1.
-DiskImage oldStore() {
-  SimulatedDisk disk(storeWithSamples());
-  openOn(disk)->connection().execute("PRAGMA user_version = 1");
-  return disk.now();
-}
-
 // A store whose last program died: a file that no row names, one that was being written, the mark.
 DiskImage storeWithLeftovers() {
   DiskImage image = storeWithSamples();
@@ -114,37 +70,6 @@ void removeAll(Database& database, Course& course) {
 }
 void openOnly(Database&, Course&) {}
 
-// Everything that is wrong with what a cut has left.
-std::vector<std::string> judge(DiskImage image, const std::vector<Expected>& expected, bool repeat) {
-  SimulatedDisk disk(std::move(image));
-  std::unique_ptr<Database> database;
-  std::string error;
-  if (openOnDisk(storePath, disk, true, database, error) != Status::Ok) return {"it does not open: " + error};
-  auto wrong = differences(*database, expected);
-  Connection& connection = database->connection();
-  try {
-    Query check(connection.statement("PRAGMA integrity_check"));
-    check.step();
-    if (check->text(0) != "ok") wrong.push_back("integrity_check: " + std::string(check->text(0)));
-    check->reset();
-    if (!readEveryPage(connection).damaged.empty()) wrong.push_back("pages are damaged");
-    Query files(connection.statement("SELECT count(*) FROM content WHERE file IS NOT NULL"));
-    files.step();
-    if (static_cast<std::size_t>(files->integer(0)) != disk.list(contentPath).size()) {
-      wrong.push_back("files are left over");
-    }
-  } catch (const EngineError& failure) {
-    wrong.push_back(failure.text);
-  }
-  for (const auto& entry : disk.list(contentPath + L"\\tmp")) {
-    if (entry.name.ends_with(L".tmp")) wrong.push_back("a temporary file is left over");
-  }
-  if (repeat && post(*database, {u"after the cut", {fileSize}}) != Status::Ok) {
-    wrong.push_back("posting fails: " + database->lastError());
-  }
-  return wrong;
-}
-
 struct Tally {
   int cuts = 0, states = 0, losses = 0;
   std::string first;
@@ -168,7 +93,7 @@ Tally cutEverywhere(const Scenario& scenario, std::uint64_t seed, Lie lie = Lie:
     const std::pair<Unflushed, std::uint64_t> fates[] = {{Unflushed::Lost, 0},
                                                          {Unflushed::Kept, seed},
                                                          {Unflushed::Some, seed + static_cast<std::uint64_t>(cut)},
-                                                         {Unflushed::Some, seed * 31 + static_cast<std::uint64_t>(cut)}};
+                                                         {Unflushed::Some, seed * 31 + static_cast<unsigned>(cut)}};
     for (const auto& [unflushed, fateSeed] : fates) {
       ++tally.states;
       const auto wrong = judge(disk.afterCut(unflushed, fateSeed), course.expected(), unflushed == Unflushed::Some);
@@ -182,11 +107,6 @@ Tally cutEverywhere(const Scenario& scenario, std::uint64_t seed, Lie lie = Lie:
     if (!disk.isCut()) break;  // the whole course ran, and its end was judged
   }
   return tally;
-}
-
-std::uint64_t seedOfRun() {
-  const char* given = std::getenv("FENDREL_TEST_SEED");
-  return given ? std::strtoull(given, nullptr, 10) : 20260101;
 }
 
 class PowerCutTest : public testing::TestWithParam<Scenario> {};
