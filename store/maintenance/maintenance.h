@@ -1,0 +1,100 @@
+// House-keeping of store files, for people: what is in one, whether it is whole, copies of it, its free space.
+// Each call works on a file by its full path (UTF-16), needs no logon, and throws MaintenanceFailure.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace fendrel::store {
+
+enum class Trouble {
+  notFound,      // there is no such store
+  exists,        // the file to be made is there already
+  noAccess,      // a file may not be read or written
+  notEnoughDisk,
+  busy,          // others kept the store locked for too long
+  damaged,       // so damaged that the call cannot go on; also: no store at all
+  newer,         // written by a newer version of this program
+  cancelled,
+  failed         // anything else
+};
+
+class MaintenanceFailure : public std::runtime_error {
+public:
+  // `text`: whole English sentences, UTF-8.
+  MaintenanceFailure(Trouble trouble, const std::string& text) : std::runtime_error(text), trouble_(trouble) {}
+  Trouble trouble() const noexcept { return trouble_; }
+
+private:
+  Trouble trouble_;
+};
+
+// Asked every moment of long work with how much is done; false ends it (cancelled).
+using Watch = std::function<bool(std::uint64_t done, std::uint64_t total)>;
+
+// The store in use: FENDREL_STORE, else the user's own. Empty when the user has no folder for it.
+std::wstring presentStore();
+
+struct StoreFacts {
+  int version = 0;              // of the schema
+  bool pagesHaveChecksums = false;
+  std::uint64_t databaseBytes = 0, logBytes = 0;
+  std::uint64_t pages = 0, pageBytes = 0, freePages = 0;
+  std::uint64_t profiles = 0, stores = 0, folders = 0, messages = 0, attachments = 0;  // folders: of people and own ones
+  std::uint64_t messageBytes = 0;  // as the messages count their values
+  std::uint64_t contentFiles = 0, contentFileBytes = 0;
+  std::uint64_t leftoverFiles = 0, leftoverBytes = 0;  // that nothing names, temporary ones in use included
+};
+
+StoreFacts readStoreFacts(const std::wstring& path);
+
+// Something that is not as it must be.
+struct Finding {
+  std::string folder;      // path, UTF-8; empty when it concerns no folder
+  std::string message;     // subject, with `isMessage` only; its number where a password protects the mailbox
+  std::string attachment;  // name; empty when it concerns the message itself
+  bool isMessage = false;
+  std::string what;        // one sentence without its subject's name
+};
+
+struct CheckResult {
+  std::uint64_t folders = 0, messages = 0, attachments = 0, contents = 0, contentBytes = 0, pages = 0;
+  bool pagesHaveChecksums = false;
+  std::vector<Finding> damage;
+  std::uint64_t leftoverFiles = 0, leftoverBytes = 0;  // no damage: reclaimed by a later opening, or by compacting
+};
+
+// Reads every page, every row and every byte of content. Changes nothing; others may go on meanwhile.
+CheckResult checkStore(const std::wstring& path, const Watch& watch);
+
+struct SalvageResult {
+  std::uint64_t profiles = 0, stores = 0, folders = 0, messages = 0, attachments = 0, contentBytes = 0;
+  std::vector<Finding> leftOut;  // and why
+  std::vector<Finding> mended;   // carried over with something made anew
+};
+
+// Makes the new store `to` of everything in `from` that is whole, identifiers kept. `from` stays as it is. `to` and
+// the folder beside it must not exist. A message of which anything is missing is left out.
+SalvageResult salvageStore(const std::wstring& from, const std::wstring& to, const Watch& watch);
+
+struct CompactResult {
+  std::uint64_t bytesBefore = 0, bytesAfter = 0;       // database and log
+  std::uint64_t leftoverFiles = 0, leftoverBytes = 0;  // deleted
+  bool logIsEmpty = true;  // false: someone is reading; the log shrinks later
+};
+
+// Gives free space back to the disk. Others may read meanwhile; who posts waits.
+CompactResult compactStore(const std::wstring& path);
+
+struct BackupResult {
+  std::uint64_t databaseBytes = 0, contentFiles = 0, contentFileBytes = 0, messages = 0;
+};
+
+// Copies the store as it is at one moment, while others go on. `to` and the folder beside it must not exist; a failed
+// backup leaves neither.
+BackupResult backupStore(const std::wstring& from, const std::wstring& to, const Watch& watch);
+
+}  // namespace fendrel::store

@@ -1,0 +1,50 @@
+#include "new_store.h"
+
+#include <windows.h>
+
+#include "database_on_disk.h"
+#include "engine_error.h"
+#include "unicode.h"
+
+namespace fendrel::store {
+namespace {
+
+constexpr const wchar_t* endings[] = {L"", L"-wal", L"-shm", L"-journal", L".part", L".part-journal"};
+
+// Its files, then itself; what cannot be deleted stays.
+void removeFolder(Disk& disk, const std::wstring& folder) noexcept {
+  try {
+    for (const Disk::Entry& entry : disk.list(folder)) DeleteFileW((folder + L"\\" + entry.name).c_str());
+    RemoveDirectoryW(folder.c_str());
+  } catch (...) {
+  }
+}
+
+}  // namespace
+
+NewStore::NewStore(const std::wstring& path, Disk& disk) : path_(fullStorePath(path)), disk_(disk) {
+  for (const wchar_t* ending : {L"", L"-wal", L".files", L".part"}) {
+    if (disk.exists(path_ + ending)) {
+      fail(Status::AlreadyExists, "'" + toUtf8(path_ + ending) + "' is there already. Choose another name.");
+    }
+  }
+}
+
+NewStore::~NewStore() {
+  if (isKept_) return;
+  for (const wchar_t* ending : endings) DeleteFileW((path_ + ending).c_str());
+  removeFolder(disk_, contentFolder() + L"\\tmp");
+  removeFolder(disk_, contentFolder());
+}
+
+std::unique_ptr<DiskFile> NewStore::createContent(const std::string& name) {
+  if (!hasFolder_) disk_.createFolder(contentFolder(), true);
+  hasFolder_ = true;
+  return disk_.create(contentFolder() + L"\\" + std::wstring(name.begin(), name.end()));
+}
+
+void NewStore::removeContent(const std::string& name) {
+  disk_.remove(contentFolder() + L"\\" + std::wstring(name.begin(), name.end()));
+}
+
+}  // namespace fendrel::store
