@@ -1,4 +1,4 @@
-// One byte changes anywhere in the files of a store: what is read is right or refused, never wrong, and nothing crashes.
+// One byte changes anywhere in the files of a store: what is read is right or refused, never wrong, nothing crashes.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -140,7 +140,7 @@ TEST(ByteFlipTest, EveryKindOfPageIsRightOrRefused) {
   }
 }
 
-// Its pages are not compared with anything; SQLite finds some of the damage, the contents' checksums the rest of theirs.
+// Its pages are not compared with anything; SQLite finds some of the damage, the contents' checksums all of theirs.
 TEST(ByteFlipTest, OldStoreWithoutPageChecksumsDoesNotCrash) {
   std::mt19937_64 random(seedOfRun());
   const DiskImage whole = richStore(true);

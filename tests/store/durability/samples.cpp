@@ -80,7 +80,7 @@ private:
 
 }  // namespace
 
-Status post(Database& database, const Sample& sample) {
+Status post(Database& database, const Sample& sample, std::size_t piece) {
   MessageDraft draft;
   if (const Status status = findTop(database, draft.folder); status != Status::Ok) return status;
   // Not as one list: GCC 12 destroys what it has not constructed when an allocation fails in the middle of it.
@@ -88,7 +88,11 @@ Status post(Database& database, const Sample& sample) {
   draft.set.push_back({bodyTag, bodyText()});
   for (std::size_t number = 0; number < sample.attachments.size(); ++number) {
     auto writer = ContentWriter::create(database);
-    if (const Status status = writer->write(0, bytesOf(sample, number)); status != Status::Ok) return status;
+    const std::span<const std::byte> bytes = bytesOf(sample, number);
+    for (std::size_t done = 0; done < bytes.size(); done += piece) {
+      const Status status = writer->write(done, bytes.subspan(done, std::min(piece, bytes.size() - done)));
+      if (status != Status::Ok) return status;
+    }
     auto& attachment = draft.attachments.emplace_back();
     attachment.number = static_cast<std::uint32_t>(number);
     attachment.contents = {{attachDataTag, writer}};

@@ -18,7 +18,8 @@ struct Sample {
 // Sizes of each kind: in the row's page, a blob over several pages, a file of its own.
 constexpr std::size_t smallSize = 300, blobSize = 60'000, fileSize = 3 * contentBlockSize + 777;
 
-Status post(Database& database, const Sample& sample);
+// Contents are written in pieces of that size.
+Status post(Database& database, const Sample& sample, std::size_t piece = contentBlockSize);
 
 // Deletes the messages of that subject.
 Status removeSamples(Database& database, const std::u16string& subject);

@@ -1,0 +1,60 @@
+// A process of its own that posts into a store and says on its output when each save has returned.
+//   posting_child post STORE NAME COUNT     mixed messages NAME 0, NAME 1, ...; at the end the longest time that one took
+//   posting_child small STORE NAME COUNT    the same, nearly all of them small
+//   posting_child stream STORE NAME BYTES   one message with a long attachment, written in small pieces
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+
+#include "posting_child.h"
+
+namespace fendrel::store {
+namespace {
+
+// At once, whatever becomes of this process.
+void say(const std::string& line) {
+  DWORD written = 0;
+  WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
+}
+
+int postSamples(Database& database, const std::u16string& name, int count, int every) {
+  ULONGLONG longest = 0;
+  for (int i = 0; i < count; ++i) {
+    const ULONGLONG start = GetTickCount64();
+    if (post(database, childSample(name, i, every)) != Status::Ok) {
+      say("failed: " + database.lastError() + "\n");
+      return 1;
+    }
+    longest = std::max(longest, GetTickCount64() - start);
+    say("saved\n");
+  }
+  say("longest " + std::to_string(longest) + "\n");
+  return 0;
+}
+
+}  // namespace
+}  // namespace fendrel::store
+
+int wmain(int count, wchar_t** arguments) {
+  using namespace fendrel::store;
+  if (count != 5) return 2;
+  std::unique_ptr<Database> database;
+  std::string error;
+  if (Database::open(arguments[2], database, error) != Status::Ok) {
+    say("failed: " + error + "\n");
+    return 1;
+  }
+  const std::wstring action = arguments[1], wideName = arguments[3];
+  const std::u16string name(wideName.begin(), wideName.end());
+  const int number = std::stoi(arguments[4]);
+  if (action == L"post") return postSamples(*database, name, number, mixedEvery);
+  if (action == L"small") return postSamples(*database, name, number, smallEvery);
+  if (post(*database, {name, {static_cast<std::size_t>(number)}}, 4096) != Status::Ok) {
+    say("failed: " + database->lastError() + "\n");
+    return 1;
+  }
+  say("saved\n");
+  return 0;
+}

@@ -1,0 +1,175 @@
+// Real processes: killed at any moment, and several at once.
+#include <windows.h>
+
+#include <random>
+#include <set>
+#include <sstream>
+
+#include "build_paths.h"
+#include "connection.h"
+#include "engine_fixture.h"
+#include "page_checksums.h"
+#include "posting_child.h"
+#include "sample_store.h"
+
+namespace fendrel::store {
+namespace {
+
+struct CloseHandleOwner {
+  using pointer = HANDLE;
+  void operator()(HANDLE handle) const noexcept { CloseHandle(handle); }
+};
+using Handle = std::unique_ptr<HANDLE, CloseHandleOwner>;
+
+class Child {
+public:
+  Child(const std::wstring& action, const std::wstring& store, const std::wstring& name, int number) {
+    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+    HANDLE reading = nullptr, writing = nullptr;
+    EXPECT_TRUE(CreatePipe(&reading, &writing, &inherited, 0));
+    output_.reset(reading);
+    const Handle itsOutput(writing);
+    SetHandleInformation(reading, HANDLE_FLAG_INHERIT, 0);
+    STARTUPINFOW startup{sizeof startup};
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = writing;
+    startup.hStdError = writing;
+    std::wstring command = L"\"" + buildFile(L"tests/posting_child.exe") + L"\" " + action + L" \"" + store + L"\" \"" +
+                           name + L"\" " + std::to_wstring(number);
+    PROCESS_INFORMATION started{};
+    EXPECT_TRUE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                               &started));
+    process_.reset(started.hProcess);
+    CloseHandle(started.hThread);
+  }
+
+  // The next line of its output; empty when it has ended.
+  std::string line() {
+    std::string text;
+    char next = 0;
+    DWORD count = 0;
+    while (ReadFile(output_.get(), &next, 1, &count, nullptr) && count == 1 && next != '\n') text += next;
+    return text;
+  }
+
+  void kill() {
+    TerminateProcess(process_.get(), 7);
+    WaitForSingleObject(process_.get(), INFINITE);
+  }
+
+private:
+  Handle process_, output_;
+};
+
+class RealProcessesTest : public EngineTest {
+protected:
+  // What the one-hour rule waits for.
+  void makeTemporaryFilesOld() {
+    for (const auto& name : spoolFiles()) {
+      std::filesystem::last_write_time(contentFolder() + L"\\tmp\\" + name,
+                                       std::filesystem::file_time_type::clock::now() - std::chrono::hours(2));
+    }
+  }
+
+  std::size_t contentRows() {
+    Query query(database->connection().statement("SELECT count(*) FROM content WHERE file IS NOT NULL"));
+    return query.step() ? static_cast<std::size_t>(query->integer(0)) : 0;
+  }
+};
+
+int roundsOfRun() {
+  const char* given = std::getenv("FENDREL_TEST_ROUNDS");
+  return given ? std::atoi(given) : 50;
+}
+
+// A moment of less than four milliseconds: shorter than any sleep.
+void waitABit(std::mt19937_64& random) {
+  LARGE_INTEGER frequency, start, time;
+  QueryPerformanceFrequency(&frequency);
+  QueryPerformanceCounter(&start);
+  const auto ticks = static_cast<LONGLONG>(random() % 4000) * frequency.QuadPart / 1'000'000;
+  do {
+    QueryPerformanceCounter(&time);
+  } while (time.QuadPart - start.QuadPart < ticks);
+}
+
+TEST_F(RealProcessesTest, KilledOnesLeaveWholeMessagesAndAllThatWereAcknowledged) {
+  const std::uint64_t seed = seedOfRun();
+  std::mt19937_64 random(seed);
+  std::vector<Expected> expected;
+  const int rounds = roundsOfRun();
+  int acknowledged = 0, leftovers = 0;
+  for (int round = 0; round < rounds; ++round) {
+    database.reset();
+    const std::wstring wideName = L"round " + std::to_wstring(round);
+    const std::u16string name(wideName.begin(), wideName.end());
+    Child child(L"post", path(), wideName, 1000);
+    const int wanted = static_cast<int>(random() % 7);
+    int saved = 0;
+    while (saved < wanted && child.line() == "saved") ++saved;
+    ASSERT_EQ(saved, wanted) << "round " << round;
+    waitABit(random);
+    child.kill();
+    while (child.line() == "saved") ++saved;  // those that it said meanwhile
+    acknowledged += saved;
+    for (int i = 0; i <= saved; ++i) {
+      expected.push_back({childSample(name, i, mixedEvery), i < saved ? Fate::Present : Fate::Either});
+    }
+
+    leftovers += static_cast<int>(spoolFiles().size());
+    makeTemporaryFilesOld();
+    reopen();
+    ASSERT_EQ(differences(*database, expected), std::vector<std::string>{}) << "round " << round << ", seed " << seed;
+    ASSERT_EQ(integrityOf(*database), "ok") << "round " << round << ", seed " << seed;
+    ASSERT_EQ(contentFiles().size(), contentRows()) << "round " << round << ", seed " << seed;
+    ASSERT_TRUE(spoolFiles().empty()) << "round " << round << ", seed " << seed;
+    // From here on it is there, or is not.
+    const auto subjects = subjectsIn(top);
+    const bool isThere = std::ranges::find(subjects, expected.back().sample.subject) != subjects.end();
+    expected.back().fate = isThere ? Fate::Present : Fate::Absent;
+    if (round % 10 == 9) {  // so that reading everything does not take ever longer
+      for (Expected& one : expected) {
+        if (one.fate != Fate::Present) continue;
+        ASSERT_EQ(removeSamples(*database, one.sample.subject), Status::Ok);
+      }
+      expected.clear();
+    }
+  }
+  EXPECT_TRUE(readEveryPage(database->connection()).damaged.empty());
+  std::printf("%d rounds, seed %llu, %d messages acknowledged, %d temporary files reclaimed\n", rounds,
+              static_cast<unsigned long long>(seed), acknowledged, leftovers);
+}
+
+TEST_F(RealProcessesTest, FourPostAtOnceWhileAnotherStreamsAndNothingIsLostOrDoubled) {
+  constexpr int count = 500, streamed = 48 * 1024 * 1024;
+  std::vector<std::unique_ptr<Child>> children;
+  for (const wchar_t* name : {L"a", L"b", L"c", L"d"}) {
+    children.push_back(std::make_unique<Child>(L"small", path(), name, count));
+  }
+  Child stream(L"stream", path(), L"long", streamed);
+  int longest = 0;
+  for (auto& child : children) {
+    for (int i = 0; i < count; ++i) ASSERT_EQ(child->line(), "saved");
+    int milliseconds = 0;
+    std::istringstream last(child->line());
+    std::string word;
+    ASSERT_TRUE(last >> word >> milliseconds) << word;
+    longest = std::max(longest, milliseconds);
+  }
+  ASSERT_EQ(stream.line(), "saved");
+  std::printf("%zu processes, %d messages each, beside a stream of %d MiB; the longest post took %d ms\n",
+              children.size(), count, streamed / 1024 / 1024, longest);
+  EXPECT_LT(longest, 5000);
+
+  reopen();
+  std::vector<Expected> expected = {{{u"long", {streamed}}, Fate::Present}};
+  for (const char16_t* name : {u"a", u"b", u"c", u"d"}) {
+    for (int i = 0; i < count; ++i) expected.push_back({childSample(name, i, smallEvery), Fate::Present});
+  }
+  EXPECT_EQ(differences(*database, expected), std::vector<std::string>{});
+  EXPECT_EQ(integrityOf(*database), "ok");
+  EXPECT_EQ(contentFiles().size(), contentRows());
+}
+
+}  // namespace
+}  // namespace fendrel::store
