@@ -99,6 +99,7 @@ ExitCode parseAndDo(std::vector<std::string> arguments) {
   addListCommand(app, host);
   addShowCommand(app, host);
   addSaveCommand(app, host);
+  addExportCommand(app, host);
   addProfileCommand(app, host);
   addTlvCommand(app, host);
 

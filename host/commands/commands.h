@@ -13,6 +13,7 @@ void addFoldersCommand(CLI::App& app, Host& host);
 void addListCommand(CLI::App& app, Host& host);
 void addShowCommand(CLI::App& app, Host& host);
 void addSaveCommand(CLI::App& app, Host& host);
+void addExportCommand(CLI::App& app, Host& host);
 void addProfileCommand(CLI::App& app, Host& host);
 void addTlvCommand(CLI::App& app, Host& host);
 

@@ -1,174 +1,147 @@
-// fendrel save: a message's attachments become files.
+// fendrel save: a message's attachments become files, or the message becomes one file.
 #include <fmt/format.h>
 
 #include <memory>
 
-#include "console.h"
+#include "message_file.h"
 #include "message_place.h"
 #include "paths.h"
-#include "progress.h"
 #include "text.h"
 
 namespace fendrel::host {
 namespace {
 
-constexpr ULONG chunkSize = 256 * 1024;
-
 struct SaveOptions {
   MessagePlace place;
-  std::string number, directory;
+  MessageForm form;
+  std::string number, target;
   bool force = false;
 };
 
-// A file that takes its name only when it is whole; before that it stands beside it under another name.
-class NewFile {
- public:
-  explicit NewFile(const std::wstring& directory)
-      : folder(directory),
-        temporary(longPath(directory + L'\\' + toWide(fmt::format("fendrel-{}-{}.part", GetCurrentProcessId(), ++counter)))),
-        handle(CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL,
-                           nullptr)) {
-    if (handle == INVALID_HANDLE_VALUE)
-      throw systemFailure(ExitCode::failed, fmt::format("No file can be made in '{}'", printable(directory)),
-                          GetLastError());
-  }
-  ~NewFile() {
-    close();
-    if (!named) DeleteFileW(temporary.c_str());
-  }
-  NewFile(const NewFile&) = delete;
-  NewFile& operator=(const NewFile&) = delete;
-
-  void write(const void* bytes, ULONG size) {
-    DWORD written = 0;
-    if (!WriteFile(handle, bytes, size, &written, nullptr) || written != size)
-      throw systemFailure(ExitCode::failed, fmt::format("A file in '{}' cannot be written", printable(folder)),
-                          GetLastError());
-  }
-
-  // Gives the file its name, or, when that is taken and is not to be replaced, the next free "name (2).ext".
-  std::wstring giveName(const std::wstring& wanted, bool replace) {
-    if (!FlushFileBuffers(handle))
-      throw systemFailure(ExitCode::failed, fmt::format("A file in '{}' cannot be written", printable(folder)),
-                          GetLastError());
-    close();
-    constexpr unsigned highestNumber = 10000;
-    for (unsigned number = 1;; ++number) {
-      const std::wstring name = number == 1 ? wanted : numberedFileName(wanted, number);
-      const std::wstring path = longPath(folder + L'\\' + name);
-      if (MoveFileExW(temporary.c_str(), path.c_str(), replace ? MOVEFILE_REPLACE_EXISTING : 0)) {
-        named = true;
-        return name;
-      }
-      const DWORD error = GetLastError();
-      if (replace || (error != ERROR_ALREADY_EXISTS && error != ERROR_FILE_EXISTS) || number == highestNumber)
-        throw systemFailure(ExitCode::failed, fmt::format("'{}' cannot be written", printable(name)), error);
-    }
-  }
-
- private:
-  void close() {
-    if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
-    handle = INVALID_HANDLE_VALUE;
-  }
-
-  static inline unsigned counter = 0;
-  std::wstring folder, temporary;
-  HANDLE handle;
-  bool named = false;
+// What was asked for, with the words in their places.
+struct Request {
+  std::uint64_t number = 0;
+  std::string target;        // as given, for display
+  std::wstring directory;    // the full path
+  std::wstring name;         // of the file, where the target names one
 };
 
-// Makes a directory and those above it.
-void makeDirectory(const std::wstring& full) {
-  const DWORD attributes = GetFileAttributesW(longPath(full).c_str());
-  if (attributes != INVALID_FILE_ATTRIBUTES) {
-    if (attributes & FILE_ATTRIBUTE_DIRECTORY) return;
-    throw systemFailure(ExitCode::failed, fmt::format("'{}' is no directory", printable(full)), ERROR_DIRECTORY);
-  }
-  const std::size_t separator = full.find_last_of(L'\\');
-  if (separator != std::wstring::npos && separator > 2) makeDirectory(full.substr(0, separator));
-  if (!CreateDirectoryW(longPath(full).c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS)
-    throw systemFailure(ExitCode::failed, fmt::format("Directory '{}' cannot be made", printable(full)),
-                        GetLastError());
+bool endsWith(std::wstring_view text, std::wstring_view end) {
+  return text.size() > end.size() && CompareStringOrdinal(text.data() + text.size() - end.size(),
+                                                          static_cast<int>(end.size()), end.data(),
+                                                          static_cast<int>(end.size()), TRUE) == CSTR_EQUAL;
 }
 
-std::uint64_t copyBytes(IStream& from, NewFile& to, Progress& progress) {
-  std::vector<std::uint8_t> chunk(chunkSize);
-  std::uint64_t copied = 0;
-  for (;;) {
-    if (cancelRequested()) throw Failure(ExitCode::cancelled, "Cancelled; no half file was left.");
-    ULONG read = 0;
-    check(from.Read(chunk.data(), chunkSize, &read), ExitCode::failed, "The attachment's bytes cannot be read");
-    if (read == 0) return copied;
-    to.write(chunk.data(), read);
-    copied += read;
-    progress.addBytes(read);
-  }
+std::wstring withoutSeparators(std::wstring path) {
+  while (path.size() > 3 && path.back() == L'\\') path.pop_back();
+  return path;
 }
 
-ExitCode save(Host& host, const SaveOptions& options) {
+Request requestOf(const SaveOptions& options) {
   const bool personal = options.place.personal;
   const std::string& number = personal ? options.place.path : options.number;
-  const std::string& directory = personal ? options.number : options.directory;
-  if (number.empty() || directory.empty() || (personal && !options.directory.empty()))
+  Request request;
+  request.target = personal ? options.number : options.target;
+  if (request.target.empty() && options.form.isWholeMessage()) request.target = ".";
+  if (number.empty() || request.target.empty() || (personal && !options.target.empty()))
     throw Failure(ExitCode::wrongUsage,
                   "Give the folder's PATH, the message's number N and the directory DIR, or --personal, N and DIR.");
-  const std::uint64_t wanted = messageNumber(number);
-  std::wstring target = fullPath(directory);
-  while (target.size() > 3 && target.back() == L'\\') target.pop_back();
+  request.number = messageNumber(number);
+  request.directory = withoutSeparators(fullPath(request.target));
+  const DWORD attributes = GetFileAttributesW(longPath(request.directory).c_str());
+  const bool isDirectory = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);
+  if (options.form.isWholeMessage() && !isDirectory && endsWith(request.directory, options.form.extension())) {
+    request.name = fileNameOf(request.directory);
+    request.directory.resize(request.directory.size() - request.name.size());
+    request.directory = withoutSeparators(request.directory);
+    const std::size_t behindDirectory = request.target.find_last_of("/\\");
+    request.target.resize(behindDirectory == std::string::npos ? 0 : behindDirectory + 1);
+  }
+  return request;
+}
 
-  const OpenFolder folder = options.place.open(host.session());
-  const MessageRow row = MessageTable(folder, options.place.hidden).at(wanted);
-  const ComPtr<IMessage> message = openMessage(folder, row);
-  const std::vector<Attachment> attachments = attachmentsOf(*message.Get());
+ExitCode saveMessage(Host& host, const SaveOptions& options, const Request& request, const OpenFolder& folder,
+                     const MessageRow& row, IMessage& message) {
+  makeDirectory(request.directory);
+  Progress progress("saved", 1, row.size);
+  progress.startFile(toUtf8(row.subject));
+  NewFile file(request.directory);
+  writeMessage(message, options.form, file, progress);
+  const std::wstring wanted =
+      request.name.empty()
+          ? safeFileName((row.subject.empty() ? std::wstring(L"message") : row.subject) + options.form.extension())
+          : request.name;
+  const std::string name = toUtf8(file.giveName(wanted, options.force));
+  progress.endFile();
+  const std::string shown = joinedForDisplay(request.target, name);
+  host.line(fmt::format("{} -> {}", printable(row.subject), printable(shown)));
+  host.document({{"folder", toUtf8(folder.path)},
+                 {"number", request.number},
+                 {"saved", Json::array({{{"name", toUtf8(row.subject)}, {"file", shown}}})}});
+  return ExitCode::done;
+}
+
+ExitCode saveFiles(Host& host, const SaveOptions& options, const Request& request, const OpenFolder& folder,
+                   IMessage& message) {
+  const std::vector<Attachment> attachments = attachmentsOf(message);
   std::uint64_t files = 0, bytes = 0;
   for (const Attachment& attachment : attachments) {
     files += attachment.isFile ? 1 : 0;
     bytes += attachment.size;
   }
   if (files == 0)
-    throw Failure(ExitCode::failed, fmt::format("Message {} of '{}' has no attached file.", wanted,
+    throw Failure(ExitCode::failed, fmt::format("Message {} of '{}' has no attached file.", request.number,
                                                 printable(folder.path)));
-  makeDirectory(target);
+  makeDirectory(request.directory);
 
   Progress progress("saved", files, bytes);
   Json saved = Json::array();
   for (const Attachment& attachment : attachments) {
     if (!attachment.isFile) {
-      printError(fmt::format("fendrel: Attachment '{}' is no file and was left out.", printable(attachment.name)));
+      tellLeftOut(attachment.name);
       continue;
     }
     progress.startFile(toUtf8(attachment.name));
-    NewFile file(target);
-    const ComPtr<IStream> stream = openBytes(*attachment.object.Get());
-    const std::uint64_t copied = copyBytes(*stream.Get(), file, progress);
-    if (copied != attachment.size)
-      throw Failure(ExitCode::failed,
-                    fmt::format("Attachment '{}' gave {} of its {} bytes. It was not saved.",
-                                printable(attachment.name), withThousands(copied), withThousands(attachment.size)));
+    NewFile file(request.directory);
+    writeAttachment(attachment, file, progress);
     const std::string name = toUtf8(file.giveName(safeFileName(attachment.name), options.force));
     progress.endFile();
-    const std::string shown = joinedForDisplay(directory, name);
-    host.line(fmt::format("{} -> {}, {}", printable(attachment.name), printable(shown), counted(copied, "byte")));
-    saved.push_back({{"name", toUtf8(attachment.name)}, {"file", shown}, {"size", copied}});
+    const std::string shown = joinedForDisplay(request.target, name);
+    host.line(fmt::format("{} -> {}, {}", printable(attachment.name), printable(shown),
+                          counted(attachment.size, "byte")));
+    saved.push_back({{"name", toUtf8(attachment.name)}, {"file", shown}, {"size", attachment.size}});
   }
-  host.document({{"folder", toUtf8(folder.path)}, {"number", wanted}, {"saved", saved}});
+  host.document({{"folder", toUtf8(folder.path)}, {"number", request.number}, {"saved", saved}});
   return ExitCode::done;
+}
+
+ExitCode save(Host& host, const SaveOptions& options) {
+  const Request request = requestOf(options);
+  const OpenFolder folder = options.place.open(host.session());
+  const MessageRow row = MessageTable(folder, options.place.hidden).at(request.number);
+  const ComPtr<IMessage> message = openMessage(folder, row);
+  return options.form.isWholeMessage() ? saveMessage(host, options, request, folder, row, *message.Get())
+                                       : saveFiles(host, options, request, folder, *message.Get());
 }
 
 }  // namespace
 
 void addSaveCommand(CLI::App& app, Host& host) {
   const auto options = std::make_shared<SaveOptions>();
-  CLI::App* command = app.add_subcommand("save", "Save the files attached to a message into a directory");
+  CLI::App* command = app.add_subcommand("save", "Save the files attached to a message, or the message as one file");
   options->place.addOptions(*command);
   command->add_option("N", options->number, "The message's number in \"fendrel list\"");
-  command->add_option("DIR", options->directory, "The directory; it is made when it is missing");
+  command->add_option("DIR", options->target,
+                      "The directory; it is made when it is missing. With --as msg or eml it may be left out for the "
+                      "current one, or be the file's own name");
+  options->form.addOption(*command, "What to save: file for the attached files (default), msg or eml for the whole "
+                                    "message, as mail programs keep it");
   command->add_flag("--force", options->force, "Replace a file of the same name");
   command->footer(
       "A file that is there already is kept, unless --force is given: the new one becomes \"name (2).ext\".\n"
       "Examples:\n"
       "  fendrel save \"Public Folders@Reports@Daily\" 1 reports\n"
+      "  fendrel save \"Public Folders@Reports@Daily\" 1 --as eml sales.eml\n"
       "  fendrel save --personal 3 .");
   command->callback([&host, options] {
     host.command = [options](Host& running) { return save(running, *options); };

@@ -1,0 +1,243 @@
+// fendrel export: the messages of a folder or of a whole store become files.
+#include <fmt/format.h>
+
+#include <map>
+#include <memory>
+
+#include "console.h"
+#include "export_names.h"
+#include "message_file.h"
+#include "message_place.h"
+#include "paths.h"
+#include "text.h"
+
+namespace fendrel::host {
+namespace {
+
+struct ExportOptions {
+  MessagePlace place;
+  MessageForm form;
+  std::string directory;
+  bool onlyFolder = false;
+};
+
+struct ExportFolder {
+  OpenFolder folder;
+  std::wstring directory;  // the full path
+  std::string shown;       // the same as the user reads it
+  std::vector<MessageRow> messages;
+};
+
+struct Counts {
+  std::uint64_t written = 0, present = 0, empty = 0, failed = 0;
+
+  Counts& operator+=(const Counts& more) {
+    written += more.written;
+    present += more.present;
+    empty += more.empty;
+    failed += more.failed;
+    return *this;
+  }
+};
+
+// Without a disk or with the user's wish to end, the next message fares no better.
+bool endsEverything(const Failure& failure) {
+  return failure.exitCode() == ExitCode::cancelled || failure.code() == HRESULT_FROM_WIN32(ERROR_DISK_FULL) ||
+         failure.code() == STG_E_MEDIUMFULL;
+}
+
+class Exporting {
+ public:
+  Exporting(Host& running, const ExportOptions& chosen) : host(running), options(chosen) {}
+
+  ExitCode run() {
+    std::wstring top = fullPath(options.directory);
+    while (top.size() > 3 && top.back() == L'\\') top.pop_back();
+    collect(options.place.open(host.session()), top, options.directory);
+    std::uint64_t messages = 0, bytes = 0;
+    for (const ExportFolder& folder : folders) {
+      messages += folder.messages.size();
+      for (const MessageRow& message : folder.messages) bytes += message.size;
+    }
+    progress.emplace("exported", messages, bytes);
+    try {
+      for (const ExportFolder& folder : folders) exportFolder(folder);
+    } catch (const Failure& failure) {
+      progress.reset();
+      throw Failure(failure.exitCode(),
+                    fmt::format("{} {} of {} were exported or there already; the same command does the others.",
+                                failure.what(), withThousands(total.written + total.present),
+                                counted(messages, "message")),
+                    failure.code());
+    }
+    progress.reset();
+    host.document({{"folders", shownFolders}, {"errors", errors}});
+    if (errors.empty()) return ExitCode::done;
+    return total.written + total.present > 0 ? ExitCode::somePosted : ExitCode::failed;
+  }
+
+ private:
+  void tell(const Failure& failure) {
+    printError(std::string("fendrel: ") + failure.what());
+    errors.push_back(failure.what());
+  }
+
+  void collect(OpenFolder folder, const std::wstring& directory, const std::string& shown) {
+    if (cancelRequested()) throw Failure(ExitCode::cancelled, "Cancelled.");
+    ExportFolder next{folder, directory, shown, {}};
+    MessageTable(folder, options.place.hidden).read(1, UINT64_MAX, [&](std::uint64_t, const MessageRow& message) {
+      next.messages.push_back(message);
+    });
+    folders.push_back(std::move(next));
+    if (options.onlyFolder || options.place.personal) return;
+    Session& session = host.session();
+    const std::vector<FolderEntry> below = session.foldersOf(*folder.folder.Get(), folder.path);
+    // Folders tell upper from lower case; many file systems do not.
+    std::map<std::wstring, unsigned> uses;
+    for (const FolderEntry& entry : below) ++uses[upperCase(escapedName(entry.name))];
+    for (const FolderEntry& entry : below) {
+      const bool isShared = uses[upperCase(escapedName(entry.name))] > 1;
+      const std::wstring name = directoryName(entry.name, nameKey(entry.id), isShared);
+      try {
+        OpenFolder opened{folder.store, nullptr, folder.path + L'@' + entry.name, folder.names};
+        opened.names.push_back(entry.name);
+        opened.folder = session.openFolder(*folder.store.Get(), entry.id, opened.path, false);
+        collect(std::move(opened), directory + L'\\' + name, joinedForDisplay(shown, toUtf8(name)));
+      } catch (const Failure& failure) {
+        if (endsEverything(failure)) throw;
+        tell(failure);
+      }
+    }
+  }
+
+  static std::wstring upperCase(std::wstring text) {
+    CharUpperBuffW(text.data(), static_cast<DWORD>(text.size()));
+    return text;
+  }
+
+  void exportFolder(const ExportFolder& folder) {
+    makeDirectory(folder.directory);
+    deleteUnfinishedFiles(folder.directory);
+    Counts counts;
+    for (const MessageRow& message : folder.messages) {
+      if (cancelRequested()) throw Failure(ExitCode::cancelled, "Cancelled; no half file was left.");
+      Counts one;
+      progress->startFile(toUtf8(message.subject));
+      try {
+        one = options.form.isWholeMessage() ? exportMessage(folder, message) : exportFiles(folder, message);
+      } catch (const Failure& failure) {
+        if (endsEverything(failure)) throw;
+        one.failed = 1;
+        tell(Failure(failure.exitCode(), fmt::format("Message '{}' of '{}' was not exported. {}",
+                                                     printable(message.subject), printable(folder.folder.path),
+                                                     failure.what())));
+      }
+      progress->endFile();
+      counts += one;
+      total += one;
+    }
+    report(folder, counts);
+  }
+
+  // Files get their names when they are whole, so what has the name is whole.
+  static bool isThere(const ExportFolder& folder, const std::wstring& name) {
+    return GetFileAttributesW(longPath(folder.directory + L'\\' + name).c_str()) != INVALID_FILE_ATTRIBUTES;
+  }
+
+  Counts exportMessage(const ExportFolder& folder, const MessageRow& row) {
+    const std::wstring name = keyedName(row.subject.empty() ? std::wstring_view(L"message") : row.subject,
+                                        nameKey(row.id), options.form.extension());
+    if (isThere(folder, name)) {
+      progress->addBytes(row.size);
+      return {.present = 1};
+    }
+    NewFile file(folder.directory);
+    writeMessage(*openMessage(folder.folder, row).Get(), options.form, file, *progress);
+    const bool first = file.giveExactName(name);  // else another export was quicker
+    return {.written = first, .present = !first};
+  }
+
+  // Each attachment's file has the message's key; that of the second attachment ends with "-2", and so on.
+  Counts exportFiles(const ExportFolder& folder, const MessageRow& row) {
+    const ComPtr<IMessage> message = openMessage(folder.folder, row);
+    const std::wstring key = nameKey(row.id);
+    std::uint64_t files = 0, written = 0;
+    for (const Attachment& attachment : attachmentsOf(*message.Get())) {
+      if (!attachment.isFile) {
+        tellLeftOut(attachment.name);
+        continue;
+      }
+      ++files;
+      const std::wstring_view extension = extensionOf(attachment.name);
+      const std::size_t stemLength = attachment.name.size() - extension.size();
+      const std::wstring_view stem = std::wstring_view(attachment.name).substr(0, stemLength);
+      const std::wstring name = keyedName(stem.empty() ? std::wstring_view(L"attachment") : stem,
+                                          files == 1 ? key : key + L'-' + std::to_wstring(files), extension);
+      if (isThere(folder, name)) {
+        progress->addBytes(attachment.size);
+        continue;
+      }
+      NewFile file(folder.directory);
+      writeAttachment(attachment, file, *progress);
+      written += file.giveExactName(name);
+    }
+    if (files == 0) return {.empty = 1};
+    return {.written = written > 0, .present = written == 0};
+  }
+
+  void report(const ExportFolder& folder, const Counts& counts) {
+    std::string words = fmt::format("{} -> {}, {}", printable(folder.folder.path), printable(folder.shown),
+                                    counted(counts.written, "message"));
+    if (counts.present > 0) words += fmt::format(", {} there already", withThousands(counts.present));
+    if (counts.empty > 0) words += fmt::format(", {} without a file", withThousands(counts.empty));
+    if (counts.failed > 0) words += fmt::format(", {} failed", withThousands(counts.failed));
+    host.line(words);
+    shownFolders.push_back({{"folder", toUtf8(folder.folder.path)},
+                            {"directory", folder.shown},
+                            {"exported", counts.written},
+                            {"present", counts.present},
+                            {"withoutFile", counts.empty},
+                            {"failed", counts.failed}});
+  }
+
+  Host& host;
+  const ExportOptions& options;
+  std::vector<ExportFolder> folders;
+  std::optional<Progress> progress;
+  Counts total;
+  Json shownFolders = Json::array(), errors = Json::array();
+};
+
+ExitCode exportMessages(Host& host, const ExportOptions& options) {
+  const bool personal = options.place.personal;
+  ExportOptions placed = options;
+  if (personal) placed.directory = options.place.path;
+  if (placed.directory.empty() || (personal && !options.directory.empty()) || (!personal && options.place.path.empty()))
+    throw Failure(ExitCode::wrongUsage, "Give the folder's PATH and the directory DIR, or --personal and DIR.");
+  return Exporting(host, placed).run();
+}
+
+}  // namespace
+
+void addExportCommand(CLI::App& app, Host& host) {
+  const auto options = std::make_shared<ExportOptions>();
+  CLI::App* command = app.add_subcommand("export", "Save all messages of a folder or of a whole store as files");
+  options->place.addOptions(*command);
+  command->add_option("DIR", options->directory, "The directory; it is made when it is missing");
+  options->form.addOption(*command, "What to make of a message: file for its attached files (default), msg or eml for "
+                                    "the whole message, as mail programs keep it");
+  command->add_flag("--only-folder", options->onlyFolder, "Leave out the folders below");
+  command->footer(
+      "The folders below become directories. A file's name ends with a key of its message, so it is the same in every\n"
+      "run: what is there already is kept and not written again, and an export that was interrupted goes on when it\n"
+      "is repeated. A message that cannot be exported is named, and the others go on; the exit code is 3 then.\n"
+      "Examples:\n"
+      "  fendrel export \"Public Folders@Reports@Daily\" reports\n"
+      "  fendrel export \"Public Folders\" archive --as eml\n"
+      "  fendrel export --personal mine --as msg");
+  command->callback([&host, options] {
+    host.command = [options](Host& running) { return exportMessages(running, *options); };
+  });
+}
+
+}  // namespace fendrel::host

@@ -1,0 +1,53 @@
+// The properties of a message or attachment, for those who write them into a file.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "session.h"
+
+namespace fendrel::host {
+
+// A value that is not handed over at once but read as a stream. Text is UTF-16.
+struct LongValue {
+  ULONG tag = 0;
+  std::uint64_t size = 0;
+  ComPtr<IStream> stream;
+};
+
+class ObjectProperties {
+ public:
+  // subject names the object in a failure. Throws Failure(failed).
+  ObjectProperties(IMAPIProp& object, const std::string& subject);
+
+  // Those that were handed over, in the order of their identifiers, errors left out.
+  std::span<const SPropValue* const> values() const { return present; }
+  // Those that were not; each is opened when it is asked for.
+  std::span<const ULONG> longTags() const { return tooLong; }
+  LongValue openLong(ULONG tag) const;
+
+  // Null or nothing where the object does not have it.
+  const SPropValue* find(ULONG tag) const;
+  std::wstring text(ULONG tag) const;
+  std::optional<LONG> number(ULONG tag) const;
+  std::optional<FILETIME> time(ULONG tag) const;  // a time of zero is none
+  bool isLong(ULONG tag) const;
+
+ private:
+  IMAPIProp& owner;
+  std::string name;
+  MapiBuffer<SPropValue> block;
+  std::vector<const SPropValue*> present;
+  std::vector<ULONG> tooLong;
+};
+
+using ByteSink = std::function<void(std::span<const std::uint8_t>)>;
+
+// Hands a stream's bytes on in pieces and returns their number; ends with Failure(cancelled) when the user wants so.
+// subject names the bytes in a failure.
+std::uint64_t copyStream(IStream& from, const std::string& subject, const ByteSink& to);
+
+}  // namespace fendrel::host

@@ -1,0 +1,123 @@
+#include "new_file.h"
+
+#include <fmt/format.h>
+
+#include <atomic>
+
+#include "failure.h"
+#include "paths.h"
+#include "text.h"
+
+namespace fendrel::host {
+namespace {
+
+constexpr unsigned highestNumber = 10000;
+
+std::wstring temporaryName() {
+  static std::atomic<unsigned> counter{0};
+  return toWide(fmt::format("fendrel-{}-{}.part", GetCurrentProcessId(), ++counter));
+}
+
+}  // namespace
+
+void makeDirectory(const std::wstring& full) {
+  const DWORD attributes = GetFileAttributesW(longPath(full).c_str());
+  if (attributes != INVALID_FILE_ATTRIBUTES) {
+    if (attributes & FILE_ATTRIBUTE_DIRECTORY) return;
+    throw systemFailure(ExitCode::failed, fmt::format("'{}' is no directory", printable(full)), ERROR_DIRECTORY);
+  }
+  const std::size_t separator = full.find_last_of(L'\\');
+  if (separator != std::wstring::npos && separator > 2) makeDirectory(full.substr(0, separator));
+  if (!CreateDirectoryW(longPath(full).c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS)
+    throw systemFailure(ExitCode::failed, fmt::format("Directory '{}' cannot be made", printable(full)),
+                        GetLastError());
+}
+
+NewFile::NewFile(const std::wstring& directory)
+    : folder(directory),
+      temporary(longPath(directory + L'\\' + temporaryName())),
+      handle(CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)) {
+  if (handle == INVALID_HANDLE_VALUE)
+    throw systemFailure(ExitCode::failed, fmt::format("No file can be made in '{}'", printable(directory)),
+                        GetLastError());
+}
+
+NewFile::~NewFile() {
+  close();
+  if (!named) DeleteFileW(temporary.c_str());
+}
+
+void NewFile::write(const void* bytes, std::size_t size) {
+  constexpr std::size_t mostAtOnce = 1 << 24;
+  const auto* next = static_cast<const char*>(bytes);
+  while (size > 0) {
+    DWORD written = 0;
+    if (!WriteFile(handle, next, static_cast<DWORD>(size < mostAtOnce ? size : mostAtOnce), &written, nullptr) ||
+        written == 0)
+      throw systemFailure(ExitCode::failed, fmt::format("A file in '{}' cannot be written", printable(folder)),
+                          GetLastError());
+    next += written;
+    size -= written;
+  }
+}
+
+const std::wstring& NewFile::handOver() {
+  close();
+  return temporary;
+}
+
+std::wstring NewFile::giveName(const std::wstring& wanted, bool replace) {
+  finish();
+  for (unsigned number = 1;; ++number) {
+    const std::wstring name = number == 1 ? wanted : numberedFileName(wanted, number);
+    const DWORD error = moveTo(name, replace);
+    if (error == ERROR_SUCCESS) return name;
+    if (replace || error != ERROR_ALREADY_EXISTS || number == highestNumber)
+      throw systemFailure(ExitCode::failed, fmt::format("'{}' cannot be written", printable(name)), error);
+  }
+}
+
+bool NewFile::giveExactName(const std::wstring& name) {
+  finish();
+  const DWORD error = moveTo(name, false);
+  if (error != ERROR_SUCCESS && error != ERROR_ALREADY_EXISTS)
+    throw systemFailure(ExitCode::failed, fmt::format("'{}' cannot be written", printable(name)), error);
+  return error == ERROR_SUCCESS;
+}
+
+void NewFile::close() {
+  if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
+  handle = INVALID_HANDLE_VALUE;
+}
+
+// What bears a whole file's name must be whole after a power cut, too.
+void NewFile::finish() {
+  if (handle == INVALID_HANDLE_VALUE)
+    handle = CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (handle == INVALID_HANDLE_VALUE || !FlushFileBuffers(handle))
+    throw systemFailure(ExitCode::failed, fmt::format("A file in '{}' cannot be written", printable(folder)),
+                        GetLastError());
+  close();
+}
+
+DWORD NewFile::moveTo(const std::wstring& name, bool replace) {
+  const std::wstring path = longPath(folder + L'\\' + name);
+  named = MoveFileExW(temporary.c_str(), path.c_str(), replace ? MOVEFILE_REPLACE_EXISTING : 0) != FALSE;
+  if (named) return ERROR_SUCCESS;
+  const DWORD error = GetLastError();
+  return error == ERROR_FILE_EXISTS ? ERROR_ALREADY_EXISTS : error;
+}
+
+void deleteUnfinishedFiles(const std::wstring& directory) {
+  WIN32_FIND_DATAW found;
+  const HANDLE search = FindFirstFileW(longPath(directory + L"\\fendrel-*.part").c_str(), &found);
+  if (search == INVALID_HANDLE_VALUE) return;
+  do {
+    // A file that is being written cannot be deleted: whoever writes it shares it with nobody.
+    if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
+      DeleteFileW(longPath(directory + L'\\' + found.cFileName).c_str());
+  } while (FindNextFileW(search, &found));
+  FindClose(search);
+}
+
+}  // namespace fendrel::host
