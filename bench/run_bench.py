@@ -1,10 +1,14 @@
 """Runs the posting benchmark and prints its table; called by tools/bench from the repository's root."""
 
 import argparse
+import os
 import shutil
 import statistics
 import subprocess
+import time
 from pathlib import Path
+
+from imap_server import ImapServer
 
 KIB, MIB = 1024, 1024 * 1024
 CASES = [("4 KiB", 1000, 4 * KIB), ("64 KiB", 200, 64 * KIB), ("1 MiB", 50, MIB), ("256 MiB", 1, 256 * MIB)]
@@ -17,20 +21,43 @@ def fresh_folder() -> Path:
     return WORK
 
 
-def seconds_of(command: list[str]) -> float:
+def output_of(command: list[str]) -> str:
     result = subprocess.run(command, capture_output=True, text=True)
     if result.returncode != 0:
         raise SystemExit(f"{' '.join(command)}\nfailed with exit code {result.returncode}: {result.stderr}")
-    return float(result.stdout)
+    return result.stdout
+
+
+def windows(path: Path) -> str:
+    return "Z:" + str(path).replace("/", "\\")
 
 
 def native(count: int, size: int) -> float:
-    return seconds_of(["build/bench/native_write", str(fresh_folder()), str(count), str(size)])
+    return float(output_of(["build/bench/native_write", str(fresh_folder()), str(count), str(size)]))
 
 
-def posted(way: str, count: int, size: int) -> float:
-    windows_path = "Z:" + str(fresh_folder()).replace("/", "\\")
-    return seconds_of(["tools/run-wine", "build/release/bench/post_bench.exe", way, windows_path, str(count), str(size)])
+def by_dd(size: int) -> float:
+    source, target = fresh_folder() / "source", WORK / "target"
+    with source.open("wb") as file:
+        for _ in range(size // MIB):
+            file.write(os.urandom(MIB))
+        file.flush()
+        os.fsync(file.fileno())
+    start = time.perf_counter()
+    output_of(["dd", f"if={source}", f"of={target}", "bs=4k", "conv=fsync"])
+    return time.perf_counter() - start
+
+
+def by_imap(count: int, size: int) -> float:
+    with ImapServer(fresh_folder()) as server:
+        return server.append_seconds(count, size)
+
+
+# Seconds, and the most memory of the process in MiB.
+def posted(way: str, count: int, size: int) -> tuple[float, float]:
+    seconds, memory = output_of(["tools/run-wine", "build/release/bench/post_bench.exe", way,
+                                 windows(fresh_folder()), str(count), str(size)]).split()
+    return float(seconds), float(memory)
 
 
 def spread(values: list[float]) -> str:
@@ -44,15 +71,18 @@ def main() -> None:
     arguments = parser.parse_args()
     rounds = 1 if arguments.quick else arguments.rounds
 
-    ways = {"plug-in": lambda c, s: posted("plugin", c, s), "direct MAPI": lambda c, s: posted("direct", c, s),
-            "native": native}
+    ways = {"plug-in": lambda c, s: posted("plugin", c, s)[0], "direct MAPI": lambda c, s: posted("direct", c, s)[0],
+            "native": native, "Dovecot": by_imap}
     print(f"Medians of {rounds} rounds; seconds from the fastest to the slowest round.\n")
     print(f"{'files':>14}  {'way':<12} {'seconds':>8} {'spread':>15} {'files/s':>9} {'MiB/s':>8} {'to native':>10}"
           f" {'to direct':>10}")
     for label, count, size in CASES:
-        times = {way: [] for way in ways}
+        compared = dict(ways)
+        if count == 1:
+            compared["dd"] = lambda _, s: by_dd(s)
+        times = {way: [] for way in compared}
         for _ in range(rounds):
-            for way, run in ways.items():
+            for way, run in compared.items():
                 times[way].append(run(count, size))
         medians = {way: statistics.median(values) for way, values in times.items()}
         # A ratio compares the two ways round by round, so that a slow moment of the disk counts for both.
@@ -62,9 +92,13 @@ def main() -> None:
             print(f"{count:>4} x {label:>7}  {way:<12} {median:>8.3f} {spread(times[way]):>15} {count / median:>9.1f}"
                   f" {count * size / MIB / median:>8.1f} {medians['native'] / median:>9.2f}x {to_direct:>10}",
                   flush=True)
-    shutil.rmtree(WORK, ignore_errors=True)
     print("\n\"to native\": throughput as a multiple of the native one; \"to direct\": time as a multiple of that"
-          " without the plug-in (median of the rounds' ratios).")
+          " without the plug-in (median of the rounds' ratios).\n")
+
+    seconds, memory = posted("plugin", 1, 1024 * MIB)
+    print(f"1 x 1 GiB through the plug-in: {seconds:.3f} s, at most {memory:.1f} MiB of memory in the whole process.\n")
+    print(output_of(["tools/run-wine", "build/release/bench/large_store.exe", windows(fresh_folder())]), end="")
+    shutil.rmtree(WORK, ignore_errors=True)
 
 
 if __name__ == "__main__":
