@@ -1,5 +1,6 @@
 // A process of its own that posts into a store and says on its output when each save has returned.
-//   posting_child post STORE NAME COUNT     mixed messages NAME 0, NAME 1, ...; at the end the longest time that one took
+//   posting_child post STORE NAME COUNT     mixed messages NAME 0, NAME 1, ...; at the end the
+//                                         longest time that one took
 //   posting_child small STORE NAME COUNT    the same, nearly all of them small
 //   posting_child stream STORE NAME BYTES   one message with a long attachment, written in small pieces
 #include <windows.h>
