@@ -165,7 +165,8 @@ private:
 
   [[noreturn]] static void failDamaged(const std::string& what) {
     fail(Status::Corrupt, "The store is damaged and was not copied: " + what +
-                              " \"fendrel store check\" shows what else, \"fendrel store salvage\" copies what is whole.");
+                              " \"fendrel store check\" shows what else, \"fendrel store salvage\" copies what is "
+                              "whole.");
   }
 
   void copyDatabase() {

@@ -92,7 +92,9 @@ private:
       Counts& counts = counts_[message.folder];
       ++(message.isAssociated ? counts.associated : counts.messages);
       if (!message.isAssociated && !message.isRead) ++counts.unread;
-      if (!folders.folders.contains(message.folder)) note(folders, message, {{}, "It is in a folder that is not there."});
+      if (!folders.folders.contains(message.folder)) {
+        note(folders, message, {{}, "It is in a folder that is not there."});
+      }
     }
     const auto less = [](const Guid& a, const Guid& b) { return std::memcmp(a.bytes, b.bytes, 16) < 0; };
     std::ranges::sort(guids, less);
@@ -123,11 +125,12 @@ private:
 
   void checkProfiles() {
     std::string why;
-    const bool ended = readRows(connection_, "SELECT name, user_name, guid FROM profile", why, [](const Statement& row) {
+    const auto take = [](const Statement& row) {
       row.wideText(0);
       row.wideText(1);
       row.guid(2);
-    });
+    };
+    const bool ended = readRows(connection_, "SELECT name, user_name, guid FROM profile", why, take);
     if (!ended) damage("The table of profiles is damaged: " + why);
   }
 

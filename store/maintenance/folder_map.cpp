@@ -44,7 +44,8 @@ void FolderMap::mendStores(ReadingConnection& connection) {
                      const std::int64_t id = row.integer(0);
                      if (stores.contains(id)) return;
                      const bool shared = isPublic.contains(id);
-                     stores[id] = {row.guid(1), shared ? 2 : 1, shared ? "Public Folders" : "Mailbox (recovered)", true};
+                     const char* name = shared ? "Public Folders" : "Mailbox (recovered)";
+                     stores[id] = {row.guid(1), shared ? 2 : 1, name, true};
                    });
 }
 

@@ -43,7 +43,7 @@ struct StoreFacts {
   bool pagesHaveChecksums = false;
   std::uint64_t databaseBytes = 0, logBytes = 0;
   std::uint64_t pages = 0, pageBytes = 0, freePages = 0;
-  std::uint64_t profiles = 0, stores = 0, folders = 0, messages = 0, attachments = 0;  // folders: of people and own ones
+  std::uint64_t profiles = 0, stores = 0, folders = 0, messages = 0, attachments = 0;
   std::uint64_t messageBytes = 0;  // as the messages count their values
   std::uint64_t contentFiles = 0, contentFileBytes = 0;
   std::uint64_t leftoverFiles = 0, leftoverBytes = 0;  // that nothing names, temporary ones in use included

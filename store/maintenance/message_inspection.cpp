@@ -105,7 +105,8 @@ private:
     }
     try {
       const PropertyValue value = readValue(row, 4, static_cast<std::uint16_t>(type));
-      if (valueSize(value) != static_cast<std::uint64_t>(size)) problem(part, propertyName(id) + " is not of its size.");
+      const bool fits = valueSize(value) == static_cast<std::uint64_t>(size);
+      if (!fits) problem(part, propertyName(id) + " is not of its size.");
     } catch (const EngineError&) {
       problem(part, propertyName(id) + " does not hold what its type asks for.");
     }
@@ -202,7 +203,8 @@ MessageNumbers findMessageNumbers(ReadingConnection& connection) {
   note(readFromBothEnds(connection, "SELECT id FROM message INDEXED BY message_by_folder",
                         {"folder", "associated", "id"}, why, take),
        "The index of messages by folder");
-  note(readFromBothEnds(connection, "SELECT id FROM message INDEXED BY sqlite_autoindex_message_1", {"guid"}, why, take),
+  note(readFromBothEnds(connection, "SELECT id FROM message INDEXED BY sqlite_autoindex_message_1", {"guid"}, why,
+                        take),
        "The index of messages by identifier");
   note(readNumbers(connection, "attachment", "message", found.numbers, why), "The table of attachments");
   note(readNumbers(connection, "message_property", "message", found.numbers, why),

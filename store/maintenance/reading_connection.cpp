@@ -41,12 +41,20 @@ ReadingConnection::ReadingConnection(const std::wstring& path, Disk& disk) : pat
   if (!disk.exists(path_)) fail(Status::NotFound, "There is no store '" + toUtf8(path_) + "'.");
   if (fileSize(disk, path_) == 0) fail(Status::Corrupt, "The file '" + toUtf8(path_) + "' is empty: it is no store.");
   try {
+    createLogFiles();
     open(toUtf8(path_), 0);
     readVersion();
   } catch (const EngineError& error) {
     if (error.status != Status::NoAccess) throw;
     openUnchanging();
     readVersion();
+  }
+}
+
+// SQLite would make them readable by others. They are empty, and stay as they do behind everyone who opens a store.
+void ReadingConnection::createLogFiles() {
+  for (const wchar_t* ending : {L"-wal", L"-shm"}) {
+    if (!disk_.exists(path_ + ending)) disk_.createPrivateFile(path_ + ending);
   }
 }
 

@@ -11,7 +11,7 @@
 
 namespace fendrel::store {
 
-// Changes nothing in the store's files. Where the disk may not be written it reads all the same, as long as nothing is
+// Changes nothing in the store's files (an empty log is made where there is none). Where the disk may not be written it reads all the same, as long as nothing is
 // in the write-ahead log.
 class ReadingConnection {
 public:
@@ -36,6 +36,7 @@ private:
     void operator()(sqlite3* database) const noexcept { sqlite3_close_v2(database); }
   };
 
+  void createLogFiles();
   void open(const std::string& name, int flags);
   void openUnchanging();
   void readVersion();

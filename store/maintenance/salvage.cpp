@@ -82,7 +82,8 @@ public:
 
   SalvageResult run() {
     std::string error;
-    if (const Status status = Database::open(files_.path(), database_, error); status != Status::Ok) fail(status, error);
+    const Status status = Database::open(files_.path(), database_, error);
+    if (status != Status::Ok) fail(status, error);
     into().execute("PRAGMA application_id = 0");
     begin();
     into().execute("DELETE FROM store");  // a new store has public folders of its own
@@ -91,8 +92,10 @@ public:
     insertStores();
     insertFolders();
     insertProfiles();
-    insertOwnerProperties("folder_property", "INSERT INTO folder_property (owner, id, type, value) VALUES (?, ?, ?, ?)");
-    insertOwnerProperties("store_property", "INSERT INTO store_property (owner, id, type, value) VALUES (?, ?, ?, ?)");
+    insertOwnerProperties("folder_property",
+                          "INSERT INTO folder_property (owner, id, type, value) VALUES (?, ?, ?, ?)");
+    insertOwnerProperties("store_property",
+                          "INSERT INTO store_property (owner, id, type, value) VALUES (?, ?, ?, ?)");
     insertMessages();
     into().execute("PRAGMA application_id = " + std::to_string(applicationId));
     commit();
@@ -203,8 +206,8 @@ private:
 
   void insertStores() {
     for (const auto& [number, store] : folders_.stores) {
-      Query(into().statement("INSERT INTO store (id, guid, kind, display_name) VALUES (?, ?, ?, ?)"), number, store.guid,
-            store.kind, std::string_view(store.name))
+      Query(into().statement("INSERT INTO store (id, guid, kind, display_name) VALUES (?, ?, ?, ?)"), number,
+            store.guid, store.kind, std::string_view(store.name))
           .run();
       ++result_.stores;
       if (store.isMended) mended(store.name, "Its row was lost; its name was made anew.");
@@ -282,7 +285,7 @@ private:
   void mendProfiles(const std::set<std::int64_t>& known, Add add) {
     std::string why;
     std::map<std::int64_t, Row> rows;
-    readRows(old_, "SELECT id, guid FROM profile INDEXED BY sqlite_autoindex_profile_1", why, [&](const Statement& row) {
+    const auto byGuid = [&](const Statement& row) {
       Row& made = rows[row.integer(0)];
       made.resize(10);
       const Row found = rowOf(row, 2);
@@ -290,11 +293,13 @@ private:
       made[1] = found[1];
       made[7] = {SQLITE_INTEGER, 0, 0, {}};
       made[8] = {SQLITE_INTEGER, static_cast<std::int64_t>(now().ticks), 0, {}};
-    });
-    readRows(old_, "SELECT id, name FROM profile INDEXED BY sqlite_autoindex_profile_2", why, [&](const Statement& row) {
+    };
+    const auto byName = [&](const Statement& row) {
       const auto made = rows.find(row.integer(0));
       if (made != rows.end()) made->second[2] = made->second[3] = rowOf(row, 2)[1];
-    });
+    };
+    readRows(old_, "SELECT id, guid FROM profile INDEXED BY sqlite_autoindex_profile_1", why, byGuid);
+    readRows(old_, "SELECT id, name FROM profile INDEXED BY sqlite_autoindex_profile_2", why, byName);
     readRows(old_, "SELECT id, mailbox FROM profile INDEXED BY sqlite_autoindex_profile_3", why,
              [&](const Statement& row) {
                const auto made = rows.find(row.integer(0));
@@ -381,8 +386,8 @@ private:
       statement.bind(1, number);
       while (statement.step()) take(rowOf(statement, columns));
     };
-    read("SELECT id, guid, folder, associated, is_read, size, attachment_count, created, modified, search_key, revision "
-         "FROM message WHERE id = ?",
+    read("SELECT id, guid, folder, associated, is_read, size, attachment_count, created, modified, search_key, "
+         "revision FROM message WHERE id = ?",
          message.id, 11, [&](Row row) { rows.message = std::move(row); });
     read("SELECT message, number, size FROM attachment WHERE message = ?", message.id, 3,
          [&](Row row) { rows.attachments.push_back(std::move(row)); });
