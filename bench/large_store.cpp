@@ -115,7 +115,8 @@ void openingTimes(const Mapi& mapi, const std::wstring& empty, const std::wstrin
     ofLarge.push_back(millisecondsOf([&] { open(mapi); }));
   }
   std::printf("%-34s %10.2f ms\n", "open, empty store", median(ofEmpty));
-  std::printf("%-34s %10.2f ms  %6.2fx\n", "open, 100,000 messages", median(ofLarge), median(ofLarge) / median(ofEmpty));
+  std::printf("%-34s %10.2f ms  %6.2fx\n", "open, 100,000 messages", median(ofLarge),
+              median(ofLarge) / median(ofEmpty));
 }
 
 int run(const std::wstring& folder) {

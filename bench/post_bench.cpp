@@ -27,7 +27,8 @@ std::wstring buildFolder() {
 void writeInput(const std::wstring& path, std::size_t size) {
   std::mt19937_64 random(size);
   std::vector<std::uint64_t> block(8192);
-  const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  const HANDLE file =
+      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
   require(file == INVALID_HANDLE_VALUE ? MAPI_E_NO_ACCESS : S_OK, "writing an input file");
   for (std::size_t left = size; left != 0;) {
     for (auto& word : block) word = random();
