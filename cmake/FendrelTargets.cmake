@@ -15,8 +15,7 @@ endif()
 
 option(FENDREL_COVERAGE "Count the lines and branches that run (GCC)" OFF)
 if(FENDREL_COVERAGE)
-  target_compile_options(fendrel_settings INTERFACE --coverage -fprofile-update=atomic)
-  target_link_options(fendrel_settings INTERFACE --coverage)
+  target_link_options(fendrel_settings INTERFACE --coverage)  # what is compiled so, src/ says
 endif()
 
 # fendrel_add_layer(NAME SOURCES ... USES ...): the static library of one folder.
