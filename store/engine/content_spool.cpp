@@ -166,7 +166,6 @@ void ContentSpool::prepare() {
 std::wstring ContentSpool::publish() {
   if (!published_) file_->rename(path(true));
   published_ = true;
-  connection_.disk().flushFolder(connection_.contentFolder());
   return name_ + contentEnding;
 }
 

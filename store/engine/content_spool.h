@@ -37,7 +37,8 @@ public:
   std::span<const std::byte> data() const noexcept { return block_; }       // !isFile()
   const std::vector<std::uint64_t>& checksums() const noexcept { return checksums_; }
 
-  // The second half, inside the transaction: the file gets its final name, which is returned (without folder).
+  // The second half, inside the transaction: the file gets its final name, which is returned (without folder). The
+  // caller flushes the folder before it commits, once for all contents.
   std::wstring publish();
   void unpublish() noexcept;  // the transaction failed: back to the temporary name
   void finish() noexcept;     // the transaction is committed

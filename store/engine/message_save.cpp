@@ -42,6 +42,12 @@ public:
     for (ContentSpool* spool : spools_) spool->prepare();
   }
 
+  // The names that files got in this transaction, before its commit.
+  void flushNames() {
+    const auto isFile = [](const ContentSpool* spool) { return spool->isFile(); };
+    if (std::ranges::any_of(spools_, isFile)) connection_.disk().flushFolder(connection_.contentFolder());
+  }
+
   void unpublish() noexcept {
     for (ContentSpool* spool : spools_) spool->unpublish();
   }
@@ -194,6 +200,7 @@ Status saveMessage(Database& database, const MessageDraft& draft, MessageInfo& s
     }
     refreshSizes(connection, row);
     const MessageInfo info = messageInfo(connection, row);
+    contents.flushNames();
     transaction.commit();
     publication.committed();
     saved = info;

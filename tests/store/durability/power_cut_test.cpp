@@ -147,5 +147,26 @@ TEST(PowerCutItself, LosesContentWhereOurFlushesAreIgnored) {
   std::printf("%d of %d states lost something, the first: %s\n", tally.losses, tally.states, tally.first.c_str());
 }
 
+// What a durable post costs, told by the disk: each file once, their names once, the log once.
+TEST(FlushesTest, OfAPostAreOneForEachFileOneForTheirNamesAndOneForTheLog) {
+  SimulatedDisk disk(storeWithSamples());
+  const auto database = openOn(disk);
+  ASSERT_EQ(post(*database, {u"the first makes the mark", {fileSize}}), Status::Ok);
+  std::map<std::pair<SimulatedDisk::Call, bool>, int> calls;
+  disk.onCall = [&](SimulatedDisk::Call call, bool isSqlite) {
+    ++calls[{call, isSqlite}];
+    return std::nullopt;
+  };
+  ASSERT_EQ(post(*database, {u"three files", {fileSize, fileSize, fileSize, smallSize}}), Status::Ok);
+  EXPECT_EQ((calls[{SimulatedDisk::Call::Flush, false}]), 3);
+  EXPECT_EQ((calls[{SimulatedDisk::Call::FlushFolder, false}]), 1);
+  EXPECT_EQ((calls[{SimulatedDisk::Call::Flush, true}]), 1);
+  calls.clear();
+  ASSERT_EQ(post(*database, {u"small", {4096}}), Status::Ok);
+  EXPECT_EQ((calls[{SimulatedDisk::Call::Flush, false}]), 0);
+  EXPECT_EQ((calls[{SimulatedDisk::Call::FlushFolder, false}]), 0);
+  EXPECT_EQ((calls[{SimulatedDisk::Call::Flush, true}]), 1);
+}
+
 }  // namespace
 }  // namespace fendrel::store
