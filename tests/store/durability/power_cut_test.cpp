@@ -149,10 +149,10 @@ TEST(PowerCutItself, LosesContentWhereOurFlushesAreIgnored) {
 
 // What a durable post costs, told by the disk: each file once, their names once, the log once.
 TEST(FlushesTest, OfAPostAreOneForEachFileOneForTheirNamesAndOneForTheLog) {
+  std::map<std::pair<SimulatedDisk::Call, bool>, int> calls;
   SimulatedDisk disk(storeWithSamples());
   const auto database = openOn(disk);
   ASSERT_EQ(post(*database, {u"the first makes the mark", {fileSize}}), Status::Ok);
-  std::map<std::pair<SimulatedDisk::Call, bool>, int> calls;
   disk.onCall = [&](SimulatedDisk::Call call, bool isSqlite) {
     ++calls[{call, isSqlite}];
     return std::nullopt;
