@@ -105,7 +105,10 @@ DWORD NewFile::moveTo(const std::wstring& name, bool replace) {
   named = MoveFileExW(temporary.c_str(), path.c_str(), replace ? MOVEFILE_REPLACE_EXISTING : 0) != FALSE;
   if (named) return ERROR_SUCCESS;
   const DWORD error = GetLastError();
-  return error == ERROR_FILE_EXISTS ? ERROR_ALREADY_EXISTS : error;
+  // Where a directory has the name, systems differ in what they say.
+  const bool isTaken = error == ERROR_FILE_EXISTS ||
+                       (error == ERROR_ACCESS_DENIED && GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES);
+  return isTaken && !replace ? ERROR_ALREADY_EXISTS : error;
 }
 
 void deleteUnfinishedFiles(const std::wstring& directory) {

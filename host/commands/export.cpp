@@ -141,7 +141,16 @@ class Exporting {
 
   // Files get their names when they are whole, so what has the name is whole.
   static bool isThere(const ExportFolder& folder, const std::wstring& name) {
-    return GetFileAttributesW(longPath(folder.directory + L'\\' + name).c_str()) != INVALID_FILE_ATTRIBUTES;
+    const DWORD attributes = GetFileAttributesW(longPath(folder.directory + L'\\' + name).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
+  }
+
+  // False when another export was quicker.
+  static bool giveName(NewFile& file, const ExportFolder& folder, const std::wstring& name) {
+    if (file.giveExactName(name)) return true;
+    if (isThere(folder, name)) return false;
+    throw systemFailure(ExitCode::failed, fmt::format("'{}' cannot be written", printable(name)), ERROR_ALREADY_EXISTS,
+                        "What has the name is no file; move it away.");
   }
 
   Counts exportMessage(const ExportFolder& folder, const MessageRow& row) {
@@ -153,7 +162,7 @@ class Exporting {
     }
     NewFile file(folder.directory);
     writeMessage(*openMessage(folder.folder, row).Get(), options.form, file, *progress);
-    const bool first = file.giveExactName(name);  // else another export was quicker
+    const bool first = giveName(file, folder, name);
     return {.written = first, .present = !first};
   }
 
@@ -179,7 +188,7 @@ class Exporting {
       }
       NewFile file(folder.directory);
       writeAttachment(attachment, file, *progress);
-      written += file.giveExactName(name);
+      written += giveName(file, folder, name);
     }
     if (files == 0) return {.empty = 1};
     return {.written = written > 0, .present = written == 0};
