@@ -26,7 +26,7 @@ constexpr const char* examples =
     "A folder's path is its names joined by '@', message store first; upper and lower case count.\n"
     "\n"
     "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 some files posted and some not, 4 MAPI or the profile\n"
-    "cannot be used, 5 folder not found or refused, 8 cancelled.";
+    "cannot be used, 5 folder not found or refused, 6 a store is damaged, 8 cancelled.";
 
 std::string environmentText(const wchar_t* name) {
   std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
@@ -96,11 +96,14 @@ ExitCode parseAndDo(std::vector<std::string> arguments) {
   addPostCommand(app, host);
   addChooseCommand(app, host);
   addFoldersCommand(app, host);
+  addFolderCommand(app, host);
   addListCommand(app, host);
   addShowCommand(app, host);
   addSaveCommand(app, host);
+  addDeleteCommand(app, host);
   addExportCommand(app, host);
   addProfileCommand(app, host);
+  addStoreCommand(app, host);
   addTlvCommand(app, host);
 
   for (CLI::App* command : app.get_subcommands({})) {

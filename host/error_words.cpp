@@ -35,6 +35,8 @@ constexpr ErrorWords table[] = {
     {MAPI_E_CANCEL, "MAPI_E_CANCEL", "cancelled", ""},
     {E_ABORT, "E_ABORT", "cancelled", ""},
     {MAPI_E_COLLISION, "MAPI_E_COLLISION", "there is one of that name already", "Choose another name."},
+    {MAPI_E_HAS_MESSAGES, "MAPI_E_HAS_MESSAGES", "the folder holds messages", ""},
+    {MAPI_E_HAS_FOLDERS, "MAPI_E_HAS_FOLDERS", "the folder holds folders", ""},
     {MAPI_E_BUSY, "MAPI_E_BUSY", "the store is busy", "Try again in a moment."},
     {MAPI_E_TIMEOUT, "MAPI_E_TIMEOUT", "the store did not answer in time", "Try again in a moment."},
     {MAPI_E_DISK_ERROR, "MAPI_E_DISK_ERROR", "the disk reported an error", "Check the disk that holds the store."},

@@ -10,6 +10,7 @@ enum class ExitCode : int {
   somePosted = 3,     // some files were posted and some were not
   mapiUnusable = 4,   // MAPI or the profile cannot be used
   folderRefused = 5,  // the folder was not found, or refused what was asked
+  damageFound = 6,    // a store is damaged, or not all of it could be carried over
   cancelled = 8
 };
 

@@ -114,6 +114,12 @@ std::vector<FolderEntry> Session::foldersOf(IMAPIFolder& folder, const std::wstr
 }
 
 OpenFolder Session::walk(std::wstring_view path, bool create, std::vector<std::wstring>* created) {
+  return walk(path, create, create, created);
+}
+
+OpenFolder Session::walkToChange(std::wstring_view path) { return walk(path, false, true, nullptr); }
+
+OpenFolder Session::walk(std::wstring_view path, bool create, bool toWrite, std::vector<std::wstring>* created) {
   if (path.empty()) throw Failure(ExitCode::wrongUsage, "The folder path is empty. It begins with a message store.");
   const std::vector<StoreEntry> allStores = stores();
   std::vector<std::wstring> names = namesOf(allStores);
@@ -124,7 +130,7 @@ OpenFolder Session::walk(std::wstring_view path, bool create, std::vector<std::w
                               printable(firstComponent(path)), whatThereIs(names, firstComponent(path))),
                   MAPI_E_NOT_FOUND);
   const StoreEntry& store = allStores[step->index];
-  OpenFolder current{openStore(store, create), nullptr, store.name, {store.name}};
+  OpenFolder current{openStore(store, toWrite), nullptr, store.name, {store.name}};
   current.folder = openTop(*current.store.Get(), store.name);
   while (step->rest) {
     const std::wstring_view rest = *step->rest;
@@ -163,7 +169,7 @@ OpenFolder Session::walk(std::wstring_view path, bool create, std::vector<std::w
   return current;
 }
 
-OpenFolder Session::personalReports() {
+OpenFolder Session::personalReports(bool toWrite) {
   const std::vector<StoreEntry> allStores = stores();
   const auto store = std::ranges::find_if(allStores, &StoreEntry::isDefault);
   if (store == allStores.end())
@@ -171,7 +177,7 @@ OpenFolder Session::personalReports() {
                   fmt::format("Profile '{}' has no default message store, which personal reports go to "
                               "(MAPI_E_NOT_FOUND, 0x8004010F).", printable(profileName)),
                   MAPI_E_NOT_FOUND);
-  OpenFolder found{openStore(*store, false), nullptr, L"Personal reports of " + store->name, {}};
+  OpenFolder found{openStore(*store, toWrite), nullptr, L"Personal reports of " + store->name, {}};
   MapiBuffer<SPropValue> id;
   const HRESULT code = mapi().hrGetOneProp(found.store.Get(), PR_COMMON_VIEWS_ENTRYID, receive(id));
   check(code, folderExitCode(code),

@@ -65,10 +65,15 @@ class Session {
   // Throws Failure(folderRefused) with what there is instead.
   OpenFolder walk(std::wstring_view path, bool create = false, std::vector<std::wstring>* created = nullptr);
 
+  // The same for a path whose last folder is to be changed or deleted; nothing is made.
+  OpenFolder walkToChange(std::wstring_view path);
+
   // The folder of personal reports: Common Views of the default store.
-  OpenFolder personalReports();
+  OpenFolder personalReports(bool toWrite = false);
 
  private:
+  OpenFolder walk(std::wstring_view path, bool create, bool toWrite, std::vector<std::wstring>* created);
+
   MapiStart start;
   std::wstring profileName;
   ComPtr<IMAPISession> session;

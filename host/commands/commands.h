@@ -10,11 +10,14 @@ namespace fendrel::host {
 void addPostCommand(CLI::App& app, Host& host);
 void addChooseCommand(CLI::App& app, Host& host);
 void addFoldersCommand(CLI::App& app, Host& host);
+void addFolderCommand(CLI::App& app, Host& host);
 void addListCommand(CLI::App& app, Host& host);
 void addShowCommand(CLI::App& app, Host& host);
 void addSaveCommand(CLI::App& app, Host& host);
+void addDeleteCommand(CLI::App& app, Host& host);
 void addExportCommand(CLI::App& app, Host& host);
 void addProfileCommand(CLI::App& app, Host& host);
+void addStoreCommand(CLI::App& app, Host& host);
 void addTlvCommand(CLI::App& app, Host& host);
 
 }  // namespace fendrel::host
