@@ -1,7 +1,7 @@
 #include "logon.h"
 
 #include "logon_dialog.h"
-#include "password.h"
+#include "password_gate.h"
 #include "session.h"
 #include "status_codes.h"
 #include "store_file.h"
@@ -25,7 +25,7 @@ HRESULT chooseProfile(store::Database& database, ULONG_PTR window, const void* p
   }
   if (status == store::Status::NotFound) return MAPI_E_LOGON_FAILED;
   if (status != store::Status::Ok) return toResult(status);
-  return checkPassword(profile.password, textArgument(password, flags));
+  return tryPassword(profile, textArgument(password, flags));
 }
 
 }  // namespace

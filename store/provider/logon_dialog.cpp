@@ -4,7 +4,7 @@
 #include <exception>
 #include <vector>
 
-#include "password.h"
+#include "password_gate.h"
 #include "resource.h"
 #include "status_codes.h"
 #include "text.h"
@@ -105,7 +105,7 @@ private:
     if (index >= profiles_.size()) return S_OK;
     wchar_t password[longestPassword + 1] = {};
     GetDlgItemTextW(window, IDC_PASSWORD, password, longestPassword + 1);
-    const HRESULT result = checkPassword(profiles_[index].password, fromWide(password));
+    const HRESULT result = tryPassword(profiles_[index], fromWide(password));
     SecureZeroMemory(password, sizeof password);
     if (result == MAPI_E_LOGON_FAILED) {
       SetDlgItemTextW(window, IDC_STATUS, L"The password is wrong. Type it again, or choose another profile.");

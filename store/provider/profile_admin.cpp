@@ -3,6 +3,7 @@
 #include "mapi_table.h"
 #include "memory_rows.h"
 #include "password.h"
+#include "password_gate.h"
 #include "profiles.h"
 #include "service_admin.h"
 #include "status_codes.h"
@@ -17,7 +18,7 @@ HRESULT unlockedProfile(store::Database& database, const void* name, const void*
                         store::Profile& profile) {
   const auto status = store::findProfile(database, textArgument(name, flags), profile);
   if (status != store::Status::Ok) return toResult(status);
-  return checkPassword(profile.password, textArgument(password, flags));
+  return tryPassword(profile, textArgument(password, flags));
 }
 
 }  // namespace

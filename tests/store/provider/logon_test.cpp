@@ -1,6 +1,7 @@
 // MAPILogonEx, with its dialog.
 #include <atomic>
 #include <thread>
+#include <vector>
 
 #include "store_fixture.h"
 
@@ -30,6 +31,44 @@ TEST_F(LogonTest, ThePasswordMustBeRight) {
   EXPECT_THAT(tryLogon(L"Bernd", L""), Gives(MAPI_E_LOGON_FAILED));
   EXPECT_THAT(tryLogon(L"Bernd", nullptr), Gives(MAPI_E_LOGON_FAILED));
   EXPECT_EQ(session, nullptr);
+}
+
+TEST_F(LogonTest, WrongPasswordsAreAnsweredLaterAndLater) {
+  createProfile(L"Bernd", L"secret");
+  const auto wrongTry = [&] {
+    const auto start = GetTickCount64();
+    EXPECT_THAT(tryLogon(L"Bernd", L"guess"), Gives(MAPI_E_LOGON_FAILED));
+    return GetTickCount64() - start;
+  };
+  EXPECT_GE(wrongTry(), 980u);   // the clock behind it ticks in steps
+  EXPECT_GE(wrongTry(), 1980u);
+  EXPECT_THAT(tryLogon(L"Bernd", L"secret"), Gives(S_OK));
+}
+
+TEST_F(LogonTest, WrongTriesOfOthersDelayTheRightPasswordByAFewSecondsAtMost) {
+  createProfile(L"Bernd", L"secret");
+  const auto before = GetTickCount64();
+  EXPECT_THAT(tryLogon(L"Bernd", L"secret"), Gives(S_OK));
+  const auto alone = GetTickCount64() - before;
+  constexpr unsigned others = 4;
+  std::atomic<bool> stop{false};
+  std::atomic<unsigned> tried{0};
+  std::vector<std::jthread> guessing;
+  for (unsigned i = 0; i < others; ++i) {
+    guessing.emplace_back([&] {
+      while (!stop) {
+        ComPtr<IMAPISession> own;
+        mapi().logonEx(0, wide(L"Bernd"), wide(L"guess"), MAPI_UNICODE | MAPI_NEW_SESSION, own.GetAddressOf());
+        ++tried;
+      }
+    });
+  }
+  while (tried < others) Sleep(10);
+  const auto start = GetTickCount64();
+  EXPECT_THAT(tryLogon(L"Bernd", L"secret"), Gives(S_OK));
+  const auto waited = GetTickCount64() - start;
+  stop = true;
+  EXPECT_LT(waited, 4000u + 4 * (others + 1) * alone) << "alone it took " << alone;
 }
 
 TEST_F(LogonTest, NameAndPasswordAreTakenIn8BitFormToo) {
