@@ -71,6 +71,14 @@ std::wstring keyedName(std::wstring_view name, std::wstring_view key, std::wstri
   return std::wstring(beginning(escapedName(name), longestName - toUtf8(behind).size())) + behind;
 }
 
+std::wstring shortFileName(std::wstring_view name) {
+  const std::wstring_view extension = extensionOf(name);
+  const std::wstring_view stem = name.substr(0, name.size() - extension.size());
+  std::wstring cut(beginning(stem, longestName - toUtf8(extension).size()));
+  while (!cut.empty() && cut.back() == L' ') cut.pop_back();
+  return cut += extension;
+}
+
 std::wstring directoryName(std::wstring_view name, std::wstring_view key, bool shared) {
   const std::wstring escaped = escapedName(name);
   return !shared && toUtf8(escaped).size() <= longestName ? escaped : keyedName(name, key, {});

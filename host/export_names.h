@@ -22,6 +22,9 @@ std::wstring keyedName(std::wstring_view name, std::wstring_view key, std::wstri
 // NAME escaped; "NAME [KEY]" where it would be too long, or `shared` says that another has it too but for case.
 std::wstring directoryName(std::wstring_view name, std::wstring_view key, bool shared);
 
+// The same name cut to what every file system takes, its extension kept.
+std::wstring shortFileName(std::wstring_view name);
+
 // The extension of a file name with its dot; empty when there is none, or none that looks like one.
 std::wstring_view extensionOf(std::wstring_view name);
 

@@ -4,6 +4,7 @@
 
 #include <atomic>
 
+#include "export_names.h"
 #include "failure.h"
 #include "paths.h"
 #include "text.h"
@@ -68,8 +69,10 @@ const std::wstring& NewFile::handOver() {
 
 std::wstring NewFile::giveName(const std::wstring& wanted, bool replace) {
   finish();
+  // Where a file system counts bytes and not characters, Wine would cut the name without a word, its extension first.
+  const std::wstring base = shortFileName(wanted);
   for (unsigned number = 1;; ++number) {
-    const std::wstring name = number == 1 ? wanted : numberedFileName(wanted, number);
+    const std::wstring name = number == 1 ? base : numberedFileName(base, number);
     const DWORD error = moveTo(name, replace);
     if (error == ERROR_SUCCESS) return name;
     if (replace || error != ERROR_ALREADY_EXISTS || number == highestNumber)

@@ -254,7 +254,9 @@ ComPtr<IStorage> newFile(const std::wstring& path, std::uint64_t size) {
   return root;
 }
 
-void checkBounds(const std::vector<Attachment>& attachments) {
+}  // namespace
+
+void checkMsgBounds(std::span<const Attachment> attachments) {
   constexpr const char* wayOut = "Save it as eml or file, which have no such bound.";
   if (attachments.size() > mostMsgAttachments)
     throw Failure(ExitCode::failed,
@@ -268,8 +270,6 @@ void checkBounds(const std::vector<Attachment>& attachments) {
                                 withThousands(longestMsgValue), wayOut));
 }
 
-}  // namespace
-
 void writeMsg(IMessage& message, const std::wstring& path, const WriteEvents& events) {
   constexpr std::size_t headerSize = 32, nextAttachment = 12, attachmentCount = 20;
   const ObjectProperties properties(message, "The message");
@@ -278,7 +278,7 @@ void writeMsg(IMessage& message, const std::wstring& path, const WriteEvents& ev
     if (!attachment.isFile) events.leftOut(attachment.name);
     return !attachment.isFile;
   });
-  checkBounds(files);
+  checkMsgBounds(files);
   std::uint64_t size = 0;
   for (const Attachment& attachment : files) size += attachment.size;
 

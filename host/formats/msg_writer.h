@@ -14,4 +14,7 @@ constexpr std::uint64_t longestMsgValue = 0x7FFFFFFF;
 // The format's own bound.
 constexpr std::size_t mostMsgAttachments = 2048;
 
+// Throws Failure for a message that the format cannot hold.
+void checkMsgBounds(std::span<const Attachment> attachments);
+
 }  // namespace fendrel::host

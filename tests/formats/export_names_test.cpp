@@ -63,6 +63,12 @@ TEST(ExportNames, DirectoriesHaveAKeyOnlyWhereTheyNeedIt) {
   EXPECT_TRUE(directoryName(std::wstring(300, L'x'), L"k", false).ends_with(L"x [k]"));
 }
 
+TEST(ExportNames, ShortNamesKeepTheirExtension) {
+  EXPECT_EQ(shortFileName(L"sales.pdf"), L"sales.pdf");
+  const std::wstring name = shortFileName(std::wstring(300, L'\u30EA') + L".pdf");
+  EXPECT_EQ(name, std::wstring(78, L'\u30EA') + L".pdf");  // 234 and 4 bytes; another character would make 241
+}
+
 TEST(ExportNames, ExtensionsAreToldFromOtherDots) {
   EXPECT_EQ(extensionOf(L"a.b.pdf"), L".pdf");
   for (const wchar_t* name : {L"", L"a", L".pdf", L"a.", L"3. quarter report", L"a.waytoolongforanextension"})

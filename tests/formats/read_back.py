@@ -1,4 +1,4 @@
-"""read_back.py messages|large RUN_WINE BUILD MSGCONVERT: what fendrel save and export write, read by others' programs.
+"""read_back.py messages|large|killed RUN_WINE BUILD MSGCONVERT: what fendrel saves, read by others' programs.
 
 Python's email package reads the .eml files and those that msgconvert makes of the .msg files; compound_file.py looks
 into the .msg files themselves. Every message's subject, sender, times, text, file names and bytes are compared with
@@ -51,8 +51,7 @@ class Run:
     def __call__(self, program, *arguments, wanted=0):
         # Through files: what Wine starts in the background would keep a pipe open.
         with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as err:
-            child = subprocess.Popen([self.run_wine, os.path.join(self.build, program), *arguments], cwd=self.work,
-                                     env=self.environment, stdin=subprocess.DEVNULL, stdout=out, stderr=err)
+            child = self.start(program, *arguments, out=out, err=err)
             _, status, usage = os.wait4(child.pid, 0)
             code = child.returncode = os.waitstatus_to_exitcode(status)
             self.peak = usage.ru_maxrss  # KiB
@@ -62,6 +61,10 @@ class Run:
             if code != wanted:
                 raise SystemExit(f"{program} {arguments}: exit code {code}\n{text}{err.read().decode()}")
             return text
+
+    def start(self, program, *arguments, out=subprocess.DEVNULL, err=subprocess.DEVNULL):
+        return subprocess.Popen([self.run_wine, os.path.join(self.build, program), *arguments], cwd=self.work,
+                                env=self.environment, stdin=subprocess.DEVNULL, stdout=out, stderr=err)
 
     def fendrel(self, *arguments, wanted=0):
         return self("bin/fendrel.exe", *arguments, wanted=wanted)
@@ -229,6 +232,12 @@ def messages(run, msgconvert):
                 if known:  # of the posted one the time has parts of a second
                     check_msg(data, message, what)
                 check_converted(msgconvert, run.path("one", name), message, what)
+            run.fendrel("save", FOLDER, str(row["number"]), "--as", form, "named by the subject")
+            if form == "eml" and message["files"]:
+                answer = run.fendrel("save", FOLDER, str(row["number"]), "--json", f"files/{name}")
+                paths = [saved["file"] for saved in json.loads(answer)["saved"]]
+                check_files([(file["name"], open(run.path(path), "rb").read())
+                             for file, path in zip(message["files"], paths)], message, what + " saved")
         run.fendrel("export", "Public Folders", "all", "--as", form)
         kept = [n for n in os.listdir(run.path("all", "Formats")) if n.endswith("." + form)]
         expect_equal(len(kept), len(listed), "exported " + form)
@@ -236,6 +245,17 @@ def messages(run, msgconvert):
         if form == "eml":
             exported = sorted(open(run.path("all", "Formats", n), "rb").read() for n in kept)
             expect(saved == exported, "export and save write different files")
+
+
+def check_large(form, path, message):
+    with open(path, "rb") as file:
+        data = file.read()
+    if form == "eml":
+        check_eml(data, message, path)
+    elif form == "msg":
+        check_msg(data, message, path)
+    else:
+        expect(data == content(message["files"][0]["size"]), "bytes of " + path)
 
 
 def large(run, msgconvert):
@@ -249,15 +269,30 @@ def large(run, msgconvert):
         print(f"{mib} MiB as {form}: {time.monotonic() - began:.1f} s, peak working set {run.peak} KiB")
         expect(run.peak <= bound, f"{form}: {run.peak} KiB of memory, {bound} at most")
     for form in ("eml", "msg", "file"):
-        name = os.listdir(run.path(form))[0]
-        with open(run.path(form, name), "rb") as file:
-            data = file.read()
-        if form == "eml":
-            check_eml(data, made[0], name)
-        elif form == "msg":
-            check_msg(data, made[0], name)
-        else:
-            expect(data == content(mib << 20), "bytes of " + name)
+        check_large(form, run.path(form, os.listdir(run.path(form))[0]), made[0])
+
+
+def killed(run, msgconvert):
+    """An export that is killed in the middle leaves nothing that looks whole, and the next one does the rest."""
+    made = json.loads(run("tests/make_messages.exe", "jane", str(32 << 20)))["messages"]
+    for form in ("eml", "msg", "file"):
+        folder = run.path(form, "Formats")
+        for delay in (0.0, 0.02, 0.05, 0.1):
+            child = run.start("bin/fendrel.exe", "export", "Public Folders", form, "--as", form)
+            while child.poll() is None and not (os.path.isdir(folder) and os.listdir(folder)):
+                time.sleep(0.001)
+            time.sleep(delay)
+            child.kill()
+            child.wait()
+            for name in os.listdir(folder):
+                whole = not re.fullmatch(r"fendrel-\d+-\d+\.part", name)
+                print(f"{form}, killed {delay} s after the file was begun: {'whole' if whole else 'begun'}")
+                if whole:
+                    check_large(form, run.path(form, "Formats", name), made[0])
+        run.fendrel("export", "Public Folders", form, "--as", form)
+        names = os.listdir(folder)
+        expect_equal(len(names), 1, "files " + str(names))
+        check_large(form, run.path(form, "Formats", names[0]), made[0])
 
 
 def main():
@@ -265,7 +300,7 @@ def main():
     with tempfile.TemporaryDirectory(prefix="fendrel-formats-") as work:
         run = Run(run_wine, build, work)
         run.fendrel("profile", "add", "jane", "--user", "Jane Doe")
-        {"messages": messages, "large": large}[part](run, msgconvert)
+        {"messages": messages, "large": large, "killed": killed}[part](run, msgconvert)
     print(f"{len(failures)} failures")
     sys.exit(1 if failures else 0)
 
