@@ -13,6 +13,11 @@
 namespace fendrel::store {
 namespace {
 
+std::mt19937_64 randomOfRun() {
+  std::printf("seed %llu\n", static_cast<unsigned long long>(seedOfRun()));
+  return std::mt19937_64(seedOfRun());
+}
+
 std::uint32_t number(const Bytes& file, std::size_t at) {
   std::uint32_t value = 0;
   for (std::size_t i = at; i < at + 4; ++i) value = value << 8 | std::to_integer<std::uint32_t>(file[i]);
@@ -106,7 +111,7 @@ void flip(Bytes& file, std::size_t at, std::mt19937_64& random) {
 }
 
 TEST(ByteFlipTest, EveryKindOfPageIsRightOrRefused) {
-  std::mt19937_64 random(seedOfRun());
+  auto random = randomOfRun();
   const DiskImage whole = richStore(false);
   const auto expected = manySamples();
   const auto kinds = pagesByKind(whole.files.at(storePath));
@@ -142,7 +147,7 @@ TEST(ByteFlipTest, EveryKindOfPageIsRightOrRefused) {
 
 // Its pages are not compared with anything; SQLite finds some of the damage, the contents' checksums all of theirs.
 TEST(ByteFlipTest, OldStoreWithoutPageChecksumsDoesNotCrash) {
-  std::mt19937_64 random(seedOfRun());
+  auto random = randomOfRun();
   const DiskImage whole = richStore(true);
   ASSERT_EQ(readEverything(whole, manySamples()).wrong, std::vector<std::string>{});
   const std::size_t size = startOf(number(whole.files.at(storePath), 28) + 1);
@@ -164,7 +169,7 @@ TEST(ByteFlipTest, OldStoreWithoutPageChecksumsDoesNotCrash) {
 
 // A log that a crash left: recovery ends at the damage, so that later messages may be gone, but whole ones only.
 TEST(ByteFlipTest, LogOfACrashedStoreGivesWholeMessages) {
-  std::mt19937_64 random(seedOfRun());
+  auto random = randomOfRun();
   auto expected = oldSamples();
   SimulatedDisk disk(storeWithSamples());
   const auto database = openOn(disk);
@@ -189,7 +194,7 @@ TEST(ByteFlipTest, LogOfACrashedStoreGivesWholeMessages) {
 
 // While programs use the log nothing is recovered from it.
 TEST(ByteFlipTest, LogInUseIsRightOrRefused) {
-  std::mt19937_64 random(seedOfRun());
+  auto random = randomOfRun();
   auto expected = oldSamples();
   SimulatedDisk disk(storeWithSamples());
   const auto database = openOn(disk);
@@ -214,7 +219,7 @@ TEST(ByteFlipTest, LogInUseIsRightOrRefused) {
 }
 
 TEST(ByteFlipTest, ContentFileIsRightOrRefused) {
-  std::mt19937_64 random(seedOfRun());
+  auto random = randomOfRun();
   const DiskImage whole = storeWithSamples();
   std::wstring path;
   for (const auto& [name, bytes] : whole.files) {
@@ -237,7 +242,7 @@ using SharedIndexTest = EngineTest;
 
 // The index of the log is made anew by the first program that opens the store.
 TEST_F(SharedIndexTest, WhatIsInItDoesNotMatter) {
-  std::mt19937_64 random(seedOfRun());
+  auto random = randomOfRun();
   ASSERT_EQ(post(*database, oldSamples()[1].sample), Status::Ok);
   for (int i = 0; i < 10; ++i) {
     database.reset();
