@@ -25,8 +25,8 @@ constexpr const char* examples =
     "\n"
     "A folder's path is its names joined by '@', message store first; upper and lower case count.\n"
     "\n"
-    "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 some files posted and some not, 4 MAPI or the profile\n"
-    "cannot be used, 5 folder not found or refused, 6 a store is damaged, 8 cancelled.";
+    "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 some files or messages done and some not, 4 MAPI or\n"
+    "the profile cannot be used, 5 folder not found or refused, 6 a store is damaged, 8 cancelled.";
 
 std::string environmentText(const wchar_t* name) {
   std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');

@@ -65,9 +65,8 @@ class Exporting {
     } catch (const Failure& failure) {
       progress.reset();
       throw Failure(failure.exitCode(),
-                    fmt::format("{} {} of {} were exported or there already; the same command does the others.",
-                                failure.what(), withThousands(total.written + total.present),
-                                counted(messages, "message")),
+                    fmt::format("{} Exported by now: {} of {}. The same command does the others.", failure.what(),
+                                withThousands(total.written + total.present), counted(messages, "message")),
                     failure.code());
     }
     progress.reset();
@@ -237,9 +236,10 @@ void addExportCommand(CLI::App& app, Host& host) {
                                     "the whole message, as mail programs keep it");
   command->add_flag("--only-folder", options->onlyFolder, "Leave out the folders below");
   command->footer(
-      "The folders below become directories. A file's name ends with a key of its message, so it is the same in every\n"
-      "run: what is there already is kept and not written again, and an export that was interrupted goes on when it\n"
-      "is repeated. A message that cannot be exported is named, and the others go on; the exit code is 3 then.\n"
+      "The folders below become directories. A file's name ends with a key of its message, so that it is\n"
+      "the same in every run: what is there already is kept, and an export that was interrupted goes on\n"
+      "when it is repeated. A message that cannot be exported is named and the others go on; the exit\n"
+      "code is 3 then.\n"
       "Examples:\n"
       "  fendrel export \"Public Folders@Reports@Daily\" reports\n"
       "  fendrel export \"Public Folders\" archive --as eml\n"

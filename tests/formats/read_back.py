@@ -10,6 +10,7 @@ import email.policy
 import json
 import os
 import re
+import signal
 import struct
 import subprocess
 import sys
@@ -272,15 +273,24 @@ def large(run, msgconvert):
         check_large(form, run.path(form, os.listdir(run.path(form))[0]), made[0])
 
 
+def wait_for_file(child, folder):
+    """Until the program has begun a file that was not there, or has ended."""
+    def names():
+        return set(os.listdir(folder)) if os.path.isdir(folder) else set()
+    before = names()
+    while child.poll() is None and names() <= before:
+        time.sleep(0.001)
+
+
 def killed(run, msgconvert):
-    """An export that is killed in the middle leaves nothing that looks whole, and the next one does the rest."""
+    """An export that is killed in the middle leaves nothing that looks whole, one that is cancelled leaves nothing, and
+    the next one does the rest."""
     made = json.loads(run("tests/make_messages.exe", "jane", str(32 << 20)))["messages"]
     for form in ("eml", "msg", "file"):
         folder = run.path(form, "Formats")
         for delay in (0.0, 0.02, 0.05, 0.1):
             child = run.start("bin/fendrel.exe", "export", "Public Folders", form, "--as", form)
-            while child.poll() is None and not (os.path.isdir(folder) and os.listdir(folder)):
-                time.sleep(0.001)
+            wait_for_file(child, folder)
             time.sleep(delay)
             child.kill()
             child.wait()
@@ -289,6 +299,19 @@ def killed(run, msgconvert):
                 print(f"{form}, killed {delay} s after the file was begun: {'whole' if whole else 'begun'}")
                 if whole:
                     check_large(form, run.path(form, "Formats", name), made[0])
+        with open(run.path("words"), "w+b") as words:
+            child = run.start("bin/fendrel.exe", "export", "Public Folders", form, "--as", form, err=words)
+            wait_for_file(child, folder)
+            child.send_signal(signal.SIGINT)
+            code = child.wait()
+            words.seek(0)
+            said = words.read().decode()
+        print(f"{form}, Ctrl+C: exit code {code}, {said}")
+        if code == 8:  # else the file was whole before
+            expect("no half file was left. Exported by now: 0 of 1 message." in said, "words at Ctrl+C: " + said)
+            expect_equal(os.listdir(folder), [], "files after Ctrl+C")
+        else:
+            expect_equal(code, 0, "exit code after Ctrl+C")
         run.fendrel("export", "Public Folders", form, "--as", form)
         names = os.listdir(folder)
         expect_equal(len(names), 1, "files " + str(names))

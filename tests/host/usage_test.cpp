@@ -22,8 +22,8 @@ TEST_F(Usage, VersionIsOneLine) {
 TEST_F(Usage, HelpShowsEveryCommandAndTheExitCodes) {
   const Outcome run = fendrel({"--help"});
   EXPECT_EQ(run.exitCode, 0);
-  for (const char* word : {"post", "folders", "folder ", "list", "show", "save", "delete", "profile", "store ",
-                           "Exit codes", "FENDREL_PASSWORD"})
+  for (const char* word : {"post", "folders", "folder ", "list", "show", "save", "export", "delete", "profile",
+                           "store ", "Exit codes", "FENDREL_PASSWORD"})
     EXPECT_THAT(run.out, HasSubstr(word));
   EXPECT_EQ(run.err, "");
 }
@@ -36,7 +36,8 @@ TEST_F(Usage, HelpOfACommandHasAnExample) {
 }
 
 TEST_F(Usage, NoHelpLineIsWiderThanATerminalOfAHundredAndTenColumns) {
-  for (const char* command : {"post", "folders", "folder", "list", "show", "save", "delete", "profile", "store"}) {
+  for (const char* command :
+       {"post", "folders", "folder", "list", "show", "save", "export", "delete", "profile", "store"}) {
     const Outcome run = fendrel({command, "--help"});
     std::size_t start = 0;
     for (std::size_t end = run.out.find('\n'); end != std::string::npos; end = run.out.find('\n', start = end + 1))
