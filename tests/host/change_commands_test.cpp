@@ -23,7 +23,8 @@ class ChangeCommands : public FendrelTest {
   // What the folder holds, in the order of numbers.
   std::vector<std::string> attachments(const char* path = daily) const {
     std::vector<std::string> names;
-    for (const auto& message : fendrel({"list", path, "--json"}).json()["messages"])
+    const nlohmann::json list = fendrel({"list", path, "--json"}).json();
+    for (const auto& message : list["messages"])
       names.push_back(message["attachments"][0]["name"].get<std::string>());
     return names;
   }

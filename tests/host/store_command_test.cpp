@@ -67,8 +67,8 @@ TEST_F(StoreCommand, CheckNamesFolderMessageAndAttachmentOfDamage) {
   std::filesystem::remove(contentFile());
   const Outcome run = fendrel({"store", "check"});
   EXPECT_EQ(run.exitCode, 6);
-  EXPECT_THAT(run.out, HasSubstr("Folder 'Public Folders@Reports@Daily', message 'large', attachment 'large.bin': Its "
-                                 "content file"));
+  EXPECT_THAT(run.out, HasSubstr("Folder 'Public Folders@Reports@Daily', message 'large.bin', attachment "
+                                 "'large.bin': Its content file"));
   EXPECT_THAT(run.out, HasSubstr("fendrel store salvage"));
   const Outcome json = fendrel({"store", "check", "--json"});
   EXPECT_EQ(json.exitCode, 6);
