@@ -53,10 +53,12 @@ bool containsValue(const PropertyValue& whole, const PropertyValue& part, ULONG 
 }
 
 // The size of the SPropValue and what hangs below it, as a size restriction measures it.
-std::uint64_t sizeOf(const PropertyValue& value) {
+std::uint64_t sizeOf(const Property& property) {
+  const PropertyValue& value = property.value;
   if (const auto* text = std::get_if<std::u16string>(&value)) return (text->size() + 1) * 2;
   if (const auto* bytes = std::get_if<store::Bytes>(&value)) return bytes->size();
-  if (const auto* unloaded = std::get_if<store::UnloadedValue>(&value)) return unloaded->size;
+  if (const auto* unloaded = std::get_if<store::UnloadedValue>(&value))
+    return unloaded->size + (PROP_TYPE(property.tag) == PT_UNICODE ? sizeof(char16_t) : 0);  // a text has an end
   return 8;
 }
 
@@ -170,7 +172,7 @@ bool Restriction::matches(const Node& node, std::span<const Property> values) {
       const auto* number = longOf(found);
       return number && ((static_cast<ULONG>(*number) & node.number) != 0) == (node.operation == BMR_NEZ);
     }
-    case RES_SIZE: return holds(node.operation, sizeOf(found.value) <=> std::uint64_t{node.number});
+    case RES_SIZE: return holds(node.operation, sizeOf(found) <=> std::uint64_t{node.number});
     default: return node.type == PT_UNSPECIFIED || node.type == PROP_TYPE(found.tag);
   }
 }

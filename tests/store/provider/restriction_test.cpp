@@ -170,6 +170,19 @@ TEST_F(RestrictionTest, Size) {
   EXPECT_THAT(matching(restriction), ElementsAre(L"Alpha report", L"Beta report"));
 }
 
+TEST_F(RestrictionTest, SizeOfALongTextCountsItsEndToo) {
+  ComPtr<IMessage> message;
+  ASSERT_EQ(reports->CreateMessage(nullptr, 0, message.GetAddressOf()), S_OK);
+  const std::wstring body(20'000, L'b');
+  SPropValue values[] = {textValue(PR_SUBJECT_W, L"Long"), textValue(PR_BODY_W, body.c_str())};
+  EXPECT_EQ(message->SetProps(2, values, nullptr), S_OK);
+  EXPECT_EQ(message->SaveChanges(0), S_OK);
+  SRestriction restriction{};
+  restriction.rt = RES_SIZE;
+  restriction.res.resSize = {RELOP_EQ, PR_BODY_W, 40'002};
+  EXPECT_THAT(matching(restriction), ElementsAre(L"Long"));
+}
+
 TEST_F(RestrictionTest, ACommentSaysNothingAboutRows) {
   SPropValue gamma = textValue(PR_SUBJECT_W, L"Gamma");
   SRestriction inner = property(RELOP_EQ, gamma);
