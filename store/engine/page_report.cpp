@@ -44,7 +44,10 @@ PageReport readEveryPage(Connection& connection) { return readEveryPage(connecti
 
 PageReport readEveryPage(sqlite3* database) {
   // What the log holds goes to the file as far as readers allow. Busy is no failure here: the rest stays in the log.
-  sqlite3_wal_checkpoint_v2(database, "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  // SQLite would try from a connection for reading too, and be refused by the system again and again.
+  if (sqlite3_db_readonly(database, "main") == 0) {
+    sqlite3_wal_checkpoint_v2(database, "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  }
   sqlite3_file* file = databaseFile(database);
   sqlite3_int64 size = 0;
   checkSqlite(file->pMethods->xFileSize(file, &size), nullptr, "Measuring the store's file");
