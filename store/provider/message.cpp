@@ -219,7 +219,10 @@ HRESULT Message::attachmentDraft(ULONG number, DraftProperties& draft) const {
   if (const HRESULT result = attachmentNumbers(numbers); FAILED(result)) return result;
   if (!std::ranges::binary_search(numbers, number)) return MAPI_E_NOT_FOUND;
   const auto pending = attachments_.find(number);
-  if (pending != attachments_.end()) draft.changes() = pending->second.changes;
+  if (pending != attachments_.end()) {
+    draft.changes() = pending->second.changes;
+    draft.changes().markKept();
+  }
   if (pending == attachments_.end() || pending->second.state != AttachmentState::Added)
     draft.setSaved(info_.id, number);
   return S_OK;

@@ -148,6 +148,29 @@ TEST_F(AttachmentTest, OpenedAgainBeforeTheMessagesSaveItShowsWhatWasSet) {
   EXPECT_EQ(number(*again.Get(), PR_ATTACH_NUM), 0);
 }
 
+TEST_F(AttachmentTest, WhatIsWrittenWithoutASaveDoesNotShow) {
+  for (const std::size_t size : {100u, 300'000u}) {
+    SCOPED_TRACE(size);
+    const Bytes content = patternBytes(size);
+    attach(L"kept.bin", content);
+    const auto overwrite = [](IAttach& attachment) {
+      const auto stream = openStream(attachment, PR_ATTACH_DATA_BIN, STGM_READWRITE, MAPI_MODIFY);
+      EXPECT_EQ(stream->Write("other", 5, nullptr), S_OK);
+    };
+    ComPtr<IAttach> again;
+    ASSERT_EQ(message->OpenAttach(attachmentNumber, nullptr, MAPI_MODIFY, again.GetAddressOf()), S_OK);
+    overwrite(*again.Get());
+    EXPECT_EQ(contentOf(*message.Get(), attachmentNumber), content) << "opened again and let go of";
+    Bytes changed = content;
+    std::copy_n("other", 5, changed.begin());
+    EXPECT_EQ(again->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+    EXPECT_EQ(contentOf(*message.Get(), attachmentNumber), changed);
+    const auto stream = openStream(*again.Get(), PR_ATTACH_DATA_BIN, STGM_READWRITE, MAPI_MODIFY);
+    EXPECT_EQ(stream->Write("more", 4, nullptr), S_OK);
+    EXPECT_EQ(contentOf(*message.Get(), attachmentNumber), changed) << "kept open after its save";
+  }
+}
+
 TEST_F(AttachmentTest, AfterAPlainSaveNothingMoreCanBeWritten) {
   auto attachment = attach(L"a", patternBytes(10));
   SPropValue name = textValue(PR_ATTACH_LONG_FILENAME_W, L"late");
