@@ -13,7 +13,8 @@ using client::Value;
 
 class Random {
  public:
-  explicit Random(std::uint64_t seed) : state_(seed * 0x9E3779B97F4A7C15u + 1) {}
+  // Neighbouring seeds begin far from each other.
+  explicit Random(std::uint64_t seed) : state_(seed) { state_ = next(); }
 
   std::uint64_t next() {
     std::uint64_t mixed = state_ += 0x9E3779B97F4A7C15u;
