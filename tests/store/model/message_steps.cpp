@@ -25,6 +25,25 @@ class EntryList {
   ENTRYLIST list_{};
 };
 
+bool isPlain(const std::wstring& text) {
+  return std::ranges::all_of(text, [](wchar_t letter) { return letter < 0x7F; });
+}
+
+// A value as the bytes of its stream, and back.
+Bytes inStream(const Value& value, ULONG type) {
+  if (type == PT_BINARY) return value.bytes;
+  if (type == PT_STRING8) return Bytes(value.text.begin(), value.text.end());
+  return Bytes(reinterpret_cast<const char*>(value.text.data()), value.text.size() * sizeof(wchar_t));
+}
+
+Value ofStream(const Bytes& bytes, ULONG type, ULONG id) {
+  Value value{.tag = PROP_TAG(type == PT_BINARY ? PT_BINARY : PT_UNICODE, id)};
+  if (type == PT_BINARY) value.bytes = bytes;
+  else if (type == PT_STRING8) value.text.assign(bytes.begin(), bytes.end());
+  else value.text.assign(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / sizeof(wchar_t));
+  return value;
+}
+
 }  // namespace
 
 void World::createMessage() {
@@ -101,14 +120,12 @@ void World::editProperties(IMAPIProp& object, Properties& properties, ULONG id) 
 void World::setSome(IMAPIProp& object, Properties& properties, ULONG id) {
   std::vector<Value> values{random_.value(id)};
   for (std::size_t more = random_.below(3); more > 0; --more) values.push_back(random_.value(random_.propertyId()));
-  const bool isPlain = std::ranges::all_of(values, [](const Value& value) {
-    return std::ranges::all_of(value.text, [](wchar_t letter) { return letter < 0x7F; });
-  });
+  const bool narrow = std::ranges::all_of(values, [](const Value& value) { return isPlain(value.text); });
   for (const Value& value : values) {
     note("  sets " + client::describe(value));
     properties[PROP_ID(value.tag)] = value;  // of two for one identifier the later one counts
   }
-  Sending sending(values, isPlain && random_.oneIn(2));
+  Sending sending(values, narrow && random_.oneIn(2));
   LPSPropProblemArray problems = nullptr;
   EXPECT_EQ(object.SetProps(sending.count(), sending.values(), &problems), S_OK);
   EXPECT_EQ(problems, nullptr);
@@ -126,46 +143,51 @@ void World::removeSome(IMAPIProp& object, Properties& properties, ULONG id) {
 
 void World::rewriteStream(IMAPIProp& object, Properties& properties, ULONG id, bool create) {
   const auto known = properties.find(id);
-  const bool isText = known != properties.end() && PROP_TYPE(known->second.tag) == PT_UNICODE;
-  const ULONG tag = PROP_TAG(isText && !create ? PT_UNICODE : PT_BINARY, id);
-  const bool there = known != properties.end() && known->second.tag == tag;
-  if (!create && !there) return;
+  if (!create && known == properties.end()) return;
+  const ULONG type = create ? newStreamType(id) : streamTypeOf(known->second);
+  if (type == PT_UNSPECIFIED) return;
   ComPtr<IStream> stream;
-  ASSERT_EQ(object.OpenProperty(tag, &IID_IStream, create ? STGM_CREATE | STGM_READWRITE : STGM_READWRITE,
-                                create ? MAPI_CREATE | MAPI_MODIFY : MAPI_MODIFY,
+  ASSERT_EQ(object.OpenProperty(PROP_TAG(type, id), &IID_IStream, STGM_READWRITE | (create ? STGM_CREATE : 0),
+                                MAPI_MODIFY | (create ? MAPI_CREATE : 0),
                                 reinterpret_cast<LPUNKNOWN*>(stream.GetAddressOf())),
             S_OK);
-  Bytes bytes;
-  if (!create && isText) {
-    const std::wstring& text = known->second.text;
-    bytes.assign(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t));
-  } else if (!create) bytes = known->second.bytes;
+  Bytes bytes = create ? Bytes() : inStream(known->second, type);
+  const std::size_t unit = type == PT_UNICODE ? sizeof(wchar_t) : 1;
   LARGE_INTEGER from{};
-  from.QuadPart = static_cast<LONGLONG>(random_.below(bytes.size() + 1) & ~std::size_t{1});
+  from.QuadPart = static_cast<LONGLONG>(random_.below(bytes.size() + 1) / unit * unit);
+  const auto begin = static_cast<std::size_t>(from.QuadPart);
   if (random_.oneIn(3)) {
-    bytes.resize(static_cast<std::size_t>(from.QuadPart));
+    bytes.resize(begin);
     ULARGE_INTEGER size;
-    size.QuadPart = bytes.size();
+    size.QuadPart = begin;
     EXPECT_EQ(stream->SetSize(size), S_OK);
   }
-  Bytes written = random_.bytes(random_.length(1));
-  if (isText) written = Bytes(written.size() & ~std::size_t{1}, 'x');
-  note("  writes " + std::to_string(written.size()) + " bytes at " + std::to_string(from.QuadPart) + " of stream " +
-       std::to_string(id) + (create ? ", created" : ""));
+  Bytes written = random_.bytes(random_.length(1) / unit * unit);
+  if (type != PT_BINARY) written.assign(written.size(), static_cast<char>('u' + random_.below(6)));
+  note("  writes " + std::to_string(written.size()) + " bytes at " + std::to_string(begin) + " of stream " +
+       std::to_string(id) + " of type " + std::to_string(type) + (create ? ", created" : ""));
   EXPECT_EQ(stream->Seek(from, STREAM_SEEK_SET, nullptr), S_OK);
   const std::size_t piece = 1 + random_.below(100'000);
   for (std::size_t done = 0; done < written.size(); done += piece) {
     const auto count = static_cast<ULONG>(std::min(piece, written.size() - done));
     EXPECT_EQ(stream->Write(written.data() + done, count, nullptr), S_OK);
   }
-  const auto begin = static_cast<std::size_t>(from.QuadPart);
   if (bytes.size() < begin + written.size()) bytes.resize(begin + written.size());
   bytes.replace(begin, written.size(), written);
   EXPECT_EQ(random_.oneIn(2) ? stream->Commit(STGC_DEFAULT) : S_OK, S_OK);
-  Value value{.tag = tag};
-  if (isText && !create) value.text.assign(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / 2);
-  else value.bytes = bytes;
-  properties[id] = value;
+  properties[id] = ofStream(bytes, type, id);
+}
+
+// Text has two forms; the 8-bit one is for letters that every code page has.
+ULONG World::newStreamType(ULONG id) {
+  constexpr ULONG types[] = {PT_BINARY, PT_BINARY, PT_UNICODE, PT_STRING8};
+  return id == PROP_ID(PR_ATTACH_DATA_BIN) ? PT_BINARY : random_.of(types);
+}
+
+ULONG World::streamTypeOf(const Value& value) {
+  if (PROP_TYPE(value.tag) == PT_BINARY) return PT_BINARY;
+  if (PROP_TYPE(value.tag) != PT_UNICODE) return PT_UNSPECIFIED;
+  return isPlain(value.text) && random_.oneIn(2) ? PT_STRING8 : PT_UNICODE;
 }
 
 void World::editAttachments(IMessage& message, Message& draft) {

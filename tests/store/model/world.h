@@ -48,6 +48,8 @@ class World {
   void setSome(IMAPIProp& object, Properties& properties, ULONG id);
   void removeSome(IMAPIProp& object, Properties& properties, ULONG id);
   void rewriteStream(IMAPIProp& object, Properties& properties, ULONG id, bool create);
+  ULONG newStreamType(ULONG id);
+  ULONG streamTypeOf(const Value& value);  // PT_UNSPECIFIED: has no stream
   void editAttachments(IMessage& message, Message& draft);
   void save(IMessage& message, Message& draft, std::optional<int>& saved, ULONG flags);
 
