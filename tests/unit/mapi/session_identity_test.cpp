@@ -139,7 +139,7 @@ TEST_F(SessionIdentity, NameThatCannotBeConvertedIsOutOfMemory) {
 TEST(SenderIdentityRecord, IsCompleteOnlyWithAllThreeParts) {
   const auto some = bytes("x");
   EXPECT_TRUE((SenderIdentity{some, L"Ann", some}.isComplete()));
-  EXPECT_TRUE((SenderIdentity{some, L"", some}.isComplete())) << "an empty name is a name";
+  EXPECT_TRUE((SenderIdentity{some, std::wstring(), some}.isComplete())) << "an empty name is a name";
   EXPECT_FALSE((SenderIdentity{{}, L"Ann", some}.isComplete()));
   EXPECT_FALSE((SenderIdentity{some, std::nullopt, some}.isComplete()));
   EXPECT_FALSE((SenderIdentity{some, L"Ann", {}}.isComplete()));
