@@ -44,15 +44,19 @@ function(fendrel_add_module name file)
     LIBRARY_OUTPUT_DIRECTORY "${MODULE_DIRECTORY}" RUNTIME_OUTPUT_DIRECTORY "${MODULE_DIRECTORY}")
 endfunction()
 
-# fendrel_add_run(TEST PROGRAM [SERIAL] [LABELS ...] [ENVIRONMENT ...]): all tests of a program as one test of ctest.
+# fendrel_add_run(TEST PROGRAM [SERIAL] [WINDOWS] [LABELS ...] [ENVIRONMENT ...]): all tests of a program as one test of
+# ctest.
 function(fendrel_add_run test program)
-  cmake_parse_arguments(PARSE_ARGV 2 RUN "SERIAL" "" "LABELS;ENVIRONMENT")
+  cmake_parse_arguments(PARSE_ARGV 2 RUN "SERIAL;WINDOWS" "" "LABELS;ENVIRONMENT")
   add_test(NAME ${test} COMMAND ${program} --gtest_brief=1)
   set_tests_properties(${test} PROPERTIES TIMEOUT 300)
   set_property(TEST ${test} PROPERTY LABELS ${RUN_LABELS})
   set_property(TEST ${test} PROPERTY ENVIRONMENT ${RUN_ENVIRONMENT})
   if(RUN_SERIAL)
     set_tests_properties(${test} PROPERTIES RUN_SERIAL ON)
+  endif()
+  if(RUN_WINDOWS)
+    set_tests_properties(${test} PROPERTIES RESOURCE_LOCK screen)
   endif()
 endfunction()
 
@@ -65,23 +69,28 @@ function(fendrel_optimise_as_test target)
   endif()
 endfunction()
 
-# fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [GUARDED] [LABELS ...] [ENVIRONMENT ...]
-#                  [NEEDS ...]):
+# fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [WINDOWS] [GUARDED] [LABELS ...]
+#                  [ENVIRONMENT ...] [NEEDS ...]):
 # a GoogleTest program whose tests appear in ctest as NAME.Suite.Case. NEEDS names modules and
-# programs that the tests load or start. GUARDED runs the same tests a second time as NAME_guarded, label "guarded",
+# programs that the tests load or start. WINDOWS: they show windows, and run while no other such program takes the
+# keyboard away from them. GUARDED runs the same tests a second time as NAME_guarded, label "guarded",
 # in a program whose heap blocks end at unreadable pages. DOUBLE_BYTE runs them a second time as NAME_932, with ANSI code
 # page 932 instead of 1252. These second runs are one test of ctest each.
 function(fendrel_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL;GUARDED;DOUBLE_BYTE" "TIMEOUT"
+  cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL;WINDOWS;GUARDED;DOUBLE_BYTE" "TIMEOUT"
                         "SOURCES;USES;LABELS;ENVIRONMENT;NEEDS")
   if(NOT TEST_TIMEOUT)
     set(TEST_TIMEOUT 60)
   endif()
   set(properties TIMEOUT ${TEST_TIMEOUT})
-  set(serial "")
+  set(company "")
   if(TEST_SERIAL)
-    set(serial SERIAL)
+    set(company SERIAL)
     list(APPEND properties RUN_SERIAL ON)
+  endif()
+  if(TEST_WINDOWS)
+    list(APPEND company WINDOWS)
+    list(APPEND properties RESOURCE_LOCK screen)
   endif()
   if(TEST_LABELS)
     list(APPEND properties LABELS "${TEST_LABELS}")
@@ -105,7 +114,7 @@ function(fendrel_add_test name)
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
                        NO_PRETTY_VALUES PROPERTIES ${properties})
   if(TEST_DOUBLE_BYTE)
-    fendrel_add_run(${name}_932 ${name} ${serial} LABELS ${TEST_LABELS}
+    fendrel_add_run(${name}_932 ${name} ${company} LABELS ${TEST_LABELS}
                     ENVIRONMENT ${TEST_ENVIRONMENT} LC_ALL=ja_JP.UTF-8)
   endif()
   if(TEST_GUARDED AND MINGW)
@@ -117,10 +126,10 @@ function(fendrel_add_test name)
     if(TEST_NEEDS)
       add_dependencies(${name}_guarded ${TEST_NEEDS})
     endif()
-    fendrel_add_run(${name}_guarded ${name}_guarded ${serial} LABELS ${TEST_LABELS} guarded
+    fendrel_add_run(${name}_guarded ${name}_guarded ${company} LABELS ${TEST_LABELS} guarded
                     ENVIRONMENT ${TEST_ENVIRONMENT})
     if(TEST_DOUBLE_BYTE)
-      fendrel_add_run(${name}_guarded_932 ${name}_guarded ${serial} LABELS ${TEST_LABELS} guarded
+      fendrel_add_run(${name}_guarded_932 ${name}_guarded ${company} LABELS ${TEST_LABELS} guarded
                       ENVIRONMENT ${TEST_ENVIRONMENT} LC_ALL=ja_JP.UTF-8)
     endif()
   endif()

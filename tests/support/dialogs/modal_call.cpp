@@ -85,12 +85,14 @@ HWND DialogThread::focus() const {
   GUITHREADINFO info = {};
   info.cbSize = sizeof info;
   GetGUIThreadInfo(threadId_, &info);
+  // Another program's window may have come up in front: a person would click back.
+  if (!info.hwndFocus) SetForegroundWindow(openDialog());
   return info.hwndFocus;
 }
 
 void DialogThread::press(WPARAM key) const {
-  const HWND window = focus();
-  ASSERT_TRUE(window) << "no window has the focus";
+  HWND window = nullptr;
+  ASSERT_TRUE(waitUntil([&] { return (window = focus()) != nullptr; })) << "no window has the focus";
   const auto scanCode = static_cast<LPARAM>(MapVirtualKeyW(static_cast<UINT>(key), MAPVK_VK_TO_VSC)) << 16;
   PostMessageW(window, WM_KEYDOWN, key, 1 | scanCode);
   PostMessageW(window, WM_KEYUP, key, 1 | scanCode | 0xC0000000);
