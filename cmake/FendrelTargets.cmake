@@ -15,7 +15,9 @@ endif()
 
 option(FENDREL_COVERAGE "Count the lines and branches that run (GCC)" OFF)
 if(FENDREL_COVERAGE)
-  target_link_options(fendrel_settings INTERFACE --coverage)  # what is compiled so, src/ says
+  target_link_options(fendrel_settings INTERFACE --coverage)
+  # For src/, and for tests/, which compile its inline functions and some of its files themselves.
+  set(coverage_options --coverage -fprofile-update=atomic)
 endif()
 
 # fendrel_add_layer(NAME SOURCES ... USES ...): the static library of one folder.
@@ -64,6 +66,9 @@ endfunction()
 # exception: without inlining, their thousands of small functions keep the linker busy for a minute.
 function(fendrel_optimise_as_test target)
   cmake_parse_arguments(PARSE_ARGV 1 TEST "MOCKS" "" "")
+  if(FENDREL_COVERAGE)
+    set(TEST_MOCKS OFF)  # what is inlined is not counted
+  endif()
   if(NOT MSVC)
     target_compile_options(${target} PRIVATE $<IF:$<BOOL:${TEST_MOCKS}>,-O1,-O0>)
   endif()
