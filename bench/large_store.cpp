@@ -5,7 +5,6 @@
 //
 // The messages are copies of one that is posted. While they are made, nothing is synced: this measures reading.
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -17,23 +16,13 @@
 #include "folders.h"
 #include "messages.h"
 #include "stores.h"
+#include "timing.h"
 
 namespace fendrel::bench {
 namespace {
 
 constexpr int openings = 15;
 constexpr int sizes[] = {1'000, 10'000, 100'000};
-
-double millisecondsOf(const auto& work) {
-  const auto start = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-}
-
-double median(std::vector<double> times) {
-  std::ranges::sort(times);
-  return times[times.size() / 2];
-}
 
 void use(const std::wstring& store) { SetEnvironmentVariableW(L"FENDREL_STORE", store.c_str()); }
 

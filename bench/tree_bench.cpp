@@ -6,7 +6,6 @@
 //   control  inserting as many sorted items into a tree control of the system
 //   dialog   the whole expansion in the open folder dialog
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -16,24 +15,16 @@
 #include "mapi_container_dlg.h"
 #include "mapi_row.h"
 #include "resource_ids.h"
+#include "timing.h"
 
 using namespace fendrel;
+using bench::median;
+using bench::millisecondsOf;
 
 namespace {
 
 // The control takes the square of the children: one round of the most is enough.
 constexpr int roundsOf(int children) { return children < 10'000 ? 5 : 1; }
-
-double millisecondsOf(const auto& work) {
-  const auto start = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-}
-
-double median(std::vector<double> times) {
-  std::ranges::sort(times);
-  return times[times.size() / 2];
-}
 
 struct Failure {
   const char* what;
