@@ -188,6 +188,8 @@ void Connection::setPragmas() {
   enterWal();
   createLogFiles();
   execute(setupSql);
+  std::string path = toUtf8(path_);
+  if (disk_.hasSlowLocks()) sqlite3_file_control(database, "main", keepLocksControl, path.data());
 }
 
 // Several processes that create the file at once can get SQLITE_BUSY here without the busy handler being asked.

@@ -13,6 +13,7 @@
 
 namespace fendrel::store {
 
+// One thread at a time uses a file.
 class DiskFile {
 public:
   virtual ~DiskFile() = default;
@@ -74,6 +75,9 @@ public:
 
   // The SQLite file layer that goes with this disk.
   virtual const char* sqliteLayer() = 0;
+
+  // Whether each lock that SQLite takes costs a message to another process, so that keeping it for a moment pays.
+  virtual bool hasSlowLocks() { return false; }
 };
 
 // The machine's own disk.

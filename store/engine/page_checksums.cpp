@@ -10,12 +10,14 @@
 #include <memory>
 #include <mutex>
 #include <new>
-#include <set>
+#include <optional>
 #include <span>
 #include <string>
 
+#include "checked_log.h"
 #include "checksum.h"
 #include "engine_error.h"
+#include "kept_locks.h"
 
 namespace fendrel::store {
 
@@ -28,17 +30,13 @@ constexpr int reservedByteOffset = 20;  // in the database's header: how many by
 constexpr int headerSize = 100;
 constexpr int smallestPage = 512;       // anything shorter is a look at the header
 
-// The write-ahead log: a header, then frames of a header and a page each.
-constexpr sqlite3_int64 logHeaderSize = 32, frameHeaderSize = 24, frameSize = frameHeaderSize + pageSize;
-
 enum class Mode { Unknown, On, Off };
 
 struct State {
-  bool isLog = false;
-  Mode mode = Mode::Unknown;                // of a database: Unknown while it has no first page
+  std::optional<CheckedLog> log;            // of a write-ahead log; what follows is of a database
+  std::optional<KeptLocks> locks;           // where the connection wants them
+  Mode mode = Mode::Unknown;                // Unknown while it has no first page
   std::vector<sqlite3_int64> unstamped;     // pages that were written before the first one
-  sqlite3_int64 frameHeader = -1;           // of a log: the frame header that was written last
-  std::set<sqlite3_int64> rewritten;        // frames whose header has no checksum of their page until the commit
 };
 
 // What SQLite sees; the file of the layer below lies behind it in memory.
@@ -153,77 +151,6 @@ int writeDatabase(sqlite3_file* file, const void* bytes, int count, sqlite3_int6
   return writeBelow(file, bytes, count, at);
 }
 
-std::uint32_t bigEndian(const std::byte* at) {
-  std::uint32_t value = 0;
-  for (int i = 0; i < 4; ++i) value = value << 8 | std::to_integer<std::uint32_t>(at[i]);
-  return value;
-}
-
-// The log's checksum goes on from frame to frame.
-struct LogSum {
-  std::uint32_t first, second;
-
-  void add(const std::byte* bytes, std::size_t size) {
-    for (std::size_t i = 0; i < size; i += 8) {
-      std::uint32_t pair[2];
-      std::memcpy(pair, bytes + i, sizeof pair);
-      first += pair[0] + second;
-      second += pair[1] + first;
-    }
-  }
-  bool operator==(const LogSum&) const = default;
-};
-
-LogSum logSumAt(const std::byte* at) { return {bigEndian(at), bigEndian(at + 4)}; }
-
-// True unless the page of the frame that begins at `frame` is known to differ from its checksum.
-bool frameMatches(sqlite3_file* file, const std::byte* page, sqlite3_int64 frame) {
-  constexpr sqlite3_int64 sumInHeader = 16;
-  std::array<std::byte, frameHeaderSize> header;
-  std::array<std::byte, 8> before;
-  const sqlite3_int64 beforeAt = frame == logHeaderSize ? logHeaderSize - 8 : frame - frameSize + sumInHeader;
-  if (readBelow(file, header.data(), frameHeaderSize, frame) != SQLITE_OK) return false;
-  if (readBelow(file, before.data(), static_cast<int>(before.size()), beforeAt) != SQLITE_OK) return false;
-  LogSum sum = logSumAt(before.data());
-  sum.add(header.data(), 8);
-  sum.add(page, pageSize);
-  return sum == logSumAt(header.data() + sumInHeader);
-}
-
-// Logs of machines with another byte order have sums of another order.
-bool isOfThisByteOrder(sqlite3_file* file) {
-  std::array<std::byte, 4> magic;
-  return readBelow(file, magic.data(), 4, 0) == SQLITE_OK && bigEndian(magic.data()) != 0x377F0683;
-}
-
-int readLog(sqlite3_file* file, void* into, int count, sqlite3_int64 at) {
-  const int code = readBelow(file, into, count, at);
-  const sqlite3_int64 frame = at - frameHeaderSize;
-  const bool isPage = count == pageSize && frame >= logHeaderSize && (frame - logHeaderSize) % frameSize == 0;
-  if (code != SQLITE_OK || !isPage || checked(file).state->rewritten.contains(frame)) return code;
-  if (frameMatches(file, static_cast<const std::byte*>(into), frame) || !isOfThisByteOrder(file)) return SQLITE_OK;
-  return SQLITE_IOERR_DATA;
-}
-
-// A transaction that is longer than the cache can write a page a second time into its frame. The frame's header, and
-// those of all frames behind it, which have no checksum till then, follow before the commit.
-int writeLog(sqlite3_file* file, const void* bytes, int count, sqlite3_int64 at) {
-  State& state = *checked(file).state;
-  if (count == frameHeaderSize) {
-    const auto* header = static_cast<const std::byte*>(bytes);
-    if (std::all_of(header + 8, header + frameHeaderSize, [](std::byte byte) { return byte == std::byte{0}; })) {
-      state.rewritten.insert(at);
-    } else {
-      state.rewritten.erase(at);
-    }
-    state.frameHeader = at;
-  } else {
-    if (count == pageSize && state.frameHeader != at - frameHeaderSize) state.rewritten.insert(at - frameHeaderSize);
-    state.frameHeader = -1;
-  }
-  return writeBelow(file, bytes, count, at);
-}
-
 // SQLite is C: no exception may reach it.
 template <class Work>
 int guardedFromC(Work&& work) noexcept {
@@ -235,6 +162,7 @@ int guardedFromC(Work&& work) noexcept {
 }
 
 int closeFile(sqlite3_file* file) {
+  checked(file).state->locks.reset();
   const int code = inner(file)->pMethods->xClose(inner(file));
   delete checked(file).state;
   file->pMethods = nullptr;
@@ -243,13 +171,15 @@ int closeFile(sqlite3_file* file) {
 
 int readFile(sqlite3_file* file, void* into, int count, sqlite3_int64 at) {
   return guardedFromC([&] {
-    return checked(file).state->isLog ? readLog(file, into, count, at) : readDatabase(file, into, count, at);
+    auto& log = checked(file).state->log;
+    return log ? log->read(into, count, at) : readDatabase(file, into, count, at);
   });
 }
 
 int writeFile(sqlite3_file* file, const void* bytes, int count, sqlite3_int64 at) {
   return guardedFromC([&] {
-    return checked(file).state->isLog ? writeLog(file, bytes, count, at) : writeDatabase(file, bytes, count, at);
+    auto& log = checked(file).state->log;
+    return log ? log->write(bytes, count, at) : writeDatabase(file, bytes, count, at);
   });
 }
 
@@ -263,6 +193,40 @@ struct Passed<Method> {
   }
 };
 
+// The same for calls that need everything written.
+template <auto Method>
+struct PassedWritten;
+template <class... Arguments, int (*sqlite3_io_methods::*Method)(sqlite3_file*, Arguments...)>
+struct PassedWritten<Method> {
+  static int call(sqlite3_file* file, Arguments... arguments) {
+    auto& log = checked(file).state->log;
+    const int code = log ? log->writeGathered() : SQLITE_OK;
+    return code == SQLITE_OK ? Passed<Method>::call(file, arguments...) : code;
+  }
+};
+
+int shmLock(sqlite3_file* file, int first, int count, int flags) {
+  auto& locks = checked(file).state->locks;
+  return locks ? locks->lock(first, count, flags)
+               : Passed<&sqlite3_io_methods::xShmLock>::call(file, first, count, flags);
+}
+
+int shmUnmap(sqlite3_file* file, int deletes) {
+  if (auto& locks = checked(file).state->locks) locks->giveBack();
+  return Passed<&sqlite3_io_methods::xShmUnmap>::call(file, deletes);
+}
+
+int fileControl(sqlite3_file* file, int operation, void* argument) {
+  if (operation != keepLocksControl) {
+    return Passed<&sqlite3_io_methods::xFileControl>::call(file, operation, argument);
+  }
+  return guardedFromC([&] {
+    auto& state = *checked(file).state;
+    if (!state.locks) state.locks.emplace(inner(file), static_cast<const char*>(argument));
+    return SQLITE_OK;
+  });
+}
+
 void shmBarrier(sqlite3_file* file) { inner(file)->pMethods->xShmBarrier(inner(file)); }
 
 // Version 2: without the calls that map the file into memory, where nothing would be compared.
@@ -271,19 +235,19 @@ const sqlite3_io_methods methods = {
     .xClose = closeFile,
     .xRead = readFile,
     .xWrite = writeFile,
-    .xTruncate = Passed<&sqlite3_io_methods::xTruncate>::call,
-    .xSync = Passed<&sqlite3_io_methods::xSync>::call,
-    .xFileSize = Passed<&sqlite3_io_methods::xFileSize>::call,
+    .xTruncate = PassedWritten<&sqlite3_io_methods::xTruncate>::call,
+    .xSync = PassedWritten<&sqlite3_io_methods::xSync>::call,
+    .xFileSize = PassedWritten<&sqlite3_io_methods::xFileSize>::call,
     .xLock = Passed<&sqlite3_io_methods::xLock>::call,
     .xUnlock = Passed<&sqlite3_io_methods::xUnlock>::call,
     .xCheckReservedLock = Passed<&sqlite3_io_methods::xCheckReservedLock>::call,
-    .xFileControl = Passed<&sqlite3_io_methods::xFileControl>::call,
+    .xFileControl = fileControl,
     .xSectorSize = Passed<&sqlite3_io_methods::xSectorSize>::call,
     .xDeviceCharacteristics = Passed<&sqlite3_io_methods::xDeviceCharacteristics>::call,
     .xShmMap = Passed<&sqlite3_io_methods::xShmMap>::call,
-    .xShmLock = Passed<&sqlite3_io_methods::xShmLock>::call,
+    .xShmLock = shmLock,
     .xShmBarrier = shmBarrier,
-    .xShmUnmap = Passed<&sqlite3_io_methods::xShmUnmap>::call,
+    .xShmUnmap = shmUnmap,
 };
 
 struct Layer {
@@ -301,7 +265,7 @@ int openFile(sqlite3_vfs* vfs, sqlite3_filename path, sqlite3_file* file, int fl
   }
   auto* state = new (std::nothrow) State;
   if (!state) return SQLITE_NOMEM;
-  state->isLog = (flags & SQLITE_OPEN_WAL) != 0;
+  if (flags & SQLITE_OPEN_WAL) state->log.emplace(inner(file));
   inner(file)->pMethods = nullptr;
   const int code = below(vfs)->xOpen(below(vfs), path, inner(file), flags, outFlags);
   if (!inner(file)->pMethods) {

@@ -26,6 +26,10 @@ constexpr int reservedPageBytes = 16;
 // program. Throws std::bad_alloc, EngineError where there is no such layer.
 const char* checkedLayer(const char* below);
 
+// A file control of that layer: from now on the connection keeps its locks for a moment (kept_locks.h). The argument is
+// the database's path, a char*.
+constexpr int keepLocksControl = 0x466E6401;
+
 // Puts tag and checksum into the reserved bytes of a page of databasePageSize; pages are numbered from 1.
 void stampPage(std::span<std::byte> page, std::uint32_t number);
 
