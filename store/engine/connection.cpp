@@ -81,6 +81,7 @@ Connection::Connection(std::wstring path, Disk& disk, bool mayCreate)
 }
 
 Connection::~Connection() {
+  readyFiles_.clear();
   statements_.clear();
   database_.reset();
   if (mark_) {
@@ -97,7 +98,7 @@ Connection::~Connection() {
 // The first lock of a mutex may need memory, which must not be missing in the middle of a save.
 void Connection::firstLocks() {
   try {
-    const std::scoped_lock locks(mutex_, contentFoldersMutex_, errorMutex_);
+    const std::scoped_lock locks(mutex_, readyFiles_.mutex(), contentFoldersMutex_, errorMutex_);
     newGuid();
     now();
     checkedLayer(disk_.sqliteLayer());

@@ -12,6 +12,7 @@
 #include "database.h"
 #include "disk.h"
 #include "engine_error.h"
+#include "ready_files.h"
 #include "sqlite_statement.h"
 
 namespace fendrel::store {
@@ -39,7 +40,7 @@ public:
   Disk& disk() noexcept { return disk_; }
   const std::wstring& path() const noexcept { return path_; }
 
-  // Where content files are ("<path>.files") and where they are while they are written ("<path>.files\tmp").
+  // Where content files are ("<path>.files") and where marks are ("<path>.files\tmp").
   std::wstring contentFolder() const;
   std::wstring spoolFolder() const;
 
@@ -47,10 +48,12 @@ public:
   // that a process died and that files may have been left over.
   void prepareContentFolders();
 
-  // A content file lost its final name. The mark stays until that is on disk.
+  ReadyFiles& readyFiles() noexcept { return readyFiles_; }
+
+  // A content file was deleted. The mark stays until that is on disk.
   void noteContentFileWentAway() noexcept { contentFilesWentAway_ = true; }
 
-  // A file could not be removed or renamed: the mark stays for the next opening.
+  // A file could not be deleted: the mark stays for the next opening.
   void noteLeftover() noexcept { hasLeftovers_ = true; }
 
   // Changes committed by this connection; PRAGMA data_version tells those of others.
@@ -87,6 +90,7 @@ private:
   std::unique_ptr<sqlite3, Close> database_;
   std::unordered_map<const char*, std::unique_ptr<Statement>> statements_;
   std::vector<std::wstring> droppedFiles_;  // content files whose rows the present transaction deletes
+  ReadyFiles readyFiles_{*this};
   std::mutex contentFoldersMutex_;
   std::unique_ptr<DiskFile> mark_;
   std::wstring markPath_;

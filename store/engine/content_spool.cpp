@@ -70,9 +70,9 @@ void ContentSpool::resize(std::uint64_t size) {
   if (size > longest) fail(Status::Invalid, "Content is too long.");
   if (size < size_) {
     const std::uint64_t blocks = (size + contentBlockSize - 1) / contentBlockSize;
-    if (file_) {
+    if (isFile()) {
       const bool currentStays = current_ * contentBlockSize < size;
-      file_->resize(std::min(size, file_->size()));
+      file_.file->resize(std::min(size, file_.file->size()));
       if (!currentStays) {
         block_.clear();
         current_ = blocks;
@@ -89,10 +89,10 @@ void ContentSpool::resize(std::uint64_t size) {
   if (size_ == 0) current_ = 0;
   block_.reserve(static_cast<std::size_t>(std::min<std::uint64_t>(contentBlockSize, size)));
   if (size > contentBlockSize) {
-    if (!file_) createFile();
+    if (!isFile()) file_ = connection_.readyFiles().take();
     checksums_.resize(static_cast<std::size_t>((size + contentBlockSize - 1) / contentBlockSize), checksumOfZeros());
   }
-  if (file_) file_->resize(size);
+  if (isFile()) file_.file->resize(size);
   size_ = size;
   block_.resize(lengthOf(current_));
   dirty_ = true;
@@ -106,43 +106,24 @@ void ContentSpool::makeCurrent(std::uint64_t block) {
   current_ = noBlock;  // should reading fail, nothing is current
   block_.clear();
   block_.resize(length);
-  if (length > 0 && file_->read(block * contentBlockSize, block_) != length) {
+  if (length > 0 && file_.file->read(block * contentBlockSize, block_) != length) {
     block_.clear();
-    fail(Status::Corrupt, "A temporary file of the store lost its end.");
+    fail(Status::Corrupt, "A content file of the store lost its end while it was written.");
   }
   current_ = block;
 }
 
 void ContentSpool::storeCurrent() {
   if (!dirty_) return;
-  if (!file_) createFile();
-  file_->write(current_ * contentBlockSize, block_);
+  if (!isFile()) file_ = connection_.readyFiles().take();
+  file_.file->write(current_ * contentBlockSize, block_);
   if (checksums_.size() <= current_) checksums_.resize(static_cast<std::size_t>(current_ + 1), checksumOfZeros());
   checksums_[static_cast<std::size_t>(current_)] = checksum(block_);
   dirty_ = false;
 }
 
-std::wstring ContentSpool::path(bool isFinal) const {
-  return isFinal ? connection_.contentFolder() + L"\\" + name_ + contentEnding
-                 : connection_.spoolFolder() + L"\\" + name_ + spoolEnding;
-}
-
-void ContentSpool::createFile() {
-  connection_.prepareContentFolders();
-  name_ = hexText(newGuid());
-  file_ = connection_.disk().create(path(false));
-}
-
 void ContentSpool::dropFile() noexcept {
-  if (!file_) return;
-  file_.reset();
-  if (published_) connection_.noteContentFileWentAway();
-  try {
-    connection_.disk().remove(path(published_));
-    published_ = false;
-  } catch (...) {
-    connection_.noteLeftover();
-  }
+  if (isFile()) connection_.readyFiles().remove(std::move(file_));
 }
 
 void ContentSpool::prepare() {
@@ -160,29 +141,12 @@ void ContentSpool::prepare() {
   dirty_ = true;
   storeCurrent();
   checksums_.resize(static_cast<std::size_t>(blockCount()));
-  file_->flush();
-}
-
-std::wstring ContentSpool::publish() {
-  if (!published_) file_->rename(path(true));
-  published_ = true;
-  return name_ + contentEnding;
-}
-
-void ContentSpool::unpublish() noexcept {
-  if (!published_) return;
-  connection_.noteContentFileWentAway();
-  try {
-    file_->rename(path(false));
-    published_ = false;
-  } catch (...) {  // an unreferenced file
-    connection_.noteLeftover();
-  }
+  file_.file->flush();
 }
 
 void ContentSpool::finish() noexcept {
   saved_ = true;
-  file_.reset();
+  file_ = {};
   block_ = {};
   checksums_ = {};
 }

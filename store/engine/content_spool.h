@@ -1,8 +1,8 @@
 // Where the bytes of a ContentWriter are before they are saved. For the engine's own files only.
 //
 // The bytes are divided into blocks of contentBlockSize. One block is in memory (the current one); the others are in
-// a temporary file, which is created when a second block is first touched. A block's checksum is computed when it
-// leaves memory, so that saving reads nothing back. Failures are thrown as EngineError.
+// a content file, which is taken when a second block is first touched. A block's checksum is computed when it leaves
+// memory, so that saving reads nothing back. Failures are thrown as EngineError.
 #pragma once
 
 #include <memory>
@@ -11,10 +11,11 @@
 
 #include "connection.h"
 #include "content_writer.h"
+#include "ready_files.h"
 
 namespace fendrel::store {
 
-// How the names of content files end: saved ones, and those being written.
+// How the names of content files end. Earlier programs wrote into temporary files first.
 constexpr const wchar_t* contentEnding = L".content";
 constexpr const wchar_t* spoolEnding = L".tmp";
 
@@ -33,23 +34,20 @@ public:
 
   // The first half of a save, without the database's lock: everything is in `data()` or flushed to the file.
   void prepare();
-  bool isFile() const noexcept { return file_ != nullptr; }
+  bool isFile() const noexcept { return file_.file != nullptr; }
   std::span<const std::byte> data() const noexcept { return block_; }       // !isFile()
   const std::vector<std::uint64_t>& checksums() const noexcept { return checksums_; }
 
-  // The second half, inside the transaction: the file gets its final name, which is returned (without folder). The
-  // caller flushes the folder before it commits, once for all contents.
-  std::wstring publish();
-  void unpublish() noexcept;  // the transaction failed: back to the temporary name
-  void finish() noexcept;     // the transaction is committed
+  const std::wstring& fileName() const noexcept { return file_.name; }                      // isFile()
+
+  // The second half: the transaction that names the file is committed.
+  void finish() noexcept;
 
 private:
   std::uint64_t blockCount() const noexcept { return (size_ + contentBlockSize - 1) / contentBlockSize; }
   std::size_t lengthOf(std::uint64_t block) const noexcept;
   void makeCurrent(std::uint64_t block);
   void storeCurrent();
-  std::wstring path(bool isFinal) const;
-  void createFile();
   void dropFile() noexcept;
 
   Connection& connection_;
@@ -58,9 +56,7 @@ private:
   std::uint64_t current_ = 0;   // its number
   bool dirty_ = false;          // it differs from the file
   std::vector<std::uint64_t> checksums_;  // one a block; right for all that are not current, once prepared for all
-  std::unique_ptr<DiskFile> file_;
-  std::wstring name_;           // without folder and ending
-  bool published_ = false;
+  ReadyFiles::File file_;
   bool saved_ = false;
 };
 

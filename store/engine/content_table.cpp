@@ -35,7 +35,7 @@ std::int64_t insertContent(Connection& connection, ContentSpool& spool) {
               static_cast<std::int64_t>(spool.size()), std::as_bytes(std::span(spool.checksums())));
   if (spool.isFile()) {
     query->bindNull(3);
-    query->bindOwned(4, toUtf8(spool.publish()));
+    query->bindOwned(4, toUtf8(spool.fileName()));
   } else {
     query->bind(3, spool.data());
     query->bindNull(4);

@@ -44,7 +44,7 @@ public:
 
   virtual ~Disk() = default;
 
-  // A new file that no one else can open, rename or delete while this object lives.
+  // A new file that no one else can write, rename or delete while this object lives.
   virtual std::unique_ptr<DiskFile> create(const std::wstring& path) = 0;
 
   // The same for a file that its owner alone can read.

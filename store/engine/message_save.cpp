@@ -1,5 +1,5 @@
 // saveMessage: the draft is checked and its contents are brought to the disk first, without holding the database;
-// then one short transaction gives content files their final names, inserts the rows and commits.
+// then one short transaction inserts the rows, which name the content files, and commits.
 #include <algorithm>
 
 #include "folder_table.h"
@@ -42,16 +42,6 @@ public:
     for (ContentSpool* spool : spools_) spool->prepare();
   }
 
-  // The names that files got in this transaction, before its commit.
-  void flushNames() {
-    const auto isFile = [](const ContentSpool* spool) { return spool->isFile(); };
-    if (std::ranges::any_of(spools_, isFile)) connection_.disk().flushFolder(connection_.contentFolder());
-  }
-
-  void unpublish() noexcept {
-    for (ContentSpool* spool : spools_) spool->unpublish();
-  }
-
   void finish() noexcept {
     for (ContentSpool* spool : spools_) spool->finish();
   }
@@ -60,24 +50,6 @@ private:
   Connection& connection_;
   std::vector<std::unique_ptr<ContentSpool>> owned_;
   std::vector<ContentSpool*> spools_;
-};
-
-// Takes files back from their final names while the failed transaction still keeps others out.
-class Publication {
-public:
-  explicit Publication(Contents& contents) : contents_(&contents) {}
-  ~Publication() {
-    if (contents_) contents_->unpublish();
-  }
-  Publication(const Publication&) = delete;
-  Publication& operator=(const Publication&) = delete;
-  void committed() noexcept {
-    contents_->finish();
-    contents_ = nullptr;
-  }
-
-private:
-  Contents* contents_;
 };
 
 // What is to be done to one part: the message itself or an attachment.
@@ -192,7 +164,6 @@ Status saveMessage(Database& database, const MessageDraft& draft, MessageInfo& s
 
     const std::lock_guard lock(connection.mutex());
     Transaction transaction(connection, Transaction::Write);
-    Publication publication(contents);
     const std::int64_t row = draft.message ? touchMessage(connection, draft) : insertMessage(connection, draft);
     applyPart(connection, row, ownChange);
     for (std::size_t i = 0; i < draft.attachments.size(); ++i) {
@@ -200,9 +171,8 @@ Status saveMessage(Database& database, const MessageDraft& draft, MessageInfo& s
     }
     refreshSizes(connection, row);
     const MessageInfo info = messageInfo(connection, row);
-    contents.flushNames();
     transaction.commit();
-    publication.committed();
+    contents.finish();
     saved = info;
     return Status::Ok;
   } catch (EngineError& error) {

@@ -9,8 +9,8 @@ constexpr std::uint64_t safeAge = 60ull * 60 * 10'000'000;  // one hour in 100-n
 
 bool isOld(const Disk::Entry& entry) { return entry.modified.ticks + safeAge < now().ticks; }
 
-// Files get their final name, and lose their row, only inside a write transaction. So while this one lasts, a file
-// that no row names is a left-over.
+// Rows come and go only inside a write transaction. So while this one lasts, a file that no row names is a left-over,
+// or it is held by a living process, and then cannot be deleted.
 void removeUnreferenced(Connection& connection) {
   Transaction transaction(connection, Transaction::Write);
   for (const auto& entry : connection.disk().list(connection.contentFolder())) {

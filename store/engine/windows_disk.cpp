@@ -68,7 +68,8 @@ private:
 
 class WindowsFile final : public DiskFile {
 public:
-  WindowsFile(Handle handle, std::wstring path) : handle_(std::move(handle)), path_(std::move(path)) {}
+  explicit WindowsFile(std::wstring path) : path_(std::move(path)) {}
+  void take(HANDLE handle) noexcept { handle_ = Handle(handle); }
 
   void write(std::uint64_t position, std::span<const std::byte> bytes) override {
     while (!bytes.empty()) {
@@ -148,7 +149,8 @@ private:
 class WindowsDisk final : public Disk {
 public:
   std::unique_ptr<DiskFile> create(const std::wstring& path) override {
-    return file("Creating", path, GENERIC_READ | GENERIC_WRITE | DELETE, 0, CREATE_NEW);
+    // Readable: a message's reader may be quicker than its writer's return from the commit.
+    return file("Creating", path, GENERIC_READ | GENERIC_WRITE | DELETE, FILE_SHARE_READ, CREATE_NEW);
   }
 
   std::unique_ptr<DiskFile> createPrivate(const std::wstring& path) override {
@@ -240,9 +242,11 @@ private:
 
   static std::unique_ptr<DiskFile> file(const char* doing, const std::wstring& path, DWORD access, DWORD share,
                                         DWORD disposition, SECURITY_ATTRIBUTES* rights = nullptr) {
+    auto opened = std::make_unique<WindowsFile>(path);  // first: what was created must not be left without its owner
     const HANDLE handle = CreateFileW(path.c_str(), access, share, rights, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE) failWindows(doing, path, GetLastError());
-    return std::make_unique<WindowsFile>(Handle(handle), path);
+    opened->take(handle);
+    return opened;
   }
 };
 

@@ -161,7 +161,7 @@ private:
     }
   }
 
-  // A file gets its name a moment before its row is committed: what has none is asked for again.
+  // A file may be named, and let go of, between the looks at both: what seems left over is looked at again.
   void countLeftovers() {
     std::vector<LeftoverFile> files;
     try {

@@ -11,7 +11,7 @@ std::uint64_t bytesOf(Connection& connection) {
   return fileSize(connection.disk(), connection.path()) + fileSize(connection.disk(), connection.path() + L"-wal");
 }
 
-// Others give files their names only under the write lock, so that what no row names now is left over.
+// Others name files only under the write lock, and hold those that they have not named yet.
 void removeUnnamed(Connection& connection, CompactResult& result) {
   Transaction transaction(connection, Transaction::Write);
   for (const LeftoverFile& file :

@@ -15,7 +15,7 @@ std::vector<LeftoverFile> filesWithEnding(Disk& disk, const std::wstring& folder
   return files;
 }
 
-// A file that someone is writing cannot be opened; it counts without its bytes.
+// A file that cannot be measured counts without its bytes.
 void measure(Disk& disk, std::vector<LeftoverFile>& files) {
   for (LeftoverFile& file : files) {
     try {
@@ -33,7 +33,7 @@ std::vector<LeftoverFile> unnamedContentFiles(sqlite3* handle, Disk& disk, const
   std::erase_if(files, [&](const LeftoverFile& file) {
     const std::string name = toUtf8(file.path.substr(contentFolder.size() + 1));
     Query query(named, std::string_view(name));
-    return query.step();
+    return query.step() || !disk.isAbandoned(file.path);
   });
   measure(disk, files);
   return files;

@@ -15,11 +15,11 @@ struct LeftoverFile {
   std::uint64_t bytes = 0;
 };
 
-// Content files that the database behind `handle` does not name, as it is when asked: outside a transaction, or inside
-// the write transaction that keeps others from giving files their names meanwhile.
+// Content files that the database behind `handle` does not name, as it is when asked, and that no living program holds:
+// outside a transaction, or inside the write transaction that keeps others from naming files meanwhile.
 std::vector<LeftoverFile> unnamedContentFiles(sqlite3* handle, Disk& disk, const std::wstring& contentFolder);
 
-// Temporary files: of programs that are writing, or left by ones that died.
+// Temporary files, left by earlier programs that died.
 std::vector<LeftoverFile> temporaryFiles(Disk& disk, const std::wstring& contentFolder);
 
 }  // namespace fendrel::store

@@ -46,7 +46,7 @@ struct StoreFacts {
   std::uint64_t profiles = 0, stores = 0, folders = 0, messages = 0, attachments = 0;
   std::uint64_t messageBytes = 0;  // as the messages count their values
   std::uint64_t contentFiles = 0, contentFileBytes = 0;
-  std::uint64_t leftoverFiles = 0, leftoverBytes = 0;  // that nothing names, temporary ones in use included
+  std::uint64_t leftoverFiles = 0, leftoverBytes = 0;  // that nothing names and no program holds
 };
 
 StoreFacts readStoreFacts(const std::wstring& path);

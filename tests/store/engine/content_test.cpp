@@ -48,7 +48,7 @@ TEST_P(ContentSizeTest, ComesBackUnchangedFromWhereItBelongs) {
   const Bytes bytes = pattern(GetParam().size);
   const Guid message = saveBytes(bytes);
   EXPECT_EQ(contentFiles().size(), GetParam().files);
-  EXPECT_TRUE(spoolFiles().empty());
+  EXPECT_EQ(heldFiles(), 0u);
   reopen();
   Bytes found;
   ASSERT_EQ(readAll(message, 0, attachDataTag, found), Status::Ok) << database->lastError();
@@ -134,9 +134,9 @@ TEST_F(ContentTest, BehavesLikeAVectorOfBytes) {
 
 TEST_F(ContentTest, WriterLeavesNothingWhenItIsDropped) {
   auto writer = writerWith(pattern(contentBlockSize * 3));
-  EXPECT_EQ(spoolFiles().size(), 1u);
+  EXPECT_EQ(heldFiles(), 1u);
   writer.reset();
-  EXPECT_TRUE(spoolFiles().empty());
+  EXPECT_TRUE(filesIn(contentFolder()).empty());
 }
 
 TEST_F(ContentTest, ShrunkBelowABlockItNeedsNoFile) {
@@ -145,8 +145,7 @@ TEST_F(ContentTest, ShrunkBelowABlockItNeedsNoFile) {
   MessageDraft draft = draftWith(top, u"s");
   draft.contents = {{attachDataTag, writer}};
   const Guid message = save(draft).id;
-  EXPECT_TRUE(contentFiles().empty());
-  EXPECT_TRUE(spoolFiles().empty());
+  EXPECT_TRUE(filesIn(contentFolder()).empty());
   Bytes found;
   ASSERT_EQ(readAll(message, std::nullopt, attachDataTag, found), Status::Ok);
   Bytes expected = pattern(contentBlockSize * 3);

@@ -13,7 +13,7 @@ namespace {
 // The machine's disk, whose n-th call of a kind fails.
 class FaultyDisk final : public Disk {
 public:
-  enum Call { None, Create, Write, Flush, Rename };
+  enum Call { None, Create, Write, Flush, FlushFolder };
 
   void failNext(Call call, Status status, int after = 0) {
     call_ = call;
@@ -40,11 +40,14 @@ public:
   void createPrivateFile(const std::wstring& path) override { windowsDisk().createPrivateFile(path); }
   void createFolder(const std::wstring& path, bool isPrivate) override { windowsDisk().createFolder(path, isPrivate); }
   std::vector<Entry> list(const std::wstring& folder) override { return windowsDisk().list(folder); }
-  void flushFolder(const std::wstring& folder) override { windowsDisk().flushFolder(folder); }
+  void flushFolder(const std::wstring& folder) override {
+    reach(FlushFolder);
+    windowsDisk().flushFolder(folder);
+  }
   const char* sqliteLayer() override { return windowsDisk().sqliteLayer(); }
 
   std::vector<Call> calls;
-  std::function<void()> onRename;
+  std::function<void()> onFlush;
 
 private:
   class File final : public DiskFile {
@@ -60,12 +63,9 @@ private:
     void flush() override {
       disk_.reach(Flush);
       file_->flush();
+      if (disk_.onFlush) disk_.onFlush();
     }
-    void rename(const std::wstring& path) override {
-      disk_.reach(Rename);
-      file_->rename(path);
-      if (disk_.onRename) disk_.onRename();
-    }
+    void rename(const std::wstring& path) override { file_->rename(path); }
 
   private:
     FaultyDisk& disk_;
@@ -120,9 +120,7 @@ TEST_P(EachFaultTest, SaveFailsLeavesNothingAndCanBeRepeated) {
 INSTANTIATE_TEST_SUITE_P(Faults, EachFaultTest,
                          testing::Values(FaultCase{"LastWriteDiskFull", FaultyDisk::Write, Status::NotEnoughDisk, 0},
                                          FaultCase{"FirstFlush", FaultyDisk::Flush, Status::Failed, 0},
-                                         FaultCase{"SecondFlush", FaultyDisk::Flush, Status::NotEnoughDisk, 1},
-                                         FaultCase{"FirstRename", FaultyDisk::Rename, Status::NoAccess, 0},
-                                         FaultCase{"SecondRename", FaultyDisk::Rename, Status::NoAccess, 1}),
+                                         FaultCase{"SecondFlush", FaultyDisk::Flush, Status::NotEnoughDisk, 1}),
                          [](const auto& test) { return test.param.name; });
 
 TEST_F(DiskFaultTest, FullDiskWhileStreamingKeepsWhatWasWritten) {
@@ -144,6 +142,24 @@ TEST_F(DiskFaultTest, RefusedFileFailsTheWriteAndLeavesTheContentUsable) {
   EXPECT_EQ(writer->write(contentBlockSize, byte), Status::NoAccess);
   EXPECT_EQ(writer->size(), contentBlockSize);
   EXPECT_EQ(writer->write(contentBlockSize, byte), Status::Ok);
+}
+
+TEST_F(DiskFaultTest, NamesThatCannotBeFlushedFailTheWriteAndLeaveNoFile) {
+  save(draftWithAttachment(top, pattern(contentBlockSize * 2)));  // after the folders and the mark
+  auto writer = writerWith(pattern(contentBlockSize));
+  disk.failNext(FaultyDisk::FlushFolder, Status::Failed);
+  const Bytes byte(1);
+  EXPECT_EQ(writer->write(contentBlockSize, byte), Status::Failed);
+  EXPECT_EQ(filesIn(contentFolder()).size(), 1u);
+  EXPECT_EQ(writer->write(contentBlockSize, byte), Status::Ok);
+}
+
+TEST_F(DiskFaultTest, FilesThatCannotAllBeMadeAheadAreFewer) {
+  for (int i = 0; i < 2; ++i) save(draftWithAttachment(top, pattern(contentBlockSize * 2)));
+  disk.failNext(FaultyDisk::Create, Status::NotEnoughDisk, 1);  // the second of two
+  save(draftWithAttachment(top, pattern(contentBlockSize * 2)));
+  EXPECT_EQ(contentFiles().size(), 3u);
+  EXPECT_EQ(heldFiles(), 0u);
 }
 
 // SQLite is told that its file may not grow, which it reports as a full disk.
@@ -170,24 +186,25 @@ TEST_F(DiskFaultTest, FullDiskUnderTheDatabaseLeavesNothingAndCanBeRepeated) {
   EXPECT_TRUE(found == pattern(contentBlockSize, 5));
 }
 
-// Flush, then rename, then commit: at the moment of the rename the file is flushed and no one sees the message.
-TEST_F(DiskFaultTest, FileIsFlushedAndNamedBeforeTheMessageAppears) {
+// Name, flush, commit: when the file is flushed its name has been, and no one sees the message.
+TEST_F(DiskFaultTest, FileIsNamedAndFlushedBeforeTheMessageAppears) {
+  disk.calls.clear();
   const MessageDraft draft = draftWithAttachment(top, pattern(contentBlockSize * 2));
+  EXPECT_NE(std::ranges::find(disk.calls, FaultyDisk::FlushFolder), disk.calls.end());
   disk.calls.clear();
   const auto other = openAnother();
   bool looked = false;
-  disk.onRename = [&] {
+  disk.onFlush = [&] {
     looked = true;
     FolderInfo info;
     ASSERT_EQ(findFolder(*other, top, info), Status::Ok);
     EXPECT_EQ(info.messageCount, 0u);
-    EXPECT_EQ(contentFiles().size(), 1u);
+    EXPECT_EQ(heldFiles(), 1u);
   };
   save(draft);
   EXPECT_TRUE(looked);
-  ASSERT_GE(disk.calls.size(), 2u);
-  EXPECT_EQ(disk.calls[disk.calls.size() - 2], FaultyDisk::Flush);
-  EXPECT_EQ(disk.calls.back(), FaultyDisk::Rename);
+  EXPECT_EQ(disk.calls, (std::vector{FaultyDisk::Write, FaultyDisk::Flush}));
+  EXPECT_EQ(contentFiles().size(), 1u);
 }
 
 TEST_F(DiskFaultTest, EveryByteOfALargeContentIsWrittenOnce) {

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "disk.h"
 #include "folders.h"
 #include "messages.h"
 #include "profiles.h"
@@ -69,7 +70,13 @@ protected:
     }
     return names;
   }
-  std::vector<std::wstring> contentFiles() const { return filesIn(contentFolder()); }
+  // Content files that nobody holds for writing: saved ones, and what is left over.
+  std::vector<std::wstring> contentFiles() const {
+    auto names = filesIn(contentFolder());
+    std::erase_if(names, [&](const auto& name) { return !windowsDisk().isAbandoned(contentFolder() + L"\\" + name); });
+    return names;
+  }
+  std::size_t heldFiles() const { return filesIn(contentFolder()).size() - contentFiles().size(); }
 
   std::vector<std::wstring> spoolFiles() const {
     auto names = filesIn(contentFolder() + L"\\tmp");

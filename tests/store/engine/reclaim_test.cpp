@@ -35,13 +35,22 @@ TEST_F(ReclaimTest, YoungTemporaryFileStays) {
   EXPECT_EQ(spoolFiles().size(), 1u);
 }
 
-TEST_F(ReclaimTest, OldTemporaryFileInUseStays) {
+TEST_F(ReclaimTest, FilesInUseStay) {
   const auto other = openAnother();
+  for (int i = 0; i < 4; ++i) {
+    MessageDraft draft = draftWith(top, u"several, so that files wait to be used");
+    draft.contents = {{attachDataTag, writerWith(*other, pattern(contentBlockSize * 2))}};
+    MessageInfo saved;
+    ASSERT_EQ(saveMessage(*other, draft, saved), Status::Ok) << other->lastError();
+  }
   auto writer = writerWith(*other, pattern(contentBlockSize * 2));
-  ASSERT_EQ(spoolFiles().size(), 1u);
-  // Its age cannot be changed while it is open; the deletion that an opening would try is tried here.
-  EXPECT_FALSE(windowsDisk().remove(spool(spoolFiles()[0])));
+  const std::size_t held = heldFiles();
+  ASSERT_GT(held, 1u);
+  database.reset();
+  putMark();
   reopen();
+  EXPECT_EQ(heldFiles(), held);
+  EXPECT_EQ(contentFiles().size(), 4u);
   MessageDraft draft;
   draft.folder = top;
   draft.contents = {{attachDataTag, writer}};
@@ -84,6 +93,13 @@ TEST_F(ReclaimTest, OrdinaryEndLeavesNoMark) {
   EXPECT_EQ(filesIn(contentFolder() + L"\\tmp").size(), 1u) << "the mark of the living";
   database.reset();
   EXPECT_TRUE(filesIn(contentFolder() + L"\\tmp").empty());
+}
+
+TEST_F(ReclaimTest, OrdinaryEndLeavesNoFilesThatWait) {
+  for (int i = 0; i < 5; ++i) save(draftWithAttachment(top, pattern(contentBlockSize * 2)));
+  EXPECT_GT(heldFiles(), 0u);
+  database.reset();
+  EXPECT_EQ(filesIn(contentFolder()).size(), 5u);
 }
 
 TEST_F(ReclaimTest, MarkOfTheLivingStays) {

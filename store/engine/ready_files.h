@@ -1,0 +1,53 @@
+// Content files that wait to be written. For the engine's own files only.
+//
+// A content file has its final name from the beginning, and the name is on the disk for sure before the file is taken:
+// who saves a message flushes the file and commits the row that names it, nothing more. Until then the file is held open
+// so that nobody can take it for a left-over; what is not needed is deleted at the end, or after a crash by a
+// later opening. Files are made several at a time in programs that use many, since one flush of the folder serves
+// them all: 1, 1, 2, 4, then 8.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "disk.h"
+
+namespace fendrel::store {
+
+class Connection;
+
+class ReadyFiles {
+public:
+  struct File {
+    std::unique_ptr<DiskFile> file;  // empty
+    std::wstring name;               // within the content folder
+    std::wstring path;               // the whole
+  };
+
+  explicit ReadyFiles(Connection& connection) : connection_(connection) {}
+  ReadyFiles(const ReadyFiles&) = delete;
+  ReadyFiles& operator=(const ReadyFiles&) = delete;
+
+  // Any thread. Throws EngineError.
+  File take();
+
+  // Deletes those that nobody took.
+  void clear() noexcept;
+
+  // Deletes one that was taken and belongs to no message. A file that cannot be deleted stays for a later opening.
+  void remove(File file) noexcept;
+
+  std::mutex& mutex() noexcept { return mutex_; }
+
+private:
+  void make(std::size_t count);
+
+  Connection& connection_;
+  std::mutex mutex_;
+  std::vector<File> files_;
+  std::size_t taken_ = 0;
+};
+
+}  // namespace fendrel::store
