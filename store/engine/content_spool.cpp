@@ -72,7 +72,8 @@ void ContentSpool::resize(std::uint64_t size) {
     const std::uint64_t blocks = (size + contentBlockSize - 1) / contentBlockSize;
     if (isFile()) {
       const bool currentStays = current_ * contentBlockSize < size;
-      file_.file->resize(std::min(size, file_.file->size()));
+      DiskFile& file = wholeFile();
+      file.resize(std::min(size, file.size()));
       if (!currentStays) {
         block_.clear();
         current_ = blocks;
@@ -89,10 +90,10 @@ void ContentSpool::resize(std::uint64_t size) {
   if (size_ == 0) current_ = 0;
   block_.reserve(static_cast<std::size_t>(std::min<std::uint64_t>(contentBlockSize, size)));
   if (size > contentBlockSize) {
-    if (!isFile()) file_ = connection_.readyFiles().take();
+    openFile();
     checksums_.resize(static_cast<std::size_t>((size + contentBlockSize - 1) / contentBlockSize), checksumOfZeros());
   }
-  if (isFile()) file_.file->resize(size);
+  if (isFile()) wholeFile().resize(size);
   size_ = size;
   block_.resize(lengthOf(current_));
   dirty_ = true;
@@ -106,23 +107,41 @@ void ContentSpool::makeCurrent(std::uint64_t block) {
   current_ = noBlock;  // should reading fail, nothing is current
   block_.clear();
   block_.resize(length);
-  if (length > 0 && file_.file->read(block * contentBlockSize, block_) != length) {
+  if (length > 0 && wholeFile().read(block * contentBlockSize, block_) != length) {
     block_.clear();
     fail(Status::Corrupt, "A content file of the store lost its end while it was written.");
   }
   current_ = block;
 }
 
+// The file may have taken the bytes of `block_` when it returns: another block becomes current next.
 void ContentSpool::storeCurrent() {
   if (!dirty_) return;
-  if (!isFile()) file_ = connection_.readyFiles().take();
-  file_.file->write(current_ * contentBlockSize, block_);
-  if (checksums_.size() <= current_) checksums_.resize(static_cast<std::size_t>(current_ + 1), checksumOfZeros());
-  checksums_[static_cast<std::size_t>(current_)] = checksum(block_);
+  openFile();
+  noteChecksum();
+  writer_->write(current_ * contentBlockSize, block_);
   dirty_ = false;
 }
 
+void ContentSpool::noteChecksum() {
+  if (checksums_.size() <= current_) checksums_.resize(static_cast<std::size_t>(current_ + 1), checksumOfZeros());
+  checksums_[static_cast<std::size_t>(current_)] = checksum(block_);
+}
+
+void ContentSpool::openFile() {
+  if (isFile()) return;
+  file_ = connection_.readyFiles().take();
+  writer_.emplace(*file_.file, connection_.disk().worksInBackground());
+}
+
+// For all that is not writing one block after the other.
+DiskFile& ContentSpool::wholeFile() {
+  writer_->finish();
+  return *file_.file;
+}
+
 void ContentSpool::dropFile() noexcept {
+  writer_.reset();
   if (isFile()) connection_.readyFiles().remove(std::move(file_));
 }
 
@@ -136,16 +155,17 @@ void ContentSpool::prepare() {
     checksums_.assign(size_ == 0 ? 0 : 1, checksum(block_));
     return;
   }
-  // The last block's checksum may be of another length.
   makeCurrent(blockCount() - 1);
-  dirty_ = true;
-  storeCurrent();
+  noteChecksum();  // it may be of another length
   checksums_.resize(static_cast<std::size_t>(blockCount()));
+  wholeFile().write(current_ * contentBlockSize, block_);
+  dirty_ = false;
   file_.file->flush();
 }
 
 void ContentSpool::finish() noexcept {
   saved_ = true;
+  writer_.reset();
   file_ = {};
   block_ = {};
   checksums_ = {};

@@ -2,13 +2,16 @@
 //
 // The bytes are divided into blocks of contentBlockSize. One block is in memory (the current one); the others are in
 // a content file, which is taken when a second block is first touched. A block's checksum is computed when it leaves
-// memory, so that saving reads nothing back. Failures are thrown as EngineError.
+// memory, so that saving reads nothing back. Blocks that follow one another are written in the background; a failure
+// there comes with a later call. Failures are thrown as EngineError.
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "block_writer.h"
 #include "connection.h"
 #include "content_writer.h"
 #include "ready_files.h"
@@ -48,6 +51,9 @@ private:
   std::size_t lengthOf(std::uint64_t block) const noexcept;
   void makeCurrent(std::uint64_t block);
   void storeCurrent();
+  void noteChecksum();
+  void openFile();
+  DiskFile& wholeFile();
   void dropFile() noexcept;
 
   Connection& connection_;
@@ -57,6 +63,7 @@ private:
   bool dirty_ = false;          // it differs from the file
   std::vector<std::uint64_t> checksums_;  // one a block; right for all that are not current, once prepared for all
   ReadyFiles::File file_;
+  std::optional<BlockWriter> writer_;  // of the file
   bool saved_ = false;
 };
 

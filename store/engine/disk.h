@@ -78,6 +78,9 @@ public:
 
   // Whether each lock that SQLite takes costs a message to another process, so that keeping it for a moment pays.
   virtual bool hasSlowLocks() { return false; }
+
+  // Whether several threads may use it at once, so that work can be done ahead in the background.
+  virtual bool worksInBackground() { return false; }
 };
 
 // The machine's own disk.

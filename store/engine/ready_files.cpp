@@ -1,6 +1,8 @@
 #include "ready_files.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 #include "connection.h"
 #include "content_spool.h"
@@ -8,44 +10,82 @@
 namespace fendrel::store {
 
 namespace {
-constexpr std::size_t mostAtOnce = 8;
+constexpr std::size_t mostAtOnce = 8, few = 4;
 }
 
 ReadyFiles::File ReadyFiles::take() {
   const std::lock_guard lock(mutex_);
-  if (files_.empty()) make(std::clamp<std::size_t>(taken_, 1, mostAtOnce));
+  if (files_.empty()) files_ = make(std::clamp<std::size_t>(taken_, 1, mostAtOnce));
   File file = std::move(files_.back());
   files_.pop_back();
   ++taken_;
+  if (taken_ >= mostAtOnce && files_.size() <= few) makeInBackground();
   return file;
 }
 
-void ReadyFiles::make(std::size_t count) {
+std::vector<ReadyFiles::File> ReadyFiles::make(std::size_t count) {
   connection_.prepareContentFolders();
-  files_.reserve(count);
   Disk& disk = connection_.disk();
+  std::vector<File> files;
+  files.reserve(count);
   try {
-    while (files_.size() < count) {
+    while (files.size() < count) {
       std::wstring name = hexText(newGuid()) + contentEnding;
       std::wstring path = connection_.contentFolder() + L"\\" + name;
       auto file = disk.create(path);
-      files_.push_back({std::move(file), std::move(name), std::move(path)});
+      files.push_back({std::move(file), std::move(name), std::move(path)});
     }
   } catch (const EngineError&) {
-    if (files_.empty()) throw;  // what could be made will do
+    if (files.empty()) throw;  // what could be made will do
+  } catch (...) {
+    remove(files);
+    throw;
   }
   try {
     disk.flushFolder(connection_.contentFolder());
   } catch (...) {
-    clear();
+    remove(files);
     throw;
   }
+  return files;
+}
+
+void ReadyFiles::makeInBackground() {
+  if (isMaking_ || !connection_.disk().worksInBackground()) return;
+  if (!work_) work_ = CreateThreadpoolWork(background, this, nullptr);
+  if (!work_) return;  // then the next ones are made when there are none
+  isMaking_ = true;
+  SubmitThreadpoolWork(work_);
+}
+
+void CALLBACK ReadyFiles::background(PTP_CALLBACK_INSTANCE, void* self, PTP_WORK) {
+  auto& ready = *static_cast<ReadyFiles*>(self);
+  std::vector<File> made;
+  try {
+    made = ready.make(mostAtOnce);
+    const std::lock_guard lock(ready.mutex_);
+    ready.files_.reserve(ready.files_.size() + made.size());
+    std::ranges::move(made, std::back_inserter(ready.files_));
+    made.clear();
+  } catch (...) {  // who needs a file then makes one, and is told why that fails
+    ready.remove(made);
+  }
+  const std::lock_guard lock(ready.mutex_);
+  ready.isMaking_ = false;
 }
 
 void ReadyFiles::clear() noexcept {
-  while (!files_.empty()) {
-    remove(std::move(files_.back()));
-    files_.pop_back();
+  if (work_) {
+    WaitForThreadpoolWorkCallbacks(work_, FALSE);
+    CloseThreadpoolWork(std::exchange(work_, nullptr));
+  }
+  remove(files_);
+}
+
+void ReadyFiles::remove(std::vector<File>& files) noexcept {
+  while (!files.empty()) {
+    remove(std::move(files.back()));
+    files.pop_back();
   }
 }
 

@@ -4,8 +4,10 @@
 // who saves a message flushes the file and commits the row that names it, nothing more. Until then the file is held open
 // so that nobody can take it for a left-over; what is not needed is deleted at the end, or after a crash by a
 // later opening. Files are made several at a time in programs that use many, since one flush of the folder serves
-// them all: 1, 1, 2, 4, then 8.
+// them all: 1, 1, 2, 4, then 8, and these in the background while there still are some.
 #pragma once
+
+#include <windows.h>
 
 #include <memory>
 #include <mutex>
@@ -33,7 +35,7 @@ public:
   // Any thread. Throws EngineError.
   File take();
 
-  // Deletes those that nobody took.
+  // Deletes those that nobody took. The last call.
   void clear() noexcept;
 
   // Deletes one that was taken and belongs to no message. A file that cannot be deleted stays for a later opening.
@@ -42,12 +44,17 @@ public:
   std::mutex& mutex() noexcept { return mutex_; }
 
 private:
-  void make(std::size_t count);
+  std::vector<File> make(std::size_t count);
+  void remove(std::vector<File>& files) noexcept;
+  void makeInBackground();
+  static void CALLBACK background(PTP_CALLBACK_INSTANCE, void* self, PTP_WORK);
 
   Connection& connection_;
   std::mutex mutex_;
   std::vector<File> files_;
   std::size_t taken_ = 0;
+  PTP_WORK work_ = nullptr;
+  bool isMaking_ = false;  // in the background
 };
 
 }  // namespace fendrel::store

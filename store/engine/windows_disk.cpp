@@ -233,6 +233,7 @@ public:
 
   // On a file server, and under Wine.
   bool hasSlowLocks() override { return true; }
+  bool worksInBackground() override { return true; }
 
 private:
   static OwnerOnly& ownerOnly() {
