@@ -29,7 +29,16 @@ fendrel_header_library(fendrel::cli11 CLI11::CLI11 CLI11 CLI)
 fendrel_header_library(fendrel::json nlohmann_json::nlohmann_json nlohmann_json nlohmann)
 fendrel_header_library(fendrel::fmt fmt::fmt-header-only fmt fmt)
 if(TARGET fendrel_fmt)
-  target_compile_definitions(fendrel_fmt INTERFACE FMT_HEADER_ONLY)
+  # Compiled once rather than into every file that includes it, where the version is the one that fmt.cpp suits.
+  file(STRINGS "${PROJECT_BINARY_DIR}/third_party/include/fmt/core.h" fmt_version REGEX "#define FMT_VERSION 9[0-9]+$")
+  if(fmt_version)
+    add_library(fendrel_compiled_fmt STATIC "${PROJECT_SOURCE_DIR}/cmake/fmt/fmt.cpp")
+    target_compile_features(fendrel_compiled_fmt PUBLIC cxx_std_20)
+    target_link_libraries(fendrel_compiled_fmt PRIVATE fendrel_fmt)
+    target_link_libraries(fendrel_fmt INTERFACE $<LINK_ONLY:fendrel_compiled_fmt>)
+  else()
+    target_compile_definitions(fendrel_fmt INTERFACE FMT_HEADER_ONLY)
+  endif()
 endif()
 
 # SQLite. Releases before 3.51.3 can corrupt a write-ahead log that several processes reset at once.

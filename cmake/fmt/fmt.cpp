@@ -1,0 +1,18 @@
+// What fmt 9 compiles once when it is not used header-only: its functions, and the templates that its headers declare
+// but do not define. Debian's package holds the compiled library for the build machine alone.
+#include <fmt/format-inl.h>
+
+FMT_BEGIN_NAMESPACE
+namespace detail {
+
+template FMT_API auto dragonbox::to_decimal(float value) noexcept -> dragonbox::decimal_fp<float>;
+template FMT_API auto dragonbox::to_decimal(double value) noexcept -> dragonbox::decimal_fp<double>;
+template FMT_API locale_ref::locale_ref(const std::locale& locale);
+template FMT_API auto locale_ref::get<std::locale>() const -> std::locale;
+template FMT_API auto thousands_sep_impl(locale_ref) -> thousands_sep_result<char>;
+template FMT_API auto decimal_point_impl(locale_ref) -> char;
+template FMT_API void buffer<char>::append(const char*, const char*);
+template FMT_API void vformat_to(buffer<char>&, string_view, basic_format_args<buffer_context<char>>, locale_ref);
+
+}  // namespace detail
+FMT_END_NAMESPACE
