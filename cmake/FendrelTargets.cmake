@@ -20,14 +20,17 @@ if(FENDREL_COVERAGE)
   set(coverage_options --coverage -fprofile-update=atomic)
 endif()
 
-# fendrel_add_layer(NAME SOURCES ... USES ...): the static library of one folder.
-# Its include directory is that folder alone and reaches others only through USES,
-# so an include against the direction of the layers does not build.
+# fendrel_add_layer(NAME SOURCES ... USES ... [HEADERS standard_headers|windows_headers]): the static library of one
+# folder. Its include directory is that folder alone and reaches others only through USES,
+# so an include against the direction of the layers does not build. HEADERS names precompiled system headers.
 function(fendrel_add_layer name)
-  cmake_parse_arguments(PARSE_ARGV 1 LAYER "" "" "SOURCES;USES")
+  cmake_parse_arguments(PARSE_ARGV 1 LAYER "" "HEADERS" "SOURCES;USES")
   add_library(${name} STATIC ${LAYER_SOURCES})
   target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
   target_link_libraries(${name} PUBLIC fendrel_settings ${LAYER_USES})
+  if(LAYER_HEADERS AND NOT FENDREL_COVERAGE)  # which compiles src/ with other options
+    target_precompile_headers(${name} REUSE_FROM ${LAYER_HEADERS})
+  endif()
 endfunction()
 
 # fendrel_add_module(NAME FILE SOURCES ... USES ... [DIRECTORY dir]): a DLL with the exact file name
@@ -74,6 +77,17 @@ function(fendrel_optimise_as_test target)
   endif()
 endfunction()
 
+# fendrel_compile_as_test(TARGET [MOCKS]): so, and with the precompiled headers of tests, with or without the mocks.
+# TARGET links GTest::gmock. A file that decides by macros what a system header defines compiles without them.
+function(fendrel_compile_as_test target)
+  fendrel_optimise_as_test(${target} ${ARGN})
+  if("MOCKS" IN_LIST ARGN)
+    target_precompile_headers(${target} REUSE_FROM test_headers_for_mocks)
+  else()
+    target_precompile_headers(${target} REUSE_FROM test_headers)
+  endif()
+endfunction()
+
 # fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [WINDOWS] [GUARDED] [LABELS ...]
 #                  [ENVIRONMENT ...] [NEEDS ...]):
 # a GoogleTest program whose tests appear in ctest as NAME.Suite.Case. NEEDS names modules and
@@ -107,11 +121,9 @@ function(fendrel_add_test name)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
   target_link_libraries(${name} PRIVATE fendrel_settings fendrel_test_support ${TEST_USES})
   if("fendrel_mapi_mocks" IN_LIST TEST_USES)
-    fendrel_optimise_as_test(${name} MOCKS)
-    target_precompile_headers(${name} REUSE_FROM test_headers_for_mocks)
+    fendrel_compile_as_test(${name} MOCKS)
   else()
-    fendrel_optimise_as_test(${name})
-    target_precompile_headers(${name} REUSE_FROM test_headers)
+    fendrel_compile_as_test(${name})
   endif()
   if(TEST_NEEDS)
     add_dependencies(${name} ${TEST_NEEDS})

@@ -49,7 +49,7 @@ class RecordFile {
   bool ended = false;
 };
 
-constexpr std::size_t shownBytes = 64;  // of a value, at most
+constexpr std::size_t shownItemBytes = 64;  // of a value, at most
 
 // The start of a value that is wide text with its terminator; empty when it does not look like that.
 std::wstring wideText(std::span<const std::byte> value) {
@@ -58,7 +58,7 @@ std::wstring wideText(std::span<const std::byte> value) {
   };
   if (value.size() % 2 != 0 || value.size() < 2 || unitAt(value.size() - 2) != 0) return {};
   std::wstring text;
-  for (std::size_t at = 0; at < std::min(value.size() - 2, shownBytes); at += 2) text += unitAt(at);
+  for (std::size_t at = 0; at < std::min(value.size() - 2, shownItemBytes); at += 2) text += unitAt(at);
   const auto isText = [](wchar_t unit) { return unit >= L' ' || unit == L'\t' || unit == L'\r' || unit == L'\n'; };
   return std::ranges::all_of(text, isText) ? text : std::wstring();
 }
@@ -72,7 +72,7 @@ std::string plainText(std::span<const std::byte> value) {
 // Plain text in bytes first: two such bytes would pass for one wide letter.
 std::string preview(std::span<const std::byte> value) {
   constexpr std::size_t shownWidth = 48;
-  if (const std::string text = plainText(value.first(std::min(value.size(), shownBytes))); !text.empty())
+  if (const std::string text = plainText(value.first(std::min(value.size(), shownItemBytes))); !text.empty())
     return '"' + clipped(text, shownWidth) + '"';
   if (const std::wstring text = wideText(value); !text.empty())
     return '"' + clipped(printable(text), shownWidth) + '"';

@@ -1,5 +1,8 @@
 // GoogleMock classes for the MAPI interfaces that the plug-in calls. Each counts its references: one that is still held
 // when the mock ends, or a Release too many, fails the test. Methods that the plug-in never calls fail it too.
+//
+// Most of a mock is compiled in mapi_mocks.cpp alone: constructors and destructors stand there, and so do the templates
+// that this header declares as instantiated elsewhere.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -8,6 +11,8 @@
 #include <mapix.h>
 
 #include <tuple>
+
+#include "mock_templates.h"
 
 // The type of a method's nth parameter: the toolchains' headers differ in the width of some.
 template <int n, class Interface, class... Arguments>
@@ -57,6 +62,9 @@ class MockObject : public Interface {
 
 class MockTable : public MockObject<IMAPITable> {
  public:
+  MockTable();
+  ~MockTable() override;
+
   FENDREL_MOCK_METHOD(GetLastError, (HRESULT, ULONG, LPMAPIERROR*));
   FENDREL_MOCK_METHOD(SetColumns, (LPSPropTagArray, ULONG));
   FENDREL_MOCK_METHOD(QueryColumns, (ULONG, LPSPropTagArray*));
@@ -87,6 +95,9 @@ class MockTable : public MockObject<IMAPITable> {
 template <class Interface>
 class MockPropertyObject : public MockObject<Interface> {
  public:
+  MockPropertyObject() = default;
+  ~MockPropertyObject() override = default;
+
   using MockObject<Interface>::unexpectedCall;
   FENDREL_MOCK_METHOD(SaveChanges, (ULONG));
   FENDREL_MOCK_METHOD(GetProps, (LPSPropTagArray, ULONG, ULONG*, LPSPropValue*));
@@ -112,6 +123,9 @@ using MockAttachment = MockPropertyObject<IAttach>;
 
 class MockMessage : public MockPropertyObject<IMessage> {
  public:
+  MockMessage();
+  ~MockMessage() override;
+
   FENDREL_MOCK_METHOD(CreateAttach, (LPCIID, ULONG, ULONG*, LPATTACH*));
   FENDREL_MOCK_METHOD(SetReadFlag, (ULONG));
 
@@ -125,6 +139,9 @@ class MockMessage : public MockPropertyObject<IMessage> {
 
 class MockFolder : public MockPropertyObject<IMAPIFolder> {
  public:
+  MockFolder();
+  ~MockFolder() override;
+
   FENDREL_MOCK_METHOD(GetContentsTable, (ULONG, LPMAPITABLE*));
   FENDREL_MOCK_METHOD(GetHierarchyTable, (ULONG, LPMAPITABLE*));
   FENDREL_MOCK_METHOD(CreateMessage, (LPCIID, ULONG, LPMESSAGE*));
@@ -147,6 +164,9 @@ class MockFolder : public MockPropertyObject<IMAPIFolder> {
 
 class MockStore : public MockPropertyObject<IMsgStore> {
  public:
+  MockStore();
+  ~MockStore() override;
+
   FENDREL_MOCK_METHOD(OpenEntry, (ULONG, LPENTRYID, LPCIID, ULONG, ULONG*, LPUNKNOWN*));
 
   FENDREL_UNUSED_METHOD(Advise, ULONG, LPENTRYID, ULONG, LPMAPIADVISESINK, decltype(parameterOf<4>(&IMsgStore::Advise)))
@@ -165,6 +185,9 @@ class MockStore : public MockPropertyObject<IMsgStore> {
 
 class MockSession : public MockObject<IMAPISession> {
  public:
+  MockSession();
+  ~MockSession() override;
+
   FENDREL_MOCK_METHOD(GetMsgStoresTable, (ULONG, LPMAPITABLE*));
   FENDREL_MOCK_METHOD(OpenMsgStore, (ULONG_PTR, ULONG, LPENTRYID, LPCIID, ULONG, LPMDB*));
   FENDREL_MOCK_METHOD(GetStatusTable, (ULONG, LPMAPITABLE*));
@@ -191,6 +214,9 @@ class MockSession : public MockObject<IMAPISession> {
 
 class MockStream : public MockObject<IStream> {
  public:
+  MockStream();
+  ~MockStream() override;
+
   FENDREL_MOCK_METHOD(Write, (const void*, ULONG, ULONG*));
 
   FENDREL_UNUSED_METHOD(Read, void*, ULONG, ULONG*)
@@ -204,3 +230,15 @@ class MockStream : public MockObject<IStream> {
   FENDREL_UNUSED_METHOD(Stat, STATSTG*, DWORD)
   FENDREL_UNUSED_METHOD(Clone, IStream**)
 };
+
+extern template class MockPropertyObject<IMAPIProp>;
+extern template class MockPropertyObject<IAttach>;
+extern template class MockPropertyObject<IMessage>;
+extern template class MockPropertyObject<IMAPIFolder>;
+extern template class MockPropertyObject<IMsgStore>;
+
+#define FENDREL_DECLARE_MOCK(mock)                     \
+  extern template class testing::NiceMock<mock>;       \
+  extern template class testing::StrictMock<mock>;
+FENDREL_MAPI_MOCKS(FENDREL_DECLARE_MOCK)
+#undef FENDREL_DECLARE_MOCK

@@ -1,0 +1,1 @@
+// Nothing: CMake compiles precompiled headers with a source.
