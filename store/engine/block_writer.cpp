@@ -1,6 +1,7 @@
 #include "block_writer.h"
 
 #include <algorithm>
+#include <mutex>
 #include <utility>
 
 #include "engine_error.h"
@@ -12,18 +13,6 @@ namespace {
 constexpr std::uint64_t leastFlush = 4 * 1024 * 1024, mostFlush = 16 * 1024 * 1024;
 }
 
-class BlockWriter::Guard {
-public:
-  explicit Guard(SRWLOCK& lock) : lock_(lock) { AcquireSRWLockExclusive(&lock_); }
-  ~Guard() { ReleaseSRWLockExclusive(&lock_); }
-  Guard(const Guard&) = delete;
-  Guard& operator=(const Guard&) = delete;
-  void wait(CONDITION_VARIABLE& change) { SleepConditionVariableSRW(&change, &lock_, INFINITE, 0); }
-
-private:
-  SRWLOCK& lock_;
-};
-
 BlockWriter::BlockWriter(DiskFile& file, bool inBackground) : file_(file) {
   if (!inBackground) return;
   work_ = CreateThreadpoolWork(run, this, nullptr);
@@ -33,7 +22,7 @@ BlockWriter::BlockWriter(DiskFile& file, bool inBackground) : file_(file) {
 BlockWriter::~BlockWriter() {
   if (!work_) return;
   {
-    const Guard guard(mutex_);
+    const std::lock_guard guard(mutex_);
     hasFailed_ = true;  // the present piece is the last one
   }
   WaitForThreadpoolWorkCallbacks(work_, FALSE);
@@ -50,12 +39,12 @@ void BlockWriter::write(std::uint64_t position, Bytes& block) {
   }
   bool failed = false;
   {
-    Guard guard(mutex_);
-    while (count_ == pieces_.size() && !hasFailed_) guard.wait(changed_);
+    const std::lock_guard guard(mutex_);
+    while (count_ == pieces_.size() && !hasFailed_) mutex_.wait(changed_);
     failed = hasFailed_;
   }
   if (failed) finish();
-  const Guard guard(mutex_);
+  const std::lock_guard guard(mutex_);
   Piece& piece = pieces_[(first_ + count_) % pieces_.size()];
   piece.position = position;
   std::swap(piece.bytes, block);
@@ -68,9 +57,9 @@ void BlockWriter::write(std::uint64_t position, Bytes& block) {
 
 void BlockWriter::finish() {
   {
-    Guard guard(mutex_);
+    const std::lock_guard guard(mutex_);
     // Also for the flush: of two at once, only one would be told of a failure.
-    while (isRunning_ || isFlushing_) guard.wait(changed_);
+    while (isRunning_ || isFlushing_) mutex_.wait(changed_);
     if (flushFailure_) throw *flushFailure_;
   }
   // Nobody else is at work now. What is left could not be written before.
@@ -85,7 +74,7 @@ void BlockWriter::runToEnd() {
   for (;;) {
     const Piece* piece = nullptr;
     {
-      const Guard guard(mutex_);
+      const std::lock_guard guard(mutex_);
       isRunning_ = count_ > 0 && !hasFailed_;
       if (!isRunning_) {
         WakeAllConditionVariable(&changed_);
@@ -99,7 +88,7 @@ void BlockWriter::runToEnd() {
     } catch (...) {  // the next call tries again, and tells
       failed = true;
     }
-    const Guard guard(mutex_);
+    const std::lock_guard guard(mutex_);
     if (failed) {
       hasFailed_ = true;
     } else {
@@ -129,7 +118,7 @@ void CALLBACK BlockWriter::flush(PTP_CALLBACK_INSTANCE, void* self, PTP_WORK) {
   } catch (...) {
     failure.emplace(Status::Failed, "A content file could not be flushed.");
   }
-  const Guard guard(writer.mutex_);
+  const std::lock_guard guard(writer.mutex_);
   writer.isFlushing_ = false;
   if (failure) writer.flushFailure_ = std::move(failure);
   WakeAllConditionVariable(&writer.changed_);

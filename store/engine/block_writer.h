@@ -14,6 +14,7 @@
 
 #include "disk.h"
 #include "engine_error.h"
+#include "light_mutex.h"
 
 namespace fendrel::store {
 
@@ -38,7 +39,6 @@ private:
     std::uint64_t position = 0;
     Bytes bytes;
   };
-  class Guard;
 
   void runToEnd();
   void flushEarly();
@@ -47,7 +47,7 @@ private:
 
   DiskFile& file_;
   PTP_WORK work_ = nullptr, flushWork_ = nullptr;
-  SRWLOCK mutex_ = SRWLOCK_INIT;
+  LightMutex mutex_;
   CONDITION_VARIABLE changed_ = CONDITION_VARIABLE_INIT;
   std::array<Piece, 4> pieces_;  // a ring; a piece that does not wait keeps its buffer
   std::size_t first_ = 0, count_ = 0;

@@ -74,7 +74,7 @@ std::wstring hexText(const Guid& guid) {
 
 Connection::Connection(std::wstring path, Disk& disk, bool mayCreate)
     : path_(std::move(path)), disk_(disk), mayCreate_(mayCreate) {
-  firstLocks();
+  firstUses();
   createFiles();
   open();
   setPragmas();
@@ -95,10 +95,10 @@ Connection::~Connection() {
   }
 }
 
-// The first lock of a mutex may need memory, which must not be missing in the middle of a save.
-void Connection::firstLocks() {
+// The first use of these may need memory, which must not be missing in the middle of a save.
+void Connection::firstUses() {
   try {
-    const std::scoped_lock locks(mutex_, readyFiles_.mutex(), contentFoldersMutex_, errorMutex_);
+    const std::lock_guard lock(mutex_);
     newGuid();
     now();
     checkedLayer(disk_.sqliteLayer());

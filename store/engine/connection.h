@@ -12,6 +12,7 @@
 #include "database.h"
 #include "disk.h"
 #include "engine_error.h"
+#include "light_mutex.h"
 #include "ready_files.h"
 #include "sqlite_statement.h"
 
@@ -71,7 +72,7 @@ private:
     void operator()(sqlite3* database) const noexcept { sqlite3_close_v2(database); }
   };
 
-  void firstLocks();
+  void firstUses();
   void createFiles();
   void createStoreFile();
   void removeUnfinishedStores();
@@ -91,14 +92,14 @@ private:
   std::unordered_map<const char*, std::unique_ptr<Statement>> statements_;
   std::vector<std::wstring> droppedFiles_;  // content files whose rows the present transaction deletes
   ReadyFiles readyFiles_{*this};
-  std::mutex contentFoldersMutex_;
+  LightMutex contentFoldersMutex_;
   std::unique_ptr<DiskFile> mark_;
   std::wstring markPath_;
   std::atomic<bool> contentFilesWentAway_ = false;
   std::atomic<bool> hasLeftovers_ = false;
   std::uint64_t ownCommits_ = 0;
   unsigned long long busySince_ = 0;
-  mutable std::mutex errorMutex_;
+  mutable LightMutex errorMutex_;
   std::string lastError_;
 };
 

@@ -1,6 +1,7 @@
 #include "kept_locks.h"
 
 #include <algorithm>
+#include <mutex>
 #include <vector>
 
 namespace fendrel::store {
@@ -16,7 +17,7 @@ constexpr unsigned bits(int first, int count) { return (bit(count) - 1) << first
 constexpr unsigned marks = bits(firstMark, lastMark - firstMark + 1);
 
 // All of this process, so that one that waits can ask the others.
-SRWLOCK registryMutex = SRWLOCK_INIT;
+LightMutex registryMutex;
 std::vector<KeptLocks*>& registry() {
   static std::vector<KeptLocks*> all;
   return all;
@@ -24,27 +25,15 @@ std::vector<KeptLocks*>& registry() {
 
 }  // namespace
 
-// Not std::mutex, whose first lock may need memory.
-class KeptLocks::Guard {
-public:
-  explicit Guard(SRWLOCK& lock) : lock_(lock) { AcquireSRWLockExclusive(&lock_); }
-  ~Guard() { ReleaseSRWLockExclusive(&lock_); }
-  Guard(const Guard&) = delete;
-  Guard& operator=(const Guard&) = delete;
-
-private:
-  SRWLOCK& lock_;
-};
-
 KeptLocks::KeptLocks(sqlite3_file* file, std::string path, Clock clock)
     : file_(file), path_(std::move(path)), clock_(clock) {
-  const Guard guard(registryMutex);
+  const std::lock_guard guard(registryMutex);
   registry().push_back(this);
 }
 
 KeptLocks::~KeptLocks() {
   {
-    const Guard guard(registryMutex);
+    const std::lock_guard guard(registryMutex);
     std::erase(registry(), this);
   }
   if (timer_) {
@@ -64,14 +53,14 @@ int KeptLocks::lock(int first, int count, int flags) {
   askOthers();
   code = take(first, count, flags, mayAsk);
   if (code == SQLITE_BUSY && first == writeLock) {
-    const Guard guard(mutex_);
+    const std::lock_guard guard(mutex_);
     endKeeping(pauseAfterWaiting);
   }
   return code;
 }
 
 int KeptLocks::take(int first, int count, int flags, bool& mayAsk) {
-  const Guard guard(mutex_);
+  const std::lock_guard guard(mutex_);
   const unsigned wanted = bits(first, count);
   const bool isShared = (flags & SQLITE_SHM_SHARED) != 0;
   if (kept_ & wanted) {
@@ -94,7 +83,7 @@ int KeptLocks::take(int first, int count, int flags, bool& mayAsk) {
 }
 
 int KeptLocks::release(int first, int count, int flags) {
-  const Guard guard(mutex_);
+  const std::lock_guard guard(mutex_);
   const unsigned released = bits(first, count);
   held_ &= ~released;
   if (released == bit(writeLock)) {
@@ -140,7 +129,7 @@ void KeptLocks::giveBack(unsigned locks) {
 }
 
 void KeptLocks::giveBack() {
-  const Guard guard(mutex_);
+  const std::lock_guard guard(mutex_);
   endKeeping(pauseForOthers);
 }
 
@@ -159,7 +148,7 @@ void CALLBACK KeptLocks::timeIsUp(PTP_CALLBACK_INSTANCE, void* self, PTP_TIMER) 
 }
 
 void KeptLocks::askOthers() {
-  const Guard guard(registryMutex);
+  const std::lock_guard guard(registryMutex);
   for (KeptLocks* other : registry()) {
     if (other != this && other->path_ == path_) other->giveBack();
   }

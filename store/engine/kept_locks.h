@@ -17,6 +17,8 @@
 #include <cstdint>
 #include <string>
 
+#include "light_mutex.h"
+
 namespace fendrel::store {
 
 class KeptLocks {
@@ -37,8 +39,6 @@ public:
   void giveBack();
 
 private:
-  class Guard;
-
   int take(int first, int count, int flags, bool& mayAsk);
   int release(int first, int count, int flags);
   bool mayKeep();
@@ -52,7 +52,7 @@ private:
   sqlite3_file* file_;
   std::string path_;
   Clock clock_;
-  SRWLOCK mutex_ = SRWLOCK_INIT;
+  LightMutex mutex_;
   PTP_TIMER timer_ = nullptr;
   unsigned held_ = 0;          // by SQLite; a bit for each lock
   unsigned kept_ = 0;          // by this object alone: the write lock exclusive, those of marks shared

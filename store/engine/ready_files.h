@@ -10,11 +10,11 @@
 #include <windows.h>
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "disk.h"
+#include "light_mutex.h"
 
 namespace fendrel::store {
 
@@ -41,8 +41,6 @@ public:
   // Deletes one that was taken and belongs to no message. A file that cannot be deleted stays for a later opening.
   void remove(File file) noexcept;
 
-  std::mutex& mutex() noexcept { return mutex_; }
-
 private:
   std::vector<File> make(std::size_t count);
   void remove(std::vector<File>& files) noexcept;
@@ -50,7 +48,7 @@ private:
   static void CALLBACK background(PTP_CALLBACK_INSTANCE, void* self, PTP_WORK);
 
   Connection& connection_;
-  std::mutex mutex_;
+  LightMutex mutex_;
   std::vector<File> files_;
   std::size_t taken_ = 0;
   PTP_WORK work_ = nullptr;

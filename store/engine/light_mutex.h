@@ -1,0 +1,21 @@
+// A mutex whose first lock needs no memory, which std::mutex's does in some toolchains: running out of memory there
+// would come in the middle of a save. For std::lock_guard and std::unique_lock.
+#pragma once
+
+#include <windows.h>
+
+namespace fendrel::store {
+
+class LightMutex {
+public:
+  void lock() noexcept { AcquireSRWLockExclusive(&lock_); }
+  void unlock() noexcept { ReleaseSRWLockExclusive(&lock_); }
+
+  // Locked before and after, not while waiting. It may return without a reason.
+  void wait(CONDITION_VARIABLE& change) noexcept { SleepConditionVariableSRW(&change, &lock_, INFINITE, 0); }
+
+private:
+  SRWLOCK lock_ = SRWLOCK_INIT;
+};
+
+}  // namespace fendrel::store
