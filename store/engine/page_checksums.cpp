@@ -330,6 +330,10 @@ void stampPage(std::span<std::byte> page, std::uint32_t number) {
   stamp(page.data(), static_cast<sqlite3_int64>(number - 1) * pageSize);
 }
 
+bool matchesPage(std::span<const std::byte> page, std::uint32_t number) {
+  return matches(page.data(), static_cast<sqlite3_int64>(number - 1) * pageSize);
+}
+
 const char* checkedLayer(const char* belowName) {
   static std::mutex mutex;
   static std::map<std::string, std::unique_ptr<Layer>> layers;

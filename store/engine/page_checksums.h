@@ -33,6 +33,9 @@ constexpr int keepLocksControl = 0x466E6401;
 // Puts tag and checksum into the reserved bytes of a page of databasePageSize; pages are numbered from 1.
 void stampPage(std::span<std::byte> page, std::uint32_t number);
 
+// True if a page of databasePageSize has the checksum of what it holds.
+bool matchesPage(std::span<const std::byte> page, std::uint32_t number);
+
 struct PageReport {
   bool hasChecksums = false;         // false: an old store, nothing could be compared
   std::uint32_t pages = 0;           // of the database file, as of its last checkpoint

@@ -20,7 +20,8 @@ FolderMap::FolderMap(ReadingConnection& connection) {
   readFolders(connection);
   std::string why;
   protectionIsKnown_ = readRows(connection, "SELECT mailbox FROM profile WHERE password_hash IS NOT NULL", why,
-                                [&](const Statement& row) { protectedStores_.insert(row.integer(0)); });
+                                [&](const Statement& row) { protectedStores_.insert(row.integer(0)); }) &&
+                       !connection.isIncomplete("profile", why);
 }
 
 void FolderMap::readStores(ReadingConnection& connection) {
@@ -28,7 +29,8 @@ void FolderMap::readStores(ReadingConnection& connection) {
   const auto take = [&](const Statement& row) {
     stores[row.integer(0)] = {row.guid(1), row.integer(2), textOf(row, 3), false};
   };
-  if (readFromBothEnds(connection, "SELECT id, guid, kind, display_name FROM store", {"id"}, why, take)) return;
+  const bool ended = readFromBothEnds(connection, "SELECT id, guid, kind, display_name FROM store", {"id"}, why, take);
+  if (ended && !connection.isIncomplete("store", why)) return;
   lost_.push_back({{}, {}, {}, false, "The table of message stores is damaged: " + why});
   mendStores(connection);
 }
@@ -37,9 +39,9 @@ void FolderMap::readStores(ReadingConnection& connection) {
 void FolderMap::mendStores(ReadingConnection& connection) {
   std::string why;
   std::set<std::int64_t> isPublic;
-  readRows(connection, "SELECT id FROM store INDEXED BY one_public_store WHERE kind = 2", why,
+  readRows(connection, "SELECT id FROM main.store INDEXED BY one_public_store WHERE kind = 2", why,
            [&](const Statement& row) { isPublic.insert(row.integer(0)); });
-  readFromBothEnds(connection, "SELECT id, guid FROM store INDEXED BY sqlite_autoindex_store_1", {"guid"}, why,
+  readFromBothEnds(connection, "SELECT id, guid FROM main.store INDEXED BY sqlite_autoindex_store_1", {"guid"}, why,
                    [&](const Statement& row) {
                      const std::int64_t id = row.integer(0);
                      if (stores.contains(id)) return;
@@ -65,12 +67,11 @@ void FolderMap::readFolders(ReadingConnection& connection) {
     folder.associated = row.integer(10);
     folders[row.integer(0)] = std::move(folder);
   };
-  if (readFromBothEnds(connection,
-                       "SELECT id, guid, store, parent, name, role, created, modified, message_count, unread_count, "
-                       "associated_count FROM folder",
-                       {"id"}, why, take)) {
-    return;
-  }
+  const bool ended = readFromBothEnds(connection,
+                                      "SELECT id, guid, store, parent, name, role, created, modified, message_count, "
+                                      "unread_count, associated_count FROM folder",
+                                      {"id"}, why, take);
+  if (ended && !connection.isIncomplete("folder", why)) return;
   lost_.push_back({{}, {}, {}, false, "The table of folders is damaged: " + why});
   mendFolders(connection);
 }
@@ -79,9 +80,9 @@ void FolderMap::readFolders(ReadingConnection& connection) {
 void FolderMap::mendFolders(ReadingConnection& connection) {
   std::string why;
   std::map<std::int64_t, FolderRecord> known;
-  readFromBothEnds(connection, "SELECT id, guid FROM folder INDEXED BY sqlite_autoindex_folder_1", {"guid"}, why,
+  readFromBothEnds(connection, "SELECT id, guid FROM main.folder INDEXED BY sqlite_autoindex_folder_1", {"guid"}, why,
                    [&](const Statement& row) { known[row.integer(0)].guid = row.guid(1); });
-  readFromBothEnds(connection, "SELECT id, parent, name FROM folder INDEXED BY sqlite_autoindex_folder_2",
+  readFromBothEnds(connection, "SELECT id, parent, name FROM main.folder INDEXED BY sqlite_autoindex_folder_2",
                    {"parent", "name"}, why, [&](const Statement& row) {
                      const auto folder = known.find(row.integer(0));
                      if (folder == known.end()) return;
@@ -89,7 +90,7 @@ void FolderMap::mendFolders(ReadingConnection& connection) {
                      folder->second.name = textOf(row, 2);
                      folder->second.isMended = true;
                    });
-  readFromBothEnds(connection, "SELECT id, store, role FROM folder INDEXED BY sqlite_autoindex_folder_3",
+  readFromBothEnds(connection, "SELECT id, store, role FROM main.folder INDEXED BY sqlite_autoindex_folder_3",
                    {"store", "role"}, why, [&](const Statement& row) {
                      const auto folder = known.find(row.integer(0));
                      if (folder == known.end()) return;

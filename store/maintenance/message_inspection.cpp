@@ -195,20 +195,22 @@ Finding findingOf(const FolderMap& folders, const InspectedMessage& message, con
 MessageNumbers findMessageNumbers(ReadingConnection& connection) {
   MessageNumbers found;
   std::string why;
-  const auto note = [&](bool isWhole, const char* what) {
-    if (!isWhole) found.damage.push_back(std::string(what) + " is damaged: " + why);
+  const auto note = [&](bool isWhole, const char* what, const char* table = "") {
+    if (!isWhole || connection.isIncomplete(table, why)) found.damage.push_back(std::string(what) + " is damaged: " + why);
   };
   const auto take = [&](const Statement& row) { found.numbers.insert(row.integer(0)); };
-  note(readNumbers(connection, "message NOT INDEXED", "id", found.numbers, why), "The table of messages");
-  note(readFromBothEnds(connection, "SELECT id FROM message INDEXED BY message_by_folder",
+  note(readNumbers(connection, "message NOT INDEXED", "id", found.numbers, why), "The table of messages",
+       "message");
+  note(readFromBothEnds(connection, "SELECT id FROM main.message INDEXED BY message_by_folder",
                         {"folder", "associated", "id"}, why, take),
        "The index of messages by folder");
-  note(readFromBothEnds(connection, "SELECT id FROM message INDEXED BY sqlite_autoindex_message_1", {"guid"}, why,
+  note(readFromBothEnds(connection, "SELECT id FROM main.message INDEXED BY sqlite_autoindex_message_1", {"guid"}, why,
                         take),
        "The index of messages by identifier");
-  note(readNumbers(connection, "attachment", "message", found.numbers, why), "The table of attachments");
+  note(readNumbers(connection, "attachment", "message", found.numbers, why), "The table of attachments",
+       "attachment");
   note(readNumbers(connection, "message_property", "message", found.numbers, why),
-       "The table of the messages' properties");
+       "The table of the messages' properties", "message_property");
   return found;
 }
 

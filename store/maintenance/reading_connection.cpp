@@ -51,6 +51,21 @@ ReadingConnection::ReadingConnection(const std::wstring& path, Disk& disk) : pat
   }
 }
 
+ReadingConnection::ReadingConnection(const std::wstring& path, Disk& disk, Empty)
+    : path_(fullStorePath(path)), disk_(disk) {
+  sqlite3* database = nullptr;
+  const int code = sqlite3_open_v2(":memory:", &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_MEMORY, nullptr);
+  database_.reset(database);
+  checkSqlite(code, database, "Making an empty store");
+  sqlite3_extended_result_codes(database, 1);
+  const std::string pageSize = "PRAGMA page_size = " + std::to_string(databasePageSize);  // so tables lie as in a file
+  checkSqlite(sqlite3_exec(database, pageSize.c_str(), nullptr, nullptr, nullptr), database, "Making an empty store");
+  for (const Migration& migration : schemaMigrations()) {
+    checkSqlite(sqlite3_exec(database, migration.sql, nullptr, nullptr, nullptr), database, "Making an empty store");
+  }
+  version_ = latestVersion();
+}
+
 // SQLite would make them readable by others. They are empty, and stay as they do behind everyone who opens a store.
 void ReadingConnection::createLogFiles() {
   for (const wchar_t* ending : {L"-wal", L"-shm"}) {
@@ -115,6 +130,18 @@ void ReadingConnection::keepMoment() {
 
 void ReadingConnection::endMoment() noexcept {
   if (!sqlite3_get_autocommit(handle())) sqlite3_exec(handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void ReadingConnection::noteIncomplete(const std::string& table, const std::string& why) {
+  std::string& all = incomplete_[table];
+  all += (all.empty() ? "" : "; ") + why;
+}
+
+bool ReadingConnection::isIncomplete(const std::string& table, std::string& why) const {
+  const auto found = incomplete_.find(table);
+  if (found == incomplete_.end()) return false;
+  why = found->second;
+  return true;
 }
 
 Statement ReadingConnection::statement(const char* sql) { return Statement(handle(), sql, false); }

@@ -1,6 +1,7 @@
 // A store opened for reading alone, damaged or not. For store/maintenance only.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,12 +12,16 @@
 
 namespace fendrel::store {
 
-// Changes nothing in the store's files (an empty log is made where there is none). Where the disk may not be written it reads all the same, as long as nothing is
-// in the write-ahead log.
+// Changes nothing in the store's files (an empty log is made where there is none). Where the disk may not be written it
+// reads all the same, as long as nothing is in the write-ahead log.
 class ReadingConnection {
 public:
   // Throws EngineError: NotFound, NewerVersion, NoAccess, Busy, Corrupt (also: the database of another program).
   ReadingConnection(const std::wstring& path, Disk& disk);
+
+  // The tables of a store without rows, in memory; `path` is where the content files are.
+  struct Empty {};
+  ReadingConnection(const std::wstring& path, Disk& disk, Empty);
 
   // Everything read from now on is of one moment. An error of the disk ends that; this begins anew where it has.
   void keepMoment();
@@ -30,6 +35,10 @@ public:
   const std::wstring& path() const noexcept { return path_; }
   std::wstring contentFolder() const { return path_ + L".files"; }
   int version() const noexcept { return version_; }
+
+  // Tables of which rows are lost without a trace, and how. Reading them ends as if they were whole.
+  void noteIncomplete(const std::string& table, const std::string& why);
+  bool isIncomplete(const std::string& table, std::string& why) const;
 
 private:
   struct Close {
@@ -46,6 +55,7 @@ private:
   Disk& disk_;
   std::unique_ptr<sqlite3, Close> database_;
   int version_ = 0;
+  std::map<std::string, std::string> incomplete_;
 };
 
 // True for what damage looks like; false for what has other causes (a busy store).

@@ -9,6 +9,7 @@
 #include "connection.h"
 #include "content_check.h"
 #include "damaged_reading.h"
+#include "damaged_store.h"
 #include "database.h"
 #include "failure_border.h"
 #include "folder_map.h"
@@ -78,7 +79,11 @@ bool isText(const std::string& utf8) {
 class Salvage {
 public:
   Salvage(const std::wstring& from, const std::wstring& to, const Watch& watch)
-      : old_(from, windowsDisk()), files_(to, windowsDisk()), folders_(old_), watch_(watch) {}
+      : store_(from, windowsDisk()),
+        old_(store_.connection()),
+        files_(to, windowsDisk()),
+        folders_(old_),
+        watch_(watch) {}
 
   SalvageResult run() {
     std::string error;
@@ -87,6 +92,7 @@ public:
     into().execute("PRAGMA application_id = 0");
     begin();
     into().execute("DELETE FROM store");  // a new store has public folders of its own
+    for (const std::string& what : store_.overcome()) mended({}, what);
     for (const Finding& finding : folders_.lost()) result_.leftOut.push_back(finding);
     mendTree();
     insertStores();
@@ -275,7 +281,7 @@ private:
       if (isText(row[2].bytes) && isText(row[3].bytes)) add(row);
       else leaveOut("A profile's name is no text.");
     }
-    if (isWhole) return;
+    if (isWhole && !old_.isIncomplete("profile", why)) return;
     leaveOut("The table of profiles is damaged: " + why);
     mendProfiles(numbers, add);
   }
@@ -298,9 +304,9 @@ private:
       const auto made = rows.find(row.integer(0));
       if (made != rows.end()) made->second[2] = made->second[3] = rowOf(row, 2)[1];
     };
-    readRows(old_, "SELECT id, guid FROM profile INDEXED BY sqlite_autoindex_profile_1", why, byGuid);
-    readRows(old_, "SELECT id, name FROM profile INDEXED BY sqlite_autoindex_profile_2", why, byName);
-    readRows(old_, "SELECT id, mailbox FROM profile INDEXED BY sqlite_autoindex_profile_3", why,
+    readRows(old_, "SELECT id, guid FROM main.profile INDEXED BY sqlite_autoindex_profile_1", why, byGuid);
+    readRows(old_, "SELECT id, name FROM main.profile INDEXED BY sqlite_autoindex_profile_2", why, byName);
+    readRows(old_, "SELECT id, mailbox FROM main.profile INDEXED BY sqlite_autoindex_profile_3", why,
              [&](const Statement& row) {
                const auto made = rows.find(row.integer(0));
                if (made == rows.end()) return;
@@ -342,7 +348,7 @@ private:
         ++unreadable;
       }
     }
-    if (!isWhole) leaveOut(std::string("The table ") + table + " is damaged: " + why);
+    if (!isWhole || old_.isIncomplete(table, why)) leaveOut(std::string("The table ") + table + " is damaged: " + why);
     if (unreadable > 0) leaveOut(std::to_string(unreadable) + " rows of the table " + table + " are damaged.");
   }
 
@@ -485,7 +491,8 @@ private:
     return recovered_;
   }
 
-  ReadingConnection old_;
+  DamagedStore store_;
+  ReadingConnection& old_;  // of it
   NewStore files_;
   FolderMap folders_;
   const Watch& watch_;

@@ -1,0 +1,153 @@
+#include "found_rows.h"
+
+#include <new>
+
+namespace fendrel::store {
+namespace {
+
+constexpr const char* functionName = "found_value";
+
+std::vector<std::string> columnsOf(ReadingConnection& connection, const TreeShape& table) {
+  std::vector<std::string> columns;
+  Statement rows = connection.statement(("PRAGMA main.table_info(" + std::string(table.name) + ")").c_str());
+  while (rows.step()) columns.emplace_back(rows.text(1));
+  if (columns.size() != table.columns.size()) {
+    fail(Status::Corrupt, "The table " + std::string(table.name) + " is not as this program knows it.");
+  }
+  return columns;
+}
+
+// "a, b": the columns that are the key, each behind `before` and before `after`.
+std::string list(const std::vector<std::string>& columns, std::size_t count, const char* after, const char* between) {
+  std::string text;
+  for (std::size_t i = 0; i < count; ++i) text += (i == 0 ? "" : between) + columns[i] + after;
+  return text;
+}
+
+void bindKey(Statement& statement, const FoundRow& row) {
+  statement.reset();
+  for (std::size_t i = 0; i < row.shape->keys; ++i) statement.bind(static_cast<int>(i) + 1, row.key[i]);
+}
+
+void execute(ReadingConnection& connection, const std::string& sql) {
+  checkSqlite(sqlite3_exec(connection.handle(), sql.c_str(), nullptr, nullptr, nullptr), connection.handle(),
+              "Keeping the rows that were found");
+}
+
+}  // namespace
+
+FoundRows::FoundRows(ReadingConnection& connection, PageSource& source) : connection_(connection), source_(source) {
+  // It reads pages and changes nothing, wherever it is called.
+  checkSqlite(sqlite3_create_function_v2(connection.handle(), functionName, 2, SQLITE_UTF8 | SQLITE_INNOCUOUS, this,
+                                         readValue, nullptr, nullptr, nullptr),
+              connection.handle(), "Preparing the store");
+  connection.endMoment();
+  execute(connection, "PRAGMA query_only = OFF; BEGIN");
+}
+
+FoundRows::~FoundRows() {
+  tables_.clear();
+  sqlite3_create_function_v2(connection_.handle(), functionName, 2, SQLITE_UTF8, nullptr, nullptr, nullptr, nullptr,
+                             nullptr);
+}
+
+void FoundRows::stand(const TreeShape& table) {
+  const std::vector<std::string> columns = columnsOf(connection_, table);
+  const std::string name(table.name), found = "temp.found_" + name;
+  const std::string keys = list(columns, table.keys, "", ", ");
+  execute(connection_, "CREATE TABLE " + found + " (" + list(columns, table.keys, " INTEGER, ", "") +
+                           "place INTEGER NOT NULL, is_led_to INTEGER NOT NULL, PRIMARY KEY (" + keys +
+                           ")) WITHOUT ROWID");
+  std::string values = keys;
+  for (std::size_t i = table.keys; i < columns.size(); ++i) {
+    values += ", " + std::string(functionName) + "(place, " + std::to_string(i) + ") AS " + columns[i];
+  }
+  execute(connection_, "CREATE TEMP VIEW " + name + " AS SELECT " + values + " FROM found_" + name);
+
+  const std::string isKey = list(columns, table.keys, " = ?", " AND ");
+  std::string parameters = "?, ?";
+  for (std::size_t i = 0; i < table.keys; ++i) parameters += ", ?";
+  const auto prepared = [&](const std::string& sql) { return Statement(connection_.handle(), sql, true); };
+  tables_.emplace(table.name,
+                  Table{.insert = prepared("INSERT OR IGNORE INTO " + found + " VALUES (" + parameters + ")"),
+                        .find = prepared("SELECT place, is_led_to FROM " + found + " WHERE " + isKey),
+                        .dispute = prepared("UPDATE " + found + " SET place = 0 WHERE " + isKey)});
+}
+
+void FoundRows::add(const FoundRow& row) {
+  const auto found = tables_.find(row.shape->name);
+  if (found == tables_.end()) return;
+  Table& table = found->second;
+  bindKey(table.insert, row);
+  table.insert.bind(static_cast<int>(row.shape->keys) + 1, static_cast<std::int64_t>(row.place));
+  table.insert.bind(static_cast<int>(row.shape->keys) + 2, row.isLedTo ? 1 : 0);
+  table.insert.step();
+  table.insert.reset();
+  if (sqlite3_changes(connection_.handle()) == 0) settle(table, row);
+}
+
+// Rows that a tree leads to come before the others.
+void FoundRows::settle(Table& table, const FoundRow& row) {
+  bindKey(table.find, row);
+  table.find.step();
+  const auto place = static_cast<std::uint64_t>(table.find.integer(0));
+  const bool isLedTo = table.find.integer(1) != 0;
+  table.find.reset();
+  if (place == 0 || (isLedTo && !row.isLedTo) || haveEqualRows(place, row.place)) return;
+  bindKey(table.dispute, row);
+  table.dispute.step();
+  table.dispute.reset();
+  ++table.disputed;
+}
+
+bool FoundRows::haveEqualRows(std::uint64_t place, std::uint64_t other) {
+  Bytes row;
+  if (!rowAt(source_, place, row) || !rowAt(source_, other, row_)) return false;
+  return row == row_;
+}
+
+void FoundRows::finish() {
+  place_ = 0;
+  execute(connection_, "COMMIT; PRAGMA query_only = ON");
+}
+
+void FoundRows::readValue(sqlite3_context* context, int, sqlite3_value** values) noexcept {
+  auto& self = *static_cast<FoundRows*>(sqlite3_user_data(context));
+  try {
+    const int code = self.answer(context, static_cast<std::uint64_t>(sqlite3_value_int64(values[0])),
+                                 static_cast<std::size_t>(sqlite3_value_int(values[1])));
+    if (code != SQLITE_OK) sqlite3_result_error_code(context, code);
+  } catch (const std::bad_alloc&) {
+    sqlite3_result_error_nomem(context);
+  } catch (...) {
+    sqlite3_result_error_code(context, SQLITE_CORRUPT);
+  }
+}
+
+// A statement asks for one value after another of a row.
+int FoundRows::answer(sqlite3_context* context, std::uint64_t place, std::size_t column) {
+  const int damaged = source_.isCompared() ? SQLITE_IOERR_DATA : SQLITE_CORRUPT;
+  if (place == 0) return SQLITE_CORRUPT;  // disputed
+  if (place != place_) {
+    place_ = 0;
+    if (!rowAt(source_, place, row_)) return damaged;
+    place_ = place;
+  }
+  const auto record = Record::read(row_, row_.size());
+  const auto value = record && column < record->columns() ? record->value(column, row_) : std::nullopt;
+  if (!value) return damaged;
+  switch (value->kind) {
+    case RecordValue::null: sqlite3_result_null(context); break;
+    case RecordValue::integer: sqlite3_result_int64(context, value->number); break;
+    case RecordValue::real: sqlite3_result_double(context, value->fraction); break;
+    case RecordValue::text:
+      sqlite3_result_text64(context, reinterpret_cast<const char*>(value->bytes.data()), value->bytes.size(),
+                            SQLITE_TRANSIENT, SQLITE_UTF8);
+      break;
+    case RecordValue::blob:
+      sqlite3_result_blob64(context, value->bytes.data(), value->bytes.size(), SQLITE_TRANSIENT);
+  }
+  return SQLITE_OK;
+}
+
+}  // namespace fendrel::store

@@ -1,0 +1,40 @@
+// The pages of a store's database without SQLite: out of its file, and where the log has a newer form, out of the log.
+// For store/maintenance only.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "disk.h"
+#include "log_frames.h"
+#include "page_source.h"
+
+namespace fendrel::store {
+
+class StorePages final : public PageSource {
+public:
+  // Throws EngineError where the files cannot be read.
+  StorePages(const std::wstring& path, Disk& disk);
+
+  std::uint32_t pageCount() const override { return pageCount_; }
+  std::optional<std::span<const std::byte>> page(std::uint32_t number) override;
+
+  // A store of version 1 has no checksums: each of its pages may be damaged and is handed out all the same.
+  bool isCompared() const override { return hasChecksums_; }
+
+  // Where the list of free pages begins; 0 if there is none, or if that is not known.
+  std::uint32_t firstFreePage();
+
+private:
+  bool readWhole(DiskFile& file, std::uint64_t at);
+  bool learnChecksums();
+  void learnPageCount();
+
+  std::unique_ptr<DiskFile> file_, log_;
+  LogFrames frames_;
+  std::uint32_t pagesInFile_ = 0, pageCount_ = 0;
+  bool hasChecksums_ = false;
+  Bytes page_;
+};
+
+}  // namespace fendrel::store
