@@ -1,10 +1,8 @@
 #include "damaged_store.h"
 
 #include <algorithm>
-#include <utility>
 
-#include "migrations.h"
-#include "page_checksums.h"
+#include "damaged_reading.h"
 
 namespace fendrel::store {
 namespace {
@@ -14,22 +12,13 @@ const TreeShape* shapeNamed(std::string_view name) {
   return found == treeShapes().end() ? nullptr : &*found;
 }
 
-// Of each table the last column that a row always has in the table's own page.
-constexpr std::pair<const char*, const char*> lastColumns[] = {
-    {"store", "kind"},       {"profile", "mailbox"}, {"folder", "associated_count"},
-    {"message", "revision"}, {"attachment", "size"}, {"content", "size"},
-    {"message_property", "size"}, {"folder_property", "type"}, {"store_property", "type"}};
-
-// Reads all of a table's pages but those behind long values, which are no other row's.
-bool canBeRead(ReadingConnection& connection, const std::string& table, const std::string& column) {
-  try {
-    connection.keepMoment();
-    connection.number(("SELECT max(" + column + ") FROM " + table + " NOT INDEXED").c_str());
-    return true;
-  } catch (const EngineError& error) {
-    if (!isDamage(error)) throw;
-    return false;
-  }
+// Reads all of a table, but of contents no more than their sizes: these are read one by one, each by its number, which
+// no other's damage disturbs. In a table without row numbers SQLite compares whole rows when it looks for one.
+bool canBeRead(ReadingConnection& connection, const TreeShape& table) {
+  const std::string columns = table.name == "content" ? "size" : "*";
+  std::string why;
+  return readRows(connection, "SELECT " + columns + " FROM " + std::string(table.name) + " NOT INDEXED", why,
+                  [](const Statement&) {});
 }
 
 std::vector<ScannedTree> treesOf(sqlite3* database) {
@@ -79,8 +68,8 @@ DamagedStore::DamagedStore(const std::wstring& path, Disk& disk) {
     return;
   }
   std::vector<const TreeShape*> damaged;
-  for (const auto& [table, column] : lastColumns) {
-    if (!canBeRead(*connection_, table, column)) damaged.push_back(shapeNamed(table));
+  for (const TreeShape& shape : treeShapes()) {
+    if (shape.isTable && !canBeRead(*connection_, shape)) damaged.push_back(&shape);
   }
   if (damaged.empty()) return;
   const Trees trees = treesOf(connection_->handle());
@@ -101,18 +90,20 @@ void DamagedStore::readPages(const Trees& trees, const std::vector<const TreeSha
 }
 
 void DamagedStore::report(const ScannedTree& tree) {
-  const std::string table = "the table " + std::string(tree.shape->name);
+  const std::string name(tree.shape->name);
   const std::uint64_t disputed = rows_->disputed(*tree.shape);
   if (!tree.damaged.empty()) {
     std::string what = (tree.damaged.size() == 1 ? "page " : "pages ") + numbersOf(tree.damaged);
-    if (tree.mayLackRows) connection_->noteIncomplete(std::string(tree.shape->name), "rows were lost with " + what);
-    else overcome_.push_back("In " + table + " " + what + " cannot be read; all of its rows were found without.");
+    if (tree.mayLackRows) connection_->noteIncomplete(name, "rows were lost with " + what);
+    else overcome_.push_back("In the table " + name + " " + what + " cannot be read; all of its rows were found without.");
   } else if (tree.mayLackRows) {
-    connection_->noteIncomplete(std::string(tree.shape->name), "pages that may belong to it could not be told apart");
+    connection_->noteIncomplete(name, "pages that may belong to it could not be told apart");
   }
   if (disputed > 0) {
-    connection_->noteIncomplete(std::string(tree.shape->name),
-                                std::to_string(disputed) + " rows stand in it twice, with different values");
+    connection_->noteIncomplete(name, std::to_string(disputed) + " rows stand in it twice, with different values");
+  }
+  if (const std::uint64_t cut = rows_->cut(*tree.shape); cut > 0) {
+    connection_->noteIncomplete(name, std::to_string(cut) + " rows go on in pages that cannot be read");
   }
 }
 

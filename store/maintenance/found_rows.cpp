@@ -7,6 +7,11 @@ namespace {
 
 constexpr const char* functionName = "found_value";
 
+bool belongsToAMessage(const TreeShape& table) {
+  return table.name == "message" || table.name == "attachment" || table.name == "message_property" ||
+         table.name == "content";
+}
+
 std::vector<std::string> columnsOf(ReadingConnection& connection, const TreeShape& table) {
   std::vector<std::string> columns;
   Statement rows = connection.statement(("PRAGMA main.table_info(" + std::string(table.name) + ")").c_str());
@@ -17,7 +22,7 @@ std::vector<std::string> columnsOf(ReadingConnection& connection, const TreeShap
   return columns;
 }
 
-// "a, b": the columns that are the key, each behind `before` and before `after`.
+// The first columns, with what stands after each and between them.
 std::string list(const std::vector<std::string>& columns, std::size_t count, const char* after, const char* between) {
   std::string text;
   for (std::size_t i = 0; i < count; ++i) text += (i == 0 ? "" : between) + columns[i] + after;
@@ -71,13 +76,18 @@ void FoundRows::stand(const TreeShape& table) {
   tables_.emplace(table.name,
                   Table{.insert = prepared("INSERT OR IGNORE INTO " + found + " VALUES (" + parameters + ")"),
                         .find = prepared("SELECT place, is_led_to FROM " + found + " WHERE " + isKey),
-                        .dispute = prepared("UPDATE " + found + " SET place = 0 WHERE " + isKey)});
+                        .dispute = prepared("UPDATE " + found + " SET place = 0 WHERE " + isKey),
+                        .isReadAsAWhole = !belongsToAMessage(table)});
 }
 
 void FoundRows::add(const FoundRow& row) {
   const auto found = tables_.find(row.shape->name);
   if (found == tables_.end()) return;
   Table& table = found->second;
+  if (table.isReadAsAWhole && !rowAt(source_, row.place, row_)) {
+    ++table.cut;
+    return;
+  }
   bindKey(table.insert, row);
   table.insert.bind(static_cast<int>(row.shape->keys) + 1, static_cast<std::int64_t>(row.place));
   table.insert.bind(static_cast<int>(row.shape->keys) + 2, row.isLedTo ? 1 : 0);

@@ -34,10 +34,15 @@ public:
   // How many keys of a table had rows that differ, with no tree to tell which is right.
   std::uint64_t disputed(const TreeShape& table) const { return tables_.at(table.name).disputed; }
 
+  // How many rows were not added because a page that they go on in is damaged. Only in tables that are read as a whole,
+  // where one such row would end the reading; a message's rows tell of the damage when that message is read.
+  std::uint64_t cut(const TreeShape& table) const { return tables_.at(table.name).cut; }
+
 private:
   struct Table {
     Statement insert, find, dispute;
-    std::uint64_t disputed = 0;
+    bool isReadAsAWhole;
+    std::uint64_t disputed = 0, cut = 0;
   };
 
   void settle(Table& table, const FoundRow& row);

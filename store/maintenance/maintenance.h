@@ -54,7 +54,7 @@ StoreFacts readStoreFacts(const std::wstring& path);
 // Something that is not as it must be.
 struct Finding {
   std::string folder;      // path, UTF-8; empty when it concerns no folder
-  std::string message;     // subject, with `isMessage` only; its number where a password protects the mailbox
+  std::string message;     // with `isMessage` only: subject; its number without one, or where a password protects it
   std::string attachment;  // name; empty when it concerns the message itself
   bool isMessage = false;
   std::string what;        // one sentence without its subject's name

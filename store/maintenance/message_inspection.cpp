@@ -186,8 +186,9 @@ InspectedMessage inspectMessage(ReadingConnection& connection, std::int64_t mess
 Finding findingOf(const FolderMap& folders, const InspectedMessage& message, const MessageProblem& problem) {
   Finding finding{message.folder != 0 ? folders.path(message.folder) : std::string(), message.subject,
                   problem.attachment, true, problem.what};
-  if (!folders.isProtected(message.folder)) return finding;
-  finding.message = "message number " + std::to_string(message.id);
+  const bool isProtected = folders.isProtected(message.folder);
+  if (isProtected || finding.message.empty()) finding.message = "message number " + std::to_string(message.id);
+  if (!isProtected) return finding;
   if (!finding.attachment.empty()) finding.attachment = "one of its attachments";
   return finding;
 }
