@@ -69,8 +69,9 @@ private:
 
   void checkMessages(const FolderMap& folders) {
     const MessageNumbers found = findMessageNumbers(connection_);
-    for (const std::string& what : found.damage) damage(what);
-    tablesAreWhole_ = found.damage.empty();
+    for (const std::string& what : found.tableDamage) damage(what);
+    for (const std::string& what : found.indexDamage) damage(what);
+    tablesAreWhole_ = found.tableDamage.empty() && found.indexDamage.empty();
     std::vector<Guid> guids;
     std::uint64_t done = 0;
     report(watch_, 0, found.numbers.size());

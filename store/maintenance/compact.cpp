@@ -2,6 +2,7 @@
 #include "database.h"
 #include "failure_border.h"
 #include "leftovers.h"
+#include "page_checksums.h"
 #include "reading_connection.h"
 
 namespace fendrel::store {
@@ -28,8 +29,25 @@ bool emptyLog(Connection& connection) {
          SQLITE_OK;
 }
 
+// The file grows by large steps, and would get shorter by such steps only: what was behind its last page would stay
+// there, and salvage could take it for rows. Under the write lock the database does not grow.
+void cutOff(Connection& connection) {
+  Transaction transaction(connection, Transaction::Write);
+  Query pages(connection.statement("PRAGMA page_count"));
+  sqlite3_file* file = nullptr;
+  sqlite3_int64 size = 0;
+  checkSqlite(sqlite3_file_control(connection.handle(), "main", SQLITE_FCNTL_FILE_POINTER, &file), nullptr,
+              "Finding the store's file");
+  checkSqlite(file->pMethods->xFileSize(file, &size), nullptr, "Measuring the store's file");
+  pages.step();
+  const sqlite3_int64 needed = pages->integer(0) * databasePageSize;
+  if (size > needed) checkSqlite(file->pMethods->xTruncate(file, needed), nullptr, "Shortening the store");
+}
+
 CompactResult compact(Connection& connection) {
   CompactResult result;
+  int exact = 0;
+  sqlite3_file_control(connection.handle(), "main", SQLITE_FCNTL_CHUNK_SIZE, &exact);
   result.bytesBefore = bytesOf(connection);
   removeUnnamed(connection, result);
   // The rebuilt database would not fit into memory everywhere.
@@ -42,6 +60,7 @@ CompactResult compact(Connection& connection) {
                        "nobody posts.");
   }
   result.logIsEmpty = emptyLog(connection);
+  cutOff(connection);
   result.bytesAfter = bytesOf(connection);
   return result;
 }

@@ -59,11 +59,9 @@ DamagedStore::DamagedStore(const std::wstring& path, Disk& disk) {
     connection_ = std::make_unique<ReadingConnection>(path, disk, ReadingConnection::Empty{});
     const Trees trees = treesOfKnownStore(error);
     std::vector<const TreeShape*> all;
-    for (const TreeShape& shape : treeShapes()) {
-      if (shape.isTable) all.push_back(&shape);
-    }
-    overcome_.push_back("The first page, which tells where the tables are, cannot be read: they were looked for where a "
-                        "store has them.");
+    for (const TreeShape& shape : treeShapes()) all.push_back(&shape);
+    overcome_.push_back("The first page, which tells where the tables are, cannot be read: they were looked for where "
+                        "a store has them.");
     readPages(trees, all, 0);
     return;
   }
@@ -85,7 +83,7 @@ void DamagedStore::readPages(const Trees& trees, const std::vector<const TreeSha
   scan.run([&](const FoundRow& row) { rows_->add(row); });
   rows_->finish();
   for (const ScannedTree& tree : scan.trees()) {
-    if (std::ranges::find(tables, tree.shape) != tables.end()) report(tree);
+    if (tree.shape->isTable && std::ranges::find(tables, tree.shape) != tables.end()) report(tree);
   }
 }
 
@@ -94,8 +92,11 @@ void DamagedStore::report(const ScannedTree& tree) {
   const std::uint64_t disputed = rows_->disputed(*tree.shape);
   if (!tree.damaged.empty()) {
     std::string what = (tree.damaged.size() == 1 ? "page " : "pages ") + numbersOf(tree.damaged);
-    if (tree.mayLackRows) connection_->noteIncomplete(name, "rows were lost with " + what);
-    else overcome_.push_back("In the table " + name + " " + what + " cannot be read; all of its rows were found without.");
+    if (tree.mayLackRows) {
+      connection_->noteIncomplete(name, "rows were lost with " + what);
+    } else {
+      overcome_.push_back("In the table " + name + " " + what + " cannot be read; its rows were all found without.");
+    }
   } else if (tree.mayLackRows) {
     connection_->noteIncomplete(name, "pages that may belong to it could not be told apart");
   }

@@ -12,8 +12,8 @@
 
 namespace fendrel::store {
 
-// Tables that SQLite reads from end to end are read by SQLite. For the others stand the rows that were found page by page;
-// so for all of them where the first page, which tells of tables, is damaged.
+// Tables that SQLite reads from end to end are read by SQLite. For the others stand the rows that were found page by
+// page; so for all of them where the first page, which tells of tables, is damaged.
 class DamagedStore {
 public:
   // Throws EngineError as ReadingConnection does; Corrupt only where nothing of a store of ours is found.

@@ -39,9 +39,10 @@ void FolderMap::readStores(ReadingConnection& connection) {
 void FolderMap::mendStores(ReadingConnection& connection) {
   std::string why;
   std::set<std::int64_t> isPublic;
-  readRows(connection, "SELECT id FROM main.store INDEXED BY one_public_store WHERE kind = 2", why,
+  readRows(connection, "SELECT id FROM " + connection.indexRows("store", "one_public_store") + " WHERE kind = 2", why,
            [&](const Statement& row) { isPublic.insert(row.integer(0)); });
-  readFromBothEnds(connection, "SELECT id, guid FROM main.store INDEXED BY sqlite_autoindex_store_1", {"guid"}, why,
+  const std::string byGuid = connection.indexRows("store", "sqlite_autoindex_store_1");
+  readFromBothEnds(connection, "SELECT id, guid FROM " + byGuid, {"guid"}, why,
                    [&](const Statement& row) {
                      const std::int64_t id = row.integer(0);
                      if (stores.contains(id)) return;
@@ -80,25 +81,27 @@ void FolderMap::readFolders(ReadingConnection& connection) {
 void FolderMap::mendFolders(ReadingConnection& connection) {
   std::string why;
   std::map<std::int64_t, FolderRecord> known;
-  readFromBothEnds(connection, "SELECT id, guid FROM main.folder INDEXED BY sqlite_autoindex_folder_1", {"guid"}, why,
+  const auto index = [&](const char* name) { return connection.indexRows("folder", name); };
+  readFromBothEnds(connection, "SELECT id, guid FROM " + index("sqlite_autoindex_folder_1"), {"guid"}, why,
                    [&](const Statement& row) { known[row.integer(0)].guid = row.guid(1); });
-  readFromBothEnds(connection, "SELECT id, parent, name FROM main.folder INDEXED BY sqlite_autoindex_folder_2",
+  readFromBothEnds(connection, "SELECT id, parent, name FROM " + index("sqlite_autoindex_folder_2"),
                    {"parent", "name"}, why, [&](const Statement& row) {
                      const auto folder = known.find(row.integer(0));
                      if (folder == known.end()) return;
                      folder->second.parent = optionalInteger(row, 1);
                      folder->second.name = textOf(row, 2);
-                     folder->second.isMended = true;
                    });
-  readFromBothEnds(connection, "SELECT id, store, role FROM main.folder INDEXED BY sqlite_autoindex_folder_3",
+  readFromBothEnds(connection, "SELECT id, store, role FROM " + index("sqlite_autoindex_folder_3"),
                    {"store", "role"}, why, [&](const Statement& row) {
                      const auto folder = known.find(row.integer(0));
                      if (folder == known.end()) return;
                      folder->second.store = row.integer(1);
                      if (!row.isNull(2)) folder->second.role = textOf(row, 2);
                    });
+  // Where names and parents are lost too, there is still a folder with its own messages.
   for (auto& [id, folder] : known) {
-    if (folder.isMended && folder.store != 0) folders.emplace(id, std::move(folder));
+    folder.isMended = true;
+    if (folder.store != 0) folders.emplace(id, std::move(folder));
   }
 }
 

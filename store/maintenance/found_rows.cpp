@@ -12,12 +12,15 @@ bool belongsToAMessage(const TreeShape& table) {
          table.name == "content";
 }
 
-std::vector<std::string> columnsOf(ReadingConnection& connection, const TreeShape& table) {
+// An index has its columns and behind them the row's number.
+std::vector<std::string> columnsOf(ReadingConnection& connection, const TreeShape& shape) {
+  const int nameColumn = shape.isTable ? 1 : 2;
   std::vector<std::string> columns;
-  Statement rows = connection.statement(("PRAGMA main.table_info(" + std::string(table.name) + ")").c_str());
-  while (rows.step()) columns.emplace_back(rows.text(1));
-  if (columns.size() != table.columns.size()) {
-    fail(Status::Corrupt, "The table " + std::string(table.name) + " is not as this program knows it.");
+  const std::string ask = shape.isTable ? "PRAGMA main.table_info(" : "PRAGMA main.index_xinfo(";
+  Statement rows = connection.statement((ask + std::string(shape.name) + ")").c_str());
+  while (rows.step()) columns.emplace_back(rows.isNull(nameColumn) ? "id" : rows.text(nameColumn));
+  if (columns.size() != shape.columns.size()) {
+    fail(Status::Corrupt, "The table " + std::string(shape.name) + " is not as this program knows it.");
   }
   return columns;
 }
@@ -56,28 +59,30 @@ FoundRows::~FoundRows() {
                              nullptr);
 }
 
-void FoundRows::stand(const TreeShape& table) {
-  const std::vector<std::string> columns = columnsOf(connection_, table);
-  const std::string name(table.name), found = "temp.found_" + name;
-  const std::string keys = list(columns, table.keys, "", ", ");
-  execute(connection_, "CREATE TABLE " + found + " (" + list(columns, table.keys, " INTEGER, ", "") +
-                           "place INTEGER NOT NULL, is_led_to INTEGER NOT NULL, PRIMARY KEY (" + keys +
+// Rows of an index are told apart by their places alone.
+void FoundRows::stand(const TreeShape& shape) {
+  const std::vector<std::string> columns = columnsOf(connection_, shape);
+  const std::string name(shape.name), found = "temp.found_" + name;
+  const std::string key = shape.keys > 0 ? list(columns, shape.keys, "", ", ") : "place";
+  execute(connection_, "CREATE TABLE " + found + " (" + list(columns, shape.keys, " INTEGER, ", "") +
+                           "place INTEGER NOT NULL, is_led_to INTEGER NOT NULL, PRIMARY KEY (" + key +
                            ")) WITHOUT ROWID");
-  std::string values = keys;
-  for (std::size_t i = table.keys; i < columns.size(); ++i) {
-    values += ", " + std::string(functionName) + "(place, " + std::to_string(i) + ") AS " + columns[i];
+  std::string values = list(columns, shape.keys, "", ", ");
+  for (std::size_t i = shape.keys; i < columns.size(); ++i) {
+    values += (i == 0 ? "" : ", ") + std::string(functionName) + "(place, " + std::to_string(i) + ") AS " + columns[i];
   }
-  execute(connection_, "CREATE TEMP VIEW " + name + " AS SELECT " + values + " FROM found_" + name);
+  const std::string view = shape.isTable ? name : "rows_of_" + name;
+  execute(connection_, "CREATE TEMP VIEW " + view + " AS SELECT " + values + " FROM found_" + name);
 
-  const std::string isKey = list(columns, table.keys, " = ?", " AND ");
+  const std::string isKey = shape.keys > 0 ? list(columns, shape.keys, " = ?", " AND ") : "place = ?";
   std::string parameters = "?, ?";
-  for (std::size_t i = 0; i < table.keys; ++i) parameters += ", ?";
+  for (std::size_t i = 0; i < shape.keys; ++i) parameters += ", ?";
   const auto prepared = [&](const std::string& sql) { return Statement(connection_.handle(), sql, true); };
-  tables_.emplace(table.name,
+  tables_.emplace(shape.name,
                   Table{.insert = prepared("INSERT OR IGNORE INTO " + found + " VALUES (" + parameters + ")"),
                         .find = prepared("SELECT place, is_led_to FROM " + found + " WHERE " + isKey),
                         .dispute = prepared("UPDATE " + found + " SET place = 0 WHERE " + isKey),
-                        .isReadAsAWhole = !belongsToAMessage(table)});
+                        .isReadAsAWhole = !belongsToAMessage(shape)});
 }
 
 void FoundRows::add(const FoundRow& row) {
@@ -93,7 +98,7 @@ void FoundRows::add(const FoundRow& row) {
   table.insert.bind(static_cast<int>(row.shape->keys) + 2, row.isLedTo ? 1 : 0);
   table.insert.step();
   table.insert.reset();
-  if (sqlite3_changes(connection_.handle()) == 0) settle(table, row);
+  if (row.shape->keys > 0 && sqlite3_changes(connection_.handle()) == 0) settle(table, row);
 }
 
 // Rows that a tree leads to come before the others.

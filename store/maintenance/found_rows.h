@@ -21,11 +21,12 @@ public:
   FoundRows(const FoundRows&) = delete;
   FoundRows& operator=(const FoundRows&) = delete;
 
-  // From now on the table's name means the rows that were found of it; main.NAME is still the table itself.
-  void stand(const TreeShape& table);
+  // From now on the table's name means the rows that were found of it; main.NAME is still the table itself. An index is
+  // then read by the name rows_of_INDEX.
+  void stand(const TreeShape& shape);
 
-  // For a table that stands. Of two rows with one key the one stays that a tree led to, or either where they are equal;
-  // otherwise none: it reads as a damaged one.
+  // For what stands; other rows are ignored. Of two rows with one key the one stays that a tree led to, or either where
+  // they are equal; otherwise none: it reads as a damaged one.
   void add(const FoundRow& row);
 
   // After the last row.

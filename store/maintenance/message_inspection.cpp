@@ -196,22 +196,22 @@ Finding findingOf(const FolderMap& folders, const InspectedMessage& message, con
 MessageNumbers findMessageNumbers(ReadingConnection& connection) {
   MessageNumbers found;
   std::string why;
-  const auto note = [&](bool isWhole, const char* what, const char* table = "") {
-    if (!isWhole || connection.isIncomplete(table, why)) found.damage.push_back(std::string(what) + " is damaged: " + why);
-  };
   const auto take = [&](const Statement& row) { found.numbers.insert(row.integer(0)); };
-  note(readNumbers(connection, "message NOT INDEXED", "id", found.numbers, why), "The table of messages",
-       "message");
-  note(readFromBothEnds(connection, "SELECT id FROM main.message INDEXED BY message_by_folder",
-                        {"folder", "associated", "id"}, why, take),
-       "The index of messages by folder");
-  note(readFromBothEnds(connection, "SELECT id FROM main.message INDEXED BY sqlite_autoindex_message_1", {"guid"}, why,
-                        take),
-       "The index of messages by identifier");
-  note(readNumbers(connection, "attachment", "message", found.numbers, why), "The table of attachments",
-       "attachment");
-  note(readNumbers(connection, "message_property", "message", found.numbers, why),
-       "The table of the messages' properties", "message_property");
+  const auto readTable = [&](const char* name, const char* from, const char* column, const char* what) {
+    const bool isRead = readNumbers(connection, from, column, found.numbers, why);
+    if (isRead && !connection.isIncomplete(name, why)) return;
+    found.tableDamage.push_back(std::string(what) + " is damaged: " + why);
+  };
+  const auto readIndex = [&](const char* name, const std::vector<std::string>& order, const char* what) {
+    const std::string sql = "SELECT id FROM " + connection.indexRows("message", name);
+    if (readFromBothEnds(connection, sql, order, why, take)) return;
+    found.indexDamage.push_back(std::string(what) + " is damaged: " + why);
+  };
+  readTable("message", "message NOT INDEXED", "id", "The table of messages");
+  readIndex("message_by_folder", {"folder", "associated", "id"}, "The index of messages by folder");
+  readIndex("sqlite_autoindex_message_1", {"guid"}, "The index of messages by identifier");
+  readTable("attachment", "attachment", "message", "The table of attachments");
+  readTable("message_property", "message_property", "message", "The table of the messages' properties");
   return found;
 }
 

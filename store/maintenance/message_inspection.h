@@ -52,7 +52,7 @@ Finding findingOf(const FolderMap& folders, const InspectedMessage& message, con
 // The numbers of all messages of which any trace is found, and whether the tables themselves could be read through.
 struct MessageNumbers {
   std::set<std::int64_t> numbers;
-  std::vector<std::string> damage;
+  std::vector<std::string> tableDamage, indexDamage;
 };
 MessageNumbers findMessageNumbers(ReadingConnection& connection);
 

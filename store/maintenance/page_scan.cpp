@@ -46,7 +46,10 @@ bool rowAt(PageSource& source, std::uint64_t place, Bytes& row) {
 }
 
 PageScan::PageScan(PageSource& source, std::vector<ScannedTree> trees, std::uint32_t firstFreePage)
-    : source_(source), trees_(std::move(trees)), firstFreePage_(firstFreePage), taken_(std::size_t{source.pageCount()} + 1),
+    : source_(source),
+      trees_(std::move(trees)),
+      firstFreePage_(firstFreePage),
+      taken_(std::size_t{source.pageCount()} + 1),
       leafDepths_(trees_.size()) {}
 
 bool PageScan::take(std::uint32_t page) {
@@ -116,7 +119,7 @@ std::vector<PageScan::Child> PageScan::takePage(std::size_t tree, const TreePage
     std::optional<RowKey> key;
     if (cell) key = page.kind() == PageKind::insideTable ? RowKey{cell->rowNumber} : keyOf(*cell, shape);
     if (!key) isWhole = false;
-    if (key && page.kind() != PageKind::insideTable) useRow({&shape, *key, placeOf(number, cell->offset), true});
+    if (key && page.kind() != PageKind::insideTable) (*use_)({&shape, *key, placeOf(number, cell->offset), true});
     if (isLeaf(page.kind())) continue;
     if (!cell) {
       noteGap(tree, number, depth, range);
@@ -159,6 +162,16 @@ bool PageScan::fitsGap(const TreePage& page, const Gap& gap) const {
   return true;
 }
 
+void PageScan::adopt(std::size_t tree, const TreePage& page, std::uint32_t number) {
+  taken_[number] = true;
+  ++trees_[tree].adopted;
+  for (std::size_t i = 0; i < page.cellCount(); ++i) {
+    const auto cell = page.cell(i);
+    const auto key = cell ? keyOf(*cell, *trees_[tree].shape) : std::nullopt;
+    if (key) (*use_)({trees_[tree].shape, *key, placeOf(number, cell->offset), false});
+  }
+}
+
 void PageScan::adoptPages(const std::vector<Gap>& gaps) {
   bool othersAreDamaged = !source_.isCompared();
   for (std::uint32_t number = 2; number < taken_.size(); ++number) {
@@ -173,14 +186,7 @@ void PageScan::adoptPages(const std::vector<Gap>& gaps) {
       if (!isCandidate && fitsGap(*page, gap)) candidates.push_back(gap.tree);
     }
     if (candidates.size() == 1) {
-      const std::size_t tree = candidates.front();
-      taken_[number] = true;
-      ++trees_[tree].adopted;
-      for (std::size_t i = 0; i < page->cellCount(); ++i) {
-        const auto cell = page->cell(i);
-        const auto key = keyOf(*cell, *trees_[tree].shape);
-        useRow({trees_[tree].shape, *key, placeOf(number, cell->offset), false});
-      }
+      adopt(candidates.front(), *page, number);
     } else {
       for (const std::size_t tree : candidates) trees_[tree].mayLackRows = true;
     }

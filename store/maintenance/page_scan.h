@@ -1,10 +1,10 @@
-// Finds the rows of tables page by page, where SQLite would stop at the first damaged one. Portable and without trust, as
-// record.h. For store/maintenance only.
+// Finds the rows of tables page by page, where SQLite would stop at the first damaged one. Portable and without trust,
+// as record.h. For store/maintenance only.
 //
-// First the trees are walked from their roots. A page that cannot be read leaves a gap. Its depth tells what it was: all
-// leaves of a tree have one depth. A leaf's rows are lost; behind a page from inside a tree lie pages that are whole and to
-// which nothing leads any more. Those are looked for among all pages, and known by the shape of their rows and by keys
-// that belong into the gap.
+// First the trees are walked from their roots. A page that cannot be read leaves a gap. Its depth tells what it was:
+// all leaves of a tree have one depth. A leaf's rows are lost; behind a page from inside a tree lie pages that are whole
+// and to which nothing leads any more. Those are looked for among all pages, and known by the shape of their rows and
+// by keys that belong into the gap.
 #pragma once
 
 #include <array>
@@ -46,7 +46,7 @@ public:
   // `firstFreePage` (0: none is known), are not looked at where nothing leads to them.
   PageScan(PageSource& source, std::vector<ScannedTree> trees, std::uint32_t firstFreePage);
 
-  // Calls use(row) for the rows of tables. A row that stands in the file twice comes twice.
+  // Calls use(row) for all rows. A row that stands in the file twice comes twice.
   void run(const Use& use);
 
   const std::vector<ScannedTree>& trees() const noexcept { return trees_; }
@@ -67,12 +67,13 @@ private:
 
   void takeFreePages();
   void walk(std::size_t tree, const Child& start, int depth);
-  std::vector<Child> takePage(std::size_t tree, const TreePage& page, std::uint32_t number, const Range& range, int depth);
+  std::vector<Child> takePage(std::size_t tree, const TreePage& page, std::uint32_t number, const Range& range,
+                              int depth);
   void noteGap(std::size_t tree, std::uint32_t page, int depth, const Range& range);
   std::vector<Gap> gapsInsideTrees() const;
   void adoptPages(const std::vector<Gap>& gaps);
+  void adopt(std::size_t tree, const TreePage& page, std::uint32_t number);
   bool fitsGap(const TreePage& page, const Gap& gap) const;
-  void useRow(const FoundRow& row) const { if (row.shape->isTable) (*use_)(row); }
   bool take(std::uint32_t page);
 
   PageSource& source_;

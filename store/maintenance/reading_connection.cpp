@@ -52,7 +52,7 @@ ReadingConnection::ReadingConnection(const std::wstring& path, Disk& disk) : pat
 }
 
 ReadingConnection::ReadingConnection(const std::wstring& path, Disk& disk, Empty)
-    : path_(fullStorePath(path)), disk_(disk) {
+    : path_(fullStorePath(path)), disk_(disk), isEmpty_(true) {
   sqlite3* database = nullptr;
   const int code = sqlite3_open_v2(":memory:", &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_MEMORY, nullptr);
   database_.reset(database);
@@ -130,6 +130,10 @@ void ReadingConnection::keepMoment() {
 
 void ReadingConnection::endMoment() noexcept {
   if (!sqlite3_get_autocommit(handle())) sqlite3_exec(handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+std::string ReadingConnection::indexRows(const std::string& table, const std::string& index) const {
+  return isEmpty_ ? "rows_of_" + index : "main." + table + " INDEXED BY " + index;
 }
 
 void ReadingConnection::noteIncomplete(const std::string& table, const std::string& why) {

@@ -19,7 +19,7 @@ public:
   // Throws EngineError: NotFound, NewerVersion, NoAccess, Busy, Corrupt (also: the database of another program).
   ReadingConnection(const std::wstring& path, Disk& disk);
 
-  // The tables of a store without rows, in memory; `path` is where the content files are.
+  // The tables of a store without rows, in memory, for FoundRows; `path` is where the content files are.
   struct Empty {};
   ReadingConnection(const std::wstring& path, Disk& disk, Empty);
 
@@ -35,6 +35,9 @@ public:
   const std::wstring& path() const noexcept { return path_; }
   std::wstring contentFolder() const { return path_ + L".files"; }
   int version() const noexcept { return version_; }
+
+  // What stands behind FROM to read the columns of an index, and its rows' numbers as `id`, out of the index alone.
+  std::string indexRows(const std::string& table, const std::string& index) const;
 
   // Tables of which rows are lost without a trace, and how. Reading them ends as if they were whole.
   void noteIncomplete(const std::string& table, const std::string& why);
@@ -55,6 +58,7 @@ private:
   Disk& disk_;
   std::unique_ptr<sqlite3, Close> database_;
   int version_ = 0;
+  bool isEmpty_ = false;
   std::map<std::string, std::string> incomplete_;
 };
 

@@ -44,7 +44,8 @@ std::optional<Record> Record::read(std::span<const std::byte> first, std::uint64
   Record record;
   std::size_t at = 0;
   std::uint64_t headerSize = 0;
-  if (!readVarint(first, at, headerSize) || headerSize < at || headerSize > first.size() || headerSize > size) return {};
+  if (!readVarint(first, at, headerSize) || headerSize < at) return {};
+  if (headerSize > first.size() || headerSize > size) return {};
   const auto header = first.first(static_cast<std::size_t>(headerSize));
   std::uint64_t start = headerSize;
   while (at < header.size()) {

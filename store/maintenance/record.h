@@ -1,5 +1,5 @@
-// Rows as SQLite's published file format stores them. Portable: no system header, no SQLite. What is read is not trusted:
-// nothing outside the given bytes is looked at. For store/maintenance only.
+// Rows as SQLite's published file format stores them. Portable: no system header, no SQLite. What is read is not
+// trusted: nothing outside the given bytes is looked at. For store/maintenance only.
 #pragma once
 
 #include <array>

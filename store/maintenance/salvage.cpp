@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <limits>
 #include <optional>
 
 #include "connection.h"
@@ -18,7 +19,7 @@
 #include "new_store.h"
 #include "property_codec.h"
 #include "reading_connection.h"
-#include "unicode.h"
+#include "tree_mending.h"
 
 namespace fendrel::store {
 namespace {
@@ -71,11 +72,6 @@ bool isRefusal(Status status) {
   return status == Status::AlreadyExists || status == Status::Failed || status == Status::Invalid;
 }
 
-bool isText(const std::string& utf8) {
-  std::u16string text;
-  return fromUtf8(utf8, text);
-}
-
 class Salvage {
 public:
   Salvage(const std::wstring& from, const std::wstring& to, const Watch& watch)
@@ -83,6 +79,8 @@ public:
         old_(store_.connection()),
         files_(to, windowsDisk()),
         folders_(old_),
+        tree_(folders_, highestFolderOfMessages(),
+              [this](std::string folder, std::string what) { mended(std::move(folder), std::move(what)); }),
         watch_(watch) {}
 
   SalvageResult run() {
@@ -94,7 +92,8 @@ public:
     into().execute("DELETE FROM store");  // a new store has public folders of its own
     for (const std::string& what : store_.overcome()) mended({}, what);
     for (const Finding& finding : folders_.lost()) result_.leftOut.push_back(finding);
-    mendTree();
+    tree_.run();
+    publicTop_ = tree_.publicTop();
     insertStores();
     insertFolders();
     insertProfiles();
@@ -127,87 +126,12 @@ private:
     result_.mended.push_back({std::move(folder), {}, {}, false, std::move(what)});
   }
 
-  // A store without public folders, or without the folders that everything hangs from, cannot be opened.
-  void mendTree() {
-    if (std::ranges::none_of(folders_.stores, [](const auto& each) { return each.second.kind == 2; })) {
-      folders_.stores[nextNumber(folders_.stores)] = {newGuid(), 2, "Public Folders", true};
-      mended("Public Folders", "They were lost and were made anew.");
-    }
-    for (auto& [number, store] : folders_.stores) {
-      if (!isText(store.name)) store.name = "Mailbox (recovered)";
-      const std::int64_t root = ownFolder(number, "root", "", std::nullopt);
-      const std::int64_t top = ownFolder(number, "ipm_subtree", "Top of Information Store", root);
-      ownFolder(number, "common_views", "Common Views", root);
-      ownFolder(number, "finder", "Finder", root);
-      tops_[number] = top;
-      if (store.kind == 2) publicTop_ = top;
-    }
-    for (auto& [number, folder] : folders_.folders) {
-      if (!isText(folder.name) || (folder.name.empty() && folder.parent)) {
-        folder.name = "Folder " + std::to_string(number) + " (recovered)";
-        mended(folders_.path(number), "Its name was lost.");
-      }
-    }
-    std::vector<std::int64_t> numbers;
-    for (const auto& [number, folder] : folders_.folders) numbers.push_back(number);
-    for (const std::int64_t number : numbers) {
-      while (folders_.isAstray(number)) hangUp(topOfWay(number));
-    }
-  }
-
-  template <class Map>
-  static std::int64_t nextNumber(const Map& map) {
-    return map.empty() ? 1 : std::max<std::int64_t>(map.rbegin()->first, 0) + 1;
-  }
-
-  std::int64_t ownFolder(std::int64_t store, const char* role, const char* name, std::optional<std::int64_t> parent) {
-    for (const auto& [number, folder] : folders_.folders) {
-      if (folder.store == store && folder.role == role) return number;
-    }
-    const std::int64_t number = nextNumber(folders_.folders);
-    FolderRecord folder;
-    folder.guid = newGuid();
-    folder.store = store;
-    folder.parent = parent;
-    folder.name = name;
-    folder.role = role;
-    folder.isMended = true;
-    folders_.folders[number] = folder;
-    mended(folders_.path(number), std::string("Its own folder '") + role + "' was lost and was made anew.");
-    return number;
-  }
-
-  // The last folder on the way up before it ends in nothing, in another store, or comes round.
-  std::int64_t topOfWay(std::int64_t number) const {
-    std::set<std::int64_t> seen;
-    std::int64_t at = number;
-    for (;;) {
-      seen.insert(at);
-      const FolderRecord& folder = folders_.folders.at(at);
-      if (!folder.parent || seen.contains(*folder.parent)) return at;
-      const auto parent = folders_.folders.find(*folder.parent);
-      if (parent == folders_.folders.end() || parent->second.store != folder.store) return at;
-      at = *folder.parent;
-    }
-  }
-
-  void hangUp(std::int64_t number) {
-    FolderRecord& folder = folders_.folders.at(number);
-    if (!tops_.contains(folder.store)) folder.store = folders_.folders.at(publicTop_).store;
-    const std::int64_t top = tops_.at(folder.store);
-    if (number == top) {
-      folder.parent = ownFolder(folder.store, "root", "", std::nullopt);
-      return;
-    }
-    if (folder.role == "root") folder.role.reset();  // a second one
-    folder.parent = top;
-    if (folder.name.empty()) folder.name = "Folder " + std::to_string(number) + " (recovered)";
-    while (std::ranges::any_of(folders_.folders, [&](const auto& other) {
-      return other.first != number && other.second.parent == folder.parent && other.second.name == folder.name;
-    })) {
-      folder.name += " (recovered)";
-    }
-    mended(folders_.path(number), "The folder that it was in was lost.");
+  std::int64_t highestFolderOfMessages() {
+    std::int64_t highest = 0;
+    std::string why;
+    readRows(old_, "SELECT folder FROM message", why,
+             [&](const Statement& row) { highest = std::max(highest, row.integer(0)); });
+    return std::min(highest, std::numeric_limits<std::int64_t>::max() / 2);
   }
 
   void insertStores() {
@@ -304,9 +228,10 @@ private:
       const auto made = rows.find(row.integer(0));
       if (made != rows.end()) made->second[2] = made->second[3] = rowOf(row, 2)[1];
     };
-    readRows(old_, "SELECT id, guid FROM main.profile INDEXED BY sqlite_autoindex_profile_1", why, byGuid);
-    readRows(old_, "SELECT id, name FROM main.profile INDEXED BY sqlite_autoindex_profile_2", why, byName);
-    readRows(old_, "SELECT id, mailbox FROM main.profile INDEXED BY sqlite_autoindex_profile_3", why,
+    const auto index = [&](const char* name) { return old_.indexRows("profile", name); };
+    readRows(old_, "SELECT id, guid FROM " + index("sqlite_autoindex_profile_1"), why, byGuid);
+    readRows(old_, "SELECT id, name FROM " + index("sqlite_autoindex_profile_2"), why, byName);
+    readRows(old_, "SELECT id, mailbox FROM " + index("sqlite_autoindex_profile_3"), why,
              [&](const Statement& row) {
                const auto made = rows.find(row.integer(0));
                if (made == rows.end()) return;
@@ -354,7 +279,7 @@ private:
 
   void insertMessages() {
     const MessageNumbers found = findMessageNumbers(old_);
-    for (const std::string& what : found.damage) leaveOut(what);
+    for (const std::string& what : found.tableDamage) leaveOut(what);  // indexes are made anew
     std::uint64_t done = 0, since = 0, bytes = 0;
     report(watch_, 0, found.numbers.size());
     for (const std::int64_t number : found.numbers) {
@@ -479,7 +404,7 @@ private:
     })) {
       folder.name += " (2)";
     }
-    recovered_ = nextNumber(folders_.folders);
+    recovered_ = tree_.nextFolder();
     const std::int64_t time = static_cast<std::int64_t>(now().ticks);
     Query(into().statement("INSERT INTO folder (id, guid, store, parent, name, created, modified) "
                            "VALUES (?, ?, ?, ?, ?, ?, ?)"),
@@ -495,10 +420,10 @@ private:
   ReadingConnection& old_;  // of it
   NewStore files_;
   FolderMap folders_;
+  TreeMending tree_;
   const Watch& watch_;
   std::unique_ptr<Database> database_;
   std::optional<Transaction> transaction_;
-  std::map<std::int64_t, std::int64_t> tops_;  // of each store: the folder that people see as its top
   std::int64_t publicTop_ = 0, recovered_ = 0;
   bool hasNewFiles_ = false;
   SalvageResult result_;

@@ -1,6 +1,7 @@
 // Whatever pages of a store are damaged, all messages come over that have nothing in these, and the others are named.
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <random>
 
 #include "maintenance_fixture.h"
@@ -34,15 +35,14 @@ protected:
     for (int i = 0; i < 30; ++i) {
       MessageDraft draft = draftWith(i % 2 ? reports : mailbox.inbox, subject());
       if (i % 5 == 0) draft.kind = MessageKind::Associated;
-      draft.set.push_back({bodyTag, std::u16string(static_cast<std::size_t>(600 * (i % 24) + 1700), u'b')});
+      const int length = i % 10 == 0 ? 5000 + 900 * i : 3600 + i;
+      draft.set.push_back({bodyTag, std::u16string(static_cast<std::size_t>(length), u'b')});
       save(draft);
     }
-    for (const std::size_t size : {33'000, 60'000, 131'072, 300, 140'000, 90'000, 128'000, 0, 300'000}) {
-      save(draftWith(size % 7 ? reports : deep, subject(), size));
-    }
+    for (const std::size_t size : {33'000, 131'072, 300, 140'000, 0}) save(draftWith(deep, subject(), size));
     // Free pages among the others.
     const Guid gone = makeFolder(u"Gone");
-    for (int i = 0; i < 4; ++i) save(draftWith(gone, u"gone", 50'000));
+    for (int i = 0; i < 2; ++i) save(draftWith(gone, u"gone", 50'000));
     ASSERT_EQ(deleteFolder(*database, gone, {true, true}), Status::Ok);
   }
 
@@ -56,8 +56,21 @@ protected:
     database.reset();
   }
 
+  // All of a folder's messages but the first ones.
+  void deleteAll(const Guid& folder, std::size_t but) {
+    std::vector<Guid> ids;
+    const auto note = [&](MessageRow&& row) {
+      ids.push_back(row.message.id);
+      return true;
+    };
+    EXPECT_EQ(readMessageRows(*database, folder, MessageKind::Ordinary, {}, note), Status::Ok);
+    ids.erase(ids.begin(), ids.begin() + static_cast<std::ptrdiff_t>(but));
+    EXPECT_EQ(deleteMessages(*database, ids), Status::Ok);
+  }
+
   void learnSubjects() {
-    Query subjects(database->connection().statement("SELECT message, value FROM message_property WHERE part = 0 AND id = 55"));
+    Query subjects(database->connection().statement(
+        "SELECT message, value FROM message_property WHERE part = 0 AND id = 55"));
     while (subjects.step()) numberOf[std::string(subjects->text(1))] = subjects->integer(0);
   }
 
@@ -86,10 +99,15 @@ protected:
     }
     SCOPED_TRACE(where);
     write(path(), bytes);
-    expectAllBut(touched);
+    // Of a folder that is lost in the table, its indexes together know what is needed.
+    const auto isOfFolders = [&](std::uint32_t page) {
+      const std::string name = map.nameOf(page);
+      return name.ends_with(" folder") || name.find("autoindex_folder") != std::string::npos;
+    };
+    expectAllBut(touched, std::ranges::count_if(pages, isOfFolders) > 1);
   }
 
-  void expectAllBut(const std::set<std::int64_t>& touched) {
+  void expectAllBut(const std::set<std::int64_t>& touched, bool foldersMayDiffer = false) {
     removeRescued();
     SalvageResult result;
     try {
@@ -102,8 +120,16 @@ protected:
     ASSERT_EQ(Database::openExisting(rescued(), database, error), Status::Ok) << error;
     auto expected = described;
     for (const std::int64_t number : touched) expected.erase(number);
-    EXPECT_TRUE(describeMessages(database->connection()) == expected) << result.messages << " came over";
-    EXPECT_THAT(checkStore(rescued(), {}).damage, IsEmpty());
+    auto found = describeMessages(database->connection());
+    if (foldersMayDiffer) {
+      for (auto* messages : {&expected, &found}) {
+        for (auto& [number, words] : *messages) words.erase(0, words.find('\n'));
+      }
+    }
+    EXPECT_TRUE(found == expected) << result.messages << " came over";
+    if (++looks % 5 == 1) {
+      EXPECT_THAT(checkStore(rescued(), {}).damage, IsEmpty());
+    }
     last = std::move(result);
   }
 
@@ -112,6 +138,7 @@ protected:
   std::vector<std::byte> whole;
   PageMap map;
   SalvageResult last;
+  int looks = 0;
 };
 
 TEST_F(PageDamageTest, AnyOnePageLosesNoMessageThatIsNotInIt) {
@@ -127,6 +154,121 @@ TEST_F(PageDamageTest, AnyOnePageLosesNoMessageThatIsNotInIt) {
                            "leaf of attachment", "leaf of content", "leaf of folder", "first page", "no tree's"}) {
     EXPECT_GT(kinds[kind], 0) << kind;
   }
+}
+
+// What lies behind several damaged pages is found as well. FENDREL_ROUNDS makes it longer.
+TEST_F(PageDamageTest, SeveralPagesLoseNoMessageThatIsNotInThem) {
+  fillWithEverything();
+  learn();
+  const char* asked = std::getenv("FENDREL_ROUNDS");
+  const int rounds = asked ? std::atoi(asked) : 15;
+  for (int round = 1; round <= rounds && !HasFailure(); ++round) {
+    std::mt19937 random(static_cast<unsigned>(round));
+    std::set<std::uint32_t> pages;
+    if (round % 3 == 0) pages.insert(1);
+    while (pages.size() < 2 + round % 4u) pages.insert(1 + random() % map.pages);
+    SCOPED_TRACE("seed " + std::to_string(round));
+    expectTheRest(pages, random() % 16384);
+  }
+  std::printf("%d rounds from seed 1\n", rounds);
+}
+
+TEST_F(PageDamageTest, FirstPageOfACompactedStoreCostsNothing) {
+  fillWithEverything();
+  database.reset();
+  compactStore(path());
+  reopen();
+  learn();
+  expectTheRest({1});
+  EXPECT_THAT(last.leftOut, IsEmpty());
+  EXPECT_EQ(last.profiles, 1u);
+  EXPECT_THAT(last.mended, testing::Contains(Says("first page")));
+}
+
+// Compacting makes the file shorter by whole steps of its growth: behind its last page there may be pages with rows
+// that were there then. Those that were deleted since do not come back, whatever is damaged.
+TEST_F(PageDamageTest, DeletedMessagesStayDeleted) {
+  reports = makeFolder(u"Reports");
+  const Guid stays = makeFolder(u"Stays");
+  for (int i = 0; i < 40; ++i) save(draftWith(stays, u"first", 6000));
+  for (int i = 0; i < 10; ++i) save(draftWith(stays, u"goes soon", 6000));
+  for (int i = 0; i < 300; ++i) save(draftWith(reports, u"goes later"));
+  deleteAll(stays, 40);
+  database.reset();
+  compactStore(path());
+  reopen();
+  deleteAll(reports, 0);
+  const auto messages = static_cast<std::uint32_t>(rootPage("message"));
+  const auto properties = static_cast<std::uint32_t>(rootPage("message_property"));
+  learn();
+  ASSERT_EQ(described.size(), 40u);
+  const auto isZero = [](std::byte byte) { return byte == std::byte{0}; };
+  EXPECT_TRUE(std::all_of(whole.begin() + map.pages * 16384, whole.end(), isZero)) << "something is left there";
+  expectTheRest({messages, properties});
+  expectTheRest({1, messages, properties});
+}
+
+class LogDamageTest : public PageDamageTest {
+protected:
+  // The store as a crash leaves it now, in place of the one that is open.
+  void crash() {
+    described = describeMessages(database->connection());
+    for (const auto& [number, words] : described) numberOf["message number " + std::to_string(number)] = number;
+    learnSubjects();
+    const auto file = read(path()), log = read(path() + L"-wal");
+    database.reset();
+    write(path(), file);
+    write(path() + L"-wal", log);
+    std::filesystem::remove(path() + L"-shm");
+    whole = file;
+  }
+
+  // The pages that the log holds.
+  std::set<std::uint32_t> pagesOfLog() const {
+    const auto log = read(path() + L"-wal");
+    std::set<std::uint32_t> pages;
+    for (std::size_t at = 32; at + 24 + 16384 <= log.size(); at += 24 + 16384) {
+      if (std::memcmp(log.data() + at + 8, log.data() + 16, 8) != 0) break;
+      pages.insert(std::to_integer<std::uint32_t>(log[at + 2]) * 256 + std::to_integer<std::uint32_t>(log[at + 3]));
+    }
+    return pages;
+  }
+
+  void damage(std::set<std::uint32_t> pages) {
+    auto bytes = whole;
+    for (const std::uint32_t page : pages) bytes.at((page - 1) * 16384 + 9000) ^= std::byte{64};
+    write(path(), bytes);
+  }
+};
+
+// Nothing has gone to the file yet but its first page and what it grew by.
+TEST_F(LogDamageTest, StoreInItsLogNeedsNoFile) {
+  fill();
+  crash();
+  damage({1});
+  expectAllBut({});
+}
+
+TEST_F(LogDamageTest, LogStandsForDamagedPages) {
+  fillWithEverything();
+  const auto messages = rootPage("message"), properties = rootPage("message_property");
+  sqlite3_wal_checkpoint_v2(database->connection().handle(), "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+  for (int i = 0; i < 3; ++i) save(draftWith(reports, u"in the log", 5000));
+  crash();
+  const auto inLog = pagesOfLog();
+  ASSERT_GT(inLog.size(), 3u);
+  ASSERT_FALSE(inLog.contains(static_cast<std::uint32_t>(messages)));
+  // What the log holds may be damaged in the file; the way to it too.
+  auto pages = inLog;
+  pages.insert({1, static_cast<std::uint32_t>(messages)});
+  if (inLog.contains(1)) pages.erase(static_cast<std::uint32_t>(messages));
+  std::erase_if(pages, [&](std::uint32_t page) { return page * 16384 > whole.size(); });
+  damage(pages);
+  expectAllBut({});
+  damage({1, static_cast<std::uint32_t>(messages), static_cast<std::uint32_t>(properties)});
+  removeRescued();
+  const SalvageResult result = salvageStore(path(), rescued(), {});
+  EXPECT_GE(result.messages + 10, described.size());
 }
 
 }  // namespace

@@ -112,15 +112,16 @@ std::map<std::int64_t, std::string> describeMessages(Connection& connection) {
     Query rows(connection.statement(sql));
     while (rows.step()) messages[rows->integer(0)] += std::string(rows->text(1)) + "\n";
   };
-  add("SELECT id, 'message ' || hex(guid) || '|' || folder || '|' || associated || '|' || is_read || '|' || size || '|' || "
-      "attachment_count || '|' || created || '|' || modified || '|' || hex(search_key) || '|' || revision "
+  add("SELECT id, 'folder ' || folder FROM message");
+  add("SELECT id, 'message ' || hex(guid) || '|' || associated || '|' || is_read || '|' || size || "
+      "'|' || attachment_count || '|' || created || '|' || modified || '|' || hex(search_key) || '|' || revision "
       "FROM message ORDER BY id");
   add("SELECT message, 'attachment ' || number || '|' || size FROM attachment ORDER BY message, number");
   add("SELECT message, 'property ' || part || '|' || id || '|' || type || '|' || size || '|' || quote(value) || '|' || "
       "ifnull(content, 0) FROM message_property ORDER BY message, part, id");
   add("SELECT p.message, 'content ' || c.id || '|' || c.size || '|' || hex(c.checksums) || '|' || "
-      "ifnull(length(c.data), -1) || '|' || ifnull(c.file, '') FROM message_property p JOIN content c ON c.id = p.content "
-      "ORDER BY p.message, p.part, p.id");
+      "ifnull(length(c.data), -1) || '|' || ifnull(c.file, '') "
+      "FROM message_property p JOIN content c ON c.id = p.content ORDER BY p.message, p.part, p.id");
   return messages;
 }
 

@@ -25,7 +25,8 @@ struct PageMap {
 // `file`: the bytes of the database, with everything that was in its log.
 PageMap mapPages(Connection& connection, const std::vector<std::byte>& file);
 
-// All of each message, in words: its row, its attachments, its properties and the checksums of its contents.
+// All of each message, in words: its folder in a line of its own, its row, its attachments, its properties and the
+// checksums of its contents.
 std::map<std::int64_t, std::string> describeMessages(Connection& connection);
 
 }  // namespace fendrel::store
