@@ -2,9 +2,9 @@
 // as record.h. For store/maintenance only.
 //
 // First the trees are walked from their roots. A page that cannot be read leaves a gap. Its depth tells what it was:
-// all leaves of a tree have one depth. A leaf's rows are lost; behind a page from inside a tree lie pages that are whole
-// and to which nothing leads any more. Those are looked for among all pages, and known by the shape of their rows and
-// by keys that belong into the gap.
+// all leaves of a tree have one depth. A leaf's rows are lost; behind a page from inside a tree lie pages that are
+// whole and to which nothing leads any more. Those are looked for among all pages, and known by the shape of their rows
+// and by keys that belong into the gap.
 #pragma once
 
 #include <array>
