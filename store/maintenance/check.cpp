@@ -9,6 +9,7 @@
 #include "failure_border.h"
 #include "folder_map.h"
 #include "leftovers.h"
+#include "log_frames.h"
 #include "message_inspection.h"
 #include "page_checksums.h"
 #include "property_codec.h"
@@ -26,6 +27,7 @@ public:
   CheckResult run() {
     readPages();
     connection_.keepMoment();
+    readLog();
     runPragma("PRAGMA integrity_check(100)", "The database: ", 0);
     runPragma("PRAGMA foreign_key_check", "A row names one that is not there, in the table ", 0);
     const FolderMap folders(connection_);
@@ -55,6 +57,14 @@ private:
     if (pages.damaged.size() > mostLines) {
       damage(std::to_string(pages.damaged.size() - mostLines) + " more pages do not match their checksums.");
     }
+  }
+
+  // A recovery ends at the first damaged frame without a word. What someone is writing is looked at again.
+  void readLog() {
+    const auto lostFrames = [&] { return readLogFrames(connection_.disk(), connection_.path()).behindDamage; };
+    if (lostFrames() == 0) return;
+    Sleep(500);
+    if (const std::uint32_t frames = lostFrames(); frames > 0) damage(wordsOfLostFrames(frames));
   }
 
   void runPragma(const char* sql, const char* words, int column) {

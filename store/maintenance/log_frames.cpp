@@ -1,8 +1,9 @@
 #include "log_frames.h"
 
+#include <algorithm>
 #include <cstring>
-#include <optional>
 
+#include "page_checksums.h"
 #include "record.h"
 
 namespace fendrel::store {
@@ -16,7 +17,11 @@ constexpr std::uint64_t magic = 0x377F0682;
 
 class LogSum {
 public:
-  LogSum(bool isBigEndian) : isBigEndian_(isBigEndian) {}
+  LogSum(bool isBigEndian, std::span<const std::byte> stored = {}) : isBigEndian_(isBigEndian) {
+    if (stored.empty()) return;
+    first_ = static_cast<std::uint32_t>(bigEndian(stored.first(4)));
+    second_ = static_cast<std::uint32_t>(bigEndian(stored.subspan(4, 4)));
+  }
 
   void add(std::span<const std::byte> bytes) {
     for (std::size_t at = 0; at + 8 <= bytes.size(); at += 8) {
@@ -40,6 +45,22 @@ private:
   std::uint32_t first_ = 0, second_ = 0;
 };
 
+// Counts what lies behind the first frame that does not match. A commit is flushed before the next one begins: a frame
+// whose sum goes on from a commit's tells that this commit was finished. What a crash or a rollback leaves does not.
+class LostFrames {
+public:
+  void note(bool goesOn, bool isCommit) {
+    if (goesOn) ++frames_;
+    if (goesOn && isBehindCommit_) areSaved_ = true;
+    isBehindCommit_ = isCommit;
+  }
+  std::uint32_t saved() const { return areSaved_ ? frames_ : 0; }
+
+private:
+  std::uint32_t frames_ = 0;
+  bool isBehindCommit_ = false, areSaved_ = false;
+};
+
 }  // namespace
 
 LogFrames readLogFrames(DiskFile& log, std::size_t pageSize) {
@@ -47,38 +68,51 @@ LogFrames readLogFrames(DiskFile& log, std::size_t pageSize) {
   Bytes header(logHeaderSize);
   if (log.read(0, header) != header.size()) return frames;
   const std::span<const std::byte> start(header);
-  const std::uint64_t kind = bigEndian(start.first(4));
-  if ((kind & ~std::uint64_t{1}) != magic || bigEndian(start.subspan(8, 4)) != pageSize) return frames;
-  LogSum sum((kind & 1) != 0);
+  const bool isBigEndian = bigEndian(start.first(4)) == (magic | 1);
+  LogSum sum(isBigEndian);
   sum.add(start.first(24));
-  if (!sum.is(start.subspan(24))) return frames;
-  const auto salts = start.subspan(16, 8);
+  bool isDamaged = !sum.is(start.subspan(24)) || (bigEndian(start.first(4)) & ~std::uint64_t{1}) != magic ||
+                   bigEndian(start.subspan(8, 4)) != pageSize;
+  Bytes salts(start.begin() + 16, start.begin() + 24), sumBefore(start.begin() + 24, start.end());
 
   std::map<std::uint32_t, std::uint64_t> uncommitted;
+  LostFrames lost;
   Bytes bytes(frameHeaderSize + pageSize);
-  bool isDamaged = false;
   for (std::uint64_t at = logHeaderSize; log.read(at, bytes) == bytes.size(); at += bytes.size()) {
     const std::span<const std::byte> frame(bytes);
+    if (at == logHeaderSize && isDamaged) salts.assign(frame.begin() + 8, frame.begin() + 16);
+    sum = LogSum(isBigEndian, sumBefore);
+    sum.add(frame.first(summedOfFrameHeader));
+    sum.add(frame.subspan(frameHeaderSize));
+    sumBefore.assign(frame.begin() + 16, frame.begin() + 24);
     const auto page = static_cast<std::uint32_t>(bigEndian(frame.first(4)));
-    if (page == 0 || std::memcmp(frame.data() + 8, salts.data(), salts.size()) != 0) break;
-    if (!isDamaged) {
-      sum.add(frame.first(summedOfFrameHeader));
-      sum.add(frame.subspan(frameHeaderSize));
-      isDamaged = !sum.is(frame.subspan(16, 8));
-      if (isDamaged) continue;
-    }
-    if (isDamaged) {
-      ++frames.behindDamage;
+    const auto count = static_cast<std::uint32_t>(bigEndian(frame.subspan(4, 4)));  // not 0: a commit
+    const bool isOfThisLog = page != 0 && std::equal(salts.begin(), salts.end(), frame.begin() + 8);
+    const bool goesOn = isOfThisLog && sum.is(sumBefore);
+    if (isDamaged || !goesOn) {
+      isDamaged = true;
+      lost.note(goesOn, isOfThisLog && count != 0);
       continue;
     }
     uncommitted[page] = at + frameHeaderSize;
-    if (const auto count = static_cast<std::uint32_t>(bigEndian(frame.subspan(4, 4))); count != 0) {
+    if (count != 0) {
       for (const auto& [number, place] : uncommitted) frames.pages[number] = place;
       uncommitted.clear();
       frames.pageCount = count;
     }
   }
+  frames.behindDamage = lost.saved();
   return frames;
+}
+
+std::string wordsOfLostFrames(std::uint32_t frames) {
+  return "The log holds " + std::to_string(frames) + (frames == 1 ? " frame" : " frames") +
+         " behind a damaged one: what was saved last is not in the store.";
+}
+
+LogFrames readLogFrames(Disk& disk, const std::wstring& path) {
+  const std::wstring log = path + L"-wal";
+  return disk.exists(log) ? readLogFrames(*disk.open(log), databasePageSize) : LogFrames{};
 }
 
 }  // namespace fendrel::store

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 #include <map>
-#include <span>
+#include <string>
 
 #include "disk.h"
 
@@ -13,11 +13,19 @@ namespace fendrel::store {
 struct LogFrames {
   std::map<std::uint32_t, std::uint64_t> pages;  // number, place of its bytes in the file
   std::uint32_t pageCount = 0;                   // of the database after the last commit; 0: the log holds none
-  std::uint32_t behindDamage = 0;                // frames of this log behind the first one that does not match
+
+  // Frames of saved changes that a recovery does not reach, because one before them, or the log's header, is damaged.
+  // Frames of a commit that was never finished are none.
+  std::uint32_t behindDamage = 0;
 };
 
 // As a recovery would read it: up to the last commit before the first frame that does not match its checksum. Throws
 // EngineError where the file cannot be read.
 LogFrames readLogFrames(DiskFile& log, std::size_t pageSize);
+
+// The same for the log of the store at `path`; nothing where there is none.
+LogFrames readLogFrames(Disk& disk, const std::wstring& path);
+
+std::string wordsOfLostFrames(std::uint32_t frames);
 
 }  // namespace fendrel::store

@@ -14,6 +14,7 @@
 #include "database.h"
 #include "failure_border.h"
 #include "folder_map.h"
+#include "log_frames.h"
 #include "message_inspection.h"
 #include "migrations.h"
 #include "new_store.h"
@@ -91,6 +92,9 @@ public:
     begin();
     into().execute("DELETE FROM store");  // a new store has public folders of its own
     for (const std::string& what : store_.overcome()) mended({}, what);
+    if (const auto frames = readLogFrames(windowsDisk(), old_.path()).behindDamage; frames > 0) {
+      leaveOut(wordsOfLostFrames(frames));
+    }
     for (const Finding& finding : folders_.lost()) result_.leftOut.push_back(finding);
     tree_.run();
     publicTop_ = tree_.publicTop();

@@ -49,6 +49,15 @@ protected:
     database.reset();
   }
 
+  // The files are as a program leaves them that dies now: the log is not carried over.
+  void crash() {
+    const auto file = read(path()), log = read(path() + L"-wal");
+    database.reset();
+    write(path(), file);
+    write(path() + L"-wal", log);
+    std::filesystem::remove(path() + L"-shm");
+  }
+
   CheckResult checked() const { return checkStore(path(), {}); }
 
   static std::vector<std::byte> read(const std::wstring& file) {

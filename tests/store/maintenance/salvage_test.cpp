@@ -1,9 +1,7 @@
 // What is whole comes over, with its identifiers; what is not is named.
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <random>
-#include <set>
 
 #include "checksum.h"
 #include "maintenance_fixture.h"
@@ -92,33 +90,6 @@ TEST_F(SalvageTest, MessageWithoutItsContentFileIsLeftOutAndNamed) {
   EXPECT_EQ(result.messages, 2u);
   EXPECT_THAT(result.leftOut, testing::ElementsAre(IsFinding("large", "large.pdf", "missing")));
   EXPECT_THAT(checkStore(rescued(), {}).damage, IsEmpty());
-}
-
-TEST_F(SalvageTest, MessagesAroundDamagedPagesComeOver) {
-  reports = makeFolder(u"Reports");
-  for (int i = 0; i < 200; ++i) save(draftWith(reports, u"m", 2000));
-  // Where a table's rows are found from: without it none of them is.
-  const std::set<std::uint64_t> roots = {rootPage("message"), rootPage("message_property"), rootPage("content")};
-  close();
-  const auto whole = read(path());
-  const std::size_t pages = checked().pages;
-  std::size_t most = 0, fewest = 1000;
-  for (std::size_t page = 2; page <= pages; page += 4) {
-    auto bytes = whole;
-    bytes[(page - 1) * 16384 + 9000] ^= std::byte{64};
-    write(path(), bytes);
-    removeRescued();
-    const SalvageResult result = salvage();
-    most = std::max<std::size_t>(most, result.messages);
-    fewest = std::min<std::size_t>(fewest, result.messages);
-    EXPECT_THAT(checkStore(rescued(), {}).damage, IsEmpty()) << "page " << page;
-    if (!roots.contains(page)) {
-      EXPECT_GE(result.messages, 40u) << "page " << page;
-    }
-    EXPECT_EQ(result.messages == 200, !std::ranges::any_of(result.leftOut, &Finding::isMessage)) << "page " << page;
-  }
-  EXPECT_EQ(most, 200u);
-  EXPECT_LT(fewest, 200u) << "no page that was damaged held a message";
 }
 
 TEST_F(SalvageTest, FoldersOfADamagedTableComeOverFromItsIndexes) {
