@@ -1,4 +1,5 @@
-#include "connection.h"
+#include "compact.h"
+
 #include "database.h"
 #include "failure_border.h"
 #include "leftovers.h"
@@ -44,6 +45,8 @@ void cutOff(Connection& connection) {
   if (size > needed) checkSqlite(file->pMethods->xTruncate(file, needed), nullptr, "Shortening the store");
 }
 
+}  // namespace
+
 CompactResult compact(Connection& connection) {
   CompactResult result;
   int exact = 0;
@@ -64,8 +67,6 @@ CompactResult compact(Connection& connection) {
   result.bytesAfter = bytesOf(connection);
   return result;
 }
-
-}  // namespace
 
 CompactResult compactStore(const std::wstring& path) {
   return maintained([&] {
