@@ -16,9 +16,12 @@ constexpr std::size_t pageCountOffset = 28, firstFreePageOffset = 32;
 // SQLite's locks lie there: never written, and not to be read while another program has one.
 constexpr std::uint32_t lockPage = 0x40000000 / databasePageSize + 1;
 
+constexpr std::size_t keptPages = 64;
+
 }  // namespace
 
-StorePages::StorePages(const std::wstring& path, Disk& disk) : file_(disk.open(path)), page_(databasePageSize) {
+StorePages::StorePages(const std::wstring& path, Disk& disk) 
+    : file_(disk.open(path)), page_(databasePageSize), kept_(keptPages) {
   constexpr std::uint64_t most = std::numeric_limits<std::uint32_t>::max();
   pagesInFile_ = static_cast<std::uint32_t>(std::min(file_->size() / databasePageSize, most));
   if (const std::wstring log = path + L"-wal"; disk.exists(log)) {
@@ -61,21 +64,28 @@ bool StorePages::readWhole(DiskFile& file, std::uint64_t at) {
   }
 }
 
+// Into page_. False: it is damaged.
+bool StorePages::readPage(std::uint32_t number) {
+  const auto inLog = frames_.pages.find(number);
+  if (inLog != frames_.pages.end()) return readWhole(*log_, inLog->second);
+  if (!readWhole(*file_, std::uint64_t{number - 1} * databasePageSize)) return false;
+  return !hasChecksums_ || matchesPage(page_, number);
+}
+
 std::optional<std::span<const std::byte>> StorePages::page(std::uint32_t number) {
   if (number == 0 || number > pageCount_) return {};
+  KeptPage& kept = kept_[number % kept_.size()];
+  if (kept.number != number) {
+    if (number == lockPage) {
+      std::ranges::fill(page_, std::byte{0});
+    } else if (!readPage(number)) {
+      return {};
+    }
+    kept.number = number;
+    kept.bytes = page_;
+  }
   const std::size_t usable = databasePageSize - (hasChecksums_ ? reservedPageBytes : 0);
-  if (number == lockPage) {
-    std::ranges::fill(page_, std::byte{0});
-    return std::span<const std::byte>(page_).first(usable);
-  }
-  const auto inLog = frames_.pages.find(number);
-  if (inLog != frames_.pages.end()) {
-    if (!readWhole(*log_, inLog->second)) return {};
-  } else {
-    if (!readWhole(*file_, std::uint64_t{number - 1} * databasePageSize)) return {};
-    if (hasChecksums_ && !matchesPage(page_, number)) return {};
-  }
-  return std::span<const std::byte>(page_).first(usable);
+  return std::span<const std::byte>(kept.bytes).first(usable);
 }
 
 std::uint32_t StorePages::firstFreePage() {

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "disk.h"
 #include "log_frames.h"
@@ -26,7 +27,14 @@ public:
   std::uint32_t firstFreePage();
 
 private:
+  // Pages that were read last: rows are read one by one, and their neighbours in a page soon after.
+  struct KeptPage {
+    std::uint32_t number = 0;  // 0: none
+    Bytes bytes;
+  };
+
   bool readWhole(DiskFile& file, std::uint64_t at);
+  bool readPage(std::uint32_t number);
   bool learnChecksums();
   void learnPageCount();
 
@@ -35,6 +43,7 @@ private:
   std::uint32_t pagesInFile_ = 0, pageCount_ = 0;
   bool hasChecksums_ = false;
   Bytes page_;
+  std::vector<KeptPage> kept_;  // each page has its place by its number
 };
 
 }  // namespace fendrel::store
