@@ -20,7 +20,7 @@ constexpr std::size_t keptPages = 64;
 
 }  // namespace
 
-StorePages::StorePages(const std::wstring& path, Disk& disk) 
+StorePages::StorePages(const std::wstring& path, Disk& disk)
     : file_(disk.open(path)), page_(databasePageSize), kept_(keptPages) {
   constexpr std::uint64_t most = std::numeric_limits<std::uint32_t>::max();
   pagesInFile_ = static_cast<std::uint32_t>(std::min(file_->size() / databasePageSize, most));
