@@ -7,6 +7,9 @@
 namespace fendrel::store {
 namespace {
 
+constexpr std::string_view firstPageIsLost =
+    "The first page, which tells where the tables are, cannot be read: they were looked for where a store has them.";
+
 const TreeShape* shapeNamed(std::string_view name) {
   const auto found = std::ranges::find(treeShapes(), name, &TreeShape::name);
   return found == treeShapes().end() ? nullptr : &*found;
@@ -60,8 +63,7 @@ DamagedStore::DamagedStore(const std::wstring& path, Disk& disk) {
     const Trees trees = treesOfKnownStore(error);
     std::vector<const TreeShape*> all;
     for (const TreeShape& shape : treeShapes()) all.push_back(&shape);
-    overcome_.push_back("The first page, which tells where the tables are, cannot be read: they were looked for where "
-                        "a store has them.");
+    overcome_.emplace_back(firstPageIsLost);
     readPages(trees, all, 0);
     return;
   }
