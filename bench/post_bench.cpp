@@ -42,6 +42,21 @@ void writeInput(const std::wstring& path, std::size_t size) {
   CloseHandle(file);
 }
 
+// Writes and deletes as much as posting will write, so that memory which a virtual machine's host has to provide first is
+// there for every way of posting.
+void touchMemory(const std::wstring& folder, std::uint64_t size) {
+  constexpr DWORD piece = 1024 * 1024;
+  const std::vector<char> bytes(piece);
+  const HANDLE file = CreateFileW((folder + L"\\scratch").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                  FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+  require(file == INVALID_HANDLE_VALUE ? MAPI_E_NO_ACCESS : S_OK, "writing a scratch file");
+  for (std::uint64_t done = 0; done < size + 64 * piece; done += piece) {
+    DWORD written = 0;
+    require(WriteFile(file, bytes.data(), piece, &written, nullptr) ? S_OK : MAPI_E_NOT_ENOUGH_DISK, "WriteFile");
+  }
+  CloseHandle(file);
+}
+
 double mostMemory() {
   PROCESS_MEMORY_COUNTERS counters{};
   GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
@@ -128,10 +143,12 @@ int run(const std::wstring& way, const std::wstring& folder, std::size_t count, 
   double seconds = 0;
   if (way == L"plugin") {
     const Plugin plugin(buildFolder() + L"\\bin\\FENDREL.DLL");
+    touchMemory(folder, count * size);
     QueryPerformanceCounter(&start);
     plugin.post(files, names);
     seconds = secondsSince(start);
   } else {
+    touchMemory(folder, count * size);
     QueryPerformanceCounter(&start);
     postDirectly(mapi, files, names);
     seconds = secondsSince(start);

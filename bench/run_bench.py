@@ -2,6 +2,7 @@
 
 import argparse
 import os
+import random
 import shutil
 import statistics
 import subprocess
@@ -15,23 +16,23 @@ CASES = [("4 KiB", 1000, 4 * KIB), ("64 KiB", 200, 64 * KIB), ("1 MiB", 50, MIB)
 WORK = Path("build/bench/work").absolute()
 
 
-# An empty folder. As many bytes as a run touches are written and deleted first: the host of a virtual machine takes
-# away memory that lies idle and gives it back page by page, which costs up to some milliseconds a MiB, and which way of
-# posting paid for it would depend on the one before.
-def fresh_folder(touched: int = 0) -> Path:
+# An empty folder, when the disk has done with everything before.
+def fresh_folder() -> Path:
     shutil.rmtree(WORK, ignore_errors=True)
     WORK.mkdir(parents=True)
-    scratch = WORK / "scratch"
-    with scratch.open("wb") as file:
-        for _ in range(touched // MIB + 1):
-            file.write(bytes(MIB))
-    scratch.unlink()
+    os.sync()
     return WORK
 
 
-# The files to post, what they become, and room for a log.
-def touched_by(count: int, size: int) -> int:
-    return 3 * count * size + 64 * MIB
+# Writes and deletes as much as a run will write, the last thing before its time runs; post_bench and native_write do so
+# too. The host of a virtual machine takes away memory that lies idle and gives it back page by page, which costs up to
+# some milliseconds a MiB, and which way of posting paid for it would depend on the one before.
+def touch_memory(size: int) -> None:
+    scratch = WORK / "scratch"
+    with scratch.open("wb") as file:
+        for _ in range(size // MIB + 64):
+            file.write(bytes(MIB))
+    scratch.unlink()
 
 
 def output_of(command: list[str]) -> str:
@@ -46,31 +47,32 @@ def windows(path: Path) -> str:
 
 
 def native(count: int, size: int) -> float:
-    folder = str(fresh_folder(touched_by(count, size)))
-    return float(output_of(["build/bench/native_write", folder, str(count), str(size)]))
+    return float(output_of(["build/bench/native_write", str(fresh_folder()), str(count), str(size)]))
 
 
 def by_dd(size: int) -> float:
-    source, target = fresh_folder(touched_by(1, size)) / "source", WORK / "target"
+    source, target = fresh_folder() / "source", WORK / "target"
     with source.open("wb") as file:
         for _ in range(size // MIB):
             file.write(os.urandom(MIB))
         file.flush()
         os.fsync(file.fileno())
+    touch_memory(size)
     start = time.perf_counter()
     output_of(["dd", f"if={source}", f"of={target}", "bs=4k", "conv=fsync"])
     return time.perf_counter() - start
 
 
 def by_imap(count: int, size: int) -> float:
-    with ImapServer(fresh_folder(touched_by(count, size))) as server:
+    with ImapServer(fresh_folder()) as server:
+        touch_memory(count * size)
         return server.append_seconds(count, size)
 
 
 # Seconds, and the most memory of the process in MiB.
 def posted(way: str, count: int, size: int) -> tuple[float, float]:
     seconds, memory = output_of(["tools/run-wine", "build/release/bench/post_bench.exe", way,
-                                 windows(fresh_folder(touched_by(count, size))), str(count), str(size)]).split()
+                                 windows(fresh_folder()), str(count), str(size)]).split()
     return float(seconds), float(memory)
 
 
@@ -95,9 +97,12 @@ def main() -> None:
         if count == 1:
             compared["dd"] = lambda _, s: by_dd(s)
         times = {way: [] for way in compared}
-        for _ in range(rounds):
-            for way, run in compared.items():
-                times[way].append(run(count, size))
+        for turn in range(rounds):
+            # In another order each time: whatever one way leaves behind, not always the same one pays for it.
+            order = list(compared)
+            random.Random(turn).shuffle(order)
+            for way in order:
+                times[way].append(compared[way](count, size))
         medians = {way: statistics.median(values) for way, values in times.items()}
         # A ratio compares the two ways round by round, so that a slow moment of the disk counts for both.
         share = statistics.median(p / d for p, d in zip(times["plug-in"], times["direct MAPI"]))
