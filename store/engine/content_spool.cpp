@@ -158,9 +158,12 @@ void ContentSpool::prepare() {
   makeCurrent(blockCount() - 1);
   noteChecksum();  // it may be of another length
   checksums_.resize(static_cast<std::size_t>(blockCount()));
-  wholeFile().write(current_ * contentBlockSize, block_);
+  DiskFile& file = wholeFile();
+  file.write(current_ * contentBlockSize, block_);
   dirty_ = false;
-  file_.file->flush();
+  if (file.size() != size_) file.resize(size_);  // it may have been filled ahead
+  file.flush();
+  connection_.readyFiles().noteSize(size_);
 }
 
 void ContentSpool::finish() noexcept {

@@ -12,6 +12,7 @@ namespace fendrel::store {
 
 namespace {
 constexpr std::size_t mostAtOnce = 8, few = 4;
+constexpr std::uint64_t longestFill = 1024 * 1024;
 }
 
 ReadyFiles::File ReadyFiles::take() {
@@ -51,6 +52,12 @@ std::vector<ReadyFiles::File> ReadyFiles::make(std::size_t count) {
   return files;
 }
 
+void ReadyFiles::fill(const std::vector<File>& files) {
+  const Bytes zeros(static_cast<std::size_t>(std::min<std::uint64_t>(lastSize_, longestFill)));
+  if (zeros.empty()) return;
+  for (const File& file : files) file.file->write(0, zeros);
+}
+
 void ReadyFiles::makeInBackground() {
   if (isMaking_ || !connection_.disk().worksInBackground()) return;
   if (!work_) work_ = CreateThreadpoolWork(background, this, nullptr);
@@ -64,6 +71,7 @@ void CALLBACK ReadyFiles::background(PTP_CALLBACK_INSTANCE, void* self, PTP_WORK
   std::vector<File> made;
   try {
     made = ready.make(mostAtOnce);
+    ready.fill(made);
     const std::lock_guard lock(ready.mutex_);
     ready.files_.reserve(ready.files_.size() + made.size());
     std::ranges::move(made, std::back_inserter(ready.files_));

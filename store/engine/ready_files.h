@@ -4,11 +4,15 @@
 // who saves a message flushes the file and commits the row that names it, nothing more. Until then the file is held open
 // so that nobody can take it for a left-over; what is not needed is deleted at the end, or after a crash by a
 // later opening. Files are made several at a time in programs that use many, since one flush of the folder serves
-// them all: 1, 1, 2, 4, then 8, and these in the background while there still are some.
+// them all: 1, 1, 2, 4, then 8, and these in the background while there still are some. Files of the background are filled
+// with zeros to the size of the last content, 1 MiB at most: the system then has their pages in its cache, and writing
+// over them is quick. Who saves cuts the file to its size.
 #pragma once
 
 #include <windows.h>
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,7 +27,7 @@ class Connection;
 class ReadyFiles {
 public:
   struct File {
-    std::unique_ptr<DiskFile> file;  // empty
+    std::unique_ptr<DiskFile> file;  // empty, or all zeros
     std::wstring name;               // within the content folder
     std::wstring path;               // the whole
   };
@@ -35,6 +39,9 @@ public:
   // Any thread. Throws EngineError.
   File take();
 
+  // How long the content of one file became.
+  void noteSize(std::uint64_t size) noexcept { lastSize_ = size; }
+
   // Deletes those that nobody took. The last call.
   void clear() noexcept;
 
@@ -44,6 +51,7 @@ public:
 private:
   std::vector<File> make(std::size_t count);
   void remove(std::vector<File>& files) noexcept;
+  void fill(const std::vector<File>& files);
   void makeInBackground();
   static void CALLBACK background(PTP_CALLBACK_INSTANCE, void* self, PTP_WORK);
 
@@ -53,6 +61,7 @@ private:
   std::size_t taken_ = 0;
   PTP_WORK work_ = nullptr;
   bool isMaking_ = false;  // in the background
+  std::atomic<std::uint64_t> lastSize_ = 0;
 };
 
 }  // namespace fendrel::store
