@@ -125,40 +125,36 @@ TEST(BlockWriterTest, AFullQueueBehindARefusedBlockTakesNoMore) {
   EXPECT_TRUE(file.content == blocks(taken + 1));
 }
 
-TEST(BlockWriterTest, FlushesLongFilesMeanwhileAndShortOnesNot) {
+// A file of so many MiB.
+void writeLongFile(BlockWriter& writer, int count) {
   constexpr std::size_t large = 1024 * 1024;
+  for (int i = 0; i < count; ++i) {
+    Bytes bytes = block(i, large);
+    writer.write(static_cast<std::uint64_t>(i) * large, bytes);
+  }
+  writer.finish();
+}
+
+TEST(BlockWriterTest, DoesNotFlushShortFiles) {
   RefusingFile file;
-  {
-    BlockWriter writer(file, true);
-    for (int i = 0; i < 3; ++i) {
-      Bytes bytes = block(i, large);
-      writer.write(i * large, bytes);
-    }
-    writer.finish();
-  }
+  BlockWriter writer(file, true);
+  writeLongFile(writer, 3);
   EXPECT_EQ(file.flushes, 0);
-  {
-    BlockWriter writer(file, true);
-    for (int i = 0; i < 8; ++i) {
-      Bytes bytes = block(i, large);
-      writer.write(i * large, bytes);
-    }
-    writer.finish();
-  }
+}
+
+TEST(BlockWriterTest, FlushesLongFilesMeanwhile) {
+  RefusingFile file;
+  BlockWriter writer(file, true);
+  writeLongFile(writer, 8);
   EXPECT_GE(file.flushes, 1);
   EXPECT_LE(file.flushes, 2);
 }
 
 TEST(BlockWriterTest, AFlushThatFailedSpoilsTheFile) {
-  constexpr std::size_t large = 1024 * 1024;
   RefusingFile file;
   file.flushFails = true;
   BlockWriter writer(file, true);
-  for (int i = 0; i < 8; ++i) {
-    Bytes bytes = block(i, large);
-    writer.write(i * large, bytes);
-  }
-  EXPECT_THROW(writer.finish(), EngineError);
+  EXPECT_THROW(writeLongFile(writer, 8), EngineError);
   file.flushFails = false;
   EXPECT_THROW(writer.finish(), EngineError);
 }
