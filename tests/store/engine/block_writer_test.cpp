@@ -88,8 +88,7 @@ TEST(BlockWriterTest, RefusedBlocksAreToldOfAndTriedAgain) {
   write(writer, 0);
   writer.finish();
   file.refused = true;
-  write(writer, 1);
-  write(writer, 2);
+  write(writer, 1);  // one only: a further one would be refused, or not, as the background goes
   for (int attempt = 0; attempt < 2; ++attempt) {
     try {
       writer.finish();
@@ -100,7 +99,7 @@ TEST(BlockWriterTest, RefusedBlocksAreToldOfAndTriedAgain) {
   }
   file.refused = false;
   writer.finish();
-  EXPECT_TRUE(file.content == blocks(3));
+  EXPECT_TRUE(file.content == blocks(2));
 }
 
 TEST(BlockWriterTest, AFullQueueBehindARefusedBlockTakesNoMore) {
