@@ -109,7 +109,7 @@ bool KeptLocks::mayKeep() {
   if (keeping_) return true;
   if (!isBurst) return false;
   keptUntil_ = now + longestKept;
-  keeping_ = startTimer();
+  keeping_ = startTimer(longestKept);
   return keeping_;
 }
 
@@ -134,17 +134,29 @@ void KeptLocks::giveBack() {
 }
 
 // A program that does nothing any more must give its locks back all the same.
-bool KeptLocks::startTimer() {
+bool KeptLocks::startTimer(ULONGLONG milliseconds) {
   if (!timer_) timer_ = CreateThreadpoolTimer(timeIsUp, this, nullptr);
   if (!timer_) return false;
-  const auto due = static_cast<ULONGLONG>(-static_cast<LONGLONG>(longestKept * 10'000));
+  const auto due = static_cast<ULONGLONG>(-static_cast<LONGLONG>(milliseconds * 10'000));
   FILETIME time{static_cast<DWORD>(due), static_cast<DWORD>(due >> 32)};
   SetThreadpoolTimer(timer_, &time, 0, 0);
   return true;
 }
 
 void CALLBACK KeptLocks::timeIsUp(PTP_CALLBACK_INSTANCE, void* self, PTP_TIMER) {
-  static_cast<KeptLocks*>(self)->giveBack();
+  static_cast<KeptLocks*>(self)->giveBackInTime();
+}
+
+// Timers and the clock do not agree to the millisecond, and a new burst may have begun meanwhile.
+void KeptLocks::giveBackInTime() {
+  const std::lock_guard guard(mutex_);
+  if (!keeping_) return;
+  const ULONGLONG now = clock_();
+  if (now >= keptUntil_) {
+    endKeeping(pauseForOthers);
+  } else {
+    startTimer(keptUntil_ - now);
+  }
 }
 
 void KeptLocks::askOthers() {

@@ -44,7 +44,8 @@ private:
   bool mayKeep();
   void endKeeping(ULONGLONG pause);
   void giveBack(unsigned locks);
-  bool startTimer();
+  bool startTimer(ULONGLONG milliseconds);
+  void giveBackInTime();
   void askOthers();
   int below(int first, int count, int flags) { return file_->pMethods->xShmLock(file_, first, count, flags); }
   static void CALLBACK timeIsUp(PTP_CALLBACK_INSTANCE, void* self, PTP_TIMER);

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,6 +20,7 @@ constexpr int returnExclusive = SQLITE_SHM_UNLOCK | SQLITE_SHM_EXCLUSIVE;
 struct System {
   sqlite3_file file;
   std::vector<std::string> calls;
+  std::atomic<std::size_t> callCount = 0;  // the timer may make some
   unsigned othersHold = 0;
 
   System() {
@@ -37,6 +39,7 @@ struct System {
     const bool isTake = (flags & SQLITE_SHM_LOCK) != 0;
     calls.push_back((isTake ? "+" : "-") + std::to_string(first) + (count > 1 ? "*" + std::to_string(count) : "") +
                     (flags & SQLITE_SHM_SHARED ? "s" : "x"));
+    ++callCount;
     return isTake && (othersHold >> first & ((1u << count) - 1)) ? SQLITE_BUSY : SQLITE_OK;
   }
 
@@ -44,7 +47,9 @@ struct System {
 };
 
 using Calls = std::vector<std::string>;
-ULONGLONG clockTime = 0;
+// Moved by the tests alone, so that it does not matter how long they take.
+std::atomic<ULONGLONG> clockTime = 0;
+ULONGLONG testClock() { return clockTime; }
 
 class KeptLocksTest : public testing::Test {
 protected:
@@ -66,7 +71,7 @@ protected:
   }
 
   System system_;
-  KeptLocks locks_{&system_.file, "store", [] { return clockTime; }};
+  KeptLocks locks_{&system_.file, "store", testClock};
 };
 
 const Calls wholeTransaction = {"+4x", "-4x", "+4s", "+0x", "-0x", "-4s"};
@@ -148,10 +153,19 @@ TEST_F(KeptLocksTest, LongBurstGivesOthersATurn) {
 
 TEST_F(KeptLocksTest, LocksComeBackByThemselves) {
   beginBurst();
-  for (int tenths = 0; tenths < 100 && system_.calls.size() < 2; ++tenths) Sleep(100);
+  const std::size_t before = system_.callCount;
+  clockTime += 200;
+  for (int tenths = 0; tenths < 600 && system_.callCount < before + 2; ++tenths) Sleep(100);
   EXPECT_EQ(system_.calls, (Calls{"-0x", "-4s"}));
   transaction(locks_);
   EXPECT_EQ(system_.calls.size(), 2 + wholeTransaction.size());
+}
+
+TEST_F(KeptLocksTest, TimerGivesNothingBackBeforeItsTime) {
+  beginBurst();
+  Sleep(300);
+  transaction(locks_);
+  EXPECT_EQ(system_.calls, Calls{});
 }
 
 TEST_F(KeptLocksTest, LocksInUseAreNotGivenBack) {
@@ -186,7 +200,7 @@ TEST_F(KeptLocksTest, AnotherConnectionOfTheProcessGetsThemAtOnce) {
   beginBurst();
   System others;
   others.othersHold = 1u << writeLock;  // as long as the first one keeps it
-  KeptLocks second(&others.file, "store", [] { return clockTime; });
+  KeptLocks second(&others.file, "store", testClock);
   EXPECT_EQ(second.lock(writeLock, 1, takeExclusive), SQLITE_BUSY);
   EXPECT_EQ(system_.calls, (Calls{"-0x", "-4s"}));
   EXPECT_EQ(others.calls, (Calls{"+0x", "+0x"}));  // asked again when it was given back
@@ -196,7 +210,7 @@ TEST_F(KeptLocksTest, ConnectionOfAnotherStoreKeepsIts) {
   beginBurst();
   System others;
   others.othersHold = 1u << writeLock;
-  KeptLocks second(&others.file, "another store", [] { return clockTime; });
+  KeptLocks second(&others.file, "another store", testClock);
   EXPECT_EQ(second.lock(writeLock, 1, takeExclusive), SQLITE_BUSY);
   EXPECT_EQ(system_.calls, Calls{});
 }
@@ -204,7 +218,7 @@ TEST_F(KeptLocksTest, ConnectionOfAnotherStoreKeepsIts) {
 TEST_F(KeptLocksTest, EndGivesEverythingBack) {
   System system;
   {
-    KeptLocks locks(&system.file, "third store", [] { return clockTime; });
+    KeptLocks locks(&system.file, "third store", testClock);
     transaction(locks);
     transaction(locks);
     system.calls.clear();
