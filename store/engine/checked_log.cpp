@@ -46,6 +46,10 @@ int CheckedLog::readBelow(void* into, int count, sqlite3_int64 at) {
   return file_->pMethods->xRead(file_, into, count, at);
 }
 
+int CheckedLog::writeBelow(const void* bytes, sqlite3_int64 count, sqlite3_int64 at) {
+  return file_->pMethods->xWrite(file_, bytes, static_cast<int>(count), at);
+}
+
 // True unless the page of the frame that begins at `frame` is known to differ from its checksum.
 bool CheckedLog::frameMatches(const std::byte* page, sqlite3_int64 frame) {
   constexpr sqlite3_int64 sumInHeader = 16;
@@ -102,10 +106,40 @@ int CheckedLog::write(const void* bytes, int count, sqlite3_int64 at) {
 
 int CheckedLog::writeGathered() {
   if (gathered_.empty()) return SQLITE_OK;
-  const int code =
-      file_->pMethods->xWrite(file_, gathered_.data(), static_cast<int>(gathered_.size()), gatheredAt_);
+  const int code = writeBelow(gathered_.data(), static_cast<sqlite3_int64>(gathered_.size()), gatheredAt_);
   gathered_.clear();
   return code;
+}
+
+// All of it stands in the database, so it does no harm if the mark is lost in a power cut. A log that has lost its end
+// alone would: its first frames are older than what the database holds. So the mark is on the disk before that.
+int CheckedLog::cut(sqlite3_int64 size) {
+  if (const int code = writeGathered(); code != SQLITE_OK) return code;
+  if (size != 0 || room_ == 0) return file_->pMethods->xTruncate(file_, size);
+  sqlite3_int64 length = 0;
+  int code = file_->pMethods->xFileSize(file_, &length);
+  if (code != SQLITE_OK || length == 0) return code;
+  code = writeBelow(emptyLogMark.data(), emptyLogMark.size(), 0);
+  if (code != SQLITE_OK || length <= room_) return code;
+  code = file_->pMethods->xSync(file_, SQLITE_SYNC_NORMAL);
+  return code == SQLITE_OK ? file_->pMethods->xTruncate(file_, room_) : code;
+}
+
+int CheckedLog::makeRoom() {
+  sqlite3_int64 length = 0;
+  int code = file_->pMethods->xFileSize(file_, &length);
+  if (code != SQLITE_OK || length >= room_) return code;
+  const std::vector<std::byte> zeros(static_cast<std::size_t>(std::min<sqlite3_int64>(room_, gatheredAtMost)));
+  if (length == 0) {
+    code = writeBelow(emptyLogMark.data(), emptyLogMark.size(), 0);
+    length = emptyLogMark.size();
+  }
+  while (code == SQLITE_OK && length < room_) {
+    const auto count = std::min<sqlite3_int64>(room_ - length, static_cast<sqlite3_int64>(zeros.size()));
+    code = writeBelow(zeros.data(), count, length);
+    length += count;
+  }
+  return code == SQLITE_OK ? file_->pMethods->xSync(file_, SQLITE_SYNC_NORMAL) : code;
 }
 
 }  // namespace fendrel::store

@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "first_page.h"
+#include "log_room.h"
 #include "migrations.h"
 #include "page_checksums.h"
 #include "unicode.h"
@@ -23,7 +24,6 @@ constexpr const char* setupSql =
     "PRAGMA foreign_keys = ON;"
     "PRAGMA secure_delete = ON;"  // free pages are written too, so that every page in the file has its checksum
     "PRAGMA temp_store = MEMORY;"
-    "PRAGMA cache_size = -8192;"
     "PRAGMA journal_size_limit = 67108864;"
     "PRAGMA trusted_schema = OFF;";
 
@@ -191,6 +191,9 @@ void Connection::setPragmas() {
   execute(setupSql);
   std::string path = toUtf8(path_);
   if (disk_.hasSlowLocks()) sqlite3_file_control(database, "main", keepLocksControl, path.data());
+  sqlite3_busy_handler(database, nullptr, nullptr);
+  makeLogRoom(database, disk_.logRoom());
+  sqlite3_busy_handler(database, waitWhileBusy, this);
 }
 
 // Several processes that create the file at once can get SQLITE_BUSY here without the busy handler being asked.

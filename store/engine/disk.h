@@ -79,6 +79,9 @@ public:
   // Whether each lock that SQLite takes costs a message to another process, so that keeping it for a moment pays.
   virtual bool hasSlowLocks() { return false; }
 
+  // How many bytes of SQLite's log are made at once and stay (checked_log.h).
+  virtual std::uint64_t logRoom() { return 0; }
+
   // Whether several threads may use it at once, so that work can be done ahead in the background.
   virtual bool worksInBackground() { return false; }
 };

@@ -216,12 +216,27 @@ int shmUnmap(sqlite3_file* file, int deletes) {
   return Passed<&sqlite3_io_methods::xShmUnmap>::call(file, deletes);
 }
 
-int fileControl(sqlite3_file* file, int operation, void* argument) {
-  if (operation != keepLocksControl) {
+int truncateFile(sqlite3_file* file, sqlite3_int64 size) {
+  auto& log = checked(file).state->log;
+  return log ? log->cut(size) : Passed<&sqlite3_io_methods::xTruncate>::call(file, size);
+}
+
+int controlLog(CheckedLog& log, sqlite3_file* file, int operation, void* argument) {
+  if (operation == makeLogRoomControl) return log.makeRoom();
+  if (operation != keepLogRoomControl) {
     return Passed<&sqlite3_io_methods::xFileControl>::call(file, operation, argument);
   }
+  log.setRoom(*static_cast<const sqlite3_int64*>(argument));
+  return SQLITE_OK;
+}
+
+int fileControl(sqlite3_file* file, int operation, void* argument) {
   return guardedFromC([&] {
     auto& state = *checked(file).state;
+    if (state.log) return controlLog(*state.log, file, operation, argument);
+    if (operation != keepLocksControl) {
+      return Passed<&sqlite3_io_methods::xFileControl>::call(file, operation, argument);
+    }
     if (!state.locks) state.locks.emplace(inner(file), static_cast<const char*>(argument));
     return SQLITE_OK;
   });
@@ -235,7 +250,7 @@ const sqlite3_io_methods methods = {
     .xClose = closeFile,
     .xRead = readFile,
     .xWrite = writeFile,
-    .xTruncate = PassedWritten<&sqlite3_io_methods::xTruncate>::call,
+    .xTruncate = truncateFile,
     .xSync = PassedWritten<&sqlite3_io_methods::xSync>::call,
     .xFileSize = PassedWritten<&sqlite3_io_methods::xFileSize>::call,
     .xLock = Passed<&sqlite3_io_methods::xLock>::call,

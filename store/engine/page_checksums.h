@@ -30,6 +30,11 @@ const char* checkedLayer(const char* below);
 // the database's path, a char*.
 constexpr int keepLocksControl = 0x466E6401;
 
+// File controls of that layer for a write-ahead log (checked_log.h): how many bytes of it stay when it is cut to nothing,
+// an sqlite3_int64*; and to make it as long as that, without an argument, under the write lock.
+constexpr int keepLogRoomControl = 0x466E6402;
+constexpr int makeLogRoomControl = 0x466E6403;
+
 // Puts tag and checksum into the reserved bytes of a page of databasePageSize; pages are numbered from 1.
 void stampPage(std::span<std::byte> page, std::uint32_t number);
 

@@ -3,6 +3,7 @@
 #include "database.h"
 #include "failure_border.h"
 #include "leftovers.h"
+#include "log_room.h"
 #include "page_checksums.h"
 #include "reading_connection.h"
 
@@ -24,8 +25,9 @@ void removeUnnamed(Connection& connection, CompactResult& result) {
   }
 }
 
-// True when the whole log is in the database and the log is empty.
+// True when the whole log is in the database and the log is empty: cut off, since what was deleted must be nowhere.
 bool emptyLog(Connection& connection) {
+  setLogRoom(connection.handle(), 0);
   return sqlite3_wal_checkpoint_v2(connection.handle(), "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr) ==
          SQLITE_OK;
 }

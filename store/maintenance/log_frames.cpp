@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "checked_log.h"
 #include "page_checksums.h"
 #include "record.h"
 
@@ -61,12 +62,30 @@ private:
   bool isBehindCommit_ = false, areSaved_ = false;
 };
 
+// What follows the mark is older than the last checkpoint. No header has half of its bytes by chance, and a mark that is
+// damaged is one all the same.
+bool isMarkedEmpty(std::span<const std::byte> header) {
+  const auto mark = std::as_bytes(std::span(emptyLogMark));
+  std::size_t equal = 0;
+  for (std::size_t i = 0; i < std::min(header.size(), mark.size()); ++i) equal += header[i] == mark[i];
+  return equal > mark.size() / 2;
+}
+
 }  // namespace
+
+bool isLogEmpty(Disk& disk, const std::wstring& path) {
+  const std::wstring log = path + L"-wal";
+  if (!disk.exists(log)) return true;
+  Bytes header(logHeaderSize);
+  header.resize(disk.open(log)->read(0, header));
+  return header.empty() || isMarkedEmpty(header);
+}
 
 LogFrames readLogFrames(DiskFile& log, std::size_t pageSize) {
   LogFrames frames;
   Bytes header(logHeaderSize);
   if (log.read(0, header) != header.size()) return frames;
+  if (isMarkedEmpty(header)) return frames;
   const std::span<const std::byte> start(header);
   const bool isBigEndian = bigEndian(start.first(4)) == (magic | 1);
   LogSum sum(isBigEndian);

@@ -26,6 +26,9 @@ LogFrames readLogFrames(DiskFile& log, std::size_t pageSize);
 // The same for the log of the store at `path`; nothing where there is none.
 LogFrames readLogFrames(Disk& disk, const std::wstring& path);
 
+// True if the log of the store at `path` holds nothing, or there is none. Throws EngineError as above.
+bool isLogEmpty(Disk& disk, const std::wstring& path);
+
 std::string wordsOfLostFrames(std::uint32_t frames);
 
 }  // namespace fendrel::store

@@ -4,6 +4,7 @@
 
 #include "database.h"
 #include "database_on_disk.h"
+#include "log_frames.h"
 #include "migrations.h"
 #include "page_checksums.h"
 #include "unicode.h"
@@ -94,7 +95,7 @@ void ReadingConnection::open(const std::string& name, int flags) {
 
 // The index of the log cannot be made beside the store. Without a log none is needed.
 void ReadingConnection::openUnchanging() {
-  if (fileSize(disk_, path_ + L"-wal") > 0) {
+  if (!isLogEmpty(disk_, path_)) {
     fail(Status::NoAccess, "The store '" + toUtf8(path_) +
                                "' cannot be read where it is: its log holds changes, and nothing may be written beside "
                                "it. Copy the store with everything whose name begins alike to another place first.");

@@ -178,6 +178,7 @@ TEST(FlushesTest, OfAPostAreOneForItsFileAndOneForTheLog) {
   std::map<std::pair<SimulatedDisk::Call, bool>, int> calls;
   SimulatedDisk disk(storeWithSamples());
   const auto database = openOn(disk);
+  sqlite3_wal_autocheckpoint(database->connection().handle(), 0);  // which flushes too, every so many posts
   ASSERT_EQ(post(*database, {u"the first makes the mark", {fileSize}}), Status::Ok);
   disk.onCall = [&](SimulatedDisk::Call call, bool isSqlite) {
     ++calls[{call, isSqlite}];

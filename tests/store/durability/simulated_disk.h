@@ -64,6 +64,7 @@ public:
   std::vector<Entry> list(const std::wstring& folder) override;
   void flushFolder(const std::wstring& folder) override;
   const char* sqliteLayer() override;
+  std::uint64_t logRoom() override { return 12 * 16384; }
 
   // For SQLite's side and for open files.
   struct Write {

@@ -28,6 +28,19 @@ struct LogFile {
       table.xWrite = [](sqlite3_file* self, const void* from, int count, sqlite3_int64 at) {
         return reinterpret_cast<LogFile*>(self)->write(from, count, at);
       };
+      table.xTruncate = [](sqlite3_file* self, sqlite3_int64 size) {
+        reinterpret_cast<LogFile*>(self)->writes.push_back("cut to " + std::to_string(size));
+        reinterpret_cast<LogFile*>(self)->bytes.resize(static_cast<std::size_t>(size));
+        return SQLITE_OK;
+      };
+      table.xFileSize = [](sqlite3_file* self, sqlite3_int64* size) {
+        *size = static_cast<sqlite3_int64>(reinterpret_cast<LogFile*>(self)->bytes.size());
+        return SQLITE_OK;
+      };
+      table.xSync = [](sqlite3_file* self, int) {
+        reinterpret_cast<LogFile*>(self)->writes.push_back("flush");
+        return reinterpret_cast<LogFile*>(self)->answer;
+      };
       table.xRead = [](sqlite3_file* self, void* into, int count, sqlite3_int64 at) {
         const std::string& all = reinterpret_cast<LogFile*>(self)->bytes;
         if (all.size() < static_cast<std::size_t>(at + count)) return SQLITE_IOERR_SHORT_READ;
@@ -110,6 +123,72 @@ TEST_F(CheckedLogTest, WhatCannotBeWrittenIsDropped) {
   writeFrame(logHeader, 'b');
   EXPECT_EQ(log_.writeGathered(), SQLITE_OK);
   EXPECT_EQ(file_.bytes.substr(logHeader, 2), "bb");
+}
+
+TEST_F(CheckedLogTest, WithoutRoomACutLogIsAsShortAsItIsCut) {
+  writeFrame(logHeader, 'a');
+  EXPECT_EQ(log_.cut(0), SQLITE_OK);
+  EXPECT_EQ(file_.bytes, "");
+}
+
+TEST_F(CheckedLogTest, WithRoomACutLogKeepsItAndHasNoHeader) {
+  log_.setRoom(3 * frame);
+  for (int i = 0; i < 5; ++i) writeFrame(logHeader + i * frame, 'a');
+  EXPECT_EQ(log_.writeGathered(), SQLITE_OK);
+  file_.writes.clear();
+  EXPECT_EQ(log_.cut(0), SQLITE_OK);
+  EXPECT_EQ(file_.writes, (Writes{"32 at 0", "flush", "cut to " + std::to_string(3 * frame)}))
+      << "frames must not be lost behind a header that stands";
+  EXPECT_EQ(file_.bytes.size(), static_cast<std::size_t>(3 * frame));
+  EXPECT_EQ(file_.bytes.substr(0, logHeader), emptyLogMark);
+  EXPECT_EQ(file_.bytes.substr(logHeader, 2), "aa");
+}
+
+TEST_F(CheckedLogTest, ShortLogIsNotMadeLongerByACut) {
+  log_.setRoom(3 * frame);
+  EXPECT_EQ(log_.cut(0), SQLITE_OK);
+  EXPECT_EQ(file_.bytes, "");
+  writeFrame(logHeader, 'a');
+  EXPECT_EQ(log_.cut(0), SQLITE_OK);
+  EXPECT_EQ(file_.bytes.size(), static_cast<std::size_t>(logHeader + frame));
+}
+
+TEST_F(CheckedLogTest, CutToALengthIsDoneWithRoomToo) {
+  log_.setRoom(3 * frame);
+  for (int i = 0; i < 5; ++i) writeFrame(logHeader + i * frame, 'a');
+  EXPECT_EQ(log_.cut(2 * frame), SQLITE_OK);
+  EXPECT_EQ(file_.bytes.size(), static_cast<std::size_t>(2 * frame));
+}
+
+TEST_F(CheckedLogTest, RoomIsMadeAndFlushed) {
+  log_.setRoom(5'000'000);
+  EXPECT_EQ(log_.makeRoom(), SQLITE_OK);
+  EXPECT_EQ(file_.bytes.size(), 5'000'000u);
+  EXPECT_EQ(file_.bytes.substr(0, logHeader), emptyLogMark);
+  EXPECT_EQ(file_.bytes.find_first_not_of('\0', logHeader), std::string::npos);
+  EXPECT_EQ(file_.writes.back(), "flush");
+  file_.writes.clear();
+  EXPECT_EQ(log_.makeRoom(), SQLITE_OK);
+  EXPECT_EQ(file_.writes, Writes{}) << "it is there";
+}
+
+TEST_F(CheckedLogTest, RoomIsMadeBehindWhatTheLogHolds) {
+  writeFrame(logHeader, 'a');
+  EXPECT_EQ(log_.writeGathered(), SQLITE_OK);
+  log_.setRoom(3 * frame);
+  EXPECT_EQ(log_.makeRoom(), SQLITE_OK);
+  EXPECT_EQ(file_.bytes.size(), static_cast<std::size_t>(3 * frame));
+  EXPECT_EQ(file_.bytes.substr(logHeader, 2), "aa");
+  EXPECT_EQ(file_.bytes[logHeader + frame - 1], 'a');
+}
+
+TEST_F(CheckedLogTest, FullDiskMakesNoRoom) {
+  log_.setRoom(3 * frame);
+  file_.answer = SQLITE_FULL;
+  EXPECT_EQ(log_.makeRoom(), SQLITE_FULL);
+  file_.answer = SQLITE_OK;
+  EXPECT_EQ(log_.makeRoom(), SQLITE_OK);
+  EXPECT_EQ(file_.bytes.substr(0, logHeader), emptyLogMark);
 }
 
 }  // namespace

@@ -19,9 +19,16 @@ protected:
     sqlite3_wal_checkpoint_v2(database->connection().handle(), "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
     for (int i = 0; i < 5; ++i) {
       save(draftWith(reports, u"m", 30'000));
-      ends.push_back(read(log()).size());
+      ends.push_back(endOfFrames());
     }
     crash();
+  }
+
+  // Behind them the log holds what it held before.
+  std::size_t endOfFrames() const {
+    std::uint64_t end = logHeader;
+    for (const auto& [page, place] : readLogFrames(windowsDisk(), path()).pages) end = std::max(end, place + 16384);
+    return static_cast<std::size_t>(end);
   }
 
   std::wstring log() const { return path() + L"-wal"; }
@@ -71,6 +78,25 @@ TEST_F(LogFramesTest, DamagedHeaderIsTold) {
     if (at != 3 && at != 17) continue;
     EXPECT_THAT(checked().damage, Contains(Says("frames behind a damaged one"))) << "byte " << at;
   }
+}
+
+// The frames that an empty log keeps are in the database already.
+TEST_F(LogFramesTest, EmptyLogHasNoFrames) {
+  postAndCrash();
+  reopen();
+  database.reset();
+  ASSERT_TRUE(isLogEmpty(windowsDisk(), path()));
+  const auto whole = read(log());
+  for (const std::size_t at : {0, 3, 17, 31, 32, 9000}) {
+    write(log(), whole);
+    flip(log(), at);
+    const LogFrames frames = readLogFrames(windowsDisk(), path());
+    EXPECT_EQ(frames.behindDamage, 0u) << "byte " << at;
+    EXPECT_TRUE(frames.pages.empty()) << "byte " << at;
+    EXPECT_TRUE(isLogEmpty(windowsDisk(), path())) << "byte " << at;
+  }
+  EXPECT_THAT(checked().damage, IsEmpty());
+  EXPECT_EQ(checked().messages, 5u);
 }
 
 // A power cut may lose any part of the last commit.
