@@ -1,6 +1,11 @@
 // post_bench plugin|direct FOLDER COUNT SIZE: posts COUNT files of SIZE bytes, written to FOLDER first, into a store
 // in FOLDER, and prints the seconds that posting took and the most memory that the process had by then, in MiB.
 // "plugin" goes through FENDREL.DLL, as one export of one job; "direct" makes the same MAPI calls itself.
+//
+// post_bench share FOLDER COUNT SIZE ROUNDS: posts the files both ways in turn, ROUNDS times each, and prints the median
+// of the rounds' ratios, plug-in to direct. One process, one store, and no more than moments apart: so the disk and the
+// machine are the same for both.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <random>
@@ -9,6 +14,7 @@
 
 #include "direct_client.h"
 #include "fendrel/fendrel.h"
+#include "timing.h"
 
 // after windows.h
 #include <psapi.h>
@@ -42,8 +48,8 @@ void writeInput(const std::wstring& path, std::size_t size) {
   CloseHandle(file);
 }
 
-// Writes and deletes as much as posting will write, so that memory which a virtual machine's host has to provide first is
-// there for every way of posting.
+// Writes and deletes as much as posting will write, so that memory which a virtual machine's host has to provide first
+// is there for every way of posting.
 void touchMemory(const std::wstring& folder, std::uint64_t size) {
   constexpr DWORD piece = 1024 * 1024;
   const std::vector<char> bytes(piece);
@@ -124,36 +130,49 @@ class Plugin {
   HMODULE module_;
 };
 
-double secondsSince(LARGE_INTEGER start) {
-  LARGE_INTEGER now, frequency;
-  QueryPerformanceCounter(&now);
-  QueryPerformanceFrequency(&frequency);
-  return static_cast<double>(now.QuadPart - start.QuadPart) / static_cast<double>(frequency.QuadPart);
+struct Input {
+  std::vector<std::wstring> files, names;
+};
+
+Input writeInputs(const std::wstring& folder, std::size_t count, std::size_t size) {
+  Input input;
+  for (std::size_t file = 0; file < count; ++file) {
+    input.names.push_back(L"report" + std::to_wstring(file) + L".bin");
+    input.files.push_back(folder + L"\\" + input.names.back());
+    writeInput(input.files.back(), size);
+  }
+  return input;
 }
 
-int run(const std::wstring& way, const std::wstring& folder, std::size_t count, std::size_t size) {
-  std::vector<std::wstring> files, names;
-  for (std::size_t file = 0; file < count; ++file) {
-    names.push_back(L"report" + std::to_wstring(file) + L".bin");
-    files.push_back(folder + L"\\" + names.back());
-    writeInput(files.back(), size);
-  }
+int runOneWay(const std::wstring& way, const std::wstring& folder, std::size_t count, std::size_t size) {
+  const Input input = writeInputs(folder, count, size);
   const Mapi mapi = openStore(buildFolder(), folder + L"\\bench.db");
-  LARGE_INTEGER start;
-  double seconds = 0;
-  if (way == L"plugin") {
-    const Plugin plugin(buildFolder() + L"\\bin\\FENDREL.DLL");
-    touchMemory(folder, count * size);
-    QueryPerformanceCounter(&start);
-    plugin.post(files, names);
-    seconds = secondsSince(start);
-  } else {
-    touchMemory(folder, count * size);
-    QueryPerformanceCounter(&start);
-    postDirectly(mapi, files, names);
-    seconds = secondsSince(start);
+  const Plugin plugin(buildFolder() + L"\\bin\\FENDREL.DLL");
+  touchMemory(folder, count * size);
+  const double milliseconds = way == L"plugin" ? millisecondsOf([&] { plugin.post(input.files, input.names); })
+                                               : millisecondsOf([&] { postDirectly(mapi, input.files, input.names); });
+  std::printf("%.6f %.1f\n", milliseconds / 1000, mostMemory());
+  return 0;
+}
+
+int runInTurn(const std::wstring& folder, std::size_t count, std::size_t size, std::size_t rounds) {
+  const Input input = writeInputs(folder, count, size);
+  const Mapi mapi = openStore(buildFolder(), folder + L"\\bench.db");
+  const Plugin plugin(buildFolder() + L"\\bin\\FENDREL.DLL");
+  touchMemory(folder, count * size);
+  const auto throughPlugin = [&] { plugin.post(input.files, input.names); };
+  const auto directly = [&] { postDirectly(mapi, input.files, input.names); };
+  throughPlugin();  // whoever is first finds everything for the first time
+  directly();
+  std::vector<double> ratios;
+  for (std::size_t round = 0; round < rounds; ++round) {
+    double one = 0, other = 0;
+    if (round % 2 == 0) one = millisecondsOf(throughPlugin);
+    other = millisecondsOf(directly);
+    if (round % 2 != 0) one = millisecondsOf(throughPlugin);
+    ratios.push_back(one / other);
   }
-  std::printf("%.6f %.1f\n", seconds, mostMemory());
+  std::printf("%.4f\n", median(ratios));
   return 0;
 }
 
@@ -161,10 +180,14 @@ int run(const std::wstring& way, const std::wstring& folder, std::size_t count, 
 }  // namespace fendrel::bench
 
 extern "C" int wmain(int argumentCount, wchar_t** arguments) {
-  if (argumentCount != 5) {
-    std::fprintf(stderr, "usage: post_bench plugin|direct FOLDER COUNT SIZE\n");
+  const std::wstring way = argumentCount > 1 ? arguments[1] : L"";
+  const bool isInTurn = way == L"share";
+  if (argumentCount != (isInTurn ? 6 : 5)) {
+    std::fprintf(stderr, "usage: post_bench plugin|direct FOLDER COUNT SIZE\n"
+                         "       post_bench share FOLDER COUNT SIZE ROUNDS\n");
     return 2;
   }
-  return fendrel::bench::run(arguments[1], arguments[2], std::wcstoull(arguments[3], nullptr, 10),
-                             std::wcstoull(arguments[4], nullptr, 10));
+  const std::size_t count = std::wcstoull(arguments[3], nullptr, 10), size = std::wcstoull(arguments[4], nullptr, 10);
+  if (isInTurn) return fendrel::bench::runInTurn(arguments[2], count, size, std::wcstoull(arguments[5], nullptr, 10));
+  return fendrel::bench::runOneWay(way, arguments[2], count, size);
 }
