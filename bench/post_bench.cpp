@@ -2,8 +2,8 @@
 // in FOLDER, and prints the seconds that posting took and the most memory that the process had by then, in MiB.
 // "plugin" goes through FENDREL.DLL, as one export of one job; "direct" makes the same MAPI calls itself.
 //
-// post_bench share FOLDER COUNT SIZE ROUNDS: posts the files both ways in turn, ROUNDS times each, and prints the median
-// of the rounds' ratios, plug-in to direct. One process, one store, and no more than moments apart: so the disk and the
+// post_bench share FOLDER COUNT SIZE ROUNDS: posts the files both ways in turn, ROUNDS times each, and prints the
+// median of the rounds' ratios, plug-in to direct. One process, one store, and no more than moments apart: so the disk and the
 // machine are the same for both.
 #include <algorithm>
 #include <cstdio>
