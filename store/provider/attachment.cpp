@@ -133,8 +133,9 @@ HRESULT Attachment::changeProperties(std::span<const Property> set, std::span<co
 
 HRESULT Attachment::saveChanges(ULONG flags) {
   if (!writable_) return MAPI_E_NO_ACCESS;
-  if (const HRESULT result = message_->keepAttachment(number_, draft_.changes()); FAILED(result)) return result;
-  draft_.changes().markKept();
+  if (const HRESULT result = message_->keepAttachment(number_, draft_.changes().shared()); FAILED(result)) {
+    return result;
+  }
   writable_ = (flags & KEEP_OPEN_READWRITE) != 0;
   return S_OK;
 }

@@ -16,10 +16,12 @@ void PropertyChanges::set(Property property) { changes_.insert_or_assign(PROP_ID
 void PropertyChanges::set(Content content) { changes_.insert_or_assign(PROP_ID(content.tag), std::move(content)); }
 void PropertyChanges::remove(PropertyTag tag) { changes_.insert_or_assign(PROP_ID(tag), Removed{}); }
 
-void PropertyChanges::markKept() {
-  for (auto& [id, change] : changes_) {
-    if (auto* content = std::get_if<Content>(&change)) content->isKept = true;
+PropertyChanges PropertyChanges::shared() const {
+  PropertyChanges others = *this;
+  for (auto& [id, change] : others.changes_) {
+    if (auto* content = std::get_if<Content>(&change)) content->content = content->content->shared();
   }
+  return others;
 }
 
 HRESULT PropertyChanges::moveInto(std::vector<Property>& set, std::vector<PropertyTag>& remove,
@@ -117,7 +119,6 @@ HRESULT DraftProperties::openContent(ULONG tag, bool writable, bool create,
     const bool sameForm =
         (dynamic_cast<AnsiContent*>(pending->content.get()) != nullptr) == (PROP_TYPE(tag) == PT_STRING8);
     if (!create && pending->tag == stored && sameForm) {
-      if (writable && pending->isKept) return openCopy(*pending, content);
       content = pending->content;
       return S_OK;
     }
@@ -149,23 +150,6 @@ HRESULT DraftProperties::openContent(ULONG tag, bool writable, bool create,
     if (const HRESULT result = loadSaved(present); FAILED(result)) return result;
   }
   content = std::make_shared<MemoryContent>(streamBytes(PROP_TYPE(tag), present.value), MemoryContent::Commit{});
-  return S_OK;
-}
-
-HRESULT DraftProperties::openCopy(const PropertyChanges::Content& kept, std::shared_ptr<StreamContent>& content) {
-  std::shared_ptr<DraftContent> copy;
-  if (dynamic_cast<AnsiContent*>(kept.content.get())) copy = std::make_shared<AnsiContent>(database_, u"");
-  else copy = std::make_shared<WideContent>(database_);
-  std::vector<std::byte> piece(128 * 1024);
-  for (std::uint64_t position = 0;;) {
-    std::size_t count = 0;
-    if (const HRESULT result = kept.content->read(position, piece, count); FAILED(result)) return result;
-    if (count == 0) break;
-    if (const HRESULT result = copy->write(position, std::span(piece).first(count)); FAILED(result)) return result;
-    position += count;
-  }
-  changes_.set(PropertyChanges::Content{kept.tag, copy});
-  content = copy;
   return S_OK;
 }
 

@@ -19,7 +19,6 @@ public:
   struct Content {
     PropertyTag tag;
     std::shared_ptr<DraftContent> content;
-    bool isKept = false;  // others hold it too: it is copied before it changes
   };
   using Change = std::variant<Removed, Property, Content>;
 
@@ -30,8 +29,8 @@ public:
   void set(Property property);
   void set(Content content);
   void remove(PropertyTag tag);
-  // What is there now has been taken over by the message; what is written from here on has not.
-  void markKept();
+  // The same changes for another owner: what streams write from now on is in the one or the other.
+  PropertyChanges shared() const;
 
   // Splits them as the engine takes them.
   HRESULT moveInto(std::vector<Property>& set, std::vector<PropertyTag>& remove,
@@ -67,7 +66,6 @@ public:
 private:
   HRESULT readSaved(std::span<const PropertyTag> tags, std::uint64_t limit, std::vector<Property>& found) const;
   HRESULT loadSaved(Property& property) const;
-  HRESULT openCopy(const PropertyChanges::Content& kept, std::shared_ptr<StreamContent>& content);
   HRESULT openForWriting(ULONG tag, const Property& present, bool create, std::shared_ptr<StreamContent>& content);
 
   std::shared_ptr<store::Database> database_;

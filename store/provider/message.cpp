@@ -220,8 +220,7 @@ HRESULT Message::attachmentDraft(ULONG number, DraftProperties& draft) const {
   if (!std::ranges::binary_search(numbers, number)) return MAPI_E_NOT_FOUND;
   const auto pending = attachments_.find(number);
   if (pending != attachments_.end()) {
-    draft.changes() = pending->second.changes;
-    draft.changes().markKept();
+    draft.changes() = pending->second.changes.shared();
   }
   if (pending == attachments_.end() || pending->second.state != AttachmentState::Added)
     draft.setSaved(info_.id, number);
@@ -277,7 +276,7 @@ STDMETHODIMP Message::CreateAttach(LPCIID iid, ULONG, ULONG* number, LPATTACH* a
   });
 }
 
-HRESULT Message::keepAttachment(ULONG number, const PropertyChanges& changes) {
+HRESULT Message::keepAttachment(ULONG number, PropertyChanges changes) {
   if (!writable_) return MAPI_E_NO_ACCESS;
   const auto known = attachments_.find(number);
   if (known != attachments_.end() && known->second.state == AttachmentState::Removed) return MAPI_E_OBJECT_DELETED;
@@ -285,8 +284,8 @@ HRESULT Message::keepAttachment(ULONG number, const PropertyChanges& changes) {
   if (const HRESULT result = attachmentNumbers(numbers); FAILED(result)) return result;
   const bool added = !std::ranges::binary_search(numbers, number) ||
                      (known != attachments_.end() && known->second.state == AttachmentState::Added);
-  attachments_.insert_or_assign(number,
-                                PendingAttachment{added ? AttachmentState::Added : AttachmentState::Changed, changes});
+  const auto state = added ? AttachmentState::Added : AttachmentState::Changed;
+  attachments_.insert_or_assign(number, PendingAttachment{state, std::move(changes)});
   return S_OK;
 }
 

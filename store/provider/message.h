@@ -27,7 +27,7 @@ public:
   STDMETHODIMP SetReadFlag(ULONG flags) override;
 
   // For its attachments: takes over what one of them saved, for the message's own next save.
-  HRESULT keepAttachment(ULONG number, const PropertyChanges& changes);
+  HRESULT keepAttachment(ULONG number, PropertyChanges changes);
   const StoreScope& scope() const noexcept { return *scope_; }
 
 private:

@@ -52,17 +52,43 @@ HRESULT SavedContent::read(std::uint64_t position, std::span<std::byte> into, st
 WideContent::WideContent(std::shared_ptr<store::Database> database)
     : database_(std::move(database)), writer_(store::ContentWriter::create(*database_)) {}
 
+WideContent::WideContent(std::shared_ptr<store::Database> database, std::shared_ptr<store::ContentWriter> writer)
+    : database_(std::move(database)), writer_(std::move(writer)) {}
+
+HRESULT WideContent::makeOwn() {
+  if (writer_.use_count() == 1) return S_OK;
+  auto copy = store::ContentWriter::create(*database_);
+  store::Bytes piece(store::contentBlockSize);
+  for (std::uint64_t position = 0;;) {
+    std::size_t count = 0;
+    if (const auto status = writer_->read(position, piece, count); status != store::Status::Ok) return toResult(status);
+    if (count == 0) break;
+    const auto status = copy->write(position, std::span(piece).first(count));
+    if (status != store::Status::Ok) return toResult(status);
+    position += count;
+  }
+  writer_ = std::move(copy);
+  return S_OK;
+}
+
 HRESULT WideContent::read(std::uint64_t position, std::span<std::byte> into, std::size_t& count) {
   return toResult(writer_->read(position, into, count));
 }
 
 HRESULT WideContent::write(std::uint64_t position, std::span<const std::byte> bytes) {
+  if (const HRESULT result = makeOwn(); FAILED(result)) return result;
   return toResult(writer_->write(position, bytes));
 }
 
-HRESULT WideContent::resize(std::uint64_t size) { return toResult(writer_->resize(size)); }
+HRESULT WideContent::resize(std::uint64_t size) {
+  if (const HRESULT result = makeOwn(); FAILED(result)) return result;
+  return toResult(writer_->resize(size));
+}
 
-HRESULT WideContent::copyFrom(store::ContentReader& reader) { return toResult(writer_->copyFrom(reader)); }
+HRESULT WideContent::copyFrom(store::ContentReader& reader) {
+  if (const HRESULT result = makeOwn(); FAILED(result)) return result;
+  return toResult(writer_->copyFrom(reader));
+}
 
 HRESULT WideContent::writer(std::shared_ptr<store::ContentWriter>& writer) {
   writer = writer_;

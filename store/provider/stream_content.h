@@ -44,23 +44,30 @@ public:
   // The content in the store's form.
   virtual HRESULT writer(std::shared_ptr<store::ContentWriter>& writer) = 0;
   virtual HRESULT value(PropertyTag tag, PropertyValue& value) = 0;
+
+  // Another one with the same bytes. What is written into one of them from now on does not show in the other.
+  virtual std::shared_ptr<DraftContent> shared() const = 0;
 };
 
 // Binary, or text in its wide form: bytes go as they come.
 class WideContent final : public DraftContent {
 public:
   explicit WideContent(std::shared_ptr<store::Database> database);
+  WideContent(std::shared_ptr<store::Database> database, std::shared_ptr<store::ContentWriter> writer);
   std::uint64_t size() const override { return writer_->size(); }
   HRESULT read(std::uint64_t position, std::span<std::byte> into, std::size_t& count) override;
   HRESULT write(std::uint64_t position, std::span<const std::byte> bytes) override;
   HRESULT resize(std::uint64_t size) override;
   HRESULT writer(std::shared_ptr<store::ContentWriter>& writer) override;
   HRESULT value(PropertyTag tag, PropertyValue& value) override;
+  std::shared_ptr<DraftContent> shared() const override { return std::make_shared<WideContent>(database_, writer_); }
   HRESULT copyFrom(store::ContentReader& reader);
 
 private:
-  std::shared_ptr<store::Database> database_;  // outlives the writer
-  std::shared_ptr<store::ContentWriter> writer_;
+  HRESULT makeOwn();
+
+  std::shared_ptr<store::Database> database_;     // outlives the writer
+  std::shared_ptr<store::ContentWriter> writer_;  // copied before it changes where others have it too
 };
 
 // Bytes in memory. What becomes of them at Commit or the end is the owner's business.
@@ -96,6 +103,7 @@ public:
   HRESULT resize(std::uint64_t size) override { return content_.resize(size); }
   HRESULT writer(std::shared_ptr<store::ContentWriter>& writer) override;
   HRESULT value(PropertyTag tag, PropertyValue& value) override;
+  std::shared_ptr<DraftContent> shared() const override { return std::make_shared<AnsiContent>(*this); }
 
 private:
   std::shared_ptr<store::Database> database_;

@@ -171,6 +171,29 @@ TEST_F(AttachmentTest, WhatIsWrittenWithoutASaveDoesNotShow) {
   }
 }
 
+TEST_F(AttachmentTest, WhatAnOpenStreamWritesAfterTheSaveIsNotInIt) {
+  for (const std::size_t size : {100u, 300'000u}) {
+    SCOPED_TRACE(size);
+    const Bytes content = patternBytes(size);
+    auto attachment = attach(L"kept.bin", content, false);
+    const auto stream = openStream(*attachment.Get(), PR_ATTACH_DATA_BIN, STGM_READWRITE, MAPI_MODIFY);
+    ASSERT_EQ(attachment->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+    Bytes changed = content;
+    std::copy_n("later", 5, changed.begin());
+    ASSERT_EQ(stream->Write("later", 5, nullptr), S_OK);
+    EXPECT_EQ(contentOf(*message.Get(), attachmentNumber), content);
+    EXPECT_EQ(binary(*attachment.Get(), PR_ATTACH_DATA_BIN), changed);
+    ASSERT_EQ(attachment->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+    EXPECT_EQ(contentOf(*message.Get(), attachmentNumber), changed);
+    ULARGE_INTEGER shorter;
+    shorter.QuadPart = 50;
+    ASSERT_EQ(stream->SetSize(shorter), S_OK);
+    EXPECT_EQ(contentOf(*message.Get(), attachmentNumber), changed);
+  }
+  ASSERT_EQ(message->SaveChanges(KEEP_OPEN_READONLY), S_OK);
+  EXPECT_EQ(contentOf(*message.Get(), 1).size(), 300'000u);
+}
+
 TEST_F(AttachmentTest, AfterAPlainSaveNothingMoreCanBeWritten) {
   auto attachment = attach(L"a", patternBytes(10));
   SPropValue name = textValue(PR_ATTACH_LONG_FILENAME_W, L"late");
