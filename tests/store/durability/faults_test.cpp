@@ -207,7 +207,7 @@ TEST_F(NoMemoryTest, OpeningCanBeRepeated) {
   ASSERT_EQ(post(*database, oldSamples()[2].sample), Status::Ok);
   database.reset();
   int nth = 1;
-  for (bool failed = true; failed; nth += 7) {
+  for (bool failed = true; failed; ++nth) {
     const auto outcome = withFailingAllocation(nth, [&] {
       try {
         std::unique_ptr<Database> opened;
