@@ -20,14 +20,18 @@ void require(bool condition, const char* what) {
 
 // Writes and deletes as much as will be written, as the other ways do before their time runs.
 void touchMemory(const std::string& folder, unsigned long long size) {
-  const std::string name = folder + "/scratch";
-  const std::vector<char> bytes(1 << 20);
-  const int scratch = open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  require(scratch >= 0, "native_write: scratch");
-  for (unsigned long long done = 0; done < size + (64 << 20); done += bytes.size()) {
-    require(write(scratch, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()), "native_write: scratch");
+  const std::vector<char> bytes(128 * 1024);
+  std::vector<std::string> names;
+  for (const size_t piece : {size_t{128 * 1024}, size_t{4096}}) {
+    names.push_back(folder + "/scratch" + std::to_string(piece));
+    const int scratch = open(names.back().c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    require(scratch >= 0, "native_write: scratch");
+    for (unsigned long long done = 0; done < size + (64 << 20); done += piece) {
+      require(write(scratch, bytes.data(), piece) == static_cast<ssize_t>(piece), "native_write: scratch");
+    }
+    require(close(scratch) == 0, "native_write: scratch");
   }
-  require(close(scratch) == 0 && unlink(name.c_str()) == 0, "native_write: scratch");
+  for (const std::string& name : names) require(unlink(name.c_str()) == 0, "native_write: scratch");
 }
 
 }  // namespace

@@ -3,8 +3,8 @@
 // "plugin" goes through FENDREL.DLL, as one export of one job; "direct" makes the same MAPI calls itself.
 //
 // post_bench share FOLDER COUNT SIZE ROUNDS: posts the files both ways in turn, ROUNDS times each, and prints the
-// median of the rounds' ratios, plug-in to direct. One process, one store, and no more than moments apart: so the disk and the
-// machine are the same for both.
+// median of the rounds' ratios, plug-in to direct. One process, one store, and no more than moments apart: so the disk
+// and the machine are the same for both.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -48,19 +48,22 @@ void writeInput(const std::wstring& path, std::size_t size) {
   CloseHandle(file);
 }
 
-// Writes and deletes as much as posting will write, so that memory which a virtual machine's host has to provide first
-// is there for every way of posting.
+// Writes as much as posting will write, in large pieces and in small ones, for which systems take memory of different
+// places; then deletes it. So memory which a virtual machine's host has to provide first is there for every way.
 void touchMemory(const std::wstring& folder, std::uint64_t size) {
-  constexpr DWORD piece = 1024 * 1024;
-  const std::vector<char> bytes(piece);
-  const HANDLE file = CreateFileW((folder + L"\\scratch").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                                  FILE_FLAG_DELETE_ON_CLOSE, nullptr);
-  require(file == INVALID_HANDLE_VALUE ? MAPI_E_NO_ACCESS : S_OK, "writing a scratch file");
-  for (std::uint64_t done = 0; done < size + 64 * piece; done += piece) {
-    DWORD written = 0;
-    require(WriteFile(file, bytes.data(), piece, &written, nullptr) ? S_OK : MAPI_E_NOT_ENOUGH_DISK, "WriteFile");
+  const std::vector<char> bytes(128 * 1024);
+  std::vector<HANDLE> files;
+  for (const DWORD piece : {DWORD{128 * 1024}, DWORD{4096}}) {
+    const HANDLE file = CreateFileW((folder + L"\\scratch" + std::to_wstring(piece)).c_str(), GENERIC_WRITE, 0, nullptr,
+                                    CREATE_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+    require(file == INVALID_HANDLE_VALUE ? MAPI_E_NO_ACCESS : S_OK, "writing a scratch file");
+    for (std::uint64_t done = 0; done < size + (64 << 20); done += piece) {
+      DWORD written = 0;
+      require(WriteFile(file, bytes.data(), piece, &written, nullptr) ? S_OK : MAPI_E_NOT_ENOUGH_DISK, "WriteFile");
+    }
+    files.push_back(file);
   }
-  CloseHandle(file);
+  for (const HANDLE file : files) CloseHandle(file);
 }
 
 double mostMemory() {

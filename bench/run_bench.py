@@ -27,15 +27,19 @@ def fresh_folder() -> Path:
     return WORK
 
 
-# Writes and deletes as much as a run will write, the last thing before its time runs; post_bench and native_write do so
-# too. The host of a virtual machine takes away memory that lies idle and gives it back page by page, which costs up to
-# some milliseconds a MiB, and which way of posting paid for it would depend on the one before.
+# Writes as much as a run will write, in large pieces and in small ones, and deletes it, the last thing before its time
+# runs; post_bench and native_write do so too. The host of a virtual machine takes away memory that lies idle and gives
+# it back page by page, which costs up to some milliseconds a MiB, and which way of posting paid for it would depend on
+# the one before.
 def touch_memory(size: int) -> None:
-    scratch = WORK / "scratch"
-    with scratch.open("wb") as file:
-        for _ in range(size // MIB + 64):
-            file.write(bytes(MIB))
-    scratch.unlink()
+    scratches = []
+    for piece in (128 * KIB, 4 * KIB):
+        scratches.append(WORK / f"scratch{piece}")
+        with scratches[-1].open("wb", buffering=0) as file:
+            for _ in range((size + 64 * MIB) // piece):
+                file.write(bytes(piece))
+    for scratch in scratches:
+        scratch.unlink()
 
 
 def output_of(command: list[str]) -> str:

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <mutex>
+#include <span>
 #include <utility>
 
 #include "connection.h"
@@ -53,9 +54,14 @@ std::vector<ReadyFiles::File> ReadyFiles::make(std::size_t count) {
 }
 
 void ReadyFiles::fill(const std::vector<File>& files) {
-  const Bytes zeros(static_cast<std::size_t>(std::min<std::uint64_t>(lastSize_, longestFill)));
-  if (zeros.empty()) return;
-  for (const File& file : files) file.file->write(0, zeros);
+  const std::uint64_t size = std::min<std::uint64_t>(lastSize_, longestFill);
+  const Bytes zeros(static_cast<std::size_t>(std::min<std::uint64_t>(size, contentBlockSize)));
+  for (const File& file : files) {
+    for (std::uint64_t at = 0; at < size; at += zeros.size()) {
+      const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(size - at, zeros.size()));
+      file.file->write(at, std::span(zeros).first(count));
+    }
+  }
 }
 
 void ReadyFiles::makeInBackground() {
