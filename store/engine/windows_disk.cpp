@@ -233,7 +233,7 @@ public:
 
   // On a file server, and under Wine.
   bool hasSlowLocks() override { return true; }
-  std::uint64_t logRoom() override { return 4 * 1024 * 1024; }
+  std::uint64_t logRoom() override { return 8 * 1024 * 1024; }
   bool worksInBackground() override { return true; }
 
 private:

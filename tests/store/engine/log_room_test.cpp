@@ -79,7 +79,7 @@ TEST_F(LogRoomTest, LogBeginsAnewBeforeItOutgrowsIt) {
 TEST_F(LogRoomTest, LogOfALongTransactionIsCutToIt) {
   Connection& connection = database->connection();
   connection.execute("BEGIN IMMEDIATE");
-  connection.execute("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 60) "
+  connection.execute("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 120) "
                      "INSERT INTO content (size, checksums, data) SELECT 100000, x'', zeroblob(100000) FROM n");
   connection.execute("COMMIT");
   EXPECT_GT(length(), room);

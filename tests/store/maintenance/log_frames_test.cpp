@@ -128,7 +128,10 @@ TEST_F(LogFramesTest, RolledBackFramesAreNoDamage) {
   connection.execute("ROLLBACK");
   for (int i = 0; i < 3; ++i) save(draftWith(reports, u"m"));
   crash();
-  EXPECT_GT(read(log()).size(), 60 * frameSize) << "nothing is left of the transaction";
+  const auto bytes = read(log());
+  const auto frame = bytes.begin() + static_cast<std::ptrdiff_t>(logHeader + 60 * frameSize);
+  EXPECT_TRUE(std::any_of(frame, frame + 4, [](std::byte byte) { return byte != std::byte{0}; }))
+      << "nothing is left of the transaction";
   EXPECT_EQ(readLogFrames(windowsDisk(), path()).behindDamage, 0u);
   EXPECT_THAT(checked().damage, IsEmpty());
 }
