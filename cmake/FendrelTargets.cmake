@@ -88,15 +88,30 @@ function(fendrel_compile_as_test target)
   endif()
 endfunction()
 
-# fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [WINDOWS] [GUARDED] [LABELS ...]
-#                  [ENVIRONMENT ...] [NEEDS ...]):
+# fendrel_discover_tests(TARGET PREFIX SUITE WITHOUT PROPERTY VALUE ...): its tests, one by one, but those that the filter
+# WITHOUT names. Those of SUITE, which may be empty, show windows.
+function(fendrel_discover_tests target prefix suite without)
+  set(discovery DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES)
+  if(suite)
+    gtest_discover_tests(${target} TEST_PREFIX "${prefix}." TEST_LIST ${prefix}_windows TEST_FILTER "${suite}.*"
+                         ${discovery} PROPERTIES ${ARGN} RESOURCE_LOCK screen)
+    string(APPEND without ":${suite}.*")
+  endif()
+  if(without)
+    list(APPEND discovery TEST_FILTER "-${without}")
+  endif()
+  gtest_discover_tests(${target} TEST_PREFIX "${prefix}." TEST_LIST ${prefix}_tests ${discovery} PROPERTIES ${ARGN})
+endfunction()
+
+# fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [WINDOWS | WINDOWS_IN suite] [GUARDED]
+#                  [LABELS ...] [ENVIRONMENT ...] [NEEDS ...]):
 # a GoogleTest program whose tests appear in ctest as NAME.Suite.Case. NEEDS names modules and
 # programs that the tests load or start. WINDOWS: they show windows, and run while no other such program takes the
-# keyboard away from them. GUARDED runs the same tests a second time as NAME_guarded, label "guarded",
+# keyboard away from them; WINDOWS_IN: those of one suite do. GUARDED runs the same tests a second time as NAME_guarded, label "guarded",
 # in a program whose heap blocks end at unreadable pages. DOUBLE_BYTE runs them a second time as NAME_932, with ANSI code
 # page 932 instead of 1252. These second runs are one test of ctest each.
 function(fendrel_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL;WINDOWS;GUARDED;DOUBLE_BYTE" "TIMEOUT"
+  cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL;WINDOWS;GUARDED;DOUBLE_BYTE" "TIMEOUT;WINDOWS_IN"
                         "SOURCES;USES;LABELS;ENVIRONMENT;NEEDS")
   if(NOT TEST_TIMEOUT)
     set(TEST_TIMEOUT 60)
@@ -128,8 +143,7 @@ function(fendrel_add_test name)
   if(TEST_NEEDS)
     add_dependencies(${name} ${TEST_NEEDS})
   endif()
-  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
-                       NO_PRETTY_VALUES PROPERTIES ${properties})
+  fendrel_discover_tests(${name} ${name} "${TEST_WINDOWS_IN}" "" ${properties})
   if(TEST_DOUBLE_BYTE)
     fendrel_add_run(${name}_932 ${name} ${company} LABELS ${TEST_LABELS}
                     ENVIRONMENT ${TEST_ENVIRONMENT} LC_ALL=ja_JP.UTF-8)
