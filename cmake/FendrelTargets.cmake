@@ -88,14 +88,15 @@ function(fendrel_compile_as_test target)
   endif()
 endfunction()
 
-# fendrel_discover_tests(TARGET PREFIX SUITE WITHOUT PROPERTY VALUE ...): its tests, one by one, but those that the filter
-# WITHOUT names. Those of SUITE, which may be empty, show windows.
+# fendrel_discover_tests(TARGET PREFIX SUITE WITHOUT PROPERTY VALUE ...): its tests, one by one, but those that the
+# filter WITHOUT names. Those of SUITE, which may be empty, show windows.
 function(fendrel_discover_tests target prefix suite without)
   set(discovery DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES)
   if(suite)
     gtest_discover_tests(${target} TEST_PREFIX "${prefix}." TEST_LIST ${prefix}_windows TEST_FILTER "${suite}.*"
                          ${discovery} PROPERTIES ${ARGN} RESOURCE_LOCK screen)
-    string(APPEND without ":${suite}.*")
+    list(APPEND without "${suite}.*")
+    list(JOIN without ":" without)
   endif()
   if(without)
     list(APPEND discovery TEST_FILTER "-${without}")
@@ -107,9 +108,9 @@ endfunction()
 #                  [LABELS ...] [ENVIRONMENT ...] [NEEDS ...]):
 # a GoogleTest program whose tests appear in ctest as NAME.Suite.Case. NEEDS names modules and
 # programs that the tests load or start. WINDOWS: they show windows, and run while no other such program takes the
-# keyboard away from them; WINDOWS_IN: those of one suite do. GUARDED runs the same tests a second time as NAME_guarded, label "guarded",
-# in a program whose heap blocks end at unreadable pages. DOUBLE_BYTE runs them a second time as NAME_932, with ANSI code
-# page 932 instead of 1252. These second runs are one test of ctest each.
+# keyboard away from them; WINDOWS_IN: those of one suite do. GUARDED runs the same tests a second time as NAME_guarded,
+# label "guarded", in a program whose heap blocks end at unreadable pages. DOUBLE_BYTE runs them a second time as NAME_932, with ANSI code page
+# 932 instead of 1252. These second runs are one test of ctest each.
 function(fendrel_add_test name)
   cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL;WINDOWS;GUARDED;DOUBLE_BYTE" "TIMEOUT;WINDOWS_IN"
                         "SOURCES;USES;LABELS;ENVIRONMENT;NEEDS")
