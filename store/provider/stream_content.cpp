@@ -86,7 +86,7 @@ HRESULT WideContent::resize(std::uint64_t size) {
 }
 
 HRESULT WideContent::copyFrom(store::ContentReader& reader) {
-  if (const HRESULT result = makeOwn(); FAILED(result)) return result;
+  writer_ = store::ContentWriter::create(*database_);
   return toResult(writer_->copyFrom(reader));
 }
 
