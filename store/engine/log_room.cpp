@@ -2,8 +2,6 @@
 
 #include <sqlite3.h>
 
-#include <string>
-
 #include "page_checksums.h"
 
 namespace fendrel::store {

@@ -89,10 +89,6 @@ TEST_F(LogRoomTest, LogOfALongTransactionIsCutToIt) {
 }
 
 TEST_F(LogRoomTest, NoneIsMadeWhileAnotherWrites) {
-  database.reset();
-  std::filesystem::remove(log());
-  std::ofstream(std::filesystem::path(log())).flush();
-  reopen();
   const auto other = openAnother();
   setLogRoom(other->connection().handle(), 0);
   other->connection().execute("PRAGMA wal_checkpoint(TRUNCATE)");
