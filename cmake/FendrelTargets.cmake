@@ -106,11 +106,11 @@ endfunction()
 
 # fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [WINDOWS | WINDOWS_IN suite] [GUARDED]
 #                  [LABELS ...] [ENVIRONMENT ...] [NEEDS ...]):
-# a GoogleTest program whose tests appear in ctest as NAME.Suite.Case. NEEDS names modules and
-# programs that the tests load or start. WINDOWS: they show windows, and run while no other such program takes the
-# keyboard away from them; WINDOWS_IN: those of one suite do. GUARDED runs the same tests a second time as NAME_guarded,
-# label "guarded", in a program whose heap blocks end at unreadable pages. DOUBLE_BYTE runs them a second time as NAME_932, with ANSI code page
-# 932 instead of 1252. These second runs are one test of ctest each.
+# a GoogleTest program whose tests appear in ctest as NAME.Suite.Case. NEEDS names modules and programs that the tests
+# load or start. WINDOWS: they show windows, and run while no other such program takes the keyboard away from them;
+# WINDOWS_IN: those of one suite do. GUARDED runs the same tests a second time as NAME_guarded, label "guarded", in a
+# program whose heap blocks end at unreadable pages. DOUBLE_BYTE runs them a second time as NAME_932, with ANSI code
+# page 932 instead of 1252. These second runs are one test of ctest each.
 function(fendrel_add_test name)
   cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL;WINDOWS;GUARDED;DOUBLE_BYTE" "TIMEOUT;WINDOWS_IN"
                         "SOURCES;USES;LABELS;ENVIRONMENT;NEEDS")
