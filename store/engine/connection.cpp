@@ -176,6 +176,8 @@ void Connection::open() {
 void Connection::setPragmas() {
   sqlite3* database = handle();
   sqlite3_busy_handler(database, waitWhileBusy, this);
+  // Plans do not depend on the values bound: otherwise SQLite prepares some statements anew for each use.
+  sqlite3_db_config(database, SQLITE_DBCONFIG_ENABLE_QPSG, 1, nullptr);
   refuseForeignDatabase(*this);
   int chunk = chunkSize;
   sqlite3_file_control(database, "main", SQLITE_FCNTL_CHUNK_SIZE, &chunk);

@@ -55,15 +55,15 @@ private:
 // What is to be done to one part: the message itself or an attachment.
 struct PartChange {
   std::int64_t part;
-  std::span<const PropertyTag> remove;
+  std::vector<std::uint16_t> ids;  // of all properties that are set or removed
   std::vector<const Property*> values;
   std::vector<std::pair<PropertyTag, ContentSpool*>> contents;
 };
 
 PartChange planPart(std::int64_t part, std::span<const Property> set, std::span<const PropertyTag> remove,
                     std::span<const ContentChange> contents, Contents& all) {
-  PartChange change{part, remove, {}, {}};
-  std::vector<std::uint16_t> ids;
+  PartChange change{part, {}, {}, {}};
+  auto& ids = change.ids;
   for (const Property& property : set) {
     checkFits(property);
     ids.push_back(propertyId(property.tag));
@@ -84,10 +84,13 @@ PartChange planPart(std::int64_t part, std::span<const Property> set, std::span<
   return change;
 }
 
-void applyPart(Connection& connection, std::int64_t message, const PartChange& change) {
-  for (const PropertyTag tag : change.remove) removeProperty(connection, message, change.part, tag);
-  for (const Property* property : change.values) setProperty(connection, message, change.part, *property);
-  for (const auto& [tag, spool] : change.contents) setContent(connection, message, change.part, tag, *spool);
+// A new part has nothing that would have to be removed first.
+void applyPart(Connection& connection, std::int64_t message, const PartChange& change, bool isNew) {
+  if (!isNew) {
+    for (const std::uint16_t id : change.ids) removeProperty(connection, message, change.part, id);
+  }
+  for (const Property* property : change.values) insertProperty(connection, message, change.part, *property);
+  for (const auto& [tag, spool] : change.contents) insertProperty(connection, message, change.part, tag, *spool);
 }
 
 std::int64_t insertMessage(Connection& connection, const MessageDraft& draft) {
@@ -115,7 +118,8 @@ std::int64_t touchMessage(Connection& connection, const MessageDraft& draft) {
 
 void applyAttachment(Connection& connection, std::int64_t message, const AttachmentChange& attachment,
                      const PartChange& change) {
-  if (attachment.action == AttachmentAction::Add) {
+  const bool isNew = attachment.action == AttachmentAction::Add;
+  if (isNew) {
     Query query(connection.statement("SELECT 1 FROM attachment WHERE message = ? AND number = ?"), message,
                 attachment.number);
     if (query.step()) {
@@ -133,7 +137,7 @@ void applyAttachment(Connection& connection, std::int64_t message, const Attachm
         .run();
     return;
   }
-  applyPart(connection, message, change);
+  applyPart(connection, message, change, isNew);
 }
 
 }  // namespace
@@ -165,7 +169,7 @@ Status saveMessage(Database& database, const MessageDraft& draft, MessageInfo& s
     const std::lock_guard lock(connection.mutex());
     Transaction transaction(connection, Transaction::Write);
     const std::int64_t row = draft.message ? touchMessage(connection, draft) : insertMessage(connection, draft);
-    applyPart(connection, row, ownChange);
+    applyPart(connection, row, ownChange, !draft.message);
     for (std::size_t i = 0; i < draft.attachments.size(); ++i) {
       applyAttachment(connection, row, draft.attachments[i], attachmentChanges[i]);
     }

@@ -86,15 +86,14 @@ std::vector<Property> readParts(Connection& connection, std::int64_t message, st
   return properties;
 }
 
-void removeProperty(Connection& connection, std::int64_t message, std::int64_t part, PropertyTag tag) {
+// Not left to INSERT OR REPLACE: the old value's content goes by the trigger, which REPLACE does not fire.
+void removeProperty(Connection& connection, std::int64_t message, std::int64_t part, std::uint16_t id) {
   Query(connection.statement("DELETE FROM message_property WHERE message = ? AND part = ? AND id = ?"), message, part,
-        propertyId(tag))
+        id)
       .run();
 }
 
-// Deleted first, not replaced: the old value's content goes by the trigger, which REPLACE does not fire.
-void setProperty(Connection& connection, std::int64_t message, std::int64_t part, const Property& property) {
-  removeProperty(connection, message, part, property.tag);
+void insertProperty(Connection& connection, std::int64_t message, std::int64_t part, const Property& property) {
   Query query(connection.statement("INSERT INTO message_property (message, part, id, type, size, value) "
                                    "VALUES (?, ?, ?, ?, ?, ?)"),
               message, part, propertyId(property.tag), propertyType(property.tag), valueSize(property.value));
@@ -103,12 +102,12 @@ void setProperty(Connection& connection, std::int64_t message, std::int64_t part
   query.run();
 }
 
-void setContent(Connection& connection, std::int64_t message, std::int64_t part, PropertyTag tag, ContentSpool& spool) {
-  removeProperty(connection, message, part, tag);
-  const std::int64_t content = insertContent(connection, spool);
+void insertProperty(Connection& connection, std::int64_t message, std::int64_t part, PropertyTag tag,
+                    ContentSpool& content) {
+  const std::int64_t row = insertContent(connection, content);
   Query(connection.statement("INSERT INTO message_property (message, part, id, type, size, content) "
                              "VALUES (?, ?, ?, ?, ?, ?)"),
-        message, part, propertyId(tag), propertyType(tag), spool.size(), content)
+        message, part, propertyId(tag), propertyType(tag), content.size(), row)
       .run();
 }
 

@@ -30,9 +30,11 @@ std::vector<Property> readParts(Connection& connection, std::int64_t message, st
 // size, value, content.
 PropertyValue loadValue(Connection& connection, const Statement& statement, int first, std::uint64_t valueLimit);
 
-void removeProperty(Connection& connection, std::int64_t message, std::int64_t part, PropertyTag tag);
-void setProperty(Connection& connection, std::int64_t message, std::int64_t part, const Property& property);
-void setContent(Connection& connection, std::int64_t message, std::int64_t part, PropertyTag tag, ContentSpool& spool);
+// A property that is there is removed before it is inserted with another value: so its old content goes too.
+void removeProperty(Connection& connection, std::int64_t message, std::int64_t part, std::uint16_t id);
+void insertProperty(Connection& connection, std::int64_t message, std::int64_t part, const Property& property);
+void insertProperty(Connection& connection, std::int64_t message, std::int64_t part, PropertyTag tag,
+                    ContentSpool& content);
 
 // Values given as such stay in their row up to this many bytes; longer ones become content.
 constexpr std::uint64_t inlineLimit = 32 * 1024;

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "connection.h"
 #include "database_on_disk.h"
 #include "engine_fixture.h"
 #include "unicode.h"
@@ -174,6 +175,29 @@ TEST_F(DatabaseTest, ChangeCounterTellsOwnAndOthersChanges) {
   EXPECT_LT(first, second);
   EXPECT_LT(second, third);
   EXPECT_EQ(third, again);
+}
+
+// Which SQLite does where it takes a bound value into account for its plan: at each use, longer than the use itself.
+TEST_F(DatabaseTest, StatementsAreNotPreparedAnewForOtherValues) {
+  const Guid folder = makeFolder(u"Reports");
+  const auto useAll = [&] {
+    const MessageInfo saved = save(draftWithAttachment(folder, pattern(1000)));
+    MessageInfo found;
+    EXPECT_EQ(findMessage(*database, saved.id, found), Status::Ok);
+    folderNow(folder);
+    propertiesOf(saved.id);
+    EXPECT_EQ(readMessageRows(*database, folder, MessageKind::Ordinary, {}, [](MessageRow) { return true; }), Status::Ok);
+  };
+  sqlite3* sqlite = database->connection().handle();
+  const auto forEach = [&](auto&& look) {
+    for (sqlite3_stmt* each = sqlite3_next_stmt(sqlite, nullptr); each; each = sqlite3_next_stmt(sqlite, each)) look(each);
+  };
+  useAll();
+  forEach([](sqlite3_stmt* each) { sqlite3_stmt_status(each, SQLITE_STMTSTATUS_REPREPARE, true); });
+  useAll();
+  forEach([](sqlite3_stmt* each) {
+    EXPECT_EQ(sqlite3_stmt_status(each, SQLITE_STMTSTATUS_REPREPARE, false), 0) << sqlite3_sql(each);
+  });
 }
 
 TEST(Identifiers, AreDifferentAndGrow) {
