@@ -1,7 +1,7 @@
-// Writes the blocks of one file while their maker goes on. For the engine's own files only.
+// Writes the blocks of one file while their maker goes on, and computes their checksums. For the engine's own files only.
 //
 // Copying into the system's cache takes as long as reading a report; in the background both happen at once. Up to four
-// blocks wait. A block that cannot be written stays, and is tried again, with its failure reported, by the next
+// blocks wait. Where the background cannot keep up, the maker computes the checksums, which saves both time. A block that cannot be written stays, and is tried again, with its failure reported, by the next
 // call: nothing that was taken is lost. Of a long file, what is written is flushed meanwhile, so that little is left
 // to flush at the end; where that fails the file is spoilt, since systems tell of a failed flush only once.
 #pragma once
@@ -11,6 +11,8 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "disk.h"
 #include "engine_error.h"
@@ -30,6 +32,13 @@ public:
   // and an earlier block could not be written either.
   void write(std::uint64_t position, Bytes& block);
 
+  struct Checksum {
+    std::uint64_t position, sum;
+  };
+
+  // Of the blocks that finish() returned for, in the order of their writing; each is told once.
+  std::vector<Checksum> takeChecksums() noexcept { return std::exchange(checksums_, {}); }
+
   // Returns when everything is written; until the next write() the file may be used otherwise. Throws EngineError. It does
   // not stand for a flush.
   void finish();
@@ -38,6 +47,7 @@ private:
   struct Piece {
     std::uint64_t position = 0;
     Bytes bytes;
+    std::optional<std::uint64_t> checksum;
   };
 
   void runToEnd();
@@ -56,6 +66,7 @@ private:
   bool isFlushing_ = false;
   std::optional<EngineError> flushFailure_;
   std::uint64_t unflushed_ = 0, flushed_ = 0;
+  std::vector<Checksum> checksums_;
 };
 
 }  // namespace fendrel::store

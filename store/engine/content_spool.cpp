@@ -118,14 +118,13 @@ void ContentSpool::makeCurrent(std::uint64_t block) {
 void ContentSpool::storeCurrent() {
   if (!dirty_) return;
   openFile();
-  noteChecksum();
   writer_->write(current_ * contentBlockSize, block_);
   dirty_ = false;
 }
 
-void ContentSpool::noteChecksum() {
-  if (checksums_.size() <= current_) checksums_.resize(static_cast<std::size_t>(current_ + 1), checksumOfZeros());
-  checksums_[static_cast<std::size_t>(current_)] = checksum(block_);
+void ContentSpool::noteChecksum(std::uint64_t block, std::uint64_t sum) {
+  if (checksums_.size() <= block) checksums_.resize(static_cast<std::size_t>(block + 1), checksumOfZeros());
+  checksums_[static_cast<std::size_t>(block)] = sum;
 }
 
 void ContentSpool::openFile() {
@@ -137,6 +136,7 @@ void ContentSpool::openFile() {
 // For all that is not writing one block after the other.
 DiskFile& ContentSpool::wholeFile() {
   writer_->finish();
+  for (const auto& [position, sum] : writer_->takeChecksums()) noteChecksum(position / contentBlockSize, sum);
   return *file_.file;
 }
 
@@ -156,9 +156,9 @@ void ContentSpool::prepare() {
     return;
   }
   makeCurrent(blockCount() - 1);
-  noteChecksum();  // it may be of another length
-  checksums_.resize(static_cast<std::size_t>(blockCount()));
   DiskFile& file = wholeFile();
+  noteChecksum(current_, checksum(block_));  // it may be of another length
+  checksums_.resize(static_cast<std::size_t>(blockCount()));
   file.write(current_ * contentBlockSize, block_);
   dirty_ = false;
   if (file.size() != size_) file.resize(size_);  // it may have been filled ahead

@@ -2,7 +2,7 @@
 //
 // The bytes are divided into blocks of contentBlockSize. One block is in memory (the current one); the others are in
 // a content file, which is taken when a second block is first touched. A block's checksum is computed when it leaves
-// memory, so that saving reads nothing back. Blocks that follow one another are written in the background; a failure
+// memory, by the writer of the file, so that saving reads nothing back. Blocks that follow one another are written in the background; a failure
 // there comes with a later call. Failures are thrown as EngineError.
 #pragma once
 
@@ -51,7 +51,7 @@ private:
   std::size_t lengthOf(std::uint64_t block) const noexcept;
   void makeCurrent(std::uint64_t block);
   void storeCurrent();
-  void noteChecksum();
+  void noteChecksum(std::uint64_t block, std::uint64_t sum);
   void openFile();
   DiskFile& wholeFile();
   void dropFile() noexcept;

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "checksum.h"
+
 namespace fendrel::store {
 namespace {
 
@@ -122,6 +124,42 @@ TEST(BlockWriterTest, AFullQueueBehindARefusedBlockTakesNoMore) {
   writer.write(static_cast<std::uint64_t>(taken) * blockSize, bytes);
   writer.finish();
   EXPECT_TRUE(file.content == blocks(taken + 1));
+}
+
+// The positions of the blocks and their checksums, as the writer should tell them.
+void expectChecksums(BlockWriter& writer, int count) {
+  const auto told = writer.takeChecksums();
+  ASSERT_EQ(told.size(), static_cast<std::size_t>(count));
+  for (int i = 0; i < count; ++i) {
+    EXPECT_EQ(told[static_cast<std::size_t>(i)].position, static_cast<std::uint64_t>(i) * blockSize);
+    EXPECT_EQ(told[static_cast<std::size_t>(i)].sum, checksum(block(i))) << "block " << i;
+  }
+}
+
+TEST(BlockWriterTest, TellsTheChecksumOfEachBlockOnce) {
+  for (const bool inBackground : {false, true}) {
+    RefusingFile file;
+    BlockWriter writer(file, inBackground);
+    for (int i = 0; i < 100; ++i) {
+      Bytes bytes = block(i);
+      writer.write(static_cast<std::uint64_t>(i) * blockSize, bytes);
+    }
+    writer.finish();
+    expectChecksums(writer, 100);
+    EXPECT_TRUE(writer.takeChecksums().empty());
+  }
+}
+
+TEST(BlockWriterTest, TellsTheChecksumsOfBlocksThatWereTriedAgain) {
+  RefusingFile file;
+  file.refused = true;
+  BlockWriter writer(file, true);
+  write(writer, 0);
+  EXPECT_THROW(writer.finish(), EngineError);
+  EXPECT_TRUE(writer.takeChecksums().empty());
+  file.refused = false;
+  writer.finish();
+  expectChecksums(writer, 1);
 }
 
 // A file of so many MiB.

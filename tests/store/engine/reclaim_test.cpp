@@ -3,6 +3,7 @@
 
 #include <fstream>
 
+#include "connection.h"
 #include "content_spool.h"
 #include "engine_fixture.h"
 
@@ -44,6 +45,7 @@ TEST_F(ReclaimTest, FilesInUseStay) {
     ASSERT_EQ(saveMessage(*other, draft, saved), Status::Ok) << other->lastError();
   }
   auto writer = writerWith(*other, pattern(contentBlockSize * 2));
+  other->connection().readyFiles().settle();
   const std::size_t held = heldFiles();
   ASSERT_GT(held, 1u);
   database.reset();
@@ -97,6 +99,7 @@ TEST_F(ReclaimTest, OrdinaryEndLeavesNoMark) {
 
 TEST_F(ReclaimTest, OrdinaryEndLeavesNoFilesThatWait) {
   for (int i = 0; i < 5; ++i) save(draftWithAttachment(top, pattern(contentBlockSize * 2)));
+  database->connection().readyFiles().settle();
   EXPECT_GT(heldFiles(), 0u);
   database.reset();
   EXPECT_EQ(filesIn(contentFolder()).size(), 5u);
