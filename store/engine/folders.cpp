@@ -113,6 +113,10 @@ Status findFolder(Database& database, const Guid& folder, FolderInfo& found) {
   });
 }
 
+Status checkFolder(Database& database, const Guid& folder) {
+  return guarded(database, [&](Connection& connection) { folderRow(connection, folder); });
+}
+
 Status findChild(Database& database, const Guid& parent, const std::u16string& name, FolderInfo& found) {
   return guarded(database, [&](Connection& connection) {
     const std::string utf8 = toUtf8(name);

@@ -35,6 +35,9 @@ Status createFolder(Database& database, const Guid& parent, const std::u16string
 // NotFound.
 Status findFolder(Database& database, const Guid& folder, FolderInfo& found);
 
+// Whether it is there: NotFound. Quicker than reading it.
+Status checkFolder(Database& database, const Guid& folder);
+
 // The child of that exact name. NotFound.
 Status findChild(Database& database, const Guid& parent, const std::u16string& name, FolderInfo& found);
 

@@ -10,11 +10,12 @@ namespace {
 
 constexpr ULONGLONG longestKept = 200, pauseForOthers = 20, pauseAfterWaiting = 1000, burst = 100;  // milliseconds
 
-// The locks, as SQLite numbers them. The mark 0 stands for the database alone: checkpoints need it, it is not kept.
-constexpr int writeLock = 0, checkpointLock = 1, firstMark = 4, lastMark = 7;
+// The locks, as SQLite numbers them. The mark 0 stands for the database alone: checkpoints need it, so writers do not keep
+// it.
+constexpr int writeLock = 0, checkpointLock = 1, databaseMark = 3, firstMark = 4, lastMark = 7;
 constexpr unsigned bit(int lock) { return 1u << lock; }
 constexpr unsigned bits(int first, int count) { return (bit(count) - 1) << first; }
-constexpr unsigned marks = bits(firstMark, lastMark - firstMark + 1);
+constexpr unsigned marks = bits(firstMark, lastMark - firstMark + 1), allMarks = marks | bit(databaseMark);
 
 // All of this process, so that one that waits can ask the others.
 LightMutex registryMutex;
@@ -91,8 +92,8 @@ int KeptLocks::release(int first, int count, int flags) {
       kept_ |= released;
       return SQLITE_OK;
     }
-  } else if ((flags & SQLITE_SHM_SHARED) && (released & marks) && (kept_ & bit(writeLock))) {
-    giveBack(kept_ & marks);  // one mark is enough
+  } else if ((flags & SQLITE_SHM_SHARED) && mayKeepMark(released)) {
+    giveBack(kept_ & allMarks);  // one mark is enough
     kept_ |= released;
     return SQLITE_OK;
   }
@@ -113,8 +114,19 @@ bool KeptLocks::mayKeep() {
   return keeping_;
 }
 
+bool KeptLocks::mayKeepMark(unsigned mark) const noexcept {
+  return (kept_ & bit(writeLock) && mark & marks) || (isReading_ && mark & allMarks);
+}
+
+void KeptLocks::beginReading() {
+  const std::lock_guard guard(mutex_);
+  keptUntil_ = clock_() + longestKept;
+  isReading_ = startTimer(longestKept);
+}
+
 void KeptLocks::endKeeping(ULONGLONG pause) {
   keeping_ = false;
+  isReading_ = false;
   pausedUntil_ = clock_() + pause;
   giveBack(kept_);
 }
@@ -150,7 +162,7 @@ void CALLBACK KeptLocks::timeIsUp(PTP_CALLBACK_INSTANCE, void* self, PTP_TIMER) 
 // Timers and the clock do not agree to the millisecond, and a new burst may have begun meanwhile.
 void KeptLocks::giveBackInTime() {
   const std::lock_guard guard(mutex_);
-  if (!keeping_) return;
+  if (!keeping_ && !isReading_) return;
   const ULONGLONG now = clock_();
   if (now >= keptUntil_) {
     endKeeping(pauseForOthers);

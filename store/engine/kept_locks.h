@@ -6,6 +6,8 @@
 // when SQLite returns them, for 200 ms at most; then others have their turn. They are given back at once when another
 // connection of this process waits, and no locks are kept for a second after this one had to wait for others.
 //
+// A program that has just opened a store reads much in a row: there the shared lock stays as well.
+//
 // What that means for others: readers never wait; writers wait up to 200 ms longer. A process that dies loses its locks
 // at once, as ever. While an old mark is kept, the log cannot be moved into the database beyond it by other processes.
 #pragma once
@@ -35,6 +37,9 @@ public:
   // SQLite's xShmLock, with its flags and result codes. Any thread, one at a time.
   int lock(int first, int count, int flags);
 
+  // From now on, for 200 ms at most, a reader's lock stays when SQLite returns it. Any thread.
+  void beginReading();
+
   // Returns everything that SQLite does not hold at this moment. Any thread.
   void giveBack();
 
@@ -42,6 +47,7 @@ private:
   int take(int first, int count, int flags, bool& mayAsk);
   int release(int first, int count, int flags);
   bool mayKeep();
+  bool mayKeepMark(unsigned mark) const noexcept;
   void endKeeping(ULONGLONG pause);
   void giveBack(unsigned locks);
   bool startTimer(ULONGLONG milliseconds);
@@ -57,7 +63,8 @@ private:
   PTP_TIMER timer_ = nullptr;
   unsigned held_ = 0;          // by SQLite; a bit for each lock
   unsigned kept_ = 0;          // by this object alone: the write lock exclusive, those of marks shared
-  bool keeping_ = false;
+  bool keeping_ = false;       // what writers and their readers return
+  bool isReading_ = false;     // what readers return
   ULONGLONG keptUntil_ = 0;
   ULONGLONG pausedUntil_ = 0;
   ULONGLONG lastWrite_ = 0;    // 0: none yet

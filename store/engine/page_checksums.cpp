@@ -237,7 +237,10 @@ int fileControl(sqlite3_file* file, int operation, void* argument) {
     if (operation != keepLocksControl) {
       return Passed<&sqlite3_io_methods::xFileControl>::call(file, operation, argument);
     }
-    if (!state.locks) state.locks.emplace(inner(file), static_cast<const char*>(argument));
+    if (!state.locks) {
+      state.locks.emplace(inner(file), static_cast<const char*>(argument));
+      state.locks->beginReading();
+    }
     return SQLITE_OK;
   });
 }

@@ -115,9 +115,7 @@ STDMETHODIMP Folder::CreateMessage(LPCIID iid, ULONG flags, LPMESSAGE* message) 
     *message = nullptr;
     if (!accepts<IMessage>(iid)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
     if (!writable_) return MAPI_E_NO_ACCESS;
-    store::FolderInfo info;
-    const auto status = store::findFolder(scope_->database(), id_, info);
-    if (status != Status::Ok) return toResult(status);
+    if (const auto status = store::checkFolder(scope_->database(), id_); status != Status::Ok) return toResult(status);
     const auto kind = flags & MAPI_ASSOCIATED ? store::MessageKind::Associated : store::MessageKind::Ordinary;
     auto created = makeObject<Message>(scope_, id_, kind);
     return handOut(created, message);

@@ -123,6 +123,49 @@ TEST_F(KeptLocksTest, MarkOfTheDatabaseAloneIsNotKept) {
   EXPECT_EQ(system_.calls, (Calls{"+3s", "-3s"}));
 }
 
+// As SQLite does it for each statement that reads, while the log holds nothing.
+void readOnce(KeptLocks& locks) {
+  EXPECT_EQ(locks.lock(databaseMark, 1, takeShared), SQLITE_OK);
+  EXPECT_EQ(locks.lock(databaseMark, 1, returnShared), SQLITE_OK);
+}
+
+TEST_F(KeptLocksTest, ReadersKeepNothingByThemselves) {
+  for (int i = 0; i < 2; ++i) readOnce(locks_);
+  EXPECT_EQ(system_.calls, (Calls{"+3s", "-3s", "+3s", "-3s"}));
+}
+
+TEST_F(KeptLocksTest, ReadingAtTheBeginningKeepsTheMark) {
+  locks_.beginReading();
+  for (int i = 0; i < 10; ++i) readOnce(locks_);
+  EXPECT_EQ(system_.calls, Calls{"+3s"});
+  EXPECT_EQ(locks_.lock(mark1, 1, takeShared), SQLITE_OK);
+  EXPECT_EQ(locks_.lock(mark1, 1, returnShared), SQLITE_OK);
+  EXPECT_EQ(system_.calls, (Calls{"+3s", "+4s", "-3s"})) << "one mark is enough";
+}
+
+TEST_F(KeptLocksTest, ReadingAtTheBeginningKeepsNoWriteLock) {
+  locks_.beginReading();
+  transaction(locks_);
+  EXPECT_EQ(system_.calls, (Calls{"+4x", "-4x", "+4s", "+0x", "-0x"}));
+}
+
+TEST_F(KeptLocksTest, TheBeginningEndsInTime) {
+  locks_.beginReading();
+  readOnce(locks_);
+  clockTime += 200;
+  for (int i = 0; i < 500 && system_.callCount < 2; ++i) Sleep(10);
+  EXPECT_EQ(system_.calls, (Calls{"+3s", "-3s"}));
+  readOnce(locks_);
+  EXPECT_EQ(system_.calls.size(), 4u);
+}
+
+TEST_F(KeptLocksTest, CheckpointGetsTheMarkOfTheDatabaseThatAReaderLeft) {
+  locks_.beginReading();
+  readOnce(locks_);
+  EXPECT_EQ(locks_.lock(databaseMark, 1, takeExclusive), SQLITE_OK);
+  EXPECT_EQ(system_.calls, (Calls{"+3s", "-3s", "+3x"}));
+}
+
 TEST_F(KeptLocksTest, CheckpointMayPassTheKeptMark) {
   beginBurst();
   EXPECT_EQ(locks_.lock(checkpointLock, 1, takeExclusive), SQLITE_OK);
