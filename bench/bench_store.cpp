@@ -80,6 +80,29 @@ ComPtr<IMAPISession> logOn(const Mapi& mapi) {
   return session;
 }
 
+// The plug-in looks up the profile's name there.
+void readStatus(const Mapi& mapi, IMAPISession* session) {
+  ComPtr<IMAPITable> status;
+  require(session->GetStatusTable(0, &status), "GetStatusTable");
+  openNamed(mapi, status.Get(), L"", [](ULONG, ENTRYID*) {});
+}
+
+void readIdentity(const Mapi& mapi, OpenFolder& open) {
+  ULONG size = 0;
+  ENTRYID* identity = nullptr;
+  require(open.session->QueryIdentity(&size, &identity), "QueryIdentity");
+  open.identity.assign(reinterpret_cast<BYTE*>(identity), reinterpret_cast<BYTE*>(identity) + size);
+  ULONG type = 0;
+  ComPtr<IUnknown> user;
+  require(open.session->OpenEntry(size, identity, nullptr, MAPI_BEST_ACCESS, &type, &user), "OpenEntry of the user");
+  mapi.freeBuffer(identity);
+  SPropValue* searchKey = nullptr;
+  require(mapi.getOneProp(static_cast<IMAPIProp*>(user.Get()), PR_SEARCH_KEY, &searchKey), "HrGetOneProp of the user");
+  const SBinary& key = searchKey->Value.bin;
+  open.searchKey.assign(key.lpb, key.lpb + key.cb);
+  mapi.freeBuffer(searchKey);
+}
+
 }  // namespace
 
 void require(HRESULT result, const char* what) {
@@ -111,11 +134,8 @@ Mapi openStore(const std::wstring& buildFolder, const std::wstring& store) {
 OpenFolder openFolder(const Mapi& mapi) {
   OpenFolder open;
   open.session = logOn(mapi);
-  ULONG identitySize = 0;
-  ENTRYID* identity = nullptr;
-  require(open.session->QueryIdentity(&identitySize, &identity), "QueryIdentity");
-  open.identity.assign(reinterpret_cast<BYTE*>(identity), reinterpret_cast<BYTE*>(identity) + identitySize);
-  mapi.freeBuffer(identity);
+  readStatus(mapi, open.session.Get());
+  readIdentity(mapi, open);
   open.store = openPublicStore(mapi, open.session.Get());
   SPropValue* subtreeId = nullptr;
   require(mapi.getOneProp(open.store.Get(), PR_IPM_SUBTREE_ENTRYID, &subtreeId), "HrGetOneProp");

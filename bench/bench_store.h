@@ -39,7 +39,7 @@ struct OpenFolder {
   ComPtr<IMAPISession> session;
   ComPtr<IMsgStore> store;
   ComPtr<IMAPIFolder> folder;
-  std::vector<BYTE> identity;  // entry identifier of who is logged on
+  std::vector<BYTE> identity, searchKey;  // of who is logged on
 };
 OpenFolder openFolder(const Mapi& mapi);
 

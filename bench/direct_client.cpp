@@ -1,5 +1,6 @@
 #include "direct_client.h"
 
+#include <algorithm>
 #include <iterator>
 
 namespace fendrel::bench {
@@ -58,8 +59,10 @@ void copyFile(const std::wstring& file, IAttach* attachment) {
   CloseHandle(input);
 }
 
-void postOne(const Mapi& mapi, const OpenFolder& open, const std::wstring& file, const std::wstring& name) {
-  const std::wstring sender = profileName, messageClass = L"IPM.DOCUMENT.*BIN", extension = L"bin";
+void postOne(const Mapi& mapi, const OpenFolder& open, const std::wstring& file, const std::wstring& name,
+             const std::wstring& messageClass) {
+  const std::wstring sender = profileName, extension = L"bin";
+  const std::wstring shortName = name.substr(0, std::min<std::size_t>(name.find(L'.'), 8)) + L'.' + extension;
   FILETIME now;
   GetSystemTimeAsFileTime(&now);
   ComPtr<IMessage> message;
@@ -68,17 +71,17 @@ void postOne(const Mapi& mapi, const OpenFolder& open, const std::wstring& file,
                              time(PR_CLIENT_SUBMIT_TIME, now), time(PR_MESSAGE_DELIVERY_TIME, now),
                              number(PR_SENSITIVITY, 0), text(PR_CONVERSATION_TOPIC_W, name),
                              bytes(PR_SENDER_ENTRYID, open.identity), text(PR_SENDER_NAME_W, sender),
-                             bytes(PR_SENDER_SEARCH_KEY, open.identity),
+                             bytes(PR_SENDER_SEARCH_KEY, open.searchKey),
                              bytes(PR_SENT_REPRESENTING_ENTRYID, open.identity),
                              text(PR_SENT_REPRESENTING_NAME_W, sender),
-                             bytes(PR_SENT_REPRESENTING_SEARCH_KEY, open.identity),
+                             bytes(PR_SENT_REPRESENTING_SEARCH_KEY, open.searchKey),
                              number(PR_IMPORTANCE, IMPORTANCE_NORMAL)};
   setProperties(mapi, message.Get(), properties);
   ULONG attachmentNumber = 0;
   ComPtr<IAttach> attachment;
   require(message->CreateAttach(nullptr, 0, &attachmentNumber, &attachment), "CreateAttach");
   SPropValue attachmentProperties[] = {text(PR_ATTACH_LONG_FILENAME_W, name), number(PR_ATTACH_METHOD, ATTACH_BY_VALUE),
-                                       text(PR_ATTACH_EXTENSION_W, extension), text(PR_ATTACH_FILENAME_W, name),
+                                       text(PR_ATTACH_EXTENSION_W, extension), text(PR_ATTACH_FILENAME_W, shortName),
                                        text(PR_DISPLAY_NAME_W, name)};
   setProperties(mapi, attachment.Get(), attachmentProperties);
   copyFile(file, attachment.Get());
@@ -91,8 +94,12 @@ void postOne(const Mapi& mapi, const OpenFolder& open, const std::wstring& file,
 
 void postDirectly(const Mapi& mapi, const std::vector<std::wstring>& files, const std::vector<std::wstring>& names) {
   const OpenFolder open = openFolder(mapi);
-  for (std::size_t file = 0; file < files.size(); ++file)
-    postOne(mapi, open, files[file], names[file]);
+  // As the plug-in's, which grows by each file's extension up to its bound.
+  std::wstring messageClass = L"IPM.DOCUMENT.*";
+  for (std::size_t file = 0; file < files.size(); ++file) {
+    messageClass += std::wstring(L"BIN").substr(0, 255 - messageClass.size());
+    postOne(mapi, open, files[file], names[file], messageClass);
+  }
   open.session->Logoff(0, 0, 0);
 }
 

@@ -1,4 +1,4 @@
-// Posts files with the MAPI calls that the plug-in makes, but without the plug-in.
+// Posts files with the MAPI calls and the values that the plug-in makes and gives, but without the plug-in.
 #pragma once
 
 #include <string>
