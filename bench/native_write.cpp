@@ -18,7 +18,8 @@ void require(bool condition, const char* what) {
   std::exit(1);
 }
 
-// Writes and deletes as much as will be written, as the other ways do before their time runs.
+// Writes and deletes as much as will be written, as the other ways do before their time runs; last in pieces as they will
+// be written.
 void touchMemory(const std::string& folder, unsigned long long size) {
   const std::vector<char> bytes(128 * 1024);
   std::vector<std::string> names;

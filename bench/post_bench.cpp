@@ -48,12 +48,13 @@ void writeInput(const std::wstring& path, std::size_t size) {
   CloseHandle(file);
 }
 
-// Writes as much as posting will write, in large pieces and in small ones, for which systems take memory of different
-// places; then deletes it. So memory which a virtual machine's host has to provide first is there for every way.
+// Writes as much as posting will write, in small pieces and in large ones, for which systems take memory of different
+// places; then deletes it. So memory which a virtual machine's host has to provide first is there for every way. Last
+// come the pieces in which the way itself writes, here the store's large ones: what was used last is taken first.
 void touchMemory(const std::wstring& folder, std::uint64_t size) {
   const std::vector<char> bytes(128 * 1024);
   std::vector<HANDLE> files;
-  for (const DWORD piece : {DWORD{128 * 1024}, DWORD{4096}}) {
+  for (const DWORD piece : {DWORD{4096}, DWORD{128 * 1024}}) {
     const HANDLE file = CreateFileW((folder + L"\\scratch" + std::to_wstring(piece)).c_str(), GENERIC_WRITE, 0, nullptr,
                                     CREATE_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE, nullptr);
     require(file == INVALID_HANDLE_VALUE ? MAPI_E_NO_ACCESS : S_OK, "writing a scratch file");
