@@ -28,9 +28,9 @@ def fresh_folder() -> Path:
 
 
 # Writes as much as a run will write, in large pieces and in small ones, and deletes it, the last thing before its time
-# runs; post_bench and native_write do so too, each with the pieces last in which it writes. The host of a virtual machine takes away memory that lies idle and gives
-# it back page by page, which costs up to some milliseconds a MiB, and which way of posting paid for it would depend on
-# the one before.
+# runs; post_bench and native_write do so too, each with the pieces last in which it writes. The host of a virtual
+# machine takes away memory that lies idle and gives it back page by page, which costs up to some milliseconds a MiB, and
+# which way of posting paid for it would depend on the one before.
 def touch_memory(size: int) -> None:
     scratches = []
     for piece in (128 * KIB, 4 * KIB):
