@@ -1,9 +1,10 @@
 // Writes the blocks of one file while their maker goes on, and computes their checksums. For the engine's own files only.
 //
 // Copying into the system's cache takes as long as reading a report; in the background both happen at once. Up to four
-// blocks wait. Where the background cannot keep up, the maker computes the checksums, which saves both time. A block that cannot be written stays, and is tried again, with its failure reported, by the next
-// call: nothing that was taken is lost. Of a long file, what is written is flushed meanwhile, so that little is left
-// to flush at the end; where that fails the file is spoilt, since systems tell of a failed flush only once.
+// blocks wait; where the background cannot keep up, the maker computes the checksums. A block that cannot be written stays,
+// and is tried again, with its failure reported, by the next call: nothing that was taken is lost. Of a long file, what is
+// written is flushed meanwhile, so that little is left to flush at the end; where that fails the file is spoilt, since
+// systems tell of a failed flush only once.
 #pragma once
 
 #include <windows.h>
@@ -11,7 +12,6 @@
 #include <array>
 #include <cstdint>
 #include <optional>
-#include <utility>
 #include <vector>
 
 #include "disk.h"
@@ -36,8 +36,9 @@ public:
     std::uint64_t position, sum;
   };
 
-  // Of the blocks that finish() returned for, in the order of their writing; each is told once.
-  std::vector<Checksum> takeChecksums() noexcept { return std::exchange(checksums_, {}); }
+  // After finish(), of all blocks since they were last forgotten, in the order of their writing.
+  const std::vector<Checksum>& checksums() const noexcept { return checksums_; }
+  void forgetChecksums() noexcept { checksums_.clear(); }
 
   // Returns when everything is written; until the next write() the file may be used otherwise. Throws EngineError. It does
   // not stand for a flush.

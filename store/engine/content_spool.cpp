@@ -136,7 +136,9 @@ void ContentSpool::openFile() {
 // For all that is not writing one block after the other.
 DiskFile& ContentSpool::wholeFile() {
   writer_->finish();
-  for (const auto& [position, sum] : writer_->takeChecksums()) noteChecksum(position / contentBlockSize, sum);
+  // Forgotten only when all are noted: noting them needs memory, and may have to be repeated.
+  for (const auto& [position, sum] : writer_->checksums()) noteChecksum(position / contentBlockSize, sum);
+  writer_->forgetChecksums();
   return *file_.file;
 }
 

@@ -2,8 +2,8 @@
 //
 // The bytes are divided into blocks of contentBlockSize. One block is in memory (the current one); the others are in
 // a content file, which is taken when a second block is first touched. A block's checksum is computed when it leaves
-// memory, by the writer of the file, so that saving reads nothing back. Blocks that follow one another are written in the background; a failure
-// there comes with a later call. Failures are thrown as EngineError.
+// memory, by the writer of the file, so that saving reads nothing back. Blocks that follow one another are written in the
+// background; a failure there comes with a later call. Failures are thrown as EngineError.
 #pragma once
 
 #include <memory>

@@ -194,6 +194,36 @@ TEST_F(NoMemoryTest, PostingLeavesNothingOrAllOfIt) {
   EXPECT_EQ(integrityOf(*database), "ok");
 }
 
+// The same writer and the same draft go on where they failed.
+TEST_F(NoMemoryTest, WhatFailedIsRepeatedAndTheContentIsRight) {
+  const Bytes bytes = pattern(contentBlockSize * 3 + 5);
+  const auto onceMore = [](auto&& call) {
+    Status status = Status::Failed;
+    for (int attempt = 0; attempt < 2 && status != Status::Ok; ++attempt) {
+      try {
+        status = call();
+      } catch (const std::bad_alloc&) {
+      }
+    }
+    EXPECT_EQ(status, Status::Ok);
+  };
+  int nth = 0;
+  for (bool failed = true; failed;) {
+    const auto writer = ContentWriter::create(*database);
+    MessageDraft draft = draftWith(top, u"s");
+    draft.contents = {{attachDataTag, writer}};
+    MessageInfo saved;
+    failed = withFailingAllocation(++nth, [&] {
+      onceMore([&] { return writer->write(0, bytes); });
+      onceMore([&] { return saveMessage(*database, draft, saved); });
+    }).failed;
+    Bytes found;
+    ASSERT_EQ(readAll(saved.id, std::nullopt, attachDataTag, found), Status::Ok) << nth << ": " << database->lastError();
+    ASSERT_TRUE(found == bytes) << nth;
+  }
+  std::printf("%d allocations\n", nth);
+}
+
 TEST_F(NoMemoryTest, DeletingLeavesNothingOrAllOfIt) {
   ASSERT_EQ(post(*database, oldSamples()[2].sample), Status::Ok);
   const int allocations = failEachAllocation(
