@@ -4,6 +4,7 @@ import argparse
 import os
 import random
 import shutil
+import sqlite3
 import statistics
 import subprocess
 import time
@@ -70,6 +71,21 @@ def by_dd(size: int) -> float:
     return time.perf_counter() - start
 
 
+# What a database alone takes, natively: one row a post, with the store's page size and as durable.
+def by_sqlite(count: int, size: int) -> float:
+    database = sqlite3.connect(fresh_folder() / "plain.db", isolation_level=None)
+    database.executescript("PRAGMA page_size = 16384; PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL;"
+                           "CREATE TABLE report (id INTEGER PRIMARY KEY, data BLOB)")
+    report = os.urandom(size)
+    touch_memory(count * size)
+    start = time.perf_counter()
+    for _ in range(count):
+        database.execute("INSERT INTO report (data) VALUES (?)", (report,))
+    seconds = time.perf_counter() - start
+    database.close()
+    return seconds
+
+
 def by_imap(count: int, size: int) -> float:
     with ImapServer(fresh_folder()) as server:
         touch_memory(count * size)
@@ -109,6 +125,8 @@ def main() -> None:
         compared = dict(ways)
         if count == 1:
             compared["dd"] = lambda _, s: by_dd(s)
+        else:
+            compared["SQLite"] = by_sqlite
         times = {way: [] for way in compared}
         for turn in range(rounds):
             # In another order each time: whatever one way leaves behind, not always the same one pays for it.
