@@ -12,8 +12,6 @@ namespace fendrel::store {
 namespace {
 // What is flushed at once in the background, in bytes. Short files are flushed at their end alone.
 constexpr std::uint64_t leastFlush = 4 * 1024 * 1024, mostFlush = 16 * 1024 * 1024;
-// So many pieces that wait show that the background is the slower one.
-constexpr std::size_t many = 2;
 }
 
 BlockWriter::BlockWriter(DiskFile& file, bool inBackground) : file_(file) {
@@ -41,20 +39,16 @@ void BlockWriter::write(std::uint64_t position, Bytes& block) {
     checksums_.push_back({position, checksum(block)});
     return;
   }
-  bool failed = false, isBehind = false;
+  bool failed = false;
   {
     const std::lock_guard guard(mutex_);
     while (count_ == pieces_.size() && !hasFailed_) mutex_.wait(changed_);
     failed = hasFailed_;
-    isBehind = count_ >= many;
   }
   if (failed) finish();
-  std::optional<std::uint64_t> sum;
-  if (isBehind) sum = checksum(block);
   const std::lock_guard guard(mutex_);
   Piece& piece = pieces_[(first_ + count_) % pieces_.size()];
   piece.position = position;
-  piece.checksum = sum;
   std::swap(piece.bytes, block);
   block.clear();
   ++count_;
@@ -95,7 +89,7 @@ void BlockWriter::runToEnd() {
     bool failed = false;
     try {
       file_.write(piece->position, piece->bytes);
-      checksums_.push_back({piece->position, piece->checksum ? *piece->checksum : checksum(piece->bytes)});
+      checksums_.push_back({piece->position, checksum(piece->bytes)});
     } catch (...) {  // the next call tries again, and tells
       failed = true;
     }

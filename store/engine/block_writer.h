@@ -1,10 +1,9 @@
 // Writes the blocks of one file while their maker goes on, and computes their checksums. For the engine's own files only.
 //
 // Copying into the system's cache takes as long as reading a report; in the background both happen at once. Up to four
-// blocks wait; where the background cannot keep up, the maker computes the checksums. A block that cannot be written stays,
-// and is tried again, with its failure reported, by the next call: nothing that was taken is lost. Of a long file, what is
-// written is flushed meanwhile, so that little is left to flush at the end; where that fails the file is spoilt, since
-// systems tell of a failed flush only once.
+// blocks wait. A block that cannot be written stays, and is tried again, with its failure reported, by the next
+// call: nothing that was taken is lost. Of a long file, what is written is flushed meanwhile, so that little is left
+// to flush at the end; where that fails the file is spoilt, since systems tell of a failed flush only once.
 #pragma once
 
 #include <windows.h>
@@ -48,7 +47,6 @@ private:
   struct Piece {
     std::uint64_t position = 0;
     Bytes bytes;
-    std::optional<std::uint64_t> checksum;
   };
 
   void runToEnd();
