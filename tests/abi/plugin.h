@@ -5,7 +5,6 @@
 
 #include <string>
 
-#define FENDREL_API
 #include <fendrel/fendrel.h>
 
 namespace fendrel::test {

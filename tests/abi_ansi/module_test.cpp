@@ -4,6 +4,8 @@
 
 #include "ansi_test.h"
 #include "build_paths.h"
+#include "pe_image.h"
+#include "temp_folder.h"
 
 namespace fendrel::test {
 namespace {
@@ -79,17 +81,29 @@ TEST_F(AnsiPluginTest, EveryExportIsThereUndecorated) {
     EXPECT_NE(GetProcAddress(host().module(), name), nullptr) << name;
 }
 
-// One build of the module for each export that the ANSI set cannot do without.
+// A copy of the module without each export that the ANSI set cannot do without.
 class LacksExport : public testing::TestWithParam<const char*> {};
 
 TEST_P(LacksExport, AndDoesNotLoad) {
-  const std::string file = std::string("tests/lacking/") + GetParam() + ".DLL";
-  const std::wstring path = buildFile(std::wstring(file.begin(), file.end()));
-  ASSERT_NE(GetFileAttributesW(path.c_str()), INVALID_FILE_ATTRIBUTES) << "not built: " << file;
+  const TempFolder folder;
+  const std::wstring copy = folder.file(L"FENDREL.DLL");
+  copyWithoutExport(buildFile(L"bin/FENDREL.DLL"), GetParam(), copy);
   SetLastError(0);
-  const HMODULE module = LoadLibraryW(path.c_str());
+  const HMODULE module = LoadLibraryW(copy.c_str());
   EXPECT_EQ(module, nullptr);
   EXPECT_EQ(GetLastError(), DWORD{ERROR_DLL_INIT_FAILED});
+}
+
+// What makes the copy makes one that loads, too.
+TEST(OptionalExport, IsNotNeededForLoading) {
+  const TempFolder folder;
+  const std::wstring copy = folder.file(L"FENDREL.DLL");
+  copyWithoutExport(buildFile(L"bin/FENDREL.DLL"), "NRVA2WDestinationOptions", copy);
+  const HMODULE module = LoadLibraryW(copy.c_str());
+  ASSERT_NE(module, nullptr);
+  EXPECT_EQ(GetProcAddress(module, "NRVA2WDestinationOptions"), nullptr);
+  EXPECT_NE(GetProcAddress(module, "NRVDestinationOptionsA2W"), nullptr);
+  FreeLibrary(module);
 }
 
 INSTANTIATE_TEST_SUITE_P(Required, LacksExport,

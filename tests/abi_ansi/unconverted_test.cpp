@@ -1,6 +1,8 @@
-// A build of the module that lacks one of the options conversions: it loads, and options cross unconverted.
+// A module that lacks one of the options conversions: it loads, and options cross unconverted.
 #include "ansi_test.h"
 #include "build_paths.h"
+#include "pe_image.h"
+#include "temp_folder.h"
 
 namespace fendrel::test {
 namespace {
@@ -9,8 +11,9 @@ class Unconverted : public testing::TestWithParam<const char*> {
  protected:
   void SetUp() override {
     mapi.reset(standardWorld());
-    const std::string file = std::string("tests/lacking/") + GetParam() + ".DLL";
-    host.emplace(buildFile(std::wstring(file.begin(), file.end())));
+    const std::wstring copy = folder.file(L"FENDREL.DLL");
+    copyWithoutExport(buildFile(L"bin/FENDREL.DLL"), GetParam(), copy);
+    host.emplace(copy);
     ASSERT_EQ(host->initialize(), FENDREL_SUCCESS);
     DestinationOptions options = unpackedOptions(L"Default", L"", L"Public Folders@Reports");
     AnsiFileList files{L"report.txt"};
@@ -23,6 +26,7 @@ class Unconverted : public testing::TestWithParam<const char*> {
     EXPECT_EQ(mapi.counts().interfaces, 0u);
   }
 
+  TempFolder folder;
   RecordingMapi mapi;
   std::optional<AnsiPlugin> host;
   FendrelJob job = 0;
