@@ -2,6 +2,8 @@
 
 #include <fstream>
 
+#include "basic_rules.h"
+
 namespace fendrel::test {
 
 const std::vector<Mapped> mappedResults = {
@@ -31,13 +33,7 @@ void PluginTest::SetUp() {
 
 void PluginTest::TearDown() {
   plugin_.reset();
-  const RecordingCounts counts = mapi.counts();
-  EXPECT_EQ(counts.interfaces, 0u) << mapi.liveObjects();
-  EXPECT_EQ(counts.buffers, 0u) << mapi.liveObjects();
-  EXPECT_EQ(counts.chainedBuffers, 0u) << mapi.liveObjects();
-  EXPECT_EQ(counts.sessions, 0u);
-  EXPECT_EQ(counts.initialised, unmatchedInitialisations);
-  EXPECT_THAT(mapi.faults(), ::testing::IsEmpty());
+  expectBasicRules(mapi, unmatchedInitialisations);
 }
 
 void InitialisedTest::SetUp() {

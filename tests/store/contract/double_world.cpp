@@ -3,11 +3,12 @@
 
 #include <optional>
 
+#include "basic_rules.h"
 #include "contract_world.h"
-#include "recording_client.h"
 
 using fendrel::test::RecordingMapi;
 using fendrel::test::World;
+using fendrel::test::expectBasicRules;
 
 namespace {
 
@@ -35,13 +36,6 @@ void makeWorld(const wchar_t* password, const std::vector<std::wstring>& folders
   recording().reset(world);
 }
 
-void dropWorld() {
-  const RecordingCounts counts = recording().counts();
-  EXPECT_EQ(counts.interfaces, 0u) << recording().liveObjects();
-  EXPECT_EQ(counts.buffers, 0u) << recording().liveObjects();
-  EXPECT_EQ(counts.sessions, 0u);
-  EXPECT_EQ(counts.initialised, 0);
-  for (const std::string& fault : recording().faults()) ADD_FAILURE() << fault;
-}
+void dropWorld() { expectBasicRules(recording()); }
 
 }  // namespace contract

@@ -1,5 +1,7 @@
 #include "ui_fixture.h"
 
+#include "basic_rules.h"
+
 namespace fendrel::test {
 
 UiTest::UiTest() { g_hModule = g_hResInstance = GetModuleHandleW(nullptr); }
@@ -23,9 +25,7 @@ void UiTest::logOff() {
 
 void UiTest::TearDown() {
   logOff();
-  const RecordingCounts counts = mapi.counts();
-  EXPECT_EQ(counts.interfaces + counts.buffers + counts.chainedBuffers, 0u) << mapi.liveObjects();
-  EXPECT_THAT(mapi.faults(), testing::IsEmpty());
+  expectBasicRules(mapi);
 }
 
 void FolderDialogTest::open() {
