@@ -9,7 +9,9 @@ if(MSVC)
   target_compile_options(fendrel_settings INTERFACE /W4 /WX /utf-8 /permissive-)
 else()
   target_compile_options(fendrel_settings INTERFACE
-    -Wall -Wextra -Wpedantic -Wshadow -Wno-cast-function-type -Wno-missing-field-initializers -Wno-restrict -Werror)
+    -Wall -Wextra -Wpedantic -Wshadow -Wno-cast-function-type -Wno-missing-field-initializers -Wno-restrict
+    -Wno-subobject-linkage  # in a unity piece, a source file counts as a header
+    -Werror)
   target_link_options(fendrel_settings INTERFACE -Wl,--no-insert-timestamp $<$<CONFIG:Release>:-s>)
 endif()
 
@@ -19,6 +21,11 @@ if(FENDREL_COVERAGE)
   # For src/, and for tests/, which compile its inline functions and some of its files themselves.
   set(coverage_options --coverage -fprofile-update=atomic)
 endif()
+
+# fendrel_compile_apart(FILE ...): without precompiled headers and in no unity piece.
+function(fendrel_compile_apart)
+  set_source_files_properties(${ARGN} PROPERTIES SKIP_PRECOMPILE_HEADERS ON SKIP_UNITY_BUILD_INCLUSION ON)
+endfunction()
 
 # fendrel_add_layer(NAME SOURCES ... USES ... [HEADERS standard_headers|windows_headers]): the static library of one
 # folder. Its include directory is that folder alone and reaches others only through USES,
@@ -49,14 +56,24 @@ function(fendrel_add_module name file)
     LIBRARY_OUTPUT_DIRECTORY "${MODULE_DIRECTORY}" RUNTIME_OUTPUT_DIRECTORY "${MODULE_DIRECTORY}")
 endfunction()
 
-# fendrel_add_run(TEST PROGRAM [SERIAL] [WINDOWS] [LABELS ...] [ENVIRONMENT ...]): all tests of a program as one test of
-# ctest.
+# fendrel_add_run(TEST PROGRAM [SERIAL] [WINDOWS] [FILTER filter] [TIMEOUT seconds] [LABELS ...] [ENVIRONMENT ...]): the
+# tests of a program, or those of the filter, as one test of ctest. A failed case is named in its output.
 function(fendrel_add_run test program)
-  cmake_parse_arguments(PARSE_ARGV 2 RUN "SERIAL;WINDOWS" "" "LABELS;ENVIRONMENT")
-  add_test(NAME ${test} COMMAND ${program} --gtest_brief=1)
-  set_tests_properties(${test} PROPERTIES TIMEOUT 300)
+  cmake_parse_arguments(PARSE_ARGV 2 RUN "SERIAL;WINDOWS" "FILTER;TIMEOUT" "LABELS;ENVIRONMENT")
+  set(arguments --gtest_brief=1)
+  if(RUN_FILTER)
+    list(APPEND arguments "--gtest_filter=${RUN_FILTER}")
+  endif()
+  add_test(NAME ${test} COMMAND ${program} ${arguments})
+  if(NOT RUN_TIMEOUT)
+    set(RUN_TIMEOUT 300)
+  endif()
+  set_tests_properties(${test} PROPERTIES TIMEOUT ${RUN_TIMEOUT})
   set_property(TEST ${test} PROPERTY LABELS ${RUN_LABELS})
   set_property(TEST ${test} PROPERTY ENVIRONMENT ${RUN_ENVIRONMENT})
+  if("slow" IN_LIST RUN_LABELS)
+    set_tests_properties(${test} PROPERTIES COST 1000)  # first, so that the others run beside it
+  endif()
   if(RUN_SERIAL)
     set_tests_properties(${test} PROPERTIES RUN_SERIAL ON)
   endif()
@@ -88,51 +105,26 @@ function(fendrel_compile_as_test target)
   endif()
 endfunction()
 
-# fendrel_discover_tests(TARGET PREFIX SUITE WITHOUT PROPERTY VALUE ...): its tests, one by one, but those that the
-# filter WITHOUT names. Those of SUITE, which may be empty, show windows.
-function(fendrel_discover_tests target prefix suite without)
-  set(discovery DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES)
-  if(suite)
-    gtest_discover_tests(${target} TEST_PREFIX "${prefix}." TEST_LIST ${prefix}_windows TEST_FILTER "${suite}.*"
-                         ${discovery} PROPERTIES ${ARGN} RESOURCE_LOCK screen)
-    list(APPEND without "${suite}.*")
-    list(JOIN without ":" without)
-  endif()
-  if(without)
-    list(APPEND discovery TEST_FILTER "-${without}")
-  endif()
-  gtest_discover_tests(${target} TEST_PREFIX "${prefix}." TEST_LIST ${prefix}_tests ${discovery} PROPERTIES ${ARGN})
-endfunction()
-
-# fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [WINDOWS | WINDOWS_IN suite] [GUARDED]
-#                  [LABELS ...] [ENVIRONMENT ...] [NEEDS ...]):
-# a GoogleTest program whose tests appear in ctest as NAME.Suite.Case. NEEDS names modules and programs that the tests
-# load or start. WINDOWS: they show windows, and run while no other such program takes the keyboard away from them;
-# WINDOWS_IN: those of one suite do. GUARDED runs the same tests a second time as NAME_guarded, label "guarded", in a
-# program whose heap blocks end at unreadable pages. DOUBLE_BYTE runs them a second time as NAME_932, with ANSI code
-# page 932 instead of 1252. These second runs are one test of ctest each.
+# fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [WINDOWS | WINDOWS_IN suite] [GUARDED] [DOUBLE_BYTE]
+#                  [QUICK] [LABELS ...] [ENVIRONMENT ...] [NEEDS ...]):
+# a GoogleTest program, which is one test of ctest with its name. NEEDS names modules and programs that the tests load or
+# start. WINDOWS: they show windows, and run while no other such program takes the keyboard away from them; WINDOWS_IN:
+# those of one suite do, which is a second test of ctest, NAME_windows. GUARDED runs the same tests a second time as
+# NAME_guarded, label "guarded", in a program whose heap blocks end at unreadable pages. DOUBLE_BYTE runs them a second
+# time as NAME_932, with ANSI code page 932 instead of 1252. QUICK: tools/test --quick runs it too.
 function(fendrel_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL;WINDOWS;GUARDED;DOUBLE_BYTE" "TIMEOUT;WINDOWS_IN"
+  cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL;WINDOWS;GUARDED;DOUBLE_BYTE;QUICK" "TIMEOUT;WINDOWS_IN"
                         "SOURCES;USES;LABELS;ENVIRONMENT;NEEDS")
-  if(NOT TEST_TIMEOUT)
-    set(TEST_TIMEOUT 60)
-  endif()
-  set(properties TIMEOUT ${TEST_TIMEOUT})
   set(company "")
-  if(TEST_SERIAL)
-    set(company SERIAL)
-    list(APPEND properties RUN_SERIAL ON)
+  foreach(option SERIAL WINDOWS)
+    if(TEST_${option})
+      list(APPEND company ${option})
+    endif()
+  endforeach()
+  if(TEST_TIMEOUT)
+    list(APPEND company TIMEOUT ${TEST_TIMEOUT})
   endif()
-  if(TEST_WINDOWS)
-    list(APPEND company WINDOWS)
-    list(APPEND properties RESOURCE_LOCK screen)
-  endif()
-  if(TEST_LABELS)
-    list(APPEND properties LABELS "${TEST_LABELS}")
-  endif()
-  if(TEST_ENVIRONMENT)
-    list(APPEND properties ENVIRONMENT "${TEST_ENVIRONMENT}")
-  endif()
+
   add_executable(${name} ${TEST_SOURCES})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
   target_link_libraries(${name} PRIVATE fendrel_settings fendrel_test_support ${TEST_USES})
@@ -144,7 +136,20 @@ function(fendrel_add_test name)
   if(TEST_NEEDS)
     add_dependencies(${name} ${TEST_NEEDS})
   endif()
-  fendrel_discover_tests(${name} ${name} "${TEST_WINDOWS_IN}" "" ${properties})
+
+  set(labels ${TEST_LABELS})
+  if(TEST_QUICK)
+    set_property(GLOBAL APPEND PROPERTY FENDREL_QUICK_TESTS ${name})
+    list(APPEND labels quick)
+  endif()
+  if(TEST_WINDOWS_IN)
+    fendrel_add_run(${name} ${name} ${company} LABELS ${labels} ENVIRONMENT ${TEST_ENVIRONMENT}
+                    FILTER "-${TEST_WINDOWS_IN}.*")
+    fendrel_add_run(${name}_windows ${name} WINDOWS ${company} LABELS ${labels} ENVIRONMENT ${TEST_ENVIRONMENT}
+                    FILTER "${TEST_WINDOWS_IN}.*")
+  else()
+    fendrel_add_run(${name} ${name} ${company} LABELS ${labels} ENVIRONMENT ${TEST_ENVIRONMENT})
+  endif()
   if(TEST_DOUBLE_BYTE)
     fendrel_add_run(${name}_932 ${name} ${company} LABELS ${TEST_LABELS}
                     ENVIRONMENT ${TEST_ENVIRONMENT} LC_ALL=ja_JP.UTF-8)

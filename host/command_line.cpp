@@ -28,12 +28,6 @@ constexpr const char* examples =
     "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 some files or messages done and some not, 4 MAPI or\n"
     "the profile cannot be used, 5 folder not found or refused, 6 a store is damaged, 8 cancelled.";
 
-std::string environmentText(const wchar_t* name) {
-  std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
-  value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
-  return toUtf8(value);
-}
-
 void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
   app.add_option("--store", options.store,
                  "The local store's database; else the environment variable FENDREL_STORE names it, else it is "

@@ -58,12 +58,6 @@ void replaceProgress(std::string_view utf8) {
   progressWidth = width;
 }
 
-std::string environmentText(const wchar_t* name) {
-  wchar_t value[64];
-  const DWORD length = GetEnvironmentVariableW(name, value, 64);
-  return length > 0 && length < 64 ? toUtf8({value, length}) : std::string();
-}
-
 }  // namespace
 
 bool printLine(std::string_view utf8) {

@@ -14,7 +14,7 @@
 namespace fendrel::host {
 namespace {
 
-constexpr ErrorWords table[] = {
+constexpr ErrorWords knownErrors[] = {
     {MAPI_E_NO_ACCESS, "MAPI_E_NO_ACCESS", "no right to do this", "Ask the owner, or choose another place."},
     {MAPI_E_NOT_FOUND, "MAPI_E_NOT_FOUND", "not found", "\"fendrel folders\" shows what there is."},
     {MAPI_E_NO_SUPPORT, "MAPI_E_NO_SUPPORT", "not supported by this message store", "Choose another store."},
@@ -66,7 +66,7 @@ constexpr ErrorWords table[] = {
 }  // namespace
 
 const ErrorWords* findErrorWords(HRESULT code) {
-  for (const ErrorWords& words : table)
+  for (const ErrorWords& words : knownErrors)
     if (words.code == code) return &words;
   return nullptr;
 }
@@ -105,7 +105,7 @@ HRESULT pluginFailure(std::uint32_t code, std::wstring_view errorText, const Plu
     return MAPI_E_NO_SUPPORT;
   if (errorText == L"MAPI Error: Fail on provider.") return MAPI_E_FAILONEPROVIDER;
   const std::string plain = toUtf8(errorText);
-  for (const ErrorWords& words : table)
+  for (const ErrorWords& words : knownErrors)
     if (plain == words.name) return words.code;
   unsigned number = 0;
   if (std::swscanf(std::wstring(errorText).c_str(), L"Error code 0x%8X returned.", &number) == 1)

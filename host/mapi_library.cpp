@@ -24,7 +24,7 @@ bool samePath(const std::wstring& one, const std::wstring& other) {
 
 // Some systems export the utility functions under their decorated names only.
 template <class F>
-void find(HMODULE module, F& function, const char* name, const char* decorated = nullptr) {
+void findFunction(HMODULE module, F& function, const char* name, const char* decorated = nullptr) {
   FARPROC found = GetProcAddress(module, name);
   if (!found && decorated) found = GetProcAddress(module, decorated);
   if (!found)
@@ -55,19 +55,19 @@ void loadMapi(MapiSubsystem subsystem) {
                               "WINEDLLOVERRIDES=mapi32=n,b, or start fendrel by its script.",
                               toUtf8(wanted), other));
   }
-  find(module, functions.initialize, "MAPIInitialize");
-  find(module, functions.uninitialize, "MAPIUninitialize");
-  find(module, functions.logonEx, "MAPILogonEx");
-  find(module, functions.allocateBuffer, "MAPIAllocateBuffer");
-  find(module, functions.allocateMore, "MAPIAllocateMore");
-  find(module, functions.freeBuffer, "MAPIFreeBuffer");
-  find(module, functions.openFormMgr, "MAPIOpenFormMgr");
-  find(module, functions.adminProfiles, "MAPIAdminProfiles");
-  find(module, functions.freeProws, "FreeProws", "FreeProws@4");
-  find(module, functions.hrGetOneProp, "HrGetOneProp", "HrGetOneProp@12");
-  find(module, functions.hrQueryAllRows, "HrQueryAllRows", "HrQueryAllRows@24");
-  find(module, functions.ftMulDwDw, "FtMulDwDw", "FtMulDwDw@8");
-  find(module, functions.ftNegFt, "FtNegFt", "FtNegFt@8");
+  findFunction(module, functions.initialize, "MAPIInitialize");
+  findFunction(module, functions.uninitialize, "MAPIUninitialize");
+  findFunction(module, functions.logonEx, "MAPILogonEx");
+  findFunction(module, functions.allocateBuffer, "MAPIAllocateBuffer");
+  findFunction(module, functions.allocateMore, "MAPIAllocateMore");
+  findFunction(module, functions.freeBuffer, "MAPIFreeBuffer");
+  findFunction(module, functions.openFormMgr, "MAPIOpenFormMgr");
+  findFunction(module, functions.adminProfiles, "MAPIAdminProfiles");
+  findFunction(module, functions.freeProws, "FreeProws", "FreeProws@4");
+  findFunction(module, functions.hrGetOneProp, "HrGetOneProp", "HrGetOneProp@12");
+  findFunction(module, functions.hrQueryAllRows, "HrQueryAllRows", "HrQueryAllRows@24");
+  findFunction(module, functions.ftMulDwDw, "FtMulDwDw", "FtMulDwDw@8");
+  findFunction(module, functions.ftNegFt, "FtNegFt", "FtNegFt@8");
 }
 
 const MapiFunctions& mapi() { return functions; }

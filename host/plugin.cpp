@@ -12,7 +12,7 @@ namespace fendrel::host {
 namespace {
 
 template <class F>
-void find(HMODULE module, F& function, const char* name) {
+void findExport(HMODULE module, F& function, const char* name) {
   function = reinterpret_cast<F>(GetProcAddress(module, name));
   if (!function)
     throw failureOf(ExitCode::mapiUnusable, fmt::format("FENDREL.DLL has no {}", name),
@@ -91,14 +91,14 @@ Plugin::Plugin() {
     throw systemFailure(ExitCode::mapiUnusable, fmt::format("The plug-in '{}' did not load", toUtf8(path)),
                         GetLastError(), "Put FENDREL.DLL beside fendrel.exe.");
   const auto handle = static_cast<HMODULE>(module.get());
-  find(handle, exports.initialize, "NRVInitializeW");
-  find(handle, exports.terminate, "NRVTerminateW");
-  find(handle, exports.getVersion, "NRVGetVersionW");
-  find(handle, exports.initExport, "NRVInitExportDestinationW");
-  find(handle, exports.termExport, "NRVTermExportDestinationW");
-  find(handle, exports.exportTo, "NRVExportToDestinationW");
-  find(handle, exports.getErrorText, "NRVGetErrorTextW");
-  find(handle, exports.encode, "NRVEncodeDestinationOptionsW");
+  findExport(handle, exports.initialize, "NRVInitializeW");
+  findExport(handle, exports.terminate, "NRVTerminateW");
+  findExport(handle, exports.getVersion, "NRVGetVersionW");
+  findExport(handle, exports.initExport, "NRVInitExportDestinationW");
+  findExport(handle, exports.termExport, "NRVTermExportDestinationW");
+  findExport(handle, exports.exportTo, "NRVExportToDestinationW");
+  findExport(handle, exports.getErrorText, "NRVGetErrorTextW");
+  findExport(handle, exports.encode, "NRVEncodeDestinationOptionsW");
   if (const unsigned version = exports.getVersion(); version != FENDREL_VERSION)
     throw Failure(ExitCode::mapiUnusable,
                   fmt::format("FENDREL.DLL speaks version 0x{:04X} of the interface, fendrel.exe speaks 0x{:04X}. "

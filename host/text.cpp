@@ -144,6 +144,12 @@ std::string utcTime(const FILETIME& time) {
                      utc.wMinute, utc.wSecond, utc.wMilliseconds);
 }
 
+std::string environmentText(const wchar_t* name) {
+  std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
+  value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
+  return toUtf8(value);
+}
+
 std::string systemMessage(DWORD error) {
   wchar_t text[512];
   DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error, 0, text,

@@ -37,6 +37,9 @@ std::string clipped(std::string_view utf8, std::size_t width);
 std::string localTime(const FILETIME& time);  // "2031-04-05 16:07:08", in the user's time zone
 std::string utcTime(const FILETIME& time);    // "2031-04-05T14:07:08.123Z"
 
+// The value of an environment variable; empty where there is none.
+std::string environmentText(const wchar_t* name);
+
 // The system's own words for an error number, without full stop; empty when it has none.
 std::string systemMessage(DWORD error);
 

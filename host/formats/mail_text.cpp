@@ -79,7 +79,7 @@ bool canStandPlain(std::string_view text) {
          (text.empty() || (text.front() != ' ' && text.back() != ' '));
 }
 
-std::string quoted(std::string_view text) {
+std::string quotedString(std::string_view text) {
   std::string result = "\"";
   for (const char c : text) {
     if (c == '"' || c == '\\') result += '\\';
@@ -199,7 +199,7 @@ std::string mailboxHeader(std::string_view field, std::string_view displayName, 
   std::string header(field);
   header += ": ";
   if (!clean.empty()) {
-    const std::string name = quoted(clean);
+    const std::string name = quotedString(clean);
     const bool plain = canStandPlain(clean) && header.size() + name.size() <= longestLine;
     header += plain ? name : encodedWords(clean, header.size());
   }
@@ -212,7 +212,7 @@ std::string mailboxHeader(std::string_view field, std::string_view displayName, 
 
 std::string parameter(std::string_view name, std::string_view value) {
   std::string text = ";\r\n ";
-  const std::string plain = quoted(value);
+  const std::string plain = quotedString(value);
   if (canStandPlain(value) && name.size() + plain.size() + 3 <= longestLine) {
     text += name;
     text += '=';
@@ -249,7 +249,7 @@ std::string parameter(std::string_view name, std::string_view value) {
 
 std::string encodedWordParameter(std::string_view name, std::string_view value) {
   const std::string clean = withoutControls(value);
-  const std::string plain = quoted(clean);
+  const std::string plain = quotedString(clean);
   std::string text = ";\r\n ";
   text += name;
   text += '=';

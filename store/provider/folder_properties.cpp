@@ -5,7 +5,7 @@
 namespace fendrel::provider {
 namespace {
 
-constexpr PropertyTag computed[] = {
+constexpr PropertyTag folderTags[] = {
     PR_OBJECT_TYPE,   PR_ENTRYID,         PR_RECORD_KEY,       PR_PARENT_ENTRYID,      PR_STORE_ENTRYID,
     PR_DISPLAY_NAME_W, PR_FOLDER_TYPE,    PR_SUBFOLDERS,       PR_CONTENT_COUNT,       PR_CONTENT_UNREAD,
     PR_ASSOC_CONTENT_COUNT, PR_ACCESS,    PR_ACCESS_LEVEL,     PR_CREATION_TIME,       PR_LAST_MODIFICATION_TIME,
@@ -22,10 +22,10 @@ ULONG accessTo(const StoreScope& scope, const store::FolderInfo& folder) {
 
 }  // namespace
 
-std::span<const PropertyTag> computedFolderTags() { return computed; }
+std::span<const PropertyTag> computedFolderTags() { return folderTags; }
 
 bool isComputedFolderTag(PropertyTag tag) {
-  return std::ranges::any_of(computed, [&](PropertyTag one) { return PROP_ID(one) == PROP_ID(tag); });
+  return std::ranges::any_of(folderTags, [&](PropertyTag one) { return PROP_ID(one) == PROP_ID(tag); });
 }
 
 Property computedFolderProperty(const StoreScope& scope, const store::FolderInfo& folder, PropertyTag tag,

@@ -5,7 +5,7 @@
 namespace fendrel::provider {
 namespace {
 
-constexpr PropertyTag computed[] = {
+constexpr PropertyTag messageTags[] = {
     PR_OBJECT_TYPE,    PR_ENTRYID,       PR_RECORD_KEY,        PR_SEARCH_KEY,        PR_PARENT_ENTRYID,
     PR_STORE_ENTRYID,  PR_MESSAGE_FLAGS, PR_MESSAGE_SIZE,      PR_HASATTACH,         PR_NORMALIZED_SUBJECT_W,
     PR_SUBJECT_PREFIX_W, PR_ACCESS,      PR_ACCESS_LEVEL,      PR_CREATION_TIME,     PR_LAST_MODIFICATION_TIME,
@@ -32,10 +32,10 @@ Property subjectPart(const Property& subject, PropertyTag tag) {
 
 }  // namespace
 
-std::span<const PropertyTag> computedMessageTags() { return computed; }
+std::span<const PropertyTag> computedMessageTags() { return messageTags; }
 
 bool isComputedMessageTag(PropertyTag tag) {
-  return std::ranges::any_of(computed, [&](PropertyTag one) { return PROP_ID(one) == PROP_ID(tag); });
+  return std::ranges::any_of(messageTags, [&](PropertyTag one) { return PROP_ID(one) == PROP_ID(tag); });
 }
 
 PropertyTag sourceOf(PropertyTag tag) {

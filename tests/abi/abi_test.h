@@ -50,6 +50,10 @@ struct Answer {
 };
 void PrintTo(const Answer& answer, std::ostream* out);
 
+inline const Answer success{FENDREL_SUCCESS, L""};
+inline const Answer notFound{FENDREL_FAILED, L"MAPI object not found."};
+inline const Answer callFailed{FENDREL_FAILED, L"MAPI_E_CALL_FAILED"};
+
 // Silent jobs on "Public Folders@Reports@Daily" with profile "Default", unless a test says otherwise.
 class JobTest : public InitialisedTest {
  protected:

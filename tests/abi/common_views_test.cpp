@@ -7,9 +7,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-const Answer notFound{FENDREL_FAILED, L"MAPI object not found."};
-const Answer callFailed{FENDREL_FAILED, L"MAPI_E_CALL_FAILED"};
-
 class CommonViewsTest : public JobTest {
  protected:
   Answer postPersonal() {
@@ -31,8 +28,6 @@ class CommonViewsTest : public JobTest {
  private:
   std::size_t before_ = 0;
 };
-
-const Answer success{FENDREL_SUCCESS, L""};
 
 TEST_F(CommonViewsTest, IsOpenedInThisOrder) {
   EXPECT_EQ(postPersonal(), success);

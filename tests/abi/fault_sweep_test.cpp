@@ -148,7 +148,6 @@ class TwoFileExport : public JobTest {
   void expectEffect(const Step& step, const Mapped& failure, const Outcome& outcome) {
     using ::testing::ElementsAre;
     using ::testing::IsEmpty;
-    const Answer success{FENDREL_SUCCESS, L""};
     const Answer mapped{failure.code, failure.text};
     const bool savesTheMessage = step.name == "IMessage::SaveChanges";
     switch (step.effect) {

@@ -7,9 +7,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-const Answer notFound{FENDREL_FAILED, L"MAPI object not found."};
-const Answer callFailed{FENDREL_FAILED, L"MAPI_E_CALL_FAILED"};
-
 class FolderPathTest : public JobTest {
  protected:
   // The label of the folder that a path leads to; empty with `answer` when there is none.

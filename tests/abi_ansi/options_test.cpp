@@ -169,8 +169,9 @@ TEST_F(AcrossTheSets, FullCircle_FromTheAnsiSetIntoTheWideSet) {
 }
 
 // Letters of two bytes take more room than the place that the packed form gives them: the next string overwrites their end.
-TEST_F(AnsiOptionsTest, ALongDoubleByteStringIsOverwrittenByTheStringAfterIt) {
-  if (!isDoubleByte()) return;  // every letter has one byte
+class AnsiOptionsDoubleByte : public AnsiOptionsTest {};
+
+TEST_F(AnsiOptionsDoubleByte, ALongStringIsOverwrittenByTheStringAfterIt) {
   world.profiles.push_back({L"報告書", nullptr});
   mapi.reset(world);
   open(L"報告書", L"", L"Public Folders@Reports");

@@ -15,7 +15,6 @@ using testing::HasSubstr;
 using testing::SizeIs;
 using testing::StartsWith;
 
-constexpr const char* daily = "Public Folders@Reports@Daily";
 
 class ExportCommand : public FendrelTest {
  protected:

@@ -8,8 +8,6 @@ namespace {
 
 using testing::HasSubstr;
 
-constexpr const char* daily = "Public Folders@Reports@Daily";
-
 class ChangeCommands : public FendrelTest {
  protected:
   void SetUp() override {

@@ -15,6 +15,9 @@
 
 namespace fendrel::test {
 
+// The folder that most tests post into.
+inline constexpr const char* daily = "Public Folders@Reports@Daily";
+
 struct Outcome {
   int exitCode = -1;
   std::string out, err;  // UTF-8 as written

@@ -11,8 +11,6 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr const char* daily = "Public Folders@Reports@Daily";
-
 class StoreCommand : public FendrelTest {
  protected:
   void SetUp() override {

@@ -4,14 +4,18 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <string>
+
+#include "running_case.h"
 
 namespace {
 
 constexpr UINT crashExitCode = 99;
 
 LONG WINAPI reportCrash(EXCEPTION_POINTERS* exception) {
-  char text[128];
-  const int length = std::snprintf(text, sizeof text, "CRASH: exception 0x%08lX at %p\n",
+  char name[200];
+  char text[400];
+  const int length = std::snprintf(text, sizeof text, "CRASH in %s: exception 0x%08lX at %p\n", runningCase(name),
                                    exception->ExceptionRecord->ExceptionCode,
                                    exception->ExceptionRecord->ExceptionAddress);
   DWORD written = 0;
@@ -20,11 +24,47 @@ LONG WINAPI reportCrash(EXCEPTION_POINTERS* exception) {
   return EXCEPTION_EXECUTE_HANDLER;
 }
 
+class RunningCase : public testing::EmptyTestEventListener {
+  void OnTestStart(const testing::TestInfo& test) override {
+    SetEnvironmentVariableA(runningCaseVariable, (std::string(test.test_suite_name()) + "." + test.name()).c_str());
+  }
+  void OnTestEnd(const testing::TestInfo&) override { SetEnvironmentVariableA(runningCaseVariable, nullptr); }
+};
+
+bool hasDoubleByteCodePage() { return GetACP() == 932; }
+
+// Wine lets root write them.
+bool isRefusedReadOnlyFiles() {
+  char folder[MAX_PATH], file[MAX_PATH];
+  GetTempPathA(MAX_PATH, folder);
+  GetTempFileNameA(folder, "fnd", 0, file);
+  SetFileAttributesA(file, FILE_ATTRIBUTE_READONLY);
+  const HANDLE opened = CreateFileA(file, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  if (opened != INVALID_HANDLE_VALUE) CloseHandle(opened);
+  SetFileAttributesA(file, FILE_ATTRIBUTE_NORMAL);
+  DeleteFileA(file);
+  return opened == INVALID_HANDLE_VALUE;
+}
+
+// Suites whose names end so are about one kind of process, and run in such a one alone.
+constexpr struct {
+  const char* suites;
+  bool (*suits)();
+} particular[] = {{"*DoubleByte.*", hasDoubleByteCodePage}, {"*ReadOnlyFile.*", isRefusedReadOnlyFiles}};
+
+void leaveOutWhatCannotRun() {
+  std::string& filter = testing::GTEST_FLAG(filter);
+  for (const auto& [suites, suits] : particular)
+    if (!suits()) filter += std::string(filter.find('-') == std::string::npos ? "-" : ":") + suites;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
   SetUnhandledExceptionFilter(reportCrash);
   testing::InitGoogleMock(&argc, argv);
+  leaveOutWhatCannotRun();
+  testing::UnitTest::GetInstance()->listeners().Append(new RunningCase);
   return RUN_ALL_TESTS();
 }

@@ -120,7 +120,7 @@ int fileControl(sqlite3_file*, int operation, void* argument) {
   return SQLITE_OK;
 }
 
-int sectorSize(sqlite3_file*) { return 512; }
+int reportSectorSize(sqlite3_file*) { return 512; }
 int deviceCharacteristics(sqlite3_file*) { return SQLITE_IOCAP_POWERSAFE_OVERWRITE | SQLITE_IOCAP_SUBPAGE_READ; }
 
 int shmMap(sqlite3_file* file, int region, int size, int mayExtend, void volatile** mapped) {
@@ -167,7 +167,7 @@ const sqlite3_io_methods methods = {
     .xUnlock = unlockFile,
     .xCheckReservedLock = checkReservedLock,
     .xFileControl = fileControl,
-    .xSectorSize = sectorSize,
+    .xSectorSize = reportSectorSize,
     .xDeviceCharacteristics = deviceCharacteristics,
     .xShmMap = shmMap,
     .xShmLock = shmLock,

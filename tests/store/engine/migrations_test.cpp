@@ -27,11 +27,11 @@ protected:
   TempFolder temp;
 };
 
-constexpr Migration first[] = {{1, "CREATE TABLE a (x INTEGER) STRICT; INSERT INTO a VALUES (7);"}};
-constexpr Migration both[] = {first[0], {2, "ALTER TABLE a ADD COLUMN y TEXT; UPDATE a SET y = 'new';"}};
+constexpr Migration firstSteps[] = {{1, "CREATE TABLE a (x INTEGER) STRICT; INSERT INTO a VALUES (7);"}};
+constexpr Migration both[] = {firstSteps[0], {2, "ALTER TABLE a ADD COLUMN y TEXT; UPDATE a SET y = 'new';"}};
 
 TEST_F(MigrationsTest, OlderVersionIsBroughtForwardWithItsRows) {
-  migrate(*connect(), first);
+  migrate(*connect(), firstSteps);
   const auto connection = connect();
   migrate(*connection, both);
   EXPECT_EQ(ask(*connection, "PRAGMA user_version"), 2);
@@ -47,8 +47,8 @@ TEST_F(MigrationsTest, EachRunsOnce) {
 
 TEST_F(MigrationsTest, FailingOneLeavesTheOlderVersionWhole) {
   constexpr Migration failing[] = {
-      first[0], {2, "CREATE TABLE b (x); INSERT INTO a VALUES (8); INSERT INTO nowhere VALUES (1);"}};
-  migrate(*connect(), first);
+      firstSteps[0], {2, "CREATE TABLE b (x); INSERT INTO a VALUES (8); INSERT INTO nowhere VALUES (1);"}};
+  migrate(*connect(), firstSteps);
   const auto connection = connect();
   EXPECT_EQ(statusOf(*connection, failing), Status::Failed);
   EXPECT_EQ(ask(*connection, "PRAGMA user_version"), 1);
@@ -61,7 +61,7 @@ TEST_F(MigrationsTest, NewerVersionIsRefusedWithBothNumbers) {
   const auto connection = connect();
   migrate(*connection, both);
   try {
-    migrate(*connection, first);
+    migrate(*connection, firstSteps);
     FAIL() << "accepted";
   } catch (const EngineError& error) {
     EXPECT_EQ(error.status, Status::NewerVersion);

@@ -38,41 +38,41 @@ TEST_P(EveryTypeTest, ComesBackAsItWasSet) {
   EXPECT_TRUE(found[0].value == property.value);
 }
 
-constexpr std::uint16_t id = 0x6001;
+constexpr std::uint16_t someId = 0x6001;
 using Limits32 = std::numeric_limits<std::int32_t>;
 using Limits64 = std::numeric_limits<std::int64_t>;
 
 INSTANTIATE_TEST_SUITE_P(
     Values, EveryTypeTest,
     testing::Values(
-        ValueCase{"Int16", makeTag(id, PropertyType::int16), std::int16_t{-32768}},
-        ValueCase{"Int32", makeTag(id, PropertyType::int32), Limits32::min()},
-        ValueCase{"Int64", makeTag(id, PropertyType::int64), Limits64::min()},
-        ValueCase{"Currency", makeTag(id, PropertyType::currency), std::int64_t{-12'345'600}},
-        ValueCase{"Float", makeTag(id, PropertyType::float32), 0.1f},
-        ValueCase{"FloatWhole", makeTag(id, PropertyType::float32), 3.0f},
-        ValueCase{"Double", makeTag(id, PropertyType::float64), -0.1},
-        ValueCase{"DoubleInfinite", makeTag(id, PropertyType::float64), std::numeric_limits<double>::infinity()},
-        ValueCase{"DoubleWhole", makeTag(id, PropertyType::float64), 1e15},
-        ValueCase{"AppTime", makeTag(id, PropertyType::appTime), 45'000.25},
-        ValueCase{"True", makeTag(id, PropertyType::boolean), true},
-        ValueCase{"False", makeTag(id, PropertyType::boolean), false},
-        ValueCase{"Time", makeTag(id, PropertyType::time), FileTime{133'000'000'000'000'001}},
-        ValueCase{"TimeHighest", makeTag(id, PropertyType::time), FileTime{~std::uint64_t{0}}},
-        ValueCase{"Guid", makeTag(id, PropertyType::guid), Guid{{std::byte{1}, std::byte{0xFF}}}},
-        ValueCase{"Text", makeTag(id, PropertyType::text), u"Grüße 日本 \U0001F600"},
-        ValueCase{"TextEmpty", makeTag(id, PropertyType::text), std::u16string()},
-        ValueCase{"TextWithNul", makeTag(id, PropertyType::text), std::u16string(u"a\0b", 3)},
-        ValueCase{"TextUnpaired", makeTag(id, PropertyType::text), std::u16string{0xDC00, u'x', 0xD83D}},
-        ValueCase{"TextByteOrderMark", makeTag(id, PropertyType::text), u"\uFEFFx"},
-        ValueCase{"TextLooksLikeNumber", makeTag(id, PropertyType::text), u"007"},
-        ValueCase{"TextLong", makeTag(id, PropertyType::text), std::u16string(16 * 1024, u'é')},
-        ValueCase{"Binary", makeTag(id, PropertyType::binary), pattern(1000)},
-        ValueCase{"BinaryEmpty", makeTag(id, PropertyType::binary), Bytes()},
-        ValueCase{"ManyInt32", makeTag(id, PropertyType::manyInt32), std::vector<std::int32_t>{1, -1, Limits32::max()}},
-        ValueCase{"ManyInt32None", makeTag(id, PropertyType::manyInt32), std::vector<std::int32_t>{}},
-        ValueCase{"ManyText", makeTag(id, PropertyType::manyText), std::vector<std::u16string>{u"ä", u"", u"bc"}},
-        ValueCase{"ManyBinary", makeTag(id, PropertyType::manyBinary), std::vector<Bytes>{pattern(3), {}, pattern(9)}}),
+        ValueCase{"Int16", makeTag(someId, PropertyType::int16), std::int16_t{-32768}},
+        ValueCase{"Int32", makeTag(someId, PropertyType::int32), Limits32::min()},
+        ValueCase{"Int64", makeTag(someId, PropertyType::int64), Limits64::min()},
+        ValueCase{"Currency", makeTag(someId, PropertyType::currency), std::int64_t{-12'345'600}},
+        ValueCase{"Float", makeTag(someId, PropertyType::float32), 0.1f},
+        ValueCase{"FloatWhole", makeTag(someId, PropertyType::float32), 3.0f},
+        ValueCase{"Double", makeTag(someId, PropertyType::float64), -0.1},
+        ValueCase{"DoubleInfinite", makeTag(someId, PropertyType::float64), std::numeric_limits<double>::infinity()},
+        ValueCase{"DoubleWhole", makeTag(someId, PropertyType::float64), 1e15},
+        ValueCase{"AppTime", makeTag(someId, PropertyType::appTime), 45'000.25},
+        ValueCase{"True", makeTag(someId, PropertyType::boolean), true},
+        ValueCase{"False", makeTag(someId, PropertyType::boolean), false},
+        ValueCase{"Time", makeTag(someId, PropertyType::time), FileTime{133'000'000'000'000'001}},
+        ValueCase{"TimeHighest", makeTag(someId, PropertyType::time), FileTime{~std::uint64_t{0}}},
+        ValueCase{"Guid", makeTag(someId, PropertyType::guid), Guid{{std::byte{1}, std::byte{0xFF}}}},
+        ValueCase{"Text", makeTag(someId, PropertyType::text), u"Grüße 日本 \U0001F600"},
+        ValueCase{"TextEmpty", makeTag(someId, PropertyType::text), std::u16string()},
+        ValueCase{"TextWithNul", makeTag(someId, PropertyType::text), std::u16string(u"a\0b", 3)},
+        ValueCase{"TextUnpaired", makeTag(someId, PropertyType::text), std::u16string{0xDC00, u'x', 0xD83D}},
+        ValueCase{"TextByteOrderMark", makeTag(someId, PropertyType::text), u"\uFEFFx"},
+        ValueCase{"TextLooksLikeNumber", makeTag(someId, PropertyType::text), u"007"},
+        ValueCase{"TextLong", makeTag(someId, PropertyType::text), std::u16string(16 * 1024, u'é')},
+        ValueCase{"Binary", makeTag(someId, PropertyType::binary), pattern(1000)},
+        ValueCase{"BinaryEmpty", makeTag(someId, PropertyType::binary), Bytes()},
+        ValueCase{"ManyInt32", makeTag(someId, PropertyType::manyInt32), std::vector<std::int32_t>{1, -1, Limits32::max()}},
+        ValueCase{"ManyInt32None", makeTag(someId, PropertyType::manyInt32), std::vector<std::int32_t>{}},
+        ValueCase{"ManyText", makeTag(someId, PropertyType::manyText), std::vector<std::u16string>{u"ä", u"", u"bc"}},
+        ValueCase{"ManyBinary", makeTag(someId, PropertyType::manyBinary), std::vector<Bytes>{pattern(3), {}, pattern(9)}}),
     [](const auto& test) { return test.param.name; });
 
 using PropertiesTest = EngineTest;
@@ -80,7 +80,7 @@ using PropertiesTest = EngineTest;
 TEST_F(PropertiesTest, NotANumberStaysOne) {
   MessageDraft draft;
   draft.folder = top;
-  draft.set = {{makeTag(id, PropertyType::float64), std::nan("")}};
+  draft.set = {{makeTag(someId, PropertyType::float64), std::nan("")}};
   const auto found = propertiesOf(save(draft).id);
   ASSERT_EQ(found.size(), 1u);
   EXPECT_TRUE(std::isnan(std::get<double>(found[0].value)));
@@ -134,10 +134,10 @@ TEST_F(PropertiesTest, ShortValueCanBeOpenedTooAndContentReadAsValue) {
 
 TEST_F(PropertiesTest, OtherTypesCannotBeOpened) {
   MessageDraft draft = draftWith(top, u"s");
-  draft.set.push_back({makeTag(id, PropertyType::int32), 5});
+  draft.set.push_back({makeTag(someId, PropertyType::int32), 5});
   const MessageInfo message = save(draft);
   Bytes bytes;
-  EXPECT_EQ(readAll(message.id, std::nullopt, makeTag(id, PropertyType::unspecified), bytes), Status::Invalid);
+  EXPECT_EQ(readAll(message.id, std::nullopt, makeTag(someId, PropertyType::unspecified), bytes), Status::Invalid);
   EXPECT_EQ(readAll(message.id, std::nullopt, bodyTag, bytes), Status::NotFound);
   EXPECT_EQ(readAll(message.id, 3, attachDataTag, bytes), Status::NotFound);
 }

@@ -5,8 +5,6 @@ namespace {
 
 using testing::ElementsAre;
 
-LPTSTR wide(const wchar_t* text) { return const_cast<LPTSTR>(text); }
-
 struct FoldersTest : FolderTest {
   Bytes idOf(IMAPIProp& object) { return binary(object, PR_ENTRYID); }
 

@@ -7,9 +7,6 @@
 
 namespace {
 
-LPTSTR wide(const wchar_t* text) { return const_cast<LPTSTR>(text); }
-LPTSTR ansi(const char* text) { return reinterpret_cast<LPTSTR>(const_cast<char*>(text)); }
-
 struct LogonTest : StoreTest {
   HRESULT tryLogon(const wchar_t* profile, const wchar_t* password, ULONG flags = 0) {
     return mapi().logonEx(0, wide(profile), wide(password), flags | MAPI_UNICODE | MAPI_NEW_SESSION,

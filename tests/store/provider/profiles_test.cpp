@@ -9,9 +9,6 @@ namespace {
 
 using testing::ElementsAre;
 
-LPTSTR name(const wchar_t* text) { return const_cast<LPTSTR>(text); }
-LPTSTR ansi(const char* text) { return reinterpret_cast<LPTSTR>(const_cast<char*>(text)); }
-
 struct ProfilesTest : StoreTest {
   ProfilesTest() { EXPECT_EQ(mapi().adminProfiles(0, admin.GetAddressOf()), S_OK); }
 
@@ -34,7 +31,7 @@ struct ProfilesTest : StoreTest {
 
   ComPtr<IProfSect> section(const wchar_t* profile, const wchar_t* password, ULONG flags) {
     ComPtr<IMsgServiceAdmin> services;
-    EXPECT_EQ(admin->AdminServices(name(profile), name(password), 0, MAPI_UNICODE, services.GetAddressOf()), S_OK);
+    EXPECT_EQ(admin->AdminServices(wide(profile), wide(password), 0, MAPI_UNICODE, services.GetAddressOf()), S_OK);
     ComPtr<IProfSect> opened;
     MAPIUID instance = reinterpret_cast<const MAPIUID&>(MUID_PROFILE_INSTANCE);
     EXPECT_EQ(services->OpenProfileSection(&instance, nullptr, flags, opened.GetAddressOf()), S_OK);
@@ -45,7 +42,7 @@ struct ProfilesTest : StoreTest {
 };
 
 TEST_F(ProfilesTest, CreatedProfilesAreListed) {
-  EXPECT_THAT(admin->CreateProfile(name(L"Bernd"), nullptr, 0, MAPI_UNICODE), Gives(S_OK));
+  EXPECT_THAT(admin->CreateProfile(wide(L"Bernd"), nullptr, 0, MAPI_UNICODE), Gives(S_OK));
   EXPECT_THAT(names(), ElementsAre(L"Anna", L"Bernd"));
 }
 
@@ -55,30 +52,30 @@ TEST_F(ProfilesTest, NamesAreTakenIn8BitFormToo) {
 }
 
 TEST_F(ProfilesTest, ATakenNameIsRefusedAsPublished) {
-  EXPECT_THAT(admin->CreateProfile(name(L"Anna"), nullptr, 0, MAPI_UNICODE), Gives(MAPI_E_NO_ACCESS));
+  EXPECT_THAT(admin->CreateProfile(wide(L"Anna"), nullptr, 0, MAPI_UNICODE), Gives(MAPI_E_NO_ACCESS));
   EXPECT_THAT(names(), ElementsAre(L"Anna"));
 }
 
 TEST_F(ProfilesTest, AnEmptyOrOverlongNameIsRefused) {
-  EXPECT_THAT(admin->CreateProfile(name(L""), nullptr, 0, MAPI_UNICODE), Gives(MAPI_E_INVALID_PARAMETER));
+  EXPECT_THAT(admin->CreateProfile(wide(L""), nullptr, 0, MAPI_UNICODE), Gives(MAPI_E_INVALID_PARAMETER));
   EXPECT_THAT(admin->CreateProfile(nullptr, nullptr, 0, MAPI_UNICODE), Gives(MAPI_E_INVALID_PARAMETER));
   const std::wstring tooLong(65, L'x');
-  EXPECT_THAT(admin->CreateProfile(name(tooLong.c_str()), nullptr, 0, MAPI_UNICODE), Gives(MAPI_E_INVALID_PARAMETER));
+  EXPECT_THAT(admin->CreateProfile(wide(tooLong.c_str()), nullptr, 0, MAPI_UNICODE), Gives(MAPI_E_INVALID_PARAMETER));
 }
 
 TEST_F(ProfilesTest, ADeletedProfileIsGone) {
   createProfile(L"Bernd");
-  EXPECT_THAT(admin->DeleteProfile(name(L"Anna"), MAPI_UNICODE), Gives(S_OK));
+  EXPECT_THAT(admin->DeleteProfile(wide(L"Anna"), MAPI_UNICODE), Gives(S_OK));
   EXPECT_THAT(names(), ElementsAre(L"Bernd"));
-  EXPECT_THAT(admin->DeleteProfile(name(L"Anna"), MAPI_UNICODE), Gives(MAPI_E_NOT_FOUND));
+  EXPECT_THAT(admin->DeleteProfile(wide(L"Anna"), MAPI_UNICODE), Gives(MAPI_E_NOT_FOUND));
 }
 
 TEST_F(ProfilesTest, TheFirstProfileIsTheDefaultUntilAnotherIsMade) {
   createProfile(L"Bernd");
   EXPECT_EQ(defaultProfile(), L"Anna");
-  EXPECT_THAT(admin->SetDefaultProfile(name(L"Bernd"), MAPI_UNICODE), Gives(S_OK));
+  EXPECT_THAT(admin->SetDefaultProfile(wide(L"Bernd"), MAPI_UNICODE), Gives(S_OK));
   EXPECT_EQ(defaultProfile(), L"Bernd");
-  EXPECT_THAT(admin->SetDefaultProfile(name(L"Nobody"), MAPI_UNICODE), Gives(MAPI_E_NOT_FOUND));
+  EXPECT_THAT(admin->SetDefaultProfile(wide(L"Nobody"), MAPI_UNICODE), Gives(MAPI_E_NOT_FOUND));
 }
 
 TEST_F(ProfilesTest, TheUsersNameIsTheProfilesUntilItIsSet) {
@@ -113,28 +110,28 @@ TEST_F(ProfilesTest, TheProfilesOwnNameIsNotSetThroughItsSection) {
 TEST_F(ProfilesTest, AdministeringAProfileNeedsItsPassword) {
   createProfile(L"Bernd", L"secret");
   ComPtr<IMsgServiceAdmin> services;
-  EXPECT_THAT(admin->AdminServices(name(L"Bernd"), name(L"wrong"), 0, MAPI_UNICODE, services.GetAddressOf()),
+  EXPECT_THAT(admin->AdminServices(wide(L"Bernd"), wide(L"wrong"), 0, MAPI_UNICODE, services.GetAddressOf()),
               Gives(MAPI_E_LOGON_FAILED));
-  EXPECT_THAT(admin->AdminServices(name(L"Bernd"), name(L"secret"), 0, MAPI_UNICODE, services.GetAddressOf()),
+  EXPECT_THAT(admin->AdminServices(wide(L"Bernd"), wide(L"secret"), 0, MAPI_UNICODE, services.GetAddressOf()),
               Gives(S_OK));
-  EXPECT_THAT(admin->AdminServices(name(L"Nobody"), nullptr, 0, MAPI_UNICODE, services.GetAddressOf()),
+  EXPECT_THAT(admin->AdminServices(wide(L"Nobody"), nullptr, 0, MAPI_UNICODE, services.GetAddressOf()),
               Gives(MAPI_E_NOT_FOUND));
 }
 
 TEST_F(ProfilesTest, APasswordChangesWithTheOldOneAlone) {
   createProfile(L"Bernd", L"old");
-  EXPECT_THAT(admin->ChangeProfilePassword(name(L"Bernd"), name(L"guess"), name(L"new"), MAPI_UNICODE),
+  EXPECT_THAT(admin->ChangeProfilePassword(wide(L"Bernd"), wide(L"guess"), wide(L"new"), MAPI_UNICODE),
               Gives(MAPI_E_LOGON_FAILED));
-  EXPECT_THAT(admin->ChangeProfilePassword(name(L"Bernd"), name(L"old"), name(L"new"), MAPI_UNICODE), Gives(S_OK));
+  EXPECT_THAT(admin->ChangeProfilePassword(wide(L"Bernd"), wide(L"old"), wide(L"new"), MAPI_UNICODE), Gives(S_OK));
   ComPtr<IMAPISession> session;
-  EXPECT_THAT(mapi().logonEx(0, name(L"Bernd"), name(L"old"), MAPI_UNICODE, session.GetAddressOf()),
+  EXPECT_THAT(mapi().logonEx(0, wide(L"Bernd"), wide(L"old"), MAPI_UNICODE, session.GetAddressOf()),
               Gives(MAPI_E_LOGON_FAILED));
-  EXPECT_THAT(mapi().logonEx(0, name(L"Bernd"), name(L"new"), MAPI_UNICODE, session.GetAddressOf()), Gives(S_OK));
+  EXPECT_THAT(mapi().logonEx(0, wide(L"Bernd"), wide(L"new"), MAPI_UNICODE, session.GetAddressOf()), Gives(S_OK));
 }
 
 TEST_F(ProfilesTest, ARenamedProfileKeepsItsMailbox) {
   post(*openSubtree(*openStore(*logon().Get(), L"Mailbox").Get()).Get(), L"kept");
-  EXPECT_THAT(admin->RenameProfile(name(L"Anna"), nullptr, name(L"Berta"), 0, MAPI_UNICODE), Gives(S_OK));
+  EXPECT_THAT(admin->RenameProfile(wide(L"Anna"), nullptr, wide(L"Berta"), 0, MAPI_UNICODE), Gives(S_OK));
   EXPECT_THAT(names(), ElementsAre(L"Berta"));
   EXPECT_THAT(subjects(*openSubtree(*openStore(*logon(L"Berta").Get(), L"Mailbox").Get()).Get()), ElementsAre(L"kept"));
 }

@@ -11,6 +11,10 @@
 #include "local_mapi.h"
 #include "temp_folder.h"
 
+// Text as MAPI's functions take it: wide with MAPI_UNICODE, 8-bit without.
+inline LPTSTR wide(const wchar_t* text) { return const_cast<LPTSTR>(text); }
+inline LPTSTR ansi(const char* text) { return reinterpret_cast<LPTSTR>(const_cast<char*>(text)); }
+
 // "MAPI_E_NOT_FOUND" and so on, so that a failed expectation can be read.
 std::string resultName(HRESULT result);
 

@@ -11,6 +11,8 @@
 #include <iterator>
 #include <utility>
 
+#include "running_case.h"
+
 namespace {
 
 constexpr std::size_t pageSize = 4096;
@@ -46,14 +48,16 @@ Header* headerOf(const void* address) {
 }
 
 [[noreturn]] void stop(const char* what, const Header* header, const void* address, const void* code) {
-  char text[512];
+  char text[700];
+  char name[200];
   char module[MAX_PATH] = "?";
   HMODULE handle = nullptr;
   if (GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                          static_cast<const char*>(code), &handle))
     GetModuleFileNameA(handle, module, sizeof module);
   const int length = std::snprintf(
-      text, sizeof text, "GUARDED HEAP: %s: %lld bytes from the start of a %s block of %zu bytes, by %s+0x%llx\n", what,
+      text, sizeof text, "GUARDED HEAP in %s: %s: %lld bytes from the start of a %s block of %zu bytes, by %s+0x%llx\n",
+      runningCase(name), what,
       static_cast<long long>(static_cast<const std::byte*>(address) - header->block), header->freed ? "freed" : "live",
       header->size, module,
       static_cast<unsigned long long>(static_cast<const char*>(code) - reinterpret_cast<const char*>(handle)));
