@@ -56,14 +56,14 @@ STDMETHODIMP SessionObject::GetMsgStoresTable(ULONG flags, LPMAPITABLE* table) {
     for (const auto& store : world().stores()) rows.push_back(store->row);
     *table = objects().make<Table>("message stores", std::move(rows));
     return S_OK;
-  });
+  }, {.object = asObject(table)});
 }
 
 STDMETHODIMP SessionObject::GetStatusTable(ULONG flags, LPMAPITABLE* table) {
   return perform("GetStatusTable", "flags=" + hex(flags), [&]() -> HRESULT {
     *table = objects().make<Table>("status", world().statusRows(profileName_));
     return S_OK;
-  });
+  }, {.object = asObject(table)});
 }
 
 STDMETHODIMP SessionObject::OpenMsgStore(ULONG_PTR window, ULONG size, LPENTRYID entryId, LPCIID interfaceId,
@@ -76,7 +76,7 @@ STDMETHODIMP SessionObject::OpenMsgStore(ULONG_PTR window, ULONG size, LPENTRYID
     const HRESULT result = handOut(objects().make<StoreObject>(*known), interfaceId, MAPI_STORE, nullptr, &object);
     if (SUCCEEDED(result)) *store = static_cast<IMsgStore*>(object);
     return result;
-  });
+  }, {.object = asObject(store)});
 }
 
 STDMETHODIMP SessionObject::OpenEntry(ULONG size, LPENTRYID entryId, LPCIID interfaceId, ULONG flags, ULONG* objectType,
@@ -88,7 +88,7 @@ STDMETHODIMP SessionObject::OpenEntry(ULONG size, LPENTRYID entryId, LPCIID inte
     if (Store* const store = world().findStore(wanted))
       return handOut(objects().make<StoreObject>(*store), interfaceId, MAPI_STORE, objectType, object);
     return openEntry(wanted, interfaceId, objectType, object);
-  });
+  }, {.object = object, .objectType = objectType});
 }
 
 STDMETHODIMP SessionObject::QueryIdentity(ULONG* size, LPENTRYID* entryId) {
@@ -100,7 +100,7 @@ STDMETHODIMP SessionObject::QueryIdentity(ULONG* size, LPENTRYID* entryId) {
     *size = static_cast<ULONG>(identity.size());
     *entryId = reinterpret_cast<LPENTRYID>(copy);
     return S_OK;
-  });
+  }, {.block = reinterpret_cast<void**>(entryId), .count = size});
 }
 
 STDMETHODIMP SessionObject::Logoff(ULONG_PTR window, ULONG flags, ULONG reserved) {
@@ -119,13 +119,15 @@ StoreObject::StoreObject(Store& store)
 
 STDMETHODIMP StoreObject::GetProps(LPSPropTagArray tags, ULONG flags, ULONG* count, LPSPropValue* values) {
   return perform("GetProps", "tags=" + columnNames(tags) + " flags=" + hex(flags),
-                 [&]() -> HRESULT { return getProps(store_.properties, tags, flags, count, values); });
+                 [&]() -> HRESULT { return getProps(store_.properties, tags, flags, count, values); },
+                 {.count = count, .values = values});
 }
 
 STDMETHODIMP StoreObject::OpenEntry(ULONG size, LPENTRYID entryId, LPCIID interfaceId, ULONG flags, ULONG* objectType,
                                     LPUNKNOWN* object) {
   return perform("OpenEntry", entryArguments(size, entryId, interfaceId, flags),
-                 [&]() -> HRESULT { return openEntry(bytesOf(size, entryId), interfaceId, objectType, object); });
+                 [&]() -> HRESULT { return openEntry(bytesOf(size, entryId), interfaceId, objectType, object); },
+                 {.object = object, .objectType = objectType});
 }
 
 FolderObject::FolderObject(Folder& folder)
@@ -134,7 +136,8 @@ FolderObject::FolderObject(Folder& folder)
 
 STDMETHODIMP FolderObject::GetProps(LPSPropTagArray tags, ULONG flags, ULONG* count, LPSPropValue* values) {
   return perform("GetProps", "tags=" + columnNames(tags) + " flags=" + hex(flags),
-                 [&]() -> HRESULT { return getProps(folder_.properties, tags, flags, count, values); });
+                 [&]() -> HRESULT { return getProps(folder_.properties, tags, flags, count, values); },
+                 {.count = count, .values = values});
 }
 
 STDMETHODIMP FolderObject::GetContentsTable(ULONG flags, LPMAPITABLE* table) {
@@ -145,7 +148,7 @@ STDMETHODIMP FolderObject::GetContentsTable(ULONG flags, LPMAPITABLE* table) {
         rows.push_back(message->saved->properties);
     *table = objects().make<Table>("contents of " + label(), std::move(rows));
     return S_OK;
-  });
+  }, {.object = asObject(table)});
 }
 
 STDMETHODIMP FolderObject::GetHierarchyTable(ULONG flags, LPMAPITABLE* table) {
@@ -154,27 +157,29 @@ STDMETHODIMP FolderObject::GetHierarchyTable(ULONG flags, LPMAPITABLE* table) {
     for (const Folder* const child : folder_.children) rows.push_back(child->properties);
     *table = objects().make<Table>("hierarchy of " + label(), std::move(rows));
     return S_OK;
-  });
+  }, {.object = asObject(table)});
 }
 
 STDMETHODIMP FolderObject::OpenEntry(ULONG size, LPENTRYID entryId, LPCIID interfaceId, ULONG flags, ULONG* objectType,
                                      LPUNKNOWN* object) {
   return perform("OpenEntry", entryArguments(size, entryId, interfaceId, flags),
-                 [&]() -> HRESULT { return openEntry(bytesOf(size, entryId), interfaceId, objectType, object); });
+                 [&]() -> HRESULT { return openEntry(bytesOf(size, entryId), interfaceId, objectType, object); },
+                 {.object = object, .objectType = objectType});
 }
 
 STDMETHODIMP FolderObject::CreateMessage(LPCIID interfaceId, ULONG flags, LPMESSAGE* message) {
   return perform("CreateMessage", "interface=" + interfaceName(interfaceId) + " flags=" + hex(flags), [&]() -> HRESULT {
     *message = objects().make<MessageObject>(world().addMessage(folder_, (flags & MAPI_ASSOCIATED) != 0), true);
     return S_OK;
-  });
+  }, {.object = asObject(message)});
 }
 
 UserObject::UserObject() : RefusingProp("IMailUser", "user", {&IID_IMAPIProp, &IID_IMailUser}) {}
 
 STDMETHODIMP UserObject::GetProps(LPSPropTagArray tags, ULONG flags, ULONG* count, LPSPropValue* values) {
   return perform("GetProps", "tags=" + columnNames(tags) + " flags=" + hex(flags),
-                 [&]() -> HRESULT { return getProps(world().user(), tags, flags, count, values); });
+                 [&]() -> HRESULT { return getProps(world().user(), tags, flags, count, values); },
+                 {.count = count, .values = values});
 }
 
 }  // namespace recording

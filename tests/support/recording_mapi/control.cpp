@@ -42,6 +42,15 @@ void WINAPI recordingReset(const RecordingWorld* description) {
 void WINAPI recordingFail(const char* name, uint32_t nth, HRESULT result) { recorder().plan(name, nth, result); }
 void WINAPI recordingFailNothing(void) { recorder().planNothing(); }
 
+void WINAPI recordingAnswer(const char* name, uint32_t nth, uint32_t answer, int32_t column) {
+  recorder().planAnswer(name, nth, {static_cast<RecordingAnswer>(answer), column});
+}
+uint32_t WINAPI recordingAnswersGiven(void) { return recorder().answersGiven(); }
+
+void WINAPI recordingInterrupt(const char* name, uint32_t nth, void(WINAPI* function)(void*), void* context) {
+  recorder().planInterruption(name, nth, function, context);
+}
+
 uint32_t WINAPI recordingCallCount(void) { return recorder().callCount(); }
 const RecordedCall* WINAPI recordingCall(uint32_t index) { return recorder().call(index); }
 

@@ -62,7 +62,7 @@ HRESULT WINAPI MAPILogonEx(ULONG_PTR window, LPTSTR profileName, LPTSTR password
   return recorder().perform("MAPILogonEx", "",
                             fmt::format("window={:#x} profile={} password={} flags={:#x}", window, profile.describe(),
                                         secret.describe(), static_cast<unsigned long>(flags)),
-                            [&] { return logOn(profile, secret, flags, session); });
+                            [&] { return logOn(profile, secret, flags, session); }, {.object = asObject(session)});
 }
 
 SCODE WINAPI MAPIAllocateBuffer(ULONG size, LPVOID* block) {
@@ -72,7 +72,7 @@ SCODE WINAPI MAPIAllocateBuffer(ULONG size, LPVOID* block) {
         *block = buffers().allocate(size, "MAPIAllocateBuffer");
         return S_OK;
       },
-      RECORDED_MEMORY);
+      {.block = block}, RECORDED_MEMORY);
 }
 
 SCODE WINAPI MAPIAllocateMore(ULONG size, LPVOID top, LPVOID* block) {
@@ -82,7 +82,7 @@ SCODE WINAPI MAPIAllocateMore(ULONG size, LPVOID top, LPVOID* block) {
         *block = buffers().allocateMore(size, top);
         return *block ? S_OK : MAPI_E_INVALID_PARAMETER;
       },
-      RECORDED_MEMORY);
+      {}, RECORDED_MEMORY);
 }
 
 ULONG WINAPI MAPIFreeBuffer(LPVOID block) {
@@ -113,7 +113,7 @@ HRESULT WINAPI HrGetOneProp(LPMAPIPROP object, ULONG tag, LPSPropValue* value) {
     }
     *value = found;
     return S_OK;
-  });
+  }, {.values = value});
 }
 
 HRESULT WINAPI HrQueryAllRows(LPMAPITABLE table, LPSPropTagArray columns, LPSRestriction restriction,

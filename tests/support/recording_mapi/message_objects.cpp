@@ -33,7 +33,8 @@ const PropertyBag& MessageObject::readable() const {
 
 STDMETHODIMP MessageObject::GetProps(LPSPropTagArray tags, ULONG flags, ULONG* count, LPSPropValue* values) {
   return perform("GetProps", "tags=" + columnNames(tags) + " flags=" + hex(flags),
-                 [&]() -> HRESULT { return getProps(readable(), tags, flags, count, values); });
+                 [&]() -> HRESULT { return getProps(readable(), tags, flags, count, values); },
+                 {.count = count, .values = values});
 }
 
 STDMETHODIMP MessageObject::SetProps(ULONG count, LPSPropValue values, LPSPropProblemArray* problems) {
@@ -94,7 +95,7 @@ STDMETHODIMP MessageObject::CreateAttach(LPCIID interfaceId, ULONG flags, ULONG*
     auto made = message_.attachments.emplace_back(std::make_shared<Attachment>());
     *attachment = objects().make<AttachObject>(label() + " attachment " + std::to_string(*number), made, true);
     return S_OK;
-  });
+  }, {.object = asObject(attachment)});
 }
 
 STDMETHODIMP MessageObject::SetReadFlag(ULONG flags) {
@@ -111,7 +112,8 @@ AttachObject::AttachObject(std::string label, std::shared_ptr<Attachment> attach
 
 STDMETHODIMP AttachObject::GetProps(LPSPropTagArray tags, ULONG flags, ULONG* count, LPSPropValue* values) {
   return perform("GetProps", "tags=" + columnNames(tags) + " flags=" + hex(flags),
-                 [&]() -> HRESULT { return getProps(attachment_->properties, tags, flags, count, values); });
+                 [&]() -> HRESULT { return getProps(attachment_->properties, tags, flags, count, values); },
+                 {.count = count, .values = values});
 }
 
 STDMETHODIMP AttachObject::SetProps(ULONG count, LPSPropValue values, LPSPropProblemArray* problems) {
@@ -142,7 +144,8 @@ STDMETHODIMP AttachObject::OpenProperty(ULONG tag, LPCIID interfaceId, ULONG int
         if ((interfaceOptions & STGM_CREATE) != 0) attachment_->content.clear();
         *object = objects().make<ContentStream>(label() + " content", attachment_, writes);
         return S_OK;
-      });
+      },
+      {.object = object});
 }
 
 ContentStream::ContentStream(std::string label, std::shared_ptr<Attachment> attachment, bool writable)
@@ -170,7 +173,7 @@ STDMETHODIMP ContentStream::Write(const void* bytes, ULONG size, ULONG* written)
     position_ += size;
     if (written) *written = size;
     return S_OK;
-  });
+  }, {.written = written});
 }
 
 STDMETHODIMP ContentStream::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) {

@@ -35,9 +35,9 @@ class Tracked {
 
   // Records a method's call and carries it out.
   template <class Body>
-  HRESULT perform(const char* method, std::string arguments, Body body) {
+  HRESULT perform(const char* method, std::string arguments, Body body, const Outputs& outputs = {}) {
     checkUse(method);
-    return recorder().perform(methodName(method), label_, std::move(arguments), body);
+    return recorder().perform(methodName(method), label_, std::move(arguments), body, outputs);
   }
 
   // The answer of every method that the double does not have.

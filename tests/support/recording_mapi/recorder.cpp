@@ -10,7 +10,9 @@ Recorder& recorder() {
 void Recorder::reset() {
   calls_.clear();
   faults_.clear();
-  plans_.clear();
+  planNothing();
+  interruption_.reset();
+  answersGiven_ = 0;
   initialised = 0;
   sessions = 0;
 }
@@ -40,18 +42,50 @@ const RecordedCall* Recorder::call(uint32_t index) {
   return &call.view;
 }
 
-void Recorder::plan(const char* name, uint32_t nth, HRESULT result) {
-  plans_.push_back({name ? std::optional<std::string>(name) : std::nullopt, nth, result});
+bool Recorder::Choice::takes(std::string_view called) {
+  if (name && *name != called) return false;
+  ++seen;
+  return nth == 0 || nth == seen;
+}
+
+Recorder::Choice Recorder::choose(const char* name, uint32_t nth) {
+  return {.name = name ? std::optional<std::string>(name) : std::nullopt, .nth = nth};
+}
+
+void Recorder::plan(const char* name, uint32_t nth, HRESULT result) { plans_.push_back({choose(name, nth), result}); }
+
+void Recorder::planAnswer(const char* name, uint32_t nth, Answer answer) {
+  answers_.push_back({choose(name, nth), answer});
+}
+
+void Recorder::planInterruption(const char* name, uint32_t nth, void(WINAPI* function)(void*), void* context) {
+  interruption_.reset();
+  if (function) interruption_ = {choose(name, nth), function, context};
+}
+
+void Recorder::interrupt(std::string_view name) {
+  if (!interruption_ || !interruption_->choice.takes(name)) return;
+  const Interruption now = *interruption_;
+  interruption_.reset();  // what it calls is not interrupted again
+  now.function(now.context);
 }
 
 std::optional<HRESULT> Recorder::plannedResult(std::string_view name) {
   std::optional<HRESULT> result;
-  for (Plan& plan : plans_) {
-    if (plan.name && *plan.name != name) continue;
-    ++plan.seen;
-    if (!result && (plan.nth == 0 || plan.nth == plan.seen)) result = plan.result;
-  }
+  for (Plan& plan : plans_)
+    if (plan.choice.takes(name) && !result) result = plan.result;
   return result;
+}
+
+void Recorder::answer(std::string_view name, const Outputs& outputs, HRESULT& result) {
+  for (PlannedAnswer& planned : answers_) {
+    if (!planned.choice.takes(name) || FAILED(result)) continue;
+    if (planned.answer.kind == RECORDING_WARNING)
+      result = MAPI_W_ERRORS_RETURNED;
+    else if (!outputs.change(planned.answer))
+      continue;
+    ++answersGiven_;
+  }
 }
 
 bool Recorder::completesLater(std::string_view name) {

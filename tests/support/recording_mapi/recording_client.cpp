@@ -82,6 +82,9 @@ RecordingMapi::RecordingMapi() : module_(LoadLibraryW(path().c_str())) {
   lookUp(module_, "recordingReset", reset_);
   lookUp(module_, "recordingFail", fail_);
   lookUp(module_, "recordingFailNothing", failNothing_);
+  lookUp(module_, "recordingAnswer", answer_);
+  lookUp(module_, "recordingAnswersGiven", answersGiven_);
+  lookUp(module_, "recordingInterrupt", interrupt_);
   lookUp(module_, "recordingCallCount", callCount_);
   lookUp(module_, "recordingCall", call_);
   lookUp(module_, "recordingMessageCount", messageCount_);
@@ -112,12 +115,17 @@ void RecordingMapi::reset(const World& world) {
   reset_(&view);
 }
 
+void RecordingMapi::interrupt(const char* name, uint32_t nth, std::function<void()> function) {
+  interruption_ = std::move(function);
+  interrupt_(name, nth, [](void* context) { (*static_cast<std::function<void()>*>(context))(); }, &interruption_);
+}
+
 std::vector<Call> RecordingMapi::everything() const {
   std::vector<Call> calls;
   for (uint32_t index = 0; index < callCount_(); ++index) {
     const RecordedCall& call = *call_(index);
     calls.push_back(
-        {call.kind, call.canFail != 0, call.name, call.object, call.arguments, call.result, call.waitCursor != 0});
+        {call.kind, call.canFail != 0, call.name, call.object, call.arguments, call.result, call.waitCursor != 0, call.answers});
   }
   return calls;
 }

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -40,6 +41,7 @@ struct Call {
   std::string arguments;
   HRESULT result;
   bool waitCursor;
+  uint32_t answers;  // bit n: the RecordingAnswer n fits
 
   // "IMAPIFolder::CreateMessage [Public Folders@Reports] interface=null flags=0x0"
   std::string line() const;
@@ -89,6 +91,13 @@ class RecordingMapi {
   void fail(const char* name, uint32_t nth, HRESULT result) { fail_(name, nth, result); }
   void failEvery(const char* name, HRESULT result) { fail_(name, 0, result); }
   void failNothing() { failNothing_(); }
+  void answer(const char* name, uint32_t nth, RecordingAnswer kind, int column = -1) {
+    answer_(name, nth, kind, column);
+  }
+  uint32_t answersGiven() const { return answersGiven_(); }
+
+  // Calls `function` once in the middle of the nth call of that name.
+  void interrupt(const char* name, uint32_t nth, std::function<void()> function);
 
   // All calls without memory and releases; with those; those of one name; their lines.
   std::vector<Call> calls() const;
@@ -107,6 +116,10 @@ class RecordingMapi {
   decltype(&recordingReset) reset_;
   decltype(&recordingFail) fail_;
   decltype(&recordingFailNothing) failNothing_;
+  decltype(&recordingAnswer) answer_;
+  decltype(&recordingAnswersGiven) answersGiven_;
+  decltype(&recordingInterrupt) interrupt_;
+  std::function<void()> interruption_;
   decltype(&recordingCallCount) callCount_;
   decltype(&recordingCall) call_;
   decltype(&recordingMessageCount) messageCount_;

@@ -80,6 +80,36 @@ void WINAPI recordingReset(const RecordingWorld* world);
 void WINAPI recordingFail(const char* name, uint32_t nth, HRESULT result);
 void WINAPI recordingFailNothing(void);
 
+/* ---- Planned answers ---- */
+
+/* What a sloppy provider answers in a call that succeeds. */
+typedef enum RecordingAnswer {
+  RECORDING_NOTHING = 1,  /* null in place of the object, the block, the values or the rows; counts stay */
+  RECORDING_ROWS_WITHOUT_COLUMNS, /* rows that count their columns and have none */
+  RECORDING_ERROR_VALUES, /* values that could not be given */
+  RECORDING_OTHER_WIDTH,  /* 8-bit text where wide text belongs, and the other way round */
+  RECORDING_OTHER_TYPE,   /* numbers where text and bytes belong */
+  RECORDING_NULL_VALUES,  /* text and bytes without an address */
+  RECORDING_LONG_BYTES,   /* bytes that are counted far past their end */
+  RECORDING_COUNT_HIGH,   /* more rows, columns, values or bytes than there are */
+  RECORDING_COUNT_ZERO,
+  RECORDING_OTHER_OBJECT, /* an object type that was not asked for */
+  RECORDING_WARNING,      /* MAPI_W_ERRORS_RETURNED */
+  RECORDING_FEWER_BYTES,  /* half of the bytes are written */
+  RECORDING_ANSWERS       /* how many there are, and one */
+} RecordingAnswer;
+
+/* Makes the nth call of that name, counted as by recordingFail, carry `answer` out with what it hands out; a call that
+ * hands out nothing of the kind answers as ever. `column`: of values only the one at that place, -1 for all. */
+void WINAPI recordingAnswer(const char* name, uint32_t nth, uint32_t answer, int32_t column);
+
+/* The calls since the last reset that answered so. */
+uint32_t WINAPI recordingAnswersGiven(void);
+
+/* Calls `function` in the middle of the nth call of that name (nth as above), as a call that pumps messages lets the
+ * host's code run. Calls that it makes are recorded as all others. Null: no more. */
+void WINAPI recordingInterrupt(const char* name, uint32_t nth, void(WINAPI* function)(void* context), void* context);
+
 /* ---- What happened ---- */
 
 #define RECORDED_CALL 0u
@@ -94,6 +124,7 @@ typedef struct RecordedCall {
   const char* arguments; /* "interface=null flags=0x0" */
   HRESULT result;
   uint32_t waitCursor; /* the wait cursor was set during the call */
+  uint32_t answers;    /* bit n: the answer n fits what the call hands out */
 } RecordedCall;
 
 uint32_t WINAPI recordingCallCount(void);

@@ -45,7 +45,7 @@ STDMETHODIMP Table::GetRowCount(ULONG flags, ULONG* count) {
   return perform("GetRowCount", "flags=" + hex(flags), [&]() -> HRESULT {
     *count = static_cast<ULONG>(rows_.size());
     return S_OK;
-  });
+  }, {.count = count});
 }
 
 STDMETHODIMP Table::SeekRow(BOOKMARK origin, LONG rows, LONG* sought) {
@@ -84,7 +84,8 @@ STDMETHODIMP Table::QueryRows(LONG count, ULONG flags, LPSRowSet* rows) {
         if ((flags & TBL_NOADVANCE) == 0) position_ += batch;
         *rows = set;
         return S_OK;
-      });
+      },
+      {.rows = rows});
 }
 
 STDMETHODIMP Table::WaitForCompletion(ULONG flags, ULONG timeout, ULONG* status) {
