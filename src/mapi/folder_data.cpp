@@ -15,13 +15,15 @@ constexpr auto columns = propertyTags(PR_ENTRYID, PR_DISPLAY_NAME_A, PR_SUBFOLDE
 
 // The identifier of a row of folders: whatever binary property stands in its column.
 BinaryView binaryColumn(const SRow& row, ULONG column) noexcept {
-  if (column >= row.cValues || PROP_TYPE(row.lpProps[column].ulPropTag) != PT_BINARY) return {};
-  return binaryOf(row.lpProps[column]);
+  const auto values = columnsOf(row);
+  if (column >= values.size() || PROP_TYPE(values[column].ulPropTag) != PT_BINARY) return {};
+  return binaryOf(values[column]);
 }
 
-bool flagAt(const SRow& row, ULONG column, ULONG tag) noexcept {
-  const SPropValue* const value = valueAt(row, column, tag);
-  return value && value->Value.b;
+// A folder of which it is not told counts as having subfolders: expanding it shows what is true.
+bool mayHaveSubfolders(const SRow& row) noexcept {
+  const SPropValue* const value = valueAt(row, subfolders, PR_SUBFOLDERS);
+  return !value || value->Value.b;
 }
 
 }  // namespace
@@ -90,7 +92,7 @@ void FOLDERDATA::ReadChildren() noexcept {
     if (folderId.empty()) return nullptr;
     // A name that cannot be converted is shown empty.
     const std::wstring folderName = wideFromAnsi(textAt(row, name, PR_DISPLAY_NAME_A)).value_or(std::wstring());
-    return CreateFolderNode(session, folderId, folderName.c_str(), flagAt(row, subfolders, PR_SUBFOLDERS), false);
+    return CreateFolderNode(session, folderId, folderName.c_str(), mayHaveSubfolders(row), false);
   });
 }
 

@@ -20,7 +20,7 @@ HRESULT OpenIpmSubtree(IMsgStore* store, ComPtr<IMAPIFolder>& folder) noexcept {
   MapiBuffer<SPropValue> entryId;
   const HRESULT result = mapi().hrGetOneProp(store, PR_IPM_SUBTREE_ENTRYID, receive(entryId));
   if (FAILED(result)) return result;
-  if (!entryId) return MAPI_E_NOT_FOUND;
+  if (!entryId || entryId->ulPropTag != PR_IPM_SUBTREE_ENTRYID) return MAPI_E_NOT_FOUND;
   return openFolderEntry(store, binaryOf(*entryId), nullptr, MAPI_BEST_ACCESS, folder);
 }
 

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "mapi_memory.h"
+#include "readable_memory.h"
 
 namespace fendrel {
 
@@ -25,10 +26,15 @@ constexpr auto propertyTags(Tags... tags) noexcept {
 
 using BinaryView = std::span<const std::byte>;
 
+// The columns of a row. One that counts columns and has no array has none.
+inline std::span<const SPropValue> columnsOf(const SRow& row) noexcept {
+  return {row.lpProps, row.lpProps ? row.cValues : 0};
+}
+
 // The value at `column` when the row is that long and the value carries `tag`; else null.
 inline const SPropValue* valueAt(const SRow& row, ULONG column, ULONG tag) noexcept {
-  if (column >= row.cValues || row.lpProps[column].ulPropTag != tag) return nullptr;
-  return &row.lpProps[column];
+  const auto columns = columnsOf(row);
+  return column < columns.size() && columns[column].ulPropTag == tag ? &columns[column] : nullptr;
 }
 
 // 8-bit text, or null.
@@ -37,8 +43,14 @@ inline const char* textAt(const SRow& row, ULONG column, ULONG tag) noexcept {
   return value ? value->Value.lpszA : nullptr;
 }
 
+// Counted bytes of a provider, which are copied by their count: none when that reaches past what can be read.
+inline BinaryView binaryOf(const void* bytes, ULONG size) noexcept {
+  if (!bytes || readableBytes(bytes, size) < size) return {};
+  return {static_cast<const std::byte*>(bytes), size};
+}
+
 inline BinaryView binaryOf(const SPropValue& value) noexcept {
-  return {reinterpret_cast<const std::byte*>(value.Value.bin.lpb), value.Value.bin.lpb ? value.Value.bin.cb : 0};
+  return binaryOf(value.Value.bin.lpb, value.Value.bin.cb);
 }
 
 // Binary bytes; empty when there are none.
@@ -46,6 +58,22 @@ inline BinaryView binaryAt(const SRow& row, ULONG column, ULONG tag) noexcept {
   const SPropValue* const value = valueAt(row, column, tag);
   return value ? binaryOf(*value) : BinaryView();
 }
+
+// Properties of an object, as columns in the order of the tags that they were read by.
+class ObjectProperties {
+ public:
+  // The result of GetProps; one that succeeds without values has failed all the same.
+  HRESULT read(IMAPIProp* object, SPropTagArray* tags) noexcept {
+    const HRESULT result = object->GetProps(tags, 0, &row_.cValues, receive(values_));
+    row_.lpProps = values_.get();
+    return SUCCEEDED(result) && !values_ ? MAPI_E_CALL_FAILED : result;
+  }
+  const SRow& row() const noexcept { return row_; }
+
+ private:
+  MapiBuffer<SPropValue> values_;
+  SRow row_{};
+};
 
 // An entry identifier as an argument; MAPI's methods take it as writable but do not write it.
 inline ENTRYID* entryIdArgument(BinaryView entryId) noexcept {

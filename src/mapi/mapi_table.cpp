@@ -1,8 +1,12 @@
 #include "mapi_table.h"
 
+#include "readable_memory.h"
+
 namespace fendrel {
 
-HRESULT CMAPITable::GetLastError() noexcept { return table->GetLastError(lastResult, 0, receive(lastError)); }
+HRESULT CMAPITable::GetLastError() noexcept {
+  return table ? table->GetLastError(lastResult, 0, receive(lastError)) : MAPI_E_CALL_FAILED;
+}
 
 template <class Call>
 bool CMAPITable::open(Call call) noexcept {
@@ -44,8 +48,13 @@ bool CMAPITable::busyRule(HRESULT result) noexcept {
   return SUCCEEDED(lastResult);
 }
 
+bool CMAPITable::isOpen() noexcept {
+  if (!table) lastResult = MAPI_E_CALL_FAILED;
+  return table != nullptr;
+}
+
 void CMAPITable::WaitIfBusy(ULONG timeout) noexcept {
-  if (lastResult == MAPI_E_BUSY) lastResult = table->WaitForCompletion(0, timeout, nullptr);
+  if (lastResult == MAPI_E_BUSY && isOpen()) lastResult = table->WaitForCompletion(0, timeout, nullptr);
 }
 
 bool CMAPITable::GetRowCount() noexcept {
@@ -55,7 +64,16 @@ bool CMAPITable::GetRowCount() noexcept {
   return false;
 }
 
-bool CMAPITable::QueryBatch() noexcept { return busyRule(table->QueryRows(batchSize, 0, receive(rows))); }
+bool CMAPITable::QueryBatch() noexcept {
+  if (!isOpen() || !busyRule(table->QueryRows(batchSize, 0, receive(rows)))) return false;
+  if (!rows) return true;
+  const std::size_t size = CbNewSRowSet(rows->cRows);
+  if (readableBytes(rows.get(), size) == size) return true;
+  // It counts rows that are not there; which of them are, nobody can tell.
+  MapiFree{}(rows.release());
+  lastResult = MAPI_E_CALL_FAILED;
+  return false;
+}
 
 bool CMAPITable::FreeRows() noexcept {
   rows.reset();
@@ -72,6 +90,7 @@ bool CMAPITable::Close() noexcept {
 
 bool CMAPITable::ClearRestriction() noexcept {
   FreeRows();
+  if (!isOpen()) return false;
   lastResult = table->Restrict(nullptr, 0);
   return SUCCEEDED(lastResult);
 }
@@ -80,6 +99,7 @@ bool CMAPITable::ClearRestriction() noexcept {
 bool CMAPITable::Prepare(const SPropTagArray& columns, const SRestriction* restriction,
                          const SSortOrderSet* sortOrder) noexcept {
   FreeRows();
+  if (!isOpen()) return false;
   if (restriction) {
     if (!busyRule(table->Restrict(const_cast<SRestriction*>(restriction), 0))) return false;
   } else {

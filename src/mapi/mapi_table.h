@@ -7,7 +7,8 @@ namespace fendrel {
 
 // Every operation that calls MAPI keeps the call's result in lastResult; a true result means that it is not negative.
 // A call that answers MAPI_E_BUSY is waited for, once, and not issued again: when the wait succeeds the operation
-// counts as successful, although its out-value may be as it was.
+// counts as successful, although its out-value may be as it was. Without a table Prepare, QueryBatch, ClearRestriction
+// and GetLastError fail with MAPI_E_CALL_FAILED.
 class CMAPITable : public CMAPIObject {
  public:
   static constexpr LONG batchSize = 50;        // rows
@@ -51,6 +52,7 @@ class CMAPITable : public CMAPIObject {
   template <class Call>
   bool open(Call call) noexcept;
   bool busyRule(HRESULT result) noexcept;
+  bool isOpen() noexcept;  // lastResult is MAPI_E_CALL_FAILED when not
 };
 
 }  // namespace fendrel

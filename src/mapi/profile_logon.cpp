@@ -32,13 +32,10 @@ HRESULT readIdentity(IMAPISession* session, BinaryView entryId, SenderIdentity& 
 
   enum { displayName, searchKey };
   static constexpr auto tags = propertyTags(PR_DISPLAY_NAME_A, PR_SEARCH_KEY);
-  SRow properties{};
-  MapiBuffer<SPropValue> values;
+  ObjectProperties user;
   // Without an interface asked for, an entry is opened as what it is: a mail user, which is a property object.
-  result = static_cast<IMAPIProp*>(object.Get())
-               ->GetProps(tags.argument(), 0, &properties.cValues, receive(values));
-  if (FAILED(result)) return result;
-  properties.lpProps = values.get();
+  if (result = user.read(static_cast<IMAPIProp*>(object.Get()), tags.argument()); FAILED(result)) return result;
+  const SRow& properties = user.row();
 
   if (entryId.empty()) return E_OUTOFMEMORY;
   sender.senderEntryId.assign(entryId.begin(), entryId.end());
@@ -85,7 +82,7 @@ HRESULT QuerySessionIdentity(IMAPISession* session, SenderIdentity& sender) noex
   HRESULT result = session->QueryIdentity(&size, receive(entryId));
   if (FAILED(result)) return result;
   try {
-    result = readIdentity(session, {reinterpret_cast<const std::byte*>(entryId.get()), entryId ? size : 0}, sender);
+    result = readIdentity(session, binaryOf(entryId.get(), size), sender);
   } catch (const std::bad_alloc&) {
     result = E_OUTOFMEMORY;
   }

@@ -37,8 +37,11 @@ HRESULT copyBytes(HANDLE file, BYTE* buffer, IStream* stream) noexcept {
   for (;;) {
     DWORD count = 0;
     if (!ReadFile(file, buffer, readSize, &count, nullptr)) return lastErrorResult();
-    if (count != 0)
-      if (const HRESULT result = stream->Write(buffer, count, nullptr); FAILED(result)) return result;
+    if (count != 0) {
+      ULONG written = count;  // of a stream that does not tell, all
+      if (const HRESULT result = stream->Write(buffer, count, &written); FAILED(result)) return result;
+      if (written < count) return MAPI_E_CALL_FAILED;
+    }
     if (count != readSize) return S_OK;
   }
 }

@@ -14,8 +14,9 @@ namespace {
 class PropertyList {
  public:
   HRESULT allocate(ULONG capacity) noexcept {
-    return mapi().mapiAllocateBuffer(capacity * sizeof(SPropValue), reinterpret_cast<void**>(
-                                         static_cast<SPropValue**>(receive(values_))));
+    const HRESULT result = mapi().mapiAllocateBuffer(
+        capacity * sizeof(SPropValue), reinterpret_cast<void**>(static_cast<SPropValue**>(receive(values_))));
+    return SUCCEEDED(result) && !values_ ? MAPI_E_NOT_ENOUGH_MEMORY : result;
   }
 
   void add(ULONG tag, const wchar_t* text) noexcept { next(tag).Value.lpszW = const_cast<wchar_t*>(text); }

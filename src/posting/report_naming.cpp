@@ -41,8 +41,9 @@ bool isReportNameUsed(IMAPIFolder* folder, const wchar_t* name) {
   CMAPITable messages;
   if (!messages.OpenAssociatedContentsTable(folder) || !messages.Prepare(columns.array())) return false;
   while (const SRow* const row = messages.NextRow()) {
-    if (row->cValues == 0 || PROP_TYPE(row->lpProps[0].ulPropTag) != PT_STRING8) continue;
-    const char* const carried = row->lpProps[0].Value.lpszA;
+    const auto values = columnsOf(*row);
+    if (values.empty() || PROP_TYPE(values[0].ulPropTag) != PT_STRING8) continue;
+    const char* const carried = values[0].Value.lpszA;
     if (carried && equalsAsWide(carried, name)) return true;
   }
   return false;

@@ -29,29 +29,39 @@ HRESULT findDefaultStore(IMAPISession* session, EntryId& entryId) {
   return FAILED(stores.lastResult) ? stores.lastResult : MAPI_E_NOT_FOUND;
 }
 
+// Names come in the code page, where a '?' stands for every character that it lacks: two folders may have one name.
+bool mayStandForOthers(const std::wstring& displayName) noexcept { return displayName.find(L'?') != displayName.npos; }
+
 // Walks the rows of an open table of names for the one that the path's next component names, and steps the path
-// behind it. The first exact match ends the walk.
+// behind it. The first exact match ends the walk, unless a further row may have the same name for another folder.
 HRESULT findNamedRow(CMAPITable& table, FolderPath<wchar_t>& path, EntryId& entryId) {
   enum { name, id };
   static constexpr auto columns = propertyTags(PR_DISPLAY_NAME_A, PR_ENTRYID);
   if (!table.Prepare(columns.array())) return table.lastResult;
-  std::size_t longestAddress = 0;
+  enum class Match { none, address, exact } match = Match::none;
+  std::wstring matched;
+  bool several = false;
   while (const SRow* const row = table.NextRow()) {
     const auto displayName = wideFromAnsi(textAt(*row, name, PR_DISPLAY_NAME_A));
     if (!displayName) continue;
-    if (path.matchesExactly(*displayName)) {
-      entryId = copyOf(binaryAt(*row, id, PR_ENTRYID));
-      path.advance(displayName->size());
-      return S_OK;
+    if (match != Match::none && *displayName == matched) {
+      several = true;
+      continue;
     }
-    if (displayName->size() > longestAddress && path.matchesAddress(*displayName)) {
-      longestAddress = displayName->size();
-      entryId = copyOf(binaryAt(*row, id, PR_ENTRYID));
-    }
+    if (path.matchesExactly(*displayName))
+      match = Match::exact;
+    else if (match != Match::exact && displayName->size() > matched.size() && path.matchesAddress(*displayName))
+      match = Match::address;
+    else
+      continue;
+    matched = *displayName;
+    several = false;
+    entryId = copyOf(binaryAt(*row, id, PR_ENTRYID));
+    if (match == Match::exact && !mayStandForOthers(matched)) break;
   }
   if (FAILED(table.lastResult)) return table.lastResult;
-  if (longestAddress == 0) return MAPI_E_NOT_FOUND;
-  path.advance(longestAddress);
+  if (match == Match::none || (several && mayStandForOthers(matched))) return MAPI_E_NOT_FOUND;
+  path.advance(matched.size());
   return S_OK;
 }
 
@@ -93,11 +103,9 @@ HRESULT openCommonViews(IMAPISession* session, TargetFolder& target) {
 
   enum { mask, commonViews };
   static constexpr auto tags = propertyTags(PR_VALID_FOLDER_MASK, PR_COMMON_VIEWS_ENTRYID);
-  SRow properties{};
-  MapiBuffer<SPropValue> values;
-  const HRESULT result = store->GetProps(tags.argument(), 0, &properties.cValues, receive(values));
-  if (FAILED(result)) return result;
-  properties.lpProps = values.get();
+  ObjectProperties storeProperties;
+  if (const HRESULT result = storeProperties.read(store.Get(), tags.argument()); FAILED(result)) return result;
+  const SRow& properties = storeProperties.row();
   const SPropValue* const validFolders = valueAt(properties, mask, PR_VALID_FOLDER_MASK);
   if (!validFolders || !valueAt(properties, commonViews, PR_COMMON_VIEWS_ENTRYID)) return MAPI_E_CALL_FAILED;
   if ((validFolders->Value.l & FOLDER_COMMON_VIEWS_VALID) == 0) return S_OK;

@@ -1,6 +1,7 @@
 // How a table is opened and closed, and what is known of its last failure.
 #include "bound_mapi.h"
 #include "mapi_actions.h"
+#include "mapi_row.h"
 #include "mapi_table.h"
 
 using namespace fendrel;
@@ -30,6 +31,31 @@ TEST_F(TableOpening, NewTableIsClosedAndHasNoResult) {
   EXPECT_EQ(table.rowCount, 0u);
   EXPECT_EQ(table.rows, nullptr);
   EXPECT_EQ(table.cursor, 0u);
+}
+
+// After a failed opening there is no table; nothing is called on it.
+TEST_F(TableOpening, WithoutATableOperationsAreAFailedCall) {
+  EXPECT_FALSE(table.OpenHierarchyTable(nullptr));
+  static constexpr auto columns = propertyTags(PR_ENTRYID);
+  const auto expectFailure = [&](bool answer) {
+    EXPECT_FALSE(answer);
+    EXPECT_EQ(table.lastResult, MAPI_E_CALL_FAILED);
+    table.lastResult = S_OK;
+  };
+  expectFailure(table.Prepare(columns.array()));
+  expectFailure(table.QueryBatch());
+  expectFailure(table.ClearRestriction());
+  EXPECT_EQ(table.GetLastError(), MAPI_E_CALL_FAILED);
+  EXPECT_FALSE(table.GetRowCount());
+  EXPECT_EQ(table.NextRow(), nullptr);
+  EXPECT_EQ(table.QueryAllColumns(), nullptr);
+}
+
+TEST_F(TableOpening, BusyOpeningLeavesNothingToWaitFor) {
+  EXPECT_CALL(folder, GetHierarchyTable).WillOnce(Return(MAPI_E_BUSY));
+  EXPECT_FALSE(table.OpenHierarchyTable(&folder));
+  table.WaitIfBusy(0);
+  EXPECT_EQ(table.lastResult, MAPI_E_CALL_FAILED);
 }
 
 TEST_F(TableOpening, HierarchyIsAskedForWithoutFlags) {

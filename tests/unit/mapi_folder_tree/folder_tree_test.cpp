@@ -107,6 +107,13 @@ TEST_F(FolderTree, WaitCursorIsShownWhileANodeIsReadAndPutBack) {
   EXPECT_EQ(GetCursor(), before);
 }
 
+TEST_F(FolderTree, ObjectThatIsNoStoreIsNotUsedAsOne) {
+  EXPECT_CALL(session, OpenEntry).WillOnce(handsOutAs(store, MAPI_FOLDER));
+  const auto node = CreateFolderNode(&session, id("mailbox"), L"Mailbox", true, true);
+  ASSERT_NE(node, nullptr);
+  EXPECT_EQ(node->store, nullptr);
+}
+
 TEST_F(FolderTree, RefusedStoreShowsNoChildren) {
   EXPECT_CALL(session, OpenEntry).WillOnce(Return(MAPI_E_NO_ACCESS));
   FOLDERDATA root(&session, L"Default");
@@ -244,11 +251,46 @@ TEST_F(OpenStore, FolderWhoseNameCannotBeConvertedIsShownWithAnEmptyName) {
   EXPECT_STREQ(child(mailbox()).label.get(), L"Mailbox@");
 }
 
-TEST_F(OpenStore, FolderThatDoesNotTellItsSubfoldersIsShownWithout) {
+TEST_F(OpenStore, FolderThatDoesNotTellItsSubfoldersMayHaveSome) {
+  TestTable& hierarchy = table({{binary(PR_ENTRYID, "k"), text(PR_DISPLAY_NAME_A, "Key"), missing(PR_SUBFOLDERS)},
+                                {binary(PR_ENTRYID, "l"), text(PR_DISPLAY_NAME_A, "Lock")}});
+  giveSubtreeTable(hierarchy);
+  mailbox().Expand();
+  EXPECT_TRUE(child(mailbox(), 0).HasChildren());
+  EXPECT_TRUE(child(mailbox(), 1).HasChildren());
+}
+
+TEST_F(OpenStore, FolderThatMayHaveSubfoldersShowsThemWhenItIsExpanded) {
   TestTable& hierarchy = table({{binary(PR_ENTRYID, "k"), text(PR_DISPLAY_NAME_A, "Key"), missing(PR_SUBFOLDERS)}});
   giveSubtreeTable(hierarchy);
   mailbox().Expand();
-  EXPECT_FALSE(child(mailbox()).HasChildren());
+  TestTable& below = table({folderRow("b", "Below")});
+  StrictMock<MockFolder> key;
+  EXPECT_CALL(store, OpenEntry).With(Args<0, 1>(isEntry("k"))).WillOnce(handsOutAs(key, MAPI_FOLDER));
+  EXPECT_CALL(key, GetHierarchyTable).WillOnce(handsOut(below));
+  child(mailbox()).Expand();
+  EXPECT_THAT(names(child(mailbox())), ElementsAre(L"Below"));
+}
+
+TEST_F(OpenStore, RowsWithoutTheirColumnsAreLeftOut) {
+  TestTable& hierarchy = table({folderRow("a", "Gone"), folderRow("b", "Gone too")});
+  giveSubtreeTable(hierarchy);
+  EXPECT_CALL(hierarchy, QueryRows)
+      .WillOnce([&](auto, auto, SRowSet** set) {
+        *set = makeRowSet(mapi32.heap, {{}, {}}, 0, 2);
+        for (SRow& row : std::span((*set)->aRow, 2)) {
+          mapi().mapiFreeBuffer(row.lpProps);
+          row.cValues = 4;
+          row.lpProps = nullptr;
+        }
+        return S_OK;
+      })
+      .WillOnce([&](auto, auto, SRowSet** set) {
+        *set = makeRowSet(mapi32.heap, {}, 0, 0);
+        return S_OK;
+      });
+  mailbox().Expand();
+  EXPECT_THAT(names(mailbox()), IsEmpty());
 }
 
 TEST_F(OpenStore, ListingEndsSilentlyWhereTheTableFails) {

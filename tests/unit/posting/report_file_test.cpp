@@ -58,7 +58,7 @@ TEST_P(ReportFileOfSize, IsWrittenInPiecesOf4096BytesAndSaved) {
   expectStream();
   std::string written;
   std::vector<ULONG> writes;
-  EXPECT_CALL(stream, Write(_, _, nullptr))
+  EXPECT_CALL(stream, Write(_, _, testing::NotNull()))
       .Times(testing::AnyNumber())
       .WillRepeatedly([&](const void* bytes, ULONG count, ULONG*) {
         written.append(static_cast<const char*>(bytes), count);

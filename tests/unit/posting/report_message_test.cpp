@@ -40,7 +40,7 @@ class ReportMessage : public testing::Test {
   void expectCopy() {
     expectAttachmentProperties();
     EXPECT_CALL(attachment, OpenProperty).WillOnce(handsOut(stream));
-    EXPECT_CALL(stream, Write(_, 10, nullptr)).WillOnce(Return(S_OK));
+    EXPECT_CALL(stream, Write(_, 10, testing::NotNull())).WillOnce(Return(S_OK));
     EXPECT_CALL(attachment, SaveChanges(0)).WillOnce(Return(S_OK));
   }
 
