@@ -8,8 +8,12 @@ using namespace fendrel;
 
 namespace {
 
-// The wide job behind a handle; 0 for a handle that is 0, unknown or ended.
-FendrelJob wideJobOf(const AnsiJob* job) noexcept { return job ? job->wideJob : 0; }
+// The wide set's handle of a job; one that this set does not know, the other set does not know either.
+FendrelJob wideJobOf(FendrelJob job) noexcept {
+  if (job == 0) return 0;
+  const AnsiJob* const known = ansiJobs().find(job);
+  return known ? known->wideJob : noHandle;
+}
 
 // Ends the wide job again when the host cannot be given its record.
 std::uint32_t giveUp(FendrelJob wideJob) noexcept {
@@ -27,7 +31,7 @@ const FendrelDestinationListA* WINAPI NRVGetExportDestinations() noexcept {
   const FendrelDestinationListA* list = nullptr;
   guarded([&] {
     list = ansiDestinations();
-    return std::uint32_t{FENDREL_SUCCESS};
+    return FENDREL_SUCCESS;
   });
   return list;
 }
@@ -55,57 +59,49 @@ uint32_t WINAPI NRVInitExportDestination(HWND parentWindow, uint32_t context, De
     FendrelResultA* const record = made->result->get();
     *job = ansiJobs().add(std::move(made));
     *result = record;
-    return std::uint32_t{FENDREL_SUCCESS};
+    return FENDREL_SUCCESS;
   });
   return code == FENDREL_SUCCESS || wideJob == 0 ? code : giveUp(wideJob);
 }
 
 uint32_t WINAPI NRVTermExportDestination(FendrelJob job) noexcept {
-  return guarded([&] {
-    const AnsiJob* const known = ansiJobs().find(job);
-    if (job != 0 && !known) return std::uint32_t{FENDREL_SUCCESS};
-    const auto code = wide().termExportDestination(wideJobOf(known));
-    ansiJobs().remove(job);
-    return code;
-  });
+  const auto code = wide().termExportDestination(wideJobOf(job));
+  ansiJobs().take(job).reset();
+  return code;
 }
 
 uint32_t WINAPI NRVEncodeDestinationOptions(FendrelJob job, DestinationOptionsA** block, uint16_t* size) noexcept {
-  if (!block || !size) return FENDREL_INVALID_ARGUMENT;
+  if (!block) return FENDREL_INVALID_ARGUMENT;
   *block = nullptr;
-  return guarded([&] {
-    AnsiJob* const known = ansiJobs().find(job);
-    DestinationOptions* wideBlock = nullptr;
-    std::uint16_t wideSize = 0;
-    const auto code = wide().encodeOptions(wideJobOf(known), &wideBlock, &wideSize);
-    if (!known || !wideBlock || !wide().convertsOptions()) {
-      *block = reinterpret_cast<DestinationOptionsA*>(wideBlock);
-      return code;
-    }
-    known->encodedOptions.reset();
-    const auto converted = toAnsiOptions(*wideBlock, known->encodedOptions, size);
-    if (converted == FENDREL_SUCCESS) *block = known->encodedOptions.get();
-    return code != FENDREL_SUCCESS ? code : converted;
-  });
+  DestinationOptions* wideBlock = nullptr;
+  std::uint16_t wideSize = 0;
+  const auto code = wide().encodeOptions(wideJobOf(job), &wideBlock, &wideSize);
+  if (!wideBlock || !wide().convertsOptions()) {
+    *block = reinterpret_cast<DestinationOptionsA*>(wideBlock);
+    return code;
+  }
+  AnsiOptions& kept = ansiJobs().find(job)->encodedOptions;  // only a known job has a block
+  kept.reset();
+  const auto converted = toAnsiOptions(*wideBlock, kept, size);
+  if (converted == FENDREL_SUCCESS) *block = kept.get();
+  return code != FENDREL_SUCCESS ? code : converted;
 }
 
 uint32_t WINAPI NRVDecodeDestinationOptions(FendrelJob job, DestinationOptionsA** options) noexcept {
   if (!options) return FENDREL_INVALID_ARGUMENT;
   *options = nullptr;
-  return guarded([&] {
-    const AnsiJob* const known = ansiJobs().find(job);
-    DestinationOptions* record = nullptr;
-    const auto code = wide().decodeOptions(wideJobOf(known), &record);
-    if (!known || !record || !wide().convertsOptions()) {
-      *options = reinterpret_cast<DestinationOptionsA*>(record);
-      return code;
-    }
-    const WideOptions decoded(record, FreeWideOptions{known->context});
-    AnsiOptions ansi(nullptr, FreeAnsiOptions{known->context});
-    const auto converted = toAnsiOptions(*record, ansi, nullptr);
-    if (converted == FENDREL_SUCCESS) *options = ansi.release();
-    return code != FENDREL_SUCCESS ? code : converted;
-  });
+  DestinationOptions* record = nullptr;
+  const auto code = wide().decodeOptions(wideJobOf(job), &record);
+  if (!record || !wide().convertsOptions()) {
+    *options = reinterpret_cast<DestinationOptionsA*>(record);
+    return code;
+  }
+  const std::uint32_t context = ansiJobs().find(job)->context;  // only a known job has a record
+  const WideOptions decoded(record, FreeWideOptions{context});
+  AnsiOptions ansi(nullptr, FreeAnsiOptions{context});
+  const auto converted = toAnsiOptions(*record, ansi, nullptr);
+  if (converted == FENDREL_SUCCESS) *options = ansi.release();
+  return code != FENDREL_SUCCESS ? code : converted;
 }
 
 uint32_t WINAPI NRVFreeDestinationOptions(uint32_t context, DestinationOptionsA* options) noexcept {
@@ -116,21 +112,19 @@ uint32_t WINAPI NRVFreeDestinationOptions(uint32_t context, DestinationOptionsA*
 uint32_t WINAPI NRVExportToDestination(FendrelJob job, const FendrelExportDescriptionA* files) noexcept {
   return guarded([&] {
     const WideExportDescription wideFiles(files);
-    return wide().exportToDestination(wideJobOf(ansiJobs().find(job)), wideFiles.get());
+    return wide().exportToDestination(wideJobOf(job), wideFiles.get());
   });
 }
 
 const char* WINAPI NRVGetErrorText(FendrelJob job) noexcept {
-  const char* text = nullptr;
-  guarded([&] {
-    AnsiJob* const known = ansiJobs().find(job);
-    if (!known) return std::uint32_t{FENDREL_SUCCESS};
-    known->errorText.reset();
+  AnsiJob* const known = ansiJobs().find(job);
+  if (!known) return nullptr;
+  known->errorText.reset();
+  guarded([known] {
     known->errorText = ansiFromWide(wide().getErrorText(known->wideJob));
-    text = known->errorText.get();
-    return std::uint32_t{FENDREL_SUCCESS};
+    return FENDREL_SUCCESS;
   });
-  return text;
+  return known->errorText.get();
 }
 
 uint32_t WINAPI IsThreadSafe() noexcept { return wide().isThreadSafe(); }

@@ -33,7 +33,7 @@ struct AnsiJob {
   AnsiOptions encodedOptions;  // likewise
 };
 
-// Never destroyed, as the wide set's jobs.
-HandleTable<AnsiJob>& ansiJobs();
+// The ANSI set's jobs.
+HandleTable<AnsiJob>& ansiJobs() noexcept;
 
 }  // namespace fendrel

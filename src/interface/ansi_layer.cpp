@@ -4,6 +4,7 @@
 #include <mutex>
 
 #include "ansi_records.h"
+#include "never_destroyed.h"
 #include "wide_entry_points.h"
 
 namespace fendrel {
@@ -30,8 +31,8 @@ class Lock {
 
 Lock g_startLock;  // around the choice of the code page
 Lock g_listLock;   // around the building of the list
-std::unique_ptr<AnsiDestinationList> g_list;
-std::unique_ptr<AnsiDestinationList> g_listWithoutNames;  // what hosts got before the plug-in was initialised
+NeverDestroyed<std::unique_ptr<AnsiDestinationList>> g_list;
+NeverDestroyed<std::unique_ptr<AnsiDestinationList>> g_listWithoutNames;  // what hosts got before the plug-in was initialised
 
 }  // namespace
 
@@ -49,15 +50,15 @@ bool attachAnsiLayer(HMODULE module) noexcept {
 void detachAnsiLayer() noexcept {
   g_listLock.destroy();
   g_startLock.destroy();
-  g_list.reset();
-  g_listWithoutNames.reset();
+  g_list->reset();
+  g_listWithoutNames->reset();
 }
 
 const FendrelDestinationListA* ansiDestinations() {
   const std::lock_guard building(g_listLock);
-  if (g_list) return g_list->get();
+  if (*g_list) return (*g_list)->get();
   auto made = std::make_unique<AnsiDestinationList>(*wide().getExportDestinations());
-  auto& place = made->isNamed() ? g_list : g_listWithoutNames;
+  auto& place = made->isNamed() ? *g_list : *g_listWithoutNames;
   if (!place) place = std::move(made);
   return place->get();
 }

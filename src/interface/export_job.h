@@ -12,6 +12,20 @@
 
 namespace fendrel {
 
+// The words of a failed logon go into the job's error text.
+class JobLogonFailure final : public LogonFailure {
+ public:
+  explicit JobLogonFailure(ErrorText& words) noexcept : words_(words) {}
+
+  std::uint32_t noLogon(HRESULT result) noexcept override;
+  std::uint32_t noProfileName(HRESULT result) noexcept override;
+
+ private:
+  std::uint32_t map(HRESULT result, UINT stringId, const wchar_t* fallback) noexcept;
+
+  ErrorText& words_;
+};
+
 // A job that the host knows has a session. It logs off when it is destroyed.
 struct ExportJob {
   ExportJob() = default;
@@ -28,13 +42,15 @@ struct ExportJob {
   SenderIdentity sender;
   ErrorText errorText;
   EncodedOptions encodedOptions;  // the last block handed to the host
+  JobLogonFailure logonFailure{errorText};
+
+  bool callRuns = false;   // further ones are refused
+  bool endWanted = false;  // by the host, while a call ran
+
+  // The job as its logon takes it.
+  operator LogonJob() noexcept {
+    return {session, optionsSupplied, destination.profileName, sender, logonFailure};
+  }
 };
-
-// Logs off and forgets profile name and identity. Always 0.
-std::uint32_t ReleaseSession(ExportJob& job) noexcept;
-
-// Logs the job on with a session of its own, after releasing the one it holds. Null for profile name and password lets
-// MAPI ask. 0, 2, 3, 6, or FENDREL_FAILED with the job's error text set.
-std::uint32_t Logon(ExportJob& job, const wchar_t* profileName, const wchar_t* profilePassword) noexcept;
 
 }  // namespace fendrel

@@ -1,22 +1,28 @@
 // The one guard around the exported functions: no exception leaves them.
 #pragma once
 
+#include <windows.h>
+
+#include <mapicode.h>
+
 #include <cstdint>
 #include <new>
 
+#include "error_text.h"
 #include "fendrel/fendrel.h"
 
 namespace fendrel {
 
-// Runs the body of an entry point. Running out of memory, also inside the standard library, is code 2.
+// Runs the body of an entry point. Running out of memory, also inside the standard library, is code 2. Whatever else is
+// thrown is a failed call, also in `words` where the call has a job to leave them in.
 template <class Body>
-std::uint32_t guarded(Body body) noexcept {
+std::uint32_t guarded(Body body, ErrorText* words = nullptr) noexcept {
   try {
     return body();
   } catch (const std::bad_alloc&) {
     return FENDREL_OUT_OF_MEMORY;
   } catch (...) {
-    return FENDREL_FAILED;
+    return words ? mapResult(MAPI_E_CALL_FAILED, *words) : FENDREL_FAILED;
   }
 }
 

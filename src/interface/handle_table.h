@@ -2,11 +2,16 @@
 #pragma once
 
 #include <cstdint>
+#include <iterator>
+#include <limits>
 #include <map>
 #include <memory>
 #include <utility>
 
 namespace fendrel {
+
+// A handle that no table gives out, besides 0.
+inline constexpr std::uint32_t noHandle = std::numeric_limits<std::uint32_t>::max();
 
 // Owns the objects that the host holds handles of. A handle is not given out again while the table can avoid it, so
 // that an ended one stays unknown.
@@ -18,7 +23,7 @@ class HandleTable {
 
   std::uint32_t add(std::unique_ptr<Object> object) {
     do ++last_;
-    while (last_ == 0 || objects_.contains(last_));
+    while (last_ == 0 || last_ == noHandle || objects_.contains(last_));
     objects_.emplace(last_, std::move(object));
     return last_;
   }
@@ -29,8 +34,18 @@ class HandleTable {
     return found == objects_.end() ? nullptr : found->second.get();
   }
 
-  // True when there was such an object; it is destroyed.
-  bool remove(std::uint32_t handle) noexcept { return objects_.erase(handle) != 0; }
+  // Hands the object back and forgets its handle; null when there is none.
+  std::unique_ptr<Object> take(std::uint32_t handle) noexcept {
+    const auto node = objects_.extract(handle);
+    return node ? std::move(node.mapped()) : nullptr;
+  }
+
+  // The handle given out last of those still known, and of those given out before one; 0 when there is none.
+  std::uint32_t newest() const noexcept { return objects_.empty() ? 0 : objects_.rbegin()->first; }
+  std::uint32_t newestBefore(std::uint32_t handle) const noexcept {
+    const auto next = objects_.lower_bound(handle);
+    return next == objects_.begin() ? 0 : std::prev(next)->first;
+  }
 
  private:
   std::map<std::uint32_t, std::unique_ptr<Object>> objects_;

@@ -1,10 +1,42 @@
 #include "job_table.h"
 
+#include "never_destroyed.h"
+#include "wait_cursor.h"
+
 namespace fendrel {
 
-JobTable& jobTable() {
-  static JobTable& table = *new JobTable;
-  return table;
+JobTable& jobTable() noexcept {
+  static NeverDestroyed<JobTable> table;
+  return *table;
+}
+
+void endJob(FendrelJob handle) noexcept {
+  ExportJob* const job = jobTable().find(handle);
+  if (!job) return;
+  if (job->callRuns) {
+    job->endWanted = true;
+    return;
+  }
+  const ModuleUse use;
+  const WaitCursor wait;
+  // Taken out first: for the host's code that a logoff may let run, the job is ended.
+  jobTable().take(handle).reset();
+  MapiStop();
+}
+
+void endAllJobs() noexcept {
+  for (FendrelJob job = jobTable().newest(); job != 0; job = jobTable().newestBefore(job)) endJob(job);
+}
+
+JobCall::JobCall(FendrelJob handle) noexcept : handle_(handle), job_(jobTable().find(handle)) {
+  if (job_ && job_->callRuns) job_ = nullptr;
+  if (job_) job_->callRuns = true;
+}
+
+JobCall::~JobCall() {
+  if (!job_) return;
+  job_->callRuns = false;
+  if (job_->endWanted) endJob(handle_);
 }
 
 }  // namespace fendrel

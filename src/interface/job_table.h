@@ -1,14 +1,40 @@
-// The handles of the wide set's jobs.
+// The handles of the wide set's jobs, and the calls on them.
 #pragma once
 
 #include "export_job.h"
 #include "handle_table.h"
+#include "module_state.h"
 
 namespace fendrel {
 
 using JobTable = HandleTable<ExportJob>;
 
-// The module's jobs. Never destroyed: at the end of the process MAPI may be gone before us.
-JobTable& jobTable();
+// The module's jobs.
+JobTable& jobTable() noexcept;
+
+// Ends a job: logs off, and undoes the MAPIInitialize that it was made with. A job on which a call runs is ended when that
+// returns. Does nothing for an unknown handle.
+void endJob(FendrelJob handle) noexcept;
+
+// Ends every job, the newest first.
+void endAllJobs() noexcept;
+
+// One call on a job. MAPI and the dialogs may let the host's own code run in the middle of it; a further call on the job
+// is then refused, as if there were no such job.
+class JobCall {
+ public:
+  explicit JobCall(FendrelJob handle) noexcept;
+  ~JobCall();
+  JobCall(const JobCall&) = delete;
+  JobCall& operator=(const JobCall&) = delete;
+
+  explicit operator bool() const noexcept { return job_ != nullptr; }
+  ExportJob* operator->() const noexcept { return job_; }
+
+ private:
+  const ModuleUse use_;
+  FendrelJob handle_;
+  ExportJob* job_;
+};
 
 }  // namespace fendrel

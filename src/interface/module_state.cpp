@@ -1,13 +1,19 @@
 #include "module_state.h"
 
+#include "job_table.h"
 #include "mapi_binding.h"
+#include "never_destroyed.h"
+#include "resource_ids.h"
 #include "resource_module.h"
 
 namespace fendrel {
 namespace {
 
 std::uint32_t g_initialisations;
-HeapText g_destinationName;
+std::uint32_t g_start;   // counts starts and last stops, so that a call sees those in the middle of it; odd: started
+std::uint32_t g_uses;    // calls that run
+bool g_releaseWanted;    // when they have returned
+NeverDestroyed<HeapText> g_destinationName;
 wchar_t g_templateClass[256];
 wchar_t g_documentClass[256];
 
@@ -18,10 +24,10 @@ constexpr FendrelDestinationList g_destinationList{
 
 std::uint32_t load() noexcept {
   g_hResInstance = LoadResourceModule(g_hModule, L"R7Kqe", g_hResLibrary);
-  if (const auto code = LoadResStringAlloc(1, g_destinationName)) return code;
-  g_destination.name = g_destinationName.get();
-  if (const auto code = LoadResString(7, g_templateClass, 255)) return code;
-  if (const auto code = LoadResString(6, g_documentClass, 255)) return code;
+  if (const auto code = LoadResStringAlloc(IDS_DESTINATION, *g_destinationName)) return code;
+  g_destination.name = g_destinationName->get();
+  if (const auto code = LoadResString(IDS_TEMPLATE_CLASS, g_templateClass, 255)) return code;
+  if (const auto code = LoadResString(IDS_DOCUMENT_CLASS, g_documentClass, 255)) return code;
   return BindMapi() ? FENDREL_SUCCESS : FENDREL_FAILED;
 }
 
@@ -29,7 +35,7 @@ void release() noexcept {
   FreeResourceModule(g_hResLibrary);
   if (!g_hResLibrary) g_hResInstance = g_hModule;
   g_destination.name = nullptr;
-  g_destinationName.reset();
+  g_destinationName->reset();
   if (IsMapiBound()) UnbindMapi();
 }
 
@@ -37,10 +43,13 @@ void release() noexcept {
 
 std::uint32_t startModule() noexcept {
   if (g_initialisations == 0) {
-    if (const auto code = load()) {
-      release();
-      return code;
-    }
+    if (!g_releaseWanted)
+      if (const auto code = load()) {
+        release();
+        return code;
+      }
+    g_releaseWanted = false;  // what a running call still needs is there
+    ++g_start;
   }
   ++g_initialisations;
   return FENDREL_SUCCESS;
@@ -48,8 +57,22 @@ std::uint32_t startModule() noexcept {
 
 // A stop without a start wraps the count round; hosts must not do that, and it is kept.
 void stopModule() noexcept {
-  if (g_initialisations-- == 1) release();
+  if (g_initialisations-- != 1) return;
+  const ModuleUse use;
+  ++g_start;
+  g_releaseWanted = true;
+  endAllJobs();
 }
+
+ModuleUse::ModuleUse() noexcept : start_(g_start) { ++g_uses; }
+
+ModuleUse::~ModuleUse() {
+  if (--g_uses != 0 || !g_releaseWanted) return;
+  g_releaseWanted = false;
+  release();
+}
+
+bool ModuleUse::holds() const noexcept { return start_ == g_start && start_ % 2 == 1; }
 
 const FendrelDestinationList* exportDestinations() noexcept { return &g_destinationList; }
 const wchar_t* templateMessageClass() noexcept { return g_templateClass; }

@@ -96,4 +96,19 @@ void closeSession(ComPtr<IMAPISession>& session) noexcept {
   session.Reset();
 }
 
+std::uint32_t ReleaseSession(const LogonJob& job) noexcept {
+  closeSession(job.session);
+  job.profileName.reset();
+  job.sender = {};
+  return 0;
+}
+
+std::uint32_t Logon(const LogonJob& job, const wchar_t* profileName, const wchar_t* profilePassword) noexcept {
+  ReleaseSession(job);
+  HRESULT result = openSession(profileName, profilePassword, job.optionsSupplied, job.session);
+  if (FAILED(result)) return job.failure.noLogon(result);
+  result = GetSessionProfileName(job.session.Get(), job.profileName, job.sender);
+  return FAILED(result) ? job.failure.noProfileName(result) : 0;
+}
+
 }  // namespace fendrel

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -39,5 +40,31 @@ HRESULT QuerySessionIdentity(IMAPISession* session, SenderIdentity& sender) noex
 
 // Logs off and lets go of the session; does nothing without one.
 void closeSession(ComPtr<IMAPISession>& session) noexcept;
+
+// Puts a failed logon into the host's terms: each answers the code, and leaves words where that says too little.
+class LogonFailure {
+ public:
+  virtual std::uint32_t noLogon(HRESULT result) noexcept = 0;
+  virtual std::uint32_t noProfileName(HRESULT result) noexcept = 0;
+
+ protected:
+  ~LogonFailure() = default;
+};
+
+// What of a job its logon changes, borrowed.
+struct LogonJob {
+  ComPtr<IMAPISession>& session;
+  bool optionsSupplied;  // no dialog of MAPI's
+  std::optional<std::wstring>& profileName;
+  SenderIdentity& sender;
+  LogonFailure& failure;
+};
+
+// Logs off and forgets profile name and identity. Always 0.
+std::uint32_t ReleaseSession(const LogonJob& job) noexcept;
+
+// Logs the job on with a session of its own, after releasing the one it holds. Null for profile name and password lets
+// MAPI ask. 0, or what the failure is in the host's terms.
+std::uint32_t Logon(const LogonJob& job, const wchar_t* profileName, const wchar_t* profilePassword) noexcept;
 
 }  // namespace fendrel

@@ -110,6 +110,7 @@ std::uint32_t convert(From* options, To*& result, std::uint16_t* size) noexcept 
   const std::uint16_t version = options->version;
   if (!CheckOptionsVersion(options)) return FENDREL_INVALID_ARGUMENT;
 
+  if (size && options->packedSize == 0) *size = 0;  // stands also when memory runs out on the way
   OptionsCopy<From> from;
   std::uint32_t code = from.take(*options);
   if (code == FENDREL_SUCCESS)

@@ -42,7 +42,7 @@ std::uint32_t OptionsCopy<Options>::take(const Options& options) noexcept {
     folderPath_ = header().folderPath;
     // An encoded block whose size wrapped to 0 looks unpacked; its offsets are no addresses.
     for (const Character* text : {profileName_, profilePassword_, folderPath_})
-      if (text && readableBytes(text, sizeof(Character)) == 0) return FENDREL_INVALID_ARGUMENT;
+      if (text && !isReadableText(text)) return FENDREL_INVALID_ARGUMENT;
     return FENDREL_SUCCESS;
   }
   const auto strings = findPackedStrings(readableBlock(options), sizeof(Character));

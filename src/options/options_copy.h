@@ -22,14 +22,14 @@ struct OptionsCharacter<DestinationOptionsA> {
 };
 
 // What a packed record's copy covers: the strings as they lie in the caller's block, each up to its terminator,
-// because the stated packed size is shorter than the block. Bytes past the stated size are read only where the
-// system says that they can be.
+// because the stated packed size is shorter than the block. Bytes past the stated size, and the strings of an unpacked
+// record, are read only where the system says that they can be.
 template <class Options>
 class OptionsCopy {
  public:
   using Character = typename OptionsCharacter<Options>::Type;
 
-  // Copies `options`, whose version has been checked. 0, 2, or 5 when a packed record does not hold its strings.
+  // Copies `options`, whose version has been checked. 0, 2, or 5 when the record's strings do not end in readable memory.
   std::uint32_t take(const Options& options) noexcept;
 
   // Valid after a successful take. The strings are null when absent; those of an unpacked record are the caller's.

@@ -4,8 +4,10 @@
 
 #include <cwchar>
 
+#include "english/texts.h"
 #include "fendrel/fendrel.h"
 #include "format_string.h"
+#include "resource_ids.h"
 #include "resource_module.h"
 
 namespace fendrel {
@@ -30,9 +32,9 @@ constexpr Failure failures[] = {
     {MAPI_E_CORRUPT_DATA, FENDREL_FAILED, 0, L"MAPI_E_CORRUPT_DATA"},
     {MAPI_E_FAILONEPROVIDER, FENDREL_FAILED, 0, L"MAPI Error: Fail on provider."},
     {MAPI_E_INVALID_PARAMETER, FENDREL_FAILED, 0, L"MAPI_E_INVALID_PARAMETER"},
-    {MAPI_E_NO_SUPPORT, FENDREL_FAILED, 15, L"Such posting is not supported by the Message Service Provider."},
-    {MAPI_E_NOT_FOUND, FENDREL_FAILED, 14, L"MAPI object not found."},
-    {MAPI_E_NO_ACCESS, FENDREL_FAILED, 13, L"No access right to post file to Exchange Folders."},
+    {MAPI_E_NO_SUPPORT, FENDREL_FAILED, IDS_NOT_SUPPORTED, L"" TEXT_NOT_SUPPORTED},
+    {MAPI_E_NOT_FOUND, FENDREL_FAILED, IDS_NOT_FOUND, L"" TEXT_NOT_FOUND},
+    {MAPI_E_NO_ACCESS, FENDREL_FAILED, IDS_NO_RIGHT_TO_POST_FILE, L"" TEXT_NO_RIGHT_TO_POST_FILE},
 };
 
 }  // namespace

@@ -68,7 +68,7 @@ class PostingLoop {
     const wchar_t* const extension = extensionOf(std::wstring_view(name)).data();
     ReportTexts texts;
     if (templateMode_) {
-      switch (job_.naming->nameReport(name, path, folder_, texts)) {
+      switch (job_.naming.nameReport(name, path, folder_, texts)) {
         case Naming::skip:
           return;
         case Naming::abort:
@@ -100,7 +100,6 @@ bool isTemplateMode(const PostingJob& job) noexcept {
 }
 
 std::uint32_t postReportFiles(const PostingJob& job, std::span<const wchar_t* const> filePaths) {
-  if (isTemplateMode(job) && !job.naming) return mapResult(MAPI_E_NO_SUPPORT, job.errorText);
   TargetFolder target;
   HRESULT result = openTargetFolder(job, target);
   if (SUCCEEDED(result)) result = PostingLoop(job, target.folder.Get()).run(filePaths);

@@ -36,7 +36,7 @@ struct PostingJob {
   const SenderIdentity& sender;
   const wchar_t* templateClass;
   const wchar_t* documentClass;
-  NamingStep* naming;    // null refuses template mode
+  NamingStep& naming;    // asked in template mode alone
   ErrorText& errorText;  // receives the words of a failure
 };
 

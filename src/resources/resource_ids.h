@@ -1,4 +1,4 @@
-// The ids of dialogs, controls and bitmaps, for code and resource scripts. Hosts and language libraries know them.
+// The ids of dialogs, controls, strings and bitmaps, for code and resource scripts. Hosts and language libraries know them.
 #pragma once
 
 #define IDD_FOLDER 101
@@ -16,6 +16,23 @@
 // In dialog "IDD_REPORT_NAME", besides IDABORT.
 #define IDC_NAME_EDIT 1012
 #define IDC_NAME_PROMPT 1013
+
+// Strings. There is no 5; those without a use here are for hosts.
+#define IDS_DESTINATION 1
+#define IDS_NO_RIGHT_TO_POST 2
+#define IDS_NAME_EMPTY 3
+#define IDS_FILE_NOT_OPEN 4
+#define IDS_DOCUMENT_CLASS 6
+#define IDS_TEMPLATE_CLASS 7
+#define IDS_INVALID_TYPE 8
+#define IDS_MAPI_NOT_LOADED 9
+#define IDS_MAPI_NOT_INITIALISED 10
+#define IDS_NO_LOGON 11
+#define IDS_NO_PROFILE_NAME 12
+#define IDS_NO_RIGHT_TO_POST_FILE 13
+#define IDS_NOT_FOUND 14
+#define IDS_NOT_SUPPORTED 15
+#define IDS_PROFILE_CHOSEN 16
 
 #define IDB_STORE 103
 #define IDB_OPENED_STORE 104

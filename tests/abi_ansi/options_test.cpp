@@ -88,10 +88,16 @@ TEST_F(AnsiOptionsTest, FreeingNothingIsAllowed) { EXPECT_EQ(host().freeOptions(
 
 TEST_F(AnsiOptionsTest, NullOutArgumentsAreRefusedWith5) {
   open();
-  DestinationOptionsA* block = nullptr;
   EXPECT_EQ(host().encodeOptions(job, nullptr, &size), FENDREL_INVALID_ARGUMENT);
-  EXPECT_EQ(host().encodeOptions(job, &block, nullptr), FENDREL_INVALID_ARGUMENT);
   EXPECT_EQ(host().decodeOptions(job, nullptr), FENDREL_INVALID_ARGUMENT);
+}
+
+TEST_F(AnsiOptionsTest, EncodingWorksWithoutAPlaceForTheSize) {
+  open();
+  DestinationOptionsA* block = nullptr;
+  EXPECT_EQ(host().encodeOptions(job, &block, nullptr), FENDREL_SUCCESS);
+  ASSERT_NE(block, nullptr);
+  EXPECT_EQ(wide(reinterpret_cast<const char*>(block) + block->profileNameOffset), nativeProfile());
 }
 
 TEST_F(AnsiOptionsTest, FullCircle_KeptBytesBringTheExportBackInTheAnsiSet) {

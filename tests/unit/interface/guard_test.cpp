@@ -23,4 +23,18 @@ TEST(Guard, TurnsAnythingElseIntoAFailure) {
   EXPECT_EQ(guarded([]() -> std::uint32_t { throw 1184; }), 0xFFFFFFFFu);
 }
 
+TEST(Guard, LeavesNoOlderWordsStandingForAFailureWithoutWords) {
+  fendrel::ErrorText words;
+  words.assign(L"an older failure");
+  EXPECT_EQ(guarded([]() -> std::uint32_t { throw std::runtime_error("x"); }, &words), 0xFFFFFFFFu);
+  EXPECT_STREQ(words.get(), L"MAPI_E_CALL_FAILED");
+}
+
+TEST(Guard, LeavesTheWordsAloneWhereTheCodeSaysEnough) {
+  fendrel::ErrorText words;
+  words.assign(L"an older failure");
+  guarded([]() -> std::uint32_t { throw std::bad_alloc(); }, &words);
+  EXPECT_STREQ(words.get(), L"an older failure");
+}
+
 }  // namespace

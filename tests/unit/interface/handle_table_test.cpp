@@ -39,27 +39,37 @@ TEST_F(Handles, OfZeroAndUnknownOnesFindNothing) {
   EXPECT_EQ(table.find(handle + 1), nullptr);
 }
 
-TEST_F(Handles, OfARemovedObjectAreUnknownAndNotGivenOutAgain) {
+TEST_F(Handles, OfATakenObjectAreUnknownAndNotGivenOutAgain) {
   const auto handle = table.add(object());
-  EXPECT_TRUE(table.remove(handle));
+  EXPECT_NE(table.take(handle), nullptr);
   EXPECT_EQ(living, 0);
   EXPECT_EQ(table.find(handle), nullptr);
   EXPECT_NE(table.add(object()), handle);
 }
 
-TEST_F(Handles, ThatAreUnknownRemoveNothing) {
+TEST_F(Handles, ThatAreUnknownTakeNothing) {
   table.add(object());
-  EXPECT_FALSE(table.remove(0));
-  EXPECT_FALSE(table.remove(12345));
+  EXPECT_EQ(table.take(0), nullptr);
+  EXPECT_EQ(table.take(12345), nullptr);
   EXPECT_EQ(living, 1);
 }
 
-TEST_F(Handles, WrapOverZeroAndThoseInUse) {
-  HandleTable<Counted> late(0xFFFFFFFE);
-  EXPECT_EQ(late.add(object()), 0xFFFFFFFFu);
+TEST_F(Handles, AreWalkedFromTheNewestOn) {
+  EXPECT_EQ(table.newest(), 0u);
+  const auto first = table.add(object()), second = table.add(object()), third = table.add(object());
+  EXPECT_EQ(table.newest(), third);
+  table.take(second);
+  EXPECT_EQ(table.newestBefore(third), first);
+  EXPECT_EQ(table.newestBefore(second), first);
+  EXPECT_EQ(table.newestBefore(first), 0u);
+}
+
+TEST_F(Handles, WrapOverZeroTheOneThatIsNeverGivenAndThoseInUse) {
+  HandleTable<Counted> late(0xFFFFFFFD);
+  EXPECT_EQ(late.add(object()), 0xFFFFFFFEu);
   const auto second = late.add(object());
   EXPECT_EQ(second, 1u);
-  HandleTable<Counted> full(0xFFFFFFFE);
+  HandleTable<Counted> full(0xFFFFFFFD);
   full.add(object());
   full.add(object());
   EXPECT_EQ(full.add(object()), 2u);

@@ -1,7 +1,9 @@
 // The ANSI layer over wide functions that the test plays, on a heap whose freed blocks are unreadable.
 #include <gmock/gmock.h>
 
+#include <barrier>
 #include <cstring>
+#include <thread>
 
 #include "ansi_layer.h"
 #include "ansi_text.h"
@@ -306,6 +308,24 @@ TEST_F(AnsiLayer, TheEncodersCodeGoesBeforeTheConversions) {
   EXPECT_EQ(block, nullptr);
 }
 
+TEST_F(AnsiLayer, TheEncodersSizeNeedNotBeAskedFor) {
+  EncodedBlock encoded;
+  fake.encoded = &encoded.header;
+  open();
+  DestinationOptionsA* block = nullptr;
+  EXPECT_EQ(NRVEncodeDestinationOptions(job, &block, nullptr), FENDREL_SUCCESS);
+  ASSERT_NE(block, nullptr);
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(block) + block->profileNameOffset), "Default");
+}
+
+TEST_F(AnsiLayer, ThePlaceOfTheBlockIsNullAfterAFailureWithoutASize) {
+  fake.encodeCode = FENDREL_OUT_OF_MEMORY;
+  open();
+  auto* block = reinterpret_cast<DestinationOptionsA*>(-1);
+  EXPECT_EQ(NRVEncodeDestinationOptions(job, &block, nullptr), FENDREL_OUT_OF_MEMORY);
+  EXPECT_EQ(block, nullptr);
+}
+
 TEST_F(AnsiLayer, ABlockThatCannotBeConvertedIsNotHandedOut) {
   EncodedBlock encoded;
   encoded.header.profileNameOffset = 7;  // inside the header
@@ -330,6 +350,54 @@ TEST_F(AnsiLayer, ADecodedRecordIsConvertedAndTheWideOneFreedWithTheContext) {
   EXPECT_THAT(fake.freedWide, ElementsAre(context));
   EXPECT_EQ(NRVFreeDestinationOptions(99, record), FENDREL_SUCCESS);
   EXPECT_THAT(fake.freedAnsi, ElementsAre(99u));
+}
+
+TEST_F(AnsiLayer, ADecoderThatFailsGivesItsCodeAndNoRecord) {
+  fake.decodeCode = FENDREL_OUT_OF_MEMORY;
+  open();
+  auto* record = reinterpret_cast<DestinationOptionsA*>(-1);
+  EXPECT_EQ(NRVDecodeDestinationOptions(job, &record), FENDREL_OUT_OF_MEMORY);
+  EXPECT_EQ(record, nullptr);
+  EXPECT_THAT(fake.freedWide, testing::IsEmpty());
+}
+
+TEST_F(AnsiLayer, ADecodedRecordThatIsRefusedIsNotHandedOutAndIsFreed) {
+  fake.makeDecoded = [] {
+    auto* const record = static_cast<DestinationOptions*>(std::calloc(1, sizeof(DestinationOptions)));
+    record->profileNameOffset = 48;  // of a block whose size has wrapped to 0
+    return record;
+  };
+  open();
+  auto* record = reinterpret_cast<DestinationOptionsA*>(-1);
+  EXPECT_EQ(NRVDecodeDestinationOptions(job, &record), FENDREL_INVALID_ARGUMENT);
+  EXPECT_EQ(record, nullptr);
+  EXPECT_THAT(fake.freedWide, ElementsAre(context));
+}
+
+TEST_F(AnsiLayer, ThePreviousBlockIsFreedAlsoWhenTheNewOneCannotBeConverted) {
+  EncodedBlock encoded;
+  fake.encoded = &encoded.header;
+  open();
+  DestinationOptionsA *first = nullptr, *second = nullptr;
+  uint16_t size = 0;
+  ASSERT_EQ(NRVEncodeDestinationOptions(job, &first, &size), FENDREL_SUCCESS);
+  encoded.header.profileNameOffset = 7;  // inside the header
+  EXPECT_EQ(NRVEncodeDestinationOptions(job, &second, &size), FENDREL_INVALID_ARGUMENT);
+  EXPECT_FALSE(isReadable(first));
+}
+
+TEST_F(AnsiLayer, TheWideJobEndsBeforeWhatTheHostWasGivenIsFreed) {
+  EncodedBlock encoded;
+  fake.encoded = &encoded.header;
+  open();
+  DestinationOptionsA* block = nullptr;
+  uint16_t size = 0;
+  ASSERT_EQ(NRVEncodeDestinationOptions(job, &block, &size), FENDREL_SUCCESS);
+  bool wasReadable = false;
+  fake.atEnd = [&] { wasReadable = isReadable(block) && isReadable(result); };
+  end();
+  EXPECT_TRUE(wasReadable);
+  EXPECT_FALSE(isReadable(block));
 }
 
 TEST_F(AnsiLayer, TextIsInTheCodePageOfTheCallingThread) {
@@ -462,6 +530,27 @@ TEST_F(AnsiLayer, DetachFreesTheCachedList) {
   const FendrelDestinationListA* const again = NRVGetExportDestinations();
   EXPECT_STREQ(again->destinations[0]->name, "Named");
   EXPECT_EQ(NRVGetExportDestinations(), again);
+}
+
+// Both threads find no list; one of them must wait until the other has made it.
+TEST_F(AnsiLayer, TheListIsBuiltOnceByThreadsThatAskAtOnce) {
+  detachAnsiLayer();
+  ASSERT_TRUE(attachAnsiLayer(GetModuleHandleW(nullptr)));
+  const FendrelDestination destination{.size = 24, .name = L"Named"};
+  const FendrelDestination* const entries[] = {&destination};
+  const FendrelDestinationList list{.size = 16, .count = 1, .destinations = entries};
+  fake.list = &list;
+  fake.listDelay = 200;
+  constexpr int count = 4;
+  std::barrier start(count);
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < count; ++thread)
+    threads.emplace_back([&] {
+      start.arrive_and_wait();
+      EXPECT_NE(NRVGetExportDestinations(), nullptr);
+    });
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(fake.listsAsked, 1);
 }
 
 // The system's own library has none of the names; detaching after the refusal is what the loader does.

@@ -14,7 +14,11 @@ FakeWide fake;
 uint32_t WINAPI NRVInitializeW() noexcept { return static_cast<uint32_t>(++fake.initialised); }
 uint32_t WINAPI NRVTerminateW() noexcept { return static_cast<uint32_t>(--fake.initialised); }
 uint16_t WINAPI NRVGetVersionW() noexcept { return 0x0123; }
-const FendrelDestinationList* WINAPI NRVGetExportDestinationsW() noexcept { return fake.list; }
+const FendrelDestinationList* WINAPI NRVGetExportDestinationsW() noexcept {
+  InterlockedIncrement(&fake.listsAsked);
+  Sleep(fake.listDelay);
+  return fake.list;
+}
 
 uint32_t WINAPI NRVInitExportDestinationW(HWND parentWindow, uint32_t hostValue, DestinationOptions* options,
                                           const FendrelFileList* files, FendrelJob* job,
@@ -30,6 +34,7 @@ uint32_t WINAPI NRVInitExportDestinationW(HWND parentWindow, uint32_t hostValue,
 
 uint32_t WINAPI NRVTermExportDestinationW(FendrelJob job) noexcept {
   fake.ended.push_back(job);
+  if (fake.atEnd) fake.atEnd();
   return fake.termCode;
 }
 

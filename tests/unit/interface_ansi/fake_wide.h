@@ -14,12 +14,15 @@ struct FakeWide {
   uint32_t initCode = FENDREL_SUCCESS, encodeCode = FENDREL_SUCCESS, decodeCode = FENDREL_SUCCESS;
   uint32_t termCode = FENDREL_SUCCESS;
   const FendrelDestinationList* list = nullptr;
+  DWORD listDelay = 0;  // milliseconds
   FendrelResult result{.size = sizeof(FendrelResult)};
   const wchar_t* errorText = L"";
   DestinationOptions* encoded = nullptr;               // given out by the encoder
   std::function<DestinationOptions*()> makeDecoded;    // by the decoder
 
   // What they were called with.
+  std::function<void()> atEnd;  // of a job
+  LONG listsAsked = 0;          // by any thread
   std::function<void(const FendrelFileList*)> lookAtFiles;
   std::function<void(const FendrelExportDescription*)> lookAtExport;
   std::function<void(const DestinationOptions*)> lookAtOptions;

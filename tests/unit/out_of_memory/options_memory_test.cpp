@@ -32,7 +32,11 @@ class OptionsMemory : public testing::Test {
       options.version = 2;
       To* result = nullptr;
       std::uint32_t code = 0;
-      const auto outcome = withFailingAllocation(nth, [&] { code = convertOptions(&options, result, nullptr); });
+      std::uint16_t size = 99;
+      const auto outcome = withFailingAllocation(nth, [&] { code = convertOptions(&options, result, &size); });
+      if (options.packedSize == 0) {
+        EXPECT_EQ(size, 0);
+      }
       if (!outcome.failed) {
         EXPECT_EQ(code, 0u);
         freeOptions(result);

@@ -4,6 +4,9 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <cstring>
+
+using fendrel::isReadableText;
 using fendrel::readableBytes;
 
 namespace {
@@ -61,6 +64,59 @@ TEST_F(ReadableBytes, EndAtAGuardPageAndLeaveItsGuard) {
   MEMORY_BASIC_INFORMATION pages;
   VirtualQuery(start + page, &pages, sizeof pages);
   EXPECT_TRUE(pages.Protect & PAGE_GUARD) << "asking touched the page";
+}
+
+// Text of 'x' that fills memory up to its end.
+class ReadableText : public ReadableBytes {
+ protected:
+  ReadableText() { std::memset(start, 'x', 2 * page); }
+  template <class Character>
+  bool isText(std::size_t offset) const {
+    return isReadableText(reinterpret_cast<const Character*>(start + offset));
+  }
+};
+
+TEST_F(ReadableText, EndsWithItsTerminator) {
+  start[100] = start[101] = std::byte{0};
+  EXPECT_TRUE(isText<char>(10));
+  EXPECT_TRUE(isText<wchar_t>(10));
+}
+
+TEST_F(ReadableText, MayEndWithTheLastByteOfAPage) {
+  start[2 * page - 2] = start[2 * page - 1] = std::byte{0};
+  EXPECT_TRUE(isText<char>(2 * page - 9));
+  EXPECT_TRUE(isText<wchar_t>(2 * page - 10));
+}
+
+TEST_F(ReadableText, WithoutItsTerminatorIsNone) {
+  EXPECT_FALSE(isText<char>(2 * page - 9));
+  EXPECT_FALSE(isText<wchar_t>(2 * page - 10));
+  EXPECT_FALSE(isText<char>(0));
+}
+
+TEST_F(ReadableText, WithHalfATerminatorIsNone) {
+  start[2 * page - 1] = std::byte{0};
+  EXPECT_FALSE(isText<wchar_t>(2 * page - 10));
+  EXPECT_FALSE(isText<wchar_t>(2 * page - 9));  // its last character is cut
+}
+
+TEST_F(ReadableText, GoesOnOverPagesOfDifferentProtectionAndOddAddresses) {
+  start[2 * page - 3] = start[2 * page - 2] = std::byte{0};
+  protect(1, PAGE_READONLY);
+  EXPECT_TRUE(isText<char>(7));
+  EXPECT_TRUE(isText<wchar_t>(7));
+}
+
+TEST_F(ReadableText, EndsAtAPageWithoutAccess) {
+  start[page + 10] = start[page + 11] = std::byte{0};
+  protect(1, PAGE_NOACCESS);
+  EXPECT_FALSE(isText<char>(100));
+  EXPECT_FALSE(isText<wchar_t>(101));
+}
+
+TEST_F(ReadableText, IsNoneAtNullOrALowAddress) {
+  EXPECT_FALSE(isReadableText(static_cast<const char*>(nullptr)));
+  EXPECT_FALSE(isReadableText(reinterpret_cast<const wchar_t*>(48)));
 }
 
 }  // namespace

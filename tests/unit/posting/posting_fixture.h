@@ -30,7 +30,7 @@ class PostingFixture : public testing::Test {
                                      .sender = sender,
                                      .templateClass = L"IPM.Quorvel.Report.Template",
                                      .documentClass = L"IPM.Document.*",
-                                     .naming = naming,
+                                     .naming = *naming,
                                      .errorText = errorText},
                                     paths);
   }
@@ -43,7 +43,15 @@ class PostingFixture : public testing::Test {
   std::vector<std::wstring> fileNames;
   std::vector<const wchar_t*> paths;
   fendrel::SenderIdentity sender;
-  fendrel::NamingStep* naming = nullptr;
+  // Asked in template mode alone.
+  struct NoNaming : fendrel::NamingStep {
+    fendrel::Naming nameReport(const std::wstring&, const wchar_t*, IMAPIFolder*, fendrel::ReportTexts&) override {
+      ADD_FAILURE() << "a name is asked for";
+      return fendrel::Naming::abort;
+    }
+  };
+  NoNaming noNaming;
+  fendrel::NamingStep* naming = &noNaming;
   fendrel::ErrorText errorText;
 
  private:

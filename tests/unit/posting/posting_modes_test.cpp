@@ -20,7 +20,7 @@ class PostingMode : public PostingFixture, public testing::WithParamInterface<Mo
 TEST_P(PostingMode, FollowsFromTypeAndSetUp) {
   destination.type = GetParam().type;
   const PostingJob job{&world.session, GetParam().optionsSupplied, destination, fileNames, sender,
-                       L"",            L"",                        nullptr,     errorText};
+                       L"",            L"",                        noNaming,    errorText};
   EXPECT_EQ(isTemplateMode(job), GetParam().isTemplate);
 }
 
@@ -176,14 +176,6 @@ TEST_F(TemplateMode, OtherExceptionOfTheNamingStepReachesTheCaller) {
   EXPECT_CALL(step, nameReport).WillOnce([](auto, auto, auto, auto&) -> Naming { throw 1184; });
   EXPECT_THROW(post(), int);
   EXPECT_FALSE(world.top.isHeld());
-}
-
-TEST_F(TemplateMode, WithoutANamingStepIsNotSupported) {
-  naming = nullptr;
-  addFile(L"a.rpt");
-  EXPECT_EQ(post(), FENDREL_FAILED);
-  EXPECT_STREQ(errorText.get(), L"Such posting is not supported by the Message Service Provider.");
-  EXPECT_TRUE(world.top.messages.empty());
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 #include <fstream>
 
 #include "fendrel/fendrel.h"
+#include "import_hook.h"
+#include "information_box.h"
 #include "report_naming.h"
 #include "temp_folder.h"
 #include "ui_fixture.h"
@@ -32,7 +34,7 @@ class TemplateExport : public UiTest {
                               .sender = sender_,
                               .templateClass = L"IPM.QUORVEL.REPORT.TEMPLATE",
                               .documentClass = L"IPM.Document.*",
-                              .naming = &naming,
+                              .naming = naming,
                               .errorText = errorText_},
                              paths);
     });
@@ -70,6 +72,10 @@ class TemplateExport : public UiTest {
   }
 
   ModalCall& call() { return *call_; }
+
+  // Into the Common Views folder of the default store.
+  void choosePersonalReport() { destination_ = {.type = FENDREL_PERSONAL_REPORT}; }
+  const wchar_t* words() const { return errorText_.get(); }
 
   std::uint32_t code = 99;
 
@@ -165,6 +171,54 @@ TEST_F(TemplateExport, DialogThatCannotBeShownPostsWithoutAName) {
   EXPECT_EQ(code, 0u);
   EXPECT_THAT(mapi.messages(), SizeIs(3));
   for (const PostedMessage& message : mapi.messages()) EXPECT_FALSE(has(message.properties, PR_DISPLAY_NAME_W));
+}
+
+TEST_F(TemplateExport, OfAPersonalReportPostsIntoCommonViews) {
+  choosePersonalReport();
+  start();
+  answer(L"one.rpt", L"First");
+  press(L"two.rpt", IDABORT);
+  finish();
+  EXPECT_EQ(code, 6u);
+  ASSERT_THAT(mapi.messages(), SizeIs(1));
+  EXPECT_EQ(mapi.messages()[0].folder, "Mailbox - Ada (common views)");
+  EXPECT_TRUE(mapi.messages()[0].associated);
+}
+
+// Names are asked for all the same; what is posted then has no folder.
+TEST_F(TemplateExport, OfAPersonalReportWithoutCommonViewsFailsForEachFile) {
+  World world = standardWorld();
+  world.stores[0].validFolderMask = FOLDER_IPM_SUBTREE_VALID;
+  logOn(world);
+  choosePersonalReport();
+  start();
+  answer(L"one.rpt", L"First");
+  press(L"two.rpt", IDCANCEL);
+  answer(L"three.rpt", L"Third");
+  finish();
+  EXPECT_EQ(code, FENDREL_FAILED);
+  EXPECT_STREQ(words(), L"MAPI_E_INVALID_PARAMETER");
+  EXPECT_THAT(mapi.messages(), IsEmpty());
+}
+
+UINT g_boxType;
+HWND g_boxOwner;
+int WINAPI noteBox(HWND owner, const wchar_t*, const wchar_t*, UINT type) {
+  g_boxOwner = owner;
+  g_boxType = type;
+  return IDOK;
+}
+
+TEST_F(TemplateExport, BoxAboutATakenNameHasTheInformationIconAndTheParentWindowAsOwner) {
+  const HWND parent = CreateWindowW(L"STATIC", L"host", WS_OVERLAPPED, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
+  const ImportHook hook("USER32.dll", "MessageBoxW", &noteBox);
+  for (const HWND owner : {HWND{nullptr}, parent}) {
+    g_boxType = 0;
+    showInformation(owner, L"text");
+    EXPECT_EQ(g_boxType, 0x40u);
+    EXPECT_EQ(g_boxOwner, owner);
+  }
+  DestroyWindow(parent);
 }
 
 }  // namespace
