@@ -1,6 +1,8 @@
 #include "tlv_memory.h"
 
+#include <algorithm>
 #include <cstring>
+#include <functional>
 #include <new>
 
 namespace fendrel {
@@ -8,6 +10,7 @@ namespace {
 
 constexpr std::uint32_t firstBlockSize = 256;
 constexpr std::uint32_t growthMargin = 256;
+constexpr std::uint32_t largestBlockSize = 65535;  // as far as the position reaches
 
 FileCode makeStream(MemoryBlock& block, TLVMemory::Purpose purpose, std::unique_ptr<TLVMemory>& stream) noexcept {
   stream.reset(new (std::nothrow) TLVMemory(block, purpose));
@@ -18,17 +21,18 @@ constexpr std::uint32_t itemSize(std::uint16_t length) noexcept { return tlvHead
 
 }  // namespace
 
-TLVMemory::~TLVMemory() { TLVMemory::Close(); }
+TLVMemory::~TLVMemory() {
+  if (purpose_ == Purpose::writing && block_) BlockRealloc(block_, position_);
+}
 
 FileCode TLVMemory::Close() noexcept {
-  if (purpose_ == Purpose::writing && block_) BlockRealloc(*block_, position_);
-  block_ = nullptr;
+  closed_ = true;
   return fileSuccess;
 }
 
 FileCode TLVMemory::PeekItem(std::uint16_t& tag, std::uint16_t& length) noexcept {
-  if (!block_) return fileEnd;
-  const TlvItem item = tlvItemAt({block_->get(), BlockSize(*block_)}, position_);
+  if (closed_) return fileEnd;
+  const TlvItem item = tlvItemAt({block_.get(), BlockSize(block_)}, position_);
   if (item.finding == TlvFinding::end) return fileEnd;
   if (item.finding != TlvFinding::item) return fileMalformed;
   tag = item.header.tag;
@@ -57,7 +61,7 @@ FileCode TLVMemory::FindTag(std::uint16_t tag) noexcept {
 
 FileCode TLVMemory::GetValuePointer(std::uint16_t& tag, std::uint16_t& length, std::byte*& value) noexcept {
   if (const FileCode code = PeekItem(tag, length)) return code;
-  value = block_->get() + position_ + tlvHeaderSize;
+  value = block_.get() + position_ + tlvHeaderSize;
   position_ = static_cast<std::uint16_t>(position_ + itemSize(length));
   return fileSuccess;
 }
@@ -73,21 +77,26 @@ FileCode TLVMemory::ReadItem(std::uint16_t& tag, std::uint16_t& length, MemoryBl
   return fileSuccess;
 }
 
-// Leaves a margin behind the item. The sizes count modulo 65,536, and a block never shrinks below its need by that.
+// Leaves a margin behind the item, as far as the largest block has room for one.
 bool TLVMemory::makeRoom(std::uint16_t length) noexcept {
   const std::uint32_t need = position_ + itemSize(length);
-  if (need <= BlockSize(*block_)) return true;
-  const auto size = static_cast<std::uint16_t>(need + growthMargin);
-  return size >= need && BlockRealloc(*block_, size);
+  if (need <= BlockSize(block_)) return true;
+  return need <= largestBlockSize && BlockRealloc(block_, std::min(need + growthMargin, largestBlockSize));
 }
 
 FileCode TLVMemory::WriteItem(std::uint16_t tag, std::uint16_t length, const void* data) noexcept {
-  if (!block_ || (length != 0 && !data)) return fileOutOfMemory;
+  if (closed_ || (length != 0 && !data)) return fileOutOfMemory;
+  // Data in the stream's own block moves with it.
+  const auto* const start = static_cast<const std::byte*>(data);
+  const bool isOwn = std::greater_equal<>()(start, block_.get()) &&
+                     std::less<>()(start, block_.get() + BlockSize(block_));
+  const std::ptrdiff_t offset = isOwn ? start - block_.get() : 0;
   if (!makeRoom(length)) return fileOutOfMemory;
-  std::byte* const item = block_->get() + position_;
+  std::byte* const item = block_.get() + position_;
   const auto header = tlvHeaderBytes({.tag = tag, .length = length});
+  // The value first: the header may fall on it.
+  if (length != 0) std::memmove(item + tlvHeaderSize, isOwn ? block_.get() + offset : start, length);
   std::memcpy(item, header.data(), header.size());
-  if (length != 0) std::memcpy(item + tlvHeaderSize, data, length);
   position_ = static_cast<std::uint16_t>(position_ + itemSize(length));
   return fileSuccess;
 }

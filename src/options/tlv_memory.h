@@ -13,16 +13,19 @@ class TLVMemory : public TLVDescriptor {
  public:
   enum class Purpose : std::uint16_t { reading = 0, writing = 1 };
 
-  TLVMemory(MemoryBlock& block, Purpose purpose) noexcept : block_(&block), purpose_(purpose) {}
+  TLVMemory(MemoryBlock& block, Purpose purpose) noexcept : block_(block), purpose_(purpose) {}
 
+  // A writer leaves the block exactly as long as the items.
   ~TLVMemory() override;
 
   bool IsMemory() const noexcept override { return true; }
 
-  // Lets go of the block; a writer leaves it exactly as long as the items.
+  // Nothing more is read or written.
   FileCode Close() noexcept override;
   FileCode GetValuePointer(std::uint16_t& tag, std::uint16_t& length, std::byte*& value) noexcept override;
   FileCode ReadItem(std::uint16_t& tag, std::uint16_t& length, MemoryBlock& block) noexcept override;
+
+  // Writes any item that ends within the first 65,535 bytes. The data may lie in the stream's own block.
   FileCode WriteItem(std::uint16_t tag, std::uint16_t length, const void* data) noexcept override;
   FileCode FindTag(std::uint16_t tag) noexcept override;
   FileCode PeekItem(std::uint16_t& tag, std::uint16_t& length) noexcept override;
@@ -33,7 +36,8 @@ class TLVMemory : public TLVDescriptor {
  private:
   bool makeRoom(std::uint16_t length) noexcept;
 
-  MemoryBlock* block_;          // null once closed; the data's address is always taken from it
+  MemoryBlock& block_;          // the data's address is always taken from it
+  bool closed_ = false;
   std::uint16_t position_ = 0;  // behind the items written or read
   Purpose purpose_;
 };

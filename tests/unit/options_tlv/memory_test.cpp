@@ -185,18 +185,69 @@ TEST_F(TlvMemoryWriting, GrowthLeaves256BytesOfMargin) {
   EXPECT_EQ(BlockSize(block), 256u + 5 + 256);
 }
 
-// One byte more would need a block whose size counts to more than 65,535.
 TEST_F(TlvMemoryWriting, TheLargestGrowthReaches65535) {
   const std::string value(65275, 'x');
   EXPECT_EQ(stream->WriteItem(1, 65275, value.data()), 0);
   EXPECT_EQ(BlockSize(block), 65535u);
 }
 
-TEST_F(TlvMemoryWriting, AGrowthWhoseSizeWrapsIs267AndNothingIsTorn) {
-  EXPECT_EQ(stream->WriteItem(1, 3, "abc"), 0);
+TEST_F(TlvMemoryWriting, AnItemWithoutRoomForTheMarginIsWrittenWhole) {
+  for (const std::uint16_t length : {65276, 65520}) {
+    stream.reset();
+    ASSERT_EQ(CreateTLVMemory(block, stream), 0);
+    const std::string value(length, 'x');
+    EXPECT_EQ(stream->WriteItem(1, length, value.data()), 0);
+    EXPECT_EQ(BlockSize(block), 65535u);
+    stream.reset();
+    EXPECT_EQ(textOf(block), item(1, value));
+  }
+}
+
+TEST_F(TlvMemoryWriting, AnItemThatEndsAt65535IsWrittenAndNoneFurther) {
+  EXPECT_EQ(stream->WriteItem(1, 7, "comment"), 0);
   const std::string value(65520, 'x');
-  EXPECT_EQ(stream->WriteItem(2, 65276 - 7, value.data()), 267);
-  EXPECT_EQ(stream->WriteItem(2, 65520, value.data()), 267);
+  EXPECT_EQ(stream->WriteItem(2, 65521, value.data()), 267);
+  EXPECT_EQ(stream->WriteItem(2, 65520, value.data()), 0);
+  EXPECT_EQ(stream->position(), 65535);
+}
+
+TEST_F(TlvMemoryWriting, DataInTheStreamsOwnBlockIsWrittenAlsoWhenThatGrows) {
+  const std::string value(200, 'v');
+  ASSERT_EQ(stream->WriteItem(1, 200, value.data()), 0);
+  EXPECT_EQ(stream->WriteItem(2, 200, block.get() + 4), 0);
+  EXPECT_EQ(stream->WriteItem(3, 200, block.get() + 4 + 204), 0);
+  stream.reset();
+  EXPECT_EQ(textOf(block), item(1, value) + item(2, value) + item(3, value));
+}
+
+TEST_F(TlvMemoryWriting, DataThatTheItemFallsOnIsWrittenAsItWas) {
+  std::memcpy(block.get() + 2, "abcdefgh", 8);
+  EXPECT_EQ(stream->WriteItem(1, 8, block.get() + 2), 0);
+  stream.reset();
+  EXPECT_EQ(textOf(block), item(1, "abcdefgh"));
+}
+
+TEST_F(TlvMemoryWriting, ClosingLeavesTheBlockAndDestructionCutsIt) {
+  ASSERT_EQ(stream->WriteItem(1, 3, "abc"), 0);
+  EXPECT_EQ(stream->Close(), 0);
+  EXPECT_EQ(BlockSize(block), 256u);
+  EXPECT_EQ(stream->WriteItem(1, 3, "abc"), 267);
+  stream.reset();
+  EXPECT_EQ(textOf(block), item(1, "abc"));
+}
+
+TEST_F(TlvMemoryWriting, ABlockThatIsGoneBeforeItsStreamStaysGone) {
+  ASSERT_EQ(stream->WriteItem(1, 3, "abc"), 0);
+  stream->Close();
+  BlockFree(block);
+  stream.reset();
+  EXPECT_EQ(block, nullptr);
+}
+
+TEST_F(TlvMemoryWriting, AnItemThatDoesNotFitIs267AndNothingIsTorn) {
+  EXPECT_EQ(stream->WriteItem(1, 3, "abc"), 0);
+  const std::string value(65535, 'x');
+  EXPECT_EQ(stream->WriteItem(2, 65525, value.data()), 267);
   EXPECT_EQ(stream->WriteItem(2, 65535, value.data()), 267);
   EXPECT_EQ(BlockSize(block), 256u);
   EXPECT_EQ(stream->position(), 7);
