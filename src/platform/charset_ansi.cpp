@@ -49,21 +49,29 @@ HeapAnsiText ansiBuffer(std::size_t size) noexcept {
   return buffer;
 }
 
-int copyBack(const char* text, int length, wchar_t* buffer, int size) noexcept {
-  if (size <= 0 || !buffer) return 0;
-  buffer[0] = 0;
+WideResult::WideResult(const char* text, int length) noexcept {
   length = wholeCharacters(text, length);
-  if (length == 0) return 0;
-  const HeapText wide(static_cast<wchar_t*>(std::calloc(static_cast<std::size_t>(length), sizeof(wchar_t))));
-  if (!wide) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return 0;
-  }
-  const int characters = MultiByteToWideChar(CP_ACP, 0, text, length, wide.get(), length);
-  const int copied = std::min(characters, size - 1);
-  std::wmemcpy(buffer, wide.get(), static_cast<std::size_t>(copied));
+  if (length == 0) return;
+  text_.reset(static_cast<wchar_t*>(std::calloc(static_cast<std::size_t>(length), sizeof(wchar_t))));
+  if (text_) length_ = MultiByteToWideChar(CP_ACP, 0, text, length, text_.get(), length);
+  ok_ = length_ != 0;
+  if (!ok_) SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+}
+
+WideResult::WideResult(const char* text) noexcept
+    : WideResult(text, text ? static_cast<int>(std::strlen(text)) : 0) {}
+
+int WideResult::copyTo(wchar_t* buffer, int size) const noexcept {
+  if (size <= 0 || !buffer) return 0;
+  const int copied = std::min(length_, size - 1);
+  if (copied != 0) std::wmemcpy(buffer, text_.get(), static_cast<std::size_t>(copied));
   buffer[copied] = 0;
   return copied;
+}
+
+int copyBack(const char* text, int length, wchar_t* buffer, int size) noexcept {
+  const WideResult wide(text, length);
+  return wide.isOk() ? wide.copyTo(buffer, size) : -1;
 }
 
 int copyBack(const char* text, wchar_t* buffer, int size) noexcept {

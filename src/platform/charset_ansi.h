@@ -39,12 +39,29 @@ HeapAnsiText ansiList(const wchar_t* list) noexcept;
 // there is no memory.
 HeapAnsiText ansiBuffer(std::size_t size) noexcept;
 
-// Copies `length` bytes of an ANSI result, zero bytes among them, into the caller's buffer of `size` characters and
-// ends it with a zero. What does not fit is cut, a character of two bytes never in its middle. Returns the
-// characters copied, without the terminator.
-int copyBack(const char* text, int length, wchar_t* buffer, int size) noexcept;
+// An ANSI result on its way back: converted first, so that nothing of the caller's is touched when that fails.
+class WideResult {
+ public:
+  // Converts `length` bytes, zero bytes among them, without the first half of a character at their end. When they
+  // cannot be converted, isOk is false and the last error 8.
+  WideResult(const char* text, int length) noexcept;
+  explicit WideResult(const char* text) noexcept;  // up to its terminator; a null text is an empty one
 
-// The same for a text up to its terminator.
+  bool isOk() const noexcept { return ok_; }
+  int length() const noexcept { return length_; }  // characters
+
+  // Copies into the caller's buffer of `size` characters, ended by a zero; what does not fit is cut. The characters copied,
+  // without the terminator.
+  int copyTo(wchar_t* buffer, int size) const noexcept;
+
+ private:
+  HeapText text_;
+  int length_ = 0;
+  bool ok_ = true;
+};
+
+// Converts and copies in one. -1, with the buffer as it was, when the result cannot be converted.
+int copyBack(const char* text, int length, wchar_t* buffer, int size) noexcept;
 int copyBack(const char* text, wchar_t* buffer, int size) noexcept;
 
 }  // namespace fendrel::charset

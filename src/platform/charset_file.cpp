@@ -39,7 +39,7 @@ DWORD getTempPath(DWORD size, wchar_t* buffer) noexcept {
   // As the wide function: what does not fit is not cut, the room that it needs is told.
   const int characters = MultiByteToWideChar(CP_ACP, 0, ansi.get(), -1, nullptr, 0);
   if (static_cast<DWORD>(characters) > size) return static_cast<DWORD>(characters);
-  return static_cast<DWORD>(copyBack(ansi.get(), buffer, static_cast<int>(size)));
+  return static_cast<DWORD>(std::max(copyBack(ansi.get(), buffer, static_cast<int>(size)), 0));
 }
 
 UINT getTempFileName(const wchar_t* directory, const wchar_t* prefix, UINT unique, wchar_t* buffer) noexcept {
@@ -48,8 +48,10 @@ UINT getTempFileName(const wchar_t* directory, const wchar_t* prefix, UINT uniqu
   char name[MAX_PATH + 1] = {};
   if (!ansiDirectory.isOk() || !ansiPrefix.isOk()) return 0;
   const UINT number = GetTempFileNameA(ansiDirectory.get(), ansiPrefix.get(), unique, name);
-  if (number == 0 || copyBack(name, buffer, MAX_PATH) == 0) return 0;
-  return number;
+  if (number == 0 || copyBack(name, buffer, MAX_PATH) > 0) return number;
+  if (unique == 0) DeleteFileA(name);  // the system has made it, and nobody will know its name
+  SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+  return 0;
 }
 
 DWORD getModuleFileName(HMODULE module, wchar_t* buffer, DWORD size) noexcept {
@@ -58,9 +60,10 @@ DWORD getModuleFileName(HMODULE module, wchar_t* buffer, DWORD size) noexcept {
   if (!ansi) return 0;
   const DWORD bytes = GetModuleFileNameA(module, ansi.get(), 2 * size);
   if (bytes == 0) return 0;
-  const int characters = MultiByteToWideChar(CP_ACP, 0, ansi.get(), static_cast<int>(bytes), nullptr, 0);
-  const int copied = copyBack(ansi.get(), static_cast<int>(bytes), buffer, static_cast<int>(size));
-  if (copied == characters) return static_cast<DWORD>(copied);
+  const WideResult name(ansi.get(), static_cast<int>(bytes));
+  if (!name.isOk()) return 0;
+  const int copied = name.copyTo(buffer, static_cast<int>(size));
+  if (copied == name.length()) return static_cast<DWORD>(copied);
   SetLastError(ERROR_INSUFFICIENT_BUFFER);  // the name is cut
   return size;
 }

@@ -23,22 +23,30 @@ bool toField(const wchar_t* text, char (&field)[size]) noexcept {
 static_assert(offsetof(LOGFONTA, lfFaceName) == offsetof(LOGFONTW, lfFaceName));
 constexpr std::size_t logFontNumbers = offsetof(LOGFONTW, lfFaceName);
 
-// The device's settings behind its names; the driver's own bytes that may follow are not passed on.
-bool toAnsi(const DEVMODEW& mode, DEVMODEA& ansi) noexcept {
+// The device's settings behind its names, as many bytes as the record says that it has: those of an older system end
+// early. The driver's own bytes that may follow are not passed on.
+bool toAnsi(const DEVMODEW& given, DEVMODEA& ansi) noexcept {
+  if (given.dmSize < offsetof(DEVMODEW, dmFields)) return false;
+  const bool hasForm = given.dmSize >= offsetof(DEVMODEW, dmLogPixels);
+  const std::size_t size =
+      hasForm ? std::min<std::size_t>(given.dmSize, sizeof given)
+              : std::min<std::size_t>(given.dmSize, offsetof(DEVMODEW, dmFormName));
+  DEVMODEW mode{};
+  std::memcpy(&mode, &given, size);
   wchar_t device[CCHDEVICENAME + 1] = {}, form[CCHFORMNAME + 1] = {};
   std::wmemcpy(device, mode.dmDeviceName, CCHDEVICENAME);
   std::wmemcpy(form, mode.dmFormName, CCHFORMNAME);
   if (!toField(device, reinterpret_cast<char(&)[CCHDEVICENAME]>(ansi.dmDeviceName)) ||
       !toField(form, reinterpret_cast<char(&)[CCHFORMNAME]>(ansi.dmFormName)))
     return false;
-  const auto copy = [&](std::size_t from, std::size_t to, std::size_t size) {
-    std::memcpy(reinterpret_cast<char*>(&ansi) + to, reinterpret_cast<const char*>(&mode) + from, size);
+  const auto copy = [&](std::size_t from, std::size_t to, std::size_t bytes) {
+    std::memcpy(reinterpret_cast<char*>(&ansi) + to, reinterpret_cast<const char*>(&mode) + from, bytes);
   };
   copy(offsetof(DEVMODEW, dmSpecVersion), offsetof(DEVMODEA, dmSpecVersion),
        offsetof(DEVMODEW, dmFormName) - offsetof(DEVMODEW, dmSpecVersion));
   copy(offsetof(DEVMODEW, dmLogPixels), offsetof(DEVMODEA, dmLogPixels),
        sizeof(DEVMODEW) - offsetof(DEVMODEW, dmLogPixels));
-  ansi.dmSize = sizeof ansi;
+  ansi.dmSize = static_cast<WORD>(size - CCHDEVICENAME - (hasForm ? CCHFORMNAME : 0));  // a name takes half the bytes
   ansi.dmDriverExtra = 0;
   return true;
 }
@@ -80,7 +88,7 @@ int getFontObject(HFONT font, int size, LOGFONTW* result) noexcept {
   LOGFONTW wide{};
   if (size < 0 || GetObjectA(font, sizeof ansi, &ansi) == 0) return 0;
   std::memcpy(&wide, &ansi, logFontNumbers);
-  copyBack(ansi.lfFaceName, wide.lfFaceName, LF_FACESIZE);
+  if (copyBack(ansi.lfFaceName, wide.lfFaceName, LF_FACESIZE) < 0) return 0;
   const int written = std::min(size, static_cast<int>(sizeof wide));
   std::memcpy(result, &wide, static_cast<std::size_t>(written));
   return written;

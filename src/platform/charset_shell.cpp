@@ -21,6 +21,15 @@ bool ansiCopy(const wchar_t* buffer, DWORD size, HeapAnsiText& ansi) noexcept {
   return false;
 }
 
+// The length of a custom filter, a description and the user's last pattern, each terminated; 0 when it does not end
+// within its buffer.
+DWORD customFilterLength(const wchar_t* filter, DWORD size) noexcept {
+  const std::size_t description = wcsnlen(filter, size) + 1;
+  if (description >= size) return 0;
+  const std::size_t length = description + wcsnlen(filter + description, size - description) + 1;
+  return length <= size ? static_cast<DWORD>(length) : 0;
+}
+
 // Characters of the first `bytes` bytes, by which positions in an ANSI path become positions in the wide one.
 WORD widePosition(const char* path, WORD bytes) noexcept {
   return bytes == 0 ? 0 : static_cast<WORD>(MultiByteToWideChar(CP_ACP, 0, path, bytes, nullptr, 0));
@@ -31,8 +40,11 @@ WORD widePosition(const char* path, WORD bytes) noexcept {
 BOOL shellExecuteEx(SHELLEXECUTEINFOW* info) noexcept {
   if (!g_bUseAnsi) return ShellExecuteExW(info);
   if (!info) return FALSE;
-  const AnsiArgument verb(info->lpVerb), file(info->lpFile), parameters(info->lpParameters),
-      directory(info->lpDirectory), className(info->lpClass);
+  // Members that the mask does not name may hold anything.
+  const bool namesFile = (info->fMask & SEE_MASK_IDLIST) == 0;
+  const bool namesClass = (info->fMask & SEE_MASK_CLASSKEY) == SEE_MASK_CLASSNAME;
+  const AnsiArgument verb(info->lpVerb), file(namesFile ? info->lpFile : nullptr), parameters(info->lpParameters),
+      directory(info->lpDirectory), className(namesClass ? info->lpClass : nullptr);
   for (const AnsiArgument* text : {&verb, &file, &parameters, &directory, &className})
     if (!text->isOk()) return FALSE;
   SHELLEXECUTEINFOA ansi;
@@ -61,11 +73,16 @@ BOOL getSaveFileName(OPENFILENAMEW* dialog) noexcept {
   if (!ansiCopy(dialog->lpstrFile, dialog->nMaxFile, file) ||
       !ansiCopy(dialog->lpstrFileTitle, dialog->nMaxFileTitle, fileTitle))
     return FALSE;
-  if (dialog->lpstrCustomFilter) {  // a description and the user's last pattern, each terminated
+  if (dialog->lpstrCustomFilter) {
+    const DWORD length = customFilterLength(dialog->lpstrCustomFilter, dialog->nMaxCustFilter);
+    if (length == 0) {
+      SetLastError(ERROR_INVALID_PARAMETER);
+      return FALSE;
+    }
     customFilter = ansiBuffer(2 * static_cast<std::size_t>(dialog->nMaxCustFilter));
     if (!customFilter) return FALSE;
-    WideCharToMultiByte(CP_ACP, 0, dialog->lpstrCustomFilter, static_cast<int>(dialog->nMaxCustFilter),
-                        customFilter.get(), 2 * static_cast<int>(dialog->nMaxCustFilter), nullptr, nullptr);
+    WideCharToMultiByte(CP_ACP, 0, dialog->lpstrCustomFilter, static_cast<int>(length), customFilter.get(),
+                        2 * static_cast<int>(dialog->nMaxCustFilter), nullptr, nullptr);
   }
 
   OPENFILENAMEA ansi;
@@ -83,24 +100,31 @@ BOOL getSaveFileName(OPENFILENAMEW* dialog) noexcept {
   ansi.lpstrDefExt = extension.get();
   ansi.lpTemplateName = templateName.get();
   const BOOL chosen = GetSaveFileNameA(&ansi);
+  if (!chosen) {
+    dialog->nFilterIndex = ansi.nFilterIndex;
+    dialog->Flags = ansi.Flags;
+    return FALSE;
+  }
+
+  std::size_t filterLength = 0;
+  if (customFilter) {
+    const std::size_t description = std::strlen(customFilter.get()) + 1;
+    filterLength = description + std::strlen(customFilter.get() + description);
+  }
+  const WideResult wideFile(file.get()), wideTitle(fileTitle.get());
+  const WideResult wideFilter(customFilter.get(), static_cast<int>(filterLength));
+  if (!wideFile.isOk() || !wideTitle.isOk() || !wideFilter.isOk()) return FALSE;
+  if (file && static_cast<DWORD>(wideFile.length()) >= dialog->nMaxFile) return FALSE;
+
   dialog->nFilterIndex = ansi.nFilterIndex;
   dialog->Flags = ansi.Flags;
-  if (!chosen) return FALSE;
-
   if (file) {
-    const int characters = MultiByteToWideChar(CP_ACP, 0, file.get(), -1, nullptr, 0);
-    if (static_cast<DWORD>(characters) > dialog->nMaxFile) return FALSE;
-    copyBack(file.get(), dialog->lpstrFile, static_cast<int>(dialog->nMaxFile));
+    wideFile.copyTo(dialog->lpstrFile, static_cast<int>(dialog->nMaxFile));
     dialog->nFileOffset = widePosition(file.get(), ansi.nFileOffset);
     dialog->nFileExtension = widePosition(file.get(), ansi.nFileExtension);
   }
-  if (fileTitle) copyBack(fileTitle.get(), dialog->lpstrFileTitle, static_cast<int>(dialog->nMaxFileTitle));
-  if (customFilter) {
-    const std::size_t description = std::strlen(customFilter.get()) + 1;
-    const std::size_t length = description + std::strlen(customFilter.get() + description);
-    copyBack(customFilter.get(), static_cast<int>(length), dialog->lpstrCustomFilter,
-             static_cast<int>(dialog->nMaxCustFilter));
-  }
+  if (fileTitle) wideTitle.copyTo(dialog->lpstrFileTitle, static_cast<int>(dialog->nMaxFileTitle));
+  if (customFilter) wideFilter.copyTo(dialog->lpstrCustomFilter, static_cast<int>(dialog->nMaxCustFilter));
   return TRUE;
 }
 

@@ -12,8 +12,9 @@ namespace {
 template <class Read>
 DWORD profileText(bool isList, wchar_t* buffer, DWORD size, Read read) noexcept {
   const DWORD terminators = isList ? 2 : 1;
+  if (!buffer) return 0;
   if (size < terminators) {
-    if (size != 0 && buffer) buffer[0] = 0;
+    if (size != 0) buffer[0] = 0;
     return 0;
   }
   const DWORD ansiSize = 2 * size;  // as many characters of two bytes as fit the caller's buffer
@@ -21,6 +22,7 @@ DWORD profileText(bool isList, wchar_t* buffer, DWORD size, Read read) noexcept 
   if (!ansi) return 0;
   const DWORD bytes = read(ansi.get(), ansiSize);
   const int copied = copyBack(ansi.get(), static_cast<int>(bytes), buffer, static_cast<int>(size - terminators + 1));
+  if (copied < 0) return 0;
   if (isList) buffer[copied + 1] = 0;
   return static_cast<DWORD>(copied);
 }
@@ -37,8 +39,7 @@ wchar_t* charUpper(wchar_t* text) noexcept {
   if (!ansi.isOk()) return nullptr;
   CharUpperA(ansi.writable());
   // Upper-casing changes no lengths.
-  copyBack(ansi.get(), text, static_cast<int>(std::wcslen(text)) + 1);
-  return text;
+  return copyBack(ansi.get(), text, static_cast<int>(std::wcslen(text)) + 1) < 0 ? nullptr : text;
 }
 
 int loadString(HINSTANCE module, UINT id, wchar_t* buffer, int size) noexcept {
@@ -46,7 +47,7 @@ int loadString(HINSTANCE module, UINT id, wchar_t* buffer, int size) noexcept {
   if (size <= 0) return 0;
   const HeapAnsiText ansi = ansiBuffer(static_cast<std::size_t>(size));
   if (!ansi) return 0;
-  return copyBack(ansi.get(), LoadStringA(module, id, ansi.get(), size), buffer, size);
+  return std::max(copyBack(ansi.get(), LoadStringA(module, id, ansi.get(), size), buffer, size), 0);
 }
 
 DWORD getProfileString(const wchar_t* section, const wchar_t* key, const wchar_t* fallback, wchar_t* buffer,
@@ -99,7 +100,7 @@ int getLocaleInfo(LCID locale, LCTYPE type, wchar_t* buffer, int size) noexcept 
     SetLastError(ERROR_INSUFFICIENT_BUFFER);
     return 0;
   }
-  return copyBack(ansi.get(), buffer, size) + 1;
+  return copyBack(ansi.get(), buffer, size) + 1;  // without memory 0
 }
 
 }  // namespace fendrel::charset

@@ -2,6 +2,8 @@
 
 #include <commctrl.h>
 
+#include <algorithm>
+
 #include "charset_ansi.h"
 
 namespace fendrel::charset {
@@ -17,7 +19,7 @@ LRESULT receiveWindowText(HWND window, WPARAM size, LPARAM buffer) noexcept {
   const HeapAnsiText ansi = ansiBuffer(size);
   if (!ansi) return 0;
   SendMessageA(window, WM_GETTEXT, size, reinterpret_cast<LPARAM>(ansi.get()));
-  return copyBack(ansi.get(), reinterpret_cast<wchar_t*>(buffer), static_cast<int>(size));
+  return std::max(copyBack(ansi.get(), reinterpret_cast<wchar_t*>(buffer), static_cast<int>(size)), 0);
 }
 
 // The caller's buffer holds the whole entry: a list box is not told a size.
@@ -27,7 +29,7 @@ LRESULT receiveListText(HWND window, WPARAM index, LPARAM buffer) noexcept {
   const HeapAnsiText ansi = ansiBuffer(static_cast<std::size_t>(length));
   if (!ansi) return LB_ERR;
   if (SendMessageA(window, LB_GETTEXT, index, reinterpret_cast<LPARAM>(ansi.get())) == LB_ERR) return LB_ERR;
-  return copyBack(ansi.get(), reinterpret_cast<wchar_t*>(buffer), static_cast<int>(length) + 1);
+  return copyBack(ansi.get(), reinterpret_cast<wchar_t*>(buffer), static_cast<int>(length) + 1);  // or LB_ERR
 }
 
 // The control, or null with last error 6.
@@ -96,7 +98,7 @@ int getWindowText(HWND window, wchar_t* buffer, int size) noexcept {
   const HeapAnsiText ansi = ansiBuffer(2 * static_cast<std::size_t>(size));
   if (!ansi) return 0;
   GetWindowTextA(window, ansi.get(), 2 * size);
-  return copyBack(ansi.get(), buffer, size);
+  return std::max(copyBack(ansi.get(), buffer, size), 0);
 }
 
 int getWindowTextLength(HWND window) noexcept {

@@ -3,6 +3,7 @@
 
 #include <commctrl.h>
 
+#include <cstring>
 #include <functional>
 
 #include "charset_ansi.h"
@@ -13,6 +14,7 @@
 #include "charset_text.h"
 #include "charset_window.h"
 #include "guarded_heap.h"
+#include "import_hook.h"
 
 namespace fendrel::test {
 namespace {
@@ -26,6 +28,10 @@ struct Operation {
 
 void PrintTo(const Operation& operation, std::ostream* out) { *out << operation.name; }
 
+// What is the caller's: nothing of it is touched by a failure.
+wchar_t g_buffer[64] = L"text";
+wchar_t g_text[] = L"text";
+
 class Unconvertible : public testing::TestWithParam<Operation> {};
 
 TEST_P(Unconvertible, GivesTheFailureValueAndLastError8) {
@@ -37,6 +43,8 @@ TEST_P(Unconvertible, GivesTheFailureValueAndLastError8) {
     const long long answer = GetParam().call();
     const DWORD error = GetLastError();
     guardedHeapFail(0);
+    EXPECT_STREQ(g_buffer, L"text") << "conversion " << nth;
+    EXPECT_STREQ(g_text, L"text") << "conversion " << nth;
     EXPECT_EQ(answer, GetParam().failure) << "conversion " << nth;
     EXPECT_EQ(error, 8u) << "conversion " << nth;
     EXPECT_EQ(guardedHeapLiveBlocks(), before) << "conversion " << nth;
@@ -51,8 +59,6 @@ long long number(Result result) {
     return static_cast<long long>(result);
 }
 
-wchar_t g_buffer[64] = L"text";
-wchar_t g_text[] = L"text";
 
 std::vector<Operation> operations() {
   using namespace charset;
@@ -63,8 +69,9 @@ std::vector<Operation> operations() {
   const auto buffer = reinterpret_cast<LPARAM>(g_buffer), text = reinterpret_cast<LPARAM>(L"text");
   static struct _stat64 status;
   static LOGFONTW font{};
-  static DEVMODEW mode{};
+  static DEVMODEW mode{.dmSize = sizeof mode};
   static SHELLEXECUTEINFOW execute{.cbSize = sizeof execute};
+  execute.fMask = SEE_MASK_CLASSNAME;
   execute.lpVerb = execute.lpFile = execute.lpParameters = execute.lpDirectory = execute.lpClass = L"text";
   static OPENFILENAMEW save{.lStructSize = sizeof save};
   save.lpstrFilter = L"a\0*.a\0";
@@ -78,33 +85,38 @@ std::vector<Operation> operations() {
          return number(createWindowEx(0, L"EDIT", L"name", 0, 0, 0, 1, 1, nullptr, nullptr, module, nullptr));
        }, 0},
       {"LoadBitmap", 1, [=] { return number(loadBitmap(module, L"name")); }, 0},
-      {"LoadString", 1, [=] { return number(loadString(module, 1, g_buffer, 64)); }, 0},
+      {"LoadString", 2, [=] { return number(loadString(module, 1, g_buffer, 64)); }, 0},
       {"SendMessageSetText", 1, [=] { return number(sendMessage(edit, WM_SETTEXT, 0, text)); }, 0},
       {"SendMessageGetText", 2, [=] { return number(sendMessage(edit, WM_GETTEXT, 64, buffer)); }, 0},
       {"SendMessageAddString", 1, [=] { return number(sendMessage(list, LB_ADDSTRING, 0, text)); }, 0},
-      {"SendMessageListText", 1, [=] { return number(sendMessage(list, LB_GETTEXT, 0, buffer)); }, LB_ERR},
+      {"SendMessageListText", 2, [=] { return number(sendMessage(list, LB_GETTEXT, 0, buffer)); }, LB_ERR},
       {"SetWindowText", 1, [=] { return number(setWindowText(edit, L"text")); }, 0},
       {"GetWindowText", 2, [=] { return number(getWindowText(edit, g_buffer, 64)); }, 0},
       {"DeleteFile", 1, [] { return number(deleteFile(L"name")); }, 0},
       {"CreateDirectory", 1, [] { return number(createDirectory(L"name", nullptr)); }, 0},
       {"GetTempPath", 2, [] { return number(getTempPath(64, g_buffer)); }, 0},
-      {"GetTempFileName", 2, [] { return number(getTempFileName(L"C:\\", L"Temp", 0, g_buffer)); }, 0},
-      {"GetModuleFileName", 1, [] { return number(getModuleFileName(nullptr, g_buffer, 64)); }, 0},
+      {"GetTempFileName", 3, [] { return number(getTempFileName(L"C:\\", L"Temp", 0, g_buffer)); }, 0},
+      {"GetModuleFileName", 2, [] { return number(getModuleFileName(nullptr, g_buffer, 64)); }, 0},
       {"LoadLibrary", 1, [] { return number(loadLibrary(L"name")); }, 0},
       {"Stat", 1, [] { return number(charset::stat(L"name", &status)); }, -1},
       {"Access", 1, [] { return number(charset::access(L"name", 0)); }, -1},
       {"OpenFile", 2, [] { return number(charset::openFile(L"name", L"rb")); }, 0},
       {"ReopenFile", 2, [] { return number(charset::reopenFile(L"name", L"rb", nullptr)); }, 0},
-      {"CharUpper", 1, [] { return number(charUpper(g_text)); }, 0},
-      {"GetProfileString", 4, [] { return number(getProfileString(L"a", L"b", L"c", g_buffer, 64)); }, 0},
-      {"GetPrivateProfileString", 5,
+      {"CharUpper", 2, [] { return number(charUpper(g_text)); }, 0},
+      {"GetProfileString", 5, [] { return number(getProfileString(L"a", L"b", L"c", g_buffer, 64)); }, 0},
+      {"GetPrivateProfileString", 6,
        [] { return number(getPrivateProfileString(L"a", L"b", L"c", g_buffer, 64, L"C:\\none.ini")); }, 0},
       {"GetPrivateProfileInt", 3, [] { return number(getPrivateProfileInt(L"a", L"b", 5, L"C:\\none.ini")); }, 0},
       {"GlobalFindAtom", 1, [] { return number(globalFindAtom(L"name")); }, 0},
-      {"GetLocaleInfo", 1, [] { return number(getLocaleInfo(0x409, LOCALE_SENGLANGUAGE, g_buffer, 64)); }, 0},
+      {"GetLocaleInfo", 2, [] { return number(getLocaleInfo(0x409, LOCALE_SENGLANGUAGE, g_buffer, 64)); }, 0},
       {"CreateFont", 1,
        [] { return number(createFont(1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, L"name")); }, 0},
       {"CreateFontIndirect", 1, [] { return number(createFontIndirect(&font)); }, 0},
+      {"GetFontObject", 1,
+       [] {
+         static LOGFONTW described;
+         return number(getFontObject(static_cast<HFONT>(GetStockObject(SYSTEM_FONT)), sizeof described, &described));
+       }, 0},
       {"CreateMetaFile", 1, [] { return number(createMetaFile(L"name")); }, 0},
       {"CreateIC", 5, [] { return number(createIC(L"DISPLAY", L"b", L"c", &mode)); }, 0},
       {"ShellExecuteEx", 5, [] { return number(shellExecuteEx(&execute)); }, 0},
@@ -114,6 +126,45 @@ std::vector<Operation> operations() {
 
 INSTANTIATE_TEST_SUITE_P(Operations, Unconvertible, testing::ValuesIn(operations()),
                          [](const auto& row) { return row.param.name; });
+
+// As a person who chooses a file.
+BOOL WINAPI chooseFile(OPENFILENAMEA* dialog) {
+  std::strcpy(dialog->lpstrFile, "C:\\new.txt");
+  std::strcpy(dialog->lpstrFileTitle, "new.txt");
+  return TRUE;
+}
+
+TEST(UnconvertibleChoice, OfAFileIsFalseAndLeavesTheCallersTexts) {
+  const AnsiPath ansi;
+  const ImportHook hook("comdlg32.dll", "GetSaveFileNameA", &chooseFile);
+  int failures = 0;
+  for (std::size_t nth = 1;; ++nth) {
+    wchar_t file[64] = L"file", title[64] = L"title", filter[64] = L"own\0*.own";
+    OPENFILENAMEW save{.lStructSize = sizeof save};
+    save.lpstrFile = file;
+    save.nMaxFile = 64;
+    save.lpstrFileTitle = title;
+    save.nMaxFileTitle = 64;
+    save.lpstrCustomFilter = filter;
+    save.nMaxCustFilter = 64;
+    save.nFileOffset = 17;
+    guardedHeapFail(nth);
+    const BOOL chosen = charset::getSaveFileName(&save);
+    guardedHeapFail(0);
+    if (chosen) {
+      EXPECT_STREQ(file, L"C:\\new.txt");
+      EXPECT_STREQ(title, L"new.txt");
+      EXPECT_STREQ(filter, L"own");
+      break;
+    }
+    ++failures;
+    EXPECT_STREQ(file, L"file") << nth;
+    EXPECT_STREQ(title, L"title") << nth;
+    EXPECT_EQ(save.nFileOffset, 17) << nth;
+    ASSERT_LT(nth, 50u);
+  }
+  EXPECT_EQ(failures, 6);  // three texts, each there and back
+}
 
 struct RegistryOperation {
   const char* name;

@@ -4,6 +4,7 @@
 #include <cwchar>
 
 #include "charset_test.h"
+#include "page_end.h"
 #include "temp_folder.h"
 
 namespace fendrel::test {
@@ -114,9 +115,31 @@ TEST(CharsetDevice, CreateICOpensTheDisplayOnBothPaths) {
   }
 }
 
+// Records of older systems are shorter.
+TEST(CharsetDevice, CreateICReadsAsManyBytesOfTheSettingsAsTheyHave) {
+  for (const std::size_t size : {sizeof(DEVMODEW), offsetof(DEVMODEW, dmICMMethod), offsetof(DEVMODEW, dmFormName)}) {
+    DEVMODEW mode{};
+    mode.dmSize = static_cast<WORD>(size);
+    std::wcscpy(mode.dmDeviceName, L"DISPLAY");
+    const AtPageEnd settings(std::as_bytes(std::span(&mode, 1)).first(size));
+    const AnsiPath path;
+    const HDC context =
+        charset::createIC(L"DISPLAY", nullptr, nullptr, reinterpret_cast<const DEVMODEW*>(settings.get()));
+    EXPECT_NE(context, nullptr) << size;
+    DeleteDC(context);
+  }
+}
+
+TEST(CharsetDevice, CreateICOfSettingsWithoutTheirSizeFailsOnTheAnsiPath) {
+  const AnsiPath path;
+  const DEVMODEW mode{};
+  EXPECT_EQ(charset::createIC(L"DISPLAY", nullptr, nullptr, &mode), nullptr);
+}
+
 TEST(CharsetDevice, CreateICOfADeviceNameThatDoesNotFitFailsOnTheAnsiPath) {
   const AnsiPath path;
   DEVMODEW mode{};
+  mode.dmSize = sizeof mode;
   std::wmemset(mode.dmDeviceName, L'x', CCHDEVICENAME);
   EXPECT_EQ(charset::createIC(L"DISPLAY", nullptr, nullptr, &mode), nullptr);
 }

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "charset_test.h"
+#include "import_hook.h"
 #include "temp_folder.h"
 
 namespace fendrel::test {
@@ -47,6 +48,48 @@ TEST(CharsetShell, ShellExecuteExOfAMissingFileFailsOnBothPaths) {
   const AnsiPath ansi;
   EXPECT_FALSE(charset::shellExecuteEx(&info));
   EXPECT_FALSE(charset::shellExecuteEx(nullptr));
+}
+
+std::string g_file, g_class;
+BOOL WINAPI noteExecution(SHELLEXECUTEINFOA* info) {
+  g_file = info->lpFile ? info->lpFile : "null";
+  g_class = info->lpClass ? info->lpClass : "null";
+  return TRUE;
+}
+
+TEST(CharsetShell, ShellExecuteExReadsTheTextsThatTheMaskNamesAlone) {
+  const ImportHook hook("SHELL32.dll", "ShellExecuteExA", &noteExecution);
+  const AnsiPath ansi;
+  SHELLEXECUTEINFOW info{};
+  info.cbSize = sizeof info;
+  auto* const noText = reinterpret_cast<const wchar_t*>(UINT_PTR{48});
+  info.lpClass = noText;
+  info.lpFile = L"file";
+  EXPECT_TRUE(charset::shellExecuteEx(&info));
+  EXPECT_EQ(g_file, "file");
+  EXPECT_EQ(g_class, "null");
+  info.fMask = SEE_MASK_CLASSKEY | SEE_MASK_IDLIST;
+  info.lpFile = noText;
+  EXPECT_TRUE(charset::shellExecuteEx(&info));
+  EXPECT_EQ(g_file, "null");
+  info.fMask = SEE_MASK_CLASSNAME | SEE_MASK_IDLIST;
+  info.lpClass = L"class";
+  EXPECT_TRUE(charset::shellExecuteEx(&info));
+  EXPECT_EQ(g_class, "class");
+}
+
+TEST(CharsetShell, SaveFileNameWithACustomFilterThatHasNoEndIsRefusedOnTheAnsiPath) {
+  const AnsiPath ansi;
+  for (const std::wstring& filter : {std::wstring(8, L'x'), std::wstring(L"x\0xxxxxx", 8), std::wstring(L"xxxxxxx\0", 8)}) {
+    std::wstring custom = filter;
+    OPENFILENAMEW dialog{};
+    dialog.lStructSize = sizeof dialog;
+    dialog.lpstrCustomFilter = custom.data();
+    dialog.nMaxCustFilter = 8;
+    EXPECT_FALSE(charset::getSaveFileName(&dialog));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+    EXPECT_EQ(custom, filter);
+  }
 }
 
 // Of this process alone: other tests show the dialog at the same time.

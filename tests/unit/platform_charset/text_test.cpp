@@ -246,6 +246,13 @@ TEST(CharsetText, GlobalAtomsAreFoundByNameOnBothPaths) {
   GlobalDeleteAtom(atom);
 }
 
+TEST_F(CharsetProfile, WithoutABufferReadsNothingOnTheAnsiPath) {
+  const AnsiPath ansi;
+  EXPECT_EQ(charset::getProfileString(L"intl", L"sLanguage", L"none", nullptr, 64), 0u);
+  EXPECT_EQ(charset::getProfileString(nullptr, nullptr, L"none", nullptr, 64), 0u);
+  EXPECT_EQ(charset::getPrivateProfileString(nullptr, nullptr, L"", nullptr, 64, L"C:\\none.ini"), 0u);
+}
+
 TEST(CharsetAnsi, CopyBackNeverSplitsACharacter) {
   HeapAnsiText ansi;
   ASSERT_NE(WideToAnsiAlloc(nativeText().c_str(), ansi), 0);
