@@ -16,7 +16,7 @@ BOOL CDestFolderTypeDialog::DoModal(HWND hParent, WORD& type) noexcept {
   if (charset::dialogBoxParam(g_hResInstance, L"IDD_FOLDER_DEST_TYPE", hParent, dialogProc,
                               reinterpret_cast<LPARAM>(&dialog)) != IDOK)
     return FALSE;
-  type = dialog.m_nDestType;
+  type = dialog.GetDestType();
   return TRUE;
 }
 
@@ -38,12 +38,12 @@ void CDestFolderTypeDialog::ReadDestTypeButtons() noexcept {
 
 INT_PTR CALLBACK CDestFolderTypeDialog::dialogProc(HWND hWnd, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
   if (message == WM_INITDIALOG) {
-    if (auto* const opening = reinterpret_cast<CDestFolderTypeDialog*>(lParam)) {
-      opening->m_hWnd = hWnd;
-      theWndMap.Add(opening);
+    auto* const opening = reinterpret_cast<CDestFolderTypeDialog*>(lParam);
+    if (!opening) return TRUE;
+    return openWnd(*opening, hWnd, [opening] {
       opening->CheckDestTypeButton();
-    }
-    return TRUE;
+      return TRUE;
+    });
   }
   if (message != WM_COMMAND || HIWORD(wParam) != 0) return FALSE;
   switch (LOWORD(wParam)) {

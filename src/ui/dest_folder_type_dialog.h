@@ -19,10 +19,10 @@ class CDestFolderTypeDialog : public CIWnd {
   void CheckDestTypeButton() const noexcept;
   void ReadDestTypeButtons() noexcept;  // without any checked button: Report Instance
 
-  WORD m_nDestType;
-
  private:
   static INT_PTR CALLBACK dialogProc(HWND hWnd, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
+
+  WORD m_nDestType;
 };
 
 }  // namespace fendrel

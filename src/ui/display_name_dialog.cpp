@@ -3,6 +3,7 @@
 #include <cwchar>
 
 #include "charset_window.h"
+#include "english/texts.h"
 #include "format_string.h"
 #include "information_box.h"
 #include "iwnd_map.h"
@@ -18,7 +19,7 @@ INT_PTR CDisplayNameDialog::DoModal(HWND hParent, const wchar_t* reportFileName,
   FormatString(dialog.m_szPrompt, std::size(dialog.m_szPrompt), L"For %ls:", reportFileName);
   const INT_PTR result = charset::dialogBoxParam(g_hResInstance, L"IDD_REPORT_NAME", hParent, dialogProc,
                                                  reinterpret_cast<LPARAM>(&dialog));
-  if (result == ok) name.reset(_wcsdup(dialog.m_szName));
+  if (result == ok) name.reset(_wcsdup(dialog.GetName()));
   return result;
 }
 
@@ -41,8 +42,8 @@ BOOL CDisplayNameDialog::onCommand(WORD id) noexcept {
         return TRUE;
       }
       wchar_t text[256];
-      const bool loaded = LoadResString(3, text, 255) == resourceLoaded;
-      showInformation(m_hWnd, loaded ? text : L"Report Name cannot be empty.");
+      const bool loaded = LoadResString(IDS_NAME_EMPTY, text, 255) == resourceLoaded;
+      showInformation(m_hWnd, loaded ? text : L"" TEXT_NAME_EMPTY);
       return TRUE;
     }
     case IDCANCEL:
@@ -57,10 +58,10 @@ BOOL CDisplayNameDialog::onCommand(WORD id) noexcept {
 INT_PTR CALLBACK CDisplayNameDialog::dialogProc(HWND hWnd, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
   if (message == WM_INITDIALOG && lParam != 0) {
     auto* const opening = reinterpret_cast<CDisplayNameDialog*>(lParam);
-    opening->m_hWnd = hWnd;
-    theWndMap.Add(opening);
-    opening->SetPromptText();
-    return TRUE;
+    return openWnd(*opening, hWnd, [opening] {
+      opening->SetPromptText();
+      return TRUE;
+    });
   }
   auto* const dialog = findWnd<CDisplayNameDialog>(hWnd);
   if (!dialog || message != WM_COMMAND || HIWORD(wParam) != 0) return FALSE;

@@ -22,12 +22,12 @@ class CDisplayNameDialog : public CIWnd {
   void ReadName() noexcept;
   const wchar_t* GetName() const noexcept { return m_szName; }
 
-  wchar_t m_szPrompt[256] = {};
-  wchar_t m_szName[256] = {};
-
  private:
   BOOL onCommand(WORD id) noexcept;
   static INT_PTR CALLBACK dialogProc(HWND hWnd, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
+
+  wchar_t m_szPrompt[256] = {};
+  wchar_t m_szName[256] = {};
 };
 
 }  // namespace fendrel

@@ -12,8 +12,10 @@ namespace fendrel {
 class CIWnd : public CIObject {
  public:
   HWND GetHandle() const noexcept { return m_hWnd; }
+  void setHandle(HWND hWnd) noexcept { m_hWnd = hWnd; }
 
-  HWND m_hWnd = nullptr;  // written when the dialog opens
+ protected:
+  HWND m_hWnd = nullptr;  // set when the dialog opens
 };
 
 }  // namespace fendrel

@@ -1,13 +1,21 @@
 #include "iwnd_map.h"
 
+#include "never_destroyed.h"
+
 namespace fendrel {
 
-CIWndMap theWndMap;
+namespace {
+
+NeverDestroyed<CIWndMap> g_map;
+
+}  // namespace
+
+CIWndMap& theWndMap = *g_map;
 
 BOOL CIWndMap::Lookup(HWND hWnd, CIWnd*& wnd) const noexcept {
   for (Position position = GetHeadPosition(); CIObject* const object = GetNext(position);) {
     wnd = static_cast<CIWnd*>(object);
-    if (wnd->m_hWnd == hWnd) return TRUE;
+    if (wnd->GetHandle() == hWnd) return TRUE;
   }
   wnd = nullptr;
   return FALSE;

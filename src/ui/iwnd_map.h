@@ -16,7 +16,17 @@ class CIWndMap : public CIObList {
 };
 
 // Every open dialog of the module.
-extern CIWndMap theWndMap;
+extern CIWndMap& theWndMap;
+
+// What a dialog procedure does first: the object knows its window, and the map the object, before `call` runs; its answer
+// is answered. A dialog that the map has no memory for could never be closed: it ends at once with -1.
+template <class Wnd, class Call>
+INT_PTR openWnd(Wnd& wnd, HWND hWnd, Call call) noexcept {
+  wnd.setHandle(hWnd);
+  if (theWndMap.Add(&wnd)) return call();
+  EndDialog(hWnd, -1);
+  return TRUE;
+}
 
 // The object behind `hWnd` as the class that its dialog procedure put into the map, or null.
 template <class Wnd>

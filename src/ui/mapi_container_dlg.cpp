@@ -80,7 +80,7 @@ BOOL CMAPIContainerDlg::OnOK() noexcept {
     return TRUE;
   }
   wchar_t format[256];
-  if (LoadResString(16, format, 255) != resourceLoaded) return FALSE;
+  if (LoadResString(IDS_PROFILE_CHOSEN, format, 255) != resourceLoaded) return FALSE;
   wchar_t text[256];
   FormatString(text, std::size(text), format, m_pRootNode->GetName());
   MessageBeep(0xFFFFFFFF);

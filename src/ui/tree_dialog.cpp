@@ -6,6 +6,7 @@
 #include "iwnd_map.h"
 #include "resource_ids.h"
 #include "text_conversion.h"
+#include "wait_cursor.h"
 
 namespace fendrel {
 namespace {
@@ -34,6 +35,7 @@ BOOL CTreeDialog::CreateTreeControl(HWND hDlg) noexcept {
   m_hTree = charset::createWindowEx(0, WC_TREEVIEWW, L"Generic1", treeStyle, place.left, place.top,
                                     place.right - place.left, place.bottom - place.top, hDlg,
                                     reinterpret_cast<HMENU>(UINT_PTR{IDC_TREE}), m_hInstance, nullptr);
+  charset::sendMessage(m_hTree, WM_SETFONT, static_cast<WPARAM>(charset::sendMessage(hDlg, WM_GETFONT, 0, 0)), FALSE);
   return TRUE;
 }
 
@@ -113,6 +115,7 @@ BOOL CTreeDialog::OnNotify(NMHDR* notifyHeader) noexcept {
 void CTreeDialog::expand(NMTREEVIEWW& notification) noexcept {
   auto* const node = reinterpret_cast<CNODE*>(notification.itemNew.lParam);
   if (!node) return;
+  const WaitCursor wait;
   node->Expand();
   if (!node->firstChild) {
     TVITEMW& item = notification.itemNew;
@@ -120,23 +123,31 @@ void CTreeDialog::expand(NMTREEVIEWW& notification) noexcept {
     item.cChildren = 0;
     charset::sendMessage(m_hTree, TVM_SETITEMW, 0, reinterpret_cast<LPARAM>(&item));
   } else if (node->firstChild->viewItem == 0) {
+    charset::sendMessage(m_hTree, WM_SETREDRAW, FALSE, 0);
     for (CNODE* child = node->firstChild; child; child = child->nextSibling) InsertNode(*child);
+    charset::sendMessage(m_hTree, WM_SETREDRAW, TRUE, 0);
+    InvalidateRect(m_hTree, nullptr, TRUE);
   }
 }
 
 INT_PTR CALLBACK TreeDialogProc(HWND hWnd, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
   if (message == WM_INITDIALOG && lParam != 0) {
     auto* const opening = reinterpret_cast<CTreeDialog*>(lParam);
-    opening->m_hWnd = hWnd;
-    theWndMap.Add(opening);
-    return opening->OnInitDialog(hWnd);
+    return openWnd(*opening, hWnd, [&] { return opening->OnInitDialog(hWnd); });
   }
-  if (message != WM_DESTROY && message != WM_COMMAND && message != WM_NOTIFY) return FALSE;
   auto* const dialog = findWnd<CTreeDialog>(hWnd);
   if (!dialog) return FALSE;
-  if (message == WM_COMMAND) return dialog->OnCommand(HIWORD(wParam), LOWORD(wParam));
-  if (message == WM_NOTIFY) return dialog->OnNotify(reinterpret_cast<NMHDR*>(lParam));
-  return dialog->OnDestroy();
+  switch (message) {
+    case WM_COMMAND:
+      return dialog->OnCommand(HIWORD(wParam), LOWORD(wParam));
+    case WM_NOTIFY:
+      return dialog->OnNotify(reinterpret_cast<NMHDR*>(lParam));
+    case WM_INITDIALOG:  // without an object
+    case WM_DESTROY:
+      return dialog->OnDestroy();
+    default:
+      return FALSE;
+  }
 }
 
 }  // namespace fendrel

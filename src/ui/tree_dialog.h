@@ -36,6 +36,7 @@ class CTreeDialog : public CIWnd {
   CNODE* GetRootNode() const noexcept { return m_pRootNode; }
   CNODE* GetSelectedNode() const noexcept { return m_pSelectedNode; }
 
+ protected:
   HINSTANCE m_hInstance = nullptr;  // module of template and bitmaps, set by whoever makes the object
   CNODE* m_pRootNode = nullptr;
   CNODE* m_pSelectedNode = nullptr;  // null until the first selection

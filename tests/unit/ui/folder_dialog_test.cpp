@@ -180,6 +180,170 @@ TEST_F(FolderDialogTest, TreeStandsInItsPlaceWithItsStyle) {
   closeBy([&] { click(dialog(), IDCANCEL); });
 }
 
+TEST_F(FolderDialogTest, TreeHasTheDialogsFont) {
+  open();
+  const LRESULT font = SendMessageW(dialog(), WM_GETFONT, 0, 0);
+  EXPECT_NE(font, 0);
+  EXPECT_EQ(SendMessageW(tree().window(), WM_GETFONT, 0, 0), font);
+  closeBy([&] { click(dialog(), IDCANCEL); });
+}
+
+TEST_F(FolderDialogTest, LabelThatIsTooLongEndsInDots) {
+  open();
+  const LONG style = GetWindowLongW(GetDlgItem(dialog(), IDC_FOLDER_LABEL), GWL_STYLE);
+  EXPECT_EQ(style & SS_ELLIPSISMASK, SS_ENDELLIPSIS);
+  closeBy([&] { click(dialog(), IDCANCEL); });
+}
+
+// What the tree is told while it is filled, and the cursor then.
+struct Told {
+  UINT message;
+  bool redraws;
+  bool isWaitCursor;
+  bool operator==(const Told&) const = default;
+};
+std::vector<Told> g_told;
+WNDPROC g_treeProc;
+
+LRESULT CALLBACK noteFilling(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == TVM_INSERTITEMW || message == WM_SETREDRAW)
+    g_told.push_back({message, wParam != 0, GetCursor() == LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_WAIT))});
+  return CallWindowProcW(g_treeProc, window, message, wParam, lParam);
+}
+
+TEST_F(FolderDialogTest, ChildrenAreInsertedUnderTheWaitCursorAndDrawnAtTheEnd) {
+  World world;
+  world.profiles = {{L"Default", nullptr}};
+  const int store = world.addStore(L"Store");
+  for (const wchar_t* name : {L"b", L"a"}) world.addFolder(store, World::subtree, name);
+  open(world);
+  g_told.clear();
+  g_treeProc = reinterpret_cast<WNDPROC>(
+      SetWindowLongPtrW(tree().window(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(noteFilling)));
+  tree().expand(tree().item({L"Store"}));
+  SetWindowLongPtrW(tree().window(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(g_treeProc));
+  EXPECT_THAT(g_told, ElementsAre(Told{WM_SETREDRAW, false, true}, Told{TVM_INSERTITEMW, false, true},
+                                  Told{TVM_INSERTITEMW, false, true}, Told{WM_SETREDRAW, true, true}));
+  EXPECT_THAT(tree().childTexts(tree().item({L"Store"})), ElementsAre(L"a", L"b"));
+  closeBy([&] { click(dialog(), IDCANCEL); });
+}
+
+struct Box {
+  HWND owner;
+  std::wstring caption;
+  UINT type;
+  bool operator==(const Box&) const = default;
+};
+std::vector<Box> g_boxes;
+int WINAPI noteBox(HWND owner, const wchar_t*, const wchar_t* caption, UINT type) {
+  g_boxes.push_back({owner, caption, type});
+  return IDOK;
+}
+
+TEST_F(FolderDialogTest, WarningHasTheInformationIconAndTheDialogAsOwner) {
+  const ImportHook hook("USER32.dll", "MessageBoxW", &noteBox);
+  g_boxes.clear();
+  open();
+  SendMessageW(dialog(), WM_COMMAND, IDOK, 0);
+  EXPECT_THAT(g_boxes, ElementsAre(Box{dialog(), L"Warning", 0x40}));
+  EXPECT_FALSE(call().hasReturned());
+  closeBy([&] { click(dialog(), IDCANCEL); });
+}
+
+TEST_F(FolderDialogTest, StandsOverTheHostsWindow) {
+  std::atomic<HWND> parent = nullptr;
+  ModalCall shown([&] {
+    parent = CreateWindowW(L"STATIC", L"host", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 100, 100, nullptr, nullptr, nullptr,
+                           nullptr);
+    CMAPIContainerDlg(g_hResInstance).DoModal(parent, session(), L"Default");
+    DestroyWindow(parent);
+  });
+  const HWND dialogWindow = shown.dialog(L"Select a folder");
+  EXPECT_NE(parent.load(), nullptr);
+  EXPECT_EQ(GetWindow(dialogWindow, GW_OWNER), parent.load());
+  EXPECT_FALSE(IsWindowEnabled(parent));
+  click(dialogWindow, IDCANCEL);
+  shown.waitForReturn();
+}
+
+int WINAPI loadNoString(HINSTANCE, UINT, wchar_t*, int) { return 0; }
+
+TEST_F(FolderDialogTest, WithoutString16OkOnTheProfileSaysNothingAndKeepsTheDialog) {
+  const ImportHook strings("USER32.dll", "LoadStringW", &loadNoString);
+  const ImportHook boxes("USER32.dll", "MessageBoxW", &noteBox);
+  g_boxes.clear();
+  open();
+  SendMessageW(dialog(), WM_COMMAND, IDOK, 0);
+  EXPECT_THAT(g_boxes, IsEmpty());
+  EXPECT_TRUE(IsWindowVisible(dialog()));
+  EXPECT_FALSE(call().hasReturned());
+  closeBy([&] { click(dialog(), IDCANCEL); });
+}
+
+std::vector<HBITMAP> g_loaded;
+std::vector<HGDIOBJ> g_deleted;
+int g_missingBitmap;
+
+HBITMAP WINAPI noteLoading(HINSTANCE module, const wchar_t* name) {
+  if (static_cast<int>(reinterpret_cast<INT_PTR>(name)) == g_missingBitmap) return nullptr;
+  return g_loaded.emplace_back(static_cast<HBITMAP>(LoadImageW(module, name, IMAGE_BITMAP, 0, 0, 0)));
+}
+BOOL WINAPI noteDeletion(HGDIOBJ object) {
+  static const auto deleteObject =
+      reinterpret_cast<BOOL(WINAPI*)(HGDIOBJ)>(GetProcAddress(GetModuleHandleW(L"gdi32.dll"), "DeleteObject"));
+  g_deleted.push_back(object);
+  return deleteObject(object);
+}
+
+class TreeBitmaps : public FolderDialogTest {
+ protected:
+  TreeBitmaps() {
+    g_loaded.clear();
+    g_deleted.clear();
+    g_missingBitmap = 0;
+  }
+  LRESULT images() const { return SendMessageW(tree().window(), TVM_GETIMAGELIST, TVSIL_NORMAL, 0); }
+
+  const ImportHook loading{"USER32.dll", "LoadBitmapW", &noteLoading};
+  const ImportHook deleting{"GDI32.dll", "DeleteObject", &noteDeletion};
+};
+
+TEST_F(TreeBitmaps, AreDeletedWhenTheImagesAreMade) {
+  open();
+  EXPECT_EQ(g_loaded.size(), 5u);
+  for (const HBITMAP bitmap : g_loaded) EXPECT_THAT(g_deleted, testing::Contains(static_cast<HGDIOBJ>(bitmap)));
+  EXPECT_NE(images(), 0);
+  closeBy([&] { click(dialog(), IDCANCEL); });
+}
+
+TEST_F(TreeBitmaps, FewerThanFiveLeaveTheTreeWithoutImagesAndInUse) {
+  g_missingBitmap = IDB_OPENED_FOLDER;
+  open();
+  EXPECT_EQ(images(), 0);
+  tree().open({L"Public Folders", L"Reports"});
+  EXPECT_EQ(closeBy([&] { click(dialog(), IDOK); }).path, L"Public Folders@Reports");
+}
+
+int g_refusals;
+LRESULT CALLBACK refuseInsertions(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == TVM_INSERTITEMW && g_refusals-- > 0) return 0;
+  return CallWindowProcW(g_treeProc, window, message, wParam, lParam);
+}
+
+TEST_F(FolderDialogTest, ChildrenThatCouldNotBeInsertedAreInsertedAtTheNextExpansion) {
+  open();
+  g_treeProc = reinterpret_cast<WNDPROC>(
+      SetWindowLongPtrW(tree().window(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(refuseInsertions)));
+  g_refusals = 1;
+  const HTREEITEM store = tree().item({L"Public Folders"});
+  tree().expand(store);
+  EXPECT_THAT(tree().childTexts(store), IsEmpty());
+  tree().expand(store);
+  EXPECT_THAT(tree().childTexts(store), ElementsAre(L"Reports"));
+  SetWindowLongPtrW(tree().window(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(g_treeProc));
+  closeBy([&] { click(dialog(), IDCANCEL); });
+}
+
 TEST_F(FolderDialogTest, ReleasedPathIsGone) {
   CMAPIContainerDlg folderDialog(g_hResInstance);
   folderDialog.m_pszFolderPath.reset(_wcsdup(L"Store@Folder"));

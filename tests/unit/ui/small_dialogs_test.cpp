@@ -1,6 +1,8 @@
 // The posting type dialog and the report name dialog.
 #include "dest_folder_type_dialog.h"
 #include "display_name_dialog.h"
+#include "failing_memory.h"
+#include "import_hook.h"
 #include "ui_fixture.h"
 
 using namespace fendrel;
@@ -203,6 +205,44 @@ TEST_F(NameDialog, BuiltInWordsStandInForAMissingString) {
     call.waitForClose(box);
     click(dialog, IDCANCEL);
   });
+}
+
+// A dialog that could not be found by its window could not be closed.
+TEST_F(NameDialog, ThatTheMapHasNoMemoryForEndsAtOnceWithMinus1) {
+  INT_PTR result = 0;
+  EXPECT_TRUE(withFailingAllocation(1, [&] { result = CDisplayNameDialog::DoModal(nullptr, L"report.rpt", name); }).failed);
+  EXPECT_EQ(result, -1);
+  EXPECT_EQ(name, nullptr);
+}
+
+TEST_F(TypeDialog, ThatTheMapHasNoMemoryForEndsAtOnce) {
+  BOOL result = TRUE;
+  EXPECT_TRUE(withFailingAllocation(1, [&] { result = CDestFolderTypeDialog::DoModal(nullptr, type); }).failed);
+  EXPECT_FALSE(result);
+  EXPECT_EQ(type, 7);
+}
+
+UINT g_boxType;
+HWND g_boxOwner;
+int WINAPI noteBox(HWND owner, const wchar_t*, const wchar_t*, UINT type) {
+  g_boxOwner = owner;
+  g_boxType = type;
+  return IDOK;
+}
+
+TEST_F(NameDialog, BoxAboutAnEmptyNameHasTheInformationIconAndTheDialogAsOwner) {
+  const ImportHook hook("USER32.dll", "MessageBoxW", &noteBox);
+  for (const bool hasItsString : {true, false}) {
+    g_hResInstance = GetModuleHandleW(nullptr);
+    g_boxType = 0;
+    ask([&](ModalCall&, HWND dialog) {
+      if (!hasItsString) g_hResInstance = GetModuleHandleW(L"kernel32.dll");
+      SendMessageW(dialog, WM_COMMAND, IDOK, 0);
+      EXPECT_EQ(g_boxType, 0x40u);
+      EXPECT_EQ(g_boxOwner, dialog);
+      click(dialog, IDCANCEL);
+    });
+  }
 }
 
 }  // namespace

@@ -38,21 +38,26 @@ class Routing : public testing::Test {
 };
 
 TEST_F(Routing, CommandReachesTheDialogOfTheWindow) {
-  EXPECT_EQ(TreeDialogProc(dialog.m_hWnd, WM_COMMAND, MAKEWPARAM(5, 300), 0), 77);
+  EXPECT_EQ(TreeDialogProc(dialog.GetHandle(), WM_COMMAND, MAKEWPARAM(5, 300), 0), 77);
   EXPECT_EQ(dialog.command, std::pair(WORD{300}, WORD{5}));
 }
 
 TEST_F(Routing, DestroyCallsTheHookAndKeepsTheObjectInTheMap) {
-  EXPECT_TRUE(TreeDialogProc(dialog.m_hWnd, WM_DESTROY, 0, 0));
+  EXPECT_TRUE(TreeDialogProc(dialog.GetHandle(), WM_DESTROY, 0, 0));
   EXPECT_EQ(dialog.destroyed, 1);
   CIWnd* found = nullptr;
-  EXPECT_TRUE(theWndMap.Lookup(dialog.m_hWnd, found));
+  EXPECT_TRUE(theWndMap.Lookup(dialog.GetHandle(), found));
+}
+
+TEST_F(Routing, OpeningWithoutAnObjectIsTreatedAsDestroying) {
+  EXPECT_TRUE(TreeDialogProc(dialog.GetHandle(), WM_INITDIALOG, 0, 0));
+  EXPECT_EQ(dialog.destroyed, 1);
+  EXPECT_FALSE(TreeDialogProc(reinterpret_cast<HWND>(UINT_PTR{0x7002}), WM_INITDIALOG, 0, 0));
 }
 
 TEST_F(Routing, OtherMessagesAndOtherWindowsAreLeftAlone) {
-  EXPECT_FALSE(TreeDialogProc(dialog.m_hWnd, WM_PAINT, 0, 0));
+  EXPECT_FALSE(TreeDialogProc(dialog.GetHandle(), WM_PAINT, 0, 0));
   EXPECT_FALSE(TreeDialogProc(reinterpret_cast<HWND>(UINT_PTR{0x7002}), WM_COMMAND, IDOK, 0));
-  EXPECT_FALSE(TreeDialogProc(dialog.m_hWnd, WM_INITDIALOG, 0, 0));
   EXPECT_EQ(dialog.command, std::pair(WORD{0}, WORD{0}));
 }
 
@@ -60,7 +65,7 @@ TEST_F(Routing, ObjectLeavesTheMapWhenItIsDestroyed) {
   const HWND window = reinterpret_cast<HWND>(UINT_PTR{0x7003});
   {
     RoutedDialog shortLived;
-    shortLived.m_hWnd = window;
+    shortLived.setHandle(window);
     theWndMap.Add(&shortLived);
   }
   CIWnd* found = nullptr;
