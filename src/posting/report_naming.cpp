@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <cwchar>
+#include <new>
 
 #include "display_name_dialog.h"
 #include "information_box.h"
@@ -18,25 +19,38 @@ constexpr std::uint16_t bodyTag = 4122;  // nothing behind it is read
 
 // Compares 8-bit text as if it were wide, two bytes a character and no further than its terminator. Kept on purpose:
 // of names in plain letters only those of one letter are ever found to be used.
-bool equalsAsWide(const char* text, const wchar_t* name) {
+bool equalsAsWide(const char* text, const wchar_t* name) noexcept {
   const std::size_t count = (std::strlen(text) + 1) / sizeof(wchar_t);
-  std::wstring wide(count, L'\0');
-  std::memcpy(wide.data(), text, count * sizeof(wchar_t));
-  return _wcsicmp(wide.c_str(), name) == 0;
+  const HeapText wide(static_cast<wchar_t*>(std::calloc(count + 1, sizeof(wchar_t))));
+  if (!wide) return false;  // as a table that cannot be read
+  std::memcpy(wide.get(), text, count * sizeof(wchar_t));
+  return _wcsicmp(wide.get(), name) == 0;
+}
+
+// The text that `make` makes; none when there is no memory for it, so that the report is posted all the same.
+template <class Make>
+std::optional<std::wstring> textOrNone(Make make) noexcept {
+  try {
+    return make();
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
 }
 
 // A block's wide text up to its terminator; nothing for an empty block.
-std::optional<std::wstring> textOf(const MemoryBlock& block) {
+std::optional<std::wstring> textOf(const MemoryBlock& block) noexcept {
   if (!block) return std::nullopt;
-  std::wstring text(BlockSize(block) / sizeof(wchar_t), L'\0');
-  std::memcpy(text.data(), block.get(), text.size() * sizeof(wchar_t));
-  text.resize(wcsnlen(text.c_str(), text.size()));
-  return text;
+  return textOrNone([&] {
+    std::wstring text(BlockSize(block) / sizeof(wchar_t), L'\0');
+    std::memcpy(text.data(), block.get(), text.size() * sizeof(wchar_t));
+    text.resize(wcsnlen(text.c_str(), text.size()));
+    return text;
+  });
 }
 
 }  // namespace
 
-bool isReportNameUsed(IMAPIFolder* folder, const wchar_t* name) {
+bool isReportNameUsed(IMAPIFolder* folder, const wchar_t* name) noexcept {
   static constexpr auto columns = propertyTags(PR_DISPLAY_NAME_A);
   CMAPITable messages;
   if (!messages.OpenAssociatedContentsTable(folder) || !messages.Prepare(columns.array())) return false;
@@ -49,7 +63,7 @@ bool isReportNameUsed(IMAPIFolder* folder, const wchar_t* name) {
   return false;
 }
 
-void readReportTexts(const wchar_t* filePath, ReportTexts& texts) {
+void readReportTexts(const wchar_t* filePath, ReportTexts& texts) noexcept {
   std::unique_ptr<TLVFile> report;
   if (!filePath || OpenTLVFile(filePath, openForRead, denyWrite, report) != fileSuccess) return;
   bool commentSeen = false;
@@ -77,7 +91,7 @@ Naming ReportNaming::nameReport(const std::wstring& reportName, const wchar_t* f
                     L"Report Display Name has already been used by other reports.\n"
                     L"Please enter a unique report display name.");
   }
-  if (name) texts.displayName = name.get();
+  if (name) texts.displayName = textOrNone([&] { return std::wstring(name.get()); });
   readReportTexts(filePath, texts);
   return Naming::post;
 }

@@ -21,9 +21,9 @@ class ReportNaming : public NamingStep {
 };
 
 // Whether a hidden message of `folder` carries `name`. A table that cannot be read carries none.
-bool isReportNameUsed(IMAPIFolder* folder, const wchar_t* name);
+bool isReportNameUsed(IMAPIFolder* folder, const wchar_t* name) noexcept;
 
 // Reads comment and body from a file of tagged items; one that is none gives neither.
-void readReportTexts(const wchar_t* filePath, ReportTexts& texts);
+void readReportTexts(const wchar_t* filePath, ReportTexts& texts) noexcept;
 
 }  // namespace fendrel

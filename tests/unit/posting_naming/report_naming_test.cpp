@@ -83,4 +83,43 @@ TEST_F(UsedNames, TableIsAskedForHiddenMessagesAndTheirNamesAlone) {
   EXPECT_EQ(mapi.callsOf("IMAPITable::SetColumns").back().arguments, "columns=PR_DISPLAY_NAME_A flags=0x0");
 }
 
+TEST_F(UsedNames, RowsWhoseNameIsAnErrorOrWideDoNotCount) {
+  addMessage("A");
+  for (const RecordingAnswer answer : {RECORDING_ERROR_VALUES, RECORDING_OTHER_WIDTH, RECORDING_OTHER_TYPE,
+                                       RECORDING_NULL_VALUES, RECORDING_ROWS_WITHOUT_COLUMNS}) {
+    mapi.failNothing();
+    mapi.answer("IMAPITable::QueryRows", 1, answer);
+    EXPECT_FALSE(isReportNameUsed(folder(), L"A")) << answer;
+  }
+  EXPECT_TRUE(isReportNameUsed(folder(), L"A"));
+}
+
+TEST_F(UsedNames, OfATableThatFailsMidwayAreThoseReadBefore) {
+  for (int i = 0; i < 50; ++i) addMessage("B");
+  addMessage("A");
+  mapi.fail("IMAPITable::QueryRows", 2, MAPI_E_NETWORK_ERROR);
+  EXPECT_FALSE(isReportNameUsed(folder(), L"A"));
+  mapi.failNothing();
+  mapi.fail("IMAPITable::QueryRows", 2, MAPI_E_NETWORK_ERROR);
+  EXPECT_TRUE(isReportNameUsed(folder(), L"B"));
+}
+
+TEST_F(UsedNames, OfATableThatIsBusyForAWhileAreFound) {
+  addMessage("A");
+  for (const char* call : {"IMAPITable::SetColumns", "IMAPITable::SeekRow"}) {
+    mapi.failNothing();
+    mapi.fail(call, 1, MAPI_E_BUSY);
+    EXPECT_TRUE(isReportNameUsed(folder(), L"A")) << call;
+  }
+}
+
+// The wait succeeds, and the rows that were asked for before it have not come.
+TEST_F(UsedNames, OfATableThatIsBusyMidwayEndWhereItWas) {
+  for (int i = 0; i < 50; ++i) addMessage("B");
+  addMessage("A");
+  mapi.fail("IMAPITable::QueryRows", 2, MAPI_E_BUSY);
+  EXPECT_FALSE(isReportNameUsed(folder(), L"A"));
+  EXPECT_EQ(mapi.callsOf("IMAPITable::WaitForCompletion").size(), 1u);
+}
+
 }  // namespace

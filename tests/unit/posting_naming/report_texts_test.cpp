@@ -1,11 +1,14 @@
 // Comment and body from a report file's tagged items.
 #include <gmock/gmock.h>
 
+#include "failing_memory.h"
+#include "import_hook.h"
 #include "report_naming.h"
 #include "temp_folder.h"
 #include "tlv_file.h"
 
 using namespace fendrel;
+using namespace fendrel::test;
 using testing::Eq;
 using testing::Optional;
 
@@ -82,6 +85,31 @@ TEST_F(ReportTextsOf, CommentBeforeATruncatedItemIsKept) {
   const ReportTexts texts = read(path);
   EXPECT_THAT(texts.comment, Optional(Eq(L"Comment")));
   EXPECT_EQ(texts.body, std::nullopt);
+}
+
+// A text without memory is left out, and the others are taken.
+TEST_F(ReportTextsOf, TextWithoutMemoryIsLeftOut) {
+  if (!ImportHook::isImported("msvcrt.dll", "malloc", GetModuleHandleW(nullptr)))
+    GTEST_SKIP() << "this program has a heap of its own";
+  const std::wstring path = report({{4121, std::wstring(100, L'c')}, {4122, std::wstring(100, L'b')}});
+  int withoutComment = 0, withoutBody = 0, nth = 1;
+  for (; nth < 100; ++nth) {
+    SCOPED_TRACE(nth);
+    ReportTexts texts;
+    const auto outcome = withFailingAllocation(nth, [&] { readReportTexts(path.c_str(), texts); });
+    if (texts.comment) {
+      EXPECT_EQ(*texts.comment, std::wstring(100, L'c'));
+    }
+    if (texts.body) {
+      EXPECT_EQ(*texts.body, std::wstring(100, L'b'));
+    }
+    withoutComment += !texts.comment && texts.body;
+    withoutBody += texts.comment && !texts.body;
+    if (!outcome.failed) break;
+  }
+  EXPECT_LT(nth, 100);
+  EXPECT_EQ(withoutComment, 1);
+  EXPECT_GT(withoutBody, 0);
 }
 
 }  // namespace
