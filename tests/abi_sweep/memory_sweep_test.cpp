@@ -2,7 +2,6 @@
 // header names.
 #include "dialog_driver.h"
 #include "failing_memory.h"
-#include "import_hook.h"
 #include "scenarios.h"
 
 namespace fendrel::test {
@@ -29,8 +28,7 @@ class InteractiveMemory : public ::testing::Test {
 };
 
 TEST_F(InteractiveMemory, IsACodeWhereverItRunsOut) {
-  if (!ImportHook::isImported("msvcrt.dll", "malloc", host.wide().module()))
-    GTEST_SKIP() << "the plug-in has a heap of its own";
+  if (!allocatesInTheRuntime(host.wide().module())) GTEST_SKIP() << "the plug-in has a heap of its own";
   constexpr int noLimit = 2000;
   // What is made once and kept is made before anything fails.
   ASSERT_EQ(setUp(), FENDREL_SUCCESS);

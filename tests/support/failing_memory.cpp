@@ -89,6 +89,8 @@ struct FailingMemory::Hooks {
   OptionalHook allocateHook, allocateZeroedHook, reallocateHook, duplicateHook, duplicateBytesHook, releaseHook;
 };
 
+bool allocatesInTheRuntime(HMODULE module) { return fendrel::test::ImportHook::isImported(runtime, "malloc", module); }
+
 FailingMemory::FailingMemory(int nth, HMODULE module) {
   state = new State;
   hooks_ = new Hooks(module);

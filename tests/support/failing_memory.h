@@ -28,6 +28,9 @@ class FailingMemory {
   Hooks* hooks_;
 };
 
+// Whether the module allocates there: one on the guarded heap, which takes pages for each block, does not.
+bool allocatesInTheRuntime(HMODULE module = GetModuleHandleW(nullptr));
+
 // Runs `call` with its nth allocation failing.
 template <class Call>
 FailingMemory::Outcome withFailingAllocation(int nth, Call call, HMODULE module = GetModuleHandleW(nullptr)) {

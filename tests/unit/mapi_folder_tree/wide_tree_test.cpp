@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <random>
 
+#include "failing_memory.h"
 #include "folder_tree_fixture.h"
 #include "import_hook.h"
 
@@ -18,8 +19,7 @@ int WINAPI countComparison(LPCWSTR left, LPCWSTR right) {
 }
 
 TEST_F(FolderTree, TenThousandChildrenTakeComparisonsInTheOrderOfNLogN) {
-  if (!test::ImportHook::isImported("msvcrt.dll", "malloc", GetModuleHandleW(nullptr)))
-    GTEST_SKIP() << "on the guarded heap each of its blocks takes pages of its own";
+  if (!allocatesInTheRuntime()) GTEST_SKIP() << "the guarded heap has no room for so many blocks";
   constexpr int count = 10'000;
   std::vector<TestRow> rows;
   for (int i = 0; i < count; ++i) rows.push_back(folderRow("f", ("Folder " + std::to_string(100'000 + i)).c_str()));

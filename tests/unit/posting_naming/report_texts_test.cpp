@@ -2,13 +2,11 @@
 #include <gmock/gmock.h>
 
 #include "failing_memory.h"
-#include "import_hook.h"
 #include "report_naming.h"
 #include "temp_folder.h"
 #include "tlv_file.h"
 
 using namespace fendrel;
-using namespace fendrel::test;
 using testing::Eq;
 using testing::Optional;
 
@@ -89,8 +87,7 @@ TEST_F(ReportTextsOf, CommentBeforeATruncatedItemIsKept) {
 
 // A text without memory is left out, and the others are taken.
 TEST_F(ReportTextsOf, TextWithoutMemoryIsLeftOut) {
-  if (!ImportHook::isImported("msvcrt.dll", "malloc", GetModuleHandleW(nullptr)))
-    GTEST_SKIP() << "this program has a heap of its own";
+  if (!allocatesInTheRuntime()) GTEST_SKIP() << "this program has a heap of its own";
   const std::wstring path = report({{4121, std::wstring(100, L'c')}, {4122, std::wstring(100, L'b')}});
   int withoutComment = 0, withoutBody = 0, nth = 1;
   for (; nth < 100; ++nth) {
