@@ -115,6 +115,19 @@ TEST_F(InteractiveCircle, FromTheWideSetIntoTheAnsiSet) {
   host().freeOptions(0, block);
 }
 
+TEST_F(InteractiveCircle, AReportInstanceIsPostedWhateverTheFilesExtensionsAre) {
+  for (const wchar_t* name : {L"a.rpt", L"a.RPT", L"a.pdf", L"a"}) {
+    uint32_t code = FENDREL_FAILED;
+    choose([&] { code = tryToOpen(nullptr, {name, L"b.rpt"}); });
+    ASSERT_EQ(code, FENDREL_SUCCESS);
+    DestinationOptionsA* options = nullptr;
+    ASSERT_EQ(host().decodeOptions(job, &options), FENDREL_SUCCESS);
+    EXPECT_EQ(options->destinationType, FENDREL_REPORT_INSTANCE) << name;
+    host().freeOptions(0, options);
+    EXPECT_EQ(end(job), FENDREL_SUCCESS);
+  }
+}
+
 TEST_F(InteractiveCircle, ACancelledDialogIsCode6AndNoJob) {
   uint32_t code = FENDREL_FAILED;
   {

@@ -1,5 +1,5 @@
 // Which language library is chosen. The libraries are real, small ones, copied under the names that a case needs.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "build_paths.h"
+#include "import_hook.h"
 #include "resource_module.h"
 #include "temp_folder.h"
 
@@ -194,6 +195,21 @@ TEST_F(LanguageChoice, LibrariesOfAnotherBaseNameAreNotLookedAt) {
   expectOwn();
   EXPECT_EQ(LoadResourceModule(own, L"Other", library), library);
   EXPECT_EQ(fileName(library), L"Otherxx.dll");
+}
+
+std::vector<UINT> g_errorModes;
+HMODULE WINAPI noteErrorMode(const wchar_t* name) {
+  g_errorModes.push_back(GetErrorMode());
+  return LoadLibraryExW(name, nullptr, 0);
+}
+
+TEST_F(LanguageChoice, NoBoxOfTheSystemsAppearsWhileALibraryLoads) {
+  const test::ImportHook hook("KERNEL32.dll", "LoadLibraryW", &noteErrorMode);
+  userLanguage(L"ENU");
+  g_errorModes.clear();
+  load();
+  EXPECT_THAT(g_errorModes, testing::SizeIs(4));  // xx, ENU, EN, res
+  EXPECT_THAT(g_errorModes, testing::Each(0x8001u));
 }
 
 TEST_F(LanguageChoice, ErrorModeIsPutBack) {

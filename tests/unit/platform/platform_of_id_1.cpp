@@ -1,0 +1,18 @@
+// The layer's mode as it is compiled for a system that says it is of platform id 1, major version 5.
+#include <windows.h>
+
+int systemAsked = 0;
+extern int systemAskedAtStart;
+
+static BOOL WINAPI answerPlatform1(OSVERSIONINFOA* version) {
+  ++systemAsked;
+  if (version->dwOSVersionInfoSize != 148) return FALSE;
+  version->dwPlatformId = VER_PLATFORM_WIN32_WINDOWS;
+  version->dwMajorVersion = 5;
+  return TRUE;
+}
+
+#define GetVersionExA answerPlatform1
+#include "charset_mode.cpp"
+
+int systemAskedAtStart = systemAsked;
