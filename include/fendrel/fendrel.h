@@ -8,6 +8,18 @@
  * thread's ANSI code page, that of the options records in the system's). A job belongs to the set that made it.
  *
  * Threads: all calls come from one thread (IsThreadSafeW answers 0). Text ends with a 0.
+ *
+ * MAPI and the dialogs may run the host's own code in the middle of a call, because they take messages from its queue.
+ * While a call on a job runs, a further one on that job is refused with 5 (NRVGetErrorTextW: null); its end is
+ * remembered, answered with 0, and carried out when the running call returns. The last NRVTerminateW does the same.
+ *
+ * MAPI: the plug-in loads MAPI32.DLL by its name alone, in the system's ordinary order of search. A host that brings a
+ * MAPI32.DLL of its own loads that by its full path before NRVInitializeW; no other host does anything about it.
+ *
+ * Bounds: 65,535 files an export, because counts have 16 bits. Texts are as long as memory allows, but packed records have
+ * a size of 16 bits: one whose header and texts take more than 65,565 bytes in the wide form (a folder path of some 32,700
+ * characters) comes from the encoder with a size that has wrapped, and is refused with 5 when it comes back; the ANSI
+ * encoder refuses it at once. The decoders have no such bound. Files are opened by the system, within its own bounds.
  * Records are little-endian with the offsets shown; sizes are in bytes. The two forms of a record have the same
  * layout and differ in their text alone.
  */
@@ -207,9 +219,11 @@ typedef struct FendrelResultA {
  *   offset  size
  *        0     2  version            2 or more from the host, 1 from the plug-in
  *        8     8  profileName        MAPI profile
- *       16     8  profilePassword
+ *       16     8  profilePassword    unpacked, where there is none: an empty text; a set-up answers null with 2
  *       24     2  destinationType    FENDREL_PERSONAL_REPORT, FENDREL_FOLDER_REPORT or FENDREL_REPORT_INSTANCE
- *       32     8  folderPath         display names joined by '@', message store first; absent for a personal report
+ *       32     8  folderPath         display names joined by '@', message store first; absent for a personal report.
+ *                                    Characters that the code page lacks are a '?' in it; where that leaves two
+ *                                    folders with one name, neither is found
  *       40     2  packedSize         0: unpacked; else the size in bytes of the block that this header starts
  *
  * Unpacked, the string fields are pointers (null when absent), each string a block of its own from malloc.
@@ -278,7 +292,8 @@ FENDREL_ASSERT(sizeof(FendrelResultA) == 112 && offsetof(FendrelResultA, count) 
 /* Counted: the first call loads the texts and MAPI32.DLL. 0, 2, 7, or FENDREL_FAILED when MAPI is not usable. */
 FENDREL_API uint32_t WINAPI NRVInitializeW(void) FENDREL_NOEXCEPT;
 
-/* Undoes one successful NRVInitializeW; the last one releases everything. Always 0. */
+/* Undoes one successful NRVInitializeW; the last one ends the jobs that are left, the newest first, and releases
+ * everything. Always 0. */
 FENDREL_API uint32_t WINAPI NRVTerminateW(void) FENDREL_NOEXCEPT;
 
 FENDREL_API uint16_t WINAPI NRVGetVersionW(void) FENDREL_NOEXCEPT;
@@ -287,7 +302,8 @@ FENDREL_API const FendrelDestinationList* WINAPI NRVGetExportDestinationsW(void)
 /* Makes an export job and logs it on: silently with options, else the user chooses profile and folder.
  * parentWindow owns every dialog; hostValue is not read. On success *job is ended by NRVTermExportDestinationW
  * and *result lives as long as the job. options->version is 2 or more and left as it was.
- * 0, 2, 3, 5 (options, or a null argument), 6, or FENDREL_FAILED (without words: there is no job). */
+ * 0, 2, 3, 5 (options, or a null argument), 6, or FENDREL_FAILED (without words: there is no job; also for a host that
+ * ends the plug-in in the middle of the call). */
 FENDREL_API uint32_t WINAPI NRVInitExportDestinationW(HWND parentWindow, uint32_t hostValue, DestinationOptions* options,
                                                       const FendrelFileList* files, FendrelJob* job,
                                                       FendrelResult** result) FENDREL_NOEXCEPT;
@@ -296,7 +312,8 @@ FENDREL_API uint32_t WINAPI NRVInitExportDestinationW(HWND parentWindow, uint32_
 FENDREL_API uint32_t WINAPI NRVTermExportDestinationW(FendrelJob job) FENDREL_NOEXCEPT;
 
 /* Posts every file as one message. The result is that of the last file: 0, 2, 3, 5 (no such job or a
- * null argument), 6, or FENDREL_FAILED. */
+ * null argument), 6, or FENDREL_FAILED. The failure of a file before it is not reported, nor that of a message's last
+ * step, its saving: a host that must know looks into the folder, or posts one file an export and looks there. */
 FENDREL_API uint32_t WINAPI NRVExportToDestinationW(FendrelJob job, const FendrelExportDescription* files) FENDREL_NOEXCEPT;
 
 /* The words of the job's latest failure that has any, at most 299 characters, empty before;
@@ -319,7 +336,7 @@ FENDREL_API uint32_t WINAPI NRVFreeDestinationOptionsA(uint32_t unused, Destinat
 
 /* Convert a record between the wide and the ANSI form, packed staying packed; the result is freed with the free
  * function of its form. *size (may be null) receives the packed size, or 0. A null input gives 0 and a null result.
- * 0, 2, or 5 (version below 2, or a packed record that does not hold its strings). */
+ * 0, 2, or 5 (version below 2, or strings that do not end where memory can be read). */
 FENDREL_API uint32_t WINAPI NRVDestinationOptionsW2A(DestinationOptions* options, DestinationOptionsA** ansi,
                                                      uint16_t* size) FENDREL_NOEXCEPT;
 FENDREL_API uint32_t WINAPI NRVDestinationOptionsA2W(DestinationOptionsA* ansi, DestinationOptions** options,
@@ -351,7 +368,8 @@ FENDREL_API uint32_t WINAPI NRVExportToDestination(FendrelJob job,
 /* Valid until the next call for the job, or its end. */
 FENDREL_API const char* WINAPI NRVGetErrorText(FendrelJob job) FENDREL_NOEXCEPT;
 
-/* The block belongs to the job and lives until the next call or the job's end. Its packed size counts all of it. */
+/* The block belongs to the job and lives until the next call or the job's end. Its packed size counts all of it; `size`
+ * may be null here. *block is null on failure. */
 FENDREL_API uint32_t WINAPI NRVEncodeDestinationOptions(FendrelJob job, DestinationOptionsA** block,
                                                         uint16_t* size) FENDREL_NOEXCEPT;
 
@@ -362,6 +380,48 @@ FENDREL_API uint32_t WINAPI NRVFreeDestinationOptions(uint32_t unused, Destinati
 FENDREL_API uint32_t WINAPI IsThreadSafe(void) FENDREL_NOEXCEPT;
 FENDREL_API uint32_t WINAPI InitPerThread(void) FENDREL_NOEXCEPT;
 FENDREL_API uint32_t WINAPI UninitPerThread(void) FENDREL_NOEXCEPT;
+
+/* A type for a pointer to each function, for hosts that look them up by name: that of NRVInitExportDestinationW is
+ * FendrelInitExportDestinationW_t. */
+typedef uint32_t(WINAPI* FendrelInitializeW_t)(void);
+typedef uint32_t(WINAPI* FendrelTerminateW_t)(void);
+typedef uint16_t(WINAPI* FendrelGetVersionW_t)(void);
+typedef const FendrelDestinationList*(WINAPI* FendrelGetExportDestinationsW_t)(void);
+typedef uint32_t(WINAPI* FendrelInitExportDestinationW_t)(HWND parentWindow, uint32_t hostValue,
+    DestinationOptions* options, const FendrelFileList* files, FendrelJob* job, FendrelResult** result);
+typedef uint32_t(WINAPI* FendrelTermExportDestinationW_t)(FendrelJob job);
+typedef uint32_t(WINAPI* FendrelExportToDestinationW_t)(FendrelJob job, const FendrelExportDescription* files);
+typedef const wchar_t*(WINAPI* FendrelGetErrorTextW_t)(FendrelJob job);
+typedef uint32_t(WINAPI* FendrelEncodeDestinationOptionsW_t)(FendrelJob job, DestinationOptions** block,
+    uint16_t* size);
+typedef uint32_t(WINAPI* FendrelDecodeDestinationOptionsW_t)(FendrelJob job, DestinationOptions** options);
+typedef uint32_t(WINAPI* FendrelFreeDestinationOptionsW_t)(uint32_t unused, DestinationOptions* options);
+typedef uint32_t(WINAPI* FendrelFreeDestinationOptionsA_t)(uint32_t unused, DestinationOptionsA* options);
+typedef uint32_t(WINAPI* FendrelDestinationOptionsW2A_t)(DestinationOptions* options, DestinationOptionsA** ansi,
+    uint16_t* size);
+typedef uint32_t(WINAPI* FendrelDestinationOptionsA2W_t)(DestinationOptionsA* ansi, DestinationOptions** options,
+    uint16_t* size);
+typedef uint32_t(WINAPI* FendrelA2WDestinationOptions_t)(DestinationOptionsA* ansi, DestinationOptions** options,
+    uint16_t* size);
+typedef uint32_t(WINAPI* FendrelIsThreadSafeW_t)(void);
+typedef uint32_t(WINAPI* FendrelInitPerThreadW_t)(void);
+typedef uint32_t(WINAPI* FendrelUninitPerThreadW_t)(void);
+typedef uint32_t(WINAPI* FendrelInitialize_t)(void);
+typedef uint32_t(WINAPI* FendrelTerminate_t)(void);
+typedef uint16_t(WINAPI* FendrelGetVersion_t)(void);
+typedef const FendrelDestinationListA*(WINAPI* FendrelGetExportDestinations_t)(void);
+typedef uint32_t(WINAPI* FendrelInitExportDestination_t)(HWND parentWindow, uint32_t context,
+    DestinationOptionsA* options, const FendrelFileListA* files, FendrelJob* job, FendrelResultA** result);
+typedef uint32_t(WINAPI* FendrelTermExportDestination_t)(FendrelJob job);
+typedef uint32_t(WINAPI* FendrelExportToDestination_t)(FendrelJob job, const FendrelExportDescriptionA* files);
+typedef const char*(WINAPI* FendrelGetErrorText_t)(FendrelJob job);
+typedef uint32_t(WINAPI* FendrelEncodeDestinationOptions_t)(FendrelJob job, DestinationOptionsA** block,
+    uint16_t* size);
+typedef uint32_t(WINAPI* FendrelDecodeDestinationOptions_t)(FendrelJob job, DestinationOptionsA** options);
+typedef uint32_t(WINAPI* FendrelFreeDestinationOptions_t)(uint32_t unused, DestinationOptionsA* options);
+typedef uint32_t(WINAPI* FendrelIsThreadSafe_t)(void);
+typedef uint32_t(WINAPI* FendrelInitPerThread_t)(void);
+typedef uint32_t(WINAPI* FendrelUninitPerThread_t)(void);
 
 #ifdef __cplusplus
 }
