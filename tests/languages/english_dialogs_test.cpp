@@ -35,7 +35,7 @@ struct Dialog {
 
 void PrintTo(const Dialog& dialog, std::ostream* out) { *out << dialog.name; }
 
-const Dialog dialogs[] = {
+const Dialog englishDialogs[] = {
     {"Folder",
      MAKEINTRESOURCEW(101),
      L"Select a folder",
@@ -103,6 +103,6 @@ TEST_P(EnglishDialog, HasItsPlaceItsFontAndItsControls) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(, EnglishDialog, testing::ValuesIn(dialogs), [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(, EnglishDialog, testing::ValuesIn(englishDialogs), [](const auto& row) { return row.param.name; });
 
 }  // namespace

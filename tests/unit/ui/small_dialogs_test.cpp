@@ -224,14 +224,14 @@ TEST_F(TypeDialog, ThatTheMapHasNoMemoryForEndsAtOnce) {
 
 UINT g_boxType;
 HWND g_boxOwner;
-int WINAPI noteBox(HWND owner, const wchar_t*, const wchar_t*, UINT type) {
+int WINAPI noteNameBox(HWND owner, const wchar_t*, const wchar_t*, UINT type) {
   g_boxOwner = owner;
   g_boxType = type;
   return IDOK;
 }
 
 TEST_F(NameDialog, BoxAboutAnEmptyNameHasTheInformationIconAndTheDialogAsOwner) {
-  const ImportHook hook("USER32.dll", "MessageBoxW", &noteBox);
+  const ImportHook hook("USER32.dll", "MessageBoxW", &noteNameBox);
   for (const bool hasItsString : {true, false}) {
     g_hResInstance = GetModuleHandleW(nullptr);
     g_boxType = 0;
