@@ -67,6 +67,12 @@ TEST_F(CommonViewsTest, WithoutADefaultStoreIsNotFound) {
   EXPECT_THAT(mapi.callsOf("IMAPISession::OpenMsgStore"), IsEmpty());
 }
 
+TEST_F(CommonViewsTest, WithoutAnyStoreIsNotFound) {
+  world.stores.clear();
+  world.folders.clear();
+  EXPECT_EQ(postPersonal(), notFound);
+}
+
 TEST_F(CommonViewsTest, DefaultStoreThatCannotBeOpenedIsNotFoundWhateverTheReason) {
   open(unpackedOptions(L"Default", L"", nullptr, FENDREL_PERSONAL_REPORT));
   mapi.failEvery("IMAPISession::OpenMsgStore", MAPI_E_NO_ACCESS);

@@ -149,6 +149,18 @@ TEST_F(FolderPathTest, ComponentOfSeventyNineCharactersMatches) {
   EXPECT_EQ(reach((L"Public Folders@" + name).c_str()), "Public Folders@" + std::string(79, 'n'));
 }
 
+TEST_F(FolderPathTest, ComponentOfEightyCharactersIsNotFound) {
+  world.addFolder(1, World::subtree, std::wstring(80, L'n').c_str());
+  world.addFolder(1, World::subtree, std::wstring(79, L'n').c_str());
+  EXPECT_EQ(reach((L"Public Folders@" + std::wstring(80, L'n')).c_str()), "");
+  EXPECT_EQ(answer, notFound);
+}
+
+TEST_F(FolderPathTest, SeparatorAtTheEndAsksForAFolderWithoutAName) {
+  EXPECT_EQ(reach(L"Public Folders@Reports@"), "");
+  EXPECT_EQ(answer, notFound);
+}
+
 TEST_F(FolderPathTest, StoreWithoutIpmSubtreeFailsWithThePropertysCode) {
   world.stores[1].flags |= RECORDING_NO_SUBTREE;
   EXPECT_EQ(reach(L"Public Folders@Reports"), "");
@@ -232,6 +244,13 @@ TEST_F(FolderPathTest, FolderNamedByAnAddressIsFoundBeforeItsChild) {
   const int team = world.addFolder(1, World::subtree, L"team@example.org");
   world.addFolder(1, team, L"Daily");
   EXPECT_EQ(reach(L"Public Folders@team@example.org@Daily"), "Public Folders@team@example.org@Daily");
+}
+
+TEST_F(FolderPathTest, AddressMayBeLongerThanSeventyNineCharacters) {
+  const std::wstring address = std::wstring(60, L'a') + L"@" + std::wstring(60, L'b');
+  world.addFolder(1, World::subtree, address.c_str());
+  EXPECT_EQ(reach((L"Public Folders@" + address).c_str()),
+            "Public Folders@" + std::string(60, 'a') + "@" + std::string(60, 'b'));
 }
 
 TEST_F(FolderPathTest, ExactNameComesBeforeAnAddress) {

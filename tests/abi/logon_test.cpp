@@ -163,6 +163,12 @@ TEST_F(LogonTest, NoSubsystemRowFails) {
   EXPECT_EQ(logOn(), FENDREL_FAILED);
 }
 
+TEST_F(LogonTest, StatusRowWithoutATypeIsPassedOver) {
+  world.statusRows = {{{0, L"Nobody"}}};
+  rebuildWorld();
+  EXPECT_EQ(logOn(), FENDREL_FAILED);
+}
+
 TEST_F(LogonTest, FailedProfileLookupLogsTheSessionOff) {
   mapi.fail("IMAPISession::GetStatusTable", 1, MAPI_E_NO_SUPPORT);
   EXPECT_EQ(logOn(), FENDREL_FAILED);

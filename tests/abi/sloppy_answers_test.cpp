@@ -21,8 +21,6 @@ class SloppyAnswers : public JobTest {
   void openPersonalReport() { open(unpackedOptions(L"Default", L"", nullptr, FENDREL_PERSONAL_REPORT)); }
 };
 
-const Answer notFound{FENDREL_FAILED, L"MAPI object not found."};
-const Answer callFailed{FENDREL_FAILED, L"MAPI_E_CALL_FAILED"};
 
 TEST_F(SloppyAnswers, RowsWithoutTheirColumnsNameNoProfile) {
   mapi.answer("IMAPITable::QueryRows", 1, RECORDING_ROWS_WITHOUT_COLUMNS);

@@ -128,6 +128,14 @@ TEST_F(InteractiveCircle, AReportInstanceIsPostedWhateverTheFilesExtensionsAre) 
   }
 }
 
+TEST_F(InteractiveCircle, AJobThatWasSetUpInADialogLetsTheStoreAsk) {
+  uint32_t code = FENDREL_FAILED;
+  choose([&] { code = tryToOpen(nullptr); });
+  ASSERT_EQ(code, FENDREL_SUCCESS);
+  EXPECT_EQ(post(job, {file(L"a.txt")}), FENDREL_SUCCESS);
+  EXPECT_THAT(mapi.linesOf("IMAPISession::OpenMsgStore").back(), testing::HasSubstr("flags=0x4"));
+}
+
 TEST_F(InteractiveCircle, ACancelledDialogIsCode6AndNoJob) {
   uint32_t code = FENDREL_FAILED;
   {

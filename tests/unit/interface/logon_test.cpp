@@ -45,15 +45,6 @@ TEST_F(JobLogon, NewJobIsEmpty) {
   EXPECT_EQ(fresh.resultRecord.strings, nullptr);
 }
 
-TEST_F(JobLogon, KeepsTheSessionAndTheNameOfTheProfileInUse) {
-  giveSession();
-  job.destination.profilePassword = L"pw";
-  EXPECT_EQ(Logon(job, L"Asked", L"pw"), 0u);
-  EXPECT_EQ(job.session.Get(), &session);
-  EXPECT_EQ(job.destination.profileName, L"Real Name");
-  EXPECT_EQ(job.destination.profilePassword, L"pw");
-}
-
 TEST_F(JobLogon, AgainEndsTheFirstSessionBeforeTheSecondIsOpened) {
   giveSession();
   ASSERT_EQ(Logon(job, L"One", L""), 0u);
@@ -108,23 +99,6 @@ TEST_F(JobLogon, UnknownProfileNameWithACodeOfItsOwnHasNoWords) {
   EXPECT_STREQ(job.errorText.get(), L"");
 }
 
-TEST_F(JobLogon, StatusTableWithoutRowsIsASuccessWithoutAName) {
-  TestTable none(mapi32.heap, {});
-  EXPECT_CALL(mapi32.functions, logonEx).WillOnce(handsOut(session));
-  EXPECT_CALL(session, GetStatusTable).WillOnce(handsOut(none));
-  EXPECT_CALL(session, Logoff).WillOnce(Return(S_OK));
-  EXPECT_EQ(Logon(job, L"One", L""), 0u);
-  EXPECT_EQ(job.destination.profileName, std::nullopt);
-}
-
-TEST_F(JobLogon, SilentAndInteractiveJobsDifferInTheirFlags) {
-  EXPECT_CALL(mapi32.functions, logonEx(_, _, _, 0x80008022, _)).WillOnce(Return(MAPI_E_LOGON_FAILED));
-  Logon(job, L"One", L"");
-  job.optionsSupplied = false;
-  EXPECT_CALL(mapi32.functions, logonEx(_, nullptr, nullptr, 0x80008023, _)).WillOnce(Return(MAPI_E_LOGON_FAILED));
-  Logon(job, nullptr, nullptr);
-}
-
 TEST_F(JobLogon, ReleasingForgetsNameAndIdentityAndKeepsTheRest) {
   giveSession();
   Logon(job, L"One", L"");
@@ -140,16 +114,6 @@ TEST_F(JobLogon, ReleasingForgetsNameAndIdentityAndKeepsTheRest) {
   EXPECT_EQ(job.destination.folderPath, L"A@B");
   EXPECT_EQ(job.destination.profilePassword, L"pw");
   EXPECT_EQ(ReleaseSession(job), 0u) << "once more is harmless";
-}
-
-TEST_F(JobLogon, JobLogsOffWhenItEnds) {
-  giveSession();
-  {
-    ExportJob local;
-    local.optionsSupplied = true;
-    Logon(local, L"One", L"");
-  }
-  EXPECT_FALSE(session.isHeld());
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Which mode a job posts in, the personal report, and template mode with the answers of the naming step.
+// Which mode a job posts in, and template mode with the answers of the naming step.
 #include "posting_fixture.h"
 
 using namespace fendrel;
@@ -33,43 +33,6 @@ INSTANTIATE_TEST_SUITE_P(, PostingMode,
                                          Mode{"SilentInstance", 1011, true, false},
                                          Mode{"InteractiveUnknown", 0, false, true}),
                          [](const auto& row) { return std::string(row.param.row); });
-
-class PersonalReport : public PostingFixture {
- protected:
-  PersonalReport() {
-    destination = {.profileName = L"Sales", .folderPath = L"not looked at", .type = FENDREL_PERSONAL_REPORT};
-    ON_CALL(world.session, GetMsgStoresTable).WillByDefault(handsOut(defaultStore));
-    world.store.put("views-id", world.top);
-  }
-  void giveFolderMask(LONG mask) {
-    EXPECT_CALL(world.store, GetProps)
-        .WillOnce(givesValues(world.mapi32.heap,
-                              {number(PR_VALID_FOLDER_MASK, mask), binary(PR_COMMON_VIEWS_ENTRYID, "views-id")}));
-  }
-
-  TestTable defaultStore{world.mapi32.heap, {{binary(PR_ENTRYID, "store-id"), flag(PR_DEFAULT_STORE, true)}}};
-};
-
-TEST_F(PersonalReport, GoesIntoTheCommonViews) {
-  giveFolderMask(0x40);
-  addFile(L"a.rpt");
-  EXPECT_EQ(post(), 0u);
-  ASSERT_EQ(world.top.messages.size(), 1u);
-  EXPECT_TRUE(message(0).saved);
-  EXPECT_EQ(message(0).flags, 0u);
-}
-
-TEST_F(PersonalReport, OfAStoreWithoutCommonViewsIsAnInvalidParameter) {
-  giveFolderMask(0);
-  addFile(L"a.rpt");
-  EXPECT_EQ(post(), FENDREL_FAILED);
-  EXPECT_STREQ(errorText.get(), L"MAPI_E_INVALID_PARAMETER");
-}
-
-TEST_F(PersonalReport, OfAStoreWithoutCommonViewsAndWithoutFilesIsASuccess) {
-  giveFolderMask(0);
-  EXPECT_EQ(post(), 0u);
-}
 
 class MockNaming : public NamingStep {
  public:

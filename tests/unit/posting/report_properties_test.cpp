@@ -1,4 +1,4 @@
-// The properties of a posted message and its attachment, in their order.
+// The texts of a posted message, which template mode sets, and the names of its attachment.
 #include <filesystem>
 #include <fstream>
 
@@ -7,17 +7,8 @@
 #include "temp_folder.h"
 
 using namespace fendrel;
-using testing::ElementsAreArray;
 
 namespace {
-
-LONGLONG now() {
-  FILETIME time;
-  GetSystemTimeAsFileTime(&time);
-  LONGLONG number;
-  std::memcpy(&number, &time, sizeof number);
-  return number;
-}
 
 std::vector<std::byte> bytes(const std::string& text) {
   const auto* const start = reinterpret_cast<const std::byte*>(text.data());
@@ -33,13 +24,6 @@ class ReportProperties : public testing::Test {
     return *folder.messages.back();
   }
 
-  // The tags of a message with the given ones before the importance.
-  static std::vector<ULONG> tagsOf(const std::vector<SetProperty>& properties) {
-    std::vector<ULONG> tags;
-    for (const SetProperty& property : properties) tags.push_back(property.tag);
-    return tags;
-  }
-
   BoundMapi mapi32;
   TempFolder temporary;
   const std::wstring path;
@@ -48,22 +32,6 @@ class ReportProperties : public testing::Test {
   ReportTexts texts;
   TestFolder folder{mapi32.heap};
 };
-
-TEST_F(ReportProperties, OfAMessageWithoutSenderAndTexts) {
-  const LONGLONG before = now();
-  const auto& set = post().properties;
-  const LONGLONG after = now();
-  ASSERT_EQ(set.size(), 7u);
-  EXPECT_EQ(set[0], (SetProperty{.tag = PR_SUBJECT_W, .text = L"sales.rpt"}));
-  EXPECT_EQ(set[1], (SetProperty{.tag = PR_MESSAGE_CLASS_W, .text = L"IPM.DOCUMENT.*RPT"}));
-  EXPECT_EQ(set[2].tag, PR_CLIENT_SUBMIT_TIME);
-  EXPECT_GE(set[2].number, before - 10'000 * 1000LL) << "in UTC, to the millisecond";
-  EXPECT_LE(set[2].number, after);
-  EXPECT_EQ(set[3], (SetProperty{.tag = PR_MESSAGE_DELIVERY_TIME, .number = set[2].number}));
-  EXPECT_EQ(set[4], (SetProperty{.tag = PR_SENSITIVITY, .number = 0}));
-  EXPECT_EQ(set[5], (SetProperty{.tag = PR_CONVERSATION_TOPIC_W, .text = L"sales.rpt"}));
-  EXPECT_EQ(set[6], (SetProperty{.tag = PR_IMPORTANCE, .number = 1}));
-}
 
 TEST_F(ReportProperties, OfAMessageWithEverything) {
   sender = {bytes("id"), L"Ann", bytes("KEY")};
@@ -84,24 +52,6 @@ TEST_F(ReportProperties, OfAMessageWithEverything) {
                                    SetProperty{.tag = PR_IMPORTANCE, .number = 1}));
 }
 
-constexpr ULONG plainTags[] = {PR_SUBJECT_W,   PR_MESSAGE_CLASS_W,      PR_CLIENT_SUBMIT_TIME, PR_MESSAGE_DELIVERY_TIME,
-                               PR_SENSITIVITY, PR_CONVERSATION_TOPIC_W, PR_IMPORTANCE};
-
-TEST_F(ReportProperties, SenderWithoutIdentifierIsLeftOut) {
-  sender = {{}, L"Ann", bytes("KEY")};
-  EXPECT_THAT(tagsOf(post().properties), ElementsAreArray(plainTags));
-}
-
-TEST_F(ReportProperties, SenderWithoutNameIsLeftOut) {
-  sender = {bytes("id"), std::nullopt, bytes("KEY")};
-  EXPECT_THAT(tagsOf(post().properties), ElementsAreArray(plainTags));
-}
-
-TEST_F(ReportProperties, SenderWithoutSearchKeyIsLeftOut) {
-  sender = {bytes("id"), L"Ann", {}};
-  EXPECT_THAT(tagsOf(post().properties), ElementsAreArray(plainTags));
-}
-
 TEST_F(ReportProperties, TextsAreSetOneByOne) {
   texts.comment = L"Draft";
   const auto& message = post();
@@ -120,22 +70,6 @@ TEST_F(ReportProperties, ClassIsUpperCasedInPlace) {
   std::wcscpy(messageClass, L"IPM.Document.*Größe");
   post();
   EXPECT_STREQ(messageClass, L"IPM.DOCUMENT.*GRÖßE");
-}
-
-TEST_F(ReportProperties, OfTheAttachment) {
-  const auto& set = post(L"quarterly-sales.rpt").attachmentProperties;
-  EXPECT_THAT(set, testing::ElementsAre(SetProperty{.tag = PR_ATTACH_LONG_FILENAME_W, .text = L"quarterly-sales.rpt"},
-                                        SetProperty{.tag = PR_ATTACH_METHOD, .number = 1},
-                                        SetProperty{.tag = PR_ATTACH_EXTENSION_W, .text = L"rpt"},
-                                        SetProperty{.tag = PR_ATTACH_FILENAME_W, .text = L"quarterl.rpt"},
-                                        SetProperty{.tag = PR_DISPLAY_NAME_W, .text = L"quarterly-sales.rpt"}));
-}
-
-TEST_F(ReportProperties, ContentIsTheFilesAndEverythingIsSaved) {
-  const auto& message = post();
-  EXPECT_EQ(message.content, "content");
-  EXPECT_TRUE(message.attachmentSaved);
-  EXPECT_TRUE(message.saved);
 }
 
 struct ShortName {
