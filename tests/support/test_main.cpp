@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <string>
 
+#include "failing_memory.h"
 #include "running_case.h"
 
 namespace {
@@ -50,7 +51,9 @@ bool isRefusedReadOnlyFiles() {
 constexpr struct {
   const char* suites;
   bool (*suits)();
-} particular[] = {{"*DoubleByte.*", hasDoubleByteCodePage}, {"*ReadOnlyFile.*", isRefusedReadOnlyFiles}};
+} particular[] = {{"*DoubleByte.*", hasDoubleByteCodePage},
+                  {"*ReadOnlyFile.*", isRefusedReadOnlyFiles},
+                  {"*RuntimeHeap.*", [] { return allocatesInTheRuntime(); }}};
 
 void leaveOutWhatCannotRun() {
   std::string& filter = testing::GTEST_FLAG(filter);

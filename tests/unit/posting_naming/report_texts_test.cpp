@@ -86,8 +86,9 @@ TEST_F(ReportTextsOf, CommentBeforeATruncatedItemIsKept) {
 }
 
 // A text without memory is left out, and the others are taken.
-TEST_F(ReportTextsOf, TextWithoutMemoryIsLeftOut) {
-  if (!allocatesInTheRuntime()) GTEST_SKIP() << "this program has a heap of its own";
+class ReportTextsRuntimeHeap : public ReportTextsOf {};
+
+TEST_F(ReportTextsRuntimeHeap, TextWithoutMemoryIsLeftOut) {
   const std::wstring path = report({{4121, std::wstring(100, L'c')}, {4122, std::wstring(100, L'b')}});
   int withoutComment = 0, withoutBody = 0, nth = 1;
   for (; nth < 100; ++nth) {
