@@ -82,6 +82,7 @@ Connection::Connection(std::wstring path, Disk& disk, bool mayCreate)
 
 Connection::~Connection() {
   readyFiles_.clear();
+  messageChecksum_.reset();
   statements_.clear();
   database_.reset();
   if (mark_) {
@@ -224,6 +225,11 @@ Statement& Connection::statement(const char* sql) {
   auto& cached = statements_[sql];
   if (!cached) cached = std::make_unique<Statement>(handle(), sql, true);
   return *cached;
+}
+
+MessageChecksum& Connection::messageChecksum() {
+  if (!messageChecksum_) messageChecksum_ = std::make_unique<MessageChecksum>(handle());
+  return *messageChecksum_;
 }
 
 void Connection::execute(const std::string& sql) {

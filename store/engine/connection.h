@@ -13,6 +13,7 @@
 #include "disk.h"
 #include "engine_error.h"
 #include "light_mutex.h"
+#include "message_checksum.h"
 #include "ready_files.h"
 #include "sqlite_statement.h"
 
@@ -33,6 +34,9 @@ public:
 
   // The cached statement of a text that lives as long as the program.
   Statement& statement(const char* sql);
+
+  // For messages of this database, once the schema is there.
+  MessageChecksum& messageChecksum();
 
   // Any number of statements, not cached.
   void execute(const std::string& sql);
@@ -90,6 +94,7 @@ private:
   std::recursive_mutex mutex_;
   std::unique_ptr<sqlite3, Close> database_;
   std::unordered_map<const char*, std::unique_ptr<Statement>> statements_;
+  std::unique_ptr<MessageChecksum> messageChecksum_;
   std::vector<std::wstring> droppedFiles_;  // content files whose rows the present transaction deletes
   ReadyFiles readyFiles_{*this};
   LightMutex contentFoldersMutex_;

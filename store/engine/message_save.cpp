@@ -106,6 +106,7 @@ std::int64_t insertMessage(Connection& connection, const MessageDraft& draft) {
 
 std::int64_t touchMessage(Connection& connection, const MessageDraft& draft) {
   const std::int64_t row = messageRow(connection, *draft.message);
+  compareChecksum(connection, row);  // or the new checksum would declare damage whole
   const MessageInfo info = messageInfo(connection, row);
   if (draft.expectedRevision && *draft.expectedRevision != info.revision) {
     fail(Status::Changed, "The message was changed by someone else meanwhile.");
@@ -142,7 +143,7 @@ void applyAttachment(Connection& connection, std::int64_t message, const Attachm
 
 }  // namespace
 
-void refreshSizes(Connection& connection, std::int64_t message) {
+void finishMessage(Connection& connection, std::int64_t message) {
   Query(connection.statement("UPDATE attachment SET size = (SELECT coalesce(sum(p.size), 0) FROM message_property p "
                              "WHERE p.message = ?1 AND p.part = number + 1) WHERE message = ?1"),
         message)
@@ -152,6 +153,8 @@ void refreshSizes(Connection& connection, std::int64_t message) {
             "attachment_count = (SELECT count(*) FROM attachment WHERE message = ?1) WHERE id = ?1"),
         message)
       .run();
+  const auto sum = static_cast<std::int64_t>(connection.messageChecksum().of(message));
+  Query(connection.statement("UPDATE message SET checksum = ? WHERE id = ?"), sum, message).run();
 }
 
 Status saveMessage(Database& database, const MessageDraft& draft, MessageInfo& saved) {
@@ -173,7 +176,7 @@ Status saveMessage(Database& database, const MessageDraft& draft, MessageInfo& s
     for (std::size_t i = 0; i < draft.attachments.size(); ++i) {
       applyAttachment(connection, row, draft.attachments[i], attachmentChanges[i]);
     }
-    refreshSizes(connection, row);
+    finishMessage(connection, row);
     const MessageInfo info = messageInfo(connection, row);
     transaction.commit();
     contents.finish();

@@ -22,7 +22,10 @@ MessageInfo messageInfo(Connection& connection, std::int64_t row);
 // Throws NotFound.
 void checkAttachmentExists(Connection& connection, std::int64_t message, std::uint32_t number);
 
-// Computes the sizes and the attachment count anew, after properties were changed.
-void refreshSizes(Connection& connection, std::int64_t message);
+// Throws Corrupt if the message's rows are not those that were saved.
+void compareChecksum(Connection& connection, std::int64_t message);
+
+// The last step of every change: sizes, the attachment count and the checksum follow from the rows.
+void finishMessage(Connection& connection, std::int64_t message);
 
 }  // namespace fendrel::store

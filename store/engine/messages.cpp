@@ -53,6 +53,12 @@ MessageInfo messageInfo(Connection& connection, std::int64_t row) {
   return messageAt(*query);
 }
 
+void compareChecksum(Connection& connection, std::int64_t message) {
+  if (!connection.messageChecksum().matches(message)) {
+    fail(Status::Corrupt, "The store is damaged: a message does not match its checksum.");
+  }
+}
+
 void checkAttachmentExists(Connection& connection, std::int64_t message, std::uint32_t number) {
   Query query(connection.statement("SELECT 1 FROM attachment WHERE message = ? AND number = ?"), message, number);
   if (!query.step()) fail(Status::NotFound, "The message has no attachment number " + std::to_string(number) + ".");
@@ -60,11 +66,10 @@ void checkAttachmentExists(Connection& connection, std::int64_t message, std::ui
 
 Status findMessage(Database& database, const Guid& message, MessageInfo& found) {
   return guarded(database, [&](Connection& connection) {
-    Query query(connection.statement("SELECT " FENDREL_MESSAGE_COLUMNS
-                                     " FROM message m JOIN folder f ON f.id = m.folder WHERE m.guid = ?"),
-                message);
-    if (!query.step()) failNoMessage();
-    found = messageAt(*query);
+    Transaction transaction(connection, Transaction::Read);
+    const std::int64_t row = messageRow(connection, message);
+    compareChecksum(connection, row);
+    found = messageInfo(connection, row);
   });
 }
 

@@ -70,7 +70,7 @@ struct MessageDraft {
 // NotEnoughDisk, Busy, NoAccess, Corrupt, Failed.
 Status saveMessage(Database& database, const MessageDraft& draft, MessageInfo& saved);
 
-// NotFound.
+// Opens a message: all of its rows are compared with its checksum. NotFound, Corrupt.
 Status findMessage(Database& database, const Guid& message, MessageInfo& found);
 
 // `tags` empty: all. A tag of type `unspecified` finds any type; otherwise the type must be equal.
