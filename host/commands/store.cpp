@@ -114,8 +114,7 @@ ExitCode showFacts(Host& host, const std::string& file) {
     host.line(fmt::format("{:<15} {}", name, words));
   };
   line("Store", printable(path));
-  line("Schema version", fmt::format("{}, {}", facts.version,
-                                     facts.pagesHaveChecksums ? "pages with checksums" : "pages without checksums"));
+  line("Schema version", fmt::format("{}", facts.version));
   line("Database", fmt::format("{}, {} of {}, {} of them free", counted(facts.databaseBytes, "byte"),
                                counted(facts.pages, "page"), counted(facts.pageBytes, "byte"),
                                withThousands(facts.freePages)));
@@ -125,7 +124,8 @@ ExitCode showFacts(Host& host, const std::string& file) {
   line("Profiles", withThousands(facts.profiles));
   line("Message stores", withThousands(facts.stores));
   line("Folders", withThousands(facts.folders));
-  line("Messages", fmt::format("{}, {}", withThousands(facts.messages), counted(facts.messageBytes, "byte")));
+  line("Messages", fmt::format("{}, {}, {} of them with checksums", withThousands(facts.messages),
+                               counted(facts.messageBytes, "byte"), withThousands(facts.messagesWithChecksum)));
   line("Attachments", withThousands(facts.attachments));
   line("Left-over files", facts.leftoverFiles == 0
                               ? "none"
@@ -133,7 +133,6 @@ ExitCode showFacts(Host& host, const std::string& file) {
                                             counted(facts.leftoverBytes, "byte")));
   host.document({{"store", toUtf8(path)},
                  {"version", facts.version},
-                 {"pagesHaveChecksums", facts.pagesHaveChecksums},
                  {"databaseBytes", facts.databaseBytes},
                  {"logBytes", facts.logBytes},
                  {"pages", facts.pages},
@@ -143,6 +142,7 @@ ExitCode showFacts(Host& host, const std::string& file) {
                  {"stores", facts.stores},
                  {"folders", facts.folders},
                  {"messages", facts.messages},
+                 {"messagesWithChecksum", facts.messagesWithChecksum},
                  {"messageBytes", facts.messageBytes},
                  {"attachments", facts.attachments},
                  {"contentFiles", facts.contentFiles},
@@ -156,11 +156,11 @@ ExitCode checkFiles(Host& host, const std::string& file) {
   const std::wstring path = storePath(host, file);
   Share share("Checking");
   const store::CheckResult result = keepHouse([&] { return store::checkStore(path, share.watch()); });
-  host.line(fmt::format("Store {}: read {}, {}, {}, {} of content{}.", printable(path),
+  host.line(fmt::format("Store {}: read {}, {}, {}, {} of content, {}.", printable(path),
                         counted(result.folders, "folder"), counted(result.messages, "message"),
                         counted(result.attachments, "attachment"),
                         counted(result.contentBytes, "byte"),
-                        result.pagesHaveChecksums ? fmt::format(", {}", counted(result.pages, "page")) : ""));
+                        counted(result.pages, "page")));
   for (const store::Finding& finding : result.damage) host.line(wordsOf(finding));
   if (result.leftoverFiles > 0)
     host.line(fmt::format("{} of {} left over; \"fendrel store compact\" deletes them.",
@@ -178,7 +178,6 @@ ExitCode checkFiles(Host& host, const std::string& file) {
                  {"contents", result.contents},
                  {"contentBytes", result.contentBytes},
                  {"pages", result.pages},
-                 {"pagesHaveChecksums", result.pagesHaveChecksums},
                  {"leftoverFiles", result.leftoverFiles},
                  {"leftoverBytes", result.leftoverBytes},
                  {"damage", jsonOf(result.damage)}});

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "checksum.h"
+#include "engine_error.h"
 
 namespace fendrel::store {
 
@@ -21,7 +22,9 @@ std::uint64_t checksumOfZeros() {
 
 }  // namespace
 
-ContentSpool::~ContentSpool() { dropFile(); }
+ContentSpool::~ContentSpool() {
+  if (!isHandedOver_) dropFile();
+}
 
 std::size_t ContentSpool::lengthOf(std::uint64_t block) const noexcept {
   const std::uint64_t start = block * contentBlockSize;
@@ -72,8 +75,7 @@ void ContentSpool::resize(std::uint64_t size) {
     const std::uint64_t blocks = (size + contentBlockSize - 1) / contentBlockSize;
     if (isFile()) {
       const bool currentStays = current_ * contentBlockSize < size;
-      DiskFile& file = wholeFile();
-      file.resize(std::min(size, file.size()));
+      file_.file->resize(std::min(size, file_.file->size()));
       if (!currentStays) {
         block_.clear();
         current_ = blocks;
@@ -93,7 +95,7 @@ void ContentSpool::resize(std::uint64_t size) {
     openFile();
     checksums_.resize(static_cast<std::size_t>((size + contentBlockSize - 1) / contentBlockSize), checksumOfZeros());
   }
-  if (isFile()) wholeFile().resize(size);
+  if (isFile()) file_.file->resize(size);
   size_ = size;
   block_.resize(lengthOf(current_));
   dirty_ = true;
@@ -107,18 +109,18 @@ void ContentSpool::makeCurrent(std::uint64_t block) {
   current_ = noBlock;  // should reading fail, nothing is current
   block_.clear();
   block_.resize(length);
-  if (length > 0 && wholeFile().read(block * contentBlockSize, block_) != length) {
+  if (length > 0 && file_.file->read(block * contentBlockSize, block_) != length) {
     block_.clear();
     fail(Status::Corrupt, "A content file of the store lost its end while it was written.");
   }
   current_ = block;
 }
 
-// The file may have taken the bytes of `block_` when it returns: another block becomes current next.
 void ContentSpool::storeCurrent() {
   if (!dirty_) return;
   openFile();
-  writer_->write(current_ * contentBlockSize, block_);
+  noteChecksum(current_, checksum(block_));
+  file_.file->write(current_ * contentBlockSize, block_);
   dirty_ = false;
 }
 
@@ -128,23 +130,14 @@ void ContentSpool::noteChecksum(std::uint64_t block, std::uint64_t sum) {
 }
 
 void ContentSpool::openFile() {
-  if (isFile()) return;
-  file_ = connection_.readyFiles().take();
-  writer_.emplace(*file_.file, connection_.disk().worksInBackground());
-}
-
-// For all that is not writing one block after the other.
-DiskFile& ContentSpool::wholeFile() {
-  writer_->finish();
-  // Forgotten only when all are noted: noting them needs memory, and may have to be repeated.
-  for (const auto& [position, sum] : writer_->checksums()) noteChecksum(position / contentBlockSize, sum);
-  writer_->forgetChecksums();
-  return *file_.file;
+  if (!isFile()) file_ = folder_.create();
 }
 
 void ContentSpool::dropFile() noexcept {
-  writer_.reset();
-  if (isFile()) connection_.readyFiles().remove(std::move(file_));
+  if (!isFile()) return;
+  file_.file.reset();
+  tryRemove(folder_.disk(), file_.path);
+  file_ = {};
 }
 
 void ContentSpool::prepare() {
@@ -158,19 +151,15 @@ void ContentSpool::prepare() {
     return;
   }
   makeCurrent(blockCount() - 1);
-  DiskFile& file = wholeFile();
-  noteChecksum(current_, checksum(block_));  // it may be of another length
+  dirty_ = true;  // it may be of another length
+  storeCurrent();
   checksums_.resize(static_cast<std::size_t>(blockCount()));
-  file.write(current_ * contentBlockSize, block_);
-  dirty_ = false;
-  if (file.size() != size_) file.resize(size_);  // it may have been filled ahead
-  file.flush();
-  connection_.readyFiles().noteSize(size_);
+  file_.file->flush();
+  if (!file_.isNamed) folder_.name(file_);
 }
 
 void ContentSpool::finish() noexcept {
-  saved_ = true;
-  writer_.reset();
+  isSaved_ = true;
   file_ = {};
   block_ = {};
   checksums_ = {};

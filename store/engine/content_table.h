@@ -1,21 +1,27 @@
-// Long values in the database: the table `content` and the files it names. For the engine's own files only.
+// Long values in the database: the table `content` and the files that it names. Called inside a transaction.
 #pragma once
 
 #include <memory>
 
-#include "content_spool.h"
-#include "content_source.h"
+#include "content_folder.h"
+#include "content_blocks.h"
+#include "sqlite_statement.h"
 
 namespace fendrel::store {
 
-// Inside a write transaction: adds a prepared spool's content and returns its row. Publishes its file.
+class Connection;
+class ContentSpool;
+
+// Adds a prepared spool's content and returns its row.
 std::int64_t insertContent(Connection& connection, ContentSpool& spool);
 
-// Opens a row's content. Throws Corrupt if its bytes, its file or the row itself are missing or of another size.
-std::unique_ptr<ContentSource> openContentRow(Connection& connection, std::int64_t row);
+// What contentAt reads: "size, checksums, data, file" of a content.
+constexpr const char* selectContent = "SELECT size, checksums, data, file FROM content WHERE id = ?";
 
-// Deletes what crashed processes left: temporary files that no one holds and that are an hour old, and, where a
-// process died, content files that no row names. Costs a look into a nearly empty folder in the usual case.
-void reclaimLeftovers(Connection& connection);
+// Opens the content of a row of selectContent. Throws Corrupt if its bytes or its file are missing or of another size.
+std::unique_ptr<ContentSource> contentAt(const Statement& row, const ContentFolder& folder);
+
+// The content of that row number. Throws Corrupt also where there is none.
+std::unique_ptr<ContentSource> openContentRow(Connection& connection, std::int64_t row);
 
 }  // namespace fendrel::store

@@ -6,19 +6,17 @@
 #include <memory>
 #include <span>
 
+#include "content_blocks.h"
 #include "database.h"
 
 namespace fendrel::store {
 
+class Connection;
 class ContentReader;
 class ContentSpool;
 
-// Content up to this many bytes is held in memory and becomes part of the database; longer content is spooled to
-// a temporary file beside it and becomes a file of its own. Also the unit of checksums.
-constexpr std::size_t contentBlockSize = 128 * 1024;
-
 // A sequence of bytes that can be written, read back and resized at random. Nothing of it is in the store before
-// saveMessage takes it. Memory: about contentBlockSize * 3 at most, whatever the size. Small writes one after
+// saveMessage takes it. Memory: about contentBlockSize, whatever the size. Small writes one after
 // another are cheap: they are gathered into blocks.
 // One thread at a time; no lock of the database is held. A writer that is destroyed unsaved leaves nothing.
 class ContentWriter {
@@ -51,7 +49,11 @@ public:
   ContentSpool& spool() noexcept { return *spool_; }
 
 private:
-  explicit ContentWriter(std::unique_ptr<ContentSpool> spool);
+  explicit ContentWriter(Connection& connection);
+  template <class Work>
+  Status spooling(Work&& work);
+
+  Connection& connection_;
   std::unique_ptr<ContentSpool> spool_;
 };
 

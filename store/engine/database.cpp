@@ -3,10 +3,12 @@
 #include <windows.h>
 
 #include "connection.h"
-#include "content_table.h"
 #include "database_on_disk.h"
 #include "migrations.h"
+#include "new_store_file.h"
+#include "reclaim.h"
 #include "standard_folders.h"
+#include "unicode.h"
 
 namespace fendrel::store {
 
@@ -25,9 +27,13 @@ Status openOnDisk(const std::wstring& path, Disk& disk, bool mayCreate, std::uni
   opened.reset();
   error.clear();
   try {
-    auto connection = std::make_unique<Connection>(fullStorePath(path), disk, mayCreate);
+    const std::wstring full = fullStorePath(path);
+    if (!disk.exists(full)) {
+      if (!mayCreate) fail(Status::NotFound, "There is no store '" + toUtf8(full) + "'.");
+      createStoreFile(full, disk);
+    }
+    auto connection = std::make_unique<Connection>(full, disk);
     migrate(*connection, schemaMigrations());
-    connection->noteDroppedFiles();
     ensurePublicStore(*connection);
     reclaimLeftovers(*connection);
     opened.reset(new Database(std::move(connection)));

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "property.h"
+#include "ids.h"
 #include "status.h"
 
 namespace fendrel::store {
@@ -53,13 +53,5 @@ private:
 
 // How long a call waits for other processes before it answers Busy, in milliseconds.
 constexpr int busyTimeout = 10'000;
-
-// The time now, as the engine stamps messages: strictly growing within a process.
-FileTime now() noexcept;
-
-// A new identifier: unique, and growing with time so that indexes stay compact.
-Guid newGuid();
-
-constexpr Guid noGuid{};
 
 }  // namespace fendrel::store

@@ -47,13 +47,13 @@ public:
   // A new file that no one else can write, rename or delete while this object lives.
   virtual std::unique_ptr<DiskFile> create(const std::wstring& path) = 0;
 
-  // The same for a file that its owner alone can read.
-  virtual std::unique_ptr<DiskFile> createPrivate(const std::wstring& path) = 0;
+  // The file, made readable by its owner only when missing, for this object alone: Busy if anyone else has it open.
+  virtual std::unique_ptr<DiskFile> openAlone(const std::wstring& path) = 0;
 
   // For reading; others may delete it meanwhile, this object goes on reading.
   virtual std::unique_ptr<DiskFile> open(const std::wstring& path) = 0;
 
-  // Returns false if there is none, or if someone has it open for writing.
+  // True if it is gone, or never was; false if someone has it open for writing.
   virtual bool remove(const std::wstring& path) = 0;
 
   virtual bool exists(const std::wstring& path) = 0;
@@ -67,6 +67,9 @@ public:
   // Creates a folder; existing is fine. A private one is its owner's alone.
   virtual void createFolder(const std::wstring& path, bool isPrivate) = 0;
 
+  // Nothing if it is not empty.
+  virtual void removeFolder(const std::wstring& path) = 0;
+
   // The files of a folder; none if it does not exist.
   virtual std::vector<Entry> list(const std::wstring& folder) = 0;
 
@@ -75,18 +78,12 @@ public:
 
   // The SQLite file layer that goes with this disk.
   virtual const char* sqliteLayer() = 0;
-
-  // Whether each lock that SQLite takes costs a message to another process, so that keeping it for a moment pays.
-  virtual bool hasSlowLocks() { return false; }
-
-  // How many bytes of SQLite's log are made at once and stay (checked_log.h).
-  virtual std::uint64_t logRoom() { return 0; }
-
-  // Whether several threads may use it at once, so that work can be done ahead in the background.
-  virtual bool worksInBackground() { return false; }
 };
 
 // The machine's own disk.
 Disk& windowsDisk();
+
+// The same without a failure: false if it is still there.
+bool tryRemove(Disk& disk, const std::wstring& path) noexcept;
 
 }  // namespace fendrel::store

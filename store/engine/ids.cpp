@@ -1,3 +1,5 @@
+#include "ids.h"
+
 #include <windows.h>
 
 #include <bcrypt.h>
@@ -8,7 +10,6 @@
 #include <span>
 
 #include "checksum.h"
-#include "database.h"
 
 namespace fendrel::store {
 
@@ -50,6 +51,15 @@ Guid newGuid() {
   Guid guid;
   std::memcpy(guid.bytes, bytes, sizeof bytes);
   return guid;
+}
+
+std::wstring hexText(const Guid& guid) {
+  std::wstring text;
+  for (const std::byte byte : guid.bytes) {
+    text += L"0123456789abcdef"[static_cast<unsigned>(byte) >> 4];
+    text += L"0123456789abcdef"[static_cast<unsigned>(byte) & 15];
+  }
+  return text;
 }
 
 }  // namespace fendrel::store

@@ -11,9 +11,6 @@ public:
   void lock() noexcept { AcquireSRWLockExclusive(&lock_); }
   void unlock() noexcept { ReleaseSRWLockExclusive(&lock_); }
 
-  // Locked before and after, not while waiting. It may return without a reason.
-  void wait(CONDITION_VARIABLE& change) noexcept { SleepConditionVariableSRW(&change, &lock_, INFINITE, 0); }
-
 private:
   SRWLOCK lock_ = SRWLOCK_INIT;
 };

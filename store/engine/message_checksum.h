@@ -15,6 +15,9 @@
 
 namespace fendrel::store {
 
+// The first version of the schema whose messages have one.
+constexpr int versionWithChecksums = 3;
+
 class MessageChecksum {
 public:
   // Prepares its statements. The tables are those of version 3; temporary tables of their names stand for them.

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "folder_table.h"
+#include "content_spool.h"
 #include "message_table.h"
 #include "property_table.h"
 
@@ -23,8 +24,8 @@ public:
         (type == PropertyType::text && spool.size() % 2 != 0)) {
       fail(Status::Invalid, "A content to save is neither binary nor text.");
     }
-    if (&spool.connection() != &connection_) fail(Status::Invalid, "A content to save is of another store.");
-    if (spool.saved() || std::ranges::find(spools_, &spool) != spools_.end()) {
+    if (&spool.folder() != &connection_.contents()) fail(Status::Invalid, "A content to save is of another store.");
+    if (spool.isSaved() || std::ranges::find(spools_, &spool) != spools_.end()) {
       fail(Status::Invalid, "A content was saved already.");
     }
     spools_.push_back(&spool);
@@ -32,14 +33,24 @@ public:
 
   // A value that is too long for its row.
   ContentSpool& addValue(const PropertyValue& value) {
-    auto& spool = owned_.emplace_back(std::make_unique<ContentSpool>(connection_));
+    auto& spool = owned_.emplace_back(std::make_unique<ContentSpool>(connection_.contents()));
     spool->write(0, contentOfValue(value));
     spools_.push_back(spool.get());
     return *spool;
   }
 
+  // Everything but the rows is on the disk when it returns.
   void prepare() {
-    for (ContentSpool* spool : spools_) spool->prepare();
+    bool haveFiles = false;
+    for (ContentSpool* spool : spools_) {
+      spool->prepare();
+      haveFiles = haveFiles || spool->isFile();
+    }
+    if (haveFiles) connection_.contents().flushNames();
+  }
+
+  void handOver() noexcept {
+    for (ContentSpool* spool : spools_) spool->handOver();
   }
 
   void finish() noexcept {
@@ -178,6 +189,7 @@ Status saveMessage(Database& database, const MessageDraft& draft, MessageInfo& s
     }
     finishMessage(connection, row);
     const MessageInfo info = messageInfo(connection, row);
+    contents.handOver();
     transaction.commit();
     contents.finish();
     saved = info;

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "connection.h"
+#include "content_spool.h"
 #include "content_table.h"
 #include "messages.h"
 #include "property_codec.h"

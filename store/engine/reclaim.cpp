@@ -1,43 +1,118 @@
-#include "content_table.h"
+#include "reclaim.h"
+
+#include <string>
+#include <vector>
+
+#include "connection.h"
 #include "unicode.h"
 
 namespace fendrel::store {
 
 namespace {
 
-constexpr std::uint64_t safeAge = 60ull * 60 * 10'000'000;  // one hour in 100-nanosecond intervals
+std::vector<std::string> droppedFiles(Connection& connection, FileTime before) {
+  Query query(connection.statement("SELECT name FROM dropped_file WHERE time < ? "
+                                   "AND NOT EXISTS (SELECT 1 FROM content WHERE file = name)"),
+              before.ticks);
+  std::vector<std::string> names;
+  while (query.step()) names.emplace_back(query->text(0));
+  return names;
+}
 
-bool isOld(const Disk::Entry& entry) { return entry.modified.ticks + safeAge < now().ticks; }
-
-// Rows come and go only inside a write transaction. So while this one lasts, a file that no row names is a left-over,
-// or it is held by a living process, and then cannot be deleted.
-void removeUnreferenced(Connection& connection) {
-  Transaction transaction(connection, Transaction::Write);
-  for (const auto& entry : connection.disk().list(connection.contentFolder())) {
-    if (!entry.name.ends_with(contentEnding)) continue;
-    const std::string name = toUtf8(entry.name);
-    Query query(connection.statement("SELECT 1 FROM content WHERE file = ?"), std::string_view(name));
-    if (!query.step()) connection.disk().remove(connection.contentFolder() + L"\\" + entry.name);
+std::uint64_t sizeOf(Disk& disk, const std::wstring& path) {
+  try {
+    return disk.open(path)->size();
+  } catch (const EngineError&) {
+    return 0;
   }
 }
+
+// Empty for a name that we did not give.
+std::wstring fileOf(const std::string& name) {
+  try {
+    return contentFileName(name);
+  } catch (const EngineError&) {
+    return {};
+  }
+}
+
+// Nobody may still see a row that names one of them.
+Reclaimed removeDroppedFiles(Connection& connection, const std::vector<std::string>& names) {
+  Reclaimed reclaimed;
+  std::vector<std::string> gone;
+  ContentFolder& folder = connection.contents();
+  for (const std::string& name : names) {
+    const std::wstring file = fileOf(name);
+    const std::uint64_t size = sizeOf(folder.disk(), folder.path() + L"\\" + file);
+    if (file.empty() || !folder.remove(file)) continue;
+    gone.push_back(name);
+    ++reclaimed.files;
+    reclaimed.bytes += size;
+  }
+  if (gone.empty()) return reclaimed;
+  folder.flushNames();  // a file that came back after a power cut would be noted nowhere
+  Transaction transaction(connection, Transaction::Write);
+  for (const std::string& name : gone) {
+    Query(connection.statement("DELETE FROM dropped_file WHERE name = ?"), std::string_view(name)).run();
+  }
+  transaction.commit();
+  return reclaimed;
+}
+
+// Rows come and go only inside a write transaction.
+Reclaimed removeUnnamedFiles(Connection& connection) {
+  Reclaimed reclaimed;
+  ContentFolder& folder = connection.contents();
+  Transaction transaction(connection, Transaction::Write);
+  for (const Disk::Entry& entry : folder.files()) {
+    if (!isOlderThanGrace(entry.modified)) continue;
+    const std::string name = toUtf8(entry.name);
+    Query named(connection.statement("SELECT 1 FROM content WHERE file = ?1 "
+                                     "UNION ALL SELECT 1 FROM dropped_file WHERE name = ?1"),
+                std::string_view(name));
+    if (named.step()) continue;
+    const std::uint64_t size = sizeOf(folder.disk(), folder.path() + L"\\" + entry.name);
+    if (!folder.remove(entry.name)) continue;
+    ++reclaimed.files;
+    reclaimed.bytes += size;
+  }
+  return reclaimed;
+}
+
+// Opening a store waits for nobody because of files that are left over.
+class NoWaiting {
+public:
+  explicit NoWaiting(Connection& connection) : connection_(connection) {
+    sqlite3_busy_handler(connection.handle(), nullptr, nullptr);
+  }
+  ~NoWaiting() { connection_.waitForOthers(); }
+  NoWaiting(const NoWaiting&) = delete;
+  NoWaiting& operator=(const NoWaiting&) = delete;
+
+private:
+  Connection& connection_;
+};
 
 }  // namespace
 
 void reclaimLeftovers(Connection& connection) {
-  Disk& disk = connection.disk();
-  std::vector<std::wstring> staleMarks;
-  for (const auto& entry : disk.list(connection.spoolFolder())) {
-    const std::wstring path = connection.spoolFolder() + L"\\" + entry.name;
-    // A living process keeps its files open, so that they cannot be deleted. The age protects those of processes
-    // on other machines and systems that do not see each other's locks.
-    if (entry.name.ends_with(spoolEnding) && isOld(entry)) disk.remove(path);
-    if (entry.name.ends_with(L".open") && disk.isAbandoned(path)) staleMarks.push_back(path);
+  connection.contents().removeStaleTemporaryFiles();
+  try {
+    const auto names = droppedFiles(connection, {now().ticks - graceTime});
+    if (names.empty()) return;
+    const NoWaiting noWaiting(connection);
+    if (isLogDone(connection.handle())) removeDroppedFiles(connection, names);
+  } catch (const EngineError&) {  // a later opening tries again
   }
-  if (staleMarks.empty()) return;
-  removeUnreferenced(connection);
-  // Only a mark makes the next opening look again for files that a power cut brings back.
-  disk.flushFolder(connection.contentFolder());
-  for (const auto& mark : staleMarks) disk.remove(mark);
+}
+
+Reclaimed reclaimEverything(Connection& connection) {
+  connection.contents().removeStaleTemporaryFiles();
+  const auto names = droppedFiles(connection, {~std::uint64_t{0} >> 1});
+  if (!isLogDone(connection.handle())) return {};
+  const Reclaimed dropped = removeDroppedFiles(connection, names);
+  const Reclaimed unnamed = removeUnnamedFiles(connection);
+  return {dropped.files + unnamed.files, dropped.bytes + unnamed.bytes};
 }
 
 }  // namespace fendrel::store

@@ -21,7 +21,6 @@ void checkSqlite(int code, sqlite3* database, const char* doing) {
   if (code == SQLITE_OK || code == SQLITE_ROW || code == SQLITE_DONE) return;
   const int extended = database ? sqlite3_extended_errcode(database) : code;
   const int exact = (extended & 0xFF) == (code & 0xFF) ? extended : code;
-  if (exact == SQLITE_IOERR_DATA) fail(Status::Corrupt, "The store is damaged: a page does not match its checksum.");
   Status status = statusOfSqlite(exact);
   if (status == Status::Failed && database) status = statusOfSystem(sqlite3_system_errno(database));
   fail(status, std::string(doing) + " failed: " + (database ? sqlite3_errmsg(database) : sqlite3_errstr(code)) +

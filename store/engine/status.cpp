@@ -33,7 +33,6 @@ Status statusOfSqlite(int code) {
     case SQLITE_IOERR_NOMEM: throw std::bad_alloc();
     case SQLITE_CONSTRAINT_UNIQUE:
     case SQLITE_CONSTRAINT_PRIMARYKEY: return Status::AlreadyExists;
-    case SQLITE_IOERR_DATA:  // a page does not match its checksum
     case SQLITE_IOERR_CORRUPTFS: return Status::Corrupt;
     default: break;
   }

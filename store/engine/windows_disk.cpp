@@ -120,6 +120,7 @@ public:
 
   // By its handle, so that at no moment another process could take the file for a left-over.
   void rename(const std::wstring& path) override {
+    std::wstring named = path;  // which may fail; what follows the renaming may not
     const std::size_t nameBytes = path.size() * sizeof(wchar_t);
     std::vector<std::byte> block(sizeof(FILE_RENAME_INFO) + nameBytes);
     auto* info = reinterpret_cast<FILE_RENAME_INFO*>(block.data());
@@ -130,7 +131,7 @@ public:
     if (!SetFileInformationByHandle(handle_.get(), FileRenameInfo, info, static_cast<DWORD>(block.size()))) {
       failWindows("Renaming", path_, GetLastError());
     }
-    path_ = path;
+    path_ = std::move(named);
   }
 
 private:
@@ -153,8 +154,8 @@ public:
     return file("Creating", path, GENERIC_READ | GENERIC_WRITE | DELETE, FILE_SHARE_READ, CREATE_NEW);
   }
 
-  std::unique_ptr<DiskFile> createPrivate(const std::wstring& path) override {
-    return file("Creating", path, GENERIC_READ | GENERIC_WRITE | DELETE, 0, CREATE_NEW, ownerOnly().attributes());
+  std::unique_ptr<DiskFile> openAlone(const std::wstring& path) override {
+    return file("Opening", path, GENERIC_READ | GENERIC_WRITE | DELETE, 0, OPEN_ALWAYS, ownerOnly().attributes());
   }
 
   std::unique_ptr<DiskFile> open(const std::wstring& path) override {
@@ -165,7 +166,8 @@ public:
   bool remove(const std::wstring& path) override {
     if (DeleteFileW(path.c_str())) return true;
     const DWORD code = GetLastError();
-    if (code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND || code == ERROR_SHARING_VIOLATION) return false;
+    if (code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND) return true;
+    if (code == ERROR_SHARING_VIOLATION) return false;
     failWindows("Deleting", path, code);
   }
 
@@ -201,6 +203,8 @@ public:
     failWindows("Creating the folder", path, code);
   }
 
+  void removeFolder(const std::wstring& path) override { RemoveDirectoryW(path.c_str()); }
+
   std::vector<Entry> list(const std::wstring& folder) override {
     std::vector<Entry> entries;
     WIN32_FIND_DATAW found;
@@ -231,11 +235,6 @@ public:
 
   const char* sqliteLayer() override { return "win32-longpath"; }
 
-  // On a file server, and under Wine.
-  bool hasSlowLocks() override { return true; }
-  std::uint64_t logRoom() override { return 8 * 1024 * 1024; }
-  bool worksInBackground() override { return true; }
-
 private:
   static OwnerOnly& ownerOnly() {
     static OwnerOnly descriptor;
@@ -257,6 +256,14 @@ private:
 Disk& windowsDisk() {
   static WindowsDisk disk;
   return disk;
+}
+
+bool tryRemove(Disk& disk, const std::wstring& path) noexcept {
+  try {
+    return disk.remove(path);
+  } catch (...) {
+    return false;
+  }
 }
 
 }  // namespace fendrel::store

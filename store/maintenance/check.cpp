@@ -1,3 +1,5 @@
+#include "check.h"
+
 #include <windows.h>
 
 #include <algorithm>
@@ -9,9 +11,7 @@
 #include "failure_border.h"
 #include "folder_map.h"
 #include "leftovers.h"
-#include "log_frames.h"
 #include "message_inspection.h"
-#include "page_checksums.h"
 #include "property_codec.h"
 #include "reading_connection.h"
 
@@ -25,9 +25,8 @@ public:
   Check(ReadingConnection& connection, const Watch& watch) : connection_(connection), watch_(watch) {}
 
   CheckResult run() {
-    readPages();
     connection_.keepMoment();
-    readLog();
+    result_.pages = static_cast<std::uint64_t>(connection_.number("PRAGMA page_count"));
     runPragma("PRAGMA integrity_check(100)", "The database: ", 0);
     runPragma("PRAGMA foreign_key_check", "A row names one that is not there, in the table ", 0);
     const FolderMap folders(connection_);
@@ -44,28 +43,6 @@ public:
 
 private:
   void damage(std::string what) { result_.damage.push_back({{}, {}, {}, false, std::move(what)}); }
-
-  // SQLite reads the pages in use alone, and not again what it has in memory.
-  void readPages() {
-    const PageReport pages = readEveryPage(connection_.handle());
-    result_.pages = pages.pages;
-    result_.pagesHaveChecksums = pages.hasChecksums;
-    for (const std::uint32_t page : pages.damaged) {
-      if (result_.damage.size() == mostLines) break;
-      damage("Page " + std::to_string(page) + " of the database does not match its checksum.");
-    }
-    if (pages.damaged.size() > mostLines) {
-      damage(std::to_string(pages.damaged.size() - mostLines) + " more pages do not match their checksums.");
-    }
-  }
-
-  // A recovery ends at the first damaged frame without a word. What someone is writing is looked at again.
-  void readLog() {
-    const auto lostFrames = [&] { return readLogFrames(connection_.disk(), connection_.path()).behindDamage; };
-    if (lostFrames() == 0) return;
-    Sleep(500);
-    if (const std::uint32_t frames = lostFrames(); frames > 0) damage(wordsOfLostFrames(frames));
-  }
 
   void runPragma(const char* sql, const char* words, int column) {
     std::string why;
@@ -174,22 +151,17 @@ private:
 
   // A file may be named, and let go of, between the looks at both: what seems left over is looked at again.
   void countLeftovers() {
-    std::vector<LeftoverFile> files;
     try {
-      const auto unnamed = [&] {
-        return unnamedContentFiles(connection_.handle(), connection_.disk(), connection_.contentFolder());
-      };
-      files = unnamed();
-      if (!files.empty()) {
+      Leftovers unknown = unknownContentFiles(connection_);
+      if (unknown.files > 0) {
         Sleep(500);
-        files = unnamed();
+        unknown = unknownContentFiles(connection_);
       }
+      const Leftovers waiting = waitingFiles(connection_);
+      result_.leftoverFiles = unknown.files + waiting.files;
+      result_.leftoverBytes = unknown.bytes + waiting.bytes;
     } catch (const EngineError& error) {
       damage("The content files cannot be compared with the database: " + error.text);
-    }
-    for (const LeftoverFile& file : files) {
-      ++result_.leftoverFiles;
-      result_.leftoverBytes += file.bytes;
     }
   }
 
@@ -207,11 +179,13 @@ private:
 
 }  // namespace
 
-CheckResult checkStore(const std::wstring& path, const Watch& watch) {
+CheckResult checkOnDisk(const std::wstring& path, Disk& disk, const Watch& watch) {
   return maintained([&] {
-    ReadingConnection connection(path, windowsDisk());
+    ReadingConnection connection(path, disk);
     return Check(connection, watch).run();
   });
 }
+
+CheckResult checkStore(const std::wstring& path, const Watch& watch) { return checkOnDisk(path, windowsDisk(), watch); }
 
 }  // namespace fendrel::store

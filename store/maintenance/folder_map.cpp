@@ -20,8 +20,7 @@ FolderMap::FolderMap(ReadingConnection& connection) {
   readFolders(connection);
   std::string why;
   protectionIsKnown_ = readRows(connection, "SELECT mailbox FROM profile WHERE password_hash IS NOT NULL", why,
-                                [&](const Statement& row) { protectedStores_.insert(row.integer(0)); }) &&
-                       !connection.isIncomplete("profile", why);
+                                [&](const Statement& row) { protectedStores_.insert(row.integer(0)); });
 }
 
 void FolderMap::readStores(ReadingConnection& connection) {
@@ -30,7 +29,7 @@ void FolderMap::readStores(ReadingConnection& connection) {
     stores[row.integer(0)] = {row.guid(1), row.integer(2), textOf(row, 3), false};
   };
   const bool ended = readFromBothEnds(connection, "SELECT id, guid, kind, display_name FROM store", {"id"}, why, take);
-  if (ended && !connection.isIncomplete("store", why)) return;
+  if (ended) return;
   lost_.push_back({{}, {}, {}, false, "The table of message stores is damaged: " + why});
   mendStores(connection);
 }
@@ -39,9 +38,9 @@ void FolderMap::readStores(ReadingConnection& connection) {
 void FolderMap::mendStores(ReadingConnection& connection) {
   std::string why;
   std::set<std::int64_t> isPublic;
-  readRows(connection, "SELECT id FROM " + connection.indexRows("store", "one_public_store") + " WHERE kind = 2", why,
+  readRows(connection, "SELECT id FROM " + std::string("main.store INDEXED BY one_public_store") + " WHERE kind = 2", why,
            [&](const Statement& row) { isPublic.insert(row.integer(0)); });
-  const std::string byGuid = connection.indexRows("store", "sqlite_autoindex_store_1");
+  const std::string byGuid = std::string("main.store INDEXED BY sqlite_autoindex_store_1");
   readFromBothEnds(connection, "SELECT id, guid FROM " + byGuid, {"guid"}, why,
                    [&](const Statement& row) {
                      const std::int64_t id = row.integer(0);
@@ -72,7 +71,7 @@ void FolderMap::readFolders(ReadingConnection& connection) {
                                       "SELECT id, guid, store, parent, name, role, created, modified, message_count, "
                                       "unread_count, associated_count FROM folder",
                                       {"id"}, why, take);
-  if (ended && !connection.isIncomplete("folder", why)) return;
+  if (ended) return;
   lost_.push_back({{}, {}, {}, false, "The table of folders is damaged: " + why});
   mendFolders(connection);
 }
@@ -81,7 +80,7 @@ void FolderMap::readFolders(ReadingConnection& connection) {
 void FolderMap::mendFolders(ReadingConnection& connection) {
   std::string why;
   std::map<std::int64_t, FolderRecord> known;
-  const auto index = [&](const char* name) { return connection.indexRows("folder", name); };
+  const auto index = [&](const char* name) { return std::string("main.folder INDEXED BY ") + name; };
   readFromBothEnds(connection, "SELECT id, guid FROM " + index("sqlite_autoindex_folder_1"), {"guid"}, why,
                    [&](const Statement& row) { known[row.integer(0)].guid = row.guid(1); });
   readFromBothEnds(connection, "SELECT id, parent, name FROM " + index("sqlite_autoindex_folder_2"),

@@ -1,48 +1,52 @@
 #include "leftovers.h"
 
-#include "content_spool.h"
-#include "reading_connection.h"
+#include "message_checksum.h"
 #include "unicode.h"
 
 namespace fendrel::store {
 namespace {
 
-std::vector<LeftoverFile> filesWithEnding(Disk& disk, const std::wstring& folder, std::wstring_view ending) {
-  std::vector<LeftoverFile> files;
-  for (const Disk::Entry& entry : disk.list(folder)) {
-    if (entry.name.ends_with(ending)) files.push_back({folder + L"\\" + entry.name, 0});
+// A file that cannot be measured counts without its bytes.
+void count(Leftovers& leftovers, Disk& disk, const std::wstring& path) {
+  if (!disk.exists(path)) return;
+  ++leftovers.files;
+  try {
+    leftovers.bytes += fileSize(disk, path);
+  } catch (const EngineError&) {
   }
-  return files;
 }
 
-// A file that cannot be measured counts without its bytes.
-void measure(Disk& disk, std::vector<LeftoverFile>& files) {
-  for (LeftoverFile& file : files) {
-    try {
-      file.bytes = fileSize(disk, file.path);
-    } catch (const EngineError&) {
-    }
-  }
-}
+bool notesDroppedFiles(const ReadingConnection& store) { return store.version() >= versionWithChecksums; }
 
 }  // namespace
 
-std::vector<LeftoverFile> unnamedContentFiles(sqlite3* handle, Disk& disk, const std::wstring& contentFolder) {
-  std::vector<LeftoverFile> files = filesWithEnding(disk, contentFolder, contentEnding);
-  Statement named(handle, "SELECT 1 FROM content WHERE file = ?", true);
-  std::erase_if(files, [&](const LeftoverFile& file) {
-    const std::string name = toUtf8(file.path.substr(contentFolder.size() + 1));
-    Query query(named, std::string_view(name));
-    return query.step() || !disk.isAbandoned(file.path);
-  });
-  measure(disk, files);
-  return files;
+Leftovers unknownContentFiles(ReadingConnection& store) {
+  const ContentFolder& folder = store.contents();
+  Leftovers leftovers;
+  Statement known = store.statement(notesDroppedFiles(store)
+                                        ? "SELECT 1 FROM content WHERE file = ?1 "
+                                          "UNION ALL SELECT 1 FROM dropped_file WHERE name = ?1"
+                                        : "SELECT 1 FROM content WHERE file = ?1");
+  for (const Disk::Entry& entry : folder.files()) {
+    const std::string name = toUtf8(entry.name);
+    Query query(known, std::string_view(name));
+    if (!query.step()) count(leftovers, folder.disk(), folder.path() + L"\\" + entry.name);
+  }
+  return leftovers;
 }
 
-std::vector<LeftoverFile> temporaryFiles(Disk& disk, const std::wstring& contentFolder) {
-  std::vector<LeftoverFile> files = filesWithEnding(disk, contentFolder + L"\\tmp", spoolEnding);
-  measure(disk, files);
-  return files;
+Leftovers waitingFiles(ReadingConnection& store) {
+  const ContentFolder& folder = store.contents();
+  Leftovers leftovers;
+  for (const Disk::Entry& entry : folder.temporaryFiles()) {
+    count(leftovers, folder.disk(), folder.temporaryPath() + L"\\" + entry.name);
+  }
+  if (!notesDroppedFiles(store)) return leftovers;
+  Statement dropped = store.statement("SELECT name FROM dropped_file");
+  while (dropped.step()) {
+    count(leftovers, folder.disk(), folder.path() + L"\\" + contentFileName(dropped.text(0)));
+  }
+  return leftovers;
 }
 
 }  // namespace fendrel::store

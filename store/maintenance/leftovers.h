@@ -1,25 +1,20 @@
-// Files in a store's folder that no row names. For store/maintenance only.
+// Files in a store's folder that no message needs. For store/maintenance only.
 #pragma once
 
 #include <cstdint>
-#include <string>
-#include <vector>
 
-#include "disk.h"
-#include "sqlite_statement.h"
+#include "reading_connection.h"
 
 namespace fendrel::store {
 
-struct LeftoverFile {
-  std::wstring path;
-  std::uint64_t bytes = 0;
+struct Leftovers {
+  std::uint64_t files = 0, bytes = 0;
 };
 
-// Content files that the database behind `handle` does not name, as it is when asked, and that no living program holds:
-// outside a transaction, or inside the write transaction that keeps others from naming files meanwhile.
-std::vector<LeftoverFile> unnamedContentFiles(sqlite3* handle, Disk& disk, const std::wstring& contentFolder);
+// Content files that the database does not know, as it is when asked, and that nobody is saving.
+Leftovers unknownContentFiles(ReadingConnection& store);
 
-// Temporary files, left by earlier programs that died.
-std::vector<LeftoverFile> temporaryFiles(Disk& disk, const std::wstring& contentFolder);
+// Files of deleted contents, which go when their time has come, and files that were being written.
+Leftovers waitingFiles(ReadingConnection& store);
 
 }  // namespace fendrel::store

@@ -40,11 +40,11 @@ std::wstring presentStore();
 
 struct StoreFacts {
   int version = 0;              // of the schema
-  bool pagesHaveChecksums = false;
   std::uint64_t databaseBytes = 0, logBytes = 0;
   std::uint64_t pages = 0, pageBytes = 0, freePages = 0;
   std::uint64_t profiles = 0, stores = 0, folders = 0, messages = 0, attachments = 0;
-  std::uint64_t messageBytes = 0;  // as the messages count their values
+  std::uint64_t messagesWithChecksum = 0;  // all but those that an older program saved last
+  std::uint64_t messageBytes = 0;          // as the messages count their values
   std::uint64_t contentFiles = 0, contentFileBytes = 0;
   std::uint64_t leftoverFiles = 0, leftoverBytes = 0;  // that nothing names and no program holds
 };
@@ -62,7 +62,6 @@ struct Finding {
 
 struct CheckResult {
   std::uint64_t folders = 0, messages = 0, attachments = 0, contents = 0, contentBytes = 0, pages = 0;
-  bool pagesHaveChecksums = false;
   std::vector<Finding> damage;
   std::uint64_t leftoverFiles = 0, leftoverBytes = 0;  // no damage: reclaimed by a later opening, or by compacting
 };

@@ -3,8 +3,9 @@
 #include <functional>
 #include <map>
 
-#include "content_check.h"
+#include "content_table.h"
 #include "damaged_reading.h"
+#include "message_checksum.h"
 #include "property_codec.h"
 
 namespace fendrel::store {
@@ -23,6 +24,7 @@ public:
     if (result_.subject.empty()) attemptSubject();
     compareSums();
     for (ContentUse& use : result_.contents) verify(use, read);
+    if (result_.isWhole()) compareChecksum();
     return std::move(result_);
   }
 
@@ -158,11 +160,30 @@ private:
     }
   }
 
+  // Where nothing else says what is wrong.
+  void compareChecksum() {
+    if (connection_.version() < versionWithChecksums) return;
+    attempt("Its rows cannot be read", [&] {
+      if (!MessageChecksum(connection_.handle()).matches(result_.id)) problem(0, "It does not match its checksum.");
+    });
+  }
+
   void verify(ContentUse& use, const std::function<void(std::uint64_t)>& read) {
     try {
       connection_.keepMoment();
-      readContent(connection_, use.content, use.size, use.file,
-                  [&](std::span<const std::byte> block) { if (read) read(block.size()); });
+      Statement row = connection_.statement(selectContent);
+      row.bind(1, use.content);
+      if (!row.step()) {
+        problem(use.part, "Its content is missing in the database.");
+        return;
+      }
+      if (static_cast<std::uint64_t>(row.integer(0)) != use.size) {
+        problem(use.part, "Its content is not of its size.");
+        return;
+      }
+      const auto source = contentAt(row, connection_.contents());
+      use.file = source->fileName();
+      source->readAll([&](std::span<const std::byte> block) { if (read) read(block.size()); });
     } catch (const EngineError& error) {
       if (!isDamage(error)) throw;
       problem(use.part, error.text);
@@ -197,21 +218,20 @@ MessageNumbers findMessageNumbers(ReadingConnection& connection) {
   MessageNumbers found;
   std::string why;
   const auto take = [&](const Statement& row) { found.numbers.insert(row.integer(0)); };
-  const auto readTable = [&](const char* name, const char* from, const char* column, const char* what) {
-    const bool isRead = readNumbers(connection, from, column, found.numbers, why);
-    if (isRead && !connection.isIncomplete(name, why)) return;
+  const auto readTable = [&](const char* from, const char* column, const char* what) {
+    if (readNumbers(connection, from, column, found.numbers, why)) return;
     found.tableDamage.push_back(std::string(what) + " is damaged: " + why);
   };
   const auto readIndex = [&](const char* name, const std::vector<std::string>& order, const char* what) {
-    const std::string sql = "SELECT id FROM " + connection.indexRows("message", name);
+    const std::string sql = "SELECT id FROM " + std::string("main.message INDEXED BY ") + name;
     if (readFromBothEnds(connection, sql, order, why, take)) return;
     found.indexDamage.push_back(std::string(what) + " is damaged: " + why);
   };
-  readTable("message", "message NOT INDEXED", "id", "The table of messages");
+  readTable("message NOT INDEXED", "id", "The table of messages");
   readIndex("message_by_folder", {"folder", "associated", "id"}, "The index of messages by folder");
   readIndex("sqlite_autoindex_message_1", {"guid"}, "The index of messages by identifier");
-  readTable("attachment", "attachment", "message", "The table of attachments");
-  readTable("message_property", "message_property", "message", "The table of the messages' properties");
+  readTable("attachment", "message", "The table of attachments");
+  readTable("message_property", "message", "The table of the messages' properties");
   return found;
 }
 

@@ -1,7 +1,6 @@
 #include "new_store.h"
 
-#include <windows.h>
-
+#include "content_folder.h"
 #include "database_on_disk.h"
 #include "engine_error.h"
 #include "unicode.h"
@@ -9,13 +8,13 @@
 namespace fendrel::store {
 namespace {
 
-constexpr const wchar_t* endings[] = {L"", L"-wal", L"-shm", L"-journal", L".part", L".part-journal"};
+constexpr const wchar_t* endings[] = {L"", L"-wal", L"-shm", L"-journal", L".part", L".part-journal", L".part-wal", L".part-shm"};
 
 // Its files, then itself; what cannot be deleted stays.
 void removeFolder(Disk& disk, const std::wstring& folder) noexcept {
   try {
-    for (const Disk::Entry& entry : disk.list(folder)) DeleteFileW((folder + L"\\" + entry.name).c_str());
-    RemoveDirectoryW(folder.c_str());
+    for (const Disk::Entry& entry : disk.list(folder)) tryRemove(disk, folder + L"\\" + entry.name);
+    disk.removeFolder(folder);
   } catch (...) {
   }
 }
@@ -32,7 +31,7 @@ NewStore::NewStore(const std::wstring& path, Disk& disk) : path_(fullStorePath(p
 
 NewStore::~NewStore() {
   if (isKept_) return;
-  for (const wchar_t* ending : endings) DeleteFileW((path_ + ending).c_str());
+  for (const wchar_t* ending : endings) tryRemove(disk_, path_ + ending);
   removeFolder(disk_, contentFolder() + L"\\tmp");
   removeFolder(disk_, contentFolder());
 }
@@ -40,11 +39,11 @@ NewStore::~NewStore() {
 std::unique_ptr<DiskFile> NewStore::createContent(const std::string& name) {
   if (!hasFolder_) disk_.createFolder(contentFolder(), true);
   hasFolder_ = true;
-  return disk_.create(contentFolder() + L"\\" + std::wstring(name.begin(), name.end()));
+  return disk_.create(contentFolder() + L"\\" + contentFileName(name));
 }
 
 void NewStore::removeContent(const std::string& name) {
-  disk_.remove(contentFolder() + L"\\" + std::wstring(name.begin(), name.end()));
+  disk_.remove(contentFolder() + L"\\" + contentFileName(name));
 }
 
 }  // namespace fendrel::store

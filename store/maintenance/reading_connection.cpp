@@ -4,25 +4,23 @@
 
 #include "database.h"
 #include "database_on_disk.h"
-#include "log_frames.h"
 #include "migrations.h"
-#include "page_checksums.h"
 #include "unicode.h"
 
 namespace fendrel::store {
 namespace {
 
 // A path in the form in which SQLite takes options with it.
-std::string uriOf(const std::wstring& path) {
-  static constexpr char digits[] = "0123456789ABCDEF";
-  std::string uri = "file:";
+std::wstring uriOf(const std::wstring& path) {
+  static constexpr wchar_t digits[] = L"0123456789ABCDEF";
+  std::wstring uri = L"file:";
   for (const char c : toUtf8(path)) {
     const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.';
     const auto code = static_cast<unsigned char>(c);
     if (plain) {
-      uri += c;
+      uri += static_cast<wchar_t>(c);
     } else {
-      uri += {'%', digits[code >> 4], digits[code & 15]};
+      uri += {L'%', digits[code >> 4], digits[code & 15]};
     }
   }
   return uri;
@@ -38,12 +36,13 @@ std::uint64_t fileSize(Disk& disk, const std::wstring& path) {
   return disk.exists(path) ? disk.open(path)->size() : 0;
 }
 
-ReadingConnection::ReadingConnection(const std::wstring& path, Disk& disk) : path_(fullStorePath(path)), disk_(disk) {
+ReadingConnection::ReadingConnection(const std::wstring& path, Disk& disk)
+    : path_(fullStorePath(path)), contents_(path_, disk) {
   if (!disk.exists(path_)) fail(Status::NotFound, "There is no store '" + toUtf8(path_) + "'.");
   if (fileSize(disk, path_) == 0) fail(Status::Corrupt, "The file '" + toUtf8(path_) + "' is empty: it is no store.");
   try {
-    createLogFiles();
-    open(toUtf8(path_), 0);
+    createLogFiles(path_, disk);  // empty, and they stay as they do with everyone who opens a store
+    open(path_, 0);
     readVersion();
   } catch (const EngineError& error) {
     if (error.status != Status::NoAccess) throw;
@@ -52,55 +51,24 @@ ReadingConnection::ReadingConnection(const std::wstring& path, Disk& disk) : pat
   }
 }
 
-ReadingConnection::ReadingConnection(const std::wstring& path, Disk& disk, Empty)
-    : path_(fullStorePath(path)), disk_(disk), isEmpty_(true) {
-  sqlite3* database = nullptr;
-  const int code = sqlite3_open_v2(":memory:", &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_MEMORY, nullptr);
-  database_.reset(database);
-  checkSqlite(code, database, "Making an empty store");
-  sqlite3_extended_result_codes(database, 1);
-  const std::string pageSize = "PRAGMA page_size = " + std::to_string(databasePageSize);  // so tables lie as in a file
-  checkSqlite(sqlite3_exec(database, pageSize.c_str(), nullptr, nullptr, nullptr), database, "Making an empty store");
-  for (const Migration& migration : schemaMigrations()) {
-    checkSqlite(sqlite3_exec(database, migration.sql, nullptr, nullptr, nullptr), database, "Making an empty store");
-  }
-  version_ = latestVersion();
-}
-
-// SQLite would make them readable by others. They are empty, and stay as they do behind everyone who opens a store.
-void ReadingConnection::createLogFiles() {
-  for (const wchar_t* ending : {L"-wal", L"-shm"}) {
-    if (!disk_.exists(path_ + ending)) disk_.createPrivateFile(path_ + ending);
-  }
-}
-
-void ReadingConnection::open(const std::string& name, int flags) {
-  sqlite3* database = nullptr;
-  const int code = sqlite3_open_v2(name.c_str(), &database,
-                                   SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE | flags,
-                                   checkedLayer(disk_.sqliteLayer()));
-  database_.reset(database);
-  checkSqlite(code, database, "Opening the store");
+void ReadingConnection::open(const std::wstring& name, int flags) {
+  database_ = openDatabase(name, disk(), SQLITE_OPEN_READONLY | flags);
+  sqlite3* database = handle();
   sqlite3_busy_handler(database, waitWhileBusy, nullptr);
-  // The log is neither emptied nor deleted when this connection is the last one to close.
+  // The log is not emptied when this connection is the last one to close.
   sqlite3_db_config(database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-  int keepLog = 1;
-  sqlite3_file_control(database, "main", SQLITE_FCNTL_PERSIST_WAL, &keepLog);
-  checkSqlite(sqlite3_exec(database,
-                           "PRAGMA query_only = ON; PRAGMA trusted_schema = OFF; PRAGMA cell_size_check = ON;"
-                           "PRAGMA cache_size = -8192;",
-                           nullptr, nullptr, nullptr),
-              database, "Opening the store");
+  execute(database, "PRAGMA query_only = ON; PRAGMA trusted_schema = OFF; PRAGMA cell_size_check = ON;"
+                    "PRAGMA cache_size = -8192;");
 }
 
 // The index of the log cannot be made beside the store. Without a log none is needed.
 void ReadingConnection::openUnchanging() {
-  if (!isLogEmpty(disk_, path_)) {
+  if (fileSize(disk(), path_ + L"-wal") > 0) {
     fail(Status::NoAccess, "The store '" + toUtf8(path_) +
                                "' cannot be read where it is: its log holds changes, and nothing may be written beside "
                                "it. Copy the store with everything whose name begins alike to another place first.");
   }
-  open(uriOf(path_) + "?immutable=1", SQLITE_OPEN_URI);
+  open(uriOf(path_) + L"?immutable=1", SQLITE_OPEN_URI);
 }
 
 void ReadingConnection::readVersion() {
@@ -131,22 +99,6 @@ void ReadingConnection::keepMoment() {
 
 void ReadingConnection::endMoment() noexcept {
   if (!sqlite3_get_autocommit(handle())) sqlite3_exec(handle(), "ROLLBACK", nullptr, nullptr, nullptr);
-}
-
-std::string ReadingConnection::indexRows(const std::string& table, const std::string& index) const {
-  return isEmpty_ ? "rows_of_" + index : "main." + table + " INDEXED BY " + index;
-}
-
-void ReadingConnection::noteIncomplete(const std::string& table, const std::string& why) {
-  std::string& all = incomplete_[table];
-  all += (all.empty() ? "" : "; ") + why;
-}
-
-bool ReadingConnection::isIncomplete(const std::string& table, std::string& why) const {
-  const auto found = incomplete_.find(table);
-  if (found == incomplete_.end()) return false;
-  why = found->second;
-  return true;
 }
 
 Statement ReadingConnection::statement(const char* sql) { return Statement(handle(), sql, false); }

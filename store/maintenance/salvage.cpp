@@ -8,13 +8,11 @@
 #include <optional>
 
 #include "connection.h"
-#include "content_check.h"
+#include "content_table.h"
 #include "damaged_reading.h"
-#include "damaged_store.h"
 #include "database.h"
 #include "failure_border.h"
 #include "folder_map.h"
-#include "log_frames.h"
 #include "message_inspection.h"
 #include "migrations.h"
 #include "new_store.h"
@@ -76,8 +74,7 @@ bool isRefusal(Status status) {
 class Salvage {
 public:
   Salvage(const std::wstring& from, const std::wstring& to, const Watch& watch)
-      : store_(from, windowsDisk()),
-        old_(store_.connection()),
+      : old_(from, windowsDisk()),
         files_(to, windowsDisk()),
         folders_(old_),
         tree_(folders_, highestFolderOfMessages(),
@@ -91,10 +88,6 @@ public:
     into().execute("PRAGMA application_id = 0");
     begin();
     into().execute("DELETE FROM store");  // a new store has public folders of its own
-    for (const std::string& what : store_.overcome()) mended({}, what);
-    if (const auto frames = readLogFrames(windowsDisk(), old_.path()).behindDamage; frames > 0) {
-      leaveOut(wordsOfLostFrames(frames));
-    }
     for (const Finding& finding : folders_.lost()) result_.leftOut.push_back(finding);
     tree_.run();
     publicTop_ = tree_.publicTop();
@@ -209,7 +202,7 @@ private:
       if (isText(row[2].bytes) && isText(row[3].bytes)) add(row);
       else leaveOut("A profile's name is no text.");
     }
-    if (isWhole && !old_.isIncomplete("profile", why)) return;
+    if (isWhole) return;
     leaveOut("The table of profiles is damaged: " + why);
     mendProfiles(numbers, add);
   }
@@ -232,7 +225,7 @@ private:
       const auto made = rows.find(row.integer(0));
       if (made != rows.end()) made->second[2] = made->second[3] = rowOf(row, 2)[1];
     };
-    const auto index = [&](const char* name) { return old_.indexRows("profile", name); };
+    const auto index = [&](const char* name) { return std::string("main.profile INDEXED BY ") + name; };
     readRows(old_, "SELECT id, guid FROM " + index("sqlite_autoindex_profile_1"), why, byGuid);
     readRows(old_, "SELECT id, name FROM " + index("sqlite_autoindex_profile_2"), why, byName);
     readRows(old_, "SELECT id, mailbox FROM " + index("sqlite_autoindex_profile_3"), why,
@@ -277,7 +270,7 @@ private:
         ++unreadable;
       }
     }
-    if (!isWhole || old_.isIncomplete(table, why)) leaveOut(std::string("The table ") + table + " is damaged: " + why);
+    if (!isWhole) leaveOut(std::string("The table ") + table + " is damaged: " + why);
     if (unreadable > 0) leaveOut(std::to_string(unreadable) + " rows of the table " + table + " are damaged.");
   }
 
@@ -321,9 +314,11 @@ private:
       statement.bind(1, number);
       while (statement.step()) take(rowOf(statement, columns));
     };
-    read("SELECT id, guid, folder, associated, is_read, size, attachment_count, created, modified, search_key, "
-         "revision FROM message WHERE id = ?",
-         message.id, 11, [&](Row row) { rows.message = std::move(row); });
+    const bool hasChecksum = old_.version() >= versionWithChecksums;
+    const std::string messageSql = std::string("SELECT id, guid, folder, associated, is_read, size, attachment_count, "
+                                               "created, modified, search_key, revision, ") +
+                                   (hasChecksum ? "checksum" : "NULL") + " FROM message WHERE id = ?";
+    read(messageSql.c_str(), message.id, 12, [&](Row row) { rows.message = std::move(row); });
     read("SELECT message, number, size FROM attachment WHERE message = ?", message.id, 3,
          [&](Row row) { rows.attachments.push_back(std::move(row)); });
     read("SELECT message, part, id, type, size, value, content FROM message_property WHERE message = ?", message.id, 7,
@@ -357,7 +352,7 @@ private:
       }
       insert(into(),
              "INSERT INTO message (id, guid, folder, associated, is_read, size, attachment_count, created, modified, "
-             "search_key, revision) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
+             "search_key, revision, checksum) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
              rows.message);
       for (const Row& row : rows.attachments) {
         insert(into(), "INSERT INTO attachment (message, number, size) VALUES (?, ?, ?)", row);
@@ -387,8 +382,10 @@ private:
     made.push_back(use.file);
     hasNewFiles_ = true;
     std::uint64_t position = 0;
-    std::string name;
-    readContent(old_, use.content, use.size, name, [&](std::span<const std::byte> block) {
+    Statement row = old_.statement(selectContent);
+    row.bind(1, use.content);
+    if (!row.step()) fail(Status::Corrupt, "Its content is missing in the database.");
+    contentAt(row, old_.contents())->readAll([&](std::span<const std::byte> block) {
       file->write(position, block);
       position += block.size();
     });
@@ -420,8 +417,7 @@ private:
     return recovered_;
   }
 
-  DamagedStore store_;
-  ReadingConnection& old_;  // of it
+  ReadingConnection old_;
   NewStore files_;
   FolderMap folders_;
   TreeMending tree_;

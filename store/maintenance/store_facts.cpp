@@ -1,7 +1,6 @@
-#include "content_spool.h"
 #include "failure_border.h"
 #include "leftovers.h"
-#include "page_checksums.h"
+#include "message_checksum.h"
 #include "reading_connection.h"
 #include "store_place.h"
 
@@ -17,23 +16,22 @@ StoreFacts factsOf(ReadingConnection& connection) {
   Disk& disk = connection.disk();
   facts.databaseBytes = fileSize(disk, connection.path());
   facts.logBytes = fileSize(disk, connection.path() + L"-wal");
-  for (const auto& files : {unnamedContentFiles(connection.handle(), disk, connection.contentFolder()),
-                            temporaryFiles(disk, connection.contentFolder())}) {
-    facts.leftoverFiles += files.size();
-    for (const LeftoverFile& file : files) facts.leftoverBytes += file.bytes;
+  for (const Leftovers& leftovers : {unknownContentFiles(connection), waitingFiles(connection)}) {
+    facts.leftoverFiles += leftovers.files;
+    facts.leftoverBytes += leftovers.bytes;
   }
   connection.keepMoment();
   facts.version = connection.version();
   facts.pageBytes = numberOf(connection, "PRAGMA page_size");
   facts.pages = numberOf(connection, "PRAGMA page_count");
   facts.freePages = numberOf(connection, "PRAGMA freelist_count");
-  int reserved = -1;  // asks
-  sqlite3_file_control(connection.handle(), "main", SQLITE_FCNTL_RESERVE_BYTES, &reserved);
-  facts.pagesHaveChecksums = reserved == reservedPageBytes;
   facts.profiles = numberOf(connection, "SELECT count(*) FROM profile");
   facts.stores = numberOf(connection, "SELECT count(*) FROM store");
   facts.folders = numberOf(connection, "SELECT count(*) FROM folder");
   facts.messages = numberOf(connection, "SELECT count(*) FROM message");
+  if (facts.version >= versionWithChecksums) {
+    facts.messagesWithChecksum = numberOf(connection, "SELECT count(checksum) FROM message");
+  }
   facts.messageBytes = numberOf(connection, "SELECT coalesce(sum(size), 0) FROM message");
   facts.attachments = numberOf(connection, "SELECT count(*) FROM attachment");
   facts.contentFiles = numberOf(connection, "SELECT count(*) FROM content WHERE file IS NOT NULL");

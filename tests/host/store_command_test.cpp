@@ -66,7 +66,7 @@ TEST_F(StoreCommand, CheckNamesFolderMessageAndAttachmentOfDamage) {
   const Outcome run = fendrel({"store", "check"});
   EXPECT_EQ(run.exitCode, 6);
   EXPECT_THAT(run.out, HasSubstr("Folder 'Public Folders@Reports@Daily', message 'large.bin', attachment "
-                                 "'large.bin': Its content file"));
+                                 "'large.bin': The content file"));
   EXPECT_THAT(run.out, HasSubstr("fendrel store salvage"));
   const Outcome json = fendrel({"store", "check", "--json"});
   EXPECT_EQ(json.exitCode, 6);
@@ -88,7 +88,7 @@ TEST_F(StoreCommand, SalvageCarriesOverWhatIsWhole) {
   EXPECT_EQ(run.exitCode, 6);
   EXPECT_THAT(run.out, HasSubstr("1 message,"));
   EXPECT_THAT(run.out, HasSubstr("Left out:\n"));
-  EXPECT_THAT(run.out, HasSubstr("'large.bin': Its content file"));
+  EXPECT_THAT(run.out, HasSubstr("'large.bin': The content file"));
   EXPECT_EQ(fendrel({"store", "check", inFolder(L"new.db")}).exitCode, 0);
   const auto messages = fendrel({"--store", inFolder(L"new.db"), "list", daily, "--json"}).json()["messages"];
   ASSERT_EQ(messages.size(), 1u);

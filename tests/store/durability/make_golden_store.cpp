@@ -1,5 +1,5 @@
 // Makes the packed store and its listing of one schema version:  make_golden_store VERSION FOLDER
-// Only the version that this program's schema ends with, and version 1, whose tables are those of version 2.
+// Only the version that this program's schema ends with.
 #include <cstdlib>
 #include <fstream>
 
@@ -61,14 +61,13 @@ int main(int count, char** arguments) {
   if (count != 3) return 2;
   const int version = std::atoi(arguments[1]);
   const int latest = schemaMigrations().back().version;
-  if (version != latest && version != 1) return 2;
-  SimulatedDisk disk(version == 1 ? storeWithoutChecksums() : emptyDisk());
+  if (version != latest) return 2;
+  SimulatedDisk disk(emptyDisk());
   std::string text;
   {
     const auto database = openOn(disk);
     fill(*database);
     text = listing(*database);
-    database->connection().execute("PRAGMA user_version = " + std::to_string(version));
   }
   const std::string name = std::string(arguments[2]) + "/version-" + std::to_string(version);
   const Bytes bytes = packed(disk.now());

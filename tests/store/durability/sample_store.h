@@ -19,7 +19,7 @@ std::vector<Expected> oldSamples();
 
 DiskImage emptyDisk();
 DiskImage storeWithSamples();
-DiskImage storeWithoutChecksums();  // one of version 1 without messages
+DiskImage storeOfVersion1();  // without messages
 DiskImage oldStore();  // the messages in a store of version 1
 
 // Fails the test where the power is on and the answer is not Ok.

@@ -227,6 +227,14 @@ std::unique_ptr<DiskFile> SimulatedDisk::create(const std::wstring& path) {
   return std::make_unique<OpenFile>(*this, std::move(node), path, true);
 }
 
+std::unique_ptr<DiskFile> SimulatedDisk::openAlone(const std::wstring& path) {
+  reach(Call::Open, false);
+  auto node = find(path);
+  if (node && node->isHeld) fail(Status::Busy, "Someone has the file open.");
+  if (!node) node = add(path);
+  return std::make_unique<OpenFile>(*this, std::move(node), path, true);
+}
+
 std::unique_ptr<DiskFile> SimulatedDisk::open(const std::wstring& path) {
   reach(Call::Open, false);
   auto node = find(path);
@@ -236,7 +244,8 @@ std::unique_ptr<DiskFile> SimulatedDisk::open(const std::wstring& path) {
 
 bool SimulatedDisk::remove(const std::wstring& path) {
   const NodePointer node = find(path);
-  if (!node || node->isHeld) return false;
+  if (!node) return true;
+  if (node->isHeld) return false;
   removeNode(path, false);
   return true;
 }
@@ -259,6 +268,14 @@ void SimulatedDisk::createFolder(const std::wstring& path, bool) {
   if (exists(path)) return;
   const bool goesOn = change(Call::CreateFolder, false);
   changeName(path, nullptr, true);
+  if (!goesOn) fail(Status::Failed, "The power fails.");
+}
+
+void SimulatedDisk::removeFolder(const std::wstring& path) {
+  const bool isEmpty = std::ranges::none_of(names_, [&](const auto& name) { return folderOf(name.first) == path; });
+  if (!names_.contains(path) || !isEmpty) return;
+  const bool goesOn = change(Call::Remove, false);
+  changeName(path, nullptr, false);
   if (!goesOn) fail(Status::Failed, "The power fails.");
 }
 

@@ -54,17 +54,17 @@ public:
   DiskImage now() const;
 
   std::unique_ptr<DiskFile> create(const std::wstring& path) override;
-  std::unique_ptr<DiskFile> createPrivate(const std::wstring& path) override { return create(path); }
+  std::unique_ptr<DiskFile> openAlone(const std::wstring& path) override;
   std::unique_ptr<DiskFile> open(const std::wstring& path) override;
   bool remove(const std::wstring& path) override;
   bool exists(const std::wstring& path) override;
   bool isAbandoned(const std::wstring& path) override;
   void createPrivateFile(const std::wstring& path) override;
   void createFolder(const std::wstring& path, bool isPrivate) override;
+  void removeFolder(const std::wstring& path) override;
   std::vector<Entry> list(const std::wstring& folder) override;
   void flushFolder(const std::wstring& folder) override;
   const char* sqliteLayer() override;
-  std::uint64_t logRoom() override { return 12 * 16384; }
 
   // For SQLite's side and for open files.
   struct Write {

@@ -13,7 +13,7 @@ namespace {
 // The machine's disk, whose n-th call of a kind fails.
 class FaultyDisk final : public Disk {
 public:
-  enum Call { None, Create, Write, Flush, FlushFolder };
+  enum Call { None, Create, Write, Flush, Rename, FlushFolder };
 
   void failNext(Call call, Status status, int after = 0) {
     call_ = call;
@@ -23,6 +23,7 @@ public:
 
   void reach(Call call) {
     calls.push_back(call);
+    if (onCall) onCall(call);
     if (call == call_ && countdown_-- == 0) fail(status_, "The test's disk refuses.");
   }
 
@@ -30,15 +31,14 @@ public:
     reach(Create);
     return std::make_unique<File>(*this, windowsDisk().create(path));
   }
-  std::unique_ptr<DiskFile> createPrivate(const std::wstring& path) override {
-    return windowsDisk().createPrivate(path);
-  }
+  std::unique_ptr<DiskFile> openAlone(const std::wstring& path) override { return windowsDisk().openAlone(path); }
   std::unique_ptr<DiskFile> open(const std::wstring& path) override { return windowsDisk().open(path); }
   bool remove(const std::wstring& path) override { return windowsDisk().remove(path); }
   bool exists(const std::wstring& path) override { return windowsDisk().exists(path); }
   bool isAbandoned(const std::wstring& path) override { return windowsDisk().isAbandoned(path); }
   void createPrivateFile(const std::wstring& path) override { windowsDisk().createPrivateFile(path); }
   void createFolder(const std::wstring& path, bool isPrivate) override { windowsDisk().createFolder(path, isPrivate); }
+  void removeFolder(const std::wstring& path) override { windowsDisk().removeFolder(path); }
   std::vector<Entry> list(const std::wstring& folder) override { return windowsDisk().list(folder); }
   void flushFolder(const std::wstring& folder) override {
     reach(FlushFolder);
@@ -47,7 +47,7 @@ public:
   const char* sqliteLayer() override { return windowsDisk().sqliteLayer(); }
 
   std::vector<Call> calls;
-  std::function<void()> onFlush;
+  std::function<void(Call)> onCall;
 
 private:
   class File final : public DiskFile {
@@ -63,9 +63,11 @@ private:
     void flush() override {
       disk_.reach(Flush);
       file_->flush();
-      if (disk_.onFlush) disk_.onFlush();
     }
-    void rename(const std::wstring& path) override { file_->rename(path); }
+    void rename(const std::wstring& path) override {
+      disk_.reach(Rename);
+      file_->rename(path);
+    }
 
   private:
     FaultyDisk& disk_;
@@ -108,19 +110,33 @@ TEST_P(EachFaultTest, SaveFailsLeavesNothingAndCanBeRepeated) {
   EXPECT_EQ(saveMessage(*database, draft, saved), GetParam().status);
   EXPECT_EQ(database->lastError(), "The test's disk refuses.");
   EXPECT_EQ(folderNow(top).messageCount, 0u);
-  EXPECT_TRUE(contentFiles().empty());
 
   saved = save(draft);
   Bytes found;
   ASSERT_EQ(readAll(saved.id, 0, attachDataTag, found), Status::Ok);
   EXPECT_TRUE(found == bytes);
   EXPECT_EQ(contentFiles().size(), 2u);
+  EXPECT_TRUE(spoolFiles().empty());
+}
+
+TEST_P(EachFaultTest, DroppedDraftOfAFailedSaveLeavesNoFile) {
+  {
+    const MessageDraft draft = draftWithAttachment(top, pattern(contentBlockSize * 2));
+    disk.failNext(GetParam().call, GetParam().status);
+    MessageInfo saved;
+    EXPECT_EQ(saveMessage(*database, draft, saved), GetParam().status);
+  }
+  EXPECT_TRUE(filesIn(contentFolder()).empty());
+  EXPECT_TRUE(spoolFiles().empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Faults, EachFaultTest,
                          testing::Values(FaultCase{"LastWriteDiskFull", FaultyDisk::Write, Status::NotEnoughDisk, 0},
                                          FaultCase{"FirstFlush", FaultyDisk::Flush, Status::Failed, 0},
-                                         FaultCase{"SecondFlush", FaultyDisk::Flush, Status::NotEnoughDisk, 1}),
+                                         FaultCase{"SecondFlush", FaultyDisk::Flush, Status::NotEnoughDisk, 1},
+                                         FaultCase{"FirstName", FaultyDisk::Rename, Status::Failed, 0},
+                                         FaultCase{"SecondName", FaultyDisk::Rename, Status::NotEnoughDisk, 1},
+                                         FaultCase{"FlushOfTheNames", FaultyDisk::FlushFolder, Status::Failed, 0}),
                          [](const auto& test) { return test.param.name; });
 
 TEST_F(DiskFaultTest, FullDiskWhileStreamingKeepsWhatWasWritten) {
@@ -137,35 +153,17 @@ TEST_F(DiskFaultTest, FullDiskWhileStreamingKeepsWhatWasWritten) {
 
 TEST_F(DiskFaultTest, RefusedFileFailsTheWriteAndLeavesTheContentUsable) {
   auto writer = writerWith(pattern(contentBlockSize));
-  disk.failNext(FaultyDisk::Create, Status::NoAccess, 1);  // after the mark
+  disk.failNext(FaultyDisk::Create, Status::NoAccess);
   const Bytes byte(1);
   EXPECT_EQ(writer->write(contentBlockSize, byte), Status::NoAccess);
   EXPECT_EQ(writer->size(), contentBlockSize);
   EXPECT_EQ(writer->write(contentBlockSize, byte), Status::Ok);
 }
 
-TEST_F(DiskFaultTest, NamesThatCannotBeFlushedFailTheWriteAndLeaveNoFile) {
-  save(draftWithAttachment(top, pattern(contentBlockSize * 2)));  // after the folders and the mark
-  auto writer = writerWith(pattern(contentBlockSize));
-  disk.failNext(FaultyDisk::FlushFolder, Status::Failed);
-  const Bytes byte(1);
-  EXPECT_EQ(writer->write(contentBlockSize, byte), Status::Failed);
-  EXPECT_EQ(filesIn(contentFolder()).size(), 1u);
-  EXPECT_EQ(writer->write(contentBlockSize, byte), Status::Ok);
-}
-
-TEST_F(DiskFaultTest, FilesThatCannotAllBeMadeAheadAreFewer) {
-  for (int i = 0; i < 2; ++i) save(draftWithAttachment(top, pattern(contentBlockSize * 2)));
-  disk.failNext(FaultyDisk::Create, Status::NotEnoughDisk, 1);  // the second of two
-  save(draftWithAttachment(top, pattern(contentBlockSize * 2)));
-  EXPECT_EQ(contentFiles().size(), 3u);
-  EXPECT_EQ(heldFiles(), 0u);
-}
-
 // SQLite is told that its file may not grow, which it reports as a full disk.
 TEST_F(DiskFaultTest, FullDiskUnderTheDatabaseLeavesNothingAndCanBeRepeated) {
   Connection& connection = database->connection();
-  connection.execute("PRAGMA max_page_count = 1");  // it takes the file's present size, a chunk not full yet
+  connection.execute("PRAGMA max_page_count = 1");  // it takes the file's present size
   MessageDraft draft = draftWithAttachment(top, pattern(contentBlockSize * 2));
   for (std::uint32_t number = 1; number <= 5; ++number) {
     auto& attachment = draft.attachments.emplace_back();
@@ -175,7 +173,6 @@ TEST_F(DiskFaultTest, FullDiskUnderTheDatabaseLeavesNothingAndCanBeRepeated) {
   MessageInfo saved;
   ASSERT_EQ(saveMessage(*database, draft, saved), Status::NotEnoughDisk) << database->lastError();
   EXPECT_EQ(folderNow(top).messageCount, 0u);
-  EXPECT_TRUE(contentFiles().empty());
 
   connection.execute("PRAGMA max_page_count = 1000000");
   saved = save(draft);
@@ -186,24 +183,22 @@ TEST_F(DiskFaultTest, FullDiskUnderTheDatabaseLeavesNothingAndCanBeRepeated) {
   EXPECT_TRUE(found == pattern(contentBlockSize, 5));
 }
 
-// Name, flush, commit: when the file is flushed its name has been, and no one sees the message.
-TEST_F(DiskFaultTest, FileIsNamedAndFlushedBeforeTheMessageAppears) {
-  disk.calls.clear();
+// Flush, name, commit: before its bytes are on the disk a file has no name, and before its name is, there is no message.
+TEST_F(DiskFaultTest, FileIsFlushedAndNamedBeforeTheMessageAppears) {
   const MessageDraft draft = draftWithAttachment(top, pattern(contentBlockSize * 2));
-  EXPECT_NE(std::ranges::find(disk.calls, FaultyDisk::FlushFolder), disk.calls.end());
   disk.calls.clear();
   const auto other = openAnother();
-  bool looked = false;
-  disk.onFlush = [&] {
-    looked = true;
+  std::vector<FaultyDisk::Call> looked;
+  disk.onCall = [&](FaultyDisk::Call call) {
+    looked.push_back(call);
     FolderInfo info;
     ASSERT_EQ(findFolder(*other, top, info), Status::Ok);
     EXPECT_EQ(info.messageCount, 0u);
-    EXPECT_EQ(heldFiles(), 1u);
+    EXPECT_EQ(spoolFiles().size(), call == FaultyDisk::FlushFolder ? 0u : 1u);
+    EXPECT_EQ(filesIn(contentFolder()).size(), call == FaultyDisk::FlushFolder ? 1u : 0u);
   };
   save(draft);
-  EXPECT_TRUE(looked);
-  EXPECT_EQ(disk.calls, (std::vector{FaultyDisk::Write, FaultyDisk::Flush}));
+  EXPECT_EQ(looked, (std::vector{FaultyDisk::Write, FaultyDisk::Flush, FaultyDisk::Rename, FaultyDisk::FlushFolder}));
   EXPECT_EQ(contentFiles().size(), 1u);
 }
 

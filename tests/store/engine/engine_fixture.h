@@ -8,12 +8,14 @@
 #include <string>
 #include <vector>
 
+#include "connection.h"
 #include "disk.h"
 #include "folders.h"
 #include "messages.h"
 #include "profiles.h"
 #include "stores.h"
 #include "temp_folder.h"
+#include "unicode.h"
 
 namespace fendrel::store {
 
@@ -70,13 +72,32 @@ protected:
     }
     return names;
   }
-  // Content files that nobody holds for writing: saved ones, and what is left over.
+  // Content files that nobody is saving and whose content was not deleted.
   std::vector<std::wstring> contentFiles() const {
     auto names = filesIn(contentFolder());
     std::erase_if(names, [&](const auto& name) { return !windowsDisk().isAbandoned(contentFolder() + L"\\" + name); });
+    if (!database) return names;
+    Statement dropped(database->connection().handle(), "SELECT 1 FROM dropped_file WHERE name = ?", false);
+    std::erase_if(names, [&](const auto& name) {
+      const std::string stored = toUtf8(name);
+      Query query(dropped, std::string_view(stored));
+      return query.step();
+    });
     return names;
   }
-  std::size_t heldFiles() const { return filesIn(contentFolder()).size() - contentFiles().size(); }
+
+  // As they are when the next program comes hours later.
+  void makeFilesOld() {
+    for (const std::wstring& folder : {contentFolder(), contentFolder() + L"\\tmp"}) {
+      for (const auto& name : filesIn(folder)) {
+        std::filesystem::last_write_time(folder + L"\\" + name,
+                                         std::filesystem::file_time_type::clock::now() - std::chrono::hours(2));
+      }
+    }
+  }
+
+  // As if what was deleted had been deleted long ago.
+  void letGraceTimePass() { database->connection().execute("UPDATE dropped_file SET time = 0"); }
 
   std::vector<std::wstring> spoolFiles() const {
     auto names = filesIn(contentFolder() + L"\\tmp");

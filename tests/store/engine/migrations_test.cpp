@@ -9,7 +9,8 @@ namespace {
 class MigrationsTest : public testing::Test {
 protected:
   std::unique_ptr<Connection> connect() {
-    return std::make_unique<Connection>(temp.file(L"m.db"), windowsDisk(), true);
+    windowsDisk().createPrivateFile(temp.file(L"m.db"));
+    return std::make_unique<Connection>(temp.file(L"m.db"), windowsDisk());
   }
   static std::int64_t ask(Connection& connection, const char* sql) {
     Query query(connection.statement(sql));
@@ -78,7 +79,7 @@ TEST_F(MigrationsTest, StoreOfANewerProgramIsRefusedUnchanged) {
   ASSERT_EQ(Database::open(path, opened, error), Status::NewerVersion);
   EXPECT_FALSE(opened);
   EXPECT_NE(error.find("newer version"), std::string::npos) << error;
-  Connection look(path, windowsDisk(), false);
+  Connection look(path, windowsDisk());
   EXPECT_EQ(ask(look, "PRAGMA user_version"), 999);
 }
 

@@ -20,13 +20,6 @@ protected:
     for (const wchar_t* ending : {L"", L"-wal", L"-shm", L".files"}) std::filesystem::remove_all(rescued() + ending);
   }
 
-  // Gives a page the checksum of what it holds.
-  static void stamp(std::vector<std::byte>& bytes, std::size_t page) {
-    std::byte* first = bytes.data() + page * 16384;
-    const std::uint64_t sum = checksum({first, 16376}) ^ (page + 1) * 0x9E3779B97F4A7C15u;
-    std::memcpy(first + 16376, &sum, sizeof sum);
-  }
-
   SalvageResult salvage() { return salvageStore(path(), rescued(), {}); }
 
   // From now on the fixture's helpers look into the new store.
@@ -92,38 +85,6 @@ TEST_F(SalvageTest, MessageWithoutItsContentFileIsLeftOutAndNamed) {
   EXPECT_THAT(checkStore(rescued(), {}).damage, IsEmpty());
 }
 
-TEST_F(SalvageTest, FoldersOfADamagedTableComeOverFromItsIndexes) {
-  fill();
-  const auto page = rootPage("folder");
-  close();
-  flip(path(), (page - 1) * 16384 + 16000);
-  const SalvageResult result = salvage();
-  EXPECT_EQ(result.messages, 3u);
-  EXPECT_THAT(result.mended, Contains(Says("times were lost")));
-  openRescued();
-  EXPECT_EQ(folderNow(reports).name, u"Reports");
-  EXPECT_EQ(folderNow(reports).messageCount, 3u);
-}
-
-TEST_F(SalvageTest, ProfilesOfADamagedTableComeOverWithoutPassword) {
-  Profile profile;
-  profile.name = u"jane";
-  profile.userName = u"Jane Doe";
-  profile.password = {Bytes(16), 5, Bytes(32)};
-  ASSERT_EQ(createProfile(*database, profile), Status::Ok);
-  const auto page = rootPage("profile");
-  close();
-  flip(path(), (page - 1) * 16384 + 16000);
-  const SalvageResult result = salvage();
-  EXPECT_EQ(result.profiles, 1u);
-  EXPECT_THAT(result.mended, Contains(Says("lost its password")));
-  openRescued();
-  Profile again;
-  ASSERT_EQ(findProfile(*database, u"jane", again), Status::Ok);
-  EXPECT_EQ(again.mailbox, profile.mailbox);
-  EXPECT_EQ(again.userName, u"Jane Doe");
-}
-
 TEST_F(SalvageTest, MessagesOfALostFolderGoToAFolderOfTheirOwn) {
   fill();
   spoil("DELETE FROM folder WHERE name = 'Reports'");
@@ -142,42 +103,6 @@ TEST_F(SalvageTest, CircleOfFoldersIsOpened) {
   const SalvageResult result = salvage();
   EXPECT_EQ(result.messages, 1u);
   EXPECT_THAT(checkStore(rescued(), {}).damage, IsEmpty());
-}
-
-// Changed bits with right checksums around them, as a program that writes past us leaves them: whatever SQLite makes of
-// such pages, looking ends with an answer, and what is carried over is a whole store. FENDREL_ROUNDS makes it longer.
-TEST_F(SalvageTest, ChangedPagesBehindRightChecksumsNeverCrash) {
-  reports = makeFolder(u"Reports");
-  for (int i = 0; i < 40; ++i) save(draftWith(reports, u"m", 3000));
-  close();
-  const auto whole = read(path());
-  const std::size_t pages = checked().pages;
-  const char* asked = std::getenv("FENDREL_ROUNDS");
-  const int rounds = asked ? std::atoi(asked) : 24;
-  int refused = 0, found = 0;
-  for (int round = 0; round < rounds; ++round) {
-    std::mt19937 random(static_cast<unsigned>(round) + 1);
-    auto bytes = whole;
-    for (int flips = 0; flips < 1 + round % 6; ++flips) {
-      const std::size_t page = random() % pages;
-      // Near the page's beginning lies what leads to the rows, and in the first page the schema is at its end.
-      const std::size_t at = random() % 2 ? random() % 200 : random() % 16368;
-      bytes[page * 16384 + (page == 0 && at < 100 ? 100 + at : at)] ^= static_cast<std::byte>(1u << random() % 8);
-      stamp(bytes, page);
-    }
-    write(path(), bytes);
-    SCOPED_TRACE("seed " + std::to_string(round + 1));
-    try {
-      if (!checked().damage.empty()) ++found;
-      removeRescued();
-      salvage();
-      EXPECT_THAT(checkStore(rescued(), {}).damage, IsEmpty());
-    } catch (const MaintenanceFailure& failure) {
-      ++refused;
-    }
-  }
-  std::printf("%d rounds from seed 1: damage found in %d, refused %d\n", rounds, found, refused);
-  EXPECT_GT(found, 0);
 }
 
 TEST_F(SalvageTest, ExistingStoreIsNotTouched) {

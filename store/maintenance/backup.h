@@ -1,0 +1,11 @@
+// backupStore on a disk of the caller's choice: where tests inject faults.
+#pragma once
+
+#include "disk.h"
+#include "maintenance.h"
+
+namespace fendrel::store {
+
+BackupResult backupOnDisk(const std::wstring& from, const std::wstring& to, Disk& disk, const Watch& watch);
+
+}  // namespace fendrel::store
