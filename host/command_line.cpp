@@ -31,7 +31,7 @@ constexpr const char* examples =
 void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
   app.add_option("--store", options.store,
                  "The local store's database; else the environment variable FENDREL_STORE names it, else it is "
-                 "Fendrel\\store.db in the user's application data")
+                 "Fendrel\\store.db in the user's local application data")
       ->type_name("FILE");
   app.add_option("--mapi", options.mapi, "local: the store that comes with fendrel (default); system: this machine's MAPI")
       ->check(CLI::IsMember({"local", "system"}))

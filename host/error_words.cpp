@@ -40,7 +40,9 @@ constexpr ErrorWords knownErrors[] = {
     {MAPI_E_BUSY, "MAPI_E_BUSY", "the store is busy", "Try again in a moment."},
     {MAPI_E_TIMEOUT, "MAPI_E_TIMEOUT", "the store did not answer in time", "Try again in a moment."},
     {MAPI_E_DISK_ERROR, "MAPI_E_DISK_ERROR", "the disk reported an error", "Check the disk that holds the store."},
-    {MAPI_E_NETWORK_ERROR, "MAPI_E_NETWORK_ERROR", "the server cannot be reached", "Check the network."},
+    {MAPI_E_NETWORK_ERROR, "MAPI_E_NETWORK_ERROR", "the server cannot be reached, or the store lies on a network drive",
+     "Check the network; keep fendrel's own store on a local disk, or set FENDREL_ALLOW_NETWORK_STORE=1 where one machine "
+     "alone uses it."},
     {MAPI_E_OBJECT_CHANGED, "MAPI_E_OBJECT_CHANGED", "another program changed it meanwhile", "Try again."},
     {MAPI_E_OBJECT_DELETED, "MAPI_E_OBJECT_DELETED", "another program deleted it meanwhile", ""},
     {MAPI_E_INVALID_ENTRYID, "MAPI_E_INVALID_ENTRYID", "the entry is not known any more", "Look at the list again."},

@@ -23,6 +23,9 @@ std::string listed(const std::vector<ProfileEntry>& profiles) {
   return list;
 }
 
+// What the local store calls it; it is none of MAPI's own flags.
+constexpr ULONG deleteWithMailbox = 0x00010000;
+
 constexpr const char* howToAdd = "Make one with: fendrel profile add NAME --user \"Your Name\"";
 
 }  // namespace
@@ -94,9 +97,26 @@ void Profiles::makeDefault(const std::wstring& name) {
         fmt::format("Profile '{}' cannot be made the default", printable(name)));
 }
 
-void Profiles::remove(const std::wstring& name) {
-  check(admin->DeleteProfile(asMapiText(name), MAPI_UNICODE), ExitCode::failed,
-        fmt::format("Profile '{}' cannot be removed", printable(name)));
+void Profiles::remove(const std::wstring& name, const std::wstring& password, bool withMailbox) {
+  const std::string subject = fmt::format("Profile '{}' cannot be removed", printable(name));
+  if (!password.empty()) setPassword(name, password, {});  // which the local store asks for before it removes one
+  const HRESULT code = admin->DeleteProfile(asMapiText(name), MAPI_UNICODE | (withMailbox ? deleteWithMailbox : 0));
+  if (code == MAPI_E_NO_ACCESS && password.empty())
+    throw Failure(ExitCode::mapiUnusable,
+                  subject + ": it has a password (MAPI_E_NO_ACCESS, 0x80070005). Give it with --password.", code);
+  check(code, ExitCode::failed, subject);
+}
+
+void Profiles::rename(const std::wstring& name, const std::wstring& password, const std::wstring& newName) {
+  check(admin->RenameProfile(asMapiText(name), password.empty() ? nullptr : asMapiText(password), asMapiText(newName),
+                             0, MAPI_UNICODE),
+        ExitCode::failed, fmt::format("Profile '{}' cannot be renamed", printable(name)));
+}
+
+void Profiles::setPassword(const std::wstring& name, const std::wstring& password, const std::wstring& newPassword) {
+  check(admin->ChangeProfilePassword(asMapiText(name), password.empty() ? nullptr : asMapiText(password),
+                                     newPassword.empty() ? nullptr : asMapiText(newPassword), MAPI_UNICODE),
+        ExitCode::mapiUnusable, fmt::format("The password of profile '{}' cannot be changed", printable(name)));
 }
 
 std::wstring chooseProfile(const std::vector<ProfileEntry>& profiles, const std::wstring& wanted) {

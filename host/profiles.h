@@ -29,7 +29,10 @@ class Profiles {
   void add(const std::wstring& name, const std::wstring& password);
   void setUserName(const std::wstring& profile, const std::wstring& password, const std::wstring& user);
   void makeDefault(const std::wstring& name);
-  void remove(const std::wstring& name);
+  // A profile with a password is removed only with it; without `withMailbox` its messages stay in the store.
+  void remove(const std::wstring& name, const std::wstring& password, bool withMailbox);
+  void rename(const std::wstring& name, const std::wstring& password, const std::wstring& newName);
+  void setPassword(const std::wstring& name, const std::wstring& password, const std::wstring& newPassword);
 
   std::wstring choose(const std::wstring& wanted) { return chooseProfile(list(), wanted); }
 

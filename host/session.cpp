@@ -113,6 +113,24 @@ std::vector<FolderEntry> Session::foldersOf(IMAPIFolder& folder, const std::wstr
   return found;
 }
 
+std::uint64_t Session::countMessages(const StoreEntry& store) {
+  const std::string subject = fmt::format("The folders of '{}'", printable(store.name));
+  const ComPtr<IMsgStore> opened = openStore(store, false);
+  ComPtr<IMAPIFolder> root;
+  ULONG type = 0;
+  check(opened->OpenEntry(0, nullptr, nullptr, 0, &type, reinterpret_cast<LPUNKNOWN*>(root.GetAddressOf())),
+        ExitCode::failed, subject + " cannot be opened");
+  ComPtr<IMAPITable> table;
+  check(root->GetHierarchyTable(MAPI_UNICODE | CONVENIENT_DEPTH, &table), ExitCode::failed,
+        subject + " cannot be opened");
+  setColumns(*table.Get(), {PR_CONTENT_COUNT, PR_ASSOC_CONTENT_COUNT}, subject);
+  std::uint64_t messages = 0;
+  forEachRow(*table.Get(), subject, [&](const SRow& row) {
+    messages += std::uint64_t{numberAt(row, 0, PR_CONTENT_COUNT)} + numberAt(row, 1, PR_ASSOC_CONTENT_COUNT);
+  });
+  return messages;
+}
+
 OpenFolder Session::walk(std::wstring_view path, bool create, std::vector<std::wstring>* created) {
   return walk(path, create, create, created);
 }

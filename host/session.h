@@ -58,6 +58,8 @@ class Session {
   ComPtr<IMsgStore> openStore(const StoreEntry& store, bool toWrite);
   // The folder below which people see a store's folders.
   ComPtr<IMAPIFolder> openTop(IMsgStore& store, const std::wstring& storeName);
+  // Of all its folders, hidden messages with them.
+  std::uint64_t countMessages(const StoreEntry& store);
   std::vector<FolderEntry> foldersOf(IMAPIFolder& folder, const std::wstring& path);
   ComPtr<IMAPIFolder> openFolder(IMsgStore& store, const EntryId& id, const std::wstring& path, bool toWrite);
 

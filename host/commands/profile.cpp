@@ -29,14 +29,15 @@ ExitCode addProfile(Host& host, const AddOptions& options) {
   Profiles& profiles = host.profiles();
   if (exists(profiles, name))
     throw Failure(ExitCode::failed,
-                  fmt::format("Profile '{}' exists already. Choose another name, or remove it first with: "
-                              "fendrel profile remove \"{}\"", printable(options.name), printable(options.name)));
+                  fmt::format("Profile '{}' exists already. Choose another name, or remove it first, "
+                              "which keeps its messages, with: fendrel profile remove \"{}\"",
+                              printable(options.name), printable(options.name)));
   profiles.add(name, host.password());
   try {
     if (!options.user.empty()) profiles.setUserName(name, host.password(), toWide(options.user));
     if (options.makeDefault) profiles.makeDefault(name);
   } catch (...) {
-    profiles.remove(name);  // half a profile is of no use
+    profiles.remove(name, host.password(), false);  // half a profile is of no use
     throw;
   }
   host.line(fmt::format("Profile '{}' was made{}.", printable(options.name),
@@ -66,19 +67,82 @@ ExitCode listProfiles(Host& host) {
   return ExitCode::done;
 }
 
-ExitCode removeProfile(Host& host, const std::string& name) {
+struct RemoveOptions {
+  std::string name;
+  bool withMessages = false;
+};
+
+// The profile that a command is about.
+std::wstring namedProfile(Profiles& profiles, const std::string& name) {
   if (name.empty()) throw Failure(ExitCode::wrongUsage, "The profile's name is empty.");
+  return profiles.choose(toWide(name));
+}
+
+// Ordinary and hidden messages of the profile's own store.
+std::uint64_t messagesOfMailbox(const std::wstring& profile, const std::wstring& password) {
+  Session session(profile, password);
+  for (const StoreEntry& store : session.stores())
+    if (store.isDefault) return session.countMessages(store);
+  return 0;
+}
+
+ExitCode removeProfile(Host& host, const RemoveOptions& options) {
   Profiles& profiles = host.profiles();
-  profiles.remove(profiles.choose(toWide(name)));
-  host.line(fmt::format("Profile '{}' was removed. Its messages stay in the store.", printable(name)));
-  host.document({{"removed", name}});
+  const std::wstring name = namedProfile(profiles, options.name);
+  const std::uint64_t messages = options.withMessages ? messagesOfMailbox(name, host.password()) : 0;
+  profiles.remove(name, host.password(), options.withMessages);
+  host.line(options.withMessages
+                ? fmt::format("Profile '{}' was removed, and {} with it.", printable(name), counted(messages, "message"))
+                : fmt::format("Profile '{}' was removed. Its messages stay in the store; a new profile of the same "
+                              "user gets them.", printable(name)));
+  Json document = {{"removed", toUtf8(name)}};
+  if (options.withMessages) document["messagesDeleted"] = messages;
+  host.document(document);
+  return ExitCode::done;
+}
+
+ExitCode makeDefaultProfile(Host& host, const std::string& wanted) {
+  Profiles& profiles = host.profiles();
+  const std::wstring name = namedProfile(profiles, wanted);
+  profiles.makeDefault(name);
+  host.line(fmt::format("Profile '{}' is the default.", printable(name)));
+  host.document({{"default", toUtf8(name)}});
+  return ExitCode::done;
+}
+
+struct PasswordOptions {
+  std::string name, password;
+};
+
+ExitCode changePassword(Host& host, const PasswordOptions& options) {
+  Profiles& profiles = host.profiles();
+  const std::wstring name = namedProfile(profiles, options.name);
+  profiles.setPassword(name, host.password(), toWide(options.password));
+  host.line(fmt::format("Profile '{}' has {} password.", printable(name), options.password.empty() ? "no" : "a new"));
+  host.document({{"profile", toUtf8(name)}, {"hasPassword", !options.password.empty()}});
+  return ExitCode::done;
+}
+
+struct RenameOptions {
+  std::string name, newName;
+};
+
+ExitCode renameProfile(Host& host, const RenameOptions& options) {
+  if (options.newName.empty()) throw Failure(ExitCode::wrongUsage, "The profile's new name is empty.");
+  Profiles& profiles = host.profiles();
+  const std::wstring name = namedProfile(profiles, options.name), newName = toWide(options.newName);
+  if (!sameName(name, newName) && exists(profiles, newName))
+    throw Failure(ExitCode::failed, fmt::format("Profile '{}' exists already.", printable(newName)));
+  profiles.rename(name, host.password(), newName);
+  host.line(fmt::format("Profile '{}' is now called '{}'.", printable(name), printable(newName)));
+  host.document({{"profile", options.newName}, {"was", toUtf8(name)}});
   return ExitCode::done;
 }
 
 }  // namespace
 
 void addProfileCommand(CLI::App& app, Host& host) {
-  CLI::App* command = app.add_subcommand("profile", "Make, list and remove MAPI profiles");
+  CLI::App* command = app.add_subcommand("profile", "Make, list, change and remove MAPI profiles");
   command->require_subcommand(1);
   command->footer("A profile says who you are and which message stores you see.\n"
                   "  fendrel profile add jane --user \"Jane Doe\" --default");
@@ -98,11 +162,40 @@ void addProfileCommand(CLI::App& app, Host& host) {
   list->footer("The user of a protected profile is shown when its password is given with --password.");
   list->callback([&host] { host.command = listProfiles; });
 
-  const auto removed = std::make_shared<std::string>();
+  const auto removed = std::make_shared<RemoveOptions>();
   CLI::App* remove = command->add_subcommand("remove", "Remove a profile; its messages stay in the store");
-  remove->add_option("NAME", *removed, "The profile's name")->required();
+  remove->add_option("NAME", removed->name, "The profile's name")->required();
+  remove->add_flag("--with-messages", removed->withMessages, "Delete the profile's mailbox and all that is in it");
+  remove->footer("A profile of the same user that is made later gets the messages that stayed.\n"
+                 "A profile with a password is removed only with it: --password TEXT.");
   remove->callback([&host, removed] {
     host.command = [removed](Host& running) { return removeProfile(running, *removed); };
+  });
+
+  const auto chosen = std::make_shared<std::string>();
+  CLI::App* standard = command->add_subcommand("default", "Use a profile where none is named");
+  standard->add_option("NAME", *chosen, "The profile's name")->required();
+  standard->callback([&host, chosen] {
+    host.command = [chosen](Host& running) { return makeDefaultProfile(running, *chosen); };
+  });
+
+  const auto secret = std::make_shared<PasswordOptions>();
+  CLI::App* password = command->add_subcommand("password", "Give a profile a password, another one, or none");
+  password->add_option("NAME", secret->name, "The profile's name")->required();
+  password->add_option("--new", secret->password, "The new password; without it the profile has none")
+      ->type_name("TEXT");
+  password->footer("The present password is given with --password, or by FENDREL_PASSWORD.\nOther users may see a "
+                   "command line.");
+  password->callback([&host, secret] {
+    host.command = [secret](Host& running) { return changePassword(running, *secret); };
+  });
+
+  const auto renaming = std::make_shared<RenameOptions>();
+  CLI::App* rename = command->add_subcommand("rename", "Give a profile another name");
+  rename->add_option("NAME", renaming->name, "The profile's name")->required();
+  rename->add_option("NEW", renaming->newName, "Its new name")->required();
+  rename->callback([&host, renaming] {
+    host.command = [renaming](Host& running) { return renameProfile(running, *renaming); };
   });
 }
 

@@ -8,6 +8,7 @@
 #include "new_store_file.h"
 #include "reclaim.h"
 #include "standard_folders.h"
+#include "store_place.h"
 #include "unicode.h"
 
 namespace fendrel::store {
@@ -22,12 +23,25 @@ std::wstring fullStorePath(const std::wstring& path) {
   return full.starts_with(L"\\\\") ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
 }
 
+namespace {
+
+// Its log needs memory that all programs share, which those of several machines do not.
+void refuseNetwork(const std::wstring& path, Disk& disk) {
+  if (!disk.isRemote(path) || environmentVariable(L"FENDREL_ALLOW_NETWORK_STORE") == L"1") return;
+  fail(Status::OnNetwork, "The store '" + toUtf8(path) + "' lies on a network drive, where programs of several machines "
+                          "would damage it. Keep it on a local disk; where one machine alone uses it, set "
+                          "FENDREL_ALLOW_NETWORK_STORE=1.");
+}
+
+}  // namespace
+
 Status openOnDisk(const std::wstring& path, Disk& disk, bool mayCreate, std::unique_ptr<Database>& opened,
                   std::string& error) {
   opened.reset();
   error.clear();
   try {
     const std::wstring full = fullStorePath(path);
+    refuseNetwork(full, disk);
     if (!disk.exists(full)) {
       if (!mayCreate) fail(Status::NotFound, "There is no store '" + toUtf8(full) + "'.");
       createStoreFile(full, disk);

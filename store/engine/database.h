@@ -23,7 +23,7 @@ public:
   // Opens the file, creating it (readable by its owner only) and its folders when missing, and brings an older
   // file to the present version. `path` is a full path of any length (UTF-16; "\\?\" is added where needed).
   // On failure `opened` is empty and `error` says what happened in one English sentence (UTF-8).
-  // NewerVersion, NoAccess, NotEnoughDisk, Busy, Corrupt (also: no store of this program), Failed.
+  // NewerVersion, NoAccess, NotEnoughDisk, Busy, OnNetwork, Corrupt (also: no store of this program), Failed.
   static Status open(const std::wstring& path, std::unique_ptr<Database>& opened, std::string& error);
 
   // Like open, but a file that does not exist is NotFound and nothing is created.

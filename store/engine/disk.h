@@ -76,6 +76,12 @@ public:
   // Returns when the folder's entries are on the disk, where the system offers that.
   virtual void flushFolder(const std::wstring& folder) = 0;
 
+  // Whether the file lies on another machine.
+  virtual bool isRemote(const std::wstring& path) {
+    (void)path;
+    return false;
+  }
+
   // The SQLite file layer that goes with this disk.
   virtual const char* sqliteLayer() = 0;
 };

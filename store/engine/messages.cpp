@@ -14,6 +14,20 @@ void deleteRow(Connection& connection, std::int64_t row) {
   Query(connection.statement("DELETE FROM message WHERE id = ?"), row).run();
 }
 
+// 0 if there is none, or if it is not in that folder.
+std::int64_t findRow(Connection& connection, const Guid& message, const std::optional<Guid>& in) {
+  Query query(connection.statement("SELECT m.id, f.guid FROM message m JOIN folder f ON f.id = m.folder "
+                                   "WHERE m.guid = ?"),
+              message);
+  return query.step() && (!in || query->guid(1) == *in) ? query->integer(0) : 0;
+}
+
+std::int64_t messageRowIn(Connection& connection, const Guid& message, const std::optional<Guid>& in) {
+  const std::int64_t row = findRow(connection, message, in);
+  if (row == 0) failNoMessage();
+  return row;
+}
+
 std::vector<Property> readPartOf(Connection& connection, const Guid& message, std::optional<std::uint32_t> attachment,
                                  std::span<const PropertyTag> tags, std::uint64_t valueLimit) {
   Transaction transaction(connection, Transaction::Read);
@@ -118,11 +132,11 @@ Status openContent(Database& database, const Guid& message, std::optional<std::u
   });
 }
 
-Status setRead(Database& database, const Guid& message, bool isRead) {
+Status setRead(Database& database, const Guid& message, bool isRead, std::optional<Guid> in) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Write);
     Query(connection.statement("UPDATE message SET is_read = ?2 WHERE id = ?1 AND is_read <> ?2"),
-          messageRow(connection, message), int{isRead})
+          messageRowIn(connection, message, in), int{isRead})
         .run();
     transaction.commit();
   });
@@ -136,20 +150,26 @@ Status deleteMessage(Database& database, const Guid& message) {
   });
 }
 
-Status deleteMessages(Database& database, std::span<const Guid> messages) {
+Status deleteMessages(Database& database, std::span<const Guid> messages, std::optional<Guid> in,
+                      std::size_t* deleted) {
   return guarded(database, [&](Connection& connection) {
+    std::size_t count = 0;
     Transaction transaction(connection, Transaction::Write);
     for (const Guid& message : messages) {
-      Query(connection.statement("DELETE FROM message WHERE guid = ?"), message).run();
+      const std::int64_t row = findRow(connection, message, in);
+      if (row == 0) continue;
+      deleteRow(connection, row);
+      ++count;
     }
     transaction.commit();
+    if (deleted) *deleted = count;
   });
 }
 
-Status moveMessage(Database& database, const Guid& message, const Guid& newFolder) {
+Status moveMessage(Database& database, const Guid& message, const Guid& newFolder, std::optional<Guid> in) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Write);
-    const std::int64_t row = messageRow(connection, message);
+    const std::int64_t row = messageRowIn(connection, message, in);
     Query(connection.statement("UPDATE message SET folder = ? WHERE id = ?"), folderRow(connection, newFolder), row)
         .run();
     transaction.commit();

@@ -90,17 +90,20 @@ Status readAttachmentProperties(Database& database, const Guid& message, std::ui
 Status openContent(Database& database, const Guid& message, std::optional<std::uint32_t> attachment,
                    PropertyTag tag, std::shared_ptr<ContentReader>& reader);
 
+// Where a folder `in` is named, a message of another folder is NotFound for those that follow.
+
 // Counts nothing as changed but the read state and the unread count. NotFound.
-Status setRead(Database& database, const Guid& message, bool isRead);
+Status setRead(Database& database, const Guid& message, bool isRead, std::optional<Guid> in = {});
 
 // NotFound.
 Status deleteMessage(Database& database, const Guid& message);
 
-// All or none. A message that is no longer there is passed over.
-Status deleteMessages(Database& database, std::span<const Guid> messages);
+// All or none in one transaction. A message that is not there is passed over: `deleted` counts the others.
+Status deleteMessages(Database& database, std::span<const Guid> messages, std::optional<Guid> in = {},
+                      std::size_t* deleted = nullptr);
 
 // Into another folder of any store of the database; the identifier is kept. NotFound.
-Status moveMessage(Database& database, const Guid& message, const Guid& newFolder);
+Status moveMessage(Database& database, const Guid& message, const Guid& newFolder, std::optional<Guid> in = {});
 
 // A whole copy with an identifier of its own; the search key and creation time are kept. NotFound, and as saveMessage.
 Status copyMessage(Database& database, const Guid& message, const Guid& newFolder, MessageInfo& copy);

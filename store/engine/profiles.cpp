@@ -1,5 +1,7 @@
 #include "profiles.h"
 
+#include <optional>
+
 #include "standard_folders.h"
 #include "unicode.h"
 
@@ -65,6 +67,30 @@ void makeDefault(Connection& connection, std::int64_t row) {
   Query(connection.statement("UPDATE profile SET is_default = 1 WHERE id = ?"), row).run();
 }
 
+std::u16string mailboxName(const std::u16string& userName) { return std::u16string(u"Mailbox - ").append(userName); }
+
+// The latest mailbox of that name which no profile has.
+std::optional<std::int64_t> mailboxLeftBehind(Connection& connection, std::string_view displayName) {
+  Query query(connection.statement("SELECT id FROM store WHERE kind = 1 AND display_name = ? AND NOT EXISTS "
+                                   "(SELECT 1 FROM profile WHERE mailbox = store.id) ORDER BY id DESC LIMIT 1"),
+              displayName);
+  return query.step() ? std::optional(query->integer(0)) : std::nullopt;
+}
+
+// Nothing is in it but what every mailbox has.
+bool isUnused(Connection& connection, std::int64_t mailbox) {
+  Query query(connection.statement("SELECT EXISTS (SELECT 1 FROM folder WHERE store = ?1 AND role IS NULL) OR "
+                                   "EXISTS (SELECT 1 FROM message WHERE folder IN "
+                                   "(SELECT id FROM folder WHERE store = ?1))"),
+              mailbox);
+  query.step();
+  return query->integer(0) == 0;
+}
+
+void deleteMailbox(Connection& connection, std::int64_t mailbox) {
+  Query(connection.statement("DELETE FROM store WHERE id = ?"), mailbox).run();
+}
+
 // For changes of one profile by name.
 template <class Change>
 Status changeProfile(Database& database, const std::u16string& name, Change change) {
@@ -91,8 +117,11 @@ Status createProfile(Database& database, Profile& profile) {
     if (profileExists(connection, made.name)) {
       fail(Status::AlreadyExists, "There is already a profile " + quoted(made.name) + ".");
     }
-    const std::u16string mailboxName = std::u16string(u"Mailbox - ").append(made.userName);
-    const std::int64_t mailbox = insertStore(connection, StoreKind::Mailbox, mailboxName, made.mailbox);
+    const std::u16string displayName = mailboxName(made.userName);
+    const auto left = mailboxLeftBehind(connection, toUtf8(displayName));
+    const std::int64_t mailbox =
+        left ? *left : insertStore(connection, StoreKind::Mailbox, displayName, made.mailbox);
+    if (left) made.mailbox = storeGuid(connection, mailbox);
     {
       Query query(connection.statement(
                       "INSERT INTO profile (guid, name, user_name, is_default, created, mailbox, "
@@ -158,9 +187,15 @@ Status setUserName(Database& database, const std::u16string& name, const std::u1
   return changeProfile(database, name, [&](Connection& connection, std::int64_t row, std::int64_t mailbox) {
     if (userName.empty()) fail(Status::Invalid, "A user needs a name.");
     const std::string utf8 = toUtf8(userName);
-    const std::string mailboxName = "Mailbox - " + utf8;
+    const std::string displayName = toUtf8(mailboxName(userName));
     Query(connection.statement("UPDATE profile SET user_name = ? WHERE id = ?"), std::string_view(utf8), row).run();
-    Query(connection.statement("UPDATE store SET display_name = ? WHERE id = ?"), std::string_view(mailboxName),
+    const auto left = mailboxLeftBehind(connection, displayName);
+    if (left && isUnused(connection, mailbox)) {
+      Query(connection.statement("UPDATE profile SET mailbox = ? WHERE id = ?"), *left, row).run();
+      deleteMailbox(connection, mailbox);
+      return;
+    }
+    Query(connection.statement("UPDATE store SET display_name = ? WHERE id = ?"), std::string_view(displayName),
           mailbox)
         .run();
   });
@@ -176,10 +211,14 @@ Status renameProfile(Database& database, const std::u16string& name, const std::
   });
 }
 
-Status deleteProfile(Database& database, const std::u16string& name) {
-  return changeProfile(database, name, [](Connection& connection, std::int64_t row, std::int64_t mailbox) {
+Status deleteProfile(Database& database, const std::u16string& name, MailboxFate fate) {
+  return changeProfile(database, name, [&](Connection& connection, std::int64_t row, std::int64_t mailbox) {
+    {
+      Query locked(connection.statement("SELECT 1 FROM profile WHERE id = ? AND password_hash IS NOT NULL"), row);
+      if (locked.step()) fail(Status::NoAccess, "The profile " + quoted(name) + " has a password.");
+    }
     Query(connection.statement("DELETE FROM profile WHERE id = ?"), row).run();
-    Query(connection.statement("DELETE FROM store WHERE id = ?"), mailbox).run();
+    if (fate == MailboxFate::Deleted || isUnused(connection, mailbox)) deleteMailbox(connection, mailbox);
     Query(connection.statement("UPDATE profile SET is_default = 1 WHERE id = (SELECT min(id) FROM profile) "
                                "AND NOT EXISTS (SELECT 1 FROM profile WHERE is_default = 1)"))
         .run();

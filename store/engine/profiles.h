@@ -1,4 +1,4 @@
-// Profiles: who may log on. A profile owns its mailbox; the public store is everyone's.
+// Profiles: who may log on. A profile has a mailbox, which may outlive it; the public store is everyone's.
 #pragma once
 
 #include <vector>
@@ -25,7 +25,7 @@ struct Profile {
   Guid mailbox{};           // its store
 };
 
-// Creates the profile and its mailbox with all standard folders. Of `profile`, name, userName, password and
+// Creates the profile with the mailbox that a profile of this user left, else with a new one. Of `profile`, name, userName, password and
 // isDefault are read; the other members are filled in.
 // AlreadyExists (nothing changed), Invalid (empty name).
 Status createProfile(Database& database, Profile& profile);
@@ -45,14 +45,18 @@ Status setDefaultProfile(Database& database, const std::u16string& name);
 // Replaces the password record. NotFound.
 Status setPassword(Database& database, const std::u16string& name, const PasswordRecord& password);
 
-// Also gives the mailbox its new name, "Mailbox - USER". NotFound, Invalid (empty user name).
+// Also gives the mailbox its new name, "Mailbox - USER". A profile whose mailbox was never used gets the mailbox that a
+// profile of this user left, where there is one. NotFound, Invalid (empty user name).
 Status setUserName(Database& database, const std::u16string& name, const std::u16string& userName);
 
 // AlreadyExists, NotFound, Invalid (empty name).
 Status renameProfile(Database& database, const std::u16string& name, const std::u16string& newName);
 
-// Deletes the profile AND its mailbox with everything in it. If it was the default, the oldest other profile
-// becomes the default. NotFound.
-Status deleteProfile(Database& database, const std::u16string& name);
+// A mailbox that was never used is not kept.
+enum class MailboxFate { Kept, Deleted };
+
+// If it was the default, the oldest other profile becomes the default. NotFound, NoAccess (it has a password, which is to
+// be taken away first).
+Status deleteProfile(Database& database, const std::u16string& name, MailboxFate mailbox);
 
 }  // namespace fendrel::store

@@ -12,6 +12,9 @@ std::int64_t insertStore(Connection& connection, StoreKind kind, const std::u16s
 // Creates the public store if the database has none yet.
 void ensurePublicStore(Connection& connection);
 
+// The identifier of that row.
+Guid storeGuid(Connection& connection, std::int64_t row);
+
 // Throws NotFound.
 std::int64_t storeRow(Connection& connection, const Guid& store);
 

@@ -22,6 +22,7 @@ const char* name(Status status) noexcept {
     case Status::Busy: return "Busy";
     case Status::Corrupt: return "Corrupt";
     case Status::NewerVersion: return "NewerVersion";
+    case Status::OnNetwork: return "OnNetwork";
     case Status::Invalid: return "Invalid";
     case Status::Failed: return "Failed";
   }

@@ -17,6 +17,7 @@ enum class Status {
   Busy,           // others kept the store locked for longer than busyTimeout
   Corrupt,        // damaged or missing data was found; nothing of it is handed out
   NewerVersion,   // the file was written by a newer version of this program
+  OnNetwork,      // the file lies on another machine, where SQLite's log does not work
   Invalid,        // an argument that no caller should pass
   Failed,         // anything else; Database::lastError() has the words
 };

@@ -88,6 +88,12 @@ void ensurePublicStore(Connection& connection) {
   transaction.commit();
 }
 
+Guid storeGuid(Connection& connection, std::int64_t row) {
+  Query query(connection.statement("SELECT guid FROM store WHERE id = ?"), row);
+  if (!query.step()) fail(Status::NotFound, "There is no such message store.");
+  return query->guid(0);
+}
+
 std::int64_t storeRow(Connection& connection, const Guid& store) {
   Query query(connection.statement("SELECT id FROM store WHERE guid = ?"), store);
   if (!query.step()) fail(Status::NotFound, "There is no such message store.");

@@ -233,6 +233,13 @@ public:
     CloseHandle(handle);
   }
 
+  bool isRemote(const std::wstring& path) override {
+    const bool isPlain = !path.starts_with(L"\\\\?\\") && !path.starts_with(L"\\\\.\\");
+    if (path.starts_with(L"\\\\?\\UNC\\") || (isPlain && path.starts_with(L"\\\\"))) return true;
+    const std::wstring drive = path.substr(isPlain ? 0 : 4, 2) + L"\\";
+    return GetDriveTypeW(drive.c_str()) == DRIVE_REMOTE;
+  }
+
   const char* sqliteLayer() override { return "win32-longpath"; }
 
 private:

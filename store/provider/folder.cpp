@@ -144,7 +144,7 @@ STDMETHODIMP Folder::CopyMessages(LPENTRYLIST messages, LPCIID, LPVOID target, U
     bool partly = false;
     for (const store::Guid& message : ids) {
       store::MessageInfo copy;
-      const auto status = flags & MESSAGE_MOVE ? store::moveMessage(scope_->database(), message, id->object)
+      const auto status = flags & MESSAGE_MOVE ? store::moveMessage(scope_->database(), message, id->object, id_)
                                                : store::copyMessage(scope_->database(), message, id->object, copy);
       if (status == Status::NotFound) partly = true;
       else if (status != Status::Ok) return toResult(status);
@@ -177,7 +177,10 @@ STDMETHODIMP Folder::DeleteMessages(LPENTRYLIST messages, ULONG, LPMAPIPROGRESS,
     if (!writable_) return MAPI_E_NO_ACCESS;
     std::vector<store::Guid> ids;
     if (const HRESULT result = messagesOf(messages, ids); FAILED(result)) return result;
-    return toResult(store::deleteMessages(scope_->database(), ids));
+    std::size_t deleted = 0;
+    const auto status = store::deleteMessages(scope_->database(), ids, id_, &deleted);
+    if (status != Status::Ok) return toResult(status);
+    return deleted < ids.size() ? MAPI_W_PARTIAL_COMPLETION : S_OK;
   });
 }
 
@@ -229,7 +232,7 @@ STDMETHODIMP Folder::SetReadFlags(LPENTRYLIST messages, ULONG, LPMAPIPROGRESS, U
     if (flags & GENERATE_RECEIPT_ONLY) return S_OK;
     bool partly = false;
     for (const store::Guid& message : ids) {
-      const auto status = store::setRead(scope_->database(), message, (flags & CLEAR_READ_FLAG) == 0);
+      const auto status = store::setRead(scope_->database(), message, (flags & CLEAR_READ_FLAG) == 0, id_);
       if (status == Status::NotFound) partly = true;
       else if (status != Status::Ok) return toResult(status);
     }

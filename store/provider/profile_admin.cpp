@@ -13,6 +13,9 @@ namespace {
 
 constexpr std::size_t longestName = cchProfileNameMax;
 
+// A flag of ours for DeleteProfile, which fendrel.exe knows: the mailbox goes with the profile.
+constexpr ULONG withMailbox = 0x00010000;
+
 // A profile that the caller may change: there, and opened with its password.
 HRESULT unlockedProfile(store::Database& database, const void* name, const void* password, ULONG flags,
                         store::Profile& profile) {
@@ -70,7 +73,8 @@ STDMETHODIMP ProfileAdmin::CreateProfile(LPTSTR name, LPTSTR password, ULONG_PTR
 
 STDMETHODIMP ProfileAdmin::DeleteProfile(LPTSTR name, ULONG flags) {
   if (!name) return MAPI_E_INVALID_PARAMETER;
-  return guarded([&] { return toResult(store::deleteProfile(*database_, textArgument(name, flags))); });
+  const auto mailbox = flags & withMailbox ? store::MailboxFate::Deleted : store::MailboxFate::Kept;
+  return guarded([&] { return toResult(store::deleteProfile(*database_, textArgument(name, flags), mailbox)); });
 }
 
 STDMETHODIMP ProfileAdmin::ChangeProfilePassword(LPTSTR name, LPTSTR oldPassword, LPTSTR newPassword, ULONG flags) {

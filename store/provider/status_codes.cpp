@@ -16,6 +16,7 @@ HRESULT toResult(store::Status status) noexcept {
     case Status::Busy: return MAPI_E_TIMEOUT;
     case Status::Corrupt: return MAPI_E_CORRUPT_DATA;
     case Status::NewerVersion: return MAPI_E_VERSION;
+    case Status::OnNetwork: return MAPI_E_NETWORK_ERROR;
     case Status::Invalid: return MAPI_E_INVALID_PARAMETER;
     case Status::Failed: return MAPI_E_CALL_FAILED;
   }

@@ -45,6 +45,78 @@ TEST_F(ProfileCommand, RemovedProfileIsGone) {
   EXPECT_EQ(fendrel({"profile", "list", "--json"}).json()["profiles"].size(), 0u);
 }
 
+class ProfileWithMessages : public ProfileCommand {
+ protected:
+  ProfileWithMessages() {
+    addJane();
+    EXPECT_EQ(fendrel({"post", "--to", "Mailbox - Jane Doe@Reports", "--create", newFile(L"a.txt", "a"),
+                       newFile(L"b.txt", "b")})
+                  .exitCode,
+              0);
+  }
+
+  int exitCodeOfList() const { return fendrel({"list", "Mailbox - Jane Doe@Reports"}).exitCode; }
+};
+
+TEST_F(ProfileWithMessages, RemovedProfileLeavesItsMessagesToTheNextOneOfItsUser) {
+  const Outcome removed = fendrel({"profile", "remove", "jane"});
+  EXPECT_EQ(removed.exitCode, 0) << removed.err;
+  EXPECT_THAT(removed.out, HasSubstr("Its messages stay in the store"));
+  ASSERT_EQ(fendrel({"profile", "add", "again", "--user", "Jane Doe"}).exitCode, 0);
+  EXPECT_EQ(fendrel({"list", "Mailbox - Jane Doe@Reports", "--json"}).json()["messages"].size(), 2u);
+}
+
+TEST_F(ProfileWithMessages, RemovedWithItsMessagesSaysHowManyAndLeavesNone) {
+  const Outcome removed = fendrel({"profile", "remove", "jane", "--with-messages"});
+  EXPECT_EQ(removed.exitCode, 0) << removed.err;
+  EXPECT_EQ(removed.out, "Profile 'jane' was removed, and 2 messages with it.\n");
+  addJane();
+  EXPECT_NE(exitCodeOfList(), 0);
+  EXPECT_EQ(fendrel({"store", "info", "--json"}).json()["messages"], 0);
+}
+
+TEST_F(ProfileWithMessages, PasswordIsAskedForBeforeAnythingIsRemoved) {
+  ASSERT_EQ(fendrel({"profile", "password", "jane", "--new", "sesame"}).exitCode, 0);
+  for (const char* option : {"--json", "--with-messages"}) {
+    EXPECT_EQ(fendrel({"profile", "remove", "jane", option}).exitCode, 4);
+    EXPECT_EQ(fendrel({"profile", "remove", "jane", option, "--password", "wrong"}).exitCode, 4);
+  }
+  EXPECT_EQ(fendrel({"list", "Mailbox - Jane Doe@Reports", "--password", "sesame", "--json"})
+                .json()["messages"].size(), 2u);
+  EXPECT_EQ(fendrel({"profile", "remove", "jane", "--password", "sesame"}).exitCode, 0);
+  addJane();
+  EXPECT_EQ(exitCodeOfList(), 0);
+}
+
+TEST_F(ProfileCommand, DefaultIsChangedByName) {
+  addJane();
+  ASSERT_EQ(fendrel({"profile", "add", "john", "--user", "John Roe", "--default"}).exitCode, 0);
+  EXPECT_EQ(fendrel({"profile", "default", "jane"}).exitCode, 0);
+  EXPECT_EQ(fendrel({"folders", "--json"}).json()["profile"], "jane");
+  EXPECT_EQ(fendrel({"profile", "default", "nobody"}).exitCode, 4);
+}
+
+TEST_F(ProfileCommand, PasswordIsChangedAndTakenAwayWithTheOldOne) {
+  addJane();
+  EXPECT_EQ(fendrel({"profile", "password", "jane", "--new", "first"}).exitCode, 0);
+  EXPECT_EQ(fendrel({"folders"}).exitCode, 4);
+  EXPECT_EQ(fendrel({"profile", "password", "jane", "--new", "second"}).exitCode, 4);
+  EXPECT_EQ(fendrel({"profile", "password", "jane", "--new", "second", "--password", "first"}).exitCode, 0);
+  EXPECT_EQ(fendrel({"folders", "--password", "second"}).exitCode, 0);
+  EXPECT_EQ(fendrel({"profile", "password", "jane", "--password", "second"}).exitCode, 0);
+  EXPECT_EQ(fendrel({"folders"}).exitCode, 0);
+}
+
+TEST_F(ProfileCommand, RenamedProfileIsTheSameOne) {
+  addJane();
+  ASSERT_EQ(fendrel({"profile", "add", "john", "--user", "John Roe"}).exitCode, 0);
+  EXPECT_EQ(fendrel({"profile", "rename", "jane", "john"}).exitCode, 1);
+  EXPECT_EQ(fendrel({"profile", "rename", "jane", ""}).exitCode, 2);
+  EXPECT_EQ(fendrel({"profile", "rename", "jane", "nightly"}).exitCode, 0);
+  EXPECT_EQ(fendrel({"folders", "--profile", "nightly"}).exitCode, 0);
+  EXPECT_EQ(fendrel({"folders", "--profile", "jane"}).exitCode, 4);
+}
+
 TEST_F(ProfileCommand, RemovingAnUnknownProfileNamesTheOthers) {
   addJane();
   const Outcome run = fendrel({"profile", "remove", "john"});

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "fendrel_run.h"
 
@@ -121,6 +122,29 @@ TEST_F(StoreCommand, CompactShrinksTheStore) {
   EXPECT_LT(result["bytesAfter"].get<unsigned>(), result["bytesBefore"].get<unsigned>());
   EXPECT_EQ(fendrel({"store", "info", "--json"}).json()["freePages"], 0);
   EXPECT_EQ(fendrel({"store", "check"}).exitCode, 0);
+}
+
+// Whoever deletes a store deletes its messages, though the log beside it still holds them.
+TEST_F(StoreCommand, DeletedStoreDoesNotComeBackOutOfItsLog) {
+  ASSERT_GT(std::filesystem::file_size(folder.path() / L"store.db-wal"), 0u);
+  ASSERT_TRUE(std::filesystem::remove(folder.path() / L"store.db"));
+  EXPECT_EQ(fendrel({"profile", "list", "--json"}).json()["profiles"].size(), 0u);
+  addJane();
+  EXPECT_EQ(fendrel({"folders", "Public Folders", "--json"}).exitCode, 0);
+  EXPECT_EQ(fendrel({"store", "info", "--json"}).json()["messages"], 0);
+  EXPECT_EQ(fendrel({"store", "check"}).exitCode, 0);
+}
+
+TEST_F(StoreCommand, LeftoverThatMayNotBeDeletedStopsNoCommand) {
+  const auto leftover = folder.path() / L"store.db.files" / L"tmp" / L"0123456789abcdef0123456789abcdef.tmp";
+  std::ofstream(leftover) << "left over";
+  std::filesystem::last_write_time(leftover, std::filesystem::file_time_type::clock::now() - std::chrono::hours(2));
+  ASSERT_TRUE(SetFileAttributesW(leftover.c_str(), FILE_ATTRIBUTE_READONLY));
+  EXPECT_EQ(fendrel({"list", daily}).exitCode, 0);
+  EXPECT_EQ(fendrel({"store", "compact"}).exitCode, 0);
+  ASSERT_TRUE(SetFileAttributesW(leftover.c_str(), FILE_ATTRIBUTE_NORMAL));
+  EXPECT_EQ(fendrel({"list", daily}).exitCode, 0);
+  EXPECT_FALSE(std::filesystem::exists(leftover));
 }
 
 TEST_F(StoreCommand, WordsThatAreMissingAreWrongUsage) {

@@ -160,6 +160,28 @@ TEST_F(DatabaseTest, NewStoreIsItsOwnersAlone) {
   EXPECT_FALSE(isClosedToOthers(temp.file(L"open.txt"))) << "the check must be able to fail";
 }
 
+class RemoteDiskTest : public EngineTest {
+protected:
+  ~RemoteDiskTest() override { SetEnvironmentVariableW(L"FENDREL_ALLOW_NETWORK_STORE", nullptr); }
+
+  static Status open(const std::wstring& path, std::string& error) {
+    std::unique_ptr<Database> opened;
+    return Database::openExisting(path, opened, error);
+  }
+};
+
+TEST_F(RemoteDiskTest, StoreOnANetworkDriveIsRefusedWithWordsUnlessItIsAllowed) {
+  for (const wchar_t* path : {L"\\\\nowhere.invalid\\share\\store.db", L"\\\\?\\UNC\\nowhere.invalid\\share\\store.db"}) {
+    std::string error;
+    EXPECT_EQ(open(path, error), Status::OnNetwork) << error;
+    EXPECT_NE(error.find("network drive"), std::string::npos) << error;
+    EXPECT_NE(error.find("FENDREL_ALLOW_NETWORK_STORE=1"), std::string::npos) << error;
+  }
+  SetEnvironmentVariableW(L"FENDREL_ALLOW_NETWORK_STORE", L"1");
+  std::string error;
+  EXPECT_EQ(open(L"\\\\nowhere.invalid\\share\\store.db", error), Status::NotFound) << error;
+}
+
 TEST_F(DatabaseTest, ChangeCounterTellsOwnAndOthersChanges) {
   const auto other = openAnother();
   std::uint64_t first = 0, second = 0, third = 0, again = 0;

@@ -112,7 +112,54 @@ TEST_F(ProfilesTest, NoneIsTheDefaultOfAnEmptyStore) {
   EXPECT_EQ(findDefaultProfile(*database, found), Status::NotFound);
 }
 
-TEST_F(ProfilesTest, DeletedOneTakesItsMailboxAlongAndPassesOnTheDefault) {
+TEST_F(ProfilesTest, MailboxOutlivesItsProfileAndGoesToTheNextOneOfItsUser) {
+  const Profile first = add(u"First", u"Jane");
+  StoreInfo mailbox;
+  ASSERT_EQ(findStore(*database, first.mailbox, mailbox), Status::Ok);
+  save(draftWith(mailbox.inbox, u"kept"));
+  ASSERT_EQ(deleteProfile(*database, u"First", MailboxFate::Kept), Status::Ok) << database->lastError();
+  EXPECT_EQ(findStore(*database, first.mailbox, mailbox), Status::Ok);
+  EXPECT_NE(add(u"Another", u"John").mailbox, first.mailbox);
+  EXPECT_EQ(add(u"Second", u"Jane").mailbox, first.mailbox);
+  EXPECT_NE(add(u"Third", u"Jane").mailbox, first.mailbox) << "it has a profile again";
+}
+
+// As a program makes it that gives the user's name afterwards.
+TEST_F(ProfilesTest, MailboxGoesToAProfileThatIsGivenItsUserLater) {
+  const Profile first = add(u"First", u"Jane");
+  StoreInfo mailbox;
+  ASSERT_EQ(findStore(*database, first.mailbox, mailbox), Status::Ok);
+  save(draftWith(mailbox.inbox, u"kept"));
+  ASSERT_EQ(deleteProfile(*database, u"First", MailboxFate::Kept), Status::Ok);
+  const Profile used = add(u"used", u"used"), unused = add(u"unused", u"unused");
+  ASSERT_EQ(findStore(*database, used.mailbox, mailbox), Status::Ok);
+  save(draftWith(mailbox.inbox, u"its own"));
+  Profile found;
+  ASSERT_EQ(setUserName(*database, u"used", u"Jane"), Status::Ok);
+  ASSERT_EQ(findProfile(*database, u"used", found), Status::Ok);
+  EXPECT_EQ(found.mailbox, used.mailbox) << "it has messages of its own";
+  ASSERT_EQ(setUserName(*database, u"unused", u"Jane"), Status::Ok);
+  ASSERT_EQ(findProfile(*database, u"unused", found), Status::Ok);
+  EXPECT_EQ(found.mailbox, first.mailbox);
+  EXPECT_EQ(findStore(*database, unused.mailbox, mailbox), Status::NotFound);
+}
+
+TEST_F(ProfilesTest, MailboxThatWasNeverUsedIsNotKept) {
+  const Profile made = add(u"First", u"Jane");
+  ASSERT_EQ(deleteProfile(*database, u"First", MailboxFate::Kept), Status::Ok);
+  StoreInfo mailbox;
+  EXPECT_EQ(findStore(*database, made.mailbox, mailbox), Status::NotFound);
+}
+
+TEST_F(ProfilesTest, ProfileWithAPasswordIsNotDeleted) {
+  add(u"First", u"Jane");
+  ASSERT_EQ(setPassword(*database, u"First", {Bytes(16), 5, Bytes(32)}), Status::Ok);
+  EXPECT_EQ(deleteProfile(*database, u"First", MailboxFate::Deleted), Status::NoAccess);
+  ASSERT_EQ(setPassword(*database, u"First", {}), Status::Ok);
+  EXPECT_EQ(deleteProfile(*database, u"First", MailboxFate::Deleted), Status::Ok);
+}
+
+TEST_F(ProfilesTest, DeletedOneTakesItsMailboxAlongIfAskedToAndPassesOnTheDefault) {
   const Profile first = add(u"First", u"a");
   add(u"Second", u"b");
   StoreInfo mailbox;
@@ -120,14 +167,14 @@ TEST_F(ProfilesTest, DeletedOneTakesItsMailboxAlongAndPassesOnTheDefault) {
   save(draftWithAttachment(mailbox.inbox, pattern(contentBlockSize * 2)));
   ASSERT_EQ(contentFiles().size(), 1u);
 
-  ASSERT_EQ(deleteProfile(*database, u"First"), Status::Ok) << database->lastError();
+  ASSERT_EQ(deleteProfile(*database, u"First", MailboxFate::Deleted), Status::Ok) << database->lastError();
 
   EXPECT_EQ(findStore(*database, first.mailbox, mailbox), Status::NotFound);
   EXPECT_TRUE(contentFiles().empty());
   Profile found;
   ASSERT_EQ(findDefaultProfile(*database, found), Status::Ok);
   EXPECT_EQ(found.name, u"Second");
-  EXPECT_EQ(deleteProfile(*database, u"First"), Status::NotFound);
+  EXPECT_EQ(deleteProfile(*database, u"First", MailboxFate::Deleted), Status::NotFound);
 }
 
 TEST_F(ProfilesTest, NewUserNameIsAlsoTheMailboxs) {

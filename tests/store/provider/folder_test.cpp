@@ -180,6 +180,35 @@ TEST_F(FoldersTest, MessagesAreCopiedAndMoved) {
   EXPECT_THAT(subjects(*archive.Get()), ElementsAre(L"one", L"one"));
 }
 
+TEST_F(FoldersTest, MessagesOfAnotherFolderAreLeftAlone) {
+  auto archive = createFolder(*reports.Get(), L"Archive");
+  post(*reports.Get(), L"one");
+  Bytes id = idOf(*openFirst(*reports.Get()).Get());
+  SBinary entry{static_cast<ULONG>(id.size()), id.data()};
+  ENTRYLIST list{1, &entry};
+  EXPECT_THAT(archive->DeleteMessages(&list, 0, nullptr, 0), Gives(MAPI_W_PARTIAL_COMPLETION));
+  EXPECT_THAT(archive->CopyMessages(&list, nullptr, archive.Get(), 0, nullptr, MESSAGE_MOVE),
+              Gives(MAPI_W_PARTIAL_COMPLETION));
+  EXPECT_THAT(archive->SetReadFlags(&list, 0, nullptr, CLEAR_READ_FLAG), Gives(MAPI_W_PARTIAL_COMPLETION));
+  EXPECT_THAT(subjects(*reports.Get()), ElementsAre(L"one"));
+  EXPECT_THAT(subjects(*archive.Get()), ElementsAre());
+  EXPECT_EQ(number(*reports.Get(), PR_CONTENT_UNREAD), 0);
+}
+
+TEST_F(FoldersTest, MessagesThatAreGoneAreACompletionInPart) {
+  post(*reports.Get(), L"gone");
+  post(*reports.Get(), L"stays");
+  Bytes gone = idOf(*openFirst(*reports.Get()).Get());
+  SBinary entry{static_cast<ULONG>(gone.size()), gone.data()};
+  ENTRYLIST list{1, &entry};
+  ASSERT_THAT(reports->DeleteMessages(&list, 0, nullptr, 0), Gives(S_OK));
+  EXPECT_THAT(reports->DeleteMessages(&list, 0, nullptr, 0), Gives(MAPI_W_PARTIAL_COMPLETION));
+  EXPECT_THAT(reports->SetReadFlags(&list, 0, nullptr, 0), Gives(MAPI_W_PARTIAL_COMPLETION));
+  EXPECT_THAT(reports->CopyMessages(&list, nullptr, subtree.Get(), 0, nullptr, MESSAGE_MOVE),
+              Gives(MAPI_W_PARTIAL_COMPLETION));
+  EXPECT_EQ(number(*reports.Get(), PR_CONTENT_COUNT), 1);
+}
+
 TEST_F(FoldersTest, EmptyingKeepsHiddenMessagesUnlessAsked) {
   createFolder(*reports.Get(), L"Daily");
   post(*reports.Get(), L"one");

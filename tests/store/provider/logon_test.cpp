@@ -97,13 +97,56 @@ TEST_F(LogonTest, TheStoreFileIsAskedForAnewAtEachLogon) {
   EXPECT_NE(GetFileAttributesW(other.c_str()), INVALID_FILE_ATTRIBUTES);
 }
 
-TEST_F(LogonTest, WithoutTheVariableTheFileIsInTheApplicationData) {
-  SetEnvironmentVariableW(L"FENDREL_STORE", nullptr);
-  ComPtr<IProfAdmin> admin;
-  ASSERT_THAT(mapi().adminProfiles(0, admin.GetAddressOf()), Gives(S_OK));
-  wchar_t data[MAX_PATH] = {};
-  ASSERT_NE(GetEnvironmentVariableW(L"APPDATA", data, MAX_PATH), 0u);
-  EXPECT_NE(GetFileAttributesW((std::wstring(data) + L"\\Fendrel\\store.db").c_str()), INVALID_FILE_ATTRIBUTES);
+// The user's own places, where a store may be in use: what is there is put aside for the test. (The tests of this suite
+// run one at a time.)
+class StorePlaces {
+public:
+  StorePlaces() : local(placeOf(L"LOCALAPPDATA")), roaming(placeOf(L"APPDATA")) {
+    SetEnvironmentVariableW(L"FENDREL_STORE", nullptr);
+    for (const auto& place : {local, roaming}) {
+      if (std::filesystem::exists(place)) std::filesystem::rename(place, aside(place));
+    }
+  }
+  ~StorePlaces() {
+    std::error_code error;
+    for (const auto& place : {local, roaming}) {
+      std::filesystem::remove_all(place, error);
+      if (std::filesystem::exists(aside(place))) std::filesystem::rename(aside(place), place, error);
+    }
+  }
+  StorePlaces(const StorePlaces&) = delete;
+  StorePlaces& operator=(const StorePlaces&) = delete;
+
+  static void use() {
+    ComPtr<IProfAdmin> admin;
+    ASSERT_THAT(mapi().adminProfiles(0, admin.GetAddressOf()), Gives(S_OK));
+  }
+
+  const std::filesystem::path local, roaming;
+
+private:
+  static std::filesystem::path placeOf(const wchar_t* variable) {
+    wchar_t data[MAX_PATH] = {};
+    EXPECT_NE(GetEnvironmentVariableW(variable, data, MAX_PATH), 0u);
+    return std::filesystem::path(data) / L"Fendrel";
+  }
+  static std::filesystem::path aside(std::filesystem::path place) { return place += L" put aside by a test"; }
+};
+
+TEST_F(LogonTest, WithoutTheVariableTheFileIsInTheLocalApplicationData) {
+  const StorePlaces places;
+  StorePlaces::use();
+  EXPECT_TRUE(std::filesystem::exists(places.local / L"store.db"));
+  EXPECT_FALSE(std::filesystem::exists(places.roaming / L"store.db"));
+}
+
+TEST_F(LogonTest, StoreThatAnEarlierProgramMadeIsUsedOn) {
+  const StorePlaces places;
+  StorePlaces::use();
+  std::filesystem::create_directories(places.roaming);
+  std::filesystem::rename(places.local / L"store.db", places.roaming / L"store.db");
+  StorePlaces::use();
+  EXPECT_FALSE(std::filesystem::exists(places.local / L"store.db"));
 }
 
 TEST_F(LogonTest, AFileThatIsNoStoreIsCorrupt) {

@@ -43,4 +43,26 @@ TEST(Module, NamesItsVersionAndFile) {
   EXPECT_STREQ(name, L"MAPI32.DLL");
 }
 
+// As a host does that ends in the middle of its work: nothing of the library may run after it is gone.
+TEST_F(StoreTest, LibraryMayBeUnloadedWithASessionUnreleased) {
+  wchar_t own[MAX_PATH] = {};
+  GetModuleFileNameW(mapi().module, own, MAX_PATH);
+  const std::wstring copy = folder.file(L"unloaded.dll");
+  ASSERT_TRUE(CopyFileW(own, copy.c_str(), TRUE));
+  const HMODULE module = LoadLibraryW(copy.c_str());
+  ASSERT_TRUE(module);
+  const auto initialize = reinterpret_cast<MAPIINITIALIZE*>(GetProcAddress(module, "MAPIInitialize"));
+  const auto logonEx = reinterpret_cast<MAPILOGONEX*>(GetProcAddress(module, "MAPILogonEx"));
+  ASSERT_TRUE(initialize && logonEx);
+  ASSERT_THAT(initialize(nullptr), Gives(S_OK));
+  LPMAPISESSION session = nullptr;
+  ASSERT_THAT(logonEx(0, const_cast<LPTSTR>(L"Anna"), nullptr, MAPI_EXTENDED | MAPI_NO_MAIL | MAPI_UNICODE, &session),
+              Gives(S_OK));
+  LPMAPITABLE stores = nullptr;
+  EXPECT_THAT(session->GetMsgStoresTable(0, &stores), Gives(S_OK));
+  ASSERT_TRUE(FreeLibrary(module));
+  ASSERT_FALSE(GetModuleHandleW(L"unloaded.dll"));
+  Sleep(500);
+}
+
 }  // namespace

@@ -54,6 +54,8 @@ TEST_F(MessageStoreTest, StoresKnowTheirKind) {
   EXPECT_EQ(binary(*mailbox.Get(), PR_MDB_PROVIDER), binary(*publicStore.Get(), PR_MDB_PROVIDER));
   EXPECT_NE(number(*publicStore.Get(), PR_STORE_SUPPORT_MASK).value() & static_cast<LONG>(STORE_PUBLIC_FOLDERS), 0);
   EXPECT_NE(number(*mailbox.Get(), PR_STORE_SUPPORT_MASK).value() & static_cast<LONG>(STORE_CREATE_OK), 0);
+  EXPECT_EQ(number(*mailbox.Get(), PR_STORE_SUPPORT_MASK).value() & static_cast<LONG>(STORE_OLE_OK), 0)
+      << "OLE attachments are refused";
 }
 
 TEST_F(MessageStoreTest, NoIdentifierOpensTheRootFolder) {

@@ -1,4 +1,5 @@
-"""Posts under Wine in one process after the other, and reads the store meanwhile with the stock sqlite3 program.
+"""Posts under Wine in one process after the other, and reads the store meanwhile with the stock sqlite3 program; then
+lets that program write, by carrying the log over and by rebuilding the database, and checks that nothing is damaged.
 
 read_while_posting.py SQLITE3 RUN_WINE FENDREL_EXE DOCUMENT
 
@@ -84,6 +85,23 @@ def main():
             sys.exit("the store is damaged")
         if between == 0:
             sys.exit("no read fell between the posts")
+
+        # Opened as any program opens it, which carries the log over when it closes; also after one of ours was killed.
+        for statement in (COUNT, "PRAGMA wal_checkpoint(TRUNCATE)", "VACUUM"):
+            before = int(read(COUNT))
+            process = start("post", "--to", "Public Folders@Reports@Daily", *files)
+            while int(read(COUNT)) == before and process.poll() is None:
+                pass
+            process.kill()
+            process.communicate()
+            run = subprocess.run([sqlite3, "-cmd", ".timeout 5000", store, statement], capture_output=True, text=True,
+                                 timeout=60)
+            if run.returncode != 0 or run.stderr:
+                sys.exit(f"sqlite3 ended with {run.returncode}: {run.stderr}\n{statement}")
+            finish(start("store", "check"))
+            finish(start("list", "Public Folders@Reports@Daily"))
+            if int(read(COUNT)) <= before:
+                sys.exit(f"messages are missing after: {statement}")
         print(f"{reads} reads, {between} rounds of them between posts, {ROUNDS * FILES} messages at the end")
 
 
