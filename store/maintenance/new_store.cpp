@@ -37,8 +37,11 @@ NewStore::~NewStore() {
 }
 
 std::unique_ptr<DiskFile> NewStore::createContent(const std::string& name) {
-  if (!hasFolder_) disk_.createFolder(contentFolder(), true);
-  hasFolder_ = true;
+  if (!hasFolder_) {
+    hasFolder_ = true;
+    disk_.createFolder(contentFolder(), true);
+    disk_.flushFolder(path_.substr(0, path_.find_last_of(L"\\/")));  // before the store that needs it has its name
+  }
   return disk_.create(contentFolder() + L"\\" + contentFileName(name));
 }
 

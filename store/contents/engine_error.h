@@ -16,8 +16,7 @@ struct EngineError {
 
 [[noreturn]] inline void fail(Status status, std::string text) { throw EngineError{status, std::move(text)}; }
 
-// The two tables that give a foreign code its Status. Out of memory throws std::bad_alloc instead.
-Status statusOfSqlite(int code);
+// The Status of a system's code. Out of memory throws std::bad_alloc instead.
 Status statusOfWindows(unsigned long code);
 
 }  // namespace fendrel::store

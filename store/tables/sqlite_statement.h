@@ -11,8 +11,12 @@
 #include <string_view>
 
 #include "property.h"
+#include "status.h"
 
 namespace fendrel::store {
+
+// The Status of SQLite's code. Out of memory throws std::bad_alloc instead.
+Status statusOfSqlite(int code);
 
 // Throws the EngineError (or std::bad_alloc) of a code that is not SQLITE_OK, ROW or DONE.
 void checkSqlite(int code, sqlite3* database, const char* doing);

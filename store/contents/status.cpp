@@ -1,6 +1,5 @@
 #include "status.h"
 
-#include <sqlite3.h>
 #include <windows.h>
 
 #include <new>
@@ -27,33 +26,6 @@ const char* name(Status status) noexcept {
     case Status::Failed: return "Failed";
   }
   return "?";
-}
-
-Status statusOfSqlite(int code) {
-  switch (code) {
-    case SQLITE_IOERR_NOMEM: throw std::bad_alloc();
-    case SQLITE_CONSTRAINT_UNIQUE:
-    case SQLITE_CONSTRAINT_PRIMARYKEY: return Status::AlreadyExists;
-    case SQLITE_IOERR_CORRUPTFS: return Status::Corrupt;
-    default: break;
-  }
-  switch (code & 0xFF) {
-    case SQLITE_OK: return Status::Ok;
-    case SQLITE_NOMEM: throw std::bad_alloc();
-    case SQLITE_BUSY:
-    case SQLITE_LOCKED:
-    case SQLITE_PROTOCOL: return Status::Busy;
-    case SQLITE_FULL: return Status::NotEnoughDisk;
-    case SQLITE_CORRUPT:
-    case SQLITE_NOTADB: return Status::Corrupt;
-    case SQLITE_PERM:
-    case SQLITE_READONLY:
-    case SQLITE_AUTH:
-    case SQLITE_CANTOPEN: return Status::NoAccess;
-    case SQLITE_TOOBIG:
-    case SQLITE_MISMATCH: return Status::Invalid;
-    default: return Status::Failed;
-  }
 }
 
 Status statusOfWindows(unsigned long code) {
