@@ -41,13 +41,14 @@ void World::checkDatabase() {
   EXPECT_EQ(ask(opened, "PRAGMA foreign_key_check"), std::vector<std::string>{});
   EXPECT_EQ(ask(opened, "SELECT count(*) FROM message"),
             std::vector<std::string>{std::to_string(contents_.messages.size())});
-  // Each long content has its file, and no file is left of what was deleted, dropped or replaced.
+  // Each long content has its file, and of what was deleted, dropped or replaced no file is left that is not noted.
   std::multiset<std::string> files;
   const std::filesystem::path folder = files_.path() / L"store.db.files";  // made for the first of them
   if (std::filesystem::exists(folder))
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
       if (entry.is_regular_file()) files.insert(entry.path().filename().string());
-  const std::vector<std::string> named = ask(opened, "SELECT file FROM content WHERE file IS NOT NULL");
+  const std::vector<std::string> named = ask(opened, "SELECT file FROM content WHERE file IS NOT NULL "
+                                                     "UNION ALL SELECT name FROM dropped_file");
   EXPECT_EQ(files, std::multiset<std::string>(named.begin(), named.end()));
   EXPECT_EQ(ask(opened, "SELECT count(*) FROM content WHERE id NOT IN "
                         "(SELECT content FROM message_property WHERE content IS NOT NULL)"),
