@@ -1,6 +1,6 @@
-# Third-party libraries, each as one target: fendrel::sqlite, fendrel::cli11, fendrel::json,
+# Third-party libraries, each as one target: fendrel::sqlite, fendrel::sqlite_recover, fendrel::cli11, fendrel::json,
 # fendrel::fmt, GTest::gmock. An installed package wins; otherwise the sources come from pinned packages:
-# Debian's -dev packages, and npm for SQLite's amalgamation.
+# Debian's -dev packages, and npm for SQLite's amalgamation and its recovery extension.
 
 set(FENDREL_DEBIAN_ROOT "/usr" CACHE PATH "Where Debian's header-only libraries are installed")
 
@@ -41,45 +41,83 @@ if(TARGET fendrel_fmt)
   endif()
 endif()
 
+# The npm packages that cmake/npm pins, fetched once. FILE is one that they bring, SHA256 what it must be.
+function(fendrel_fetch_npm file sha256)
+  set(folder "${PROJECT_BINARY_DIR}/third_party/npm")
+  set(path "${folder}/node_modules/${file}")
+  set(found "nothing")
+  if(EXISTS "${path}")
+    file(SHA256 "${path}" found)
+  endif()
+  if(NOT found STREQUAL sha256)
+    find_program(FENDREL_NPM npm REQUIRED)
+    message(STATUS "Fetching SQLite's sources (npm, for ${file})")
+    file(COPY "${PROJECT_SOURCE_DIR}/cmake/npm/package.json" "${PROJECT_SOURCE_DIR}/cmake/npm/package-lock.json"
+         DESTINATION "${folder}")
+    execute_process(COMMAND "${FENDREL_NPM}" ci --ignore-scripts --omit=optional --omit=peer --no-audit --no-fund
+                    WORKING_DIRECTORY "${folder}" COMMAND_ERROR_IS_FATAL ANY
+                    OUTPUT_QUIET ERROR_QUIET)
+    if(EXISTS "${path}")
+      file(SHA256 "${path}" found)
+    endif()
+  endif()
+  if(NOT found STREQUAL sha256)
+    message(FATAL_ERROR "${path} is not the expected file: its sha256 is ${found}, not ${sha256}.")
+  endif()
+endfunction()
+
 # SQLite. Releases before 3.51.3 can corrupt a write-ahead log that several processes reset at once.
 find_package(SQLite3 3.51.3 QUIET)
 if(SQLite3_FOUND)
   add_library(fendrel::sqlite ALIAS SQLite::SQLite3)
+  message(STATUS "Using the installed SQLite ${SQLite3_VERSION}. \"fendrel store salvage\" needs it to be built with "
+                 "SQLITE_ENABLE_DBPAGE_VTAB, and says so where it is not; nothing else does.")
 else()
-  find_program(FENDREL_NPM npm REQUIRED)
-  set(npm_folder "${PROJECT_BINARY_DIR}/third_party/npm")
-  set(sqlite_folder "${npm_folder}/node_modules/better-sqlite3/deps/sqlite3")
-  set(sqlite_sha256 75a4760a7b9727a4c4c877aec92eacf39e52a8f2921ce00bd33be6d3a8e8e254)
-  set(found_sha256 "")
-  if(EXISTS "${sqlite_folder}/sqlite3.c")
-    file(SHA256 "${sqlite_folder}/sqlite3.c" found_sha256)
-  endif()
-  if(NOT found_sha256 STREQUAL sqlite_sha256)
-    message(STATUS "Fetching SQLite's amalgamation (npm package better-sqlite3)")
-    file(COPY "${PROJECT_SOURCE_DIR}/cmake/npm/package.json" "${PROJECT_SOURCE_DIR}/cmake/npm/package-lock.json"
-         DESTINATION "${npm_folder}")
-    execute_process(COMMAND "${FENDREL_NPM}" ci --ignore-scripts --no-audit --no-fund
-                    WORKING_DIRECTORY "${npm_folder}" COMMAND_ERROR_IS_FATAL ANY
-                    OUTPUT_QUIET ERROR_QUIET)
-    file(SHA256 "${sqlite_folder}/sqlite3.c" found_sha256)
-  endif()
-  if(NOT found_sha256 STREQUAL sqlite_sha256)
-    message(FATAL_ERROR "${sqlite_folder}/sqlite3.c is not the expected file: "
-                        "its sha256 is ${found_sha256}, not ${sqlite_sha256}.")
-  endif()
+  fendrel_fetch_npm(better-sqlite3/deps/sqlite3/sqlite3.c
+                    75a4760a7b9727a4c4c877aec92eacf39e52a8f2921ce00bd33be6d3a8e8e254)
+  set(sqlite_folder "${PROJECT_BINARY_DIR}/third_party/npm/node_modules/better-sqlite3/deps/sqlite3")
   add_library(fendrel_sqlite STATIC "${sqlite_folder}/sqlite3.c")
   target_include_directories(fendrel_sqlite SYSTEM PUBLIC "${sqlite_folder}")
   target_compile_definitions(fendrel_sqlite PRIVATE
     SQLITE_THREADSAFE=1 SQLITE_DQS=0 SQLITE_DEFAULT_MEMSTATUS=0
     SQLITE_DEFAULT_SYNCHRONOUS=2 SQLITE_DEFAULT_WAL_SYNCHRONOUS=2
     SQLITE_LIKE_DOESNT_MATCH_BLOBS SQLITE_OMIT_DEPRECATED SQLITE_OMIT_LOAD_EXTENSION
-    SQLITE_OMIT_SHARED_CACHE SQLITE_USE_ALLOCA SQLITE_DEFAULT_FOREIGN_KEYS=1 SQLITE_TRUSTED_SCHEMA=0
+    SQLITE_OMIT_SHARED_CACHE SQLITE_USE_ALLOCA SQLITE_TRUSTED_SCHEMA=0
     SQLITE_TEMP_STORE=1 SQLITE_MAX_EXPR_DEPTH=0
+    # Not SQLITE_DEFAULT_FOREIGN_KEYS: the recovery extension's own connection adds rows before those that they name.
+    # For the recovery extension: the pages of a database as a table, and a table of all that a damaged page may seem to
+    # hold in one row.
+    SQLITE_ENABLE_DBPAGE_VTAB SQLITE_MAX_COLUMN=32767
     # Overlapped file I/O costs a server round trip each under Wine; plain reads and writes serve as well.
     SQLITE_WIN32_NO_OVERLAPPED)
   set_target_properties(fendrel_sqlite PROPERTIES COMPILE_OPTIONS "-O2")
   add_library(fendrel::sqlite ALIAS fendrel_sqlite)
 endif()
+
+# SQLite's recovery extension, whatever SQLite it works with. No package has it by itself: it is cut out of the shell
+# program's source, in which it stands whole between fixed lines.
+fendrel_fetch_npm(sqlite3/deps/sqlite-autoconf-3520000.tar.gz
+                  f6b50b0c103392af32a8be15b2b9d25959de9a00a70c3979128aafeaa5338b3f)
+set(recover_folder "${PROJECT_BINARY_DIR}/third_party/sqlite_recover")
+file(ARCHIVE_EXTRACT INPUT "${PROJECT_BINARY_DIR}/third_party/npm/node_modules/sqlite3/deps/sqlite-autoconf-3520000.tar.gz"
+     DESTINATION "${recover_folder}" PATTERNS "sqlite-autoconf-3520000/shell.c")
+file(READ "${recover_folder}/sqlite-autoconf-3520000/shell.c" shell_source)
+foreach(piece sqlite3recover.h dbdata.c sqlite3recover.c)
+  string(FIND "${shell_source}" "/************************* Begin ext/recover/${piece} *" first)
+  string(FIND "${shell_source}" "/************************* End ext/recover/${piece} *" last)
+  if(first EQUAL -1 OR last LESS first)
+    message(FATAL_ERROR "shell.c of SQLite does not hold ext/recover/${piece} between the expected lines.")
+  endif()
+  math(EXPR length "${last} - ${first}")
+  string(SUBSTRING "${shell_source}" ${first} ${length} text)
+  file(CONFIGURE OUTPUT "${recover_folder}/${piece}" CONTENT "@text@" @ONLY)
+endforeach()
+unset(shell_source)
+add_library(fendrel_sqlite_recover STATIC "${PROJECT_SOURCE_DIR}/cmake/sqlite_recover/sqlite_recover.c")
+target_include_directories(fendrel_sqlite_recover SYSTEM PUBLIC "${recover_folder}")
+target_link_libraries(fendrel_sqlite_recover PUBLIC fendrel::sqlite)
+target_compile_definitions(fendrel_sqlite_recover PRIVATE NDEBUG)
+add_library(fendrel::sqlite_recover ALIAS fendrel_sqlite_recover)
 
 if(BUILD_TESTING)
   find_package(GTest CONFIG QUIET)

@@ -36,8 +36,9 @@ public:
     removeUnnamed();
     compareRows();
     result_.messages = static_cast<std::uint64_t>(store_.number("SELECT count(*) FROM message"));
-    copyDatabase();
-    copy_.keep();
+    copyPages();
+    result_.databaseBytes = fileSize(disk_, copy_.database());
+    copy_.finish();
     return result_;
   }
 
@@ -101,7 +102,6 @@ private:
         copy_.removeContent(name);
       }
     }
-    if (!copied_.empty()) disk_.flushFolder(copy_.contentFolder());
   }
 
   // A copy of damage would be worse than none.
@@ -122,21 +122,13 @@ private:
                               "whole.");
   }
 
-  void copyDatabase() {
-    const std::wstring part = copy_.path() + L".part";
-    disk_.createPrivateFile(part);
-    copyPages(part);
-    disk_.openAlone(part)->rename(copy_.path());
-    disk_.flushFolder(copy_.path().substr(0, copy_.path().find_last_of(L"\\/")));
-    result_.databaseBytes = fileSize(disk_, copy_.path());
-  }
-
-  void copyPages(const std::wstring& part) {
+  void copyPages() {
+    disk_.createPrivateFile(copy_.database());
     constexpr int pagesAtOnce = 64;
     struct Finish {
       void operator()(sqlite3_backup* backup) const noexcept { sqlite3_backup_finish(backup); }
     };
-    const DatabaseHandle into = openDatabase(part, disk_, SQLITE_OPEN_READWRITE);
+    const DatabaseHandle into = openDatabase(copy_.database(), disk_, SQLITE_OPEN_READWRITE);
     std::unique_ptr<sqlite3_backup, Finish> backup(sqlite3_backup_init(into.get(), "main", store_.handle(), "main"));
     if (!backup) checkSqlite(sqlite3_errcode(into.get()), into.get(), "Copying the database");
     int code = SQLITE_OK;

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <map>
 
-#include "damaged_reading.h"
 #include "failure_border.h"
 #include "folder_map.h"
 #include "leftovers.h"
@@ -29,7 +28,7 @@ public:
     result_.pages = static_cast<std::uint64_t>(connection_.number("PRAGMA page_count"));
     runPragma("PRAGMA integrity_check(100)", "The database: ", 0);
     runPragma("PRAGMA foreign_key_check", "A row names one that is not there, in the table ", 0);
-    const FolderMap folders(connection_);
+    const FolderMap folders(connection_, &connection_);
     for (const Finding& finding : folders.lost()) result_.damage.push_back(finding);
     checkMessages(folders);
     checkFolders(folders);
@@ -55,10 +54,9 @@ private:
   }
 
   void checkMessages(const FolderMap& folders) {
-    const MessageNumbers found = findMessageNumbers(connection_);
-    for (const std::string& what : found.tableDamage) damage(what);
-    for (const std::string& what : found.indexDamage) damage(what);
-    tablesAreWhole_ = found.tableDamage.empty() && found.indexDamage.empty();
+    const MessageNumbers found = findMessageNumbers(connection_, &connection_);
+    for (const std::string& what : found.damage) damage(what);
+    tablesAreWhole_ = found.damage.empty();
     std::vector<Guid> guids;
     std::uint64_t done = 0;
     report(watch_, 0, found.numbers.size());
@@ -126,7 +124,7 @@ private:
     for (const char* table : {"folder_property", "store_property"}) {
       std::string why;
       const std::string sql = std::string("SELECT owner, id, type, value FROM ") + table;
-      const bool ended = readRows(connection_, sql, why, [&](const Statement& row) {
+      const bool ended = readRows(connection_, sql.c_str(), why, [&](const Statement& row) {
         readValue(row, 3, static_cast<std::uint16_t>(row.integer(2)));
       });
       if (!ended) damage(std::string("The table ") + table + " is damaged: " + why);

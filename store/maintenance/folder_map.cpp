@@ -1,11 +1,12 @@
 #include "folder_map.h"
 
-#include "damaged_reading.h"
+#include <algorithm>
 
 namespace fendrel::store {
 namespace {
 
 constexpr std::size_t deepest = 10'000;
+constexpr std::int64_t publicKind = 2;
 
 std::optional<std::int64_t> optionalInteger(const Statement& row, int column) {
   return row.isNull(column) ? std::nullopt : std::optional(row.integer(column));
@@ -15,40 +16,38 @@ std::string textOf(const Statement& row, int column) { return std::string(row.te
 
 }  // namespace
 
-FolderMap::FolderMap(ReadingConnection& connection) {
-  readStores(connection);
-  readFolders(connection);
-  std::string why;
-  protectionIsKnown_ = readRows(connection, "SELECT mailbox FROM profile WHERE password_hash IS NOT NULL", why,
-                                [&](const Statement& row) { protectedStores_.insert(row.integer(0)); });
+FolderMap::FolderMap(ReadingConnection& rows, ReadingConnection* indexes) {
+  readStores(rows);
+  readFolders(rows);
+  readMailboxes(rows);
+  if (!indexes) return;
+  mendStores(*indexes);
+  mendFolders(*indexes);
 }
 
 void FolderMap::readStores(ReadingConnection& connection) {
   std::string why;
-  const auto take = [&](const Statement& row) {
-    stores[row.integer(0)] = {row.guid(1), row.integer(2), textOf(row, 3), false};
-  };
-  const bool ended = readFromBothEnds(connection, "SELECT id, guid, kind, display_name FROM store", {"id"}, why, take);
-  if (ended) return;
-  lost_.push_back({{}, {}, {}, false, "The table of message stores is damaged: " + why});
-  mendStores(connection);
+  const bool ended = readRows(connection, "SELECT id, guid, kind, display_name FROM store", why,
+                              [&](const Statement& row) {
+                                stores[row.integer(0)] = {row.guid(1), row.integer(2), textOf(row, 3), false};
+                              });
+  if (!ended) lost_.push_back({{}, {}, {}, false, "The table of message stores is damaged: " + why});
 }
 
 // The index of identifiers holds them and the row numbers, that of the public store its one row.
 void FolderMap::mendStores(ReadingConnection& connection) {
   std::string why;
   std::set<std::int64_t> isPublic;
-  readRows(connection, "SELECT id FROM " + std::string("main.store INDEXED BY one_public_store") + " WHERE kind = 2", why,
+  readRows(connection, "SELECT id FROM store INDEXED BY one_public_store WHERE kind = 2", why,
            [&](const Statement& row) { isPublic.insert(row.integer(0)); });
-  const std::string byGuid = std::string("main.store INDEXED BY sqlite_autoindex_store_1");
-  readFromBothEnds(connection, "SELECT id, guid FROM " + byGuid, {"guid"}, why,
-                   [&](const Statement& row) {
-                     const std::int64_t id = row.integer(0);
-                     if (stores.contains(id)) return;
-                     const bool shared = isPublic.contains(id);
-                     const char* name = shared ? "Public Folders" : "Mailbox (recovered)";
-                     stores[id] = {row.guid(1), shared ? 2 : 1, name, true};
-                   });
+  readRows(connection, "SELECT id, guid FROM store INDEXED BY sqlite_autoindex_store_1", why,
+           [&](const Statement& row) {
+             const std::int64_t id = row.integer(0);
+             if (stores.contains(id)) return;
+             const bool shared = isPublic.contains(id);
+             const char* name = shared ? "Public Folders" : "Mailbox (recovered)";
+             stores[id] = {row.guid(1), shared ? publicKind : 1, name, true};
+           });
 }
 
 void FolderMap::readFolders(ReadingConnection& connection) {
@@ -67,41 +66,47 @@ void FolderMap::readFolders(ReadingConnection& connection) {
     folder.associated = row.integer(10);
     folders[row.integer(0)] = std::move(folder);
   };
-  const bool ended = readFromBothEnds(connection,
-                                      "SELECT id, guid, store, parent, name, role, created, modified, message_count, "
-                                      "unread_count, associated_count FROM folder",
-                                      {"id"}, why, take);
-  if (ended) return;
-  lost_.push_back({{}, {}, {}, false, "The table of folders is damaged: " + why});
-  mendFolders(connection);
+  const bool ended = readRows(connection,
+                              "SELECT id, guid, store, parent, name, role, created, modified, message_count, "
+                              "unread_count, associated_count FROM folder",
+                              why, take);
+  if (!ended) lost_.push_back({{}, {}, {}, false, "The table of folders is damaged: " + why});
 }
 
 // Three indexes together hold a folder's identifier, parent and name, store and role.
 void FolderMap::mendFolders(ReadingConnection& connection) {
   std::string why;
   std::map<std::int64_t, FolderRecord> known;
-  const auto index = [&](const char* name) { return std::string("main.folder INDEXED BY ") + name; };
-  readFromBothEnds(connection, "SELECT id, guid FROM " + index("sqlite_autoindex_folder_1"), {"guid"}, why,
-                   [&](const Statement& row) { known[row.integer(0)].guid = row.guid(1); });
-  readFromBothEnds(connection, "SELECT id, parent, name FROM " + index("sqlite_autoindex_folder_2"),
-                   {"parent", "name"}, why, [&](const Statement& row) {
-                     const auto folder = known.find(row.integer(0));
-                     if (folder == known.end()) return;
-                     folder->second.parent = optionalInteger(row, 1);
-                     folder->second.name = textOf(row, 2);
-                   });
-  readFromBothEnds(connection, "SELECT id, store, role FROM " + index("sqlite_autoindex_folder_3"),
-                   {"store", "role"}, why, [&](const Statement& row) {
-                     const auto folder = known.find(row.integer(0));
-                     if (folder == known.end()) return;
-                     folder->second.store = row.integer(1);
-                     if (!row.isNull(2)) folder->second.role = textOf(row, 2);
-                   });
+  readRows(connection, "SELECT id, guid FROM folder INDEXED BY sqlite_autoindex_folder_1", why,
+           [&](const Statement& row) {
+             if (!folders.contains(row.integer(0))) known[row.integer(0)].guid = row.guid(1);
+           });
+  if (known.empty()) return;
+  readRows(connection, "SELECT id, parent, name FROM folder INDEXED BY sqlite_autoindex_folder_2", why,
+           [&](const Statement& row) {
+             const auto folder = known.find(row.integer(0));
+             if (folder == known.end()) return;
+             folder->second.parent = optionalInteger(row, 1);
+             folder->second.name = textOf(row, 2);
+           });
+  readRows(connection, "SELECT id, store, role FROM folder INDEXED BY sqlite_autoindex_folder_3", why,
+           [&](const Statement& row) {
+             const auto folder = known.find(row.integer(0));
+             if (folder == known.end()) return;
+             folder->second.store = row.integer(1);
+             if (!row.isNull(2)) folder->second.role = textOf(row, 2);
+           });
   // Where names and parents are lost too, there is still a folder with its own messages.
   for (auto& [id, folder] : known) {
     folder.isMended = true;
     if (folder.store != 0) folders.emplace(id, std::move(folder));
   }
+}
+
+void FolderMap::readMailboxes(ReadingConnection& connection) {
+  std::string why;
+  readRows(connection, "SELECT mailbox FROM profile WHERE password_hash IS NULL", why,
+           [&](const Statement& row) { openMailboxes_.insert(row.integer(0)); });
 }
 
 std::string FolderMap::path(std::int64_t folder) const {
@@ -123,13 +128,15 @@ std::string FolderMap::path(std::int64_t folder) const {
   return "folder number " + std::to_string(at) + (path.empty() ? "" : "@" + path);
 }
 
+bool FolderMap::isOpen(std::int64_t store) const {
+  const auto found = stores.find(store);
+  return found != stores.end() && (found->second.kind == publicKind || openMailboxes_.contains(store));
+}
+
 bool FolderMap::isProtected(std::int64_t folder) const {
-  if (protectionIsKnown_ && protectedStores_.empty()) return false;
   const auto found = folders.find(folder);
-  const auto store = found == folders.end() ? stores.end() : stores.find(found->second.store);
-  if (store == stores.end()) return true;
-  constexpr std::int64_t publicKind = 2;  // everyone's
-  return store->second.kind != publicKind && (!protectionIsKnown_ || protectedStores_.contains(store->first));
+  if (found != folders.end()) return !isOpen(found->second.store);
+  return std::ranges::any_of(stores, [&](const auto& each) { return !isOpen(each.first); });
 }
 
 bool FolderMap::isAstray(std::int64_t folder) const {

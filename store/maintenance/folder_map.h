@@ -35,8 +35,8 @@ struct FolderRecord {
 // Numbers are those of the rows.
 class FolderMap {
 public:
-  // Reads what can be read, from the tables and, where these are damaged, from their indexes.
-  explicit FolderMap(ReadingConnection& connection);
+  // Reads what can be read from the tables of `rows`, and what these lack from the indexes of `indexes`.
+  FolderMap(ReadingConnection& rows, ReadingConnection* indexes);
 
   std::map<std::int64_t, StoreRecord> stores;
   std::map<std::int64_t, FolderRecord> folders;
@@ -47,21 +47,22 @@ public:
   // "Public Folders@Reports@Daily"; "folder number N" below what is missing.
   std::string path(std::int64_t folder) const;
 
-  // True for what is in a mailbox whose profile has a password, and where that is not known.
+  // True for what is in a mailbox that no profile without a password has, and where that is not known.
   bool isProtected(std::int64_t folder) const;
 
   // True for folders whose way up ends in nothing or in a circle.
   bool isAstray(std::int64_t folder) const;
 
 private:
+  bool isOpen(std::int64_t store) const;
   void readStores(ReadingConnection& connection);
   void readFolders(ReadingConnection& connection);
+  void readMailboxes(ReadingConnection& connection);
   void mendStores(ReadingConnection& connection);
   void mendFolders(ReadingConnection& connection);
 
   std::vector<Finding> lost_;
-  std::set<std::int64_t> protectedStores_;
-  bool protectionIsKnown_ = true;
+  std::set<std::int64_t> openMailboxes_;  // of profiles without a password
 };
 
 }  // namespace fendrel::store

@@ -4,7 +4,6 @@
 #include <map>
 
 #include "content_table.h"
-#include "damaged_reading.h"
 #include "message_checksum.h"
 #include "property_codec.h"
 
@@ -214,24 +213,20 @@ Finding findingOf(const FolderMap& folders, const InspectedMessage& message, con
   return finding;
 }
 
-MessageNumbers findMessageNumbers(ReadingConnection& connection) {
+MessageNumbers findMessageNumbers(ReadingConnection& rows, ReadingConnection* indexes) {
   MessageNumbers found;
-  std::string why;
-  const auto take = [&](const Statement& row) { found.numbers.insert(row.integer(0)); };
-  const auto readTable = [&](const char* from, const char* column, const char* what) {
-    if (readNumbers(connection, from, column, found.numbers, why)) return;
-    found.tableDamage.push_back(std::string(what) + " is damaged: " + why);
+  const auto read = [&](ReadingConnection& connection, const char* sql, const char* what) {
+    std::string why;
+    const auto take = [&](const Statement& row) { found.numbers.insert(row.integer(0)); };
+    if (!readRows(connection, sql, why, take)) found.damage.push_back(std::string(what) + " is damaged: " + why);
   };
-  const auto readIndex = [&](const char* name, const std::vector<std::string>& order, const char* what) {
-    const std::string sql = "SELECT id FROM " + std::string("main.message INDEXED BY ") + name;
-    if (readFromBothEnds(connection, sql, order, why, take)) return;
-    found.indexDamage.push_back(std::string(what) + " is damaged: " + why);
-  };
-  readTable("message NOT INDEXED", "id", "The table of messages");
-  readIndex("message_by_folder", {"folder", "associated", "id"}, "The index of messages by folder");
-  readIndex("sqlite_autoindex_message_1", {"guid"}, "The index of messages by identifier");
-  readTable("attachment", "message", "The table of attachments");
-  readTable("message_property", "message", "The table of the messages' properties");
+  read(rows, "SELECT id FROM message NOT INDEXED", "The table of messages");
+  read(rows, "SELECT message FROM attachment", "The table of attachments");
+  read(rows, "SELECT message FROM message_property", "The table of the messages' properties");
+  if (!indexes) return found;
+  read(*indexes, "SELECT id FROM message INDEXED BY message_by_folder", "The index of messages by folder");
+  read(*indexes, "SELECT id FROM message INDEXED BY sqlite_autoindex_message_1",
+       "The index of messages by identifier");
   return found;
 }
 

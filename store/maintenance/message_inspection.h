@@ -49,11 +49,12 @@ InspectedMessage inspectMessage(ReadingConnection& connection, std::int64_t mess
 // it, neither subjects nor names of attachments.
 Finding findingOf(const FolderMap& folders, const InspectedMessage& message, const MessageProblem& problem);
 
-// The numbers of all messages of which any trace is found, and whether the tables themselves could be read through.
+// The numbers of all messages of which any trace is found in the tables of `rows` and in the indexes of `indexes`, and
+// which of these could not be read through.
 struct MessageNumbers {
   std::set<std::int64_t> numbers;
-  std::vector<std::string> tableDamage, indexDamage;
+  std::vector<std::string> damage;
 };
-MessageNumbers findMessageNumbers(ReadingConnection& connection);
+MessageNumbers findMessageNumbers(ReadingConnection& rows, ReadingConnection* indexes);
 
 }  // namespace fendrel::store

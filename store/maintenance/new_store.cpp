@@ -8,7 +8,7 @@
 namespace fendrel::store {
 namespace {
 
-constexpr const wchar_t* endings[] = {L"", L"-wal", L"-shm", L"-journal", L".part", L".part-journal", L".part-wal", L".part-shm"};
+constexpr const wchar_t* endings[] = {L"", L"-journal", L"-wal", L"-shm"};
 
 // Its files, then itself; what cannot be deleted stays.
 void removeFolder(Disk& disk, const std::wstring& folder) noexcept {
@@ -22,7 +22,7 @@ void removeFolder(Disk& disk, const std::wstring& folder) noexcept {
 }  // namespace
 
 NewStore::NewStore(const std::wstring& path, Disk& disk) : path_(fullStorePath(path)), disk_(disk) {
-  for (const wchar_t* ending : {L"", L"-wal", L".files", L".part"}) {
+  for (const wchar_t* ending : {L"", L"-wal", L".files", L".part", L".work"}) {
     if (disk.exists(path_ + ending)) {
       fail(Status::AlreadyExists, "'" + toUtf8(path_ + ending) + "' is there already. Choose another name.");
     }
@@ -30,10 +30,21 @@ NewStore::NewStore(const std::wstring& path, Disk& disk) : path_(fullStorePath(p
 }
 
 NewStore::~NewStore() {
-  if (isKept_) return;
-  for (const wchar_t* ending : endings) tryRemove(disk_, path_ + ending);
-  removeFolder(disk_, contentFolder() + L"\\tmp");
-  removeFolder(disk_, contentFolder());
+  for (const wchar_t* ending : endings) tryRemove(disk_, database() + ending);
+  removeFolder(disk_, workFolder());
+  if (!isFinished_) removeFolder(disk_, contentFolder());
+}
+
+std::wstring NewStore::workFile(const wchar_t* name) {
+  disk_.createFolder(workFolder(), true);
+  return workFolder() + L"\\" + name;
+}
+
+void NewStore::finish() {
+  if (hasFolder_) disk_.flushFolder(contentFolder());
+  disk_.openAlone(database())->rename(path_);
+  isFinished_ = true;
+  disk_.flushFolder(path_.substr(0, path_.find_last_of(L"\\/")));
 }
 
 std::unique_ptr<DiskFile> NewStore::createContent(const std::string& name) {

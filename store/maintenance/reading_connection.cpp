@@ -10,7 +10,10 @@
 namespace fendrel::store {
 namespace {
 
-// A path in the form in which SQLite takes options with it.
+int latestVersion() { return schemaMigrations().back().version; }
+
+}  // namespace
+
 std::wstring uriOf(const std::wstring& path) {
   static constexpr wchar_t digits[] = L"0123456789ABCDEF";
   std::wstring uri = L"file:";
@@ -26,18 +29,16 @@ std::wstring uriOf(const std::wstring& path) {
   return uri;
 }
 
-int latestVersion() { return schemaMigrations().back().version; }
-
-}  // namespace
-
 bool isDamage(const EngineError& error) noexcept { return error.status != Status::Busy; }
 
 std::uint64_t fileSize(Disk& disk, const std::wstring& path) {
   return disk.exists(path) ? disk.open(path)->size() : 0;
 }
 
-ReadingConnection::ReadingConnection(const std::wstring& path, Disk& disk)
-    : path_(fullStorePath(path)), contents_(path_, disk) {
+ReadingConnection::ReadingConnection(const std::wstring& path, Disk& disk) : ReadingConnection(path, path, disk) {}
+
+ReadingConnection::ReadingConnection(const std::wstring& path, const std::wstring& contentsOf, Disk& disk)
+    : path_(fullStorePath(path)), contents_(fullStorePath(contentsOf), disk) {
   if (!disk.exists(path_)) fail(Status::NotFound, "There is no store '" + toUtf8(path_) + "'.");
   if (fileSize(disk, path_) == 0) fail(Status::Corrupt, "The file '" + toUtf8(path_) + "' is empty: it is no store.");
   try {

@@ -3,7 +3,6 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "content_folder.h"
 #include "engine_error.h"
@@ -18,6 +17,9 @@ class ReadingConnection {
 public:
   // Throws EngineError: NotFound, NewerVersion, NoAccess, Busy, Corrupt (also: the database of another program).
   ReadingConnection(const std::wstring& path, Disk& disk);
+
+  // The same for rows whose content files are those of another store.
+  ReadingConnection(const std::wstring& path, const std::wstring& contentsOf, Disk& disk);
 
   // Everything read from now on is of one moment. An error of the disk ends that; this begins anew where it has.
   void keepMoment();
@@ -46,6 +48,24 @@ private:
 
 // True for what damage looks like; false for what has other causes (a busy store).
 bool isDamage(const EngineError& error) noexcept;
+
+// Calls use(row) for each row of a query until it ends or fails. False: it failed, `why` says how.
+template <class Use>
+bool readRows(ReadingConnection& connection, const char* sql, std::string& why, Use use) {
+  try {
+    connection.keepMoment();
+    Statement rows = connection.statement(sql);
+    while (rows.step()) use(rows);
+    return true;
+  } catch (const EngineError& error) {
+    if (!isDamage(error)) throw;
+    why = error.text;
+    return false;
+  }
+}
+
+// A path in the form in which SQLite takes options with it.
+std::wstring uriOf(const std::wstring& path);
 
 // The size of a file; 0 if there is none.
 std::uint64_t fileSize(Disk& disk, const std::wstring& path);

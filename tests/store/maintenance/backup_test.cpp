@@ -23,12 +23,17 @@ protected:
     return Trouble::failed;
   }
 
-  // No trace of a copy.
-  void expectNothing() const {
+  std::vector<std::wstring> filesOfCopy() const {
+    std::vector<std::wstring> names;
     for (const auto& entry : std::filesystem::directory_iterator(temp.path())) {
-      EXPECT_FALSE(entry.path().filename().wstring().starts_with(L"copy.db")) << entry.path();
+      const std::wstring name = entry.path().filename().wstring();
+      if (name.starts_with(L"copy.db")) names.push_back(name);
     }
+    std::ranges::sort(names);
+    return names;
   }
+
+  void expectNothing() const { EXPECT_THAT(filesOfCopy(), IsEmpty()); }
 };
 
 TEST_F(BackupTest, CopyIsWholeAndOpens) {
@@ -37,6 +42,7 @@ TEST_F(BackupTest, CopyIsWholeAndOpens) {
   EXPECT_EQ(result.messages, 3u);
   EXPECT_EQ(result.contentFiles, 1u);
   EXPECT_EQ(result.contentFileBytes, 300'001u);
+  EXPECT_EQ(filesOfCopy(), (std::vector<std::wstring>{L"copy.db", L"copy.db.files"}));
   const CheckResult check = checkStore(copy(), {});
   EXPECT_THAT(check.damage, IsEmpty());
   EXPECT_EQ(check.messages, 3u);

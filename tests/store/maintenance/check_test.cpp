@@ -1,5 +1,6 @@
 // Damage is found and named, never a crash.
 #include "maintenance_fixture.h"
+#include "page_map.h"
 
 namespace fendrel::store {
 namespace {
@@ -215,6 +216,37 @@ TEST_F(CheckTest, StoreThatAnotherProgramWroteToIsWhole) {
     EXPECT_THAT(checked().damage, IsEmpty()) << sql;
   }
   EXPECT_EQ(subjectsIn(reports).size(), 6u);
+}
+
+// A changed bit anywhere in what belongs to messages is found; elsewhere it changes none of them.
+TEST_F(CheckTest, FlippedBitOfAnyPageLeavesNoMessageSilentlyChanged) {
+  fill();
+  for (int i = 0; i < 60; ++i) save(draftWith(reports, u"many", 2000));
+  const auto described = describeMessages(database->connection());
+  close();
+  const auto whole = read(path());
+  const std::size_t pages = checked().pages;
+  ASSERT_GT(pages, 15u);
+  std::size_t found = 0, unchanged = 0;
+  for (std::size_t page = 0; page < pages; ++page) {
+    auto bytes = whole;
+    bytes[page * 8192 + (page * 7919 + 150) % 8192] ^= std::byte{4};
+    write(path(), bytes);
+    try {
+      if (!checked().damage.empty()) {
+        ++found;
+        continue;
+      }
+    } catch (const MaintenanceFailure& failure) {
+      EXPECT_EQ(failure.trouble(), Trouble::damaged) << failure.what();
+      ++found;
+      continue;
+    }
+    ++unchanged;
+    EXPECT_EQ(describeMessages(path()), described) << "page " << page + 1;
+  }
+  std::printf("%zu of %zu found, %zu changed nothing\n", found, pages, unchanged);
+  EXPECT_GT(found, 0u);
 }
 
 }  // namespace

@@ -1,0 +1,97 @@
+#include "lost_rows.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engine_error.h"
+#include "open_database.h"
+#include "sqlite_statement.h"
+
+namespace fendrel::store {
+namespace {
+
+// What each value of a row must be: i an integer, t text, b a blob; a capital letter: or NULL; A anything; # the row's
+// own number, which stands beside its values.
+struct Shape {
+  const char* table;
+  const char* columns;
+  std::string_view kinds;
+  const char* condition;  // what shapes do not tell
+};
+
+constexpr Shape shapes[] = {
+    {"store", "id, guid, kind, display_name", "#bit", "1"},
+    {"profile",
+     "id, guid, name, user_name, password_salt, password_iterations, password_hash, is_default, created, mailbox",
+     "#bttBIBiii", "1"},
+    {"folder",
+     "id, guid, store, parent, name, role, created, modified, message_count, unread_count, associated_count",
+     "#biItTiiiii", "1"},
+    {"message",
+     "id, guid, folder, associated, is_read, size, attachment_count, created, modified, search_key, revision, checksum",
+     "#biiiiiiibiI", "1"},
+    // As versions before the third saved it.
+    {"message",
+     "id, guid, folder, associated, is_read, size, attachment_count, created, modified, search_key, revision",
+     "#biiiiiiibi", "1"},
+    {"content", "id, size, checksums, data, file", "#ibBT", "1"},
+    {"message_property", "message, part, id, type, size, value, content", "iiiiiAI", "1"},
+    {"folder_property", "owner, id, type, value", "iiiA", "EXISTS (SELECT 1 FROM folder f WHERE f.id = c0)"},
+    {"store_property", "owner, id, type, value", "iiiA",
+     "NOT EXISTS (SELECT 1 FROM folder f WHERE f.id = c0) AND EXISTS (SELECT 1 FROM store s WHERE s.id = c0)"},
+};
+
+// A row of this table says nothing that the attachment's properties do not say, and among lost rows it cannot be told
+// from an entry of the index of messages by folder. Whether these are all of a message's, its own row says.
+constexpr const char* remakeAttachments =
+    "INSERT OR IGNORE INTO attachment (message, number, size) "
+    "SELECT message, part - 1, sum(size) FROM message_property WHERE part > 0 GROUP BY message, part";
+
+std::string conditionOf(char kind, const std::string& column) {
+  const std::string type = "typeof(" + column + ")";
+  switch (kind) {
+    case 'i': return type + " = 'integer'";
+    case 't': return type + " = 'text'";
+    case 'b': return type + " = 'blob'";
+    case 'I': return type + " IN ('integer', 'null')";
+    case 'T': return type + " IN ('text', 'null')";
+    case 'B': return type + " IN ('blob', 'null')";
+    case '#': return column + " IS NOT NULL";
+    default: return "1";
+  }
+}
+
+void sortInto(sqlite3* database, const Shape& shape) {
+  std::string values, condition = "nfield = " + std::to_string(shape.kinds.size());
+  for (std::size_t i = 0; i < shape.kinds.size(); ++i) {
+    const bool isRowNumber = shape.kinds[i] == '#';
+    std::string column = isRowNumber ? "id" : "c";
+    if (!isRowNumber) column += std::to_string(i);
+    if (i > 0) values += ", ";
+    values += column;
+    condition += " AND " + conditionOf(shape.kinds[i], column);
+  }
+  if (shape.kinds[0] != '#') condition += " AND id IS NULL";
+  execute(database, std::string("INSERT OR IGNORE INTO ") + shape.table + " (" + shape.columns + ") SELECT " + values +
+                    " FROM lost_and_found WHERE " + condition + " AND (" + shape.condition + ")");
+}
+
+// The table has as many columns as its longest row.
+std::size_t columnsOfLostRows(sqlite3* database) {
+  Statement asked(database, "SELECT count(*) FROM pragma_table_info('lost_and_found') WHERE name GLOB 'c[0-9]*'", false);
+  asked.step();
+  return static_cast<std::size_t>(asked.integer(0));
+}
+
+}  // namespace
+
+void sortLostRows(sqlite3* database) {
+  const std::size_t columns = columnsOfLostRows(database);
+  for (const Shape& shape : shapes) {
+    if (shape.kinds.size() <= columns) sortInto(database, shape);
+  }
+  execute(database, remakeAttachments);
+}
+
+}  // namespace fendrel::store
