@@ -41,10 +41,14 @@ std::wstring NewStore::workFile(const wchar_t* name) {
 }
 
 void NewStore::finish() {
-  if (hasFolder_) disk_.flushFolder(contentFolder());
+  const std::wstring parent = path_.substr(0, path_.find_last_of(L"\\/"));
+  if (hasFolder_) {
+    disk_.flushFolder(contentFolder());
+    disk_.flushFolder(parent);  // or the database's name could outlast that of the folder
+  }
   disk_.openAlone(database())->rename(path_);
   isFinished_ = true;
-  disk_.flushFolder(path_.substr(0, path_.find_last_of(L"\\/")));
+  disk_.flushFolder(parent);
 }
 
 std::unique_ptr<DiskFile> NewStore::createContent(const std::string& name) {
