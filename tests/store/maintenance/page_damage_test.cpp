@@ -225,7 +225,7 @@ TEST_F(PageDamageTest, FirstPageOfACompactedStoreCostsNothing) {
 TEST_F(PageDamageTest, DeletedMessagesStayDeleted) {
   reports = makeFolder(u"Reports");
   const Guid stays = makeFolder(u"Stays");
-  for (int i = 0; i < 40; ++i) save(draftWith(stays, u"first", 6000));
+  for (char16_t i = 0; i < 40; ++i) save(draftWith(stays, u"first " + std::u16string(1, u'A' + i), 6000));
   for (int i = 0; i < 10; ++i) save(draftWith(stays, u"goes soon", 6000));
   for (int i = 0; i < 300; ++i) save(draftWith(reports, u"goes later"));
   deleteAll(stays, 40);
