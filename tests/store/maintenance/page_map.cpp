@@ -5,11 +5,11 @@
 namespace fendrel::store {
 namespace {
 
-constexpr std::size_t pageSize = 8192;
+constexpr std::size_t mappedPageSize = 8192;
 
 class Mapper {
 public:
-  Mapper(const std::vector<std::byte>& file) : file_(file), usable_(pageSize - byte(20)) {
+  Mapper(const std::vector<std::byte>& file) : file_(file), usable_(mappedPageSize - byte(20)) {
     map_.pages = static_cast<std::uint32_t>(number(28, 4));
     map_.names[1] = "first page";
   }
@@ -42,7 +42,7 @@ public:
   PageMap take() { return std::move(map_); }
 
 private:
-  static std::size_t startOf(std::uint32_t page) { return static_cast<std::size_t>(page - 1) * pageSize; }
+  static std::size_t startOf(std::uint32_t page) { return static_cast<std::size_t>(page - 1) * mappedPageSize; }
   std::uint64_t byte(std::size_t at) const { return std::to_integer<std::uint64_t>(file_.at(at)); }
 
   std::uint64_t number(std::size_t at, int bytes) const {
