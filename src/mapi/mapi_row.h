@@ -37,13 +37,17 @@ inline const SPropValue* valueAt(const SRow& row, ULONG column, ULONG tag) noexc
   return column < columns.size() && columns[column].ulPropTag == tag ? &columns[column] : nullptr;
 }
 
-// 8-bit text, or null.
-inline const char* textAt(const SRow& row, ULONG column, ULONG tag) noexcept {
-  const SPropValue* const value = valueAt(row, column, tag);
-  return value ? value->Value.lpszA : nullptr;
+// 8-bit text; null also when its end does not lie in memory that can be read.
+inline const char* readableTextOf(const SPropValue& value) noexcept {
+  return isReadableText(value.Value.lpszA) ? value.Value.lpszA : nullptr;
 }
 
-// Counted bytes of a provider, which are copied by their count: none when that reaches past what can be read.
+inline const char* textAt(const SRow& row, ULONG column, ULONG tag) noexcept {
+  const SPropValue* const value = valueAt(row, column, tag);
+  return value ? readableTextOf(*value) : nullptr;
+}
+
+// Counted bytes, which are copied by their count: none when that reaches past what can be read.
 inline BinaryView binaryOf(const void* bytes, ULONG size) noexcept {
   if (!bytes || readableBytes(bytes, size) < size) return {};
   return {static_cast<const std::byte*>(bytes), size};

@@ -57,7 +57,7 @@ bool isReportNameUsed(IMAPIFolder* folder, const wchar_t* name) noexcept {
   while (const SRow* const row = messages.NextRow()) {
     const auto values = columnsOf(*row);
     if (values.empty() || PROP_TYPE(values[0].ulPropTag) != PT_STRING8) continue;
-    const char* const carried = values[0].Value.lpszA;
+    const char* const carried = readableTextOf(values[0]);
     if (carried && equalsAsWide(carried, name)) return true;
   }
   return false;

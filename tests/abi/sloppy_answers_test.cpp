@@ -90,7 +90,13 @@ TEST_P(SubtreeAnswers, ThatAreNoIdentifierAreNotFoundAndNothingIsOpened) {
 
 INSTANTIATE_TEST_SUITE_P(Success, SubtreeAnswers,
                          ::testing::Values(RECORDING_NOTHING, RECORDING_ERROR_VALUES, RECORDING_OTHER_TYPE,
-                                           RECORDING_NULL_VALUES, RECORDING_LONG_BYTES));
+                                           RECORDING_NULL_VALUES, RECORDING_BAD_ADDRESS, RECORDING_LONG_BYTES));
+
+TEST_F(SloppyAnswers, NamesThatCannotBeReadAreNone) {
+  open();
+  mapi.answer("IMAPITable::QueryRows", 1, RECORDING_BAD_ADDRESS);
+  EXPECT_EQ(postAndRead(job, {file()}), notFound);
+}
 
 TEST_F(SloppyAnswers, AStreamThatTakesFewerBytesIsAFailedCallAndTheMessageIsNotKept) {
   open();

@@ -18,8 +18,8 @@ struct Misbehaviour {
 };
 
 const char* const answerNames[RECORDING_ANSWERS] = {
-    "",           "nothing",    "rows without columns", "error values", "other width",  "other type", "null values",
-    "long bytes", "count high", "count zero",           "other object", "with warning", "fewer bytes"};
+    "",            "nothing",     "rows without columns", "error values", "other width",  "other type",   "null values",
+    "bad address", "long bytes",  "count high",           "count zero",   "other object", "with warning", "fewer bytes"};
 
 std::string describe(const Misbehaviour& misbehaviour) {
   std::string text = "call " + std::to_string(misbehaviour.nth) + ": ";

@@ -43,6 +43,12 @@ bool changeValue(RecordingAnswer kind, SPropValue& value, void* block) {
       else if (type == PT_BINARY)
         value.Value.bin.lpb = nullptr;
       return type == PT_STRING8 || type == PT_BINARY;
+    case RECORDING_BAD_ADDRESS:
+      if (type == PT_STRING8)
+        value.Value.lpszA = reinterpret_cast<char*>(UINT_PTR{48});
+      else if (type == PT_BINARY)
+        value.Value.bin.lpb = reinterpret_cast<BYTE*>(UINT_PTR{48});
+      return type == PT_STRING8 || type == PT_BINARY;
     case RECORDING_LONG_BYTES:
       if (type == PT_BINARY) value.Value.bin.cb = farTooMany;
       return type == PT_BINARY;
@@ -124,7 +130,7 @@ uint32_t Outputs::answers() const {
   const auto bits = [](auto... kinds) { return (0u | ... | (1u << kinds)); };
   const uint32_t ofCounts = count ? bits(RECORDING_COUNT_HIGH, RECORDING_COUNT_ZERO) : 0;
   const uint32_t ofValues = bits(RECORDING_NOTHING, RECORDING_ERROR_VALUES, RECORDING_OTHER_WIDTH, RECORDING_OTHER_TYPE,
-                                 RECORDING_NULL_VALUES, RECORDING_LONG_BYTES);
+                                 RECORDING_NULL_VALUES, RECORDING_BAD_ADDRESS, RECORDING_LONG_BYTES);
   uint32_t fitting = bits(RECORDING_WARNING) | ofCounts;
   if (rows && *rows)
     fitting |= ofValues | bits(RECORDING_ROWS_WITHOUT_COLUMNS, RECORDING_COUNT_HIGH, RECORDING_COUNT_ZERO);

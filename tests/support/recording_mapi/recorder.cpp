@@ -78,12 +78,15 @@ std::optional<HRESULT> Recorder::plannedResult(std::string_view name) {
 }
 
 void Recorder::answer(std::string_view name, const Outputs& outputs, HRESULT& result) {
+  bool changed = false;  // what is changed already is not what it was handed out as
   for (PlannedAnswer& planned : answers_) {
     if (!planned.choice.takes(name) || FAILED(result)) continue;
     if (planned.answer.kind == RECORDING_WARNING)
       result = MAPI_W_ERRORS_RETURNED;
-    else if (!outputs.change(planned.answer))
+    else if (changed || !outputs.change(planned.answer))
       continue;
+    else
+      changed = true;
     ++answersGiven_;
   }
 }

@@ -90,6 +90,7 @@ typedef enum RecordingAnswer {
   RECORDING_OTHER_WIDTH,  /* 8-bit text where wide text belongs, and the other way round */
   RECORDING_OTHER_TYPE,   /* numbers where text and bytes belong */
   RECORDING_NULL_VALUES,  /* text and bytes without an address */
+  RECORDING_BAD_ADDRESS,  /* text and bytes at an address that cannot be read */
   RECORDING_LONG_BYTES,   /* bytes that are counted far past their end */
   RECORDING_COUNT_HIGH,   /* more rows, columns, values or bytes than there are */
   RECORDING_COUNT_ZERO,
