@@ -78,9 +78,23 @@ LONG CALLBACK onAccess(EXCEPTION_POINTERS* exception) {
   return EXCEPTION_CONTINUE_SEARCH;
 }
 
+// Freed blocks whose addresses are kept out of use.
+void* g_kept[8192];
+
+// Ends with the module, as do the kept blocks: a handler in a library that is gone would end the process at the next exception, of which
+// the system raises one for every text that a failing test sends to a debugger.
+struct Watch {
+  ~Watch() {
+    if (handler) RemoveVectoredExceptionHandler(handler);
+    for (void*& base : g_kept)
+      if (void* const kept = std::exchange(base, nullptr)) VirtualFree(kept, 0, MEM_RELEASE);
+  }
+  void* handler = nullptr;
+} g_watch;
+
 void watchOnce() {
   static std::atomic_flag watching = ATOMIC_FLAG_INIT;
-  if (!watching.test_and_set()) AddVectoredExceptionHandler(1, onAccess);
+  if (!watching.test_and_set()) g_watch.handler = AddVectoredExceptionHandler(1, onAccess);
 }
 
 void* allocate(std::size_t size) noexcept {
@@ -118,11 +132,10 @@ void freeForeign(void* block) {
 // system's number of mappings.
 void keepFreed(void* base) noexcept {
   static SRWLOCK lock = SRWLOCK_INIT;
-  static void* kept[8192];
   static std::size_t next;
   AcquireSRWLockExclusive(&lock);
-  std::swap(base, kept[next]);
-  next = (next + 1) % std::size(kept);
+  std::swap(base, g_kept[next]);
+  next = (next + 1) % std::size(g_kept);
   ReleaseSRWLockExclusive(&lock);
   if (base) VirtualFree(base, 0, MEM_RELEASE);
 }
