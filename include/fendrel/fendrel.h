@@ -16,10 +16,11 @@
  * MAPI: the plug-in loads MAPI32.DLL by its name alone, in the system's ordinary order of search. A host that brings a
  * MAPI32.DLL of its own loads that by its full path before NRVInitializeW; no other host does anything about it.
  *
- * Bounds: 65,535 files an export, because counts have 16 bits. Texts are as long as memory allows, but packed records have
- * a size of 16 bits: one whose header and texts take more than 65,565 bytes in the wide form (a folder path of some 32,700
- * characters) comes from the encoder with a size that has wrapped, and is refused with 5 when it comes back; the ANSI
- * encoder refuses it at once. The decoders have no such bound. Files are opened by the system, within its own bounds.
+ * Bounds: 65,535 files an export, because counts have 16 bits. Texts are as long as memory allows, but packed records
+ * have a size of 16 bits: one whose header and texts take more than 65,565 bytes in the wide form (a folder path of some
+ * 32,700 characters) comes from the encoder with a size that has wrapped, and is refused with 5 when it comes back; the
+ * ANSI encoder refuses it at once. The decoders have no such bound. Files are opened by the system, within its own
+ * bounds.
  * Records are little-endian with the offsets shown; sizes are in bytes. The two forms of a record have the same
  * layout and differ in their text alone.
  */

@@ -29,7 +29,7 @@ class OptionsCopy {
  public:
   using Character = typename OptionsCharacter<Options>::Type;
 
-  // Copies `options`, whose version has been checked. 0, 2, or 5 when the record's strings do not end in readable memory.
+  // Copies `options`, whose version has been checked. 0, 2, or 5 when its strings do not end in readable memory.
   std::uint32_t take(const Options& options) noexcept;
 
   // Valid after a successful take. The strings are null when absent; those of an unpacked record are the caller's.

@@ -5,8 +5,8 @@
 // The functions stand by topic in charset_window.h, charset_file.h, charset_text.h, charset_registry.h,
 // charset_graphics.h and charset_shell.h; this header brings those that most callers need.
 //
-// Names are the system's in this project's spelling. Those that would be another thing under the system's name have their
-// own: getFontObject (GetObject, of fonts alone), openFile and reopenFile (the runtime's fopen and freopen, beside
+// Names are the system's in this project's spelling. Those that would be another thing under the system's name have
+// their own: getFontObject (GetObject, of fonts alone), openFile and reopenFile (the runtime's fopen and freopen, beside
 // createFile), getCurrentDirectory (its _wgetdcwd, of a drive), setWindowLong and getWindowLong (pointer-sized).
 //
 // Threads: no state but a flag that is set before any other code runs.

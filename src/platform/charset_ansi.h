@@ -50,8 +50,8 @@ class WideResult {
   bool isOk() const noexcept { return ok_; }
   int length() const noexcept { return length_; }  // characters
 
-  // Copies into the caller's buffer of `size` characters, ended by a zero; what does not fit is cut. The characters copied,
-  // without the terminator.
+  // Copies into the caller's buffer of `size` characters, ended by a zero; what does not fit is cut. The characters
+  // copied, without the terminator.
   int copyTo(wchar_t* buffer, int size) const noexcept;
 
  private:

@@ -10,7 +10,8 @@
 
 namespace fendrel::charset {
 
-// The results stand in hInstApp and hProcess, as after the wide function. Texts that the mask does not name are not read.
+// The results stand in hInstApp and hProcess, as after the wide function. Texts that the mask does not name are not
+// read.
 BOOL shellExecuteEx(SHELLEXECUTEINFOW* info) noexcept;
 
 // The chosen path, its title and the filter's own pattern come back in the caller's buffers; a path that does not

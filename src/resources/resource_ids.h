@@ -1,4 +1,5 @@
-// The ids of dialogs, controls, strings and bitmaps, for code and resource scripts. Hosts and language libraries know them.
+// The ids of dialogs, controls, strings and bitmaps, for code and resource scripts. Hosts and language libraries know
+// them.
 #pragma once
 
 #define IDD_FOLDER 101

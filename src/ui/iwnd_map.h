@@ -18,8 +18,8 @@ class CIWndMap : public CIObList {
 // Every open dialog of the module.
 extern CIWndMap& theWndMap;
 
-// What a dialog procedure does first: the object knows its window, and the map the object, before `call` runs; its answer
-// is answered. A dialog that the map has no memory for could never be closed: it ends at once with -1.
+// What a dialog procedure does first: the object knows its window, and the map the object, before `call` runs, whose
+// answer is answered. A dialog that the map has no memory for could never be closed: it ends at once with -1.
 template <class Wnd, class Call>
 INT_PTR openWnd(Wnd& wnd, HWND hWnd, Call call) noexcept {
   wnd.setHandle(hWnd);
