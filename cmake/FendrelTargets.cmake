@@ -68,7 +68,9 @@ function(fendrel_add_run test program)
   if(NOT RUN_TIMEOUT)
     set(RUN_TIMEOUT 300)
   endif()
-  set_tests_properties(${test} PROPERTIES TIMEOUT ${RUN_TIMEOUT})
+  # A process may die with exit code 0, under Wine above all: only GoogleTest's closing line is a success.
+  set_tests_properties(${test} PROPERTIES TIMEOUT ${RUN_TIMEOUT}
+    PASS_REGULAR_EXPRESSION "\\[  PASSED  \\]" FAIL_REGULAR_EXPRESSION "\\[  FAILED  \\];CRASH in no test")
   set_property(TEST ${test} PROPERTY LABELS ${RUN_LABELS})
   set_property(TEST ${test} PROPERTY ENVIRONMENT ${RUN_ENVIRONMENT})
   if("slow" IN_LIST RUN_LABELS)

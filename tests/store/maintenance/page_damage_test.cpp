@@ -189,11 +189,11 @@ TEST_F(PageDamageTest, AnyOnePageThatIsGoneLosesNoMessageThatIsNotInIt) {
   std::printf("%zu messages came over from %u stores of %zu\n", carried, map.pages, described.size());
 }
 
-// What lies behind several damaged pages is found as well. FENDREL_ROUNDS makes it longer.
+// What lies behind several damaged pages is found as well. FENDREL_TEST_ROUNDS makes it longer.
 TEST_F(PageDamageTest, SeveralPagesLoseNoMessageThatIsNotInThem) {
   fillWithEverything();
   learn();
-  const char* asked = std::getenv("FENDREL_ROUNDS");
+  const char* asked = std::getenv("FENDREL_TEST_ROUNDS");
   const int rounds = asked ? std::atoi(asked) : 15;
   for (int round = 1; round <= rounds && !HasFailure(); ++round) {
     std::mt19937 random(static_cast<unsigned>(round));

@@ -143,14 +143,14 @@ TEST_F(SalvageTest, CircleOfFoldersIsOpened) {
 }
 
 // Whatever SQLite makes of such pages, looking ends with an answer, and what is carried over is a whole store.
-// FENDREL_ROUNDS makes it longer.
+// FENDREL_TEST_ROUNDS makes it longer.
 TEST_F(SalvageTest, ChangedPagesNeverCrash) {
   reports = makeFolder(u"Reports");
   for (int i = 0; i < 40; ++i) save(draftWith(reports, u"m", 3000));
   close();
   const auto whole = read(path());
   const std::size_t pages = checked().pages;
-  const char* asked = std::getenv("FENDREL_ROUNDS");
+  const char* asked = std::getenv("FENDREL_TEST_ROUNDS");
   const int rounds = asked ? std::atoi(asked) : 24;
   int refused = 0, found = 0;
   for (int round = 0; round < rounds; ++round) {
