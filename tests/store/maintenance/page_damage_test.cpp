@@ -106,6 +106,9 @@ protected:
     expectAllBut(touched, holds("folder"));
   }
 
+  // Pages on which one long row goes on are alike: every fourth will do.
+  bool isOneOfMany(std::uint32_t page) const { return map.nameOf(page) == "overflow" && page % 4 != 0; }
+
   // A page that is lost as a whole, or one with another bit.
   void damagePage(std::vector<std::byte>& bytes, std::uint32_t page, std::size_t at) const {
     const std::size_t first = (page - 1) * std::size_t{8192};
@@ -170,6 +173,7 @@ TEST_F(PageDamageTest, AnyOnePageWithAnotherBitLosesNoMessageThatIsNotInIt) {
   learn();
   std::map<std::string, int> kinds;
   for (std::uint32_t page = 1; page <= map.pages && !HasFailure(); ++page) {
+    if (isOneOfMany(page)) continue;
     expectTheRest({page}, page % 3 * 2700);
     ++kinds[map.nameOf(page)];
   }
@@ -178,15 +182,17 @@ TEST_F(PageDamageTest, AnyOnePageWithAnotherBitLosesNoMessageThatIsNotInIt) {
                            "leaf of attachment", "leaf of content", "leaf of folder", "first page", "no tree's"}) {
     EXPECT_GT(kinds[kind], 0) << kind;
   }
-  std::printf("%zu messages came over from %u stores of %zu\n", carried, map.pages, described.size());
+  std::printf("%zu messages came over from %d stores of %zu\n", carried, looks, described.size());
 }
 
 TEST_F(PageDamageTest, AnyOnePageThatIsGoneLosesNoMessageThatIsNotInIt) {
   fillWithEverything();
   learn();
   isZeroed = true;
-  for (std::uint32_t page = 1; page <= map.pages && !HasFailure(); ++page) expectTheRest({page});
-  std::printf("%zu messages came over from %u stores of %zu\n", carried, map.pages, described.size());
+  for (std::uint32_t page = 1; page <= map.pages && !HasFailure(); ++page) {
+    if (!isOneOfMany(page)) expectTheRest({page});
+  }
+  std::printf("%zu messages came over from %d stores of %zu\n", carried, looks, described.size());
 }
 
 // What lies behind several damaged pages is found as well. FENDREL_TEST_ROUNDS makes it longer.

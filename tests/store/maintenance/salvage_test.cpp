@@ -177,6 +177,17 @@ TEST_F(SalvageTest, ChangedPagesNeverCrash) {
   EXPECT_GT(found, 0);
 }
 
+TEST_F(SalvageTest, LongPathsAreLikeOthers) {
+  fill();
+  std::wstring folder = temp.path().wstring();
+  for (int i = 0; i < 6; ++i) {
+    folder += L"\\" + std::wstring(60, static_cast<wchar_t>(L'a' + i));
+    std::filesystem::create_directory(L"\\\\?\\" + folder);
+  }
+  EXPECT_EQ(salvageStore(path(), folder + L"\\rescued.db", {}).messages, 3u);
+  EXPECT_EQ(salvageStore(folder + L"\\rescued.db", rescued(), {}).messages, 3u);
+}
+
 // What the first page says of tables is not believed where other pages say otherwise.
 TEST_F(SalvageTest, FirstPageThatLiesCostsNothing) {
   fill();
