@@ -44,6 +44,9 @@ struct Property {
   PropertyValue value;
 };
 
+// What a value counts for in sizes: bytes, text two a code unit.
+std::uint64_t valueSize(const PropertyValue& value);
+
 // The types (low half of a tag) that can be stored, each with the alternative that holds its value.
 namespace PropertyType {
 constexpr std::uint16_t unspecified = 0x0000;  // only in questions: any type

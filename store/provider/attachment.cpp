@@ -21,27 +21,12 @@ bool isComputed(PropertyTag tag) {
   return std::ranges::any_of(computedTags, [&](PropertyTag one) { return PROP_ID(one) == PROP_ID(tag); });
 }
 
-struct SizeOfValue {
-  std::uint64_t operator()(std::monostate) const { return 0; }
-  std::uint64_t operator()(const store::UnloadedValue& value) const { return value.size; }
-  std::uint64_t operator()(const std::u16string& text) const { return text.size() * 2; }
-  std::uint64_t operator()(const store::Bytes& bytes) const { return bytes.size(); }
-  template <class Value>
-  std::uint64_t operator()(const std::vector<Value>& values) const {
-    std::uint64_t size = 0;
-    for (const Value& value : values) size += (*this)(value);
-    return size;
-  }
-  template <class Value>
-  std::uint64_t operator()(const Value& value) const { return sizeof value; }
-};
-
 // Bytes of all values.
 HRESULT sizeOf(const DraftProperties& draft, std::uint64_t& size) {
   std::vector<Property> all;
   if (const HRESULT result = draft.readAll(longestInAll, all); FAILED(result)) return result;
   size = 0;
-  for (const Property& property : all) size += std::visit(SizeOfValue{}, property.value);
+  for (const Property& property : all) size += store::valueSize(property.value);
   return S_OK;
 }
 

@@ -145,22 +145,6 @@ std::vector<Bytes> manyBinary(std::span<const std::byte> bytes) {
   return values;
 }
 
-struct Measure {
-  template <class Fixed>
-  std::uint64_t operator()(const Fixed&) const { return sizeof(Fixed); }
-  std::uint64_t operator()(std::monostate) const { return 0; }
-  std::uint64_t operator()(const UnloadedValue& value) const { return value.size; }
-  std::uint64_t operator()(bool) const { return 2; }
-  std::uint64_t operator()(const std::u16string& value) const { return value.size() * 2; }
-  std::uint64_t operator()(const Bytes& value) const { return value.size(); }
-  template <class Item>
-  std::uint64_t operator()(const std::vector<Item>& values) const {
-    std::uint64_t total = 0;
-    for (const auto& value : values) total += (*this)(value);
-    return total;
-  }
-};
-
 }  // namespace
 
 void checkFits(const Property& property) {
@@ -203,8 +187,6 @@ PropertyValue readValue(const Statement& statement, int column, std::uint16_t ty
     default: damaged();
   }
 }
-
-std::uint64_t valueSize(const PropertyValue& value) { return std::visit(Measure{}, value); }
 
 PropertyValue valueOfContent(std::uint16_t type, Bytes bytes) {
   if (type == PropertyType::binary) return bytes;

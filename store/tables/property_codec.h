@@ -26,9 +26,6 @@ void bindValue(Statement& statement, int parameter, const PropertyValue& value, 
 // Throws Corrupt if the column is not what the type asks for.
 PropertyValue readValue(const Statement& statement, int column, std::uint16_t type);
 
-// What a value counts for in sizes: bytes, text two a code unit.
-std::uint64_t valueSize(const PropertyValue& value);
-
 // Content bytes (text as UTF-16LE) as a value and back. Throws Corrupt for text of odd size.
 PropertyValue valueOfContent(std::uint16_t type, Bytes bytes);
 std::span<const std::byte> contentOfValue(const PropertyValue& value);  // text or binary only
