@@ -3,12 +3,15 @@
 //                                         longest time that one took
 //   posting_child small STORE NAME COUNT    the same, nearly all of them small
 //   posting_child stream STORE NAME BYTES   one message with a long attachment, written in small pieces
+//   posting_child backup STORE COPY 0       copies the store
+//   posting_child salvage STORE COPY 0      makes a new store of what is whole in it
 #include <windows.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <string>
 
+#include "maintenance.h"
 #include "posting_child.h"
 
 namespace fendrel::store {
@@ -41,13 +44,25 @@ int postSamples(Database& database, const std::u16string& name, int count, int e
 int wmain(int count, wchar_t** arguments) {
   using namespace fendrel::store;
   if (count != 5) return 2;
+  const std::wstring action = arguments[1];
+  if (action == L"backup" || action == L"salvage") {
+    try {
+      action == L"backup" ? void(backupStore(arguments[2], arguments[3], {}))
+                          : void(salvageStore(arguments[2], arguments[3], {}));
+    } catch (const MaintenanceFailure& failure) {
+      say(std::string("failed: ") + failure.what() + "\n");
+      return 1;
+    }
+    say("copied\n");
+    return 0;
+  }
   std::unique_ptr<Database> database;
   std::string error;
   if (Database::open(arguments[2], database, error) != Status::Ok) {
     say("failed: " + error + "\n");
     return 1;
   }
-  const std::wstring action = arguments[1], wideName = arguments[3];
+  const std::wstring wideName = arguments[3];
   const std::u16string name(wideName.begin(), wideName.end());
   const int number = std::stoi(arguments[4]);
   if (action == L"post") return postSamples(*database, name, number, mixedEvery);

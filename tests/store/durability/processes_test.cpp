@@ -8,6 +8,7 @@
 #include "build_paths.h"
 #include "connection.h"
 #include "engine_fixture.h"
+#include "maintenance.h"
 #include "reclaim.h"
 #include "posting_child.h"
 #include "sample_store.h"
@@ -161,6 +162,46 @@ TEST_F(RealProcessesTest, FourPostAtOnceWhileAnotherStreamsAndNothingIsLostOrDou
   EXPECT_EQ(integrityOf(*database), "ok");
   EXPECT_EQ(contentFiles().size(), contentRows());
 }
+
+class KilledCopy : public RealProcessesTest, public testing::WithParamInterface<const wchar_t*> {
+protected:
+  static constexpr int messages = 10;
+
+  static void expectWhole(const std::wstring& store) {
+    const CheckResult result = checkStore(store, {});
+    EXPECT_EQ(result.messages, static_cast<std::uint64_t>(messages));
+    for (const Finding& finding : result.damage) ADD_FAILURE() << finding.message << ": " << finding.what;
+  }
+};
+
+TEST_P(KilledCopy, IsAWholeStoreOrNoneAndTheOldOneStaysAsItIs) {
+  for (int i = 0; i < messages; ++i) ASSERT_EQ(post(*database, childSample(u"kept", i, mixedEvery)), Status::Ok);
+  database.reset();
+  const std::uint64_t seed = seedOfRun();
+  std::mt19937_64 random(seed);
+  const int rounds = roundsOfRun() / 5;
+  int finished = 0;
+  for (int round = 0; round < rounds; ++round) {
+    SCOPED_TRACE("round " + std::to_string(round) + ", seed " + std::to_string(seed));
+    const std::wstring copy = temp.file(L"copy " + std::to_wstring(round) + L".db");
+    Child child(GetParam(), path(), copy, 0);
+    Sleep(static_cast<DWORD>(random() % 300));
+    child.kill();
+    expectWhole(path());
+    if (GetFileAttributesW(copy.c_str()) == INVALID_FILE_ATTRIBUTES) continue;
+    ++finished;
+    expectWhole(copy);
+  }
+  Child last(GetParam(), path(), temp.file(L"last.db"), 0);
+  ASSERT_EQ(last.line(), "copied");
+  last.kill();
+  expectWhole(temp.file(L"last.db"));
+  std::printf("%d copies killed, seed %llu, %d of them had their name\n", rounds, static_cast<unsigned long long>(seed),
+              finished);
+}
+
+INSTANTIATE_TEST_SUITE_P(By, KilledCopy, testing::Values(L"backup", L"salvage"),
+                         [](const auto& row) { return row.param == std::wstring_view(L"backup") ? "Backup" : "Salvage"; });
 
 }  // namespace
 }  // namespace fendrel::store
