@@ -22,6 +22,10 @@ struct Finish {
 
 [[noreturn]] void failRecovery(sqlite3_recover* recover) {
   const int code = sqlite3_recover_errcode(recover);
+  if (code == SQLITE_NOMEM) {
+    fail(Status::Corrupt, "SQLite's recovery asked for more memory than there is. A changed length in a damaged store can "
+                          "make it do so.");
+  }
   const char* words = sqlite3_recover_errmsg(recover);
   fail(statusOfSqlite(code), std::string("SQLite's recovery of the store failed: ") + (words ? words : "no words") +
                                  " (SQLite code " + std::to_string(code) + ").");
