@@ -2,12 +2,16 @@
 // it with the heap's exit code.
 #include "guarded_heap.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <windows.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <string>
+
+#include "temp_folder.h"
 
 namespace {
 
@@ -25,6 +29,7 @@ void plant(const std::string& bug) {
   if (bug == "overread") g_sink = block[22];
   if (bug == "overwrite") block[22] = 1;
   if (bug == "underwrite a page") opaque(block)[-4096] = 1;
+  if (bug == "null") *opaque(static_cast<char*>(nullptr)) = 1;
   if (bug == "read after free") {
     std::free(block);
     g_sink = *opaque(block);
@@ -39,24 +44,41 @@ void plant(const std::string& bug) {
   }
 }
 
-// The exit code of this program run with the bug planted.
-DWORD exitCodeWith(const std::string& bug) {
+struct End {
+  DWORD code = 0;
+  std::string words;  // on standard error
+};
+
+// How this program ends with the bug planted.
+End endWith(const std::string& bug) {
+  const TempFolder folder;
+  const std::wstring path = folder.file(L"words");
+  SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+  const HANDLE words = CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_ALWAYS, 0, nullptr);
   char program[MAX_PATH];
   GetModuleFileNameA(nullptr, program, sizeof program);
   SetEnvironmentVariableA("PLANTED_BUG", bug.c_str());
   std::string command = "\"" + std::string(program) + "\" --gtest_filter=PlantedBug.Runs";
   STARTUPINFOA start{};
   start.cb = sizeof start;
+  start.dwFlags = STARTF_USESTDHANDLES;
+  start.hStdError = words;
   PROCESS_INFORMATION process{};
-  if (!CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &process)) return 0;
+  const BOOL started = CreateProcessA(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &process);
   SetEnvironmentVariableA("PLANTED_BUG", nullptr);
+  CloseHandle(words);
+  End end;
+  if (!started) return end;
   WaitForSingleObject(process.hProcess, 30000);
-  DWORD code = 0;
-  GetExitCodeProcess(process.hProcess, &code);
+  GetExitCodeProcess(process.hProcess, &end.code);
   CloseHandle(process.hThread);
   CloseHandle(process.hProcess);
-  return code;
+  std::ifstream file{std::filesystem::path(path)};
+  end.words.assign(std::istreambuf_iterator<char>(file), {});
+  return end;
 }
+
+DWORD exitCodeWith(const std::string& bug) { return endWith(bug).code; }
 
 }  // namespace
 
@@ -73,6 +95,16 @@ TEST(GuardedHeap, CatchesAReadOfAFreedBlock) { EXPECT_EQ(exitCodeWith("read afte
 TEST(GuardedHeap, CatchesADoubleFree) { EXPECT_EQ(exitCodeWith("double free"), guardedHeapExitCode); }
 TEST(GuardedHeap, CatchesAnOverrunOfNewedText) { EXPECT_EQ(exitCodeWith("new overrun"), guardedHeapExitCode); }
 TEST(GuardedHeap, LetsACorrectProgramRun) { EXPECT_EQ(exitCodeWith(""), 0u); }
+
+TEST(GuardedHeap, NamesTheTestThatTouchedTheBlock) {
+  EXPECT_THAT(endWith("overread").words, testing::HasSubstr("GUARDED HEAP in PlantedBug.Runs: read out of bounds"));
+}
+
+TEST(CrashFilter, NamesTheTestThatCrashed) {
+  const End end = endWith("null");
+  EXPECT_EQ(end.code, 99u);
+  EXPECT_THAT(end.words, testing::HasSubstr("CRASH in PlantedBug.Runs: exception 0xC0000005"));
+}
 
 TEST(GuardedHeap, CountsLiveBlocks) {
   const std::size_t before = guardedHeapLiveBlocks();

@@ -1,8 +1,9 @@
 // The double notices what a client must not do, and fails what a test plans to fail.
 #include <gmock/gmock.h>
+#include <gtest/gtest-spi.h>
 #include <mapix.h>
 
-#include "recording_client.h"
+#include "basic_rules.h"
 
 namespace fendrel::test {
 namespace {
@@ -179,6 +180,30 @@ TEST_F(RecordingMapiTest, RecordsCallsWithTheirResults) {
   EXPECT_EQ(calls[0].result, MAPI_E_CALL_FAILED);
   EXPECT_EQ(calls[0].arguments, "record=null");
 }
+
+// Both leave a block. Whichever runs first says which, the other one names it.
+class BrokenRule : public RecordingMapiTest, public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(BrokenRule, IsToldByTheFirstTestAndNamedByTheNext) {
+  static std::string first;
+  void* block = nullptr;
+  ASSERT_EQ(allocateBuffer(10, &block), S_OK);
+  ::testing::TestPartResultArray found;
+  {
+    const ::testing::ScopedFakeTestPartResultReporter reporter(
+        ::testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &found);
+    expectBasicRules(mapi);
+  }
+  freeBuffer(block);
+  ASSERT_EQ(found.size(), 1);
+  EXPECT_THAT(found.GetTestPartResult(0).message(), HasSubstr("every block is freed"));
+  const std::string more = first.empty() ? "10 bytes: MAPIAllocateBuffer" : "first in " + first;
+  EXPECT_THAT(found.GetTestPartResult(0).message(), HasSubstr(more));
+  if (first.empty()) first = std::string("InAnyOrder/BrokenRule.IsToldByTheFirstTestAndNamedByTheNext/") + GetParam();
+}
+
+INSTANTIATE_TEST_SUITE_P(InAnyOrder, BrokenRule, ::testing::Values("One", "Other"),
+                         [](const auto& test) { return std::string(test.param); });
 
 }  // namespace
 }  // namespace fendrel::test
