@@ -66,7 +66,7 @@ function(fendrel_add_run test program)
   endif()
   add_test(NAME ${test} COMMAND ${program} ${arguments})
   if(NOT RUN_TIMEOUT)
-    set(RUN_TIMEOUT 300)
+    set(RUN_TIMEOUT 900)
   endif()
   # A process may die with exit code 0, under Wine above all: only GoogleTest's closing line is a success.
   set_tests_properties(${test} PROPERTIES TIMEOUT ${RUN_TIMEOUT}
