@@ -1,6 +1,8 @@
 // Tagged streams in memory.
 #include "tlv_memory.h"
 
+#include <cstring>
+
 #include "tlv_test.h"
 
 namespace fendrel::test {
