@@ -1,7 +1,5 @@
 #include "check.h"
 
-#include <windows.h>
-
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -147,14 +145,9 @@ private:
     }
   }
 
-  // A file may be named, and let go of, between the looks at both: what seems left over is looked at again.
   void countLeftovers() {
     try {
-      Leftovers unknown = unknownContentFiles(connection_);
-      if (unknown.files > 0) {
-        Sleep(500);
-        unknown = unknownContentFiles(connection_);
-      }
+      const Leftovers unknown = unknownContentFiles(connection_);
       const Leftovers waiting = waitingFiles(connection_);
       result_.leftoverFiles = unknown.files + waiting.files;
       result_.leftoverBytes = unknown.bytes + waiting.bytes;

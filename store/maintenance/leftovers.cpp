@@ -27,6 +27,7 @@ Leftovers unknownContentFiles(ReadingConnection& store) {
                                         ? "SELECT 1 FROM content WHERE file = ?1 "
                                           "UNION ALL SELECT 1 FROM dropped_file WHERE name = ?1"
                                         : "SELECT 1 FROM content WHERE file = ?1");
+  // A file that is being saved is held open until its row is there, so none of these gets its row only now.
   for (const Disk::Entry& entry : folder.files()) {
     const std::string name = toUtf8(entry.name);
     Query query(known, std::string_view(name));

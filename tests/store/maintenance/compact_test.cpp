@@ -8,7 +8,17 @@ namespace {
 
 using testing::IsEmpty;
 
-class CompactTest : public MaintenanceTest {};
+class CompactTest : public MaintenanceTest {
+protected:
+  std::vector<Guid> messagesIn(const Guid& folder) {
+    std::vector<Guid> ids;
+    EXPECT_EQ(readMessageRows(*database, folder, MessageKind::Ordinary, {}, [&](MessageRow&& row) {
+      ids.push_back(row.message.id);
+      return true;
+    }), Status::Ok);
+    return ids;
+  }
+};
 
 TEST_F(CompactTest, FreeSpaceIsGivenBack) {
   fill();
@@ -71,12 +81,7 @@ TEST_F(CompactTest, ReaderGoesOnWithItsMoment) {
   for (int i = 0; i < 60; ++i) save(draftWith(reports, u"goes", 60'000));
   const auto other = openAnother();
   other->connection().execute("BEGIN; SELECT count(*) FROM message");
-  std::vector<Guid> ids;
-  ASSERT_EQ(readMessageRows(*database, reports, MessageKind::Ordinary, {}, [&](MessageRow&& row) {
-    ids.push_back(row.message.id);
-    return true;
-  }), Status::Ok);
-  ASSERT_EQ(deleteMessages(*database, ids), Status::Ok);
+  ASSERT_EQ(deleteMessages(*database, messagesIn(reports)), Status::Ok);
   EXPECT_FALSE(compactStore(path()).logIsEmpty);
   compactStore(path());
   Query check(other->connection().statement("PRAGMA integrity_check"));
@@ -86,6 +91,26 @@ TEST_F(CompactTest, ReaderGoesOnWithItsMoment) {
   ASSERT_TRUE(contents.step());
   EXPECT_EQ(contents->integer(0), 62);
   EXPECT_EQ(contents->integer(1), 60 * 60'000 + 40'000);
+}
+
+TEST_F(CompactTest, CheckThatRunsMeanwhileFindsNoDamage) {
+  fill();
+  for (int i = 0; i < 20; ++i) save(draftWith(reports, u"goes", 60'000));
+  bool isCompacted = false;
+  const CheckResult result = checkStore(path(), [&](std::uint64_t, std::uint64_t) {
+    if (isCompacted) return true;
+    isCompacted = true;
+    EXPECT_EQ(deleteMessages(*database, messagesIn(reports)), Status::Ok);
+    EXPECT_FALSE(compactStore(path()).logIsEmpty);
+    return true;
+  });
+  ASSERT_TRUE(isCompacted);
+  EXPECT_THAT(result.damage, IsEmpty());
+  EXPECT_EQ(result.messages, 23u);
+  EXPECT_EQ(result.contentBytes, 20u * 60'000 + 40'000 + 300'001);
+  EXPECT_TRUE(compactStore(path()).logIsEmpty);
+  EXPECT_THAT(contentFiles(), IsEmpty());
+  EXPECT_EQ(checked().messages, 0u);
 }
 
 TEST_F(CompactTest, FactsAreThoseOfTheStore) {
