@@ -1,13 +1,5 @@
-// The mocks' constructors and destructors, and GoogleMock's templates for their methods.
+// The mocks' constructors and destructors.
 #include "mapi_mocks.h"
-
-#define FENDREL_INSTANTIATE_TYPE(...)                                  \
-  template class testing::internal::FunctionMocker<__VA_ARGS__>;       \
-  template class testing::internal::MockSpec<__VA_ARGS__>;             \
-  template class testing::internal::TypedExpectation<__VA_ARGS__>;     \
-  template class testing::internal::OnCallSpec<__VA_ARGS__>;           \
-  template class testing::Action<__VA_ARGS__>
-FENDREL_MOCKED_TYPES(FENDREL_INSTANTIATE_TYPE);
 
 template class MockPropertyObject<IMAPIProp>;
 template class MockPropertyObject<IAttach>;

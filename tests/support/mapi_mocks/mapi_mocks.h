@@ -1,7 +1,7 @@
 // GoogleMock classes for the MAPI interfaces that the plug-in calls. Each counts its references: one that is still held
 // when the mock ends, or a Release too many, fails the test. Methods that the plug-in never calls fail it too.
 //
-// Most of a mock is compiled in mapi_mocks.cpp alone: constructors and destructors stand there, and so do the templates
+// Most of a mock is compiled once, in this library: constructors and destructors, and the templates
 // that this header declares as instantiated elsewhere.
 #pragma once
 

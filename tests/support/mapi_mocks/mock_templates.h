@@ -1,4 +1,4 @@
-// What is instantiated in mapi_mocks.cpp, not in each test that uses the mocks. GoogleMock's templates depend on a
+// What is instantiated in the library of the mocks, not in each test that uses them. GoogleMock's templates depend on a
 // method's type alone, so methods of one type share them.
 #pragma once
 
@@ -7,32 +7,37 @@
 
 #include <mapix.h>
 
-// The types of the mocked methods, each once; a type that is missing here is compiled with the tests that use it.
-#define FENDREL_MOCKED_TYPES(instantiate)                                              \
-  instantiate(HRESULT(ULONG));                                                         \
-  instantiate(HRESULT(ULONG, ULONG*));                                                 \
-  instantiate(HRESULT(ULONG, ULONG, ULONG*));                                          \
-  instantiate(HRESULT(ULONG, LPMAPITABLE*));                                           \
-  instantiate(HRESULT(ULONG, LPSPropTagArray*));                                       \
-  instantiate(HRESULT(ULONG, LPSPropValue, LPSPropProblemArray*));                     \
-  instantiate(HRESULT(ULONG, LPCIID, ULONG, ULONG, LPUNKNOWN*));                       \
-  instantiate(HRESULT(ULONG, LPENTRYID, LPCIID, ULONG, ULONG*, LPUNKNOWN*));           \
-  instantiate(HRESULT(ULONG*, LPENTRYID*));                                            \
-  instantiate(HRESULT(ULONG_PTR, ULONG, ULONG));                                       \
-  instantiate(HRESULT(ULONG_PTR, ULONG, LPENTRYID, LPCIID, ULONG, LPMDB*));            \
-  instantiate(HRESULT(ULONG_PTR, wchar_t*, wchar_t*, ULONG, IMAPISession**));          \
-  instantiate(HRESULT(HRESULT, ULONG, LPMAPIERROR*));                                  \
-  instantiate(HRESULT(LONG, ULONG, LPSRowSet*));                                       \
-  instantiate(HRESULT(BOOKMARK, LONG, LONG*));                                         \
-  instantiate(HRESULT(LPSPropTagArray, ULONG));                                        \
-  instantiate(HRESULT(LPSPropTagArray, ULONG, ULONG*, LPSPropValue*));                 \
-  instantiate(HRESULT(LPSRestriction, ULONG));                                         \
-  instantiate(HRESULT(LPSSortOrderSet, ULONG));                                        \
-  instantiate(HRESULT(LPCIID, ULONG, LPMESSAGE*));                                     \
-  instantiate(HRESULT(LPCIID, ULONG, ULONG*, LPATTACH*));                              \
-  instantiate(HRESULT(const void*, ULONG, ULONG*));                                    \
-  instantiate(HRESULT(void*));                                                         \
-  instantiate(HRESULT(IMAPIProp*, ULONG, SPropValue**));                               \
+// The types of the mocked methods, each once; a type that is missing here is compiled with the tests that use it. Each
+// list is instantiated in a file of its own, because GNU ld's time grows with the square of an object file's sections.
+#define FENDREL_TABLE_TYPES(instantiate)         \
+  instantiate(HRESULT(ULONG, ULONG*));           \
+  instantiate(HRESULT(ULONG, ULONG, ULONG*));    \
+  instantiate(HRESULT(ULONG, LPMAPITABLE*));     \
+  instantiate(HRESULT(ULONG, LPSPropTagArray*)); \
+  instantiate(HRESULT(LONG, ULONG, LPSRowSet*)); \
+  instantiate(HRESULT(BOOKMARK, LONG, LONG*));   \
+  instantiate(HRESULT(LPSPropTagArray, ULONG));  \
+  instantiate(HRESULT(LPSRestriction, ULONG));   \
+  instantiate(HRESULT(LPSSortOrderSet, ULONG))
+
+#define FENDREL_OBJECT_TYPES(instantiate)                              \
+  instantiate(HRESULT(ULONG));                                         \
+  instantiate(HRESULT(ULONG, LPSPropValue, LPSPropProblemArray*));     \
+  instantiate(HRESULT(ULONG, LPCIID, ULONG, ULONG, LPUNKNOWN*));       \
+  instantiate(HRESULT(HRESULT, ULONG, LPMAPIERROR*));                  \
+  instantiate(HRESULT(LPSPropTagArray, ULONG, ULONG*, LPSPropValue*)); \
+  instantiate(HRESULT(LPCIID, ULONG, LPMESSAGE*));                     \
+  instantiate(HRESULT(LPCIID, ULONG, ULONG*, LPATTACH*));              \
+  instantiate(HRESULT(const void*, ULONG, ULONG*))
+
+#define FENDREL_SESSION_TYPES(instantiate)                                    \
+  instantiate(HRESULT(ULONG, LPENTRYID, LPCIID, ULONG, ULONG*, LPUNKNOWN*));  \
+  instantiate(HRESULT(ULONG*, LPENTRYID*));                                   \
+  instantiate(HRESULT(ULONG_PTR, ULONG, ULONG));                              \
+  instantiate(HRESULT(ULONG_PTR, ULONG, LPENTRYID, LPCIID, ULONG, LPMDB*));   \
+  instantiate(HRESULT(ULONG_PTR, wchar_t*, wchar_t*, ULONG, IMAPISession**)); \
+  instantiate(HRESULT(void*));                                                \
+  instantiate(HRESULT(IMAPIProp*, ULONG, SPropValue**));                      \
   instantiate(void())
 
 #define FENDREL_DECLARE_TYPE(...)                                                    \
@@ -41,8 +46,17 @@
   extern template class testing::internal::TypedExpectation<__VA_ARGS__>;            \
   extern template class testing::internal::OnCallSpec<__VA_ARGS__>;                  \
   extern template class testing::Action<__VA_ARGS__>
-FENDREL_MOCKED_TYPES(FENDREL_DECLARE_TYPE);
+FENDREL_TABLE_TYPES(FENDREL_DECLARE_TYPE);
+FENDREL_OBJECT_TYPES(FENDREL_DECLARE_TYPE);
+FENDREL_SESSION_TYPES(FENDREL_DECLARE_TYPE);
 #undef FENDREL_DECLARE_TYPE
+
+#define FENDREL_INSTANTIATE_TYPE(...)                                  \
+  template class testing::internal::FunctionMocker<__VA_ARGS__>;       \
+  template class testing::internal::MockSpec<__VA_ARGS__>;             \
+  template class testing::internal::TypedExpectation<__VA_ARGS__>;     \
+  template class testing::internal::OnCallSpec<__VA_ARGS__>;           \
+  template class testing::Action<__VA_ARGS__>
 
 // The mocks of mapi_mocks.h.
 #define FENDREL_MAPI_MOCKS(instantiate) \
