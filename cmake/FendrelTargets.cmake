@@ -107,13 +107,14 @@ function(fendrel_compile_as_test target)
   endif()
 endfunction()
 
-# fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [WINDOWS | WINDOWS_IN suite] [GUARDED] [DOUBLE_BYTE]
-#                  [QUICK] [LABELS ...] [ENVIRONMENT ...] [NEEDS ...]):
-# a GoogleTest program, which is one test of ctest with its name. NEEDS names modules and programs that the tests load or
-# start. WINDOWS: they show windows, and run while no other such program takes the keyboard away from them; WINDOWS_IN:
-# those of one suite do, which is a second test of ctest, NAME_windows. GUARDED runs the same tests a second time as
-# NAME_guarded, label "guarded", in a program whose heap blocks end at unreadable pages. DOUBLE_BYTE runs them a second
-# time as NAME_932, with ANSI code page 932 instead of 1252. QUICK: tools/test --quick runs it too.
+# fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [WINDOWS | WINDOWS_IN suites] [GUARDED]
+#                  [DOUBLE_BYTE] [QUICK] [LABELS ...] [ENVIRONMENT ...] [NEEDS ...]):
+# a GoogleTest program, which is one test of ctest with its name. NEEDS names modules and programs that the tests load
+# or start. WINDOWS: they show windows, and run while no other such program takes the keyboard away from them;
+# WINDOWS_IN: those of the suites of that name do (ChooseCommand*), which are a second test of ctest, NAME_windows.
+# GUARDED runs the same tests a second time as NAME_guarded, label "guarded", in a program whose heap blocks end at
+# unreadable pages. DOUBLE_BYTE runs them a second time as NAME_932, with ANSI code page 932 instead of 1252. QUICK:
+# tools/test --quick runs it too.
 function(fendrel_add_test name)
   cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL;WINDOWS;GUARDED;DOUBLE_BYTE;QUICK" "TIMEOUT;WINDOWS_IN"
                         "SOURCES;USES;LABELS;ENVIRONMENT;NEEDS")

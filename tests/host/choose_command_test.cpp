@@ -69,7 +69,7 @@ TEST_F(ChooseCommand, ProfileIsNotGivenOnTheCommandLine) {
   EXPECT_EQ(fendrel({"choose", "--language", "xx"}).exitCode, 2);
 }
 
-class ProtectedChoice : public ChooseCommand {
+class ChooseCommandWithPassword : public ChooseCommand {
  protected:
   void SetUp() override {
     const std::string file = newFile(L"first.txt", "first");
@@ -80,7 +80,7 @@ class ProtectedChoice : public ChooseCommand {
   }
 };
 
-TEST_F(ProtectedChoice, PasswordIsKeptUnreadableAndUsed) {
+TEST_F(ChooseCommandWithPassword, PasswordIsKeptUnreadableAndUsed) {
   ASSERT_EQ(fendrel({"choose", "--save", saved(), "--password", "geheim"}, choosing(L"geheim")).exitCode, 0);
   const std::string bytes = readFile(fendrel::host::toWide(saved()));
   EXPECT_THAT(bytes, StartsWith("FendrelProtected"));
@@ -89,14 +89,14 @@ TEST_F(ProtectedChoice, PasswordIsKeptUnreadableAndUsed) {
   EXPECT_EQ(run.exitCode, 0) << run.err;
 }
 
-TEST_F(ProtectedChoice, ChoiceWithoutPasswordTakesTheOneGivenLater) {
+TEST_F(ChooseCommandWithPassword, ChoiceWithoutPasswordTakesTheOneGivenLater) {
   ASSERT_EQ(fendrel({"choose", "--save", saved()}, choosing(L"geheim")).exitCode, 0);
   const std::string file = newFile(L"second.txt", "second");
   EXPECT_EQ(fendrel({"post", "--options", saved(), file}).exitCode, 4);
   EXPECT_EQ(fendrel({"post", "--options", saved(), "--password", "geheim", file}).exitCode, 0);
 }
 
-TEST_F(ProtectedChoice, DamagedProtectionIsTold) {
+TEST_F(ChooseCommandWithPassword, DamagedProtectionIsTold) {
   ASSERT_EQ(fendrel({"choose", "--save", saved(), "--password", "geheim"}, choosing(L"geheim")).exitCode, 0);
   std::string bytes = readFile(fendrel::host::toWide(saved()));
   bytes[bytes.size() / 2] ^= 1;

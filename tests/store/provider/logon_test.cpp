@@ -202,14 +202,16 @@ std::wstring itemText(HWND window, int item) {
   return text;
 }
 
-TEST_F(LogonTest, TheDialogOffersTheDefaultProfileFirst) {
+class LogonDialogTest : public LogonTest {};
+
+TEST_F(LogonDialogTest, TheDialogOffersTheDefaultProfileFirst) {
   createProfile(L"Bernd");
   DialogUser user([](HWND window) { press(window, IDOK); });
   ASSERT_THAT(tryLogon(nullptr, nullptr, MAPI_LOGON_UI), Gives(S_OK));
   EXPECT_NE(openStore(*session.Get(), L"Mailbox - Anna"), nullptr);
 }
 
-TEST_F(LogonTest, TheDialogLogsOnToTheChosenProfile) {
+TEST_F(LogonDialogTest, TheDialogLogsOnToTheChosenProfile) {
   createProfile(L"Bernd");
   DialogUser user([](HWND window) {
     choose(window, L"Bernd");
@@ -219,13 +221,13 @@ TEST_F(LogonTest, TheDialogLogsOnToTheChosenProfile) {
   EXPECT_NE(openStore(*session.Get(), L"Mailbox - Bernd"), nullptr);
 }
 
-TEST_F(LogonTest, CancellingTheDialogIsAUserCancel) {
+TEST_F(LogonDialogTest, CancellingTheDialogIsAUserCancel) {
   DialogUser user([](HWND window) { press(window, IDCANCEL); });
   EXPECT_THAT(tryLogon(nullptr, nullptr, MAPI_LOGON_UI), Gives(MAPI_E_USER_CANCEL));
   EXPECT_EQ(session, nullptr);
 }
 
-TEST_F(LogonTest, TheDialogStaysAndSaysSoWhenThePasswordIsWrong) {
+TEST_F(LogonDialogTest, TheDialogStaysAndSaysSoWhenThePasswordIsWrong) {
   createProfile(L"Bernd", L"secret");
   std::wstring said;
   bool asked = false, askedForAnna = true;
@@ -247,7 +249,7 @@ TEST_F(LogonTest, TheDialogStaysAndSaysSoWhenThePasswordIsWrong) {
   EXPECT_THAT(said, testing::HasSubstr(L"password is wrong"));
 }
 
-TEST_F(LogonTest, ANamedProfileNeedsNoDialog) {
+TEST_F(LogonDialogTest, ANamedProfileNeedsNoDialog) {
   EXPECT_THAT(tryLogon(L"Anna", nullptr, MAPI_LOGON_UI), Gives(S_OK));
 }
 

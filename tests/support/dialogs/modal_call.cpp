@@ -8,6 +8,7 @@ namespace fendrel::test {
 namespace {
 
 constexpr auto patience = std::chrono::seconds(10);
+constexpr auto pause = std::chrono::milliseconds(2);
 constexpr int messageBoxText = 0xFFFF;
 
 struct Search {
@@ -37,7 +38,7 @@ bool waitUntil(const std::function<bool()>& condition) {
   const auto end = std::chrono::steady_clock::now() + patience;
   while (!condition()) {
     if (std::chrono::steady_clock::now() > end) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    std::this_thread::sleep_for(pause);
   }
   return true;
 }
@@ -59,7 +60,7 @@ ModalCall::~ModalCall() {
       ADD_FAILURE() << "a dialog was left open";
       PostMessageW(left, WM_COMMAND, IDCANCEL, 0);
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    std::this_thread::sleep_for(pause);
   }
   thread_.join();
 }
