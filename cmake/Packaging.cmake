@@ -1,0 +1,26 @@
+# What tools/package makes with CPack: a .zip and an installer for Windows.
+set(CPACK_PACKAGE_NAME Fendrel)
+set(CPACK_PACKAGE_VENDOR Fendrel)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_PACKAGE_FILE_NAME "Fendrel-${PROJECT_VERSION}-win64")
+set(CPACK_PACKAGE_INSTALL_DIRECTORY Fendrel)
+set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/package")
+set(CPACK_GENERATOR ZIP NSIS)
+set(CPACK_PACKAGE_CHECKSUM SHA256)
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_THREADS 1)  # what is compressed at once may come out in another order
+
+# Every file has the time of the commit, so that two packages of one commit are equal.
+set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/package/set_times.cmake")
+
+set(CPACK_NSIS_DEFINES "Target amd64-unicode\n  SetDateSave off")
+set(CPACK_NSIS_INSTALL_ROOT "$PROGRAMFILES64")
+set(CPACK_NSIS_PACKAGE_NAME Fendrel)
+set(CPACK_NSIS_DISPLAY_NAME "Fendrel ${PROJECT_VERSION}")
+set(CPACK_NSIS_INSTALLED_ICON_NAME bin\\fendrel.exe)
+set(CPACK_NSIS_MODIFY_PATH ON)
+set(CPACK_NSIS_MENU_LINKS
+  "share/doc/fendrel/README.md" "Read me"
+  "share/doc/fendrel/docs" "Documents")
+set(CPACK_NSIS_UNINSTALL_NAME Uninstall)
+include(CPack)
