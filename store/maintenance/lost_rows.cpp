@@ -25,9 +25,14 @@ constexpr Shape shapes[] = {
     {"profile",
      "id, guid, name, user_name, password_salt, password_iterations, password_hash, is_default, created, mailbox",
      "#bttBIBiii", "1"},
-    {"folder",
-     "id, guid, store, parent, name, role, created, modified, message_count, unread_count, associated_count",
+    {"folder", "id, guid, store, parent, name, role, created, modified, message_count, unread_count, associated_count",
      "#biItTiiiii", "1"},
+    {"message",
+     "id, guid, folder, associated, is_read, size, attachment_count, created, modified, search_key, revision, "
+     "checksum, "
+     "status",
+     "#biiiiiiibiII", "1"},
+    // As the third version saved it.
     {"message",
      "id, guid, folder, associated, is_read, size, attachment_count, created, modified, search_key, revision, checksum",
      "#biiiiiiibiI", "1"},
@@ -35,6 +40,7 @@ constexpr Shape shapes[] = {
     {"message",
      "id, guid, folder, associated, is_read, size, attachment_count, created, modified, search_key, revision",
      "#biiiiiiibi", "1"},
+    {"named_property", "id, guid, kind, name", "#biA", "c2 IN (0, 1) AND id >= 32768 AND length(c1) = 16"},
     {"content", "id, size, checksums, data, file", "#ibBT", "1"},
     {"message_property", "message, part, id, type, size, value, content", "iiiiiAI", "1"},
     {"folder_property", "owner, id, type, value", "iiiA", "EXISTS (SELECT 1 FROM folder f WHERE f.id = c0)"},

@@ -91,6 +91,7 @@ public:
     insertProfiles();
     insertOwnerProperties("folder_property");
     insertOwnerProperties("store_property");
+    insertNames();
     insertMessages();
     commit();
     into().execute("DETACH found");
@@ -255,6 +256,21 @@ private:
     if (refused > 0) leaveOut(std::to_string(refused) + " rows of the table " + table + " are damaged.");
   }
 
+  void insertNames() {
+    Statement rows = old_.rows->statement("SELECT id FROM named_property");
+    std::uint64_t refused = 0;
+    std::string why;
+    while (rows.step()) {
+      const auto copy = [&] {
+        Query(into().statement("INSERT INTO named_property SELECT * FROM found.named_property WHERE id = ?"),
+              rows.integer(0))
+            .run();
+      };
+      if (!insert(copy, why)) ++refused;
+    }
+    if (refused > 0) leaveOut(std::to_string(refused) + " names of properties are damaged.");
+  }
+
   void insertMessages() {
     const auto numbers = findMessageNumbers(*old_.rows, old_.indexes.get()).numbers;
     std::uint64_t done = 0, since = 0, bytes = 0;
@@ -308,8 +324,8 @@ private:
           message)
         .run();
     Query(into().statement("INSERT INTO message (id, guid, folder, associated, is_read, size, attachment_count, "
-                           "created, modified, search_key, revision, checksum) SELECT id, guid, ?, associated, is_read, "
-                           "size, attachment_count, created, modified, search_key, revision, checksum "
+                           "created, modified, search_key, revision, checksum, status) SELECT id, guid, ?, associated, "
+                           "is_read, size, attachment_count, created, modified, search_key, revision, checksum, status "
                            "FROM found.message WHERE id = ?"),
           folder, message)
         .run();

@@ -80,12 +80,12 @@ MessageChecksum& Connection::messageChecksum() {
   return *messageChecksum_;
 }
 
-void Connection::setLastError(std::string text) {
+void Connection::setLastError(EngineError failure) {
   const std::lock_guard lock(errorMutex_);
-  lastError_ = std::move(text);
+  lastError_ = std::move(failure);
 }
 
-std::string Connection::lastError() const {
+EngineError Connection::lastError() const {
   const std::lock_guard lock(errorMutex_);
   return lastError_;
 }

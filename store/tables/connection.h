@@ -45,8 +45,8 @@ public:
   // Changes committed by this connection; PRAGMA data_version tells those of others.
   std::uint64_t ownCommits() const noexcept { return ownCommits_; }
 
-  void setLastError(std::string text);
-  std::string lastError() const;
+  void setLastError(EngineError failure);
+  EngineError lastError() const;
 
   // The lock of the whole connection.
   std::recursive_mutex& mutex() noexcept { return mutex_; }
@@ -66,7 +66,7 @@ private:
   std::uint64_t ownCommits_ = 0;
   unsigned long long busySince_ = 0;
   mutable LightMutex errorMutex_;
-  std::string lastError_;
+  EngineError lastError_{Status::Ok, {}};
 };
 
 // Rolls back unless committed. Nested use is a mistake of the engine.
@@ -96,8 +96,9 @@ Status guarded(Database& database, Work&& work) {
     work(connection);
     return Status::Ok;
   } catch (EngineError& error) {
-    connection.setLastError(std::move(error.text));
-    return error.status;
+    const Status status = error.status;
+    connection.setLastError(std::move(error));
+    return status;
   }
 }
 

@@ -22,8 +22,9 @@ Status ContentWriter::spooling(Work&& work) {
     work();
     return Status::Ok;
   } catch (EngineError& error) {
-    connection_.setLastError(std::move(error.text));
-    return error.status;
+    const Status status = error.status;
+    connection_.setLastError(std::move(error));
+    return status;
   }
 }
 

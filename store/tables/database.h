@@ -38,6 +38,7 @@ public:
 
   // What the last failed call of any thread said, in English (UTF-8); never cleared by a success.
   std::string lastError() const;
+  Status lastFailure() const;  // and what it answered; Ok when none has failed
 
   // Grows whenever this or another process commits a change; equal values mean that nothing changed.
   Status changeCounter(std::uint64_t& counter);

@@ -164,6 +164,9 @@ Status deleteFolder(Database& database, const Guid& folder, DeleteFolderOptions 
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Write);
     const FolderPlace place = changeablePlaceOf(connection, folder);
+    if (options.in && folderRow(connection, *options.in) != place.parent) {
+      fail(Status::NotFound, "The folder does not lie in that folder, or no longer.");
+    }
     if (!options.withFolders && infoOf(connection, place.row).hasSubfolders) {
       fail(Status::HasFolders, "The folder holds other folders.");
     }

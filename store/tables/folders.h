@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -52,6 +53,7 @@ Status moveFolder(Database& database, const Guid& folder, const Guid& newParent,
 struct DeleteFolderOptions {
   bool withFolders = false;   // else HasFolders
   bool withMessages = false;  // else HasMessages (associated ones count too); also for all folders below
+  std::optional<Guid> in = {};  // a folder with another parent is NotFound
 };
 
 // NotFound, NoAccess (a standard folder), HasFolders, HasMessages.

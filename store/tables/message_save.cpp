@@ -195,8 +195,9 @@ Status saveMessage(Database& database, const MessageDraft& draft, MessageInfo& s
     saved = info;
     return Status::Ok;
   } catch (EngineError& error) {
-    connection.setLastError(std::move(error.text));
-    return error.status;
+    const Status status = error.status;
+    connection.setLastError(std::move(error));
+    return status;
   }
 }
 

@@ -50,6 +50,7 @@ MessageInfo messageAt(const Statement& row) {
   info.modified = {static_cast<std::uint64_t>(row.integer(7))};
   info.searchKey = row.guid(8);
   info.revision = static_cast<std::uint64_t>(row.integer(9));
+  info.status = static_cast<std::uint32_t>(row.integer(messageRowColumn + 1));
   return info;
 }
 
@@ -142,6 +143,18 @@ Status setRead(Database& database, const Guid& message, bool isRead, std::option
   });
 }
 
+Status setStatus(Database& database, const Guid& message, std::uint32_t status, std::uint32_t mask,
+                 std::uint32_t& before, std::optional<Guid> in) {
+  return guarded(database, [&](Connection& connection) {
+    Transaction transaction(connection, Transaction::Write);
+    const std::int64_t row = messageRowIn(connection, message, in);
+    before = messageInfo(connection, row).status;
+    Query(connection.statement("UPDATE message SET status = ? WHERE id = ?"), (before & ~mask) | (status & mask), row)
+        .run();
+    transaction.commit();
+  });
+}
+
 Status deleteMessage(Database& database, const Guid& message) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Write);
@@ -176,10 +189,12 @@ Status moveMessage(Database& database, const Guid& message, const Guid& newFolde
   });
 }
 
-Status copyMessage(Database& database, const Guid& message, const Guid& newFolder, MessageInfo& copy) {
+Status copyMessage(Database& database, const Guid& message, const Guid& newFolder, MessageInfo& copy,
+                   std::optional<Guid> in) {
   // The contents are streamed into writers outside of any transaction, then saved as a new message.
   MessageInfo original;
   Status status = findMessage(database, message, original);
+  if (status == Status::Ok && in && original.folder != *in) status = Status::NotFound;
   MessageDraft draft;
   draft.folder = newFolder;
   draft.kind = original.kind;

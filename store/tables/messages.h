@@ -27,7 +27,8 @@ struct MessageInfo {
   FileTime created{};
   FileTime modified{};         // of the last save
   Guid searchKey{};            // given once, equal in copies
-  std::uint64_t revision = 0;  // grows with each save
+  std::uint64_t revision = 0;  // grows with each save, from 1
+  std::uint32_t status = 0;    // bits that programs keep for themselves; changed without a save
 };
 
 // A long value on its way in. The tag's type is binary or text; text is UTF-16LE without a terminator
@@ -95,6 +96,10 @@ Status openContent(Database& database, const Guid& message, std::optional<std::u
 // Counts nothing as changed but the read state and the unread count. NotFound.
 Status setRead(Database& database, const Guid& message, bool isRead, std::optional<Guid> in = {});
 
+// Sets the bits of `mask` as they are in `status`; `before` is what all were. Counts nothing as changed. NotFound.
+Status setStatus(Database& database, const Guid& message, std::uint32_t status, std::uint32_t mask,
+                 std::uint32_t& before, std::optional<Guid> in = {});
+
 // NotFound.
 Status deleteMessage(Database& database, const Guid& message);
 
@@ -106,7 +111,8 @@ Status deleteMessages(Database& database, std::span<const Guid> messages, std::o
 Status moveMessage(Database& database, const Guid& message, const Guid& newFolder, std::optional<Guid> in = {});
 
 // A whole copy with an identifier of its own; the search key and creation time are kept. NotFound, and as saveMessage.
-Status copyMessage(Database& database, const Guid& message, const Guid& newFolder, MessageInfo& copy);
+Status copyMessage(Database& database, const Guid& message, const Guid& newFolder, MessageInfo& copy,
+                   std::optional<Guid> in = {});
 
 struct MessageRow {
   MessageInfo message;

@@ -27,7 +27,15 @@ bool fits(std::uint16_t type, const PropertyValue& value) {
     case PropertyType::time: return holds_alternative<FileTime>(value);
     case PropertyType::guid: return holds_alternative<Guid>(value);
     case PropertyType::binary: return holds_alternative<Bytes>(value);
+    case PropertyType::manyInt16: return holds_alternative<std::vector<std::int16_t>>(value);
     case PropertyType::manyInt32: return holds_alternative<std::vector<std::int32_t>>(value);
+    case PropertyType::manyFloat32: return holds_alternative<std::vector<float>>(value);
+    case PropertyType::manyFloat64:
+    case PropertyType::manyAppTime: return holds_alternative<std::vector<double>>(value);
+    case PropertyType::manyCurrency:
+    case PropertyType::manyInt64: return holds_alternative<std::vector<std::int64_t>>(value);
+    case PropertyType::manyTime: return holds_alternative<std::vector<FileTime>>(value);
+    case PropertyType::manyGuid: return holds_alternative<std::vector<Guid>>(value);
     case PropertyType::manyText: return holds_alternative<std::vector<std::u16string>>(value);
     case PropertyType::manyBinary: return holds_alternative<std::vector<Bytes>>(value);
     default: return false;
@@ -81,8 +89,9 @@ struct Binder {
   void operator()(const Guid& value) const { statement.bind(parameter, value); }
   void operator()(const Bytes& value) const { statement.bind(parameter, std::span<const std::byte>(value)); }
   void operator()(const std::u16string& value) const { statement.bindOwned(parameter, toUtf8(value)); }
-  void operator()(const std::vector<std::int32_t>& values) const {
-    append(scratch, values.data(), values.size() * sizeof(std::int32_t));
+  template <class Fixed>
+  void operator()(const std::vector<Fixed>& values) const {
+    append(scratch, values.data(), values.size() * sizeof(Fixed));
     bindScratch();
   }
   void operator()(const std::vector<std::u16string>& values) const {
@@ -123,9 +132,10 @@ std::span<const std::byte> blobAt(const Statement& statement, int column) {
   return statement.bytes(column);
 }
 
-std::vector<std::int32_t> manyInt32(std::span<const std::byte> bytes) {
-  if (bytes.size() % sizeof(std::int32_t) != 0) damaged();
-  std::vector<std::int32_t> values(bytes.size() / sizeof(std::int32_t));
+template <class Fixed>
+std::vector<Fixed> manyFixed(std::span<const std::byte> bytes) {
+  if (bytes.size() % sizeof(Fixed) != 0) damaged();
+  std::vector<Fixed> values(bytes.size() / sizeof(Fixed));
   if (!bytes.empty()) std::memcpy(values.data(), bytes.data(), bytes.size());
   return values;
 }
@@ -181,7 +191,15 @@ PropertyValue readValue(const Statement& statement, int column, std::uint16_t ty
       const auto bytes = blobAt(statement, column);
       return Bytes(bytes.begin(), bytes.end());
     }
-    case PropertyType::manyInt32: return manyInt32(blobAt(statement, column));
+    case PropertyType::manyInt16: return manyFixed<std::int16_t>(blobAt(statement, column));
+    case PropertyType::manyInt32: return manyFixed<std::int32_t>(blobAt(statement, column));
+    case PropertyType::manyFloat32: return manyFixed<float>(blobAt(statement, column));
+    case PropertyType::manyFloat64:
+    case PropertyType::manyAppTime: return manyFixed<double>(blobAt(statement, column));
+    case PropertyType::manyCurrency:
+    case PropertyType::manyInt64: return manyFixed<std::int64_t>(blobAt(statement, column));
+    case PropertyType::manyTime: return manyFixed<FileTime>(blobAt(statement, column));
+    case PropertyType::manyGuid: return manyFixed<Guid>(blobAt(statement, column));
     case PropertyType::manyText: return manyText(blobAt(statement, column));
     case PropertyType::manyBinary: return manyBinary(blobAt(statement, column));
     default: damaged();

@@ -7,7 +7,9 @@
 //   text                                       TEXT, UTF-8 (an unpaired surrogate as three bytes)
 //   guid                                       BLOB of 16 bytes in memory order
 //   binary                                     BLOB
-//   manyInt32                                  BLOB: the numbers one after another, 4 bytes each
+//   manyInt16, manyInt32, manyInt64,           BLOB: the values one after another, each of 2, 4, 8 or (guid) 16 bytes
+//   manyFloat32, manyFloat64, manyCurrency,
+//   manyAppTime, manyTime, manyGuid
 //   manyText, manyBinary                       BLOB: for each value its length in bytes (4 bytes), then its bytes
 //                                              (UTF-8 for text)
 // Numbers inside a BLOB are little-endian.

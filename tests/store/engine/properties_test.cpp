@@ -69,10 +69,20 @@ INSTANTIATE_TEST_SUITE_P(
         ValueCase{"TextLong", makeTag(someId, PropertyType::text), std::u16string(16 * 1024, u'é')},
         ValueCase{"Binary", makeTag(someId, PropertyType::binary), pattern(1000)},
         ValueCase{"BinaryEmpty", makeTag(someId, PropertyType::binary), Bytes()},
-        ValueCase{"ManyInt32", makeTag(someId, PropertyType::manyInt32), std::vector<std::int32_t>{1, -1, Limits32::max()}},
+        ValueCase{"ManyInt32", makeTag(someId, PropertyType::manyInt32),
+                  std::vector<std::int32_t>{1, -1, Limits32::max()}},
         ValueCase{"ManyInt32None", makeTag(someId, PropertyType::manyInt32), std::vector<std::int32_t>{}},
+        ValueCase{"ManyInt16", makeTag(someId, PropertyType::manyInt16), std::vector<std::int16_t>{1, -1}},
+        ValueCase{"ManyInt64", makeTag(someId, PropertyType::manyInt64), std::vector<std::int64_t>{1, -5'000'000'000}},
+        ValueCase{"ManyCurrency", makeTag(someId, PropertyType::manyCurrency), std::vector<std::int64_t>{-1}},
+        ValueCase{"ManyFloat32", makeTag(someId, PropertyType::manyFloat32), std::vector<float>{1.5f, -0.25f}},
+        ValueCase{"ManyFloat64", makeTag(someId, PropertyType::manyFloat64), std::vector<double>{1.5, -0.25}},
+        ValueCase{"ManyAppTime", makeTag(someId, PropertyType::manyAppTime), std::vector<double>{40'000.5}},
+        ValueCase{"ManyTime", makeTag(someId, PropertyType::manyTime), std::vector<FileTime>{{1}, {~std::uint64_t{0}}}},
+        ValueCase{"ManyGuid", makeTag(someId, PropertyType::manyGuid), std::vector<Guid>{Guid{}, Guid{{std::byte{1}}}}},
         ValueCase{"ManyText", makeTag(someId, PropertyType::manyText), std::vector<std::u16string>{u"ä", u"", u"bc"}},
-        ValueCase{"ManyBinary", makeTag(someId, PropertyType::manyBinary), std::vector<Bytes>{pattern(3), {}, pattern(9)}}),
+        ValueCase{"ManyBinary", makeTag(someId, PropertyType::manyBinary),
+                  std::vector<Bytes>{pattern(3), {}, pattern(9)}}),
     [](const auto& test) { return test.param.name; });
 
 using PropertiesTest = EngineTest;

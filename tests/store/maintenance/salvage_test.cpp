@@ -3,6 +3,7 @@
 #include <random>
 
 #include "maintenance_fixture.h"
+#include "named_properties.h"
 #include "unicode.h"
 
 namespace fendrel::store {
@@ -71,6 +72,23 @@ TEST_F(SalvageTest, WholeStoreComesOverWithItsIdentifiers) {
   EXPECT_EQ(store.ipmSubtree, top);
   EXPECT_EQ(folderNow(reports).messageCount, 4u);
   save(draftWith(reports, u"goes on"));
+}
+
+TEST_F(SalvageTest, NamesOfPropertiesAndStatusComeOver) {
+  fill();
+  const MessageInfo saved = save(draftWith(reports, u"tagged"));
+  std::uint32_t before = 9;
+  ASSERT_EQ(setStatus(*database, saved.id, 8, 8, before), Status::Ok);
+  const std::vector<PropertyName> names = {{Guid{{std::byte{1}}}, u"Period \u65E5"}, {Guid{{std::byte{2}}}, -7}};
+  std::vector<std::uint16_t> ids, after;
+  ASSERT_EQ(identifiersOf(*database, names, IfUnknown::Create, ids), Status::Ok);
+  EXPECT_THAT(salvage().leftOut, IsEmpty());
+  openRescued();
+  ASSERT_EQ(identifiersOf(*database, names, IfUnknown::Leave, after), Status::Ok);
+  EXPECT_EQ(after, ids);
+  MessageInfo found;
+  ASSERT_EQ(findMessage(*database, saved.id, found), Status::Ok);
+  EXPECT_EQ(found.status, 8u);
 }
 
 TEST_F(SalvageTest, OldStoreStaysAsItIs) {

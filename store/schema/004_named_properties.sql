@@ -1,0 +1,14 @@
+-- From here on lists of all types are stored, which an older program would take for damage.
+
+-- What the property identifiers from 0x8000 on stand for, the same for all stores of the file. An identifier is never
+-- given to another name.
+CREATE TABLE named_property (
+  id   INTEGER PRIMARY KEY CHECK (id BETWEEN 32768 AND 65534),
+  guid BLOB NOT NULL CHECK (length(guid) = 16),  -- the set of names
+  kind INTEGER NOT NULL CHECK (kind IN (0, 1)),  -- 0: the name is a number, 1: a text
+  name ANY NOT NULL CHECK (typeof(name) = CASE kind WHEN 0 THEN 'integer' ELSE 'text' END),
+  UNIQUE (guid, kind, name)
+) STRICT;
+
+-- Bits that programs keep for themselves (PR_MSG_STATUS); they change without a save and are not in the checksum.
+ALTER TABLE message ADD COLUMN status INTEGER;
