@@ -48,7 +48,7 @@ HRESULT computed(const StoreScope& scope, ULONG number, const DraftProperties& d
       property = makeProperty(PR_STORE_RECORD_KEY, bytesOf(scope.store.id));
       return S_OK;
     case PROP_ID(PR_MAPPING_SIGNATURE):
-      property = makeProperty(PR_MAPPING_SIGNATURE, bytesOf(scope.store.id));
+      property = makeProperty(PR_MAPPING_SIGNATURE, scope.mappingSignature());
       return S_OK;
     case PROP_ID(PR_ATTACH_SIZE): {
       std::uint64_t size = 0;
@@ -80,7 +80,7 @@ HRESULT attachmentRow(const StoreScope& scope, ULONG number, const DraftProperti
 }
 
 Attachment::Attachment(Message* message, ULONG number, DraftProperties draft, bool writable)
-    : MapiObject(mutexOf(message->scope().session)), message_(message), number_(number), draft_(std::move(draft)),
+    : MapiObject(homeOf(message->scope().session)), message_(message), number_(number), draft_(std::move(draft)),
       writable_(writable) {}
 
 Attachment::~Attachment() = default;
@@ -127,7 +127,7 @@ HRESULT Attachment::saveChanges(ULONG flags) {
 
 HRESULT Attachment::openProperty(ULONG tag, REFIID iid, ULONG options, ULONG flags, IUnknown** object) {
   // An embedded message or document object has no place here.
-  if (PROP_TYPE(tag) == PT_OBJECT) return MAPI_E_INTERFACE_NOT_SUPPORTED;
+  if (PROP_TYPE(tag) == PT_OBJECT) return MAPI_E_NO_SUPPORT;
   StreamWish wish;
   if (const HRESULT result = streamWish(tag, iid, options, flags, writable_, wish); FAILED(result)) return result;
   if (isComputed(tag))

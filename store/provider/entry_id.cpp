@@ -47,11 +47,20 @@ std::optional<EntryId> decode(ULONG size, const void* entryId) {
   return decoded;
 }
 
+HRESULT refusalOf(ULONG size, const void* entryId) noexcept {
+  constexpr std::size_t uidEnd = offsetof(EntryIdBytes, store);
+  if (size < uidEnd || !entryId) return MAPI_E_INVALID_ENTRYID;
+  MAPIUID provider;
+  std::memcpy(&provider, static_cast<const BYTE*>(entryId) + offsetof(EntryIdBytes, provider), sizeof provider);
+  return IsEqualMAPIUID(&provider, &providerId()) ? MAPI_E_INVALID_ENTRYID : MAPI_E_UNKNOWN_ENTRYID;
+}
+
 HRESULT compareEntryIds(ULONG size1, const void* id1, ULONG size2, const void* id2, ULONG* result) noexcept {
   if (!result) return MAPI_E_INVALID_PARAMETER;
   *result = FALSE;
   const auto first = decode(size1, id1), second = decode(size2, id2);
-  if (!first || !second) return MAPI_E_INVALID_ENTRYID;
+  if (!first) return refusalOf(size1, id1);
+  if (!second) return refusalOf(size2, id2);
   *result = *first == *second;
   return S_OK;
 }

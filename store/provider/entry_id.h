@@ -12,7 +12,7 @@
 
 #include <optional>
 
-#include "mapi.h"
+#include "mapi_interfaces.h"
 #include "property_values.h"
 
 namespace fendrel::provider {
@@ -34,6 +34,9 @@ store::Bytes bytesOf(const store::Guid& guid);
 
 // Nothing for an identifier that is not ours.
 std::optional<EntryId> decode(ULONG size, const void* entryId);
+
+// Why there is nothing: MAPI_E_UNKNOWN_ENTRYID for another provider's, else MAPI_E_INVALID_ENTRYID.
+HRESULT refusalOf(ULONG size, const void* entryId) noexcept;
 
 // CompareEntryIDs for whoever offers it.
 HRESULT compareEntryIds(ULONG size1, const void* id1, ULONG size2, const void* id2, ULONG* result) noexcept;

@@ -67,7 +67,8 @@ HRESULT openEntryOfStore(const ScopePointer& scope, ULONG size, const void* entr
   EntryId id{MAPI_FOLDER, scope->store.id, scope->store.root};
   if (size != 0 || entryId) {
     const auto decoded = decode(size, entryId);
-    if (!decoded || decoded->store != scope->store.id) return MAPI_E_INVALID_ENTRYID;
+    if (!decoded) return refusalOf(size, entryId);
+    if (decoded->store != scope->store.id) return MAPI_E_INVALID_ENTRYID;
     id = *decoded;
   }
   HRESULT result = MAPI_E_INVALID_ENTRYID;
@@ -97,7 +98,7 @@ HRESULT openEntryOfSession(const SessionPointer& session, ULONG size, const void
   if (!object) return MAPI_E_INVALID_PARAMETER;
   *object = nullptr;
   const auto id = decode(size, entryId);
-  if (!id) return MAPI_E_INVALID_ENTRYID;
+  if (!id) return refusalOf(size, entryId);
   if (id->type == MAPI_MAILUSER) {
     const HRESULT result = openUser(session, id->object, iid, object);
     if (SUCCEEDED(result) && objectType) *objectType = MAPI_MAILUSER;

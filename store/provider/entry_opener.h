@@ -1,14 +1,14 @@
 // Opens what an entry identifier names.
 #pragma once
 
-#include "com_object.h"
+#include "mapi_interfaces.h"
 #include "folders.h"
 #include "session_context.h"
 
 namespace fendrel::provider {
 
-// OpenEntry within one store; no identifier names the root folder. MAPI_E_INVALID_ENTRYID (not ours, other store),
-// MAPI_E_NOT_FOUND, MAPI_E_INTERFACE_NOT_SUPPORTED, MAPI_E_NO_ACCESS.
+// OpenEntry within one store; no identifier names the root folder. MAPI_E_INVALID_ENTRYID (other store),
+// MAPI_E_UNKNOWN_ENTRYID (other provider), MAPI_E_NOT_FOUND, MAPI_E_INTERFACE_NOT_SUPPORTED, MAPI_E_NO_ACCESS.
 HRESULT openEntryOfStore(const ScopePointer& scope, ULONG size, const void* entryId, LPCIID iid, ULONG flags,
                          ULONG* objectType, LPUNKNOWN* object);
 

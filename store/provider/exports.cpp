@@ -1,10 +1,9 @@
-// The exported functions: each checks its arguments and enters the guard.
+// The exported functions that lead to sessions, and MAPI's memory; the others are in store/utility. Each checks its
+// arguments and enters the guard.
 #include <atomic>
 
-#include "com_object.h"
 #include "logon.h"
-#include "mapi_memory.h"
-#include "mapi_utility.h"
+#include "mapi_interfaces.h"
 #include "profile_admin.h"
 #include "store_file.h"
 
@@ -12,14 +11,34 @@ using namespace fendrel::provider;
 
 namespace {
 
+// MAPI_NO_COINIT; not in every copy of the headers.
+constexpr ULONG noComInitialization = 0x00000008;
+
 // MAPIInitialize less MAPIUninitialize; logging on needs one.
 std::atomic<long> initializations;
+
+// How often this thread has had COM initialized; it alone can give that back.
+thread_local long comInitializations;
+
+HRESULT checkInitialization(const MAPIINIT_0* wish) {
+  constexpr ULONG known = MAPI_MULTITHREAD_NOTIFICATIONS | MAPI_NT_SERVICE | noComInitialization;
+  if (!wish) return S_OK;
+  if (wish->ulVersion != MAPI_INIT_VERSION) return MAPI_E_INVALID_PARAMETER;
+  return wish->ulFlags & ~known ? MAPI_E_UNKNOWN_FLAGS : S_OK;
+}
 
 }  // namespace
 
 extern "C" {
 
-HRESULT WINAPI MAPIInitialize(LPVOID) {
+HRESULT WINAPI MAPIInitialize(LPVOID given) {
+  const auto* wish = static_cast<const MAPIINIT_0*>(given);
+  if (const HRESULT result = checkInitialization(wish); FAILED(result)) return result;
+  if (!wish || !(wish->ulFlags & noComInitialization)) {
+    const HRESULT result = CoInitialize(nullptr);
+    if (SUCCEEDED(result)) ++comInitializations;
+    else if (result != RPC_E_CHANGED_MODE) return result;  // in another mode, but initialized
+  }
   ++initializations;
   return S_OK;
 }
@@ -27,6 +46,10 @@ HRESULT WINAPI MAPIInitialize(LPVOID) {
 void WINAPI MAPIUninitialize() {
   long count = initializations;
   while (count > 0 && !initializations.compare_exchange_weak(count, count - 1)) {
+  }
+  if (count > 0 && comInitializations > 0) {
+    --comInitializations;
+    CoUninitialize();
   }
 }
 
@@ -69,42 +92,6 @@ HRESULT WINAPI MAPIAdminProfiles(ULONG, LPPROFADMIN* admin) {
     auto opened = makeObject<ProfileAdmin>(std::move(database));
     return handOut(opened, admin);
   });
-}
-
-void WINAPI FreeProws(LPSRowSet rows) { freeRows(rows); }
-
-HRESULT WINAPI HrGetOneProp(LPMAPIPROP object, ULONG tag, LPSPropValue* value) {
-  if (!object || !value) return MAPI_E_INVALID_PARAMETER;
-  *value = nullptr;
-  return guarded([&] {
-    MapiBuffer<SPropValue> found;
-    const HRESULT result = readOne(*object, tag, found);
-    *value = found.release();
-    return result;
-  });
-}
-
-HRESULT WINAPI HrQueryAllRows(LPMAPITABLE table, LPSPropTagArray columns, LPSRestriction restriction,
-                              LPSSortOrderSet order, LONG mostRows, LPSRowSet* rows) {
-  if (!table || !rows) return MAPI_E_INVALID_PARAMETER;
-  *rows = nullptr;
-  return guarded([&] {
-    MapiRows found;
-    const HRESULT result = readAllRows(*table, columns, restriction, order, mostRows, found);
-    *rows = found.release();
-    return result;
-  });
-}
-
-FILETIME WINAPI FtMulDwDw(DWORD left, DWORD right) {
-  const ULONGLONG product = static_cast<ULONGLONG>(left) * right;
-  return {static_cast<DWORD>(product), static_cast<DWORD>(product >> 32)};
-}
-
-FILETIME WINAPI FtNegFt(FILETIME time) {
-  const ULONGLONG ticks = static_cast<ULONGLONG>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
-  const ULONGLONG negated = 0 - ticks;
-  return {static_cast<DWORD>(negated), static_cast<DWORD>(negated >> 32)};
 }
 
 }  // extern "C"

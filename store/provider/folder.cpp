@@ -4,7 +4,7 @@
 #include "folder_rows.h"
 #include "host_stream.h"
 #include "mapi_table.h"
-#include "mapi_utility.h"
+#include "object_reading.h"
 #include "message.h"
 #include "message_rows.h"
 #include "status_codes.h"
@@ -12,6 +12,37 @@
 namespace fendrel::provider {
 
 using store::Status;
+
+namespace {
+
+constexpr ULONG objectsOfFolders[] = {PR_CONTAINER_HIERARCHY, PR_CONTAINER_CONTENTS, PR_FOLDER_ASSOCIATED_CONTENTS};
+
+HRESULT folderOf(void* target, ComPtr<IMAPIFolder>& folder) {
+  auto* unknown = static_cast<IUnknown*>(target);
+  const bool isFolder =
+      SUCCEEDED(unknown->QueryInterface(IID_IMAPIFolder, reinterpret_cast<void**>(folder.GetAddressOf())));
+  return isFolder ? S_OK : MAPI_E_INTERFACE_NOT_SUPPORTED;
+}
+
+// The folder as one of ours; null for another provider's.
+ComPtr<Folder> ownFolder(IMAPIFolder& folder) {
+  ComPtr<IMAPIFolder> own;
+  if (FAILED(folder.QueryInterface(ownFolderId(), reinterpret_cast<void**>(own.GetAddressOf())))) return {};
+  return static_cast<Folder*>(own.Get());
+}
+
+}  // namespace
+
+// Made anew by each copy of the library that is loaded, so that none takes another's objects for its own.
+const IID& ownFolderId() noexcept {
+  static const IID id = [] {
+    IID made{};
+    return SUCCEEDED(CoCreateGuid(&made)) ? made : IID_NULL;
+  }();
+  return id;
+}
+
+std::span<const ULONG> Folder::objectTags() const { return objectsOfFolders; }
 
 HRESULT Folder::readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) {
   store::FolderInfo info;
@@ -28,7 +59,7 @@ HRESULT Folder::readProperties(std::span<const PropertyTag> tags, std::vector<Pr
   }
   for (const PropertyTag tag : tags) {
     found.push_back(isComputedFolderTag(tag) ? computedFolderProperty(*scope_, info, tag, writable_)
-                                             : findProperty(present, tag));
+                                             : storedFolderProperty(info, tag, findProperty(present, tag)));
   }
   return S_OK;
 }
@@ -39,6 +70,10 @@ HRESULT Folder::readAllProperties(std::vector<Property>& found) {
     return toResult(status);
   const auto status = store::readFolderProperties(scope_->database(), id_, {}, found);
   if (status != Status::Ok) return toResult(status);
+  if (findProperty(found, PR_CONTAINER_CLASS_W).tag == 0) {
+    Property standIn = storedFolderProperty(info, PR_CONTAINER_CLASS_W, {});
+    if (standIn.tag != 0) found.push_back(std::move(standIn));
+  }
   for (const PropertyTag tag : computedFolderTags()) {
     found.push_back(computedFolderProperty(*scope_, info, tag, writable_));
   }
@@ -86,7 +121,7 @@ STDMETHODIMP Folder::GetContentsTable(ULONG flags, LPMAPITABLE* table) {
   return locked([&] {
     *table = nullptr;
     const auto kind = flags & MAPI_ASSOCIATED ? store::MessageKind::Associated : store::MessageKind::Ordinary;
-    auto opened = makeObject<MapiTable>(mutex(), std::make_unique<MessageRows>(scope_, id_, kind), textForm(flags));
+    auto opened = makeObject<MapiTable>(home(), std::make_unique<MessageRows>(scope_, id_, kind), textForm(flags));
     return handOut(opened, table);
   });
 }
@@ -96,7 +131,7 @@ STDMETHODIMP Folder::GetHierarchyTable(ULONG flags, LPMAPITABLE* table) {
   return locked([&] {
     *table = nullptr;
     const auto depth = flags & CONVENIENT_DEPTH ? store::Depth::AllBelow : store::Depth::Children;
-    auto opened = makeObject<MapiTable>(mutex(), std::make_unique<FolderRows>(scope_, id_, depth), textForm(flags));
+    auto opened = makeObject<MapiTable>(home(), std::make_unique<FolderRows>(scope_, id_, depth), textForm(flags));
     return handOut(opened, table);
   });
 }
@@ -122,44 +157,67 @@ STDMETHODIMP Folder::CreateMessage(LPCIID iid, ULONG flags, LPMESSAGE* message) 
   });
 }
 
-STDMETHODIMP Folder::CopyMessages(LPENTRYLIST messages, LPCIID, LPVOID target, ULONG, LPMAPIPROGRESS, ULONG flags) {
+// The target may be of another session: it is only called while our own session is not locked.
+STDMETHODIMP Folder::CopyMessages(LPENTRYLIST messages, LPCIID, LPVOID target, UlongPtr, LPMAPIPROGRESS, ULONG flags) {
   if (!messages || !target) return MAPI_E_INVALID_PARAMETER;
-  // Asked before our session is locked: the folder may be of another session.
-  MapiBuffer<SPropValue> targetId;
-  const HRESULT asked = guarded([&]() -> HRESULT {
-    ComPtr<IMAPIFolder> folder;
-    auto* unknown = static_cast<IUnknown*>(target);
-    if (FAILED(unknown->QueryInterface(IID_IMAPIFolder, reinterpret_cast<void**>(folder.GetAddressOf())))) {
-      return MAPI_E_INTERFACE_NOT_SUPPORTED;
-    }
-    return readOne(*folder.Get(), PR_ENTRYID, targetId);
-  });
-  if (FAILED(asked)) return asked;
-  return locked([&] {
-    const auto id = decode(targetId->Value.bin.cb, targetId->Value.bin.lpb);
-    if (!id) return MAPI_E_NO_SUPPORT;  // another provider's folder
-    if ((flags & MESSAGE_MOVE) && !writable_) return MAPI_E_NO_ACCESS;
-    std::vector<store::Guid> ids;
-    if (const HRESULT result = messagesOf(messages, ids); FAILED(result)) return result;
-    bool partly = false;
-    for (const store::Guid& message : ids) {
-      store::MessageInfo copy;
-      const auto status = flags & MESSAGE_MOVE ? store::moveMessage(scope_->database(), message, id->object, id_)
-                                               : store::copyMessage(scope_->database(), message, id->object, copy);
-      if (status == Status::NotFound) partly = true;
-      else if (status != Status::Ok) return toResult(status);
-    }
-    return partly ? MAPI_W_PARTIAL_COMPLETION : S_OK;
+  return guarded([&]() -> HRESULT {
+    const bool move = (flags & MESSAGE_MOVE) != 0;
+    ComPtr<IMAPIFolder> into;
+    if (const HRESULT result = folderOf(target, into); FAILED(result)) return result;
+    if ((move && !writable_) || !mayBeChanged(*into.Get())) return MAPI_E_NO_ACCESS;
+    MessageList list;
+    if (const HRESULT result = messagesOf(messages, list); FAILED(result)) return result;
+    const auto own = ownFolder(*into.Get());
+    const bool isNear = own && isOfSameDatabase(*own.Get());
+    return isNear ? locked([&] { return copyWithin(list, own->id_, move); }) : copyAcross(list, *into.Get(), move);
   });
 }
 
-HRESULT Folder::messagesOf(const ENTRYLIST* list, std::vector<store::Guid>& messages) const {
-  if (!list) return allMessages(store::MessageKind::Ordinary, messages);
+bool Folder::isOfSameDatabase(const Folder& other) const {
+  return scope_->database().path() == other.scope_->database().path();
+}
+
+HRESULT Folder::copyWithin(const MessageList& list, const store::Guid& target, bool move) {
+  if (const auto status = store::checkFolder(scope_->database(), target); status != Status::Ok) return toResult(status);
+  bool partly = list.isPart;
+  for (const store::Guid& message : list.ids) {
+    store::MessageInfo copy;
+    const auto status = move ? store::moveMessage(scope_->database(), message, target, id_)
+                             : store::copyMessage(scope_->database(), message, target, copy, id_);
+    if (status == Status::NotFound) partly = true;
+    else if (status != Status::Ok) return toResult(status);
+  }
+  return partly ? MAPI_W_PARTIAL_COMPLETION : S_OK;
+}
+
+HRESULT Folder::copyAcross(const MessageList& list, IMAPIFolder& target, bool move) {
+  bool partly = list.isPart;
+  for (const store::Guid& id : list.ids) {
+    store::MessageInfo info;
+    const auto status = store::findMessage(scope_->database(), id, info);
+    if (status == Status::NotFound || (status == Status::Ok && info.folder != id_)) {
+      partly = true;
+      continue;
+    }
+    if (status != Status::Ok) return toResult(status);
+    const auto message = makeObject<Message>(scope_, info, false);
+    const HRESULT result = copyMessageInto(*message.Get(), info.kind == store::MessageKind::Associated, target);
+    if (FAILED(result)) return result;
+    // What did not go over whole stays.
+    if (result != S_OK) partly = true;
+    else if (move && store::deleteMessages(scope_->database(), std::span(&id, 1), id_) != Status::Ok) partly = true;
+  }
+  return partly ? MAPI_W_PARTIAL_COMPLETION : S_OK;
+}
+
+HRESULT Folder::messagesOf(const ENTRYLIST* list, MessageList& messages) const {
+  if (!list) return allMessages(store::MessageKind::Ordinary, messages.ids);
   if (list->cValues && !list->lpbin) return MAPI_E_INVALID_PARAMETER;
   for (ULONG i = 0; i < list->cValues; ++i) {
     const auto id = decode(list->lpbin[i].cb, list->lpbin[i].lpb);
-    if (!id || id->type != MAPI_MESSAGE || id->store != scope_->store.id) return MAPI_E_INVALID_ENTRYID;
-    messages.push_back(id->object);
+    if (!id || id->type != MAPI_MESSAGE) return MAPI_E_INVALID_ENTRYID;
+    if (id->store == scope_->store.id) messages.ids.push_back(id->object);
+    else messages.isPart = true;
   }
   return S_OK;
 }
@@ -171,16 +229,16 @@ HRESULT Folder::allMessages(store::MessageKind kind, std::vector<store::Guid>& m
   }));
 }
 
-STDMETHODIMP Folder::DeleteMessages(LPENTRYLIST messages, ULONG, LPMAPIPROGRESS, ULONG) {
+STDMETHODIMP Folder::DeleteMessages(LPENTRYLIST messages, UlongPtr, LPMAPIPROGRESS, ULONG) {
   if (!messages) return MAPI_E_INVALID_PARAMETER;
   return locked([&] {
     if (!writable_) return MAPI_E_NO_ACCESS;
-    std::vector<store::Guid> ids;
-    if (const HRESULT result = messagesOf(messages, ids); FAILED(result)) return result;
+    MessageList list;
+    if (const HRESULT result = messagesOf(messages, list); FAILED(result)) return result;
     std::size_t deleted = 0;
-    const auto status = store::deleteMessages(scope_->database(), ids, id_, &deleted);
+    const auto status = store::deleteMessages(scope_->database(), list.ids, id_, &deleted);
     if (status != Status::Ok) return toResult(status);
-    return deleted < ids.size() ? MAPI_W_PARTIAL_COMPLETION : S_OK;
+    return list.isPart || deleted < list.ids.size() ? MAPI_W_PARTIAL_COMPLETION : S_OK;
   });
 }
 
@@ -195,7 +253,7 @@ STDMETHODIMP Folder::CreateFolder(ULONG type, LPTSTR name, LPTSTR comment, LPCII
     if (!writable_) return MAPI_E_NO_ACCESS;
     const std::u16string wanted = textArgument(name, flags);
     if (wanted.empty()) return MAPI_E_INVALID_PARAMETER;
-    std::vector<Property> properties;
+    std::vector<Property> properties = {makeProperty(PR_CONTAINER_CLASS_W, std::u16string(noteFolderClass))};
     if (comment) properties.push_back(makeProperty(PR_COMMENT_W, textArgument(comment, flags)));
     store::FolderInfo info;
     const auto ifExists = flags & OPEN_IF_EXISTS ? store::IfExists::Open : store::IfExists::Refuse;
@@ -206,32 +264,84 @@ STDMETHODIMP Folder::CreateFolder(ULONG type, LPTSTR name, LPTSTR comment, LPCII
   });
 }
 
-STDMETHODIMP Folder::CopyFolder(ULONG, LPENTRYID, LPCIID, LPVOID, LPTSTR, ULONG, LPMAPIPROGRESS, ULONG) {
-  return MAPI_E_NO_SUPPORT;
-}
-
-STDMETHODIMP Folder::DeleteFolder(ULONG size, LPENTRYID entryId, ULONG, LPMAPIPROGRESS, ULONG flags) {
-  return locked([&] {
-    const auto id = decode(size, entryId);
-    if (!id || id->type != MAPI_FOLDER || id->store != scope_->store.id) return MAPI_E_INVALID_ENTRYID;
-    if (!writable_) return MAPI_E_NO_ACCESS;
-    store::FolderInfo info;
-    const auto found = store::findFolder(scope_->database(), id->object, info);
-    if (found != Status::Ok) return toResult(found);
-    if (info.parent != id_) return MAPI_E_NOT_FOUND;
-    const store::DeleteFolderOptions options{(flags & DEL_FOLDERS) != 0, (flags & DEL_MESSAGES) != 0};
-    return toResult(store::deleteFolder(scope_->database(), id->object, options));
+STDMETHODIMP Folder::CopyFolder(ULONG size, LPENTRYID entryId, LPCIID, LPVOID target, LPTSTR newName, UlongPtr,
+                                LPMAPIPROGRESS, ULONG flags) {
+  if (!target) return MAPI_E_INVALID_PARAMETER;
+  return guarded([&]() -> HRESULT {
+    const bool move = (flags & FOLDER_MOVE) != 0, withFolders = move || (flags & COPY_SUBFOLDERS) != 0;
+    ComPtr<IMAPIFolder> into;
+    if (const HRESULT result = folderOf(target, into); FAILED(result)) return result;
+    if ((move && !writable_) || !mayBeChanged(*into.Get())) return MAPI_E_NO_ACCESS;
+    store::FolderInfo child;
+    if (const HRESULT result = childOf(size, entryId, child); FAILED(result)) return result;
+    if (move && child.isStandard) return MAPI_E_NO_ACCESS;
+    const std::u16string name = newName ? textArgument(newName, flags) : child.name;
+    if (const auto own = ownFolder(*into.Get()); own && isOfSameDatabase(*own.Get())) {
+      if (const HRESULT result = withFolders ? checkCycle(child.id, own->id_) : S_OK; FAILED(result)) return result;
+      if (move && own->scope_->store.id == scope_->store.id) {
+        return toResult(store::moveFolder(scope_->database(), child.id, own->id_, name));
+      }
+    }
+    return transferFolder(child, *into.Get(), name, withFolders, move);
   });
 }
 
-STDMETHODIMP Folder::SetReadFlags(LPENTRYLIST messages, ULONG, LPMAPIPROGRESS, ULONG flags) {
+HRESULT Folder::childOf(ULONG size, const void* entryId, store::FolderInfo& child) const {
+  const auto id = decode(size, entryId);
+  if (!id || id->type != MAPI_FOLDER || id->store != scope_->store.id) return MAPI_E_INVALID_ENTRYID;
+  if (const auto status = store::findFolder(scope_->database(), id->object, child); status != Status::Ok) {
+    return toResult(status);
+  }
+  return child.parent == id_ ? S_OK : MAPI_E_NOT_FOUND;
+}
+
+// MAPI_E_FOLDER_CYCLE where `place` is the folder or lies below it.
+HRESULT Folder::checkCycle(const store::Guid& folder, const store::Guid& place) const {
+  for (store::Guid at = place; at != store::noGuid;) {
+    if (at == folder) return MAPI_E_FOLDER_CYCLE;
+    store::FolderInfo info;
+    if (const auto status = store::findFolder(scope_->database(), at, info); status != Status::Ok) {
+      return toResult(status);
+    }
+    at = info.parent;
+  }
+  return S_OK;
+}
+
+HRESULT Folder::transferFolder(const store::FolderInfo& child, IMAPIFolder& target, std::u16string name,
+                               bool withFolders, bool move) {
+  const auto from = makeObject<Folder>(scope_, child.id, move);
+  ComPtr<IMAPIFolder> made;
+  HRESULT result = target.CreateFolder(FOLDER_GENERIC, reinterpret_cast<LPTSTR>(name.data()), nullptr, nullptr,
+                                       MAPI_UNICODE, made.GetAddressOf());
+  if (SUCCEEDED(result)) result = copyFolderInto(*from.Get(), *made.Get(), withFolders, move);
+  if (result != S_OK || !move) return result;
+  // Whatever came in the meantime stays, and the folder with it.
+  const auto status = store::deleteFolder(scope_->database(), child.id, {false, false, id_});
+  return status == Status::Ok ? S_OK : MAPI_W_PARTIAL_COMPLETION;
+}
+
+STDMETHODIMP Folder::DeleteFolder(ULONG size, LPENTRYID entryId, UlongPtr, LPMAPIPROGRESS, ULONG flags) {
   return locked([&] {
-    std::vector<store::Guid> ids;
-    if (const HRESULT result = messagesOf(messages, ids); FAILED(result)) return result;
+    store::FolderInfo child;
+    const HRESULT found = childOf(size, entryId, child);
+    if (found == MAPI_E_INVALID_ENTRYID) return found;
+    if (!writable_) return MAPI_E_NO_ACCESS;
+    if (FAILED(found)) return found;
+    const store::DeleteFolderOptions options{(flags & DEL_FOLDERS) != 0, (flags & DEL_MESSAGES) != 0, id_};
+    return toResult(store::deleteFolder(scope_->database(), child.id, options));
+  });
+}
+
+STDMETHODIMP Folder::SetReadFlags(LPENTRYLIST messages, UlongPtr, LPMAPIPROGRESS, ULONG flags) {
+  if (const HRESULT result = checkReadFlags(flags); FAILED(result)) return result;
+  return locked([&] {
+    MessageList list;
+    if (const HRESULT result = messagesOf(messages, list); FAILED(result)) return result;
     if (!scope_->writable) return MAPI_E_NO_ACCESS;
-    if (flags & GENERATE_RECEIPT_ONLY) return S_OK;
-    bool partly = false;
-    for (const store::Guid& message : ids) {
+    if (flags & (GENERATE_RECEIPT_ONLY | CLEAR_RN_PENDING | CLEAR_NRN_PENDING)) return S_OK;  // there are no receipts
+    bool partly = list.isPart;
+    for (const store::Guid& message : list.ids) {
       const auto status = store::setRead(scope_->database(), message, (flags & CLEAR_READ_FLAG) == 0, id_);
       if (status == Status::NotFound) partly = true;
       else if (status != Status::Ok) return toResult(status);
@@ -240,11 +350,44 @@ STDMETHODIMP Folder::SetReadFlags(LPENTRYLIST messages, ULONG, LPMAPIPROGRESS, U
   });
 }
 
-STDMETHODIMP Folder::GetMessageStatus(ULONG, LPENTRYID, ULONG, ULONG*) { return MAPI_E_NO_SUPPORT; }
-STDMETHODIMP Folder::SetMessageStatus(ULONG, LPENTRYID, ULONG, ULONG, ULONG*) { return MAPI_E_NO_SUPPORT; }
+HRESULT Folder::messageOf(ULONG size, const void* entryId, store::Guid& message) const {
+  const auto id = decode(size, entryId);
+  if (!id || id->type != MAPI_MESSAGE || id->store != scope_->store.id) return MAPI_E_INVALID_ENTRYID;
+  message = id->object;
+  return S_OK;
+}
+
+STDMETHODIMP Folder::GetMessageStatus(ULONG size, LPENTRYID entryId, ULONG, ULONG* status) {
+  if (!status) return MAPI_E_INVALID_PARAMETER;
+  return locked([&] {
+    store::Guid message{};
+    if (const HRESULT result = messageOf(size, entryId, message); FAILED(result)) return result;
+    HRESULT result = MAPI_E_NOT_FOUND;
+    const auto take = [&](store::MessageRow&& row) {
+      *status = row.message.status;
+      result = S_OK;
+      return false;
+    };
+    const auto read = store::readMessageRowsOf(scope_->database(), id_, std::span(&message, 1), {}, take);
+    return read == Status::Ok ? result : toResult(read);
+  });
+}
+
+STDMETHODIMP Folder::SetMessageStatus(ULONG size, LPENTRYID entryId, ULONG status, ULONG mask, ULONG* oldStatus) {
+  return locked([&] {
+    store::Guid message{};
+    if (const HRESULT result = messageOf(size, entryId, message); FAILED(result)) return result;
+    if (!scope_->writable) return MAPI_E_NO_ACCESS;
+    std::uint32_t before = 0;
+    const auto set = store::setStatus(scope_->database(), message, status, mask, before, id_);
+    if (set == Status::Ok && oldStatus) *oldStatus = before;
+    return toResult(set);
+  });
+}
+
 STDMETHODIMP Folder::SaveContentsSort(LPSSortOrderSet, ULONG) { return MAPI_E_NO_SUPPORT; }
 
-STDMETHODIMP Folder::EmptyFolder(ULONG, LPMAPIPROGRESS, ULONG flags) {
+STDMETHODIMP Folder::EmptyFolder(UlongPtr, LPMAPIPROGRESS, ULONG flags) {
   return locked([&] {
     if (!writable_) return MAPI_E_NO_ACCESS;
     std::vector<store::Guid> folders, messages;
@@ -258,10 +401,10 @@ STDMETHODIMP Folder::EmptyFolder(ULONG, LPMAPIPROGRESS, ULONG flags) {
     if (flags & DEL_ASSOCIATED) {
       if (const HRESULT result = allMessages(store::MessageKind::Associated, messages); FAILED(result)) return result;
     }
-    const auto deleted = store::deleteMessages(scope_->database(), messages);
+    const auto deleted = store::deleteMessages(scope_->database(), messages, id_);
     if (deleted != Status::Ok) return toResult(deleted);
     for (const store::Guid& folder : folders) {
-      const auto gone = store::deleteFolder(scope_->database(), folder, {true, true});
+      const auto gone = store::deleteFolder(scope_->database(), folder, {true, true, id_});
       if (gone != Status::Ok && gone != Status::NotFound) return toResult(gone);
     }
     return S_OK;

@@ -12,7 +12,7 @@ namespace fendrel::provider {
 class Folder final : public MapiObject<IMAPIFolder> {
 public:
   Folder(ScopePointer scope, const store::Guid& id, bool writable)
-      : MapiObject(mutexOf(scope->session)), scope_(std::move(scope)), id_(id), writable_(writable) {}
+      : MapiObject(homeOf(scope->session)), scope_(std::move(scope)), id_(id), writable_(writable) {}
 
   // IMAPIContainer
   STDMETHODIMP GetContentsTable(ULONG flags, LPMAPITABLE* table) override;
@@ -24,31 +24,47 @@ public:
                                  ULONG* state) override;
   // IMAPIFolder
   STDMETHODIMP CreateMessage(LPCIID iid, ULONG flags, LPMESSAGE* message) override;
-  STDMETHODIMP CopyMessages(LPENTRYLIST messages, LPCIID iid, LPVOID target, ULONG window, LPMAPIPROGRESS progress,
-                            ULONG flags) override;
-  STDMETHODIMP DeleteMessages(LPENTRYLIST messages, ULONG window, LPMAPIPROGRESS progress, ULONG flags) override;
+  STDMETHODIMP CopyMessages(LPENTRYLIST messages, LPCIID iid, LPVOID target, UlongPtr window,
+                            LPMAPIPROGRESS progress, ULONG flags) override;
+  STDMETHODIMP DeleteMessages(LPENTRYLIST messages, UlongPtr window, LPMAPIPROGRESS progress, ULONG flags) override;
   STDMETHODIMP CreateFolder(ULONG type, LPTSTR name, LPTSTR comment, LPCIID iid, ULONG flags,
                             LPMAPIFOLDER* folder) override;
-  STDMETHODIMP CopyFolder(ULONG size, LPENTRYID entryId, LPCIID iid, LPVOID target, LPTSTR newName, ULONG window,
+  STDMETHODIMP CopyFolder(ULONG size, LPENTRYID entryId, LPCIID iid, LPVOID target, LPTSTR newName, UlongPtr window,
                           LPMAPIPROGRESS progress, ULONG flags) override;
-  STDMETHODIMP DeleteFolder(ULONG size, LPENTRYID entryId, ULONG window, LPMAPIPROGRESS progress, ULONG flags) override;
-  STDMETHODIMP SetReadFlags(LPENTRYLIST messages, ULONG window, LPMAPIPROGRESS progress, ULONG flags) override;
+  STDMETHODIMP DeleteFolder(ULONG size, LPENTRYID entryId, UlongPtr window, LPMAPIPROGRESS progress,
+                            ULONG flags) override;
+  STDMETHODIMP SetReadFlags(LPENTRYLIST messages, UlongPtr window, LPMAPIPROGRESS progress, ULONG flags) override;
   STDMETHODIMP GetMessageStatus(ULONG size, LPENTRYID entryId, ULONG flags, ULONG* status) override;
   STDMETHODIMP SetMessageStatus(ULONG size, LPENTRYID entryId, ULONG status, ULONG mask, ULONG* oldStatus) override;
   STDMETHODIMP SaveContentsSort(LPSSortOrderSet order, ULONG flags) override;
-  STDMETHODIMP EmptyFolder(ULONG window, LPMAPIPROGRESS progress, ULONG flags) override;
+  STDMETHODIMP EmptyFolder(UlongPtr window, LPMAPIPROGRESS progress, ULONG flags) override;
 
 private:
   HRESULT readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) override;
   HRESULT readAllProperties(std::vector<Property>& found) override;
+  std::span<const ULONG> objectTags() const override;
   HRESULT checkWritable() const override { return writable_ ? S_OK : MAPI_E_NO_ACCESS; }
   HRESULT checkProperty(PropertyTag tag) const override;
   HRESULT changeProperties(std::span<const Property> set, std::span<const PropertyTag> remove) override;
   HRESULT openProperty(ULONG tag, REFIID iid, ULONG options, ULONG flags, IUnknown** object) override;
 
+  struct MessageList {
+    std::vector<store::Guid> ids;
+    bool isPart = false;  // others were named that cannot be of this folder
+  };
   // The messages that a list names; all of this folder when there is no list.
-  HRESULT messagesOf(const ENTRYLIST* list, std::vector<store::Guid>& messages) const;
+  HRESULT messagesOf(const ENTRYLIST* list, MessageList& messages) const;
   HRESULT allMessages(store::MessageKind kind, std::vector<store::Guid>& messages) const;
+  HRESULT messageOf(ULONG size, const void* entryId, store::Guid& message) const;
+  // MAPI_E_INVALID_ENTRYID for what names no folder of this store, MAPI_E_NOT_FOUND for one that is not a child.
+  HRESULT childOf(ULONG size, const void* entryId, store::FolderInfo& child) const;
+
+  bool isOfSameDatabase(const Folder& other) const;
+  HRESULT copyWithin(const MessageList& list, const store::Guid& target, bool move);
+  HRESULT copyAcross(const MessageList& list, IMAPIFolder& target, bool move);
+  HRESULT checkCycle(const store::Guid& folder, const store::Guid& place) const;
+  HRESULT transferFolder(const store::FolderInfo& child, IMAPIFolder& target, std::u16string name, bool withFolders,
+                         bool move);
 
   ScopePointer scope_;
   store::Guid id_;

@@ -10,7 +10,7 @@ constexpr PropertyTag folderTags[] = {
     PR_DISPLAY_NAME_W, PR_FOLDER_TYPE,    PR_SUBFOLDERS,       PR_CONTENT_COUNT,       PR_CONTENT_UNREAD,
     PR_ASSOC_CONTENT_COUNT, PR_ACCESS,    PR_ACCESS_LEVEL,     PR_CREATION_TIME,       PR_LAST_MODIFICATION_TIME,
     PR_STORE_RECORD_KEY, PR_MDB_PROVIDER, PR_MAPPING_SIGNATURE, PR_STORE_SUPPORT_MASK, PR_INSTANCE_KEY,
-    PR_STATUS};
+    PR_STATUS,        PR_DISPLAY_TYPE};
 
 ULONG accessTo(const StoreScope& scope, const store::FolderInfo& folder) {
   ULONG access = MAPI_ACCESS_READ;
@@ -28,6 +28,12 @@ bool isComputedFolderTag(PropertyTag tag) {
   return std::ranges::any_of(folderTags, [&](PropertyTag one) { return PROP_ID(one) == PROP_ID(tag); });
 }
 
+Property storedFolderProperty(const store::FolderInfo& folder, PropertyTag tag, Property stored) {
+  const bool isClass = PROP_ID(tag) == PROP_ID(PR_CONTAINER_CLASS_W);
+  if (stored.tag != 0 || !isClass || !folder.isStandard) return stored;
+  return makeProperty(PR_CONTAINER_CLASS_W, std::u16string(noteFolderClass));
+}
+
 Property computedFolderProperty(const StoreScope& scope, const store::FolderInfo& folder, PropertyTag tag,
                                 bool writable) {
   const bool isRoot = folder.parent == store::noGuid;
@@ -41,7 +47,7 @@ Property computedFolderProperty(const StoreScope& scope, const store::FolderInfo
       return makeProperty(PR_PARENT_ENTRYID, scope.folderEntryId(isRoot ? folder.id : folder.parent));
     case PROP_ID(PR_STORE_ENTRYID): return makeProperty(PR_STORE_ENTRYID, scope.storeEntryId());
     case PROP_ID(PR_STORE_RECORD_KEY): return makeProperty(PR_STORE_RECORD_KEY, bytesOf(scope.store.id));
-    case PROP_ID(PR_MAPPING_SIGNATURE): return makeProperty(PR_MAPPING_SIGNATURE, bytesOf(scope.store.id));
+    case PROP_ID(PR_MAPPING_SIGNATURE): return makeProperty(PR_MAPPING_SIGNATURE, scope.mappingSignature());
     case PROP_ID(PR_MDB_PROVIDER): {
       const auto* uid = reinterpret_cast<const std::byte*>(&providerId());
       return makeProperty(PR_MDB_PROVIDER, store::Bytes(uid, uid + sizeof(MAPIUID)));
@@ -59,6 +65,7 @@ Property computedFolderProperty(const StoreScope& scope, const store::FolderInfo
     case PROP_ID(PR_LAST_MODIFICATION_TIME): return makeProperty(PR_LAST_MODIFICATION_TIME, folder.modified);
     case PROP_ID(PR_STORE_SUPPORT_MASK): return longProperty(PR_STORE_SUPPORT_MASK, storeSupportMask(scope.writable));
     case PROP_ID(PR_STATUS): return longProperty(PR_STATUS, 0);
+    case PROP_ID(PR_DISPLAY_TYPE): return longProperty(PR_DISPLAY_TYPE, DT_FOLDER);
     default: return {};
   }
 }

@@ -28,14 +28,54 @@ HRESULT chooseProfile(store::Database& database, ULONG_PTR window, const void* p
   return tryPassword(profile, textArgument(password, flags));
 }
 
+// The one session that the programs of this process may share.
+class SharedSession {
+public:
+  std::shared_ptr<SharedLogon> get() {
+    const std::lock_guard lock(mutex_);
+    return logon_.lock();
+  }
+
+  // The one that there is stays.
+  std::shared_ptr<SharedLogon> offer(const SessionPointer& context) {
+    const std::lock_guard lock(mutex_);
+    if (!logon_.expired()) return {};
+    auto made = std::make_shared<SharedLogon>(context);
+    logon_ = made;
+    return made;
+  }
+
+private:
+  std::mutex mutex_;
+  std::weak_ptr<SharedLogon> logon_;
+};
+
+SharedSession& sharedSession() {
+  static SharedSession session;
+  return session;
+}
+
 }  // namespace
 
 HRESULT logon(ULONG_PTR window, const void* profileName, const void* password, ULONG flags, LPMAPISESSION* session) {
+  const bool isNamed = !textArgument(profileName, flags).empty();
+  if (!isNamed && !(flags & MAPI_NEW_SESSION)) {
+    if (auto shared = sharedSession().get()) {
+      auto opened = makeObject<Session>(shared->context, shared);
+      return handOut(opened, session);
+    }
+  }
   auto context = std::make_shared<SessionContext>();
   if (const HRESULT result = openStoreFile(context->database); FAILED(result)) return result;
   const HRESULT result = chooseProfile(*context->database, window, profileName, password, flags, context->profile);
   if (FAILED(result)) return result;
-  auto opened = makeObject<Session>(std::move(context));
+  store::StoreInfo publicStore;
+  const auto status = store::findPublicStore(*context->database, publicStore);
+  if (status != store::Status::Ok) return toResult(status);
+  context->publicStore = publicStore.id;
+  std::shared_ptr<SharedLogon> shared;
+  if (flags & MAPI_ALLOW_OTHERS) shared = sharedSession().offer(context);
+  auto opened = makeObject<Session>(std::move(context), std::move(shared));
   return handOut(opened, session);
 }
 

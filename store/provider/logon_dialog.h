@@ -2,7 +2,7 @@
 #pragma once
 
 #include "database.h"
-#include "mapi.h"
+#include "mapi_interfaces.h"
 #include "profiles.h"
 
 namespace fendrel::provider {

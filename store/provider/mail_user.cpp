@@ -22,7 +22,7 @@ store::Bytes searchKey(const store::Profile& profile) {
 
 }  // namespace
 
-MailUser::MailUser(const SessionPointer& session, const store::Profile& profile) : MapiObject(mutexOf(session)) {
+MailUser::MailUser(const SessionPointer& session, const store::Profile& profile) : MapiObject(homeOf(session)) {
   properties_ = {makeProperty(PR_ENTRYID, userEntryId(profile)),
                  makeProperty(PR_RECORD_KEY, userEntryId(profile)),
                  longProperty(PR_OBJECT_TYPE, MAPI_MAILUSER),

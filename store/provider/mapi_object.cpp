@@ -2,27 +2,27 @@
 
 #include <algorithm>
 
+#include "problems.h"
+
 namespace fendrel::provider {
 namespace {
 
-// Gathers what went wrong with single properties.
-class Problems {
-public:
-  void add(ULONG index, ULONG tag, HRESULT problem) { problems_.push_back({index, tag, problem}); }
+// The whole call is refused for a value that no object can be given.
+bool isImpossible(const SPropValue& value) {
+  const ULONG type = PROP_TYPE(value.ulPropTag);
+  // The arrays of all lists begin with their count.
+  return type == PT_OBJECT || ((type & MV_FLAG) && value.Value.MVl.cValues == 0);
+}
 
-  void handOut(LPSPropProblemArray* out) const {
-    if (!out) return;
-    *out = nullptr;
-    if (problems_.empty()) return;
-    auto array = allocateMapi<SPropProblemArray>(CbNewSPropProblemArray(problems_.size()));
-    array->cProblem = static_cast<ULONG>(problems_.size());
-    std::ranges::copy(problems_, array->aProblem);
-    *out = array.release();
-  }
+// PT_OBJECT carries no value: OpenProperty gives it.
+bool isObject(PropertyHost& host, ULONG asked) {
+  const ULONG type = PROP_TYPE(asked);
+  return (type == PT_OBJECT || type == PT_UNSPECIFIED) && std::ranges::any_of(host.objectTags(), [&](ULONG tag) {
+           return PROP_ID(tag) == PROP_ID(asked);
+         });
+}
 
-private:
-  std::vector<SPropProblem> problems_;
-};
+Answer objectAnswer(ULONG tag) { return {PROP_TAG(PT_OBJECT, PROP_ID(tag)), S_OK, nullptr}; }
 
 }  // namespace
 
@@ -37,10 +37,14 @@ HRESULT getProps(PropertyHost& host, const SPropTagArray* tags, ULONG flags, ULO
     std::vector<PropertyTag> asked;
     for (const ULONG tag : tagsOf(*tags)) asked.push_back(anyType(tag));
     if (const HRESULT result = host.readProperties(asked, found); FAILED(result)) return result;
-    for (std::size_t i = 0; i < found.size(); ++i) answers.push_back(answerFor(tags->aulPropTag[i], found[i], form));
+    for (std::size_t i = 0; i < found.size(); ++i) {
+      const ULONG tag = tags->aulPropTag[i];
+      answers.push_back(isObject(host, tag) ? objectAnswer(tag) : answerFor(tag, found[i], form));
+    }
   } else {
     if (const HRESULT result = host.readAllProperties(found); FAILED(result)) return result;
     for (const Property& property : found) answers.push_back(answerFor(anyType(property.tag), property, form));
+    for (const ULONG tag : host.objectTags()) answers.push_back(objectAnswer(tag));
   }
   *values = makeValues(answers).release();
   *count = static_cast<ULONG>(answers.size());
@@ -55,6 +59,7 @@ HRESULT getPropList(PropertyHost& host, ULONG flags, LPSPropTagArray* tags) {
   if (const HRESULT result = host.readAllProperties(found); FAILED(result)) return result;
   std::vector<ULONG> shown;
   for (const Property& property : found) shown.push_back(shownTag(property.tag, textForm(flags)));
+  shown.insert(shown.end(), host.objectTags().begin(), host.objectTags().end());
   *tags = makeTagArray(shown).release();
   return S_OK;
 }
@@ -62,11 +67,13 @@ HRESULT getPropList(PropertyHost& host, ULONG flags, LPSPropTagArray* tags) {
 HRESULT setProps(PropertyHost& host, ULONG count, const SPropValue* values, LPSPropProblemArray* problems) {
   if (problems) *problems = nullptr;
   if (count == 0 || !values) return MAPI_E_INVALID_PARAMETER;
+  if (std::any_of(values, values + count, isImpossible)) return MAPI_E_INVALID_PARAMETER;
   if (const HRESULT result = host.checkWritable(); FAILED(result)) return result;
   std::vector<Property> set;
   Problems refused;
   for (ULONG i = 0; i < count; ++i) {
-    if (values[i].ulPropTag == PR_NULL) continue;
+    // Nothing to set: a place kept free, and what a GetProps before had no value for.
+    if (values[i].ulPropTag == PR_NULL || PROP_TYPE(values[i].ulPropTag) == PT_ERROR) continue;
     Property property{};
     HRESULT problem = takeValue(values[i], property);
     if (SUCCEEDED(problem)) problem = host.checkProperty(property.tag);

@@ -6,7 +6,11 @@
 #include <span>
 #include <vector>
 
-#include "com_object.h"
+#include "mapi_interfaces.h"
+#include "last_error.h"
+#include "named_properties_calls.h"
+#include "object_home.h"
+#include "property_copy.h"
 #include "property_values.h"
 
 namespace fendrel::provider {
@@ -19,6 +23,9 @@ public:
 
   // All of them; values that are very long come unloaded.
   virtual HRESULT readAllProperties(std::vector<Property>& found) = 0;
+
+  // The properties of type PT_OBJECT that OpenProperty gives.
+  virtual std::span<const ULONG> objectTags() const { return {}; }
 
   // S_OK when the object may be changed, else MAPI_E_NO_ACCESS.
   virtual HRESULT checkWritable() const { return MAPI_E_NO_ACCESS; }
@@ -47,12 +54,10 @@ HRESULT deleteProps(PropertyHost& host, const SPropTagArray* tags, LPSPropProble
 template <class Interface>
 class MapiObject : public ComObject<Interface>, protected PropertyHost {
 public:
-  explicit MapiObject(std::shared_ptr<std::recursive_mutex> mutex) : mutex_(std::move(mutex)) {}
+  explicit MapiObject(ObjectHome home) : home_(std::move(home)) {}
 
-  STDMETHODIMP GetLastError(HRESULT, ULONG, LPMAPIERROR* error) override {
-    if (!error) return MAPI_E_INVALID_PARAMETER;
-    *error = nullptr;  // the code says all there is to say
-    return S_OK;
+  STDMETHODIMP GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) override {
+    return guarded([&] { return lastError(home_.database.get(), result, flags, error); });
   }
   STDMETHODIMP SaveChanges(ULONG flags) override {
     return locked([&] { return saveChanges(flags); });
@@ -65,8 +70,9 @@ public:
   }
   STDMETHODIMP OpenProperty(ULONG tag, LPCIID iid, ULONG options, ULONG flags, LPUNKNOWN* object) override {
     if (!iid || !object) return MAPI_E_INVALID_PARAMETER;
+    *object = nullptr;
+    if (PROP_TYPE(tag) == PT_UNSPECIFIED || PROP_ID(tag) == 0) return MAPI_E_INVALID_PARAMETER;
     return locked([&] {
-      *object = nullptr;
       return openProperty(tag, *iid, options, flags, object);
     });
   }
@@ -76,28 +82,34 @@ public:
   STDMETHODIMP DeleteProps(LPSPropTagArray tags, LPSPropProblemArray* problems) override {
     return locked([&] { return deleteProps(*this, tags, problems); });
   }
-  STDMETHODIMP CopyTo(ULONG, LPCIID, LPSPropTagArray, ULONG, LPMAPIPROGRESS, LPCIID, LPVOID, ULONG,
-                      LPSPropProblemArray*) override {
-    return MAPI_E_NO_SUPPORT;
+  // Not under the lock: the target may be of another session, whose thread copies the other way.
+  STDMETHODIMP CopyTo(ULONG excludedCount, LPCIID excludedInterfaces, LPSPropTagArray excluded, UlongPtr,
+                      LPMAPIPROGRESS, LPCIID iid, LPVOID target, ULONG flags, LPSPropProblemArray* problems) override {
+    const std::span interfaces(excludedInterfaces, excludedInterfaces ? excludedCount : 0);
+    return guarded([&] { return copyTo(*this, interfaces, excluded, iid, target, flags, problems); });
   }
-  STDMETHODIMP CopyProps(LPSPropTagArray, ULONG, LPMAPIPROGRESS, LPCIID, LPVOID, ULONG,
-                         LPSPropProblemArray*) override {
-    return MAPI_E_NO_SUPPORT;
+  STDMETHODIMP CopyProps(LPSPropTagArray included, UlongPtr, LPMAPIPROGRESS, LPCIID iid, LPVOID target, ULONG flags,
+                         LPSPropProblemArray* problems) override {
+    return guarded([&] { return copyProps(*this, included, iid, target, flags, problems); });
   }
-  STDMETHODIMP GetNamesFromIDs(LPSPropTagArray*, LPGUID, ULONG, ULONG*, LPMAPINAMEID**) override {
-    return MAPI_E_NO_SUPPORT;
+  STDMETHODIMP GetNamesFromIDs(LPSPropTagArray* tags, LPGUID set, ULONG flags, ULONG* count,
+                               LPMAPINAMEID** names) override {
+    return locked([&] { return getNamesFromIds(*home_.database, tags, set, flags, count, names); });
   }
-  STDMETHODIMP GetIDsFromNames(ULONG, LPMAPINAMEID*, ULONG, LPSPropTagArray*) override { return MAPI_E_NO_SUPPORT; }
+  STDMETHODIMP GetIDsFromNames(ULONG count, LPMAPINAMEID* names, ULONG flags, LPSPropTagArray* tags) override {
+    return locked([&] { return getIdsFromNames(*home_.database, count, names, flags, tags); });
+  }
 
 protected:
   template <class Call>
   HRESULT locked(Call&& call) noexcept {
-    return guarded(*mutex_, std::forward<Call>(call));
+    return guarded(*home_.mutex, std::forward<Call>(call));
   }
-  const std::shared_ptr<std::recursive_mutex>& mutex() const noexcept { return mutex_; }
+  const ObjectHome& home() const noexcept { return home_; }
+  const std::shared_ptr<std::recursive_mutex>& mutex() const noexcept { return home_.mutex; }
 
 private:
-  std::shared_ptr<std::recursive_mutex> mutex_;
+  ObjectHome home_;
 };
 
 }  // namespace fendrel::provider

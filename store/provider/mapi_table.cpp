@@ -4,6 +4,7 @@
 #include <cstring>
 #include <numeric>
 
+#include "last_error.h"
 #include "property_order.h"
 
 namespace fendrel::provider {
@@ -13,6 +14,15 @@ namespace {
 constexpr std::size_t searchBatch = 256;
 constexpr std::size_t mostSortColumns = 16;
 
+// A row for each value of a list: a table may refuse that.
+bool asksForInstances(ULONG tag) { return (tag & MV_INSTANCE) != 0; }
+
+// Bookmarks are as wide as the published interface has them, whatever the headers at hand say.
+void writeBookmark(BOOKMARK* position, ULONG bookmark) {
+  const ULONG_PTR wide = bookmark;
+  std::memcpy(position, &wide, sizeof wide);
+}
+
 std::vector<PropertyTag> anyTypes(std::span<const ULONG> tags) {
   std::vector<PropertyTag> columns(tags.size());
   std::ranges::transform(tags, columns.begin(), anyType);
@@ -21,8 +31,8 @@ std::vector<PropertyTag> anyTypes(std::span<const ULONG> tags) {
 
 }  // namespace
 
-MapiTable::MapiTable(std::shared_ptr<std::recursive_mutex> mutex, std::unique_ptr<RowSource> source, TextForm form)
-    : mutex_(std::move(mutex)), source_(std::move(source)), form_(form) {
+MapiTable::MapiTable(ObjectHome home, std::unique_ptr<RowSource> source, TextForm form)
+    : home_(std::move(home)), source_(std::move(source)), form_(form) {
   columns_ = shownTags(source_->defaultColumns());
 }
 
@@ -32,14 +42,12 @@ std::vector<ULONG> MapiTable::shownTags(const std::vector<PropertyTag>& tags) co
   return shown;
 }
 
-STDMETHODIMP MapiTable::GetLastError(HRESULT, ULONG, LPMAPIERROR* error) {
-  if (!error) return MAPI_E_INVALID_PARAMETER;
-  *error = nullptr;  // the code says all there is to say
-  return S_OK;
+STDMETHODIMP MapiTable::GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) {
+  return guarded([&] { return lastError(home_.database.get(), result, flags, error); });
 }
 
-STDMETHODIMP MapiTable::Advise(ULONG, LPMAPIADVISESINK, ULONG*) { return MAPI_E_NO_SUPPORT; }
-STDMETHODIMP MapiTable::Unadvise(ULONG) { return MAPI_E_NO_SUPPORT; }
+STDMETHODIMP MapiTable::Advise(ULONG, LPMAPIADVISESINK, UlongPtr*) { return MAPI_E_NO_SUPPORT; }
+STDMETHODIMP MapiTable::Unadvise(UlongPtr) { return MAPI_E_NO_SUPPORT; }
 
 STDMETHODIMP MapiTable::GetStatus(ULONG* status, ULONG* type) {
   if (!status || !type) return MAPI_E_INVALID_PARAMETER;
@@ -50,8 +58,9 @@ STDMETHODIMP MapiTable::GetStatus(ULONG* status, ULONG* type) {
 
 STDMETHODIMP MapiTable::SetColumns(LPSPropTagArray columns, ULONG) {
   if (!columns || columns->cValues == 0) return MAPI_E_INVALID_PARAMETER;
-  return guarded(*mutex_, [&] {
+  return guarded(*home_.mutex, [&] {
     const auto tags = tagsOf(*columns);
+    if (std::ranges::any_of(tags, asksForInstances)) return MAPI_E_TOO_COMPLEX;
     columns_.assign(tags.begin(), tags.end());
     return S_OK;
   });
@@ -59,7 +68,7 @@ STDMETHODIMP MapiTable::SetColumns(LPSPropTagArray columns, ULONG) {
 
 STDMETHODIMP MapiTable::QueryColumns(ULONG flags, LPSPropTagArray* columns) {
   if (!columns) return MAPI_E_INVALID_PARAMETER;
-  return guarded(*mutex_, [&] {
+  return guarded(*home_.mutex, [&] {
     *columns = nullptr;
     *columns = makeTagArray(flags & TBL_ALL_COLUMNS ? shownTags(source_->allColumns()) : columns_).release();
     return S_OK;
@@ -74,7 +83,8 @@ void MapiTable::forgetRows() {
 }
 
 HRESULT MapiTable::load() {
-  if (loaded_) return S_OK;
+  const std::uint64_t state = source_->state();
+  if (loaded_ && state == sourceState_) return S_OK;
   std::vector<PropertyTag> columns;
   if (restriction_) columns.assign(restriction_->columns().begin(), restriction_->columns().end());
   const std::size_t firstSortColumn = columns.size();
@@ -108,13 +118,15 @@ HRESULT MapiTable::load() {
     rows = std::move(sorted);
   }
   rows_ = std::move(rows);
+  cursor_ = std::min(cursor_, rows_.size());
+  sourceState_ = state;
   loaded_ = true;
   return S_OK;
 }
 
 STDMETHODIMP MapiTable::GetRowCount(ULONG, ULONG* count) {
   if (!count) return MAPI_E_INVALID_PARAMETER;
-  return guarded(*mutex_, [&] {
+  return guarded(*home_.mutex, [&] {
     const HRESULT result = load();
     *count = SUCCEEDED(result) ? static_cast<ULONG>(rows_.size()) : 0;
     return result;
@@ -128,14 +140,14 @@ HRESULT MapiTable::positionOf(BOOKMARK bookmark, std::size_t& position) const {
     case BOOKMARK_END: position = rows_.size(); return S_OK;
     default: break;
   }
-  const auto found = bookmarks_.find(bookmark);
+  const auto found = bookmarks_.find(static_cast<ULONG>(bookmark));
   if (found == bookmarks_.end()) return MAPI_E_INVALID_BOOKMARK;
   position = found->second;
   return S_OK;
 }
 
 STDMETHODIMP MapiTable::SeekRow(BOOKMARK origin, LONG rows, LONG* sought) {
-  return guarded(*mutex_, [&] {
+  return guarded(*home_.mutex, [&] {
     if (const HRESULT result = load(); FAILED(result)) return result;
     std::size_t position = 0;
     if (const HRESULT result = positionOf(origin, position); FAILED(result)) return result;
@@ -149,7 +161,7 @@ STDMETHODIMP MapiTable::SeekRow(BOOKMARK origin, LONG rows, LONG* sought) {
 
 STDMETHODIMP MapiTable::SeekRowApprox(ULONG numerator, ULONG denominator) {
   if (denominator == 0) return MAPI_E_INVALID_PARAMETER;
-  return guarded(*mutex_, [&] {
+  return guarded(*home_.mutex, [&] {
     if (const HRESULT result = load(); FAILED(result)) return result;
     const auto count = static_cast<ULONGLONG>(rows_.size());
     cursor_ = static_cast<std::size_t>(numerator >= denominator ? count : count * numerator / denominator);
@@ -159,7 +171,7 @@ STDMETHODIMP MapiTable::SeekRowApprox(ULONG numerator, ULONG denominator) {
 
 STDMETHODIMP MapiTable::QueryPosition(ULONG* row, ULONG* numerator, ULONG* denominator) {
   if (!row || !numerator || !denominator) return MAPI_E_INVALID_PARAMETER;
-  return guarded(*mutex_, [&] {
+  return guarded(*home_.mutex, [&] {
     if (const HRESULT result = load(); FAILED(result)) return result;
     *row = static_cast<ULONG>(cursor_);
     *numerator = static_cast<ULONG>(cursor_);
@@ -196,7 +208,7 @@ HRESULT MapiTable::findFrom(const Restriction& wanted, std::size_t begin, std::s
 
 STDMETHODIMP MapiTable::FindRow(LPSRestriction restriction, BOOKMARK origin, ULONG flags) {
   if (!restriction) return MAPI_E_INVALID_PARAMETER;
-  return guarded(*mutex_, [&] {
+  return guarded(*home_.mutex, [&] {
     if (const HRESULT result = load(); FAILED(result)) return result;
     std::size_t position = 0;
     if (const HRESULT result = positionOf(origin, position); FAILED(result)) return result;
@@ -212,7 +224,7 @@ STDMETHODIMP MapiTable::FindRow(LPSRestriction restriction, BOOKMARK origin, ULO
 }
 
 STDMETHODIMP MapiTable::Restrict(LPSRestriction restriction, ULONG) {
-  return guarded(*mutex_, [&] {
+  return guarded(*home_.mutex, [&] {
     std::unique_ptr<Restriction> copied;
     if (restriction) {
       if (const HRESULT result = Restriction::copy(*restriction, copied); FAILED(result)) return result;
@@ -225,27 +237,29 @@ STDMETHODIMP MapiTable::Restrict(LPSRestriction restriction, ULONG) {
 
 STDMETHODIMP MapiTable::CreateBookmark(BOOKMARK* position) {
   if (!position) return MAPI_E_INVALID_PARAMETER;
-  return guarded(*mutex_, [&] {
+  return guarded(*home_.mutex, [&] {
+    if (!source_->hasBookmarks()) return MAPI_E_NO_SUPPORT;
     if (const HRESULT result = load(); FAILED(result)) return result;
     bookmarks_.emplace(nextBookmark_, cursor_);
-    *position = nextBookmark_++;
+    writeBookmark(position, nextBookmark_++);
     return S_OK;
   });
 }
 
 STDMETHODIMP MapiTable::FreeBookmark(BOOKMARK position) {
-  return guarded(*mutex_, [&] {
+  return guarded(*home_.mutex, [&] {
     if (position <= BOOKMARK_END) return S_OK;  // the standard ones stay
-    return bookmarks_.erase(position) ? S_OK : MAPI_E_INVALID_BOOKMARK;
+    return bookmarks_.erase(static_cast<ULONG>(position)) ? S_OK : MAPI_E_INVALID_BOOKMARK;
   });
 }
 
 STDMETHODIMP MapiTable::SortTable(LPSSortOrderSet order, ULONG) {
   if (!order) return MAPI_E_INVALID_PARAMETER;
   if (order->cCategories > 0 || order->cSorts > mostSortColumns) return MAPI_E_TOO_COMPLEX;
-  return guarded(*mutex_, [&] {
+  return guarded(*home_.mutex, [&] {
     for (ULONG i = 0; i < order->cSorts; ++i) {
       if (order->aSort[i].ulOrder == TABLE_SORT_COMBINE) return MAPI_E_TOO_COMPLEX;
+      if (asksForInstances(order->aSort[i].ulPropTag)) return MAPI_E_TOO_COMPLEX;
       if (order->aSort[i].ulOrder > TABLE_SORT_COMBINE) return MAPI_E_INVALID_PARAMETER;
     }
     sortOrder_.assign(order->aSort, order->aSort + order->cSorts);
@@ -256,7 +270,7 @@ STDMETHODIMP MapiTable::SortTable(LPSSortOrderSet order, ULONG) {
 
 STDMETHODIMP MapiTable::QuerySortOrder(LPSSortOrderSet* order) {
   if (!order) return MAPI_E_INVALID_PARAMETER;
-  return guarded(*mutex_, [&] {
+  return guarded(*home_.mutex, [&] {
     *order = nullptr;
     auto copy = allocateMapi<SSortOrderSet>(CbNewSSortOrderSet(std::max<std::size_t>(sortOrder_.size(), 1)));
     copy->cSorts = static_cast<ULONG>(sortOrder_.size());
@@ -297,7 +311,7 @@ HRESULT MapiTable::readRows(std::size_t begin, std::size_t count, LPSRowSet* row
 
 STDMETHODIMP MapiTable::QueryRows(LONG count, ULONG flags, LPSRowSet* rows) {
   if (!rows || count == 0) return MAPI_E_INVALID_PARAMETER;
-  return guarded(*mutex_, [&] {
+  return guarded(*home_.mutex, [&] {
     *rows = nullptr;
     if (const HRESULT result = load(); FAILED(result)) return result;
     const auto wanted = static_cast<std::size_t>(count < 0 ? -static_cast<LONGLONG>(count) : count);

@@ -6,22 +6,23 @@
 #include <mutex>
 #include <vector>
 
-#include "com_object.h"
+#include "mapi_interfaces.h"
+#include "object_home.h"
 #include "restriction.h"
 #include "row_source.h"
 
 namespace fendrel::provider {
 
-// Which rows there are, and their order, is fixed when they are first asked for and anew by Restrict and SortTable;
-// their values are read when they are handed out. Only the rows' keys are held.
+// Which rows there are, and their order, is fixed when they are first asked for and anew by Restrict and SortTable, or
+// when the source says that it has others; their values are read when they are handed out. Only the rows' keys are
+// held.
 class MapiTable final : public ComObject<IMAPITable> {
 public:
-  // The mutex of the session, kept alive by its owner's pointer.
-  MapiTable(std::shared_ptr<std::recursive_mutex> mutex, std::unique_ptr<RowSource> source, TextForm form);
+  MapiTable(ObjectHome home, std::unique_ptr<RowSource> source, TextForm form);
 
   STDMETHODIMP GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) override;
-  STDMETHODIMP Advise(ULONG eventMask, LPMAPIADVISESINK sink, ULONG* connection) override;
-  STDMETHODIMP Unadvise(ULONG connection) override;
+  STDMETHODIMP Advise(ULONG eventMask, LPMAPIADVISESINK sink, UlongPtr* connection) override;
+  STDMETHODIMP Unadvise(UlongPtr connection) override;
   STDMETHODIMP GetStatus(ULONG* status, ULONG* type) override;
   STDMETHODIMP SetColumns(LPSPropTagArray columns, ULONG flags) override;
   STDMETHODIMP QueryColumns(ULONG flags, LPSPropTagArray* columns) override;
@@ -52,17 +53,18 @@ private:
   HRESULT readRows(std::size_t begin, std::size_t count, LPSRowSet* rows);
   std::vector<ULONG> shownTags(const std::vector<PropertyTag>& tags) const;
 
-  std::shared_ptr<std::recursive_mutex> mutex_;
+  ObjectHome home_;
   std::unique_ptr<RowSource> source_;
   TextForm form_;
   std::vector<ULONG> columns_;  // as the client asked
   std::unique_ptr<Restriction> restriction_;
   std::vector<SSortOrder> sortOrder_;
   bool loaded_ = false;
+  std::uint64_t sourceState_ = 0;  // when they were
   std::vector<RowKey> rows_;
   std::size_t cursor_ = 0;  // before this row; rows_.size() at the end
-  std::map<BOOKMARK, std::size_t> bookmarks_;
-  BOOKMARK nextBookmark_ = BOOKMARK_END + 1;
+  std::map<ULONG, std::size_t> bookmarks_;
+  ULONG nextBookmark_ = static_cast<ULONG>(BOOKMARK_END) + 1;  // never given out twice
 };
 
 }  // namespace fendrel::provider

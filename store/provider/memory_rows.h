@@ -24,6 +24,13 @@ private:
   std::vector<Row> rows_;
 };
 
+// The rows of a table that has one, with its columns.
+inline std::unique_ptr<MemoryRows> oneRow(MemoryRows::Row row) {
+  std::vector<PropertyTag> columns;
+  for (const Property& property : row) columns.push_back(property.tag);
+  return std::make_unique<MemoryRows>(std::move(columns), std::vector<MemoryRows::Row>{std::move(row)});
+}
+
 // The property of that identifier; tag 0 when there is none.
 Property findProperty(std::span<const Property> properties, PropertyTag tag);
 

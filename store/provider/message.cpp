@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "attachment.h"
+#include "attachment_rows.h"
 #include "host_stream.h"
 #include "mapi_table.h"
 #include "memory_rows.h"
@@ -15,24 +16,16 @@ namespace {
 // Longer values do not come with "all properties"; asked for by name they do.
 constexpr std::uint64_t longestInAll = 1024 * 1024;
 
-constexpr PropertyTag attachmentColumns[] = {
-    PR_ATTACH_NUM,        PR_ATTACH_SIZE,        PR_ATTACH_METHOD,   PR_ATTACH_FILENAME_W, PR_ATTACH_LONG_FILENAME_W,
-    PR_ATTACH_EXTENSION_W, PR_DISPLAY_NAME_W,    PR_RENDERING_POSITION, PR_ATTACH_MIME_TAG_W, PR_OBJECT_TYPE,
-    PR_RECORD_KEY,        PR_INSTANCE_KEY};
-
 constexpr PropertyTag recipientColumns[] = {PR_ROWID,       PR_RECIPIENT_TYPE, PR_DISPLAY_NAME_W, PR_ENTRYID,
                                             PR_ADDRTYPE_W,  PR_EMAIL_ADDRESS_W, PR_SEARCH_KEY,    PR_OBJECT_TYPE,
                                             PR_DISPLAY_TYPE};
 
-template <std::size_t Count>
-std::vector<PropertyTag> listOf(const PropertyTag (&tags)[Count]) {
-  return {tags, tags + Count};
-}
+constexpr ULONG objectsOfMessages[] = {PR_MESSAGE_RECIPIENTS, PR_MESSAGE_ATTACHMENTS};
 
 }  // namespace
 
 Message::Message(ScopePointer scope, const store::Guid& folder, store::MessageKind kind)
-    : MapiObject(mutexOf(scope->session)), scope_(std::move(scope)), writable_(true), isSaved_(false),
+    : MapiObject(homeOf(scope->session)), scope_(std::move(scope)), writable_(true), isSaved_(false),
       draft_(scope_->session->database) {
   info_.folder = folder;
   info_.kind = kind;
@@ -40,7 +33,7 @@ Message::Message(ScopePointer scope, const store::Guid& folder, store::MessageKi
 }
 
 Message::Message(ScopePointer scope, const store::MessageInfo& info, bool writable)
-    : MapiObject(mutexOf(scope->session)), scope_(std::move(scope)), writable_(writable), isSaved_(true), info_(info),
+    : MapiObject(homeOf(scope->session)), scope_(std::move(scope)), writable_(writable), isSaved_(true), info_(info),
       draft_(scope_->session->database) {
   draft_.setSaved(info.id, std::nullopt);
 }
@@ -50,7 +43,7 @@ bool Message::hasAttachments() const {
   return SUCCEEDED(attachmentNumbers(numbers)) && !numbers.empty();
 }
 
-Property Message::computed(PropertyTag tag, const Property& source) const {
+Property Message::computed(PropertyTag tag, std::span<const Property> sources) const {
   store::MessageInfo info = info_;
   if (readState_) info.isRead = *readState_;
   if (!attachments_.empty()) info.hasAttachments = hasAttachments();
@@ -67,7 +60,7 @@ Property Message::computed(PropertyTag tag, const Property& source) const {
       default: break;
     }
   }
-  return computedMessageProperty(*scope_, info, tag, writable_, source);
+  return computedMessageProperty(*scope_, info, tag, writable_, sources);
 }
 
 HRESULT Message::readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) {
@@ -80,18 +73,24 @@ HRESULT Message::readProperties(std::span<const PropertyTag> tags, std::vector<P
     info_.isRead = now.isRead;
     info_.folder = now.folder;
   }
-  std::vector<PropertyTag> stored;
-  for (const PropertyTag tag : tags) stored.push_back(isComputedMessageTag(tag) ? sourceOf(tag) : tag);
   std::vector<PropertyTag> asked;
-  std::ranges::copy_if(stored, std::back_inserter(asked), [](PropertyTag tag) { return tag != 0; });
+  for (const PropertyTag tag : tags) {
+    const auto sources = isComputedMessageTag(tag) ? sourcesOf(tag) : std::span(&tag, PROP_ID(tag) != 0 ? 1 : 0);
+    asked.insert(asked.end(), sources.begin(), sources.end());
+  }
   std::vector<Property> present;
   if (!asked.empty()) {
     if (const HRESULT result = draft_.read(asked, present); FAILED(result)) return result;
   }
   std::size_t next = 0;
-  for (std::size_t i = 0; i < tags.size(); ++i) {
-    Property property = stored[i] ? std::move(present[next++]) : Property{};
-    found.push_back(isComputedMessageTag(tags[i]) ? computed(tags[i], property) : std::move(property));
+  for (const PropertyTag tag : tags) {
+    if (isComputedMessageTag(tag)) {
+      const auto sources = std::span<const Property>(present).subspan(next, sourcesOf(tag).size());
+      found.push_back(computed(tag, sources));
+      next += sources.size();
+    } else {
+      found.push_back(PROP_ID(tag) != 0 ? std::move(present[next++]) : Property{});
+    }
   }
   return S_OK;
 }
@@ -108,9 +107,13 @@ HRESULT Message::readAllProperties(std::vector<Property>& found) {
   return S_OK;
 }
 
+std::span<const ULONG> Message::objectTags() const { return objectsOfMessages; }
+
 HRESULT Message::checkProperty(PropertyTag tag) const {
   // Its flags are the maker's until the first save.
   if (PROP_ID(tag) == PROP_ID(PR_MESSAGE_FLAGS) && !isSaved_) return S_OK;
+  // Computed only where nobody has set one.
+  if (PROP_ID(tag) == PROP_ID(PR_SUBJECT_PREFIX_W)) return S_OK;
   return isComputedMessageTag(tag) ? MAPI_E_COMPUTED : S_OK;
 }
 
@@ -190,7 +193,7 @@ HRESULT Message::openProperty(ULONG tag, REFIID iid, ULONG options, ULONG flags,
   }
   StreamWish wish;
   if (const HRESULT result = streamWish(tag, iid, options, flags, writable_, wish); FAILED(result)) return result;
-  if (isComputedMessageTag(tag))
+  if (FAILED(checkProperty(tag)) || PROP_ID(tag) == PROP_ID(PR_SUBJECT_PREFIX_W))
     return wish.writable ? MAPI_E_COMPUTED : openHostStream(*this, this, mutex(), tag, iid, 0, 0, object);
   std::shared_ptr<StreamContent> content;
   if (const HRESULT result = draft_.openContent(tag, wish.writable, wish.create, content); FAILED(result))
@@ -214,6 +217,12 @@ HRESULT Message::attachmentNumbers(std::vector<ULONG>& numbers) const {
   return S_OK;
 }
 
+HRESULT Message::attachmentRow(ULONG number, std::vector<Property>& row) const {
+  DraftProperties draft(scope_->session->database);
+  if (const HRESULT result = attachmentDraft(number, draft); FAILED(result)) return result;
+  return provider::attachmentRow(*scope_, number, draft, row);
+}
+
 HRESULT Message::attachmentDraft(ULONG number, DraftProperties& draft) const {
   std::vector<ULONG> numbers;
   if (const HRESULT result = attachmentNumbers(numbers); FAILED(result)) return result;
@@ -231,18 +240,10 @@ STDMETHODIMP Message::GetAttachmentTable(ULONG flags, LPMAPITABLE* table) {
   if (!table) return MAPI_E_INVALID_PARAMETER;
   return locked([&] {
     *table = nullptr;
+    // What is wrong with the message is said here, not row by row.
     std::vector<ULONG> numbers;
     if (const HRESULT result = attachmentNumbers(numbers); FAILED(result)) return result;
-    std::vector<MemoryRows::Row> rows;
-    for (const ULONG number : numbers) {
-      DraftProperties draft(scope_->session->database);
-      if (const HRESULT result = attachmentDraft(number, draft); FAILED(result)) return result;
-      MemoryRows::Row row;
-      if (const HRESULT result = attachmentRow(*scope_, number, draft, row); FAILED(result)) return result;
-      rows.push_back(std::move(row));
-    }
-    auto source = std::make_unique<MemoryRows>(listOf(attachmentColumns), std::move(rows));
-    auto opened = makeObject<MapiTable>(mutex(), std::move(source), textForm(flags));
+    auto opened = makeObject<MapiTable>(home(), std::make_unique<AttachmentRows>(this), textForm(flags));
     return handOut(opened, table);
   });
 }
@@ -286,10 +287,11 @@ HRESULT Message::keepAttachment(ULONG number, PropertyChanges changes) {
                      (known != attachments_.end() && known->second.state == AttachmentState::Added);
   const auto state = added ? AttachmentState::Added : AttachmentState::Changed;
   attachments_.insert_or_assign(number, PendingAttachment{state, std::move(changes)});
+  ++attachmentState_;
   return S_OK;
 }
 
-STDMETHODIMP Message::DeleteAttach(ULONG number, ULONG, LPMAPIPROGRESS, ULONG) {
+STDMETHODIMP Message::DeleteAttach(ULONG number, UlongPtr, LPMAPIPROGRESS, ULONG) {
   return locked([&] {
     if (!writable_) return MAPI_E_NO_ACCESS;
     std::vector<ULONG> numbers;
@@ -299,6 +301,7 @@ STDMETHODIMP Message::DeleteAttach(ULONG number, ULONG, LPMAPIPROGRESS, ULONG) {
     const auto known = attachments_.find(number);
     if (known != attachments_.end() && known->second.state == AttachmentState::Added) attachments_.erase(known);
     else attachments_.insert_or_assign(number, PendingAttachment{AttachmentState::Removed, {}});
+    ++attachmentState_;
     return S_OK;
   });
 }
@@ -307,8 +310,9 @@ STDMETHODIMP Message::GetRecipientTable(ULONG flags, LPMAPITABLE* table) {
   if (!table) return MAPI_E_INVALID_PARAMETER;
   return locked([&] {
     *table = nullptr;
-    auto source = std::make_unique<MemoryRows>(listOf(recipientColumns), std::vector<MemoryRows::Row>{});
-    auto opened = makeObject<MapiTable>(mutex(), std::move(source), textForm(flags));
+    auto source = std::make_unique<MemoryRows>(std::vector(std::begin(recipientColumns), std::end(recipientColumns)),
+                                               std::vector<MemoryRows::Row>{});
+    auto opened = makeObject<MapiTable>(home(), std::move(source), textForm(flags));
     return handOut(opened, table);
   });
 }
@@ -320,7 +324,7 @@ STDMETHODIMP Message::ModifyRecipients(ULONG, LPADRLIST recipients) {
 STDMETHODIMP Message::SubmitMessage(ULONG) { return MAPI_E_NO_SUPPORT; }
 
 STDMETHODIMP Message::SetReadFlag(ULONG flags) {
-  if ((flags & SUPPRESS_RECEIPT) && (flags & CLEAR_READ_FLAG)) return MAPI_E_INVALID_PARAMETER;
+  if (const HRESULT result = checkReadFlags(flags); FAILED(result)) return result;
   return locked([&] {
     if (flags & (GENERATE_RECEIPT_ONLY | CLEAR_RN_PENDING | CLEAR_NRN_PENDING)) return S_OK;  // there are no receipts
     const bool isRead = (flags & CLEAR_READ_FLAG) == 0;

@@ -20,7 +20,7 @@ public:
   STDMETHODIMP GetAttachmentTable(ULONG flags, LPMAPITABLE* table) override;
   STDMETHODIMP OpenAttach(ULONG number, LPCIID iid, ULONG flags, LPATTACH* attachment) override;
   STDMETHODIMP CreateAttach(LPCIID iid, ULONG flags, ULONG* number, LPATTACH* attachment) override;
-  STDMETHODIMP DeleteAttach(ULONG number, ULONG window, LPMAPIPROGRESS progress, ULONG flags) override;
+  STDMETHODIMP DeleteAttach(ULONG number, UlongPtr window, LPMAPIPROGRESS progress, ULONG flags) override;
   STDMETHODIMP GetRecipientTable(ULONG flags, LPMAPITABLE* table) override;
   STDMETHODIMP ModifyRecipients(ULONG flags, LPADRLIST recipients) override;
   STDMETHODIMP SubmitMessage(ULONG flags) override;
@@ -28,6 +28,13 @@ public:
 
   // For its attachments: takes over what one of them saved, for the message's own next save.
   HRESULT keepAttachment(ULONG number, PropertyChanges changes);
+
+  // For its attachment tables: the numbers of all attachments that are there, with this object's changes; what one of
+  // them shows (MAPI_E_NOT_FOUND); another number when there are others.
+  HRESULT attachmentNumbers(std::vector<ULONG>& numbers) const;
+  HRESULT attachmentRow(ULONG number, std::vector<Property>& row) const;
+  std::uint64_t attachmentState() const noexcept { return attachmentState_; }
+
   const StoreScope& scope() const noexcept { return *scope_; }
 
 private:
@@ -39,16 +46,15 @@ private:
 
   HRESULT readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) override;
   HRESULT readAllProperties(std::vector<Property>& found) override;
+  std::span<const ULONG> objectTags() const override;
   HRESULT checkWritable() const override { return writable_ ? S_OK : MAPI_E_NO_ACCESS; }
   HRESULT checkProperty(PropertyTag tag) const override;
   HRESULT changeProperties(std::span<const Property> set, std::span<const PropertyTag> remove) override;
   HRESULT saveChanges(ULONG flags) override;
   HRESULT openProperty(ULONG tag, REFIID iid, ULONG options, ULONG flags, IUnknown** object) override;
 
-  Property computed(PropertyTag tag, const Property& source) const;
+  Property computed(PropertyTag tag, std::span<const Property> sources) const;
   HRESULT draftOf(store::MessageDraft& draft, bool force) const;
-  // The numbers of all attachments that are there, with this object's changes.
-  HRESULT attachmentNumbers(std::vector<ULONG>& numbers) const;
   // What an attachment's own object starts from. MAPI_E_NOT_FOUND.
   HRESULT attachmentDraft(ULONG number, DraftProperties& draft) const;
   bool hasAttachments() const;
@@ -61,6 +67,7 @@ private:
   DraftProperties draft_;
   std::map<ULONG, PendingAttachment> attachments_;
   ULONG nextAttachment_ = 0;       // never given out twice by this object
+  std::uint64_t attachmentState_ = 0;
 };
 
 }  // namespace fendrel::provider

@@ -10,7 +10,7 @@ constexpr PropertyTag messageTags[] = {
     PR_STORE_ENTRYID,  PR_MESSAGE_FLAGS, PR_MESSAGE_SIZE,      PR_HASATTACH,         PR_NORMALIZED_SUBJECT_W,
     PR_SUBJECT_PREFIX_W, PR_ACCESS,      PR_ACCESS_LEVEL,      PR_CREATION_TIME,     PR_LAST_MODIFICATION_TIME,
     PR_DISPLAY_TO_W,   PR_DISPLAY_CC_W,  PR_DISPLAY_BCC_W,     PR_STORE_RECORD_KEY,  PR_MDB_PROVIDER,
-    PR_MAPPING_SIGNATURE, PR_INSTANCE_KEY, PR_STORE_SUPPORT_MASK};
+    PR_MAPPING_SIGNATURE, PR_INSTANCE_KEY, PR_STORE_SUPPORT_MASK, PR_MSG_STATUS};
 
 // "RE: " and the like: one to three letters, a colon and a blank.
 std::size_t prefixLength(std::u16string_view subject) {
@@ -23,12 +23,17 @@ std::size_t prefixLength(std::u16string_view subject) {
   return std::ranges::all_of(subject.substr(0, colon), isLetter) ? colon + 2 : 0;
 }
 
-Property subjectPart(const Property& subject, PropertyTag tag) {
+// What the subject begins with: the prefix that was set, as long as it does begin with it, else what looks like one.
+Property subjectPart(const Property& subject, const Property& setPrefix, PropertyTag tag) {
   const auto* text = textOf(subject);
-  if (!text) return {};
-  const std::size_t prefix = prefixLength(*text);
+  const auto* set = textOf(setPrefix);
+  if (!text) return set && tag == PR_SUBJECT_PREFIX_W ? setPrefix : Property{};
+  const std::size_t prefix = set && text->starts_with(*set) ? set->size() : prefixLength(*text);
   return makeProperty(tag, tag == PR_SUBJECT_PREFIX_W ? text->substr(0, prefix) : text->substr(prefix));
 }
+
+constexpr PropertyTag flagSources[] = {anyType(PR_MESSAGE_FLAGS)};
+constexpr PropertyTag subjectSources[] = {anyType(PR_SUBJECT_W), anyType(PR_SUBJECT_PREFIX_W)};
 
 }  // namespace
 
@@ -38,27 +43,33 @@ bool isComputedMessageTag(PropertyTag tag) {
   return std::ranges::any_of(messageTags, [&](PropertyTag one) { return PROP_ID(one) == PROP_ID(tag); });
 }
 
-PropertyTag sourceOf(PropertyTag tag) {
+std::span<const PropertyTag> sourcesOf(PropertyTag tag) {
   switch (PROP_ID(tag)) {
-    case PROP_ID(PR_MESSAGE_FLAGS): return anyType(PR_MESSAGE_FLAGS);
+    case PROP_ID(PR_MESSAGE_FLAGS): return flagSources;
     case PROP_ID(PR_NORMALIZED_SUBJECT_W):
-    case PROP_ID(PR_SUBJECT_PREFIX_W): return anyType(PR_SUBJECT_W);
-    default: return 0;
+    case PROP_ID(PR_SUBJECT_PREFIX_W): return subjectSources;
+    default: return {};
   }
 }
 
-Property messageFlags(const Property& source, bool isRead, bool hasAttachments, bool isAssociated) {
-  constexpr ULONG known = MSGFLAG_READ | MSGFLAG_HASATTACH | MSGFLAG_ASSOCIATED;
+HRESULT checkReadFlags(ULONG flags) {
+  const bool isContradiction = (flags & CLEAR_READ_FLAG) && (flags & (SUPPRESS_RECEIPT | GENERATE_RECEIPT_ONLY));
+  return isContradiction ? MAPI_E_INVALID_PARAMETER : S_OK;
+}
+
+Property messageFlags(const Property& source, const store::MessageInfo& message) {
+  constexpr ULONG known = MSGFLAG_READ | MSGFLAG_HASATTACH | MSGFLAG_ASSOCIATED | MSGFLAG_UNMODIFIED;
   // A message that was never submitted is a draft unless its maker said otherwise.
   ULONG flags = longOf(source) ? static_cast<ULONG>(*longOf(source)) & ~known : MSGFLAG_UNSENT;
-  if (isRead) flags |= MSGFLAG_READ;
-  if (hasAttachments) flags |= MSGFLAG_HASATTACH;
-  if (isAssociated) flags |= MSGFLAG_ASSOCIATED;
+  if (message.isRead) flags |= MSGFLAG_READ;
+  if (message.hasAttachments) flags |= MSGFLAG_HASATTACH;
+  if (message.kind == store::MessageKind::Associated) flags |= MSGFLAG_ASSOCIATED;
+  if (message.revision == 1) flags |= MSGFLAG_UNMODIFIED;
   return makeProperty(PR_MESSAGE_FLAGS, static_cast<std::int32_t>(flags));
 }
 
 Property computedMessageProperty(const StoreScope& scope, const store::MessageInfo& message, PropertyTag tag,
-                                 bool writable, const Property& source) {
+                                 bool writable, std::span<const Property> sources) {
   switch (PROP_ID(tag)) {
     case PROP_ID(PR_OBJECT_TYPE): return longProperty(PR_OBJECT_TYPE, MAPI_MESSAGE);
     case PROP_ID(PR_ENTRYID): return makeProperty(PR_ENTRYID, scope.messageEntryId(message.id));
@@ -68,18 +79,18 @@ Property computedMessageProperty(const StoreScope& scope, const store::MessageIn
     case PROP_ID(PR_PARENT_ENTRYID): return makeProperty(PR_PARENT_ENTRYID, scope.folderEntryId(message.folder));
     case PROP_ID(PR_STORE_ENTRYID): return makeProperty(PR_STORE_ENTRYID, scope.storeEntryId());
     case PROP_ID(PR_STORE_RECORD_KEY): return makeProperty(PR_STORE_RECORD_KEY, bytesOf(scope.store.id));
-    case PROP_ID(PR_MAPPING_SIGNATURE): return makeProperty(PR_MAPPING_SIGNATURE, bytesOf(scope.store.id));
+    case PROP_ID(PR_MAPPING_SIGNATURE): return makeProperty(PR_MAPPING_SIGNATURE, scope.mappingSignature());
     case PROP_ID(PR_MDB_PROVIDER): {
       const auto* uid = reinterpret_cast<const std::byte*>(&providerId());
       return makeProperty(PR_MDB_PROVIDER, store::Bytes(uid, uid + sizeof(MAPIUID)));
     }
     case PROP_ID(PR_MESSAGE_FLAGS):
-      return messageFlags(source, message.isRead, message.hasAttachments,
-                          message.kind == store::MessageKind::Associated);
+      return messageFlags(sources[0], message);
     case PROP_ID(PR_MESSAGE_SIZE): return longProperty(PR_MESSAGE_SIZE, message.size);
     case PROP_ID(PR_HASATTACH): return makeProperty(PR_HASATTACH, message.hasAttachments);
-    case PROP_ID(PR_NORMALIZED_SUBJECT_W): return subjectPart(source, PR_NORMALIZED_SUBJECT_W);
-    case PROP_ID(PR_SUBJECT_PREFIX_W): return subjectPart(source, PR_SUBJECT_PREFIX_W);
+    case PROP_ID(PR_NORMALIZED_SUBJECT_W): return subjectPart(sources[0], sources[1], PR_NORMALIZED_SUBJECT_W);
+    case PROP_ID(PR_SUBJECT_PREFIX_W): return subjectPart(sources[0], sources[1], PR_SUBJECT_PREFIX_W);
+    case PROP_ID(PR_MSG_STATUS): return makeProperty(PR_MSG_STATUS, static_cast<std::int32_t>(message.status));
     case PROP_ID(PR_ACCESS):
       return longProperty(PR_ACCESS, scope.writable ? MAPI_ACCESS_READ | MAPI_ACCESS_MODIFY | MAPI_ACCESS_DELETE
                                                     : MAPI_ACCESS_READ);

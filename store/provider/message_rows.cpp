@@ -12,35 +12,37 @@ class Plan {
 public:
   Plan(const StoreScope& scope, std::span<const PropertyTag> columns) : scope_(scope), columns_(columns) {
     for (const PropertyTag column : columns) {
-      const PropertyTag asked = isComputedMessageTag(column) ? sourceOf(column) : column;
-      places_.push_back(asked ? stored_.size() : nowhere);
-      if (asked) stored_.push_back(asked);
+      if (isComputedMessageTag(column)) {
+        const auto sources = sourcesOf(column);
+        stored_.insert(stored_.end(), sources.begin(), sources.end());
+      } else if (PROP_ID(column) != 0) {  // nothing is stored under PR_NULL
+        stored_.push_back(column);
+      }
     }
   }
 
   std::span<const PropertyTag> stored() const noexcept { return stored_; }
 
   std::vector<Property> rowOf(store::MessageRow& row) const {
-    const Property nothing{};
     std::vector<Property> values;
     values.reserve(columns_.size());
-    for (std::size_t i = 0; i < columns_.size(); ++i) {
-      if (isComputedMessageTag(columns_[i])) {
-        const Property& source = places_[i] == nowhere ? nothing : row.values[places_[i]];
-        values.push_back(computedMessageProperty(scope_, row.message, columns_[i], scope_.writable, source));
+    std::size_t next = 0;
+    for (const PropertyTag column : columns_) {
+      if (isComputedMessageTag(column)) {
+        const auto sources = std::span(row.values).subspan(next, sourcesOf(column).size());
+        values.push_back(computedMessageProperty(scope_, row.message, column, scope_.writable, sources));
+        next += sources.size();
       } else {
-        values.push_back(std::move(row.values[places_[i]]));
+        values.push_back(PROP_ID(column) != 0 ? std::move(row.values[next++]) : Property{});
       }
     }
     return values;
   }
 
 private:
-  static constexpr std::size_t nowhere = static_cast<std::size_t>(-1);
   const StoreScope& scope_;
   std::span<const PropertyTag> columns_;
-  std::vector<PropertyTag> stored_;
-  std::vector<std::size_t> places_;
+  std::vector<PropertyTag> stored_;  // those of each column, one after another
 };
 
 }  // namespace
@@ -49,7 +51,8 @@ std::vector<PropertyTag> MessageRows::defaultColumns() const {
   return {PR_ENTRYID,     PR_SUBJECT_W,     PR_MESSAGE_CLASS_W,    PR_MESSAGE_FLAGS,         PR_MESSAGE_SIZE,
           PR_HASATTACH,   PR_SENDER_NAME_W, PR_CLIENT_SUBMIT_TIME, PR_MESSAGE_DELIVERY_TIME, PR_LAST_MODIFICATION_TIME,
           PR_IMPORTANCE,  PR_SENSITIVITY,   PR_DISPLAY_TO_W,       PR_DISPLAY_NAME_W,        PR_NORMALIZED_SUBJECT_W,
-          PR_OBJECT_TYPE, PR_RECORD_KEY,    PR_INSTANCE_KEY};
+          PR_OBJECT_TYPE, PR_RECORD_KEY,    PR_INSTANCE_KEY,       PR_DISPLAY_CC_W,          PR_MSG_STATUS,
+          PR_PARENT_ENTRYID, PR_STORE_ENTRYID, PR_STORE_RECORD_KEY, PR_MAPPING_SIGNATURE};
 }
 
 std::vector<PropertyTag> MessageRows::allColumns() const {

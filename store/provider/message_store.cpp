@@ -41,7 +41,7 @@ std::vector<Property> computedStoreProperties(const StoreScope& scope) {
       makeProperty(PR_INSTANCE_KEY, bytesOf(scope.store.id)),
       makeProperty(PR_STORE_ENTRYID, scope.storeEntryId()),
       makeProperty(PR_STORE_RECORD_KEY, bytesOf(scope.store.id)),
-      makeProperty(PR_MAPPING_SIGNATURE, bytesOf(scope.store.id)),
+      makeProperty(PR_MAPPING_SIGNATURE, scope.mappingSignature()),
       makeProperty(PR_DISPLAY_NAME_W, scope.store.displayName),
       makeProperty(PR_PROVIDER_DISPLAY_W, std::u16string(u"Fendrel message store")),
       makeProperty(PR_MDB_PROVIDER, store::Bytes(uid, uid + sizeof(MAPIUID))),
@@ -97,8 +97,8 @@ HRESULT MessageStore::openProperty(ULONG tag, REFIID iid, ULONG options, ULONG f
   return openHostStream(*this, this, mutex(), tag, iid, options, flags, object);
 }
 
-STDMETHODIMP MessageStore::Advise(ULONG, LPENTRYID, ULONG, LPMAPIADVISESINK, ULONG*) { return MAPI_E_NO_SUPPORT; }
-STDMETHODIMP MessageStore::Unadvise(ULONG) { return MAPI_E_NO_SUPPORT; }
+STDMETHODIMP MessageStore::Advise(ULONG, LPENTRYID, ULONG, LPMAPIADVISESINK, UlongPtr*) { return MAPI_E_NO_SUPPORT; }
+STDMETHODIMP MessageStore::Unadvise(UlongPtr) { return MAPI_E_NO_SUPPORT; }
 
 STDMETHODIMP MessageStore::CompareEntryIDs(ULONG size1, LPENTRYID entryId1, ULONG size2, LPENTRYID entryId2, ULONG,
                                            ULONG* equal) {
@@ -129,7 +129,20 @@ STDMETHODIMP MessageStore::GetReceiveFolder(LPTSTR, ULONG flags, ULONG* size, LP
   });
 }
 
-STDMETHODIMP MessageStore::GetReceiveFolderTable(ULONG, LPMAPITABLE*) { return MAPI_E_NO_SUPPORT; }
+STDMETHODIMP MessageStore::GetReceiveFolderTable(ULONG flags, LPMAPITABLE* table) {
+  if (!table) return MAPI_E_INVALID_PARAMETER;
+  return locked([&]() -> HRESULT {
+    *table = nullptr;
+    const store::Guid& inbox = scope_->store.inbox;
+    if (inbox == store::noGuid) return MAPI_E_NO_SUPPORT;
+    const MemoryRows::Row row = {makeProperty(PR_MESSAGE_CLASS_W, std::u16string()),
+                                 makeProperty(PR_ENTRYID, scope_->folderEntryId(inbox)),
+                                 makeProperty(PR_RECORD_KEY, bytesOf(inbox)),
+                                 makeProperty(PR_INSTANCE_KEY, bytesOf(inbox)), longProperty(PR_ROWID, 1)};
+    auto opened = makeObject<MapiTable>(home(), oneRow(row), textForm(flags));
+    return handOut(opened, table);
+  });
+}
 STDMETHODIMP MessageStore::StoreLogoff(ULONG*) { return S_OK; }
 STDMETHODIMP MessageStore::AbortSubmit(ULONG, LPENTRYID, ULONG) { return MAPI_E_NO_SUPPORT; }
 STDMETHODIMP MessageStore::GetOutgoingQueue(ULONG, LPMAPITABLE*) { return MAPI_E_NO_SUPPORT; }

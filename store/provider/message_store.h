@@ -8,10 +8,11 @@ namespace fendrel::provider {
 
 class MessageStore final : public MapiObject<IMsgStore> {
 public:
-  explicit MessageStore(ScopePointer scope) : MapiObject(mutexOf(scope->session)), scope_(std::move(scope)) {}
+  explicit MessageStore(ScopePointer scope) : MapiObject(homeOf(scope->session)), scope_(std::move(scope)) {}
 
-  STDMETHODIMP Advise(ULONG size, LPENTRYID entryId, ULONG events, LPMAPIADVISESINK sink, ULONG* connection) override;
-  STDMETHODIMP Unadvise(ULONG connection) override;
+  STDMETHODIMP Advise(ULONG size, LPENTRYID entryId, ULONG events, LPMAPIADVISESINK sink,
+                      UlongPtr* connection) override;
+  STDMETHODIMP Unadvise(UlongPtr connection) override;
   STDMETHODIMP CompareEntryIDs(ULONG size1, LPENTRYID entryId1, ULONG size2, LPENTRYID entryId2, ULONG flags,
                                ULONG* equal) override;
   STDMETHODIMP OpenEntry(ULONG size, LPENTRYID entryId, LPCIID iid, ULONG flags, ULONG* objectType,

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "mapi.h"
+#include "mapi_interfaces.h"
 #include "profiles.h"
 
 namespace fendrel::provider {

@@ -1,7 +1,7 @@
 // Slows down whoever tries passwords.
 #pragma once
 
-#include "mapi.h"
+#include "mapi_interfaces.h"
 #include "profiles.h"
 
 namespace fendrel::provider {

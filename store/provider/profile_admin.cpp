@@ -1,5 +1,6 @@
 #include "profile_admin.h"
 
+#include "last_error.h"
 #include "mapi_table.h"
 #include "memory_rows.h"
 #include "password.h"
@@ -26,10 +27,8 @@ HRESULT unlockedProfile(store::Database& database, const void* name, const void*
 
 }  // namespace
 
-STDMETHODIMP ProfileAdmin::GetLastError(HRESULT, ULONG, LPMAPIERROR* error) {
-  if (!error) return MAPI_E_INVALID_PARAMETER;
-  *error = nullptr;
-  return S_OK;
+STDMETHODIMP ProfileAdmin::GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) {
+  return guarded([&] { return lastError(database_.get(), result, flags, error); });
 }
 
 STDMETHODIMP ProfileAdmin::GetProfileTable(ULONG flags, LPMAPITABLE* table) {
@@ -49,7 +48,8 @@ STDMETHODIMP ProfileAdmin::GetProfileTable(ULONG flags, LPMAPITABLE* table) {
     auto source = std::make_unique<MemoryRows>(
         std::vector<PropertyTag>{PR_DISPLAY_NAME_W, PR_DEFAULT_PROFILE, PR_INSTANCE_KEY, PR_MAILBOX_OWNER_NAME_W},
         std::move(rows));
-    auto opened = makeObject<MapiTable>(std::make_shared<std::recursive_mutex>(), std::move(source), textForm(flags));
+    auto opened = makeObject<MapiTable>(ObjectHome{std::make_shared<std::recursive_mutex>(), database_}, std::move(source),
+                                         textForm(flags));
     return handOut(opened, table);
   });
 }
@@ -66,6 +66,7 @@ STDMETHODIMP ProfileAdmin::CreateProfile(LPTSTR name, LPTSTR password, ULONG_PTR
       if (const HRESULT result = hashPassword(secret, profile.password); FAILED(result)) return result;
     }
     const auto status = store::createProfile(*database_, profile);
+    if (status == store::Status::Ok) noteMade(profile.name);
     // The published answer to a name that is taken.
     return status == store::Status::AlreadyExists ? MAPI_E_NO_ACCESS : toResult(status);
   });
@@ -93,7 +94,34 @@ STDMETHODIMP ProfileAdmin::ChangeProfilePassword(LPTSTR name, LPTSTR oldPassword
   });
 }
 
-STDMETHODIMP ProfileAdmin::CopyProfile(LPTSTR, LPTSTR, LPTSTR, ULONG_PTR, ULONG) { return MAPI_E_NO_SUPPORT; }
+// The copy has the same user and password, and a mailbox of its own.
+STDMETHODIMP ProfileAdmin::CopyProfile(LPTSTR name, LPTSTR password, LPTSTR newName, ULONG_PTR, ULONG flags) {
+  if (!name || !newName) return MAPI_E_INVALID_PARAMETER;
+  return guarded([&]() -> HRESULT {
+    store::Profile profile;
+    const std::u16string wanted = textArgument(newName, flags);
+    if (wanted.empty() || wanted.size() > longestName) return MAPI_E_INVALID_PARAMETER;
+    if (const HRESULT result = unlockedProfile(*database_, name, password, flags, profile); FAILED(result)) {
+      return result;
+    }
+    store::Profile copy;
+    copy.name = wanted;
+    copy.userName = profile.userName;
+    copy.password = profile.password;
+    const auto status = store::createProfile(*database_, copy);
+    return status == store::Status::AlreadyExists ? MAPI_E_NO_ACCESS : toResult(status);
+  });
+}
+
+void ProfileAdmin::noteMade(const std::u16string& name) {
+  const std::lock_guard lock(mutex_);
+  made_.insert(name);
+}
+
+bool ProfileAdmin::hasMade(const std::u16string& name) {
+  const std::lock_guard lock(mutex_);
+  return made_.contains(name);
+}
 
 STDMETHODIMP ProfileAdmin::RenameProfile(LPTSTR name, LPTSTR password, LPTSTR newName, ULONG_PTR, ULONG flags) {
   if (!name || !newName) return MAPI_E_INVALID_PARAMETER;
@@ -121,7 +149,7 @@ STDMETHODIMP ProfileAdmin::AdminServices(LPTSTR name, LPTSTR password, ULONG_PTR
     if (const HRESULT result = unlockedProfile(*database_, name, password, flags, profile); FAILED(result)) {
       return result;
     }
-    auto opened = makeObject<ServiceAdmin>(database_, profile.name);
+    auto opened = makeObject<ServiceAdmin>(database_, profile.name, hasMade(profile.name));
     return handOut(opened, admin);
   });
 }

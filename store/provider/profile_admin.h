@@ -2,9 +2,11 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
+#include <set>
 #include <string>
 
-#include "com_object.h"
+#include "mapi_interfaces.h"
 #include "database.h"
 
 namespace fendrel::provider {
@@ -26,7 +28,12 @@ public:
                              LPSERVICEADMIN* admin) override;
 
 private:
+  void noteMade(const std::u16string& name);
+  bool hasMade(const std::u16string& name);
+
   std::shared_ptr<store::Database> database_;
+  std::mutex mutex_;
+  std::set<std::u16string> made_;  // by this object
 };
 
 }  // namespace fendrel::provider

@@ -7,7 +7,7 @@
 namespace fendrel::provider {
 
 ProfileSection::ProfileSection(std::shared_ptr<store::Database> database, std::u16string profile, bool writable)
-    : MapiObject(std::make_shared<std::recursive_mutex>()), database_(std::move(database)),
+    : MapiObject({std::make_shared<std::recursive_mutex>(), database}), database_(std::move(database)),
       profile_(std::move(profile)), writable_(writable) {}
 
 HRESULT ProfileSection::readAllProperties(std::vector<Property>& found) {

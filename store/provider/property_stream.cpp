@@ -59,20 +59,16 @@ STDMETHODIMP PropertyStream::CopyTo(IStream* target, ULARGE_INTEGER size, ULARGE
                                     ULARGE_INTEGER* written) {
   if (!target) return STG_E_INVALIDPOINTER;
   ULARGE_INTEGER readHere{}, writtenHere{};
-  const HRESULT result = guarded(*mutex_, [&]() -> HRESULT {
+  // The lock is not held while the target writes: it may be of a session whose thread copies the other way.
+  const HRESULT result = guarded([&]() -> HRESULT {
     std::array<std::byte, 32 * 1024> buffer;
     while (readHere.QuadPart < size.QuadPart) {
-      const auto wanted =
-          static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), size.QuadPart - readHere.QuadPart));
-      std::size_t count = 0;
-      if (const HRESULT failed = content_->read(position_, std::span(buffer).first(wanted), count); FAILED(failed)) {
-        return failed;
-      }
+      const auto wanted = static_cast<ULONG>(std::min<std::uint64_t>(buffer.size(), size.QuadPart - readHere.QuadPart));
+      ULONG count = 0, accepted = 0;
+      if (const HRESULT failed = Read(buffer.data(), wanted, &count); FAILED(failed)) return failed;
       if (count == 0) break;
-      position_ += count;
       readHere.QuadPart += count;
-      ULONG accepted = 0;
-      const HRESULT failed = target->Write(buffer.data(), static_cast<ULONG>(count), &accepted);
+      const HRESULT failed = target->Write(buffer.data(), count, &accepted);
       writtenHere.QuadPart += accepted;
       if (FAILED(failed)) return failed;
       if (accepted < count) return STG_E_MEDIUMFULL;

@@ -4,7 +4,7 @@
 #include <memory>
 #include <mutex>
 
-#include "com_object.h"
+#include "mapi_interfaces.h"
 #include "stream_content.h"
 
 namespace fendrel::provider {

@@ -33,6 +33,21 @@ HRESULT takeManyTexts(const SPropValue& value, Property& property) {
   return S_OK;
 }
 
+// The arrays of all lists lie in the union alike: a count and a pointer.
+static_assert(offsetof(SLongArray, lpl) == offsetof(SShortArray, lpi) &&
+              offsetof(SLongArray, lpl) == offsetof(SGuidArray, lpguid) &&
+              offsetof(SLongArray, lpl) == offsetof(SDateTimeArray, lpft));
+
+template <class Fixed>
+HRESULT takeManyFixed(const SPropValue& value, Property& property) {
+  const auto& array = value.Value.MVl;
+  if (array.cValues && !array.lpl) return MAPI_E_INVALID_PARAMETER;
+  std::vector<Fixed> values(array.cValues);
+  if (!values.empty()) std::memcpy(values.data(), array.lpl, values.size() * sizeof(Fixed));
+  property.value = std::move(values);
+  return S_OK;
+}
+
 HRESULT takeManyBinaries(const SBinaryArray& array, Property& property) {
   if (array.cValues && !array.lpbin) return MAPI_E_INVALID_PARAMETER;
   std::vector<Bytes> values;
@@ -95,7 +110,6 @@ std::size_t roomFor(const Answer& answer) {
   if (const auto* text = std::get_if<std::u16string>(answer.value)) return aligned(roomForText(*text, wide));
   if (const auto* bytes = std::get_if<Bytes>(answer.value)) return aligned(bytes->size());
   if (std::holds_alternative<Guid>(*answer.value)) return aligned(sizeof(GUID));
-  if (const auto* longs = std::get_if<std::vector<std::int32_t>>(answer.value)) return aligned(longs->size() * 4);
   std::size_t room = 0;
   if (const auto* texts = std::get_if<std::vector<std::u16string>>(answer.value)) {
     room = aligned(texts->size() * sizeof(void*));
@@ -103,6 +117,8 @@ std::size_t roomFor(const Answer& answer) {
   } else if (const auto* binaries = std::get_if<std::vector<Bytes>>(answer.value)) {
     room = aligned(binaries->size() * sizeof(SBinary));
     for (const auto& bytes : *binaries) room += aligned(bytes.size());
+  } else if (PROP_TYPE(answer.tag) & MV_FLAG) {
+    room = aligned(static_cast<std::size_t>(store::valueSize(*answer.value)));
   }
   return room;
 }
@@ -136,9 +152,11 @@ struct ValueWriter {
     out.bin.cb = static_cast<ULONG>(value.size());
     out.bin.lpb = arena.copy(value.data(), value.size());
   }
-  void operator()(const std::vector<std::int32_t>& values) const {
+  // The arrays of all lists lie in the union alike: a count and a pointer.
+  template <class Fixed>
+  void operator()(const std::vector<Fixed>& values) const {
     out.MVl.cValues = static_cast<ULONG>(values.size());
-    out.MVl.lpl = reinterpret_cast<LONG*>(arena.copy(values.data(), values.size() * 4));
+    out.MVl.lpl = reinterpret_cast<LONG*>(arena.copy(values.data(), values.size() * sizeof(Fixed)));
   }
   void operator()(const std::vector<std::u16string>& values) const {
     out.MVszW.cValues = static_cast<ULONG>(values.size());
@@ -207,21 +225,18 @@ HRESULT takeValue(const SPropValue& value, Property& property) {
       if (in.bin.cb && !in.bin.lpb) return MAPI_E_INVALID_PARAMETER;
       property.value = copyBytes(in.bin.lpb, in.bin.cb);
       return S_OK;
-    case PT_MV_LONG:
-      if (in.MVl.cValues && !in.MVl.lpl) return MAPI_E_INVALID_PARAMETER;
-      property.value = std::vector<std::int32_t>(in.MVl.lpl, in.MVl.lpl + in.MVl.cValues);
-      return S_OK;
+    case PT_MV_I2: return takeManyFixed<std::int16_t>(value, property);
+    case PT_MV_LONG: return takeManyFixed<std::int32_t>(value, property);
+    case PT_MV_R4: return takeManyFixed<float>(value, property);
+    case PT_MV_DOUBLE:
+    case PT_MV_APPTIME: return takeManyFixed<double>(value, property);
+    case PT_MV_CURRENCY:
+    case PT_MV_I8: return takeManyFixed<std::int64_t>(value, property);
+    case PT_MV_SYSTIME: return takeManyFixed<FileTime>(value, property);
+    case PT_MV_CLSID: return takeManyFixed<Guid>(value, property);
     case PT_MV_STRING8:
     case PT_MV_UNICODE: return takeManyTexts(value, property);
     case PT_MV_BINARY: return takeManyBinaries(in.MVbin, property);
-    case PT_MV_I2:
-    case PT_MV_R4:
-    case PT_MV_DOUBLE:
-    case PT_MV_CURRENCY:
-    case PT_MV_APPTIME:
-    case PT_MV_SYSTIME:
-    case PT_MV_CLSID:
-    case PT_MV_I8:
     case PT_OBJECT: return MAPI_E_TYPE_NO_SUPPORT;
     default: return MAPI_E_INVALID_TYPE;
   }

@@ -4,7 +4,7 @@
 #include <span>
 #include <vector>
 
-#include "mapi_memory.h"
+#include "mapi_interfaces.h"
 #include "property.h"
 #include "text.h"
 

@@ -25,6 +25,11 @@ public:
   virtual std::vector<PropertyTag> defaultColumns() const = 0;
   virtual std::vector<PropertyTag> allColumns() const { return defaultColumns(); }
 
+  virtual bool hasBookmarks() const { return true; }
+
+  // Another number when a table that is open shows other rows from now on.
+  virtual std::uint64_t state() const { return 0; }
+
   // All rows in their natural order.
   virtual HRESULT scan(std::span<const PropertyTag> columns, const RowSink& sink) = 0;
 

@@ -1,18 +1,21 @@
-// IMsgServiceAdmin: the way to a profile's section. There is one service, and it cannot be configured.
+// IMsgServiceAdmin: the way to a profile's section. Every profile has the one service that there is, which cannot be
+// configured, copied or removed.
 #pragma once
 
 #include <memory>
 #include <string>
 
-#include "com_object.h"
+#include "mapi_interfaces.h"
 #include "database.h"
+#include "memory_rows.h"
 
 namespace fendrel::provider {
 
 class ServiceAdmin final : public ComObject<IMsgServiceAdmin> {
 public:
-  ServiceAdmin(std::shared_ptr<store::Database> database, std::u16string profile)
-      : database_(std::move(database)), profile_(std::move(profile)) {}
+  // `profileIsNew`: whoever opens it has just made the profile.
+  ServiceAdmin(std::shared_ptr<store::Database> database, std::u16string profile, bool profileIsNew)
+      : database_(std::move(database)), profile_(std::move(profile)), profileIsNew_(profileIsNew) {}
 
   STDMETHODIMP GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) override;
   STDMETHODIMP GetMsgServiceTable(ULONG flags, LPMAPITABLE* table) override;
@@ -30,8 +33,12 @@ public:
   STDMETHODIMP GetProviderTable(ULONG flags, LPMAPITABLE* table) override;
 
 private:
+  HRESULT serviceUid(store::Bytes& uid) const;
+  HRESULT openTable(MemoryRows::Row row, ULONG flags, LPMAPITABLE* table) const;
+
   std::shared_ptr<store::Database> database_;
   std::u16string profile_;
+  bool profileIsNew_;
 };
 
 }  // namespace fendrel::provider

@@ -1,6 +1,7 @@
 #include "session.h"
 
 #include "entry_opener.h"
+#include "last_error.h"
 #include "mapi_table.h"
 #include "memory_rows.h"
 #include "message_store.h"
@@ -19,21 +20,16 @@ std::vector<PropertyTag> storeColumns() {
 
 }  // namespace
 
-STDMETHODIMP Session::GetLastError(HRESULT, ULONG, LPMAPIERROR* error) {
-  if (!error) return MAPI_E_INVALID_PARAMETER;
-  *error = nullptr;  // the code says all there is to say
-  return S_OK;
+STDMETHODIMP Session::GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) {
+  return guarded([&] { return lastError(context_->database.get(), result, flags, error); });
 }
 
 STDMETHODIMP Session::GetMsgStoresTable(ULONG flags, LPMAPITABLE* table) {
   if (!table) return MAPI_E_INVALID_PARAMETER;
   *table = nullptr;
   return loggedOn([&] {
-    store::StoreInfo publicStore;
-    const auto status = store::findPublicStore(*context_->database, publicStore);
-    if (status != store::Status::Ok) return toResult(status);
     std::vector<MemoryRows::Row> rows;
-    for (const store::Guid& id : {context_->profile.mailbox, publicStore.id}) {
+    for (const store::Guid& id : {context_->profile.mailbox, context_->publicStore}) {
       ScopePointer scope;
       if (const HRESULT result = openStore(context_, id, true, scope); FAILED(result)) return result;
       MemoryRows::Row row;
@@ -42,7 +38,7 @@ STDMETHODIMP Session::GetMsgStoresTable(ULONG flags, LPMAPITABLE* table) {
       rows.push_back(std::move(row));
     }
     auto source = std::make_unique<MemoryRows>(storeColumns(), std::move(rows));
-    auto opened = makeObject<MapiTable>(mutexOf(context_), std::move(source), textForm(flags));
+    auto opened = makeObject<MapiTable>(homeOf(context_), std::move(source), textForm(flags));
     return handOut(opened, table);
   });
 }
@@ -53,7 +49,8 @@ STDMETHODIMP Session::OpenMsgStore(ULONG_PTR, ULONG size, LPENTRYID entryId, LPC
   return loggedOn([&]() -> HRESULT {
     if (!accepts<IMsgStore>(iid)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
     const auto id = decode(size, entryId);
-    if (!id || id->type != MAPI_STORE) return MAPI_E_INVALID_ENTRYID;
+    if (!id) return refusalOf(size, entryId);
+    if (id->type != MAPI_STORE) return MAPI_E_INVALID_ENTRYID;
     ScopePointer scope;
     const bool writable = (flags & (MDB_WRITE | MAPI_BEST_ACCESS)) != 0;
     if (const HRESULT result = openStore(context_, id->object, writable, scope); FAILED(result)) return result;
@@ -85,13 +82,11 @@ STDMETHODIMP Session::GetStatusTable(ULONG flags, LPMAPITABLE* table) {
                                        longProperty(PR_STATUS_CODE, STATUS_AVAILABLE),
                                        longProperty(PR_OBJECT_TYPE, MAPI_STATUS),
                                        longProperty(PR_ROWID, 1),
+                                       makeProperty(PR_ENTRYID, encode({MAPI_STATUS, store::noGuid, profile.id})),
                                        makeProperty(PR_INSTANCE_KEY, bytesOf(profile.id)),
                                        makeProperty(PR_IDENTITY_DISPLAY_W, profile.userName),
                                        makeProperty(PR_IDENTITY_ENTRYID, userEntryId(profile))};
-    std::vector<PropertyTag> columns;
-    for (const Property& property : subsystem) columns.push_back(property.tag);
-    auto source = std::make_unique<MemoryRows>(columns, std::vector<MemoryRows::Row>{subsystem});
-    auto opened = makeObject<MapiTable>(mutexOf(context_), std::move(source), textForm(flags));
+    auto opened = makeObject<MapiTable>(homeOf(context_), oneRow(subsystem), textForm(flags));
     return handOut(opened, table);
   });
 }
@@ -106,8 +101,8 @@ STDMETHODIMP Session::CompareEntryIDs(ULONG size1, LPENTRYID entryId1, ULONG siz
   return compareEntryIds(size1, entryId1, size2, entryId2, equal);
 }
 
-STDMETHODIMP Session::Advise(ULONG, LPENTRYID, ULONG, LPMAPIADVISESINK, ULONG*) { return MAPI_E_NO_SUPPORT; }
-STDMETHODIMP Session::Unadvise(ULONG) { return MAPI_E_NO_SUPPORT; }
+STDMETHODIMP Session::Advise(ULONG, LPENTRYID, ULONG, LPMAPIADVISESINK, UlongPtr*) { return MAPI_E_NO_SUPPORT; }
+STDMETHODIMP Session::Unadvise(UlongPtr) { return MAPI_E_NO_SUPPORT; }
 STDMETHODIMP Session::MessageOptions(ULONG_PTR, ULONG, LPTSTR, LPMESSAGE) { return MAPI_E_NO_SUPPORT; }
 STDMETHODIMP Session::QueryDefaultMessageOpt(LPTSTR, ULONG, ULONG*, LPSPropValue*) { return MAPI_E_NO_SUPPORT; }
 STDMETHODIMP Session::EnumAdrTypes(ULONG, ULONG*, LPTSTR**) { return MAPI_E_NO_SUPPORT; }
@@ -122,6 +117,7 @@ STDMETHODIMP Session::QueryIdentity(ULONG* size, LPENTRYID* entryId) {
 STDMETHODIMP Session::Logoff(ULONG_PTR, ULONG, ULONG) {
   return loggedOn([&] {
     isLoggedOn_ = false;
+    shared_.reset();
     return S_OK;
   });
 }
@@ -132,15 +128,15 @@ STDMETHODIMP Session::AdminServices(ULONG, LPSERVICEADMIN* admin) {
   if (!admin) return MAPI_E_INVALID_PARAMETER;
   *admin = nullptr;
   return loggedOn([&] {
-    auto opened = makeObject<ServiceAdmin>(context_->database, context_->profile.name);
+    auto opened = makeObject<ServiceAdmin>(context_->database, context_->profile.name, false);
     return handOut(opened, admin);
   });
 }
 
-STDMETHODIMP Session::ShowForm(ULONG_PTR, LPMDB, LPMAPIFOLDER, LPCIID, ULONG, LPMESSAGE, ULONG, ULONG, ULONG, ULONG,
+STDMETHODIMP Session::ShowForm(ULONG_PTR, LPMDB, LPMAPIFOLDER, LPCIID, UlongPtr, LPMESSAGE, ULONG, ULONG, ULONG, ULONG,
                                LPSTR) {
   return MAPI_E_NO_SUPPORT;
 }
-STDMETHODIMP Session::PrepareForm(LPCIID, LPMESSAGE, ULONG*) { return MAPI_E_NO_SUPPORT; }
+STDMETHODIMP Session::PrepareForm(LPCIID, LPMESSAGE, UlongPtr*) { return MAPI_E_NO_SUPPORT; }
 
 }  // namespace fendrel::provider

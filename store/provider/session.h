@@ -1,15 +1,22 @@
 // IMAPISession.
 #pragma once
 
-#include "com_object.h"
+#include "mapi_interfaces.h"
 #include "session_context.h"
 
 namespace fendrel::provider {
 
+// The logon that others may share (MAPI_ALLOW_OTHERS). It lasts until all that have it have logged off.
+struct SharedLogon {
+  SessionPointer context;
+};
+
 // After Logoff the session answers MAPI_E_END_OF_SESSION; objects that it opened live on until they are released.
 class Session final : public ComObject<IMAPISession> {
 public:
-  explicit Session(SessionPointer context) : context_(std::move(context)) {}
+  // With `shared` it is one of those that have the shared session.
+  explicit Session(SessionPointer context, std::shared_ptr<SharedLogon> shared = {})
+      : context_(std::move(context)), shared_(std::move(shared)) {}
 
   STDMETHODIMP GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) override;
   STDMETHODIMP GetMsgStoresTable(ULONG flags, LPMAPITABLE* table) override;
@@ -22,8 +29,9 @@ public:
                          LPUNKNOWN* object) override;
   STDMETHODIMP CompareEntryIDs(ULONG size1, LPENTRYID entryId1, ULONG size2, LPENTRYID entryId2, ULONG flags,
                                ULONG* equal) override;
-  STDMETHODIMP Advise(ULONG size, LPENTRYID entryId, ULONG events, LPMAPIADVISESINK sink, ULONG* connection) override;
-  STDMETHODIMP Unadvise(ULONG connection) override;
+  STDMETHODIMP Advise(ULONG size, LPENTRYID entryId, ULONG events, LPMAPIADVISESINK sink,
+                      UlongPtr* connection) override;
+  STDMETHODIMP Unadvise(UlongPtr connection) override;
   STDMETHODIMP MessageOptions(ULONG_PTR window, ULONG flags, LPTSTR addressType, LPMESSAGE message) override;
   STDMETHODIMP QueryDefaultMessageOpt(LPTSTR addressType, ULONG flags, ULONG* count, LPSPropValue* options) override;
   STDMETHODIMP EnumAdrTypes(ULONG flags, ULONG* count, LPTSTR** types) override;
@@ -31,9 +39,9 @@ public:
   STDMETHODIMP Logoff(ULONG_PTR window, ULONG flags, ULONG reserved) override;
   STDMETHODIMP SetDefaultStore(ULONG flags, ULONG size, LPENTRYID entryId) override;
   STDMETHODIMP AdminServices(ULONG flags, LPSERVICEADMIN* admin) override;
-  STDMETHODIMP ShowForm(ULONG_PTR window, LPMDB store, LPMAPIFOLDER folder, LPCIID iid, ULONG token, LPMESSAGE sent,
+  STDMETHODIMP ShowForm(ULONG_PTR window, LPMDB store, LPMAPIFOLDER folder, LPCIID iid, UlongPtr token, LPMESSAGE sent,
                         ULONG flags, ULONG status, ULONG messageFlags, ULONG access, LPSTR messageClass) override;
-  STDMETHODIMP PrepareForm(LPCIID iid, LPMESSAGE message, ULONG* token) override;
+  STDMETHODIMP PrepareForm(LPCIID iid, LPMESSAGE message, UlongPtr* token) override;
 
 private:
   // Runs a call while the session is logged on.
@@ -43,6 +51,7 @@ private:
   }
 
   SessionPointer context_;
+  std::shared_ptr<SharedLogon> shared_;
   bool isLoggedOn_ = true;
 };
 

@@ -6,6 +6,7 @@
 
 #include "database.h"
 #include "entry_id.h"
+#include "object_home.h"
 #include "profiles.h"
 #include "stores.h"
 
@@ -15,11 +16,12 @@ struct SessionContext {
   std::recursive_mutex mutex;  // taken by every call of every object of the session
   std::shared_ptr<store::Database> database;
   store::Profile profile;
+  store::Guid publicStore{};
 };
 using SessionPointer = std::shared_ptr<SessionContext>;
 
-inline std::shared_ptr<std::recursive_mutex> mutexOf(const SessionPointer& session) {
-  return {session, &session->mutex};
+inline ObjectHome homeOf(const SessionPointer& session) {
+  return {std::shared_ptr<std::recursive_mutex>(session, &session->mutex), session->database};
 }
 
 // One opened store of a session.
@@ -30,6 +32,8 @@ struct StoreScope {
 
   store::Database& database() const { return *session->database; }
   bool isDefault() const { return store.id == session->profile.mailbox; }
+  // All stores of a database give the same numbers to names of properties; its one public store stands for it.
+  store::Bytes mappingSignature() const { return bytesOf(session->publicStore); }
   store::Bytes storeEntryId() const { return encode({MAPI_STORE, store.id, store.id}); }
   store::Bytes folderEntryId(const store::Guid& folder) const { return encode({MAPI_FOLDER, store.id, folder}); }
   store::Bytes messageEntryId(const store::Guid& message) const { return encode({MAPI_MESSAGE, store.id, message}); }

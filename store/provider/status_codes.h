@@ -1,7 +1,7 @@
 // The engine's answers as MAPI's.
 #pragma once
 
-#include "mapi.h"
+#include "mapi_interfaces.h"
 #include "status.h"
 
 namespace fendrel::provider {

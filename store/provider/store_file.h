@@ -5,7 +5,7 @@
 #include <string>
 
 #include "database.h"
-#include "mapi.h"
+#include "mapi_interfaces.h"
 
 namespace fendrel::provider {
 

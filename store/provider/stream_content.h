@@ -9,7 +9,7 @@
 
 #include "content_reader.h"
 #include "content_writer.h"
-#include "mapi.h"
+#include "mapi_interfaces.h"
 #include "property_values.h"
 
 namespace fendrel::provider {

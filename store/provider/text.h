@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "mapi.h"
+#include "mapi_interfaces.h"
 
 namespace fendrel::provider {
 

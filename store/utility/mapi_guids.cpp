@@ -1,5 +1,6 @@
 // The interface identifiers that this subsystem answers to, defined once.
 #define INITGUID
+#define USES_IID_IMAPIAdviseSink
 #define USES_IID_IMAPISession
 #define USES_IID_IMAPITable
 #define USES_IID_IProfAdmin
@@ -13,4 +14,5 @@
 #define USES_IID_IMAPIContainer
 #define USES_IID_IMAPIFolder
 #define USES_MUID_PROFILE_INSTANCE
+#define USES_PS_MAPI
 #include "mapi.h"

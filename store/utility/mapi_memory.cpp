@@ -7,7 +7,7 @@
 #include <new>
 #include <unordered_set>
 
-namespace fendrel::provider {
+namespace fendrel::utility {
 namespace {
 
 // Stands before each block. The caller's bytes follow.
@@ -84,4 +84,4 @@ void freeRows(SRowSet* rows) noexcept {
   freeChain(rows);
 }
 
-}  // namespace fendrel::provider
+}  // namespace fendrel::utility

@@ -6,7 +6,7 @@
 
 #include "mapi.h"
 
-namespace fendrel::provider {
+namespace fendrel::utility {
 
 // A new top block of `size` bytes, zeroed, aligned for any value. Throws std::bad_alloc.
 void* allocateTop(std::size_t size);
@@ -36,4 +36,4 @@ struct MapiFreeRows {
 };
 using MapiRows = std::unique_ptr<SRowSet, MapiFreeRows>;
 
-}  // namespace fendrel::provider
+}  // namespace fendrel::utility

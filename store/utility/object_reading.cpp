@@ -1,9 +1,9 @@
-#include "mapi_utility.h"
+#include "object_reading.h"
 
 #include <algorithm>
 #include <vector>
 
-namespace fendrel::provider {
+namespace fendrel::utility {
 namespace {
 
 constexpr LONG rowsAtATime = 500;
@@ -67,4 +67,4 @@ HRESULT readAllRows(IMAPITable& table, const SPropTagArray* columns, const SRest
   return S_OK;
 }
 
-}  // namespace fendrel::provider
+}  // namespace fendrel::utility

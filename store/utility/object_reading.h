@@ -3,7 +3,7 @@
 
 #include "mapi_memory.h"
 
-namespace fendrel::provider {
+namespace fendrel::utility {
 
 // HrGetOneProp: an error value of the object becomes the result.
 HRESULT readOne(IMAPIProp& object, ULONG tag, MapiBuffer<SPropValue>& value);
@@ -12,4 +12,4 @@ HRESULT readOne(IMAPIProp& object, ULONG tag, MapiBuffer<SPropValue>& value);
 HRESULT readAllRows(IMAPITable& table, const SPropTagArray* columns, const SRestriction* restriction,
                     const SSortOrderSet* order, LONG mostRows, MapiRows& rows);
 
-}  // namespace fendrel::provider
+}  // namespace fendrel::utility

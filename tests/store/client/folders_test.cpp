@@ -80,7 +80,7 @@ TEST_F(PostedFolders, OfOneLevelAreTheFirstOfThatTable) {
   const auto children = texts(queryAll(*hierarchy(*top.Get()).Get(), {PR_DISPLAY_NAME_W}), 0);
   EXPECT_THAT(children, testing::UnorderedElementsAre(L"Reports", L"Büro"));
   Conditions is;
-  SRestriction deep = is.number(RELOP_GT, PR_DEPTH, 1);
+  SRestriction deep = is.number(RELOP_GT, PR_DEPTH, 0);
   SortOrder byName{{PR_DISPLAY_NAME_W, TABLE_SORT_DESCEND}};
   const ComPtr<IMAPITable> all = hierarchy(*top.Get(), CONVENIENT_DEPTH);
   const auto below = texts(queryAll(*all.Get(), {PR_DISPLAY_NAME_W}, &deep, byName), 0);

@@ -96,11 +96,12 @@ TEST_F(PostedTables, AreSoughtByFractions) {
 }
 
 TEST_F(PostedTables, AreSoughtByBookmarks) {
-  BOOKMARK second = 0, last = 0;
+  ULONG_PTR wide[2] = {};  // the published width of a bookmark
   seek(BOOKMARK_BEGINNING, 1);
-  ASSERT_EQ(table->CreateBookmark(&second), S_OK);
+  ASSERT_EQ(table->CreateBookmark(reinterpret_cast<BOOKMARK*>(&wide[0])), S_OK);
   seek(BOOKMARK_END, -1);
-  ASSERT_EQ(table->CreateBookmark(&last), S_OK);
+  ASSERT_EQ(table->CreateBookmark(reinterpret_cast<BOOKMARK*>(&wide[1])), S_OK);
+  const auto second = static_cast<BOOKMARK>(wide[0]), last = static_cast<BOOKMARK>(wide[1]);
   EXPECT_EQ(seek(second, 0), 0);
   EXPECT_THAT(query(2), ElementsAreArray(part(1, 3)));
   EXPECT_EQ(seek(last, -2), -2);

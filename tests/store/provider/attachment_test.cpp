@@ -219,7 +219,7 @@ TEST_F(AttachmentTest, EmbeddedMessagesAreNotSupported) {
   ComPtr<IUnknown> object;
   EXPECT_THAT(
       attachment->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY, object.GetAddressOf()),
-      Gives(MAPI_E_INTERFACE_NOT_SUPPORTED));
+      Gives(MAPI_E_NO_SUPPORT));
 }
 
 TEST_F(AttachmentTest, LongDataDoesNotComeWithAllPropertiesButWhenAskedFor) {
@@ -244,6 +244,52 @@ TEST_F(AttachmentTest, OutlivesEveryReferenceToItsMessage) {
   auto attachment = attach(L"a", patternBytes(10), false);
   message.Reset();
   EXPECT_EQ(attachment->SaveChanges(0), S_OK);
+}
+
+TEST_F(AttachmentTest, AMessageOpenedAgainDoesNotUseTheNumberOfADeletedOneAgain) {
+  for (const wchar_t* name : {L"a", L"b"}) attach(name, patternBytes(10));
+  ASSERT_EQ(message->SaveChanges(0), S_OK);
+  message = openFirst(*reports.Get(), MAPI_MODIFY);
+  ASSERT_EQ(message->DeleteAttach(1, 0, nullptr, 0), S_OK);
+  attach(L"c", patternBytes(20));
+  EXPECT_EQ(attachmentNumber, 2u);
+  ASSERT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+  EXPECT_EQ(contentOf(*openFirst(*reports.Get()).Get(), 2), patternBytes(20));
+  ASSERT_EQ(message->DeleteAttach(2, 0, nullptr, 0), S_OK);
+  attach(L"d", patternBytes(30));
+  EXPECT_EQ(attachmentNumber, 3u);
+  ASSERT_EQ(message->SaveChanges(0), S_OK);
+  auto theirs = openAgain(*reports.Get(), *openStore(*logon().Get(), L"Public").Get());
+  EXPECT_THAT(names(*openFirst(*theirs.Get()).Get()), ElementsAre(L"a", L"d"));
+}
+
+TEST_F(AttachmentTest, ATableThatIsOpenShowsWhatComesAndGoes) {
+  attach(L"a", patternBytes(10));
+  ComPtr<IMAPITable> table;
+  ASSERT_EQ(message->GetAttachmentTable(0, table.GetAddressOf()), S_OK);
+  EXPECT_THAT(column(*table.Get(), PR_ATTACH_LONG_FILENAME_W), ElementsAre(L"a"));
+  attach(L"b", patternBytes(10));
+  EXPECT_THAT(column(*table.Get(), PR_ATTACH_LONG_FILENAME_W), ElementsAre(L"a", L"b"));
+  ASSERT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+  EXPECT_THAT(column(*table.Get(), PR_ATTACH_LONG_FILENAME_W), ElementsAre(L"a", L"b"));
+  attach(L"not saved", patternBytes(10), false);
+  EXPECT_THAT(column(*table.Get(), PR_ATTACH_LONG_FILENAME_W), ElementsAre(L"a", L"b"));
+  ASSERT_EQ(table->SeekRow(BOOKMARK_END, 0, nullptr), S_OK);
+  ASSERT_EQ(message->DeleteAttach(0, 0, nullptr, 0), S_OK);
+  ULONG count = 0;
+  ASSERT_EQ(table->GetRowCount(0, &count), S_OK);
+  EXPECT_EQ(count, 1u);
+  Rows rows;
+  EXPECT_EQ(table->QueryRows(5, 0, receive(rows)), S_OK) << "the cursor stood behind a row that is gone";
+  EXPECT_THAT(column(*table.Get(), PR_ATTACH_LONG_FILENAME_W), ElementsAre(L"b"));
+}
+
+TEST_F(AttachmentTest, TablesHaveNoBookmarks) {
+  attach(L"a", patternBytes(10));
+  ComPtr<IMAPITable> table;
+  ASSERT_EQ(message->GetAttachmentTable(0, table.GetAddressOf()), S_OK);
+  Bookmark place;
+  EXPECT_THAT(table->CreateBookmark(&place.place), Gives(MAPI_E_NO_SUPPORT));
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // The exported functions: names, MAPI memory, the utility functions.
 #include <array>
+#include <thread>
 
 #include "store_fixture.h"
 
@@ -11,14 +12,35 @@ TEST_P(ExportsTest, IsExported) { EXPECT_NE(GetProcAddress(mapi().module, GetPar
 
 INSTANTIATE_TEST_SUITE_P(Names, ExportsTest,
                          testing::Values("MAPIInitialize", "MAPIUninitialize", "MAPILogonEx", "MAPIAllocateBuffer",
-                                         "MAPIAllocateMore", "MAPIFreeBuffer", "MAPIOpenFormMgr", "MAPIAdminProfiles",
-                                         "FreeProws", "HrGetOneProp", "HrQueryAllRows", "FtMulDwDw", "FtNegFt",
-                                         "FreeProws@4", "HrGetOneProp@12", "HrQueryAllRows@24", "FtMulDwDw@8",
-                                         "FtNegFt@8"));
+                                         "MAPIAllocateMore", "MAPIFreeBuffer", "MAPIOpenFormMgr", "MAPIAdminProfiles"));
 
-TEST(Exports, ADecoratedNameIsTheSameFunction) {
-  EXPECT_EQ(GetProcAddress(mapi().module, "HrGetOneProp@12"), GetProcAddress(mapi().module, "HrGetOneProp"));
+// A helper function with the bytes of its arguments in 32 bits, which its decorated name ends with.
+struct HelperExportTest : testing::TestWithParam<std::pair<const char*, int>> {};
+
+TEST_P(HelperExportTest, IsExportedUnderBothNames) {
+  const auto& [name, bytes] = GetParam();
+  const FARPROC plain = GetProcAddress(mapi().module, name);
+  EXPECT_NE(plain, nullptr) << name;
+  EXPECT_EQ(GetProcAddress(mapi().module, (std::string(name) + "@" + std::to_string(bytes)).c_str()), plain) << name;
 }
+
+constexpr std::pair<const char*, int> helpers[] = {
+    {"CbOfEncoded", 4}, {"DeinitMapiUtil", 0}, {"FBinFromHex", 8}, {"FEqualNames", 8}, {"FPropCompareProp", 12},
+    {"FPropContainsProp", 12}, {"FPropExists", 8}, {"FreePadrlist", 4}, {"FreeProws", 4}, {"FtAddFt", 16},
+    {"FtMulDw", 12}, {"FtMulDwDw", 8}, {"FtNegFt", 8}, {"FtSubFt", 16}, {"GetInstance", 12}, {"HexFromBin", 12},
+    {"HrAddColumns", 16}, {"HrAddColumnsEx", 20}, {"HrAllocAdviseSink", 12}, {"HrDispatchNotifications", 4},
+    {"HrEntryIDFromSz", 12}, {"HrGetOneProp", 12}, {"HrQueryAllRows", 24}, {"HrSetOneProp", 8},
+    {"HrSzFromEntryID", 12}, {"HrThisThreadAdviseSink", 8}, {"HrValidateIPMSubtree", 20}, {"LPropCompareProp", 8},
+    {"LpValFindProp", 12}, {"MAPIGetDefaultMalloc", 0}, {"MNLS_CompareStringA", 24}, {"MNLS_CompareStringW", 24},
+    {"MNLS_GetACP", 0}, {"MNLS_GetUserDefaultLCID", 0}, {"MNLS_IsBadStringPtrW", 8}, {"MNLS_lstrcmpW", 8},
+    {"MNLS_lstrcpyW", 8}, {"MNLS_lstrlenW", 4}, {"MNLS_MultiByteToWideChar", 24}, {"MNLS_WideCharToMultiByte", 32},
+    {"OpenStreamOnFile", 24}, {"OpenStreamOnFileW", 24}, {"PpropFindProp", 12}, {"PropCopyMore", 16},
+    {"ScBinFromHexBounded", 12}, {"ScCopyProps", 16}, {"ScCountProps", 12}, {"ScCreateConversationIndex", 16},
+    {"ScDupPropset", 16}, {"ScInitMapiUtil", 4}, {"ScRelocProps", 20}, {"SzFindCh", 8}, {"SzFindLastCh", 8},
+    {"SzFindSz", 8}, {"UFromSz", 4}, {"UlAddRef", 4}, {"UlFromSzHex", 4}, {"UlPropSize", 4}, {"UlRelease", 4},
+    {"WrapCompressedRTFStream", 12}};
+
+INSTANTIATE_TEST_SUITE_P(Names, HelperExportTest, testing::ValuesIn(helpers));
 
 TEST(Exports, ALaterLoadByBareNameFindsTheLoadedLibrary) {
   const HMODULE loaded = mapi().module;
@@ -133,6 +155,67 @@ TEST_F(UtilityTest, HrQueryAllRowsRefusesMoreRowsThanAllowed) {
               Gives(MAPI_E_TABLE_TOO_BIG));
   EXPECT_THAT(mapi().hrQueryAllRows(table.Get(), nullptr, nullptr, nullptr, 3, receive(rows)), Gives(S_OK));
   EXPECT_EQ(rows->cRows, 3u);
+}
+
+TEST(Initialization, VersionAndFlagsAreChecked) {
+  MAPIINIT_0 wish{MAPI_INIT_VERSION, 0};
+  const auto initialize = [&](ULONG version, ULONG flags) {
+    wish = {version, flags};
+    const HRESULT result = mapi().initialize(&wish);
+    if (SUCCEEDED(result)) mapi().uninitialize();
+    return result;
+  };
+  constexpr ULONG noComInitialization = 8;
+  EXPECT_THAT(initialize(MAPI_INIT_VERSION, MAPI_MULTITHREAD_NOTIFICATIONS), Gives(S_OK));
+  EXPECT_THAT(initialize(MAPI_INIT_VERSION, MAPI_NT_SERVICE | noComInitialization), Gives(S_OK));
+  EXPECT_THAT(initialize(MAPI_INIT_VERSION + 1, 0), Gives(MAPI_E_INVALID_PARAMETER));
+  EXPECT_THAT(initialize(MAPI_INIT_VERSION, 0x4000), Gives(MAPI_E_UNKNOWN_FLAGS));
+  ComPtr<IProfAdmin> admin;
+  EXPECT_THAT(mapi().adminProfiles(0, admin.GetAddressOf()), Gives(MAPI_E_NOT_INITIALIZED)) << "refused ones count not";
+}
+
+// On a thread of its own, which nobody has initialized anything on.
+template <class Work>
+void onFreshThread(Work work) { std::thread(work).join(); }
+
+bool comIsInitialized() {
+  APTTYPE type;
+  APTTYPEQUALIFIER qualifier;
+  return SUCCEEDED(CoGetApartmentType(&type, &qualifier));
+}
+
+TEST(Initialization, ComIsInitializedAndGivenBack) {
+  onFreshThread([] {
+    ASSERT_FALSE(comIsInitialized());
+    ASSERT_THAT(mapi().initialize(nullptr), Gives(S_OK));
+    EXPECT_TRUE(comIsInitialized());
+    ASSERT_THAT(mapi().initialize(nullptr), Gives(S_OK));
+    mapi().uninitialize();
+    EXPECT_TRUE(comIsInitialized());
+    mapi().uninitialize();
+    EXPECT_FALSE(comIsInitialized());
+    mapi().uninitialize();  // one too many
+    EXPECT_FALSE(comIsInitialized());
+  });
+}
+
+TEST(Initialization, WhoAsksForItKeepsComToItself) {
+  onFreshThread([] {
+    MAPIINIT_0 wish{MAPI_INIT_VERSION, 8};
+    ASSERT_THAT(mapi().initialize(&wish), Gives(S_OK));
+    EXPECT_FALSE(comIsInitialized());
+    mapi().uninitialize();
+  });
+}
+
+TEST(Initialization, AThreadOfAnotherModeIsNoFailure) {
+  onFreshThread([] {
+    ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+    EXPECT_THAT(mapi().initialize(nullptr), Gives(S_OK));
+    mapi().uninitialize();
+    EXPECT_TRUE(comIsInitialized()) << "it is the thread's own";
+    CoUninitialize();
+  });
 }
 
 }  // namespace

@@ -233,8 +233,8 @@ TEST_F(FoldersTest, TheDeepHierarchyShowsDepths) {
   Rows rows;
   ASSERT_EQ(mapi().hrQueryAllRows(table.Get(), columns, nullptr, nullptr, 0, receive(rows)), S_OK);
   ASSERT_EQ(rows->cRows, 3u);
-  EXPECT_EQ(rows->aRow[0].lpProps[0].Value.l, 1);
-  EXPECT_EQ(rows->aRow[2].lpProps[0].Value.l, 3);
+  EXPECT_EQ(rows->aRow[0].lpProps[0].Value.l, 0);
+  EXPECT_EQ(rows->aRow[2].lpProps[0].Value.l, 2);
 }
 
 TEST_F(FoldersTest, OpenEntryOfAFolderServesItsStore) {
@@ -250,12 +250,8 @@ TEST_F(FoldersTest, TheTablesOpenAsPropertiesToo) {
 }
 
 TEST_F(FoldersTest, WhatIsNotSupportedSaysSo) {
-  ULONG value = 0;
   EXPECT_THAT(reports->SetSearchCriteria(nullptr, nullptr, 0), Gives(MAPI_E_NO_SUPPORT));
   EXPECT_THAT(reports->GetSearchCriteria(0, nullptr, nullptr, nullptr), Gives(MAPI_E_NO_SUPPORT));
-  EXPECT_THAT(reports->CopyFolder(0, nullptr, nullptr, nullptr, nullptr, 0, nullptr, 0), Gives(MAPI_E_NO_SUPPORT));
-  EXPECT_THAT(reports->GetMessageStatus(0, nullptr, 0, &value), Gives(MAPI_E_NO_SUPPORT));
-  EXPECT_THAT(reports->SetMessageStatus(0, nullptr, 0, 0, &value), Gives(MAPI_E_NO_SUPPORT));
   EXPECT_THAT(reports->SaveContentsSort(nullptr, 0), Gives(MAPI_E_NO_SUPPORT));
 }
 
@@ -266,6 +262,171 @@ TEST_F(FoldersTest, NullWhereAnAnswerGoesIsAnInvalidParameter) {
   EXPECT_THAT(reports->CreateFolder(FOLDER_GENERIC, wide(L"x"), nullptr, nullptr, MAPI_UNICODE, nullptr),
               Gives(MAPI_E_INVALID_PARAMETER));
   EXPECT_THAT(reports->OpenEntry(0, nullptr, nullptr, 0, nullptr, nullptr), Gives(MAPI_E_INVALID_PARAMETER));
+}
+
+struct StaleListTest : FoldersTest {
+  StaleListTest() {
+    archive = createFolder(*reports.Get(), L"Archive");
+    for (const wchar_t* subject : {L"filed", L"gone", L"here"}) post(*reports.Get(), subject);
+    list = std::make_unique<Entries>(messageIds(*reports.Get()));
+    // Another client files one of them away and deletes another.
+    auto others = openStore(*logon().Get(), L"Public");
+    auto theirs = openAgain(*reports.Get(), *others.Get());
+    const auto ids = messageIds(*theirs.Get());
+    Entries filed({ids[0]}), gone({ids[1]});
+    EXPECT_EQ(theirs->CopyMessages(filed, nullptr, openAgain(*archive.Get(), *others.Get()).Get(), 0, nullptr,
+                                   MESSAGE_MOVE),
+              S_OK);
+    EXPECT_EQ(theirs->DeleteMessages(gone, 0, nullptr, 0), S_OK);
+  }
+
+  // Looked at anew, by another session.
+  std::vector<std::wstring> subjectsOf(IMAPIFolder& target) {
+    return subjects(*openAgain(target, *openStore(*logon().Get(), L"Public").Get()).Get());
+  }
+
+  ComPtr<IMAPIFolder> archive;
+  std::unique_ptr<Entries> list;
+};
+
+TEST_F(StaleListTest, DeletesWhatIsStillHere) {
+  EXPECT_THAT(reports->DeleteMessages(*list, 0, nullptr, 0), Gives(MAPI_W_PARTIAL_COMPLETION));
+  EXPECT_THAT(subjectsOf(*reports.Get()), ElementsAre());
+  EXPECT_THAT(subjectsOf(*archive.Get()), ElementsAre(L"filed"));
+}
+
+TEST_F(StaleListTest, CopiesAndMovesWhatIsStillHere) {
+  auto copies = createFolder(*reports.Get(), L"Copies");
+  EXPECT_THAT(reports->CopyMessages(*list, nullptr, copies.Get(), 0, nullptr, 0), Gives(MAPI_W_PARTIAL_COMPLETION));
+  EXPECT_THAT(subjectsOf(*copies.Get()), ElementsAre(L"here"));
+  EXPECT_THAT(reports->CopyMessages(*list, nullptr, copies.Get(), 0, nullptr, MESSAGE_MOVE),
+              Gives(MAPI_W_PARTIAL_COMPLETION));
+  EXPECT_THAT(subjectsOf(*reports.Get()), ElementsAre());
+  EXPECT_THAT(subjectsOf(*archive.Get()), ElementsAre(L"filed"));
+}
+
+TEST_F(StaleListTest, MarksWhatIsStillHere) {
+  EXPECT_THAT(reports->SetReadFlags(*list, 0, nullptr, CLEAR_READ_FLAG), Gives(MAPI_W_PARTIAL_COMPLETION));
+  EXPECT_EQ(number(*reports.Get(), PR_CONTENT_UNREAD), 1);
+  EXPECT_EQ(number(*archive.Get(), PR_CONTENT_UNREAD), 0);
+}
+
+TEST_F(StaleListTest, MessagesOfAnotherStoreAreNotInTheFolderEither) {
+  auto mailbox = openSubtree(*openStore(*session.Get(), L"Mailbox").Get());
+  post(*mailbox.Get(), L"mine");
+  Entries theirs(messageIds(*mailbox.Get()));
+  EXPECT_THAT(reports->DeleteMessages(theirs, 0, nullptr, 0), Gives(MAPI_W_PARTIAL_COMPLETION));
+  EXPECT_THAT(subjects(*mailbox.Get()), ElementsAre(L"mine"));
+}
+
+TEST_F(FoldersTest, NothingIsCopiedIntoAFolderOpenedForReading) {
+  post(*reports.Get(), L"one");
+  createFolder(*reports.Get(), L"Daily");
+  auto archive = createFolder(*subtree.Get(), L"Archive");
+  Entries list(messageIds(*reports.Get()));
+  auto readOnlyStore = openStore(*session.Get(), L"Public", 0);
+  for (const auto& closed :
+       {openAgain(*archive.Get(), *store.Get(), 0), openAgain(*archive.Get(), *readOnlyStore.Get())}) {
+    EXPECT_THAT(reports->CopyMessages(list, nullptr, closed.Get(), 0, nullptr, 0), Gives(MAPI_E_NO_ACCESS));
+    EXPECT_THAT(reports->CopyMessages(list, nullptr, closed.Get(), 0, nullptr, MESSAGE_MOVE), Gives(MAPI_E_NO_ACCESS));
+    Bytes id = idOf(*reports.Get());
+    EXPECT_THAT(subtree->CopyFolder(static_cast<ULONG>(id.size()), reinterpret_cast<LPENTRYID>(id.data()), nullptr,
+                                    closed.Get(), nullptr, 0, nullptr, COPY_SUBFOLDERS),
+                Gives(MAPI_E_NO_ACCESS));
+    EXPECT_THAT(reports->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMAPIFolder, closed.Get(), 0, nullptr),
+                Gives(MAPI_E_NO_ACCESS));
+  }
+  EXPECT_THAT(subjects(*archive.Get()), ElementsAre());
+  EXPECT_THAT(children(*archive.Get()), ElementsAre());
+  EXPECT_THAT(subjects(*reports.Get()), ElementsAre(L"one"));
+}
+
+TEST_F(FoldersTest, ToMakeUnreadAndToSpeakOfReceiptsContradictEachOther) {
+  post(*reports.Get(), L"one");
+  auto message = openFirst(*reports.Get());
+  for (const ULONG flags : {CLEAR_READ_FLAG | SUPPRESS_RECEIPT, CLEAR_READ_FLAG | GENERATE_RECEIPT_ONLY,
+                            CLEAR_READ_FLAG | SUPPRESS_RECEIPT | GENERATE_RECEIPT_ONLY}) {
+    EXPECT_THAT(reports->SetReadFlags(nullptr, 0, nullptr, flags), Gives(MAPI_E_INVALID_PARAMETER));
+    EXPECT_THAT(message->SetReadFlag(flags), Gives(MAPI_E_INVALID_PARAMETER));
+  }
+  EXPECT_EQ(number(*reports.Get(), PR_CONTENT_UNREAD), 0);
+}
+
+TEST_F(FoldersTest, HierarchiesShowWhatKindOfRowTheyHave) {
+  createFolder(*reports.Get(), L"Daily");
+  ComPtr<IMAPITable> table;
+  ASSERT_EQ(reports->GetHierarchyTable(0, table.GetAddressOf()), S_OK);
+  Block<SPropTagArray> preset;
+  ASSERT_EQ(table->QueryColumns(0, receive(preset)), S_OK);
+  const std::vector<ULONG> tags(preset->aulPropTag, preset->aulPropTag + preset->cValues);
+  EXPECT_THAT(tags, testing::Contains(PR_DISPLAY_TYPE));
+  Tags columns{PR_DISPLAY_TYPE, PR_DEPTH, PR_CONTAINER_CLASS_W};
+  Rows rows;
+  ASSERT_EQ(mapi().hrQueryAllRows(table.Get(), columns, nullptr, nullptr, 0, receive(rows)), S_OK);
+  EXPECT_EQ(rows->aRow[0].lpProps[0].Value.ul, DT_FOLDER);
+  EXPECT_EQ(rows->aRow[0].lpProps[1].Value.l, 0);
+  EXPECT_STREQ(rows->aRow[0].lpProps[2].Value.lpszW, L"IPF.Note");
+}
+
+TEST_F(FoldersTest, StandardAndNewFoldersAreOfMessages) {
+  auto mailbox = openStore(*session.Get(), L"Mailbox");
+  auto daily = createFolder(*reports.Get(), L"Daily");
+  for (const auto& one : {subtree, openSubtree(*mailbox.Get()), daily,
+                          openAgain(*daily.Get(), *openStore(*logon().Get(), L"Public").Get())}) {
+    EXPECT_EQ(text(*one.Get(), PR_CONTAINER_CLASS_W), L"IPF.Note");
+  }
+  ComPtr<IMAPITable> table;
+  ASSERT_EQ(openSubtree(*mailbox.Get())->GetHierarchyTable(0, table.GetAddressOf()), S_OK);
+  EXPECT_THAT(column(*table.Get(), PR_CONTAINER_CLASS_W),
+              ElementsAre(L"IPF.Note", L"IPF.Note", L"IPF.Note", L"IPF.Note"));
+  SPropValue other = textValue(PR_CONTAINER_CLASS_W, L"IPF.Appointment");
+  ASSERT_EQ(subtree->SetProps(1, &other, nullptr), S_OK);
+  EXPECT_EQ(text(*openAgain(*subtree.Get(), *store.Get()).Get(), PR_CONTAINER_CLASS_W), L"IPF.Appointment");
+}
+
+TEST_F(FoldersTest, ThePropertyListNamesTheTables) {
+  Block<SPropTagArray> listed;
+  ASSERT_EQ(reports->GetPropList(MAPI_UNICODE, receive(listed)), S_OK);
+  const std::vector<ULONG> tags(listed->aulPropTag, listed->aulPropTag + listed->cValues);
+  for (const ULONG tag : {PR_CONTAINER_HIERARCHY, PR_CONTAINER_CONTENTS, PR_FOLDER_ASSOCIATED_CONTENTS}) {
+    EXPECT_THAT(tags, testing::Contains(tag));
+    ComPtr<IMAPITable> table;
+    EXPECT_THAT(reports->OpenProperty(tag, &IID_IMAPITable, 0, 0, unknownOut(table)), Gives(S_OK));
+    Block<SPropValue> value;
+    EXPECT_THAT(mapi().hrGetOneProp(reports.Get(), tag, receive(value)), Gives(S_OK));
+  }
+}
+
+TEST_F(FoldersTest, AMessagesStatusIsKeptForItsReaders) {
+  post(*reports.Get(), L"one");
+  post(*reports.Get(), L"two");
+  const auto ids = messageIds(*reports.Get());
+  Bytes id = ids[0];
+  const auto size = static_cast<ULONG>(id.size());
+  const auto entry = reinterpret_cast<LPENTRYID>(id.data());
+  ULONG status = 9;
+  ASSERT_THAT(reports->GetMessageStatus(size, entry, 0, &status), Gives(S_OK));
+  EXPECT_EQ(status, 0u);
+  ASSERT_THAT(reports->SetMessageStatus(size, entry, MSGSTATUS_HIDDEN | MSGSTATUS_TAGGED, MSGSTATUS_HIDDEN, &status),
+              Gives(S_OK));
+  EXPECT_EQ(status, 0u);
+  ASSERT_THAT(reports->SetMessageStatus(size, entry, MSGSTATUS_TAGGED, MSGSTATUS_TAGGED, &status), Gives(S_OK));
+  EXPECT_EQ(status, MSGSTATUS_HIDDEN);
+  auto again = openAgain(*reports.Get(), *openStore(*logon().Get(), L"Public").Get());
+  ASSERT_THAT(again->GetMessageStatus(size, entry, 0, &status), Gives(S_OK));
+  EXPECT_EQ(status, MSGSTATUS_HIDDEN | MSGSTATUS_TAGGED);
+  ComPtr<IMAPITable> table;
+  ASSERT_EQ(again->GetContentsTable(0, table.GetAddressOf()), S_OK);
+  Tags columns{PR_MSG_STATUS};
+  Rows rows;
+  ASSERT_EQ(mapi().hrQueryAllRows(table.Get(), columns, nullptr, nullptr, 0, receive(rows)), S_OK);
+  EXPECT_EQ(rows->aRow[0].lpProps[0].Value.ul, MSGSTATUS_HIDDEN | MSGSTATUS_TAGGED);
+  EXPECT_EQ(rows->aRow[1].lpProps[0].Value.ul, 0u);
+  EXPECT_EQ(text(*openFirst(*again.Get()).Get(), PR_SUBJECT_W), L"one") << "the message is whole as it was";
+  auto archive = createFolder(*reports.Get(), L"Archive");
+  EXPECT_THAT(archive->GetMessageStatus(size, entry, 0, &status), Gives(MAPI_E_NOT_FOUND));
+  EXPECT_THAT(archive->SetMessageStatus(size, entry, 1, 1, nullptr), Gives(MAPI_E_NOT_FOUND));
+  EXPECT_THAT(reports->GetMessageStatus(0, nullptr, 0, &status), Gives(MAPI_E_INVALID_ENTRYID));
 }
 
 }  // namespace

@@ -153,4 +153,80 @@ TEST_F(ProfilesTest, ThePasswordItselfIsNotInTheFile) {
   EXPECT_EQ(content.find(wide), std::string::npos);
 }
 
+TEST_F(ProfilesTest, ACopyHasTheSameUserAndPasswordAndAMailboxOfItsOwn) {
+  createProfile(L"Bernd", L"secret");
+  EXPECT_THAT(admin->CopyProfile(wide(L"Bernd"), wide(L"guess"), wide(L"Copy"), 0, MAPI_UNICODE),
+              Gives(MAPI_E_LOGON_FAILED));
+  ASSERT_THAT(admin->CopyProfile(wide(L"Bernd"), wide(L"secret"), wide(L"Copy"), 0, MAPI_UNICODE), Gives(S_OK));
+  EXPECT_THAT(names(), ElementsAre(L"Anna", L"Bernd", L"Copy"));
+  EXPECT_THAT(admin->CopyProfile(wide(L"Bernd"), wide(L"secret"), wide(L"Copy"), 0, MAPI_UNICODE),
+              Gives(MAPI_E_NO_ACCESS));
+  EXPECT_THAT(admin->CopyProfile(wide(L"Nobody"), nullptr, wide(L"Other"), 0, MAPI_UNICODE), Gives(MAPI_E_NOT_FOUND));
+  const auto mailboxOf = [&](const wchar_t* profile) {
+    ComPtr<IMAPISession> session;
+    EXPECT_THAT(mapi().logonEx(0, wide(profile), wide(L"secret"), MAPI_UNICODE | MAPI_NEW_SESSION,
+                               session.GetAddressOf()),
+                Gives(S_OK));
+    return binary(*openStore(*session.Get(), L"Mailbox - Bernd").Get(), PR_RECORD_KEY);
+  };
+  EXPECT_NE(mailboxOf(L"Copy"), mailboxOf(L"Bernd"));
+  EXPECT_EQ(defaultProfile(), L"Anna");
+}
+
+struct ServicesTest : ProfilesTest {
+  ComPtr<IMsgServiceAdmin> servicesOf(const wchar_t* profile, IProfAdmin& through) {
+    ComPtr<IMsgServiceAdmin> services;
+    EXPECT_EQ(through.AdminServices(wide(profile), nullptr, 0, MAPI_UNICODE, services.GetAddressOf()), S_OK);
+    return services;
+  }
+};
+
+TEST_F(ServicesTest, AProfileHasOneServiceWithOneProvider) {
+  auto services = servicesOf(L"Anna", *admin.Get());
+  ComPtr<IMAPITable> table, providers;
+  ASSERT_THAT(services->GetMsgServiceTable(MAPI_UNICODE, table.GetAddressOf()), Gives(S_OK));
+  Tags columns{PR_SERVICE_UID, PR_SERVICE_NAME_W, PR_DISPLAY_NAME_W};
+  Rows rows;
+  ASSERT_EQ(mapi().hrQueryAllRows(table.Get(), columns, nullptr, nullptr, 0, receive(rows)), S_OK);
+  ASSERT_EQ(rows->cRows, 1u);
+  const Bytes uid = bytesOf(rows->aRow[0].lpProps[0]);
+  EXPECT_EQ(uid.size(), 16u);
+  EXPECT_STREQ(rows->aRow[0].lpProps[1].Value.lpszW, L"FENDREL");
+  ASSERT_THAT(services->GetProviderTable(MAPI_UNICODE, providers.GetAddressOf()), Gives(S_OK));
+  Tags providerColumns{PR_SERVICE_UID, PR_PROVIDER_UID, PR_RESOURCE_TYPE};
+  ASSERT_EQ(mapi().hrQueryAllRows(providers.Get(), providerColumns, nullptr, nullptr, 0, receive(rows)), S_OK);
+  ASSERT_EQ(rows->cRows, 1u);
+  EXPECT_EQ(bytesOf(rows->aRow[0].lpProps[0]), uid);
+  EXPECT_EQ(bytesOf(rows->aRow[0].lpProps[1]),
+            binary(*openStore(*logon().Get(), L"Mailbox").Get(), PR_MDB_PROVIDER));
+  EXPECT_EQ(rows->aRow[0].lpProps[2].Value.l, static_cast<LONG>(MAPI_STORE_PROVIDER));
+}
+
+TEST_F(ServicesTest, ARefusedServiceLeavesNoProfileThatWasMadeForIt) {
+  ASSERT_EQ(admin->CreateProfile(wide(L"Exchange"), wide(L"secret"), 0, MAPI_UNICODE), S_OK);
+  ComPtr<IMsgServiceAdmin> services;
+  ASSERT_EQ(admin->AdminServices(wide(L"Exchange"), wide(L"secret"), 0, MAPI_UNICODE, services.GetAddressOf()), S_OK);
+  EXPECT_THAT(services->CreateMsgService(ansi("MSEMS"), ansi("Exchange"), 0, 0), Gives(MAPI_E_NO_SUPPORT));
+  EXPECT_THAT(names(), ElementsAre(L"Anna"));
+  ComPtr<IMAPITable> table;
+  EXPECT_THAT(services->GetMsgServiceTable(0, table.GetAddressOf()), Gives(MAPI_E_NOT_FOUND));
+}
+
+TEST_F(ServicesTest, ARefusedServiceLeavesProfilesThatWereThere) {
+  EXPECT_THAT(servicesOf(L"Anna", *admin.Get())->CreateMsgService(ansi("MSEMS"), nullptr, 0, 0),
+              Gives(MAPI_E_NO_SUPPORT));
+  ASSERT_EQ(admin->CreateProfile(wide(L"Bernd"), nullptr, 0, MAPI_UNICODE), S_OK);
+  ComPtr<IProfAdmin> another;
+  ASSERT_EQ(mapi().adminProfiles(0, another.GetAddressOf()), S_OK);
+  EXPECT_THAT(servicesOf(L"Bernd", *another.Get())->CreateMsgService(ansi("MSEMS"), nullptr, 0, 0),
+              Gives(MAPI_E_NO_SUPPORT));
+  EXPECT_THAT(names(), ElementsAre(L"Anna", L"Bernd"));
+}
+
+TEST_F(ServicesTest, TheServiceThatEveryProfileHasIsAccepted) {
+  ASSERT_EQ(admin->CreateProfile(wide(L"Bernd"), nullptr, 0, MAPI_UNICODE), S_OK);
+  EXPECT_THAT(servicesOf(L"Bernd", *admin.Get())->CreateMsgService(ansi("Fendrel"), nullptr, 0, 0), Gives(S_OK));
+  EXPECT_THAT(names(), ElementsAre(L"Anna", L"Bernd"));
+}
+
 }  // namespace

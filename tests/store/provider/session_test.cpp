@@ -84,18 +84,29 @@ TEST_F(SessionTest, AFolderOpensThroughTheSession) {
   EXPECT_EQ(text(*found.Get(), PR_DISPLAY_NAME_W), L"Daily");
 }
 
-TEST_F(SessionTest, AForeignEntryIdentifierIsInvalid) {
+TEST_F(SessionTest, AnEntryIdentifierOfAnotherProviderIsNotKnown) {
   Bytes foreign = patternBytes(56);
   ComPtr<IUnknown> object;
   ULONG type = 0;
   EXPECT_THAT(
       session->OpenEntry(56, reinterpret_cast<LPENTRYID>(foreign.data()), nullptr, 0, &type, object.GetAddressOf()),
-      Gives(MAPI_E_INVALID_ENTRYID));
+      Gives(MAPI_E_UNKNOWN_ENTRYID));
   EXPECT_THAT(session->OpenEntry(0, nullptr, nullptr, 0, &type, object.GetAddressOf()), Gives(MAPI_E_INVALID_ENTRYID));
   ComPtr<IMsgStore> store;
   EXPECT_THAT(
       session->OpenMsgStore(0, 56, reinterpret_cast<LPENTRYID>(foreign.data()), nullptr, 0, store.GetAddressOf()),
-      Gives(MAPI_E_INVALID_ENTRYID));
+      Gives(MAPI_E_UNKNOWN_ENTRYID));
+  auto ours = openStore(*session.Get(), L"Public");
+  EXPECT_THAT(
+      ours->OpenEntry(56, reinterpret_cast<LPENTRYID>(foreign.data()), nullptr, 0, &type, object.GetAddressOf()),
+      Gives(MAPI_E_UNKNOWN_ENTRYID));
+  Bytes cut = binary(*ours.Get(), PR_ENTRYID);
+  for (const ULONG size : {55u, 20u, 19u, 4u, 1u}) {
+    EXPECT_THAT(
+        session->OpenEntry(size, reinterpret_cast<LPENTRYID>(cut.data()), nullptr, 0, &type, object.GetAddressOf()),
+        Gives(MAPI_E_INVALID_ENTRYID))
+        << size;
+  }
 }
 
 TEST_F(SessionTest, AnotherProfilesMailboxIsNotFound) {
@@ -161,6 +172,63 @@ TEST_F(SessionTest, NullWhereAnAnswerGoesIsAnInvalidParameter) {
   EXPECT_THAT(session->QueryIdentity(nullptr, nullptr), Gives(MAPI_E_INVALID_PARAMETER));
   EXPECT_THAT(session->OpenEntry(0, nullptr, nullptr, 0, nullptr, nullptr), Gives(MAPI_E_INVALID_PARAMETER));
   EXPECT_THAT(mapi().logonEx(0, nullptr, nullptr, 0, nullptr), Gives(MAPI_E_INVALID_PARAMETER));
+}
+
+TEST_F(SessionTest, TheStatusRowHasAnIdentifier) {
+  ComPtr<IMAPITable> table;
+  ASSERT_EQ(session->GetStatusTable(0, table.GetAddressOf()), S_OK);
+  Block<SPropTagArray> columns;
+  ASSERT_EQ(table->QueryColumns(0, receive(columns)), S_OK);
+  EXPECT_THAT(std::vector<ULONG>(columns->aulPropTag, columns->aulPropTag + columns->cValues),
+              testing::Contains(PR_ENTRYID));
+  Tags asked{PR_ENTRYID};
+  Rows rows;
+  ASSERT_EQ(mapi().hrQueryAllRows(table.Get(), asked, nullptr, nullptr, 0, receive(rows)), S_OK);
+  EXPECT_FALSE(bytesOf(rows->aRow[0].lpProps[0]).empty());
+}
+
+TEST_F(SessionTest, AStoreOpenedWithBestAccessIsForWriting) {
+  for (const ULONG flags : {ULONG{MAPI_BEST_ACCESS}, ULONG{MDB_WRITE}, ULONG{MDB_WRITE | MAPI_BEST_ACCESS}}) {
+    auto store = openStore(*session.Get(), L"Public", flags);
+    EXPECT_EQ(number(*store.Get(), PR_ACCESS_LEVEL), static_cast<LONG>(MAPI_MODIFY)) << flags;
+    const std::wstring name = L"Made with " + std::to_wstring(flags);
+    createFolder(*openSubtree(*store.Get()).Get(), name.c_str());
+  }
+  auto readOnly = openStore(*session.Get(), L"Public", 0);
+  EXPECT_EQ(number(*readOnly.Get(), PR_ACCESS_LEVEL), 0);
+  ComPtr<IMAPITable> table;
+  ASSERT_EQ(openSubtree(*openStore(*logon().Get(), L"Public").Get())->GetHierarchyTable(0, table.GetAddressOf()), S_OK);
+  EXPECT_EQ(column(*table.Get(), PR_DISPLAY_NAME_W).size(), 3u);
+}
+
+TEST_F(SessionTest, ASharedSessionIsGivenToWhoeverNamesNoProfile) {
+  createProfile(L"Bernd", L"secret");
+  const auto logonWithoutName = [](ULONG flags, ComPtr<IMAPISession>& given) {
+    return mapi().logonEx(0, nullptr, nullptr, flags | MAPI_EXTENDED, given.ReleaseAndGetAddressOf());
+  };
+  ComPtr<IMAPISession> first, second, third;
+  EXPECT_THAT(logonWithoutName(0, second), Gives(MAPI_E_LOGON_FAILED)) << "nobody has offered a session";
+  ASSERT_THAT(mapi().logonEx(0, const_cast<LPTSTR>(L"Bernd"), const_cast<LPTSTR>(L"secret"),
+                             MAPI_UNICODE | MAPI_EXTENDED | MAPI_ALLOW_OTHERS, first.GetAddressOf()),
+              Gives(S_OK));
+  ASSERT_THAT(logonWithoutName(0, second), Gives(S_OK));
+  EXPECT_NE(openStore(*second.Get(), L"Mailbox - Bernd"), nullptr);
+  ASSERT_THAT(logonWithoutName(MAPI_USE_DEFAULT, third), Gives(S_OK));
+  EXPECT_NE(openStore(*third.Get(), L"Mailbox - Bernd"), nullptr);
+  EXPECT_NE(openStore(*logon().Get(), L"Mailbox - Anna"), nullptr) << "who names a profile gets it";
+  EXPECT_THAT(logonWithoutName(MAPI_NEW_SESSION, third), Gives(MAPI_E_LOGON_FAILED));
+  // It lasts as long as one of those that have it.
+  ASSERT_EQ(first->Logoff(0, 0, 0), S_OK);
+  EXPECT_NE(openStore(*second.Get(), L"Mailbox - Bernd"), nullptr);
+  ASSERT_THAT(logonWithoutName(0, first), Gives(S_OK));
+  ASSERT_EQ(first->Logoff(0, 0, 0), S_OK);
+  second.Reset();
+  EXPECT_THAT(logonWithoutName(0, third), Gives(MAPI_E_LOGON_FAILED));
+}
+
+TEST_F(SessionTest, ASessionOfOnesOwnIsNotShared) {
+  ComPtr<IMAPISession> other;
+  EXPECT_THAT(mapi().logonEx(0, nullptr, nullptr, MAPI_EXTENDED, other.GetAddressOf()), Gives(MAPI_E_LOGON_FAILED));
 }
 
 }  // namespace

@@ -25,7 +25,9 @@ std::string resultName(HRESULT result) {
       {MAPI_E_NOT_INITIALIZED, "MAPI_E_NOT_INITIALIZED"}, {MAPI_E_END_OF_SESSION, "MAPI_E_END_OF_SESSION"},
       {MAPI_E_INVALID_TYPE, "MAPI_E_INVALID_TYPE"}, {MAPI_E_TYPE_NO_SUPPORT, "MAPI_E_TYPE_NO_SUPPORT"},
       {MAPI_W_ERRORS_RETURNED, "MAPI_W_ERRORS_RETURNED"}, {STG_E_ACCESSDENIED, "STG_E_ACCESSDENIED"},
-      {MAPI_W_PARTIAL_COMPLETION, "MAPI_W_PARTIAL_COMPLETION"}};
+      {MAPI_W_PARTIAL_COMPLETION, "MAPI_W_PARTIAL_COMPLETION"}, {MAPI_E_UNKNOWN_ENTRYID, "MAPI_E_UNKNOWN_ENTRYID"},
+      {MAPI_E_UNKNOWN_FLAGS, "MAPI_E_UNKNOWN_FLAGS"}, {MAPI_E_FOLDER_CYCLE, "MAPI_E_FOLDER_CYCLE"},
+      {MAPI_E_CORRUPT_DATA, "MAPI_E_CORRUPT_DATA"}, {MAPI_E_VERSION, "MAPI_E_VERSION"}};
   for (const auto& [code, name] : names) {
     if (code == result) return name;
   }
@@ -169,6 +171,27 @@ ComPtr<IMessage> StoreTest::openFirst(IMAPIFolder& target, ULONG flags) {
   require(target.OpenEntry(id.cb, reinterpret_cast<LPENTRYID>(id.lpb), nullptr, flags, &type, unknownOut(message)),
           "OpenEntry");
   return message;
+}
+
+ComPtr<IMAPIFolder> StoreTest::openAgain(IMAPIFolder& target, IMsgStore& store, ULONG flags) {
+  Bytes id = binary(target, PR_ENTRYID);
+  ComPtr<IMAPIFolder> opened;
+  ULONG type = 0;
+  require(store.OpenEntry(static_cast<ULONG>(id.size()), reinterpret_cast<LPENTRYID>(id.data()), nullptr, flags, &type,
+                          unknownOut(opened)),
+          "OpenEntry");
+  return opened;
+}
+
+std::vector<Bytes> StoreTest::messageIds(IMAPIFolder& target) {
+  ComPtr<IMAPITable> table;
+  require(target.GetContentsTable(0, table.GetAddressOf()), "GetContentsTable");
+  Tags columns{PR_ENTRYID};
+  Rows rows;
+  require(mapi().hrQueryAllRows(table.Get(), columns, nullptr, nullptr, 0, receive(rows)), "HrQueryAllRows");
+  std::vector<Bytes> ids;
+  for (ULONG row = 0; row < rows->cRows; ++row) ids.push_back(bytesOf(rows->aRow[row].lpProps[0]));
+  return ids;
 }
 
 std::optional<std::wstring> StoreTest::text(IMAPIProp& object, ULONG tag) {

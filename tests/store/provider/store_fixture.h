@@ -45,6 +45,32 @@ private:
   std::vector<ULONG> words_;
 };
 
+// A bookmark as callers of the published interface keep one; our headers' own is only half as wide.
+struct Bookmark {
+  union {
+    ULONG_PTR wide = 0;
+    BOOKMARK place;
+  };
+  operator BOOKMARK() const { return place; }
+};
+
+// The entry identifiers of messages, for calls that take a list.
+class Entries {
+public:
+  explicit Entries(std::vector<Bytes> ids) : ids_(std::move(ids)) {
+    for (Bytes& id : ids_) entries_.push_back({static_cast<ULONG>(id.size()), id.data()});
+    list_ = {static_cast<ULONG>(entries_.size()), entries_.data()};
+  }
+  Entries(const Entries&) = delete;
+  Entries& operator=(const Entries&) = delete;
+  operator LPENTRYLIST() { return &list_; }
+
+private:
+  std::vector<Bytes> ids_;
+  std::vector<SBinary> entries_;
+  ENTRYLIST list_{};
+};
+
 // A store with the profile "Anna", initialized for MAPI. Each test has a file of its own.
 class StoreTest : public testing::Test {
 protected:
@@ -61,6 +87,10 @@ protected:
   void post(IMAPIFolder& folder, const wchar_t* subject);
   // The only message of a folder, opened.
   ComPtr<IMessage> openFirst(IMAPIFolder& folder, ULONG flags = 0);
+  // The same folder through another object, of the same or of another session.
+  static ComPtr<IMAPIFolder> openAgain(IMAPIFolder& folder, IMsgStore& store, ULONG flags = MAPI_BEST_ACCESS);
+  // The identifiers of a folder's messages.
+  static std::vector<Bytes> messageIds(IMAPIFolder& folder);
 
   // Values of one object.
   static std::optional<std::wstring> text(IMAPIProp& object, ULONG tag);

@@ -142,7 +142,9 @@ TEST_F(MessageStoreTest, WhatIsNotSupportedSaysSo) {
   EXPECT_THAT(mailbox->Advise(0, nullptr, 0, nullptr, &connection), Gives(MAPI_E_NO_SUPPORT));
   EXPECT_THAT(mailbox->Unadvise(1), Gives(MAPI_E_NO_SUPPORT));
   EXPECT_THAT(mailbox->SetReceiveFolder(nullptr, 0, 0, nullptr), Gives(MAPI_E_NO_SUPPORT));
-  EXPECT_THAT(mailbox->GetReceiveFolderTable(0, nullptr), Gives(MAPI_E_NO_SUPPORT));
+  ComPtr<IMAPITable> table;
+  EXPECT_THAT(publicStore->GetReceiveFolderTable(0, table.GetAddressOf()), Gives(MAPI_E_NO_SUPPORT));
+  EXPECT_THAT(mailbox->GetReceiveFolderTable(0, nullptr), Gives(MAPI_E_INVALID_PARAMETER));
   EXPECT_THAT(mailbox->AbortSubmit(0, nullptr, 0), Gives(MAPI_E_NO_SUPPORT));
   EXPECT_THAT(mailbox->GetOutgoingQueue(0, nullptr), Gives(MAPI_E_NO_SUPPORT));
   EXPECT_THAT(mailbox->SetLockState(nullptr, 0), Gives(MAPI_E_NO_SUPPORT));
@@ -150,6 +152,78 @@ TEST_F(MessageStoreTest, WhatIsNotSupportedSaysSo) {
   EXPECT_THAT(mailbox->NotifyNewMail(nullptr), Gives(MAPI_E_NO_SUPPORT));
   ULONG flags = 0;
   EXPECT_THAT(mailbox->StoreLogoff(&flags), Gives(S_OK));
+}
+
+TEST_F(MessageStoreTest, TheReceiveFolderTableHasTheInboxAlone) {
+  ComPtr<IMAPITable> table;
+  ASSERT_THAT(mailbox->GetReceiveFolderTable(MAPI_UNICODE, table.GetAddressOf()), Gives(S_OK));
+  Tags columns{PR_MESSAGE_CLASS_W, PR_ENTRYID};
+  Rows rows;
+  ASSERT_EQ(mapi().hrQueryAllRows(table.Get(), columns, nullptr, nullptr, 0, receive(rows)), S_OK);
+  ASSERT_EQ(rows->cRows, 1u);
+  EXPECT_STREQ(rows->aRow[0].lpProps[0].Value.lpszW, L"");
+  ULONG size = 0;
+  Block<ENTRYID> id;
+  ASSERT_EQ(mailbox->GetReceiveFolder(nullptr, 0, &size, receive(id), nullptr), S_OK);
+  const auto* bytes = reinterpret_cast<const unsigned char*>(id.get());
+  EXPECT_EQ(bytesOf(rows->aRow[0].lpProps[1]), Bytes(bytes, bytes + size));
+}
+
+TEST_F(MessageStoreTest, MultiValuedPropertiesArePromisedAndKept) {
+  EXPECT_NE(number(*mailbox.Get(), PR_STORE_SUPPORT_MASK).value() & static_cast<LONG>(STORE_MV_PROPS_OK), 0);
+  LONG longs[] = {1, -2};
+  SPropValue value{};
+  value.ulPropTag = PROP_TAG(PT_MV_LONG, 0x6650);
+  value.Value.MVl = {2, longs};
+  ASSERT_EQ(mailbox->SetProps(1, &value, nullptr), S_OK);
+  Block<SPropValue> found;
+  ASSERT_EQ(mapi().hrGetOneProp(openStore(*logon().Get(), L"Mailbox").Get(), value.ulPropTag, receive(found)), S_OK);
+  ASSERT_EQ(found->Value.MVl.cValues, 2u);
+  EXPECT_EQ(found->Value.MVl.lpl[1], -2);
+}
+
+struct LastErrorTest : MessageStoreTest {
+  static Block<MAPIERROR> lastError(IMAPIProp& object, HRESULT result, ULONG flags = MAPI_UNICODE) {
+    Block<MAPIERROR> error;
+    EXPECT_EQ(object.GetLastError(result, flags, receive(error)), S_OK);
+    return error;
+  }
+  static std::wstring words(const MAPIERROR& error) { return reinterpret_cast<const wchar_t*>(error.lpszError); }
+};
+
+TEST_F(LastErrorTest, TheStoresLastWordsAreTold) {
+  auto subtree = openSubtree(*publicStore.Get());
+  createFolder(*subtree.Get(), L"Daily");
+  ComPtr<IMAPIFolder> again;
+  const HRESULT refused = subtree->CreateFolder(FOLDER_GENERIC, const_cast<LPTSTR>(L"Daily"), nullptr, nullptr,
+                                                MAPI_UNICODE, again.GetAddressOf());
+  ASSERT_THAT(refused, Gives(MAPI_E_COLLISION));
+  const auto error = lastError(*subtree.Get(), refused);
+  ASSERT_NE(error, nullptr);
+  EXPECT_EQ(error->ulVersion, MAPI_ERROR_VERSION);
+  EXPECT_THAT(words(*error), testing::HasSubstr(L"'Daily'"));
+  const auto narrow = lastError(*subtree.Get(), refused, 0);
+  EXPECT_THAT(reinterpret_cast<const char*>(narrow->lpszError), testing::HasSubstr("'Daily'"));
+  EXPECT_THAT(reinterpret_cast<const char*>(narrow->lpszComponent), testing::HasSubstr("Fendrel"));
+}
+
+TEST_F(LastErrorTest, WhereTheStoreSaidNothingThereIsNothingToTell) {
+  auto subtree = openSubtree(*publicStore.Get());
+  EXPECT_EQ(lastError(*subtree.Get(), MAPI_E_COLLISION), nullptr) << "nothing has failed";
+  createFolder(*subtree.Get(), L"Daily");
+  ComPtr<IMAPIFolder> again;
+  ASSERT_THAT(subtree->CreateFolder(FOLDER_GENERIC, const_cast<LPTSTR>(L"Daily"), nullptr, nullptr, MAPI_UNICODE,
+                                    again.GetAddressOf()),
+              Gives(MAPI_E_COLLISION));
+  EXPECT_EQ(lastError(*subtree.Get(), S_OK), nullptr);
+  EXPECT_EQ(lastError(*subtree.Get(), MAPI_E_INVALID_PARAMETER), nullptr) << "another failure's words";
+  EXPECT_THAT(subtree->GetLastError(MAPI_E_COLLISION, 0, nullptr), Gives(MAPI_E_INVALID_PARAMETER));
+  ComPtr<IMAPITable> table;
+  ASSERT_EQ(subtree->GetHierarchyTable(0, table.GetAddressOf()), S_OK);
+  LPMAPIERROR told = nullptr;
+  ASSERT_EQ(table->GetLastError(MAPI_E_COLLISION, MAPI_UNICODE, &told), S_OK);
+  EXPECT_NE(told, nullptr) << "tables and sessions repeat the store's words as well";
+  mapi().freeBuffer(told);
 }
 
 }  // namespace

@@ -179,24 +179,14 @@ TEST_F(TableTest, ABookmarkIsAPlaceToReturnTo) {
   fill(4);
   open();
   query(2);
-  BOOKMARK place = 0;
-  ASSERT_EQ(table->CreateBookmark(&place), S_OK);
+  Bookmark place;
+  ASSERT_EQ(table->CreateBookmark(&place.place), S_OK);
   query(2);
   ASSERT_EQ(table->SeekRow(place, 0, nullptr), S_OK);
   EXPECT_THAT(query(1), ElementsAre(L"m2"));
   EXPECT_EQ(table->FreeBookmark(place), S_OK);
   EXPECT_THAT(table->SeekRow(place, 0, nullptr), Gives(MAPI_E_INVALID_BOOKMARK));
   EXPECT_THAT(table->FreeBookmark(place), Gives(MAPI_E_INVALID_BOOKMARK));
-}
-
-TEST_F(TableTest, ABookmarkIsWrittenAs32Bits) {
-  open();
-  struct {
-    BOOKMARK place;
-    ULONG behind;
-  } memory{0, 0xAAAAAAAA};
-  ASSERT_EQ(table->CreateBookmark(&memory.place), S_OK);
-  EXPECT_EQ(memory.behind, 0xAAAAAAAAu);
 }
 
 TEST_F(TableTest, PositionsAreFractions) {
@@ -339,6 +329,130 @@ TEST_F(TableTest, OutlivesItsFolderAndSession) {
   session->Logoff(0, 0, 0);
   session.Reset();
   EXPECT_THAT(query(9), ElementsAre(L"m0", L"m1"));
+}
+
+SRestriction exists(ULONG tag) {
+  SRestriction restriction{};
+  restriction.rt = RES_EXIST;
+  restriction.res.resExist.ulPropTag = tag;
+  return restriction;
+}
+
+TEST_F(TableTest, APlaceKeptFreeIsAnswered) {
+  fill(2);
+  constexpr ULONG noIdentifier = PROP_TAG(PT_LONG, 0);
+  ASSERT_EQ(reports->GetContentsTable(0, table.GetAddressOf()), S_OK);
+  Tags columns{PR_NULL, PR_SUBJECT_W, noIdentifier, PR_NULL};
+  ASSERT_EQ(table->SetColumns(columns, 0), S_OK);
+  for (int look = 0; look < 2; ++look) {
+    Rows rows;
+    ASSERT_EQ(table->QueryRows(2, TBL_NOADVANCE, receive(rows)), S_OK);
+    ASSERT_EQ(rows->cRows, 2u);
+    const SPropValue* values = rows->aRow[1].lpProps;
+    EXPECT_EQ(values[0].ulPropTag, PR_NULL);
+    EXPECT_STREQ(values[1].Value.lpszW, L"m1");
+    EXPECT_EQ(values[2].ulPropTag, PROP_TAG(PT_ERROR, 0));
+    EXPECT_EQ(values[3].ulPropTag, PR_NULL);
+  }
+}
+
+TEST_F(TableTest, NothingIsKnownOfNoProperty) {
+  fill(3);
+  open();
+  for (const ULONG tag : {PR_NULL, PROP_TAG(PT_LONG, 0), PROP_TAG(PT_UNSPECIFIED, 0)}) {
+    SCOPED_TRACE(tag);
+    SRestriction nothing = exists(tag);
+    ASSERT_EQ(table->Restrict(&nothing, 0), S_OK);
+    EXPECT_THAT(query(9), ElementsAre());
+    EXPECT_THAT(table->FindRow(&nothing, BOOKMARK_BEGINNING, 0), Gives(MAPI_E_NOT_FOUND));
+    ASSERT_EQ(table->Restrict(nullptr, 0), S_OK);
+    SSortOrderSet order{1, 0, 0, {{tag, TABLE_SORT_DESCEND}}};
+    ASSERT_EQ(table->SortTable(&order, 0), S_OK);
+    EXPECT_THAT(query(9), ElementsAre(L"m0", L"m1", L"m2"));
+  }
+}
+
+TEST_F(TableTest, HierarchiesAnswerAPlaceKeptFreeToo) {
+  createFolder(*reports.Get(), L"Daily");
+  ASSERT_EQ(reports->GetHierarchyTable(0, table.GetAddressOf()), S_OK);
+  Tags columns{PR_NULL, PR_DISPLAY_NAME_W};
+  ASSERT_EQ(table->SetColumns(columns, 0), S_OK);
+  Rows rows;
+  ASSERT_EQ(table->QueryRows(1, 0, receive(rows)), S_OK);
+  EXPECT_EQ(rows->aRow[0].lpProps[0].ulPropTag, PR_NULL);
+  EXPECT_STREQ(rows->aRow[0].lpProps[1].Value.lpszW, L"Daily");
+}
+
+TEST_F(TableTest, BookmarksEndWithRestrictAndSortTable) {
+  fill(5);
+  open();
+  SRestriction all = exists(PR_SUBJECT_W), two{};
+  SPropValue least = longValue(PR_PRIORITY, 2);
+  two.rt = RES_PROPERTY;
+  two.res.resProperty = {RELOP_LE, PR_PRIORITY, &least};
+  SSortOrderSet order{1, 0, 0, {{PR_PRIORITY, TABLE_SORT_ASCEND}}};
+  const auto mark = [&] {
+    Bookmark place;
+    EXPECT_EQ(table->SeekRow(BOOKMARK_END, 0, nullptr), S_OK);
+    EXPECT_EQ(table->CreateBookmark(&place.place), S_OK);
+    EXPECT_EQ(table->SeekRow(place, 0, nullptr), S_OK);
+    return place;
+  };
+  const auto expectEnded = [&](const Bookmark& place) {
+    EXPECT_THAT(table->SeekRow(place, 0, nullptr), Gives(MAPI_E_INVALID_BOOKMARK));
+    EXPECT_THAT(table->FindRow(&all, place, DIR_BACKWARD), Gives(MAPI_E_INVALID_BOOKMARK));
+    EXPECT_THAT(table->FindRow(&all, place, 0), Gives(MAPI_E_INVALID_BOOKMARK));
+    EXPECT_THAT(table->FreeBookmark(place), Gives(MAPI_E_INVALID_BOOKMARK));
+  };
+  const Bookmark first = mark();
+  ASSERT_EQ(table->Restrict(&two, 0), S_OK);
+  expectEnded(first);
+  EXPECT_THAT(query(9), ElementsAre(L"m3", L"m4"));
+  const Bookmark second = mark();
+  ASSERT_EQ(table->SortTable(&order, 0), S_OK);
+  expectEnded(second);
+  const Bookmark third = mark();
+  EXPECT_NE(third.wide, first.wide) << "an old bookmark must not become another place";
+  expectEnded(first);
+  ASSERT_EQ(table->Restrict(nullptr, 0), S_OK);
+  expectEnded(third);
+  EXPECT_THAT(query(9), ElementsAre(L"m4", L"m3", L"m2", L"m1", L"m0"));
+}
+
+TEST_F(TableTest, ARowForEachValueIsRefused) {
+  fill(1);
+  open();
+  constexpr ULONG many = PROP_TAG(PT_MV_UNICODE, 0x6670);
+  Tags whole{many}, each{MVI_PROP(many)};
+  EXPECT_THAT(table->SetColumns(each, 0), Gives(MAPI_E_TOO_COMPLEX));
+  EXPECT_THAT(query(1), ElementsAre(L"m0")) << "the columns are those of before";
+  EXPECT_THAT(table->SetColumns(whole, 0), Gives(S_OK));
+  SSortOrderSet order{1, 0, 0, {{MVI_PROP(many), TABLE_SORT_ASCEND}}};
+  EXPECT_THAT(table->SortTable(&order, 0), Gives(MAPI_E_TOO_COMPLEX));
+}
+
+TEST_F(TableTest, ContentsOfferWhereTheirMessagesAre) {
+  fill(1);
+  for (const auto& target : {reports, openAgain(*reports.Get(), *openStore(*logon().Get(), L"Public").Get())}) {
+    ASSERT_EQ(target->GetContentsTable(0, table.ReleaseAndGetAddressOf()), S_OK);
+    Block<SPropTagArray> preset;
+    ASSERT_EQ(table->QueryColumns(0, receive(preset)), S_OK);
+    const std::vector<ULONG> tags(preset->aulPropTag, preset->aulPropTag + preset->cValues);
+    EXPECT_THAT(tags, testing::IsSupersetOf({PR_DISPLAY_CC_A, PR_MAPPING_SIGNATURE, PR_MSG_STATUS, PR_PARENT_ENTRYID,
+                                             PR_STORE_ENTRYID, PR_STORE_RECORD_KEY}));
+    Tags columns{PR_DISPLAY_CC_W, PR_MAPPING_SIGNATURE, PR_MSG_STATUS, PR_PARENT_ENTRYID, PR_STORE_ENTRYID,
+                 PR_STORE_RECORD_KEY};
+    ASSERT_EQ(table->SetColumns(columns, 0), S_OK);
+    Rows rows;
+    ASSERT_EQ(table->QueryRows(1, 0, receive(rows)), S_OK);
+    const SPropValue* values = rows->aRow[0].lpProps;
+    EXPECT_STREQ(values[0].Value.lpszW, L"");
+    EXPECT_EQ(bytesOf(values[1]), binary(*store.Get(), PR_MAPPING_SIGNATURE));
+    EXPECT_EQ(values[2].Value.l, 0);
+    EXPECT_EQ(bytesOf(values[3]), binary(*reports.Get(), PR_ENTRYID));
+    EXPECT_EQ(bytesOf(values[4]), binary(*store.Get(), PR_ENTRYID));
+    EXPECT_EQ(bytesOf(values[5]), binary(*store.Get(), PR_RECORD_KEY));
+  }
 }
 
 }  // namespace
