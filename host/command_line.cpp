@@ -97,6 +97,7 @@ ExitCode parseAndDo(std::vector<std::string> arguments) {
   addDeleteCommand(app, host);
   addExportCommand(app, host);
   addProfileCommand(app, host);
+  addMapiCommand(app, host);
   addStoreCommand(app, host);
   addTlvCommand(app, host);
 

@@ -16,6 +16,7 @@ void addShowCommand(CLI::App& app, Host& host);
 void addSaveCommand(CLI::App& app, Host& host);
 void addDeleteCommand(CLI::App& app, Host& host);
 void addExportCommand(CLI::App& app, Host& host);
+void addMapiCommand(CLI::App& app, Host& host);
 void addProfileCommand(CLI::App& app, Host& host);
 void addStoreCommand(CLI::App& app, Host& host);
 void addTlvCommand(CLI::App& app, Host& host);

@@ -1,0 +1,128 @@
+// fendrel mapi: the local store as what this machine's programs get when they load MAPI.
+#include <fmt/format.h>
+
+#include <memory>
+
+#include "commands.h"
+#include "mail_client.h"
+#include "paths.h"
+#include "text.h"
+
+namespace fendrel::host {
+namespace {
+
+struct RegisterOptions {
+  std::string scope = "any";
+  bool force = false;
+};
+
+constexpr ClientScope bothScopes[] = {ClientScope::machine, ClientScope::user};
+
+const char* scopeName(ClientScope scope) { return scope == ClientScope::machine ? "machine" : "user"; }
+
+std::wstring ownLibrary() { return programFolder() + L"\\store\\MAPI32.DLL"; }
+
+bool fileExists(const std::wstring& path) {
+  const DWORD attributes = GetFileAttributesW(longPath(path).c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
+}
+
+// Whom programs of this user get: the user's own choice comes before the machine's.
+std::wstring effectiveClient() {
+  const std::wstring own = readClient(ClientScope::user).defaultClient;
+  return own.empty() ? readClient(ClientScope::machine).defaultClient : own;
+}
+
+void refuseOthers(const RegisterOptions& options) {
+  const std::wstring present = effectiveClient();
+  if (options.force || present.empty() || isOurs({present, {}})) return;
+  throw Failure(ExitCode::failed,
+                fmt::format("'{}' is the mail program here. Use --force to take its place; \"fendrel mapi unregister\" "
+                            "gives it back.",
+                            printable(present)));
+}
+
+ExitCode registerMapi(Host& host, const RegisterOptions& options) {
+  const std::wstring library = ownLibrary();
+  if (!fileExists(library))
+    throw Failure(ExitCode::mapiUnusable,
+                  fmt::format("'{}' is not there. Install fendrel completely.", toUtf8(library)));
+  refuseOthers(options);
+  for (const ClientScope scope : bothScopes) {
+    if (options.scope != "any" && options.scope != scopeName(scope)) continue;
+    if (!registerClient(scope, library)) continue;
+    const bool isActive = isOurs({effectiveClient(), {}});
+    host.line(fmt::format("'{}' is registered for {}.", printable(library),
+                          scope == ClientScope::machine ? "all users" : "this user"));
+    if (!isActive) host.line("This user has chosen another mail program, which goes before the machine's.");
+    host.document({{"registered", scopeName(scope)}, {"library", toUtf8(library)}, {"active", isActive}});
+    return ExitCode::done;
+  }
+  throw Failure(ExitCode::failed, "This user may not register mail programs for the machine. Start fendrel as an "
+                                  "administrator, or use --for user.");
+}
+
+ExitCode unregisterMapi(Host& host) {
+  Json taken = Json::array(), refused = Json::array();
+  for (const ClientScope scope : bothScopes) {
+    const ClientEntry entry = readClient(scope);
+    if (!entry.library && !isOurs(entry)) continue;
+    (unregisterClient(scope) ? taken : refused).push_back(scopeName(scope));
+  }
+  if (!refused.empty())
+    throw Failure(ExitCode::failed, "The registration for the machine stays: start fendrel as an administrator.");
+  host.document({{"unregistered", taken}});
+  const std::wstring present = effectiveClient();
+  if (taken.empty()) host.line("Nothing was registered.");
+  else if (present.empty()) host.line("The registration is taken away.");
+  else host.line(fmt::format("The registration is taken away; the mail program is '{}'.", printable(present)));
+  return ExitCode::done;
+}
+
+ExitCode showStatus(Host& host) {
+  Json document;
+  for (const ClientScope scope : bothScopes) {
+    const ClientEntry entry = readClient(scope);
+    const bool isThere = entry.library && fileExists(*entry.library);
+    const bool isSet = !entry.defaultClient.empty();
+    host.line(fmt::format("{}: the mail program is {}{}{}.", scope == ClientScope::machine ? "Machine" : "User",
+                          isSet ? "'" + printable(entry.defaultClient) + "'" : "not set",
+                          entry.library ? "; fendrel is registered with '" + printable(*entry.library) + "'" : "",
+                          entry.library && !isThere ? ", which is not there" : ""));
+    document[scopeName(scope)] = {
+        {"default", entry.defaultClient.empty() ? Json(nullptr) : Json(toUtf8(entry.defaultClient))},
+        {"library", entry.library ? Json(toUtf8(*entry.library)) : Json(nullptr)},
+        {"libraryIsThere", isThere}};
+  }
+  const bool isActive = isOurs({effectiveClient(), {}});
+  host.line(isActive ? "Programs that load MAPI32.DLL get the local store."
+                     : "Programs that load MAPI32.DLL do not get the local store.");
+  document["active"] = isActive;
+  host.document(document);
+  return ExitCode::done;
+}
+
+}  // namespace
+
+void addMapiCommand(CLI::App& app, Host& host) {
+  CLI::App* mapi = app.add_subcommand("mapi", "Make the local store what this machine's programs get as MAPI");
+  mapi->require_subcommand(1);
+
+  const auto options = std::make_shared<RegisterOptions>();
+  CLI::App* add = mapi->add_subcommand("register", "Register the local store as the mail program's MAPI");
+  add->add_option("--for", options->scope,
+                  "machine: for all users, which asks for an administrator; user: for this one; else the machine where "
+                  "that is allowed, else this user")
+      ->check(CLI::IsMember({"machine", "user"}))
+      ->type_name("WHOM");
+  add->add_flag("--force", options->force, "Take the place of the mail program that is the default");
+  add->callback([&host, options] { host.command = [options](Host& on) { return registerMapi(on, *options); }; });
+
+  CLI::App* remove = mapi->add_subcommand("unregister", "Take the registration away; what it replaced comes back");
+  remove->callback([&host] { host.command = unregisterMapi; });
+
+  CLI::App* status = mapi->add_subcommand("status", "Show who is registered, for the machine and for this user");
+  status->callback([&host] { host.command = showStatus; });
+}
+
+}  // namespace fendrel::host
