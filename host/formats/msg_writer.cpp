@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "msg_names.h"
 #include "property_names.h"
 #include "text.h"
 
@@ -39,8 +40,10 @@ constexpr ULONG ofTheStore[] = {
 // Identifiers from here on have a meaning that the store keeps apart.
 constexpr ULONG firstNamedProperty = 0x8000;
 
-bool staysBehind(ULONG tag) {
-  return std::ranges::find(ofTheStore, PROP_ID(tag)) != std::end(ofTheStore) || PROP_ID(tag) >= firstNamedProperty;
+// The tag of a property in the file; 0 for one that stays behind.
+ULONG tagInFile(ULONG tag, const MsgNames& names) {
+  if (PROP_ID(tag) >= firstNamedProperty) return names.tagInFile(tag);
+  return std::ranges::find(ofTheStore, PROP_ID(tag)) == std::end(ofTheStore) ? tag : 0;
 }
 
 void checkWritten(HRESULT code) { check(code, ExitCode::failed, "The .msg file cannot be written"); }
@@ -91,8 +94,8 @@ class PropertyStorage {
   void addText(ULONG tag, std::wstring_view text);
   void addBytes(ULONG tag, std::span<const std::uint8_t> bytes);
   void addLength(ULONG tag, std::uint64_t length) { addNumber(tag, length); }
-  void addValue(const SPropValue& value);
-  void addLong(LongValue value);
+  void addValue(SPropValue value, ULONG tag);
+  void addLong(LongValue value, ULONG tag);
   void setHeader(std::size_t offset, std::uint32_t number) { putNumber(list, offset, number, sizeof number); }
 
   // The list, last of all.
@@ -162,8 +165,8 @@ void PropertyStorage::addBinaries(const SPropValue& value) {
   addBytes(value.ulPropTag, lengths);
 }
 
-void PropertyStorage::addValue(const SPropValue& value) {
-  const ULONG tag = value.ulPropTag;
+void PropertyStorage::addValue(SPropValue value, ULONG tag) {
+  value.ulPropTag = tag;
   const auto& held = value.Value;
   switch (PROP_TYPE(tag)) {
     case PT_SHORT: return addNumber(tag, static_cast<std::uint16_t>(held.i));
@@ -198,30 +201,34 @@ void PropertyStorage::addValue(const SPropValue& value) {
   }
 }
 
-void PropertyStorage::addLong(LongValue value) {
+void PropertyStorage::addLong(LongValue value, ULONG tag) {
   const std::string subject = propertyName(value.tag);
-  const ComPtr<IStream> stream = newStream(get(), streamName(value.tag));
+  const ComPtr<IStream> stream = newStream(get(), streamName(tag));
   const std::uint64_t copied = copyStream(*value.stream.Get(), subject, [&](std::span<const std::uint8_t> bytes) {
     writeAll(*stream.Get(), bytes);
   });
   if (copied != value.size)
     throw Failure(ExitCode::failed, fmt::format("{} gave {} of its {} bytes. The message was not saved.", subject,
                                                 withThousands(copied), withThousands(value.size)));
-  addLength(value.tag, copied + (PROP_TYPE(value.tag) == PT_UNICODE ? sizeof(wchar_t) : 0));
+  addLength(tag, copied + (PROP_TYPE(value.tag) == PT_UNICODE ? sizeof(wchar_t) : 0));
 }
 
-void addProperties(PropertyStorage& to, const ObjectProperties& properties) {
+void addProperties(PropertyStorage& to, IMAPIProp& object, const ObjectProperties& properties, MsgNames& names) {
+  std::vector<ULONG> tags(properties.longTags().begin(), properties.longTags().end());
+  for (const SPropValue* value : properties.values()) tags.push_back(value->ulPropTag);
+  names.add(object, tags);
   for (const SPropValue* value : properties.values())
-    if (!staysBehind(value->ulPropTag)) to.addValue(*value);
-  for (const ULONG tag : properties.longTags())
-    if (!staysBehind(tag)) to.addLong(properties.openLong(tag));
+    if (const ULONG tag = tagInFile(value->ulPropTag, names)) to.addValue(*value, tag);
+  for (const ULONG longTag : properties.longTags())
+    if (const ULONG tag = tagInFile(longTag, names)) to.addLong(properties.openLong(longTag), tag);
 }
 
-void addAttachment(IStorage& message, ULONG number, const Attachment& attachment, const WriteEvents& events) {
+void addAttachment(IStorage& message, ULONG number, const Attachment& attachment, MsgNames& names,
+                   const WriteEvents& events) {
   constexpr std::size_t headerSize = 8;
   const std::string subject = fmt::format("Attachment '{}'", printable(attachment.name));
   PropertyStorage to(newStorage(message, toWide(fmt::format("__attach_version1.0_#{:08X}", number))), headerSize);
-  addProperties(to, ObjectProperties(*attachment.object.Get(), subject));
+  addProperties(to, *attachment.object.Get(), ObjectProperties(*attachment.object.Get(), subject), names);
   to.addNumber(PR_ATTACH_NUM, number);
   const std::uint32_t key = number;
   to.addBytes(PR_RECORD_KEY, {reinterpret_cast<const std::uint8_t*>(&key), sizeof key});
@@ -238,10 +245,10 @@ void addAttachment(IStorage& message, ULONG number, const Attachment& attachment
   to.finish();
 }
 
-// The names of properties above 0x8000: none.
-void addNames(IStorage& message) {
-  const ComPtr<IStorage> names = newStorage(message, L"__nameid_version1.0");
-  for (const ULONG tag : {0x00020102u, 0x00030102u, 0x00040102u}) writeStream(*names.Get(), streamName(tag), {});
+// The names of all properties above 0x8000.
+void addNames(IStorage& message, const MsgNames& names) {
+  const ComPtr<IStorage> storage = newStorage(message, L"__nameid_version1.0");
+  for (const MsgNames::Stream& stream : names.streams()) writeStream(*storage.Get(), streamName(stream.tag), stream.bytes);
 }
 
 ComPtr<IStorage> newFile(const std::wstring& path, std::uint64_t size) {
@@ -284,13 +291,14 @@ void writeMsg(IMessage& message, const std::wstring& path, const WriteEvents& ev
 
   PropertyStorage to(newFile(path, size), headerSize);
   checkWritten(to.get().SetClass(messageClassId));
-  addProperties(to, properties);
+  MsgNames names;
+  addProperties(to, message, properties, names);
   to.addNumber(PR_STORE_SUPPORT_MASK, textIsWide);
   // Unsent messages open to be written on; this one was posted.
   to.addNumber(PR_MESSAGE_FLAGS, static_cast<std::uint32_t>(properties.number(PR_MESSAGE_FLAGS).value_or(0)) &
                                      ~static_cast<std::uint32_t>(MSGFLAG_UNSENT));
-  addNames(to.get());
-  for (ULONG number = 0; number < files.size(); ++number) addAttachment(to.get(), number, files[number], events);
+  for (ULONG number = 0; number < files.size(); ++number) addAttachment(to.get(), number, files[number], names, events);
+  addNames(to.get(), names);
   to.setHeader(nextAttachment, static_cast<std::uint32_t>(files.size()));
   to.setHeader(attachmentCount, static_cast<std::uint32_t>(files.size()));
   to.finish();

@@ -91,6 +91,44 @@ void set(IMAPIProp& object, ULONG tag, FILETIME time) {
   check(object.SetProps(1, &value, nullptr), ExitCode::failed, "A time was refused");
 }
 
+// The names of every message's own properties: set, number or text, value.
+struct Named {
+  GUID set;
+  LONG number;
+  const wchar_t* text;  // null: the name is the number
+  std::wstring value;
+};
+
+const std::vector<Named>& namedSamples() {
+  static const GUID reports{0x11223344, 0x5566, 0x7788, {1, 2, 3, 4, 5, 6, 7, 8}};
+  static const GUID others{0x99AABBCC, 0x5566, 0x7788, {1, 2, 3, 4, 5, 6, 7, 8}};
+  static const GUID publicStrings{0x00020329, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+  static const std::vector<Named> named = {{reports, 0, L"Period", L"May"},
+                                           {publicStrings, 0, L"Keywords \u65E5", L"sales"},
+                                           {reports, 0x8554, nullptr, L"7"},
+                                           {others, -1, nullptr, std::wstring(70'000, L'n')}};
+  return named;
+}
+
+Json setNamed(IMAPIProp& object) {
+  Json written = Json::array();
+  for (Named named : namedSamples()) {
+    MAPINAMEID name{&named.set, ULONG{named.text ? MNID_STRING : MNID_ID}, {}};
+    if (named.text) name.Kind.lpwstrName = const_cast<wchar_t*>(named.text);
+    else name.Kind.lID = named.number;
+    LPMAPINAMEID list[] = {&name};
+    LPSPropTagArray tags = nullptr;
+    check(object.GetIDsFromNames(1, list, MAPI_CREATE, &tags), ExitCode::failed, "A name was refused");
+    set(object, CHANGE_PROP_TYPE(tags->aulPropTag[0], PT_UNICODE), named.value);
+    mapi().freeBuffer(tags);
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(&named.set);
+    written.push_back({{"set", hexadecimal({bytes, sizeof named.set})},
+                       {"name", named.text ? Json(toUtf8(named.text)) : Json(named.number)},
+                       {"value", toUtf8(named.value)}});
+  }
+  return written;
+}
+
 ComPtr<IStream> newStream(IMAPIProp& object, ULONG tag) {
   ComPtr<IUnknown> opened;
   ComPtr<IStream> stream;
@@ -129,6 +167,9 @@ Json make(IMAPIFolder& folder, const Sample& sample) {
   set(*message.Get(), PR_IMPORTANCE, sample.importance);
   set(*message.Get(), PR_SENSITIVITY, sample.sensitivity);
   set(*message.Get(), PR_BODY_W, sample.body);
+  // A property without a name, which means nothing elsewhere, and those with one.
+  set(*message.Get(), PROP_TAG(PT_UNICODE, 0xFFF0), std::wstring(L"nameless"));
+  const Json named = setNamed(*message.Get());
   Json files = Json::array();
   for (const File& file : sample.files) {
     attach(*message.Get(), file);
@@ -139,7 +180,7 @@ Json make(IMAPIFolder& folder, const Sample& sample) {
           {"body", toUtf8(sample.body)},             {"submitted", utcTime(sample.submitted)},
           {"delivered", utcTime(sample.delivered)},  {"importance", sample.importance},
           {"sensitivity", sample.sensitivity},       {"class", "IPM.DOCUMENT.*X"},
-          {"files", files}};
+          {"files", files},                          {"named", named}};
 }
 
 }  // namespace

@@ -16,6 +16,7 @@ import subprocess
 import sys
 import tempfile
 import time
+import zlib
 
 from compound_file import CompoundFile
 
@@ -145,6 +146,38 @@ def filetime(text):
     return int((time_of(text) - datetime.datetime(1601, 1, 1, tzinfo=datetime.timezone.utc)).total_seconds()) * 10**7
 
 
+def names_of(storage, what):
+    """The list of names: (set, name), by the number that the file gives each."""
+    sets, entries, texts = (storage[f"__substg1.0_000{n}0102"] for n in (2, 3, 4))
+    known = {1: "2803020000000000c000000000000046", 2: "2903020000000000c000000000000046"}
+    known.update({3 + i: sets[16 * i:16 * i + 16].hex() for i in range(len(sets) // 16)})
+    names, sorted_entries = [], []
+    for at in range(0, len(entries), 8):
+        value, set_and_kind, number = struct.unpack_from("<IHH", entries, at)
+        expect_equal(number, at // 8, what + " number of a name")
+        name = struct.unpack("<i", struct.pack("<I", value))[0]
+        key = value
+        if set_and_kind & 1:
+            size, = struct.unpack_from("<I", texts, value)
+            raw = texts[value + 4:value + 4 + size]
+            name, key = raw.decode("utf-16-le"), zlib.crc32(raw, 0xFFFFFFFF) ^ 0xFFFFFFFF
+        names.append((known[set_and_kind >> 1], name))
+        bucket = 0x1000 + (key ^ set_and_kind) % 0x1F
+        sorted_entries.append((bucket, struct.pack("<IHH", key, set_and_kind, number)))
+    expect_equal({name: storage[name] for name in storage if name.startswith("__substg1.0_1")},
+                 {f"__substg1.0_{bucket:04X}0102": b"".join(e for b, e in sorted_entries if b == bucket)
+                  for bucket, _ in sorted_entries}, what + " sorted names")
+    return names
+
+
+def check_names(root, properties, named, what):
+    names = names_of(root["__nameid_version1.0"], what)
+    found = {key: text_of(root, 0x8000 + number) for number, key in enumerate(names)}
+    expect_equal(found, {(one["set"].lower(), one["name"]): one["value"] for one in named}, what + " named values")
+    expect_equal(sorted(tag >> 16 for tag in properties if tag >> 16 >= 0x8000),
+                 list(range(0x8000, 0x8000 + len(names))), what + " identifiers of named properties")
+
+
 def check_msg(data, message, what):
     root = CompoundFile(data).root
     expect_equal(root.class_id.hex(), "0b0d020000000000c000000000000046", what + " class")
@@ -163,8 +196,7 @@ def check_msg(data, message, what):
     expect_equal(properties.get(0x00360003), message["sensitivity"], what + " sensitivity")
     expect(properties.get(0x340D0003, 0) & 0x40000, what + " is not marked as wide")
     expect(not properties.get(0x0E070003, 0) & 8, what + " is marked as unsent")
-    expect_equal(sorted(root["__nameid_version1.0"]),
-                 [f"__substg1.0_000{n}0102" for n in (2, 3, 4)], what + " names")
+    check_names(root, properties, message["named"], what)
     found = []
     for number in range(count):
         part = root[f"__attach_version1.0_#{number:08X}"]
