@@ -72,7 +72,8 @@ Value valueOf(const SPropValue& property) {
     }
   };
   switch (PROP_TYPE(property.ulPropTag)) {
-    case PT_NULL: break;  // the answer to PR_NULL, which holds a place
+    case PT_NULL: break;    // the answer to PR_NULL, which holds a place
+    case PT_OBJECT: break;  // a table or the like, which OpenProperty gives
     case PT_I2: value.number = in.i; break;
     case PT_LONG: value.number = in.l; break;
     case PT_ERROR: value.number = in.err; break;
