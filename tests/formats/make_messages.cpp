@@ -113,7 +113,8 @@ const std::vector<Named>& namedSamples() {
 Json setNamed(IMAPIProp& object) {
   Json written = Json::array();
   for (Named named : namedSamples()) {
-    MAPINAMEID name{&named.set, ULONG{named.text ? MNID_STRING : MNID_ID}, {}};
+    MAPINAMEID name{&named.set, MNID_ID, {}};
+    if (named.text) name.ulKind = MNID_STRING;
     if (named.text) name.Kind.lpwstrName = const_cast<wchar_t*>(named.text);
     else name.Kind.lID = named.number;
     LPMAPINAMEID list[] = {&name};
