@@ -39,7 +39,7 @@ Value Random::value(ULONG id) {
   value.tag = PROP_TAG(type, id);
   const auto number = static_cast<std::int64_t>(oneIn(3) ? next() : below(5));
   const auto many = [&](auto make) {
-    for (std::size_t count = below(4); count > 0; --count) {
+    for (std::size_t count = 1 + below(3); count > 0; --count) {  // a list without values is refused
       value.many.push_back(make());
       value.many.back().tag = value.tag & ~static_cast<ULONG>(MV_FLAG);
     }
