@@ -7,6 +7,9 @@
 #include "console.h"
 #include "error_words.h"
 #include "help_format.h"
+#include "paths.h"
+#include "report/suggestion.h"
+#include "store_files.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -38,11 +41,56 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
       ->type_name("WHICH");
   app.add_option("--profile", options.profile, "The MAPI profile; else the default one, or the only one")
       ->type_name("NAME");
-  app.add_option("--password", options.password,
-                 "The profile's password. Other users may see a command line: the environment variable "
-                 "FENDREL_PASSWORD, which is read when this option is absent, does not show it")
-      ->type_name("TEXT");
+  app.add_option("--password-file", options.passwordFile,
+                 "The profile's password is this file's first line. Without this option and the next one the "
+                 "environment variable FENDREL_PASSWORD holds it, or a person is asked")
+      ->type_name("FILE");
+  app.add_option("--password-command", options.passwordCommand,
+                 "The profile's password is the first line that this command writes")
+      ->type_name("COMMAND");
+  // What stands on a command line can be read by others in the list of processes.
+  app.add_option("--password", "")->group("")->each([](const std::string&) {
+    throw CLI::ValidationError("A password on a command line can be read by others, so --password is not taken. Give "
+                               "--password-file or --password-command, or set FENDREL_PASSWORD");
+  });
   app.add_flag("--json", options.json, "Give the result as one JSON document");
+  app.add_flag("--json-lines", options.jsonLines,
+               "Give a line of JSON for every event while the command runs, the result last");
+  app.add_option("--log-file", options.logFile, "Append a line for every event to this file")->type_name("FILE");
+  CLI::Option* quiet = app.add_flag("-q,--quiet", options.quiet, "Show no events but errors");
+  app.add_flag("-v,--verbose", options.verbose, "Show more events")->excludes(quiet);
+}
+
+std::vector<std::string> commandsOf(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
+  return names;
+}
+
+std::vector<std::string> optionsOf(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::Option* option : app.get_options())
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  return names;
+}
+
+ExitCode showHelp(const CLI::App& app, const std::vector<std::string>& words) {
+  const CLI::App* at = &app;
+  std::string before;
+  for (const std::string& word : words) {
+    const std::vector<std::string> known = commandsOf(*at);
+    if (std::ranges::find(known, word) == known.end())
+      throw Failure(ExitCode::wrongUsage,
+                    "'" + printable(word) + "' is no command" + didYouMean(word, known) + " \"fendrel help\" lists them.");
+    before += (before.empty() ? "" : " ") + at->get_name();
+    at = at->get_subcommand(word);
+  }
+  // help() of the program itself would be that of the command that is asked for help: this one.
+  std::string help = words.empty() ? app.get_formatter()->make_help(&app, app.get_name(), CLI::AppFormatMode::Normal)
+                                   : at->help(before);
+  while (!help.empty() && help.back() == '\n') help.pop_back();
+  printLine(help);
+  return ExitCode::done;
 }
 
 // What was wrong with the arguments, and the help that explains it.
@@ -57,28 +105,43 @@ std::string usageWords(const CLI::App& app, const CLI::ParseError& error) {
   if (!at->get_subcommands({}).empty()) {  // no command behind a word that needs one
     const std::vector<std::string> unknown = app.remaining(true);
     const bool named = !unknown.empty() && !unknown.front().starts_with('-');
-    words = named ? "'" + printable(unknown.front()) + "' is no command" : "A command is missing behind " + command;
+    words = named ? "'" + printable(unknown.front()) + "' is no command" + didYouMean(unknown.front(), commandsOf(*at))
+                  : "A command is missing behind " + command;
+  } else if (const std::vector<std::string> unknown = app.remaining(true);
+             !unknown.empty() && unknown.front().starts_with('-')) {
+    std::vector<std::string> known = optionsOf(*at);
+    for (std::string& option : optionsOf(app)) known.push_back(std::move(option));
+    words = "'" + printable(unknown.front()) + "' is no option" +
+            didYouMean(unknown.front().substr(0, unknown.front().find('=')), known);
   }
+  if (words.ends_with('?')) return words + " \"" + command + " --help\" explains.";
   while (!words.empty() && (words.back() == '.' || words.back() == '\n')) words.pop_back();
   return words + ". \"" + command + " --help\" explains.";
 }
 
-void report(const Host& host, const std::string& text, ExitCode exit, HRESULT code) {
-  printError("fendrel: " + text);
-  Json error = {{"message", text}, {"exitCode", static_cast<int>(exit)}};
-  if (code != S_OK) {
-    error["name"] = errorName(code);
-    error["code"] = static_cast<std::uint32_t>(code);
+ExitCode report(Host& host, const Failure& given) {
+  Failure failure = given;
+  if (isDamage(failure.code()) && host.options.mapi != "system") {
+    const std::wstring place = storePlace(host);
+    if (looksLikeStore(place))
+      failure = Failure(failure.exitCode(), failure.what() + (" The store is '" + printable(displayPath(place)) + "'."),
+                        failure.code());
+    else
+      failure = noStore(place);
   }
-  host.document({{"error", error}});
+  const auto exit = static_cast<int>(failure.exitCode());
+  host.tell({Level::error, "failed", {}, failure.what(), {{"error", jsonError(failure)}, {"exitCode", exit}}});
+  if (!host.options.jsonLines) host.document({{"error", jsonError(failure)}, {"exitCode", exit}});
+  return failure.exitCode();
 }
 
 ExitCode parseAndDo(std::vector<std::string> arguments) {
   Host host;
   host.options.json = std::ranges::find(arguments, "--json") != arguments.end();
+  host.options.jsonLines = std::ranges::find(arguments, "--json-lines") != arguments.end();
   CLI::App app(description, "fendrel");
   app.allow_windows_style_options(false);
-  app.set_version_flag("--version", std::string("fendrel ") + FENDREL_RELEASE, "Show the release of fendrel");
+  app.set_version_flag("-V,--version", std::string("fendrel ") + FENDREL_RELEASE, "Show the release of fendrel");
   app.set_help_flag("-h,--help", "Show help; with a command, that command's help");
   app.require_subcommand(1);
   app.fallthrough();
@@ -101,6 +164,13 @@ ExitCode parseAndDo(std::vector<std::string> arguments) {
   addStoreCommand(app, host);
   addTlvCommand(app, host);
 
+  std::vector<std::string> helpWords;
+  CLI::App* helping = app.add_subcommand("help", "Show help; with a command, that command's help");
+  helping->add_option("COMMAND", helpWords, "The command");
+  helping->callback([&] {
+    host.command = [&](Host&) { return showHelp(app, helpWords); };
+  });
+
   for (CLI::App* command : app.get_subcommands({})) {
     command->group("Commands");
     for (CLI::App* below : command->get_subcommands({})) below->group("Commands");
@@ -118,15 +188,14 @@ ExitCode parseAndDo(std::vector<std::string> arguments) {
     printLine(help);
     return ExitCode::done;
   } catch (const CLI::ParseError& error) {
-    report(host, usageWords(app, error), ExitCode::wrongUsage, S_OK);
-    return ExitCode::wrongUsage;
+    return report(host, Failure(ExitCode::wrongUsage, usageWords(app, error)));
   }
-  if (host.options.password.empty()) host.options.password = environmentText(L"FENDREL_PASSWORD");
   try {
-    return host.command(host);
+    if (!host.options.logFile.empty()) host.keepLog(host.options.logFile);
+    const ExitCode exit = host.command(host);
+    return exit == ExitCode::done && host.logIsLost() ? ExitCode::failed : exit;
   } catch (const Failure& failure) {
-    report(host, failure.what(), failure.exitCode(), failure.code());
-    return failure.exitCode();
+    return report(host, failure);
   }
 }
 
@@ -134,7 +203,10 @@ ExitCode parseAndDo(std::vector<std::string> arguments) {
 
 ExitCode run(std::vector<std::string> arguments) noexcept {
   try {
-    return parseAndDo(std::move(arguments));
+    const ExitCode exit = parseAndDo(std::move(arguments));
+    if (!outputIsLost()) return exit;
+    printError("fendrel: Not all of the output could be written.");
+    return exit == ExitCode::done ? ExitCode::failed : exit;
   } catch (const std::bad_alloc&) {
     printError("fendrel: Not enough memory. Close other programs and try again.");
   } catch (const std::exception& error) {

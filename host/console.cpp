@@ -3,24 +3,23 @@
 #include <windows.h>
 
 #include <atomic>
+#include <chrono>
+#include <cstdlib>
 #include <mutex>
 
+#include "exit_codes.h"
 #include "text.h"
 
 namespace fendrel::host {
 namespace {
 
-std::atomic<bool> cancel{false};
+std::atomic<bool> cancel{false}, lost{false};
+std::atomic<const char*> cancelWords{"stopping"};
+HANDLE cancelEvent = nullptr;  // set together with `cancel`
 
-// Lines and progress come from two threads.
-std::mutex writing;
+// Lines and progress come from several threads.
+std::timed_mutex writing;
 std::size_t progressWidth = 0;  // of the progress line that stands on standard error
-
-BOOL WINAPI onConsoleEvent(DWORD event) {
-  if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) return FALSE;
-  cancel = true;
-  return TRUE;
-}
 
 bool isConsole(HANDLE handle) {
   DWORD mode = 0;
@@ -58,13 +57,41 @@ void replaceProgress(std::string_view utf8) {
   progressWidth = width;
 }
 
+// On a thread of the system's. The main thread may stand in the middle of a write that nobody reads.
+void tellFromHandler(std::string_view utf8) {
+  const std::unique_lock lock(writing, std::chrono::milliseconds(200));
+  if (!lock.owns_lock()) return;
+  replaceProgress({});
+  writeAll(GetStdHandle(STD_ERROR_HANDLE), std::string(utf8) + "\n");
+}
+
+BOOL WINAPI onConsoleEvent(DWORD event) {
+  const bool again = cancel.exchange(true);
+  SetEvent(cancelEvent);
+  if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) {
+    // The system ends the process when this returns, or some seconds later.
+    Sleep(INFINITE);
+    return TRUE;
+  }
+  if (again) {
+    tellFromHandler("fendrel: Stopped.");
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(ExitCode::cancelled));
+  }
+  tellFromHandler(std::string("fendrel: ") + cancelWords.load() + "; Ctrl+C again stops now.");
+  return TRUE;
+}
+
 }  // namespace
 
 bool printLine(std::string_view utf8) {
   const std::scoped_lock lock(writing);
   replaceProgress({});
-  return writeAll(GetStdHandle(STD_OUTPUT_HANDLE), std::string(utf8) + "\n");
+  if (writeAll(GetStdHandle(STD_OUTPUT_HANDLE), std::string(utf8) + "\n")) return true;
+  lost = true;
+  return false;
 }
+
+bool outputIsLost() { return lost; }
 
 void printError(std::string_view utf8) {
   const std::scoped_lock lock(writing);
@@ -88,8 +115,34 @@ bool errorIsTerminal() {
   return terminal;
 }
 
-void watchForCancel() { SetConsoleCtrlHandler(onConsoleEvent, TRUE); }
+std::size_t outputWidth() {
+  const std::string hint = environmentText(L"FENDREL_COLUMNS");
+  if (!hint.empty()) return std::strtoul(hint.c_str(), nullptr, 10);
+  CONSOLE_SCREEN_BUFFER_INFO info;
+  if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info)) return 0;
+  return static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1);
+}
+
+bool inputIsTerminal() {
+  const HANDLE handle = GetStdHandle(STD_INPUT_HANDLE);
+  return GetFileType(handle) == FILE_TYPE_CHAR && isConsole(handle);
+}
+
+void watchForCancel() {
+  cancelEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  SetConsoleCtrlHandler(onConsoleEvent, TRUE);
+}
 
 bool cancelRequested() { return cancel; }
+
+CancelWords::CancelWords(const char* words) : before(cancelWords.exchange(words)) {}
+
+CancelWords::~CancelWords() { cancelWords = before; }
+
+bool waitUnlessCancelled(std::uint32_t milliseconds) {
+  if (cancelEvent) return WaitForSingleObject(cancelEvent, milliseconds) == WAIT_TIMEOUT;
+  Sleep(milliseconds);  // nobody watches
+  return true;
+}
 
 }  // namespace fendrel::host

@@ -22,13 +22,15 @@ constexpr ErrorWords knownErrors[] = {
     {MAPI_E_NOT_ENOUGH_DISK, "MAPI_E_NOT_ENOUGH_DISK", "not enough disk space", "Make room and post again."},
     {MAPI_E_INVALID_PARAMETER, "MAPI_E_INVALID_PARAMETER", "a value was refused as invalid", ""},
     {MAPI_E_CALL_FAILED, "MAPI_E_CALL_FAILED", "the call failed", "Try again; if it stays so, look at the store."},
-    {MAPI_E_CORRUPT_DATA, "MAPI_E_CORRUPT_DATA", "the store is damaged there", "Restore the store from a copy."},
-    {MAPI_E_CORRUPT_STORE, "MAPI_E_CORRUPT_STORE", "the store is damaged", "Restore the store from a copy."},
+    {MAPI_E_CORRUPT_DATA, "MAPI_E_CORRUPT_DATA", "the store is damaged there",
+     "\"fendrel store check\" names the damage, and \"fendrel store salvage\" carries over what is whole."},
+    {MAPI_E_CORRUPT_STORE, "MAPI_E_CORRUPT_STORE", "the store is damaged, or the file is no store",
+     "\"fendrel store check\" names the damage, and \"fendrel store salvage\" carries over what is whole."},
     {MAPI_E_FAILONEPROVIDER, "MAPI_E_FAILONEPROVIDER", "one message store of the profile cannot be used",
      "Check the profile's message stores."},
     {MAPI_E_UNCONFIGURED, "MAPI_E_UNCONFIGURED", "the profile is not set up completely", "Set the profile up."},
     {MAPI_E_LOGON_FAILED, "MAPI_E_LOGON_FAILED", "logon failed: no such profile, or a wrong password",
-     "\"fendrel profile list\" shows the profiles; give a password with --password."},
+     "\"fendrel profile list\" shows the profiles; give a password with --password-file."},
     {MAPI_E_PASSWORD_CHANGE_REQUIRED, "MAPI_E_PASSWORD_CHANGE_REQUIRED", "the password must be changed first", ""},
     {MAPI_E_PASSWORD_EXPIRED, "MAPI_E_PASSWORD_EXPIRED", "the password has expired", ""},
     {MAPI_E_USER_CANCEL, "MAPI_E_USER_CANCEL", "cancelled", ""},
@@ -63,6 +65,11 @@ constexpr ErrorWords knownErrors[] = {
     {HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION), "ERROR_SHARING_VIOLATION", "another program is using it",
      "Close that program and try again."},
     {HRESULT_FROM_WIN32(ERROR_DISK_FULL), "ERROR_DISK_FULL", "the disk is full", "Make room and try again."},
+    {HRESULT_FROM_WIN32(ERROR_NO_LOGON_SERVERS), "ERROR_NO_LOGON_SERVERS", "the logon server cannot be reached",
+     "Check the network, and try again later."},
+    {HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE), "RPC_S_SERVER_UNAVAILABLE", "the server cannot be reached",
+     "Check the network, and try again later."},
+    {MAPI_E_END_OF_SESSION, "MAPI_E_END_OF_SESSION", "the session with the server has ended", "Try again."},
 };
 
 }  // namespace
@@ -71,6 +78,22 @@ const ErrorWords* findErrorWords(HRESULT code) {
   for (const ErrorWords& words : knownErrors)
     if (words.code == code) return &words;
   return nullptr;
+}
+
+bool passesByItself(HRESULT code) {
+  switch (code) {
+    case MAPI_E_BUSY:
+    case MAPI_E_TIMEOUT:
+    case MAPI_E_DISK_ERROR:
+    case MAPI_E_NOT_ENOUGH_DISK:
+    case MAPI_E_NETWORK_ERROR:
+    case MAPI_E_FAILONEPROVIDER:  // what a profile answers while the server of one store is down
+    case MAPI_E_END_OF_SESSION:
+    case HRESULT_FROM_WIN32(ERROR_DISK_FULL):
+    case HRESULT_FROM_WIN32(ERROR_NO_LOGON_SERVERS):
+    case HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE): return true;
+    default: return false;
+  }
 }
 
 std::string errorName(HRESULT code) {

@@ -21,6 +21,9 @@ struct ErrorWords {
 // The words for a code; null when the table does not hold it.
 const ErrorWords* findErrorWords(HRESULT code);
 
+// True for what passes by itself: busy, out of time, disk, network, logon server down.
+bool passesByItself(HRESULT code);
+
 // "MAPI_E_NO_ACCESS", or "0x80070005" when the code has no name here.
 std::string errorName(HRESULT code);
 

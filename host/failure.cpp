@@ -1,10 +1,16 @@
 #include "failure.h"
 
+#include <mapicode.h>
+
 #include <fmt/format.h>
 
 #include "error_words.h"
 
 namespace fendrel::host {
+
+bool isDamage(HRESULT code) noexcept { return code == MAPI_E_CORRUPT_STORE || code == MAPI_E_CORRUPT_DATA; }
+
+bool Failure::retryable() const noexcept { return passing || passesByItself(result); }
 
 Failure failureOf(ExitCode exitCode, const std::string& subject, HRESULT code, const std::string& wayOut) {
   std::string text = fmt::format("{}: {}.", subject, describeError(code));

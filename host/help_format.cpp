@@ -1,12 +1,21 @@
 #include "help_format.h"
 
+#include <algorithm>
 #include <sstream>
+
+#include "console.h"
 
 namespace fendrel::host {
 namespace {
 
 constexpr std::size_t nameColumn = 24;
-constexpr std::size_t lineWidth = 100;
+// In a pipe; on a terminal its own width, within reason.
+constexpr std::size_t widestLine = 100;
+
+std::size_t lineWidth() {
+  const std::size_t terminal = outputWidth();
+  return terminal == 0 ? widestLine : std::clamp<std::size_t>(terminal - 1, 50, widestLine);
+}
 
 // NAME in its column, the words wrapped in the next one.
 std::string entry(const std::string& name, const std::string& words) {
@@ -20,7 +29,7 @@ std::string entry(const std::string& name, const std::string& words) {
   column = nameColumn;
   std::istringstream stream(words);
   for (std::string word; stream >> word;) {
-    if (column + word.size() + 1 > lineWidth) {
+    if (column + word.size() + 1 > lineWidth()) {
       text += '\n' + std::string(nameColumn, ' ');
       column = nameColumn;
     }
@@ -46,7 +55,8 @@ std::string HelpFormat::make_help(const CLI::App* app, std::string name, CLI::Ap
   const std::size_t end = text.find_last_not_of('\n');
   text.erase(end == std::string::npos ? 0 : end + 1);
   if (app->get_parent())
-    text += "\n\nFor every command: --store FILE, --mapi WHICH, --profile NAME, --password TEXT, --json;\n"
+    text += "\n\nFor every command: --store FILE, --mapi WHICH, --profile NAME, --password-file FILE,\n"
+            "--password-command COMMAND, --json, --json-lines, --log-file FILE, --quiet, --verbose;\n"
             "\"fendrel --help\" explains them.";
   return text;
 }

@@ -1,10 +1,24 @@
 #include "host.h"
 
+#include <fmt/format.h>
+
+#include <utility>
+
 #include "console.h"
+#include "error_words.h"
+#include "input/password_input.h"
 #include "paths.h"
+#include "store_files.h"
 #include "text.h"
 
 namespace fendrel::host {
+namespace {
+
+std::string textOf(const Json& document, int indent) {
+  return document.dump(indent, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace
 
 void Host::useMapi() {
   if (!options.store.empty()) {
@@ -24,16 +38,44 @@ Profiles& Host::profiles() {
   return *profileAdmin;
 }
 
+bool Host::isStoreMissing() const {
+  if (options.mapi == "system") return false;
+  const std::wstring place = storePlace(*this);
+  return GetFileAttributesW(longPath(place).c_str()) == INVALID_FILE_ATTRIBUTES &&
+         (GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND);
+}
+
+std::vector<ProfileEntry> Host::knownProfiles() {
+  if (isStoreMissing()) return {};
+  return profiles().list();
+}
+
+// A password is asked for only where the logon shows that one is needed.
+void Host::logOn(const std::wstring& profile) {
+  try {
+    logon = std::make_unique<Session>(profile, password());
+  } catch (const Failure& refused) {
+    if (refused.code() != MAPI_E_LOGON_FAILED || !options.password.empty() || !inputIsTerminal()) throw;
+    options.password = askForPassword(fmt::format("Password of profile '{}': ", printable(profile)));
+    if (options.password.empty()) throw;
+    logon = std::make_unique<Session>(profile, password());
+  }
+}
+
 Session& Host::session() {
   if (logon) return *logon;
   const std::wstring named = toWide(options.profile);
+  if (isStoreMissing()) {
+    useMapi();  // a library that is missing is the first thing to say
+    chooseProfile({}, named);
+  }
   if (named.empty()) {
-    logon = std::make_unique<Session>(profiles().choose({}), password());
+    logOn(profiles().choose({}));
     return *logon;
   }
   useMapi();
   try {
-    logon = std::make_unique<Session>(named, password());
+    logOn(named);
   } catch (const Failure& refused) {
     // Where the name is unknown, the names that are known say more.
     std::vector<ProfileEntry> known;
@@ -48,14 +90,75 @@ Session& Host::session() {
   return *logon;
 }
 
-std::wstring Host::password() const { return toWide(options.password); }
+void Host::endSession() {
+  logon.reset();
+  profileAdmin.reset();
+}
+
+std::wstring Host::password() {
+  if (options.password.empty()) {
+    if (!options.passwordFile.empty())
+      options.password = readPasswordFile(options.passwordFile);
+    else if (!options.passwordCommand.empty())
+      options.password = runPasswordCommand(options.passwordCommand);
+    else
+      options.password = environmentText(L"FENDREL_PASSWORD");
+  }
+  return toWide(options.password);
+}
 
 void Host::line(const std::string& utf8) const {
-  if (!options.json) printLine(utf8);
+  if (!options.json && !options.jsonLines) printLine(utf8);
 }
 
 void Host::document(const Json& result) const {
-  if (options.json) printLine(result.dump(2, ' ', false, Json::error_handler_t::replace));
+  if (options.jsonLines) {
+    Json record = {{"event", "result"}};
+    record.update(result);
+    printLine(textOf(record, -1));
+  } else if (options.json) {
+    printLine(textOf(result, 2));
+  }
+}
+
+void Host::tell(const Event& event) {
+  if (event.level == Level::detail && !options.verbose) return;
+  static constexpr const char* names[] = {"detail", "info", "info", "notice", "error"};
+  const char* const level = names[static_cast<int>(event.level)];
+  if (event.level == Level::error)
+    printError("fendrel: " + event.words);
+  else if (event.level == Level::notice && !options.quiet)
+    printError("fendrel: " + event.words);
+  else if (!options.quiet && (event.level == Level::info || event.level == Level::detail))
+    line(event.words);
+  if (options.jsonLines) {
+    FILETIME now{};
+    GetSystemTimeAsFileTime(&now);
+    Json record = {{"time", jsonTime(now)}, {"level", level}, {"event", event.name}};
+    if (!event.file.empty()) record["file"] = event.file;
+    record.update(event.fields);
+    if (!event.fields.contains("error")) record["words"] = event.words;
+    printLine(textOf(record, -1));
+  }
+  if (log && !log->append(level, event.name, event.file, event.words) && !std::exchange(logLost, true))
+    printError(fmt::format("fendrel: Log file '{}' cannot be written; the work goes on.", printable(options.logFile)));
+}
+
+void Host::tell(const char* name, const std::string& file, const Failure& failure) {
+  tell({Level::error, name, file, failure.what(), {{"error", jsonError(failure)}}});
+}
+
+void Host::keepLog(const std::string& file) {
+  log.emplace(file);
+  options.logFile = file;
+}
+
+Json jsonError(const Failure& failure) {
+  const bool coded = failure.code() != S_OK;
+  return {{"code", coded ? Json(static_cast<std::uint32_t>(failure.code())) : Json(nullptr)},
+          {"name", coded ? Json(errorName(failure.code())) : Json(nullptr)},
+          {"words", failure.what()},
+          {"retryable", failure.retryable()}};
 }
 
 Json jsonTime(const FILETIME& time) {

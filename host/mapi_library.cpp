@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cstring>
+
 #include "failure.h"
 #include "paths.h"
 #include "text.h"
@@ -22,16 +25,36 @@ bool samePath(const std::wstring& one, const std::wstring& other) {
   return CompareStringOrdinal(one.c_str(), -1, other.c_str(), -1, TRUE) == CSTR_EQUAL;
 }
 
-// Some systems export the utility functions under their decorated names only.
+struct Needed {
+  const char* name;
+  const char* decorated;  // under which some systems export the utility functions alone; null: none
+};
+
+FARPROC find(HMODULE module, const Needed& needed) {
+  FARPROC found = GetProcAddress(module, needed.name);
+  if (!found && needed.decorated) found = GetProcAddress(module, needed.decorated);
+  return found;
+}
+
+constexpr Needed neededFunctions[] = {{"MAPIInitialize", nullptr},
+                                      {"MAPIUninitialize", nullptr},
+                                      {"MAPILogonEx", nullptr},
+                                      {"MAPIAllocateBuffer", nullptr},
+                                      {"MAPIAllocateMore", nullptr},
+                                      {"MAPIFreeBuffer", nullptr},
+                                      {"MAPIOpenFormMgr", nullptr},
+                                      {"MAPIAdminProfiles", nullptr},
+                                      {"FreeProws", "FreeProws@4"},
+                                      {"HrGetOneProp", "HrGetOneProp@12"},
+                                      {"HrQueryAllRows", "HrQueryAllRows@24"},
+                                      {"FtMulDwDw", "FtMulDwDw@8"},
+                                      {"FtNegFt", "FtNegFt@8"}};
+
 template <class F>
-void findFunction(HMODULE module, F& function, const char* name, const char* decorated = nullptr) {
-  FARPROC found = GetProcAddress(module, name);
-  if (!found && decorated) found = GetProcAddress(module, decorated);
-  if (!found)
-    throw failureOf(ExitCode::mapiUnusable, fmt::format("'{}' has no {}", toUtf8(loadedPath), name),
-                    HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND),
-                    "It is no complete Extended MAPI subsystem; use --mapi local, or install one.");
-  function = reinterpret_cast<F>(found);
+void findFunction(HMODULE module, F& function, const char* name) {
+  const auto* needed =
+      std::ranges::find_if(neededFunctions, [&](const Needed& each) { return std::strcmp(each.name, name) == 0; });
+  function = reinterpret_cast<F>(find(module, *needed));
 }
 
 }  // namespace
@@ -55,6 +78,10 @@ void loadMapi(MapiSubsystem subsystem) {
                               "WINEDLLOVERRIDES=mapi32=n,b, or start fendrel by its script.",
                               toUtf8(wanted), other));
   }
+  if (const std::vector<std::string> missing = missingMapiFunctions(module); !missing.empty())
+    throw failureOf(ExitCode::mapiUnusable, fmt::format("'{}' has no {}", toUtf8(loadedPath), missing.front()),
+                    HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND),
+                    "It is no complete Extended MAPI subsystem; use --mapi local, or install one.");
   findFunction(module, functions.initialize, "MAPIInitialize");
   findFunction(module, functions.uninitialize, "MAPIUninitialize");
   findFunction(module, functions.logonEx, "MAPILogonEx");
@@ -63,11 +90,18 @@ void loadMapi(MapiSubsystem subsystem) {
   findFunction(module, functions.freeBuffer, "MAPIFreeBuffer");
   findFunction(module, functions.openFormMgr, "MAPIOpenFormMgr");
   findFunction(module, functions.adminProfiles, "MAPIAdminProfiles");
-  findFunction(module, functions.freeProws, "FreeProws", "FreeProws@4");
-  findFunction(module, functions.hrGetOneProp, "HrGetOneProp", "HrGetOneProp@12");
-  findFunction(module, functions.hrQueryAllRows, "HrQueryAllRows", "HrQueryAllRows@24");
-  findFunction(module, functions.ftMulDwDw, "FtMulDwDw", "FtMulDwDw@8");
-  findFunction(module, functions.ftNegFt, "FtNegFt", "FtNegFt@8");
+  findFunction(module, functions.freeProws, "FreeProws");
+  findFunction(module, functions.hrGetOneProp, "HrGetOneProp");
+  findFunction(module, functions.hrQueryAllRows, "HrQueryAllRows");
+  findFunction(module, functions.ftMulDwDw, "FtMulDwDw");
+  findFunction(module, functions.ftNegFt, "FtNegFt");
+}
+
+std::vector<std::string> missingMapiFunctions(HMODULE library) {
+  std::vector<std::string> missing;
+  for (const Needed& needed : neededFunctions)
+    if (!find(library, needed)) missing.push_back(needed.name);
+  return missing;
 }
 
 const MapiFunctions& mapi() { return functions; }

@@ -5,6 +5,7 @@
 #include <mapiutil.h>
 
 #include <string>
+#include <vector>
 
 namespace fendrel::host {
 
@@ -32,6 +33,9 @@ enum class MapiSubsystem {
 // Loads the library, for as long as the process lives, so that everyone who then asks for "MAPI32.DLL" gets this one.
 // Throws Failure(mapiUnusable) with the reason.
 void loadMapi(MapiSubsystem subsystem);
+
+// The names of the functions that the library must have and has not.
+std::vector<std::string> missingMapiFunctions(HMODULE library);
 
 // The functions of the loaded library.
 const MapiFunctions& mapi();

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 
 #include "failure.h"
+#include "input/file_handle.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -25,10 +25,6 @@ bool startedFromUnixShell() {
 
 bool isSeparator(wchar_t c) { return c == L'\\' || c == L'/'; }
 
-struct FindCloser {
-  void operator()(void* handle) const noexcept { FindClose(handle); }
-};
-
 }  // namespace
 
 std::wstring fullPath(std::string_view given) {
@@ -45,6 +41,15 @@ std::wstring fullPath(std::string_view given) {
     full.resize(length);
     if (whole) return full;
   }
+}
+
+std::string displayPath(const std::wstring& full) {
+  std::string path = toUtf8(full);
+  const bool isUnixFile = path.size() > 2 && (path[0] == 'Z' || path[0] == 'z') && path[1] == ':' && path[2] == '\\';
+  if (!isUnixFile || !startedFromUnixShell()) return path;
+  path.erase(0, 2);
+  std::ranges::replace(path, '\\', '/');
+  return path;
 }
 
 std::wstring longPath(const std::wstring& full) {
@@ -97,20 +102,31 @@ std::vector<std::string> expandPattern(const std::string& given) {
   const std::wstring pattern = toWide(given);
   const std::wstring last = fileNameOf(pattern);
   if (last.find_first_of(L"*?") == std::wstring::npos) return {given};
-  WIN32_FIND_DATAW found;
-  const std::unique_ptr<void, FindCloser> search([&]() -> void* {
-    const HANDLE handle = FindFirstFileW(longPath(fullPath(given)).c_str(), &found);
-    return handle == INVALID_HANDLE_VALUE ? nullptr : handle;
-  }());
-  if (!search) return {given};
   const std::string folder = toUtf8(std::wstring_view(pattern).substr(0, pattern.size() - last.size()));
+  WIN32_FIND_DATAW found;
   std::vector<std::string> files;
-  do {
-    if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) files.push_back(folder + toUtf8(found.cFileName));
-  } while (FindNextFileW(search.get(), &found));
-  if (files.empty()) return {given};
+  if (const FindHandle search = findFirst(longPath(fullPath(given)), found)) {
+    do {
+      if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) continue;
+      if (found.cFileName == last) return {given};  // a Unix file may be called so
+      files.push_back(folder + toUtf8(found.cFileName));
+    } while (FindNextFileW(search.get(), &found));
+  }
   std::ranges::sort(files);
   return files;
+}
+
+std::wstring readablePath(const std::wstring& full) {
+  const std::wstring last = fileNameOf(full);
+  if (last.find_first_of(L"*?<>|\"") == std::wstring::npos) return full;
+  WIN32_FIND_DATAW found;
+  if (const FindHandle search = findFirst(longPath(full), found)) {
+    do {
+      if (found.cFileName == last && found.cAlternateFileName[0] != 0)
+        return full.substr(0, full.size() - last.size()) + found.cAlternateFileName;
+    } while (FindNextFileW(search.get(), &found));
+  }
+  return full;
 }
 
 std::wstring programFolder() {

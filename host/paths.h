@@ -12,6 +12,9 @@ namespace fendrel::host {
 // Unix files. Throws Failure(wrongUsage) for a path that the system does not take.
 std::wstring fullPath(std::string_view given);
 
+// A full path as the user writes it: started from a Unix shell, a Unix path.
+std::string displayPath(const std::wstring& full);
+
 // The same path in the form that has no length limit, where the path is long enough to need it.
 std::wstring longPath(const std::wstring& full);
 
@@ -27,9 +30,13 @@ std::wstring safeFileName(std::wstring_view name);
 // "report.pdf" with number 2 is "report (2).pdf".
 std::wstring numberedFileName(const std::wstring& name, unsigned number);
 
-// Files that a pattern with '*' or '?' in its last part names, sorted; the pattern itself when it has none or
-// matches nothing. For shells that leave patterns to the program.
+// Files that a pattern with '*' or '?' in its last part names, sorted; the word itself when it is no pattern, or is
+// the whole name of a file. For shells that leave patterns to the program.
 std::vector<std::string> expandPattern(const std::string& given);
+
+// A path that the system opens: a Unix file whose name holds a character that Windows does not take in a name is
+// reached by the short name that Wine gives it.
+std::wstring readablePath(const std::wstring& full);
 
 // The folder of this program, without a separator at its end.
 std::wstring programFolder();

@@ -103,7 +103,7 @@ void Profiles::remove(const std::wstring& name, const std::wstring& password, bo
   const HRESULT code = admin->DeleteProfile(asMapiText(name), MAPI_UNICODE | (withMailbox ? deleteWithMailbox : 0));
   if (code == MAPI_E_NO_ACCESS && password.empty())
     throw Failure(ExitCode::mapiUnusable,
-                  subject + ": it has a password (MAPI_E_NO_ACCESS, 0x80070005). Give it with --password.", code);
+                  subject + ": it has a password (MAPI_E_NO_ACCESS, 0x80070005). Give it with --password-file.", code);
   check(code, ExitCode::failed, subject);
 }
 

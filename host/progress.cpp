@@ -93,8 +93,14 @@ std::string Progress::render(const std::string& what, std::uint64_t filesDone, s
                                  counted(files, "file"), what);
   if (bytesDone > 0) {
     text += ", " + shortSize(bytesDone);
-    if (seconds >= 0.5)
-      text += fmt::format(", {}/s", shortSize(static_cast<std::uint64_t>(static_cast<double>(bytesDone) / seconds)));
+    if (seconds >= 0.5) {
+      const double rate = static_cast<double>(bytesDone) / seconds;
+      text += fmt::format(", {}/s", shortSize(static_cast<std::uint64_t>(rate)));
+      if (bytesDone < bytes) {
+        const auto left = static_cast<std::uint64_t>(static_cast<double>(bytes - bytesDone) / rate + 0.5);
+        text += fmt::format(", {}:{:02} left", left / 60, left % 60);
+      }
+    }
   }
   if (!name.empty()) text += "  " + name;
   return clipped(text, width);

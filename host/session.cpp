@@ -132,7 +132,17 @@ std::uint64_t Session::countMessages(const StoreEntry& store) {
 }
 
 OpenFolder Session::walk(std::wstring_view path, bool create, std::vector<std::wstring>* created) {
-  return walk(path, create, create, created);
+  std::vector<std::wstring> made;
+  try {
+    OpenFolder folder = walk(path, create, create, &made);
+    if (created) created->insert(created->end(), made.begin(), made.end());
+    return folder;
+  } catch (const Failure& failure) {
+    if (made.empty()) throw;
+    std::string words = failure.what();
+    for (const std::wstring& folder : made) words += fmt::format(" Folder '{}' was made before that.", printable(folder));
+    throw Failure(failure.exitCode(), words, failure.code());
+  }
 }
 
 OpenFolder Session::walkToChange(std::wstring_view path) { return walk(path, false, true, nullptr); }
@@ -167,6 +177,10 @@ OpenFolder Session::walk(std::wstring_view path, bool create, bool toWrite, std:
                     fmt::format("Folder '{}' was not found in '{}' (MAPI_E_NOT_FOUND, 0x8004010F). {}",
                                 printable(name), printable(current.path), whatThereIs(names, name)),
                     MAPI_E_NOT_FOUND);
+    if (!isPlainName(name))
+      throw Failure(ExitCode::folderRefused,
+                    fmt::format("Folder '{}' was not made: its name is blank, or holds control characters.",
+                                printable(name)));
     if (name.size() > longestName)
       throw Failure(ExitCode::folderRefused,
                     fmt::format("Folder '{}' was not made: its name has {} characters, and reports can be posted to "

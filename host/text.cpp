@@ -69,6 +69,12 @@ std::string printable(std::string_view utf8) {
 
 std::string printable(std::wstring_view text) { return printable(toUtf8(text)); }
 
+bool isPlainName(std::wstring_view name) {
+  const bool isBlank = name.find_first_not_of(L" \t\u00A0\u3000") == std::wstring_view::npos;
+  const std::string utf8 = toUtf8(name);
+  return !isBlank && printable(utf8) == utf8;
+}
+
 std::string withThousands(std::uint64_t number) {
   const std::string digits = std::to_string(number);
   std::string grouped;
@@ -128,6 +134,26 @@ std::string clipped(std::string_view utf8, std::size_t width) {
     position = next;
   }
   return std::string(utf8.substr(0, position)) + "\xE2\x80\xA6";
+}
+
+std::string shortened(std::string_view utf8, std::size_t width) {
+  const std::size_t whole = displayWidth(utf8);
+  if (whole <= width || width == 0) return std::string(utf8);
+  const std::size_t front = (width - 1) / 2, back = width - 1 - front;
+  std::size_t used = 0, position = 0;
+  std::string text;
+  while (position < utf8.size()) {
+    std::size_t next = position;
+    const std::size_t step = widthOf(nextCodePoint(utf8, next));
+    if (used + step > front) break;
+    used += step;
+    position = next;
+  }
+  text = std::string(utf8.substr(0, position)) + "\xE2\x80\xA6";
+  // What is left of the front is passed over until the rest fits.
+  for (std::size_t left = whole - used; left > back && position < utf8.size();)
+    left -= widthOf(nextCodePoint(utf8, position));
+  return text += utf8.substr(position);
 }
 
 std::string localTime(const FILETIME& time) {

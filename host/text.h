@@ -23,6 +23,10 @@ bool fitsAnsi(std::wstring_view text);
 std::string printable(std::string_view utf8);
 std::string printable(std::wstring_view text);
 
+// True for a name that people can see and write: not empty, not only blanks, without control characters and without
+// marks that turn the direction of what follows.
+bool isPlainName(std::wstring_view name);
+
 std::string withThousands(std::uint64_t number);              // "48,213"
 std::string counted(std::uint64_t number, const char* noun);  // "1 file", "2 files"
 std::string shortSize(std::uint64_t bytes);                   // "47.1 KiB"
@@ -33,6 +37,9 @@ std::size_t displayWidth(std::string_view utf8);
 std::string padded(std::string_view utf8, std::size_t width);
 // Cut to the width with an ellipsis at the end.
 std::string clipped(std::string_view utf8, std::size_t width);
+
+// Cut to the width with an ellipsis in the middle, so that an extension is still seen.
+std::string shortened(std::string_view utf8, std::size_t width);
 
 std::string localTime(const FILETIME& time);  // "2031-04-05 16:07:08", in the user's time zone
 std::string utcTime(const FILETIME& time);    // "2031-04-05T14:07:08.123Z"

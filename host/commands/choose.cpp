@@ -40,6 +40,10 @@ KeptChoice ask(Plugin& plugin, const std::wstring& password) {
 ExitCode choose(Host& host, const ChooseOptions& options) {
   if (!host.options.profile.empty())
     throw Failure(ExitCode::wrongUsage, "choose asks for the profile itself; leave out --profile.");
+  // Under Wine without a display dialogs would open where nobody sees them, and wait.
+  if (environmentText(L"FENDREL_SHELL") == "unix" && environmentText(L"DISPLAY").empty())
+    throw Failure(ExitCode::failed, "choose shows dialogs, and there is no display. Set DISPLAY, or post with --to PATH.");
+  if (host.knownProfiles().empty()) chooseProfile({}, {});
   host.profiles();  // MAPI is there before the plug-in asks for it
   std::optional<ImposedLanguage> language;
   if (!options.language.empty()) language.emplace(options.language);
@@ -61,7 +65,7 @@ void addChooseCommand(CLI::App& app, Host& host) {
   CLI::App* command = app.add_subcommand("choose", "Choose profile and folder in the plug-in's dialogs");
   command
       ->add_option("--save", options->file,
-                   "Keep the choice in this file, for \"fendrel post --options FILE\". With --password (or "
+                   "Keep the choice in this file, for \"fendrel post --options FILE\". With --password-file (or "
                    "FENDREL_PASSWORD) the password is kept with it, protected for this user")
       ->type_name("FILE");
   command->add_option("--language", options->language, "The dialogs' language, if its library is installed")

@@ -1,11 +1,13 @@
-// fendrel delete: deletes messages by their numbers.
+// fendrel delete: deletes messages by their numbers or identifiers, or those that match.
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <memory>
 
+#include "console.h"
 #include "error_words.h"
+#include "input/password_input.h"
 #include "message_place.h"
+#include "selection/deletion.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -13,51 +15,55 @@ namespace {
 
 struct DeleteOptions {
   MessagePlace place;
+  MessageFilter filter;
   std::vector<std::string> numbers;
+  bool yes = false, dryRun = false;
 };
 
-std::vector<std::uint64_t> wantedNumbers(const DeleteOptions& options) {
-  std::vector<std::string> given = options.numbers;
+std::vector<std::string> wantedNumbers(const DeleteOptions& options) {
+  std::vector<std::string> numbers = options.numbers;
   // With --personal the word in PATH's place is the first number.
-  if (options.place.personal && !options.place.path.empty()) given.insert(given.begin(), options.place.path);
-  if (given.empty() || (!options.place.personal && options.place.path.empty()))
+  if (options.place.personal && !options.place.path.empty()) numbers.insert(numbers.begin(), options.place.path);
+  if ((numbers.empty() && options.filter.isEmpty()) || (!options.place.personal && options.place.path.empty()))
     throw Failure(ExitCode::wrongUsage,
-                  "Give the folder's PATH and the messages' numbers N, or --personal and the numbers.");
-  std::vector<std::uint64_t> numbers;
-  for (const std::string& number : given) numbers.push_back(messageNumber(number));
-  std::ranges::sort(numbers);
-  const auto repeated = std::ranges::unique(numbers);
-  numbers.erase(repeated.begin(), repeated.end());
+                  "Which messages? Give the folder's PATH or --personal, and the messages' numbers N, --id, or an "
+                  "option like --older-than.");
   return numbers;
 }
 
-ExitCode deleteMessages(Host& host, const DeleteOptions& options) {
-  const std::vector<std::uint64_t> numbers = wantedNumbers(options);
-  Session& session = host.session();
-  const OpenFolder folder =
-      options.place.personal ? session.personalReports(true) : session.walkToChange(toWide(options.place.path));
-  // All numbers are looked up before the first message goes and the others move up.
-  MessageTable table(folder, options.place.hidden);
-  std::vector<MessageRow> messages;
-  for (const std::uint64_t number : numbers) messages.push_back(table.at(number));
+// What a person has named one by one is deleted; what a description found is shown first.
+void askFirst(const DeleteOptions& options, const OpenFolder& folder,
+              const std::vector<ChosenMessage>& messages) {
+  if (!options.filter.hasCriteria() || options.yes || messages.empty()) return;
+  const std::string words = fmt::format("{} of '{}'", counted(messages.size(), "message"), printable(folder.path));
+  if (!inputIsTerminal())
+    throw Failure(ExitCode::wrongUsage,
+                  fmt::format("{} would be deleted. Add --yes to delete them, or --dry-run to see them.", words));
+  for (const ChosenMessage& message : messages) printError(deletionWords(message));
+  if (!confirm(fmt::format("Delete {} for good?", words)))
+    throw Failure(ExitCode::cancelled, "Nothing was deleted.");
+}
 
-  std::vector<SBinary> ids;
-  for (MessageRow& message : messages) ids.push_back({static_cast<ULONG>(message.id.size()), message.id.data()});
-  ENTRYLIST list{static_cast<ULONG>(ids.size()), ids.data()};
-  const HRESULT code = folder.folder->DeleteMessages(&list, 0, nullptr, 0);
-  const std::string subject = fmt::format("The messages of '{}' cannot be deleted", printable(folder.path));
-  check(code, folderExitCode(code), subject);
-  if (code == MAPI_W_PARTIAL_COMPLETION)
-    throw Failure(ExitCode::failed,
-                  fmt::format("Not all of the messages of '{}' were deleted (MAPI_W_PARTIAL_COMPLETION, 0x00040680). "
-                              "\"fendrel list\" shows which are left.", printable(folder.path)),
-                  code);
-  Json deleted = Json::array();
-  for (std::size_t index = 0; index < messages.size(); ++index) {
-    host.line(fmt::format("Message {}, '{}', was deleted.", numbers[index], printable(messages[index].subject)));
-    deleted.push_back({{"number", numbers[index]}, {"subject", toUtf8(messages[index].subject)}});
+ExitCode deleteMessages(Host& host, const DeleteOptions& options) {
+  const std::vector<std::string> numbers = wantedNumbers(options);
+  Session& session = host.session();
+  const bool toWrite = !options.dryRun;
+  const OpenFolder folder = options.place.personal ? session.personalReports(toWrite)
+                            : toWrite ? session.walkToChange(toWide(options.place.path))
+                                      : session.walk(toWide(options.place.path));
+  // All are looked up before the first message goes and the others move up.
+  MessageTable table(folder, options.place.hidden);
+  const std::vector<ChosenMessage> messages = chooseMessages(table, numbers, options.filter);
+  if (!options.dryRun) {
+    askFirst(options, folder, messages);
+    deleteChosen(folder, messages);
   }
-  host.document({{"folder", toUtf8(folder.path)}, {"deleted", deleted}});
+  Json deleted = Json::array();
+  for (const ChosenMessage& message : messages) deleted.push_back(tellDeletion(host, message, options.dryRun));
+  if (messages.empty()) host.line("No message matches.");
+  Json document = {{"folder", toUtf8(folder.path)}, {"deleted", deleted}};
+  if (options.dryRun) document["dryRun"] = true;
+  host.document(document);
   return ExitCode::done;
 }
 
@@ -67,11 +73,17 @@ void addDeleteCommand(CLI::App& app, Host& host) {
   const auto options = std::make_shared<DeleteOptions>();
   CLI::App* command = app.add_subcommand("delete", "Delete messages of a folder");
   options->place.addOptions(*command);
-  command->add_option("N", options->numbers, "The messages' numbers in \"fendrel list\"");
+  command->add_option("N", options->numbers, "The messages' numbers in \"fendrel list\", also as 1-3,7");
+  options->filter.addOptions(*command);
+  command->add_flag("-y,--yes", options->yes, "Delete what matches without asking");
+  command->add_flag("-n,--dry-run", options->dryRun, "Say what would be deleted, and delete nothing");
   command->footer(
-      "They are deleted for good, all or none. Those behind them get new numbers: \"fendrel list\" shows them.\n"
+      "They are deleted for good, all or none. Those behind them get new numbers: \"fendrel list\" shows them;\n"
+      "identifiers stay. With --subject, --class, --since, --until or --older-than it shows what it would\n"
+      "delete and asks; without a terminal it wants --yes.\n"
       "Examples:\n"
-      "  fendrel delete \"Public Folders@Reports@Daily\" 1 2 3\n"
+      "  fendrel delete \"Public Folders@Reports@Daily\" 1-3,7\n"
+      "  fendrel delete \"Public Folders@Reports@Daily\" --older-than 90d --yes\n"
       "  fendrel delete --personal 3");
   command->callback([&host, options] {
     host.command = [options](Host& running) { return deleteMessages(running, *options); };

@@ -17,8 +17,10 @@ namespace {
 struct ExportOptions {
   MessagePlace place;
   MessageForm form;
+  MessageFilter filter;
+  std::vector<std::string> numbers;
   std::string directory;
-  bool onlyFolder = false;
+  bool onlyFolder = false, dryRun = false;
 };
 
 struct ExportFolder {
@@ -50,6 +52,22 @@ class Exporting {
  public:
   Exporting(Host& running, const ExportOptions& chosen) : host(running), options(chosen) {}
 
+  // What run() would do with it.
+  ExitCode tellPlan() {
+    collect(options.place.open(host.session()), fullPath(options.directory), options.directory);
+    Json list = Json::array();
+    for (const ExportFolder& folder : folders) {
+      host.tell({Level::info, "would export", {},
+                 fmt::format("{} -> {}, {} would be exported", printable(folder.folder.path), printable(folder.shown),
+                             counted(folder.messages.size(), "message"))});
+      list.push_back({{"folder", toUtf8(folder.folder.path)},
+                      {"directory", folder.shown},
+                      {"messages", folder.messages.size()}});
+    }
+    host.document({{"folders", list}, {"dryRun", true}});
+    return ExitCode::done;
+  }
+
   ExitCode run() {
     std::wstring top = fullPath(options.directory);
     while (top.size() > 3 && top.back() == L'\\') top.pop_back();
@@ -77,18 +95,20 @@ class Exporting {
 
  private:
   void tell(const Failure& failure) {
-    printError(std::string("fendrel: ") + failure.what());
-    errors.push_back(failure.what());
+    host.tell("failed", {}, failure);
+    errors.push_back(jsonError(failure));
   }
 
   void collect(OpenFolder folder, const std::wstring& directory, const std::string& shown) {
     if (cancelRequested()) throw Failure(ExitCode::cancelled, "Cancelled.");
     ExportFolder next{folder, directory, shown, {}};
-    MessageTable(folder, options.place.hidden).read(1, UINT64_MAX, [&](std::uint64_t, const MessageRow& message) {
-      next.messages.push_back(message);
-    });
+    MessageTable table(folder, options.place.hidden);
+    for (ChosenMessage& message : chooseMessages(table, options.numbers, options.filter))
+      next.messages.push_back(std::move(message.row));
     folders.push_back(std::move(next));
-    if (options.onlyFolder || options.place.personal) return;
+    // Numbers and identifiers are those of one folder.
+    const bool isOne = !options.numbers.empty() || !options.filter.ids.empty();
+    if (options.onlyFolder || options.place.personal || isOne) return;
     Session& session = host.session();
     const std::vector<FolderEntry> below = session.foldersOf(*folder.folder.Get(), folder.path);
     // Folders tell upper from lower case; many file systems do not.
@@ -199,7 +219,7 @@ class Exporting {
     if (counts.present > 0) words += fmt::format(", {} there already", withThousands(counts.present));
     if (counts.empty > 0) words += fmt::format(", {} without a file", withThousands(counts.empty));
     if (counts.failed > 0) words += fmt::format(", {} failed", withThousands(counts.failed));
-    host.line(words);
+    host.tell({Level::info, "exported", {}, words});
     shownFolders.push_back({{"folder", toUtf8(folder.folder.path)},
                             {"directory", folder.shown},
                             {"exported", counts.written},
@@ -222,7 +242,8 @@ ExitCode exportMessages(Host& host, const ExportOptions& options) {
   if (personal) placed.directory = options.place.path;
   if (placed.directory.empty() || (personal && !options.directory.empty()) || (!personal && options.place.path.empty()))
     throw Failure(ExitCode::wrongUsage, "Give the folder's PATH and the directory DIR, or --personal and DIR.");
-  return Exporting(host, placed).run();
+  Exporting exporting(host, placed);
+  return options.dryRun ? exporting.tellPlan() : exporting.run();
 }
 
 }  // namespace
@@ -235,6 +256,13 @@ void addExportCommand(CLI::App& app, Host& host) {
   options->form.addOption(*command, "What to make of a message: file for its attached files (default), msg or eml for "
                                     "the whole message, as mail programs keep it");
   command->add_flag("--only-folder", options->onlyFolder, "Leave out the folders below");
+  command
+      ->add_option("--number", options->numbers,
+                   "Only the messages with these numbers in \"fendrel list\", also as 1-3,7; of the folder alone")
+      ->type_name("N")
+      ->allow_extra_args(false);
+  options->filter.addOptions(*command);
+  command->add_flag("-n,--dry-run", options->dryRun, "Say what would be exported, and export nothing");
   command->footer(
       "The folders below become directories. A file's name ends with a key of its message, so that it is\n"
       "the same in every run: what is there already is kept, and an export that was interrupted goes on\n"

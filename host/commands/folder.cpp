@@ -38,6 +38,9 @@ ExitCode createFolders(Host& host, const std::string& path) {
 std::wstring checkedName(const std::string& given) {
   const std::wstring name = toWide(given);
   if (name.empty()) throw Failure(ExitCode::wrongUsage, "The folder's new name is empty.");
+  if (!isPlainName(name))
+    throw Failure(ExitCode::wrongUsage, fmt::format("'{}' cannot be a folder's name: it is blank, or holds control "
+                                                    "characters.", printable(given)));
   if (name.find(L'@') != std::wstring::npos)
     throw Failure(ExitCode::wrongUsage,
                   fmt::format("'{}' cannot be a folder's name: '@' separates the names of a path. Give the new name "

@@ -55,7 +55,7 @@ ExitCode showFolders(Host& host) {
       printStore(host, store, lines);
     } catch (const Failure& failure) {
       // The other stores are still worth seeing.
-      item["error"] = failure.what();
+      item["error"] = jsonError(failure);
       printError(std::string("fendrel: ") + failure.what());
       outcome = failure.exitCode();
     }

@@ -12,13 +12,10 @@ namespace {
 
 struct ListOptions {
   MessagePlace place;
+  MessageFilter filter;
+  std::vector<std::string> numbers;
   std::uint64_t newest = 0;  // 0: all
-  bool brief = false;
-};
-
-struct Row {
-  std::uint64_t number;
-  MessageRow message;
+  bool brief = false, ids = false, wide = false;
 };
 
 std::string attachmentWords(const std::vector<Attachment>& attachments) {
@@ -29,9 +26,10 @@ std::string attachmentWords(const std::vector<Attachment>& attachments) {
   return words.empty() ? "-" : words;
 }
 
-Json jsonRow(const Row& row, const std::vector<Attachment>* attachments) {
-  const MessageRow& message = row.message;
-  Json item = {{"number", row.number},
+Json jsonRow(const ChosenMessage& chosen, const std::vector<Attachment>* attachments) {
+  const MessageRow& message = chosen.row;
+  Json item = {{"number", chosen.number},
+               {"id", messageId(message)},
                {"subject", toUtf8(message.subject)},
                {"class", toUtf8(message.messageClass)},
                {"sender", toUtf8(message.sender)},
@@ -59,9 +57,13 @@ class TextTable {
     lines.push_back(std::move(cells));
   }
 
-  void print(const Host& host) const {
-    for (const std::vector<std::string>& cells : lines) {
+  // In at most `width` columns, names shortened; 0: as wide as they are.
+  void print(const Host& host, std::size_t width) {
+    if (width > 0) fit(width);
+    for (std::vector<std::string>& cells : lines) {
       std::string text;
+      for (std::size_t column = 0; column < cells.size(); ++column)
+        cells[column] = shortened(cells[column], widths[column]);
       for (std::size_t column = 0; column < cells.size(); ++column) {
         if (column > 0) text += "  ";
         if (right[column]) text.append(widths[column] - displayWidth(cells[column]), ' ');
@@ -72,6 +74,20 @@ class TextTable {
   }
 
  private:
+  // Takes from the widest of the columns that hold names, one after the other.
+  void fit(std::size_t width) {
+    constexpr std::size_t narrowest = 12;
+    for (;;) {
+      std::size_t total = 2 * (widths.size() - 1), widest = 0;
+      for (std::size_t column = 0; column < widths.size(); ++column) {
+        total += widths[column];
+        if (!right[column] && (right[widest] || widths[column] > widths[widest])) widest = column;
+      }
+      if (total <= width || widths[widest] <= narrowest) return;
+      --widths[widest];
+    }
+  }
+
   std::vector<bool> right;
   std::vector<std::size_t> widths;
   std::vector<std::vector<std::string>> lines;
@@ -83,31 +99,44 @@ ExitCode listMessages(Host& host, const ListOptions& options) {
   const OpenFolder folder = options.place.open(host.session());
   MessageTable table(folder, options.place.hidden);
   const std::uint64_t count = table.count();
-  const std::uint64_t first = options.newest > 0 && options.newest < count ? count - options.newest + 1 : 1;
-
-  std::vector<Row> rows;
-  table.read(first, UINT64_MAX, [&](std::uint64_t number, const MessageRow& message) {
-    rows.push_back({number, message});
-  });
+  std::vector<std::string> numbers = options.numbers;
+  // With --personal the word in PATH's place is the first number.
+  if (options.place.personal && !options.place.path.empty()) numbers.insert(numbers.begin(), options.place.path);
+  const bool isNewestAlone = numbers.empty() && options.filter.isEmpty();
+  if (isNewestAlone && options.newest > 0 && options.newest < count)
+    numbers.push_back(fmt::format("{}-{}", count - options.newest + 1, count));  // the others need not be read
+  std::vector<ChosenMessage> rows = chooseMessages(table, numbers, options.filter);
+  if (options.newest > 0 && options.newest < rows.size())
+    rows.erase(rows.begin(), rows.end() - static_cast<std::ptrdiff_t>(options.newest));
   Json messages = Json::array();
-  TextTable text({true, false, false, false, true, false});
-  text.add({"No.", "Subject", "Class", "Delivered", "Size", "Attachments"});
-  for (const Row& row : rows) {
+  std::vector<bool> alignment = {true, false, false, false, true, false};
+  std::vector<std::string> heads = {"No.", "Subject", "Class", "Delivered", "Size", "Attachments"};
+  if (options.ids) {
+    alignment.insert(alignment.begin() + 1, false);
+    heads.insert(heads.begin() + 1, "Id");
+  }
+  TextTable text(alignment);
+  text.add(heads);
+  for (const ChosenMessage& chosen : rows) {
     if (cancelRequested()) throw Failure(ExitCode::cancelled, "Cancelled.");
+    const MessageRow& row = chosen.row;
     std::vector<Attachment> attachments;
-    if (!options.brief && row.message.hasAttachments)
-      attachments = attachmentsOf(*openMessage(folder, row.message).Get());
-    const std::string words = options.brief ? (row.message.hasAttachments ? "yes" : "-") : attachmentWords(attachments);
-    if (host.options.json)
-      messages.push_back(jsonRow(row, options.brief ? nullptr : &attachments));
-    else
-      text.add({std::to_string(row.number), printable(row.message.subject), printable(row.message.messageClass),
-                localTime(row.message.delivered), withThousands(row.message.size), words});
+    if (!options.brief && row.hasAttachments) attachments = attachmentsOf(*openMessage(folder, row).Get());
+    const std::string words = options.brief ? (row.hasAttachments ? "yes" : "-") : attachmentWords(attachments);
+    if (host.options.json || host.options.jsonLines) {
+      messages.push_back(jsonRow(chosen, options.brief ? nullptr : &attachments));
+      continue;
+    }
+    std::vector<std::string> cells = {std::to_string(chosen.number), printable(row.subject),
+                                      printable(row.messageClass),   localTime(row.delivered),
+                                      withThousands(row.size),       words};
+    if (options.ids) cells.insert(cells.begin() + 1, messageId(row));
+    text.add(std::move(cells));
   }
   if (rows.empty())
-    host.line(fmt::format("{} holds no messages.", printable(folder.path)));
+    host.line(count == 0 ? fmt::format("{} holds no messages.", printable(folder.path)) : "No message matches.");
   else
-    text.print(host);
+    text.print(host, options.wide ? 0 : outputWidth());
   host.document({{"folder", toUtf8(folder.path)}, {"count", count}, {"messages", messages}});
   return ExitCode::done;
 }
@@ -118,9 +147,15 @@ void addListCommand(CLI::App& app, Host& host) {
   const auto options = std::make_shared<ListOptions>();
   CLI::App* command = app.add_subcommand("list", "List the messages of a folder");
   options->place.addOptions(*command);
+  command->add_option("N", options->numbers, "Only the messages with these numbers, also as 1-3,7");
+  options->filter.addOptions(*command);
+  command->add_flag("--ids", options->ids, "Show the messages' identifiers, which stay when their numbers change");
+  command->add_flag("--wide", options->wide, "On a terminal too: names are not shortened to its width");
   command->add_option("--newest", options->newest, "Only the newest N messages")->type_name("N");
   command->add_flag("--brief", options->brief, "Do not open the messages: faster, without attachment names");
-  command->footer("Example:\n  fendrel list \"Public Folders@Reports@Daily\" --newest 20");
+  command->footer("Examples:\n"
+                  "  fendrel list \"Public Folders@Reports@Daily\" --newest 20\n"
+                  "  fendrel list \"Public Folders@Reports@Daily\" --subject sales* --since 2026-11-01 --ids");
   command->callback([&host, options] {
     host.command = [options](Host& running) { return listMessages(running, *options); };
   });

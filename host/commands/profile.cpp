@@ -5,6 +5,8 @@
 #include <memory>
 
 #include "commands.h"
+#include "console.h"
+#include "input/password_input.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -23,9 +25,17 @@ bool exists(Profiles& profiles, const std::wstring& name) {
   return std::ranges::any_of(profiles.list(), [&](const ProfileEntry& each) { return sameName(each.name, name); });
 }
 
+void checkName(const std::string& what, const std::string& given) {
+  if (!isPlainName(toWide(given)))
+    throw Failure(ExitCode::wrongUsage,
+                  fmt::format("{} '{}' is blank, or holds control characters.", what, printable(given)));
+}
+
 ExitCode addProfile(Host& host, const AddOptions& options) {
   const std::wstring name = toWide(options.name);
   if (name.empty()) throw Failure(ExitCode::wrongUsage, "The profile's name is empty.");
+  checkName("The profile's name", options.name);
+  if (!options.user.empty()) checkName("The user's name", options.user);
   Profiles& profiles = host.profiles();
   if (exists(profiles, name))
     throw Failure(ExitCode::failed,
@@ -49,13 +59,12 @@ ExitCode addProfile(Host& host, const AddOptions& options) {
 }
 
 ExitCode listProfiles(Host& host) {
-  Profiles& profiles = host.profiles();
-  const std::vector<ProfileEntry> found = profiles.list();
+  const std::vector<ProfileEntry> found = host.knownProfiles();
   std::size_t width = 0;
   for (const ProfileEntry& profile : found) width = std::max(width, displayWidth(printable(profile.name)));
   Json list = Json::array();
   for (const ProfileEntry& profile : found) {
-    const std::optional<std::wstring> user = profiles.userName(profile.name, host.password());
+    const std::optional<std::wstring> user = host.profiles().userName(profile.name, host.password());
     host.line(fmt::format("{}  {}{}", padded(printable(profile.name), width), user ? printable(*user) : "-",
                           profile.isDefault ? "  (default)" : ""));
     list.push_back({{"name", toUtf8(profile.name)},
@@ -73,9 +82,9 @@ struct RemoveOptions {
 };
 
 // The profile that a command is about.
-std::wstring namedProfile(Profiles& profiles, const std::string& name) {
+std::wstring namedProfile(Host& host, const std::string& name) {
   if (name.empty()) throw Failure(ExitCode::wrongUsage, "The profile's name is empty.");
-  return profiles.choose(toWide(name));
+  return chooseProfile(host.knownProfiles(), toWide(name));
 }
 
 // Ordinary and hidden messages of the profile's own store.
@@ -87,8 +96,8 @@ std::uint64_t messagesOfMailbox(const std::wstring& profile, const std::wstring&
 }
 
 ExitCode removeProfile(Host& host, const RemoveOptions& options) {
+  const std::wstring name = namedProfile(host, options.name);
   Profiles& profiles = host.profiles();
-  const std::wstring name = namedProfile(profiles, options.name);
   const std::uint64_t messages = options.withMessages ? messagesOfMailbox(name, host.password()) : 0;
   profiles.remove(name, host.password(), options.withMessages);
   host.line(options.withMessages
@@ -102,8 +111,8 @@ ExitCode removeProfile(Host& host, const RemoveOptions& options) {
 }
 
 ExitCode makeDefaultProfile(Host& host, const std::string& wanted) {
+  const std::wstring name = namedProfile(host, wanted);
   Profiles& profiles = host.profiles();
-  const std::wstring name = namedProfile(profiles, wanted);
   profiles.makeDefault(name);
   host.line(fmt::format("Profile '{}' is the default.", printable(name)));
   host.document({{"default", toUtf8(name)}});
@@ -111,15 +120,28 @@ ExitCode makeDefaultProfile(Host& host, const std::string& wanted) {
 }
 
 struct PasswordOptions {
-  std::string name, password;
+  std::string name, file;
+  bool none = false;
 };
 
+std::string newPassword(const PasswordOptions& options) {
+  if (options.none) return {};
+  if (!options.file.empty()) return readPasswordFile(options.file);
+  if (!inputIsTerminal())
+    throw Failure(ExitCode::wrongUsage, "Which password? Give --new-file FILE, or --none to take it away.");
+  const std::string password = askForPassword("New password: ");
+  if (password.empty()) throw Failure(ExitCode::wrongUsage, "The new password is empty; --none takes a password away.");
+  if (askForPassword("Once more: ") != password) throw Failure(ExitCode::wrongUsage, "That was another password.");
+  return password;
+}
+
 ExitCode changePassword(Host& host, const PasswordOptions& options) {
+  const std::wstring name = namedProfile(host, options.name);
   Profiles& profiles = host.profiles();
-  const std::wstring name = namedProfile(profiles, options.name);
-  profiles.setPassword(name, host.password(), toWide(options.password));
-  host.line(fmt::format("Profile '{}' has {} password.", printable(name), options.password.empty() ? "no" : "a new"));
-  host.document({{"profile", toUtf8(name)}, {"hasPassword", !options.password.empty()}});
+  const std::string password = newPassword(options);
+  profiles.setPassword(name, host.password(), toWide(password));
+  host.line(fmt::format("Profile '{}' has {} password.", printable(name), password.empty() ? "no" : "a new"));
+  host.document({{"profile", toUtf8(name)}, {"hasPassword", !password.empty()}});
   return ExitCode::done;
 }
 
@@ -129,8 +151,9 @@ struct RenameOptions {
 
 ExitCode renameProfile(Host& host, const RenameOptions& options) {
   if (options.newName.empty()) throw Failure(ExitCode::wrongUsage, "The profile's new name is empty.");
+  checkName("The profile's new name", options.newName);
+  const std::wstring name = namedProfile(host, options.name), newName = toWide(options.newName);
   Profiles& profiles = host.profiles();
-  const std::wstring name = namedProfile(profiles, options.name), newName = toWide(options.newName);
   if (!sameName(name, newName) && exists(profiles, newName))
     throw Failure(ExitCode::failed, fmt::format("Profile '{}' exists already.", printable(newName)));
   profiles.rename(name, host.password(), newName);
@@ -152,14 +175,14 @@ void addProfileCommand(CLI::App& app, Host& host) {
   add->add_option("NAME", options->name, "The new profile's name")->required();
   add->add_option("--user", options->user, "The user's name, the sender of what is posted")->type_name("NAME");
   add->add_flag("--default", options->makeDefault, "Use this profile where none is named");
-  add->footer("--password TEXT, or the environment variable FENDREL_PASSWORD, protects the profile.\n"
+  add->footer("--password-file FILE, or the environment variable FENDREL_PASSWORD, protects the profile.\n"
               "Example:\n  fendrel profile add jane --user \"Jane Doe\" --default");
   add->callback([&host, options] {
     host.command = [options](Host& running) { return addProfile(running, *options); };
   });
 
   CLI::App* list = command->add_subcommand("list", "List the profiles with their users");
-  list->footer("The user of a protected profile is shown when its password is given with --password.");
+  list->footer("The user of a protected profile is shown when its password is given with --password-file.");
   list->callback([&host] { host.command = listProfiles; });
 
   const auto removed = std::make_shared<RemoveOptions>();
@@ -167,7 +190,7 @@ void addProfileCommand(CLI::App& app, Host& host) {
   remove->add_option("NAME", removed->name, "The profile's name")->required();
   remove->add_flag("--with-messages", removed->withMessages, "Delete the profile's mailbox and all that is in it");
   remove->footer("A profile of the same user that is made later gets the messages that stayed.\n"
-                 "A profile with a password is removed only with it: --password TEXT.");
+                 "A profile with a password is removed only with it: --password-file FILE.");
   remove->callback([&host, removed] {
     host.command = [removed](Host& running) { return removeProfile(running, *removed); };
   });
@@ -182,10 +205,11 @@ void addProfileCommand(CLI::App& app, Host& host) {
   const auto secret = std::make_shared<PasswordOptions>();
   CLI::App* password = command->add_subcommand("password", "Give a profile a password, another one, or none");
   password->add_option("NAME", secret->name, "The profile's name")->required();
-  password->add_option("--new", secret->password, "The new password; without it the profile has none")
-      ->type_name("TEXT");
-  password->footer("The present password is given with --password, or by FENDREL_PASSWORD.\nOther users may see a "
-                   "command line.");
+  CLI::Option* file =
+      password->add_option("--new-file", secret->file, "The new password is this file's first line")->type_name("FILE");
+  password->add_flag("--none", secret->none, "The profile has no password from now on")->excludes(file);
+  password->footer("Without an option a person is asked. The present password is given with --password-file,\n"
+                   "--password-command, or by FENDREL_PASSWORD.");
   password->callback([&host, secret] {
     host.command = [secret](Host& running) { return changePassword(running, *secret); };
   });

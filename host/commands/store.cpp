@@ -1,15 +1,12 @@
 // fendrel store: house-keeping of the local store's files.
 #include <fmt/format.h>
-#include <mapicode.h>
-
-#include <maintenance.h>
 
 #include <memory>
 
 #include "commands.h"
 #include "console.h"
-#include "error_words.h"
 #include "paths.h"
+#include "store_files.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -18,45 +15,6 @@ namespace {
 struct Files {
   std::string file, to;
 };
-
-// FILE as given, else --store, else the store in use.
-std::wstring storePath(const Host& host, const std::string& given) {
-  if (!given.empty()) return fullPath(given);
-  if (!host.options.store.empty()) return fullPath(host.options.store);
-  const std::wstring present = store::presentStore();
-  if (present.empty()) throw Failure(ExitCode::failed, "There is no store in use. Name its FILE.", MAPI_E_NOT_FOUND);
-  return fullPath(toUtf8(present));
-}
-
-HRESULT codeOf(store::Trouble trouble) {
-  switch (trouble) {
-    case store::Trouble::notFound: return MAPI_E_NOT_FOUND;
-    case store::Trouble::exists: return MAPI_E_COLLISION;
-    case store::Trouble::noAccess: return MAPI_E_NO_ACCESS;
-    case store::Trouble::notEnoughDisk: return MAPI_E_NOT_ENOUGH_DISK;
-    case store::Trouble::busy: return MAPI_E_BUSY;
-    case store::Trouble::damaged: return MAPI_E_CORRUPT_STORE;
-    case store::Trouble::newer: return MAPI_E_VERSION;
-    case store::Trouble::cancelled: return MAPI_E_USER_CANCEL;
-    case store::Trouble::failed: break;
-  }
-  return MAPI_E_CALL_FAILED;
-}
-
-ExitCode exitCodeOf(store::Trouble trouble) {
-  if (trouble == store::Trouble::damaged) return ExitCode::damageFound;
-  return trouble == store::Trouble::cancelled ? ExitCode::cancelled : ExitCode::failed;
-}
-
-template <class Work>
-auto keepHouse(Work&& work) {
-  try {
-    return work();
-  } catch (const store::MaintenanceFailure& failure) {
-    const HRESULT code = codeOf(failure.trouble());
-    throw Failure(exitCodeOf(failure.trouble()), fmt::format("{} ({})", failure.what(), errorName(code)), code);
-  }
-}
 
 // A share in percent on standard error, for a person only; takes itself away at the end.
 class Share {
@@ -113,7 +71,7 @@ ExitCode showFacts(Host& host, const std::string& file) {
   const auto line = [&](const char* name, const std::string& words) {
     host.line(fmt::format("{:<15} {}", name, words));
   };
-  line("Store", printable(path));
+  line("Store", printable(displayPath(path)));
   line("Schema version", fmt::format("{}", facts.version));
   line("Database", fmt::format("{}, {} of {}, {} of them free", counted(facts.databaseBytes, "byte"),
                                counted(facts.pages, "page"), counted(facts.pageBytes, "byte"),
@@ -131,7 +89,7 @@ ExitCode showFacts(Host& host, const std::string& file) {
                               ? "none"
                               : fmt::format("{}, {}", counted(facts.leftoverFiles, "file"),
                                             counted(facts.leftoverBytes, "byte")));
-  host.document({{"store", toUtf8(path)},
+  host.document({{"store", displayPath(path)},
                  {"version", facts.version},
                  {"databaseBytes", facts.databaseBytes},
                  {"logBytes", facts.logBytes},
@@ -156,7 +114,7 @@ ExitCode checkFiles(Host& host, const std::string& file) {
   const std::wstring path = storePath(host, file);
   Share share("Checking");
   const store::CheckResult result = keepHouse([&] { return store::checkStore(path, share.watch()); });
-  host.line(fmt::format("Store {}: read {}, {}, {}, {} of content, {}.", printable(path),
+  host.line(fmt::format("Store {}: read {}, {}, {}, {} of content, {}.", printable(displayPath(path)),
                         counted(result.folders, "folder"), counted(result.messages, "message"),
                         counted(result.attachments, "attachment"),
                         counted(result.contentBytes, "byte"),
@@ -170,7 +128,7 @@ ExitCode checkFiles(Host& host, const std::string& file) {
   else
     host.line(fmt::format("{} found. Keep this file; \"fendrel store salvage\" carries over what is whole.",
                           counted(result.damage.size(), "damage")));
-  host.document({{"store", toUtf8(path)},
+  host.document({{"store", displayPath(path)},
                  {"whole", result.damage.empty()},
                  {"folders", result.folders},
                  {"messages", result.messages},
@@ -188,7 +146,7 @@ ExitCode salvageFiles(Host& host, const Files& files) {
   const std::wstring from = fullPath(files.file), to = fullPath(files.to);
   Share share("Salvaging");
   const store::SalvageResult result = keepHouse([&] { return store::salvageStore(from, to, share.watch()); });
-  host.line(fmt::format("Carried over to {}: {}, {}, {}, {}.", printable(to), counted(result.profiles, "profile"),
+  host.line(fmt::format("Carried over to {}: {}, {}, {}, {}.", printable(displayPath(to)), counted(result.profiles, "profile"),
                         counted(result.folders, "folder"), counted(result.messages, "message"),
                         counted(result.attachments, "attachment")));
   if (!result.mended.empty()) host.line("Carried over with something made anew:");
@@ -198,8 +156,8 @@ ExitCode salvageFiles(Host& host, const Files& files) {
   else
     host.line("Left out:");
   for (const store::Finding& finding : result.leftOut) host.line(wordsOf(finding));
-  host.document({{"from", toUtf8(from)},
-                 {"to", toUtf8(to)},
+  host.document({{"from", displayPath(from)},
+                 {"to", displayPath(to)},
                  {"profiles", result.profiles},
                  {"stores", result.stores},
                  {"folders", result.folders},
@@ -214,13 +172,13 @@ ExitCode salvageFiles(Host& host, const Files& files) {
 ExitCode compactFiles(Host& host, const std::string& file) {
   const std::wstring path = storePath(host, file);
   const store::CompactResult result = keepHouse([&] { return store::compactStore(path); });
-  host.line(fmt::format("Store {}: {} before, {} now.", printable(path), counted(result.bytesBefore, "byte"),
+  host.line(fmt::format("Store {}: {} before, {} now.", printable(displayPath(path)), counted(result.bytesBefore, "byte"),
                         counted(result.bytesAfter, "byte")));
   if (result.leftoverFiles > 0)
     host.line(fmt::format("{} of {} left over were deleted.", counted(result.leftoverFiles, "file"),
                           counted(result.leftoverBytes, "byte")));
   if (!result.logIsEmpty) host.line("Someone is reading; the log will shrink when they have done.");
-  host.document({{"store", toUtf8(path)},
+  host.document({{"store", displayPath(path)},
                  {"bytesBefore", result.bytesBefore},
                  {"bytesAfter", result.bytesAfter},
                  {"leftoverFiles", result.leftoverFiles},
@@ -233,11 +191,11 @@ ExitCode backUp(Host& host, const std::string& file) {
   const std::wstring from = storePath(host, {}), to = fullPath(file);
   Share share("Copying");
   const store::BackupResult result = keepHouse([&] { return store::backupStore(from, to, share.watch()); });
-  host.line(fmt::format("Store {} was copied to {}: {}, {} in the database and {} in {}.", printable(from),
-                        printable(to), counted(result.messages, "message"), counted(result.databaseBytes, "byte"),
+  host.line(fmt::format("Store {} was copied to {}: {}, {} in the database and {} in {}.", printable(displayPath(from)),
+                        printable(displayPath(to)), counted(result.messages, "message"), counted(result.databaseBytes, "byte"),
                         counted(result.contentFileBytes, "byte"), counted(result.contentFiles, "content file")));
-  host.document({{"store", toUtf8(from)},
-                 {"copy", toUtf8(to)},
+  host.document({{"store", displayPath(from)},
+                 {"copy", displayPath(to)},
                  {"messages", result.messages},
                  {"databaseBytes", result.databaseBytes},
                  {"contentFiles", result.contentFiles},

@@ -120,7 +120,7 @@ ExitCode listRecords(Host& host, const std::string& given) {
   if (file.failed())
     throw systemFailure(ExitCode::failed, "File '" + printable(given) + "' cannot be read", GetLastError());
 
-  Json document = {{"file", toUtf8(path)}, {"records", records}};
+  Json document = {{"file", given}, {"records", records}};
   const std::string fault = faultWords(item);
   if (!fault.empty()) {
     printError(fmt::format("fendrel: '{}' is malformed at offset {} (0x{:X}), behind {}: {}. The records before it are "

@@ -38,6 +38,21 @@ TEST_F(ChangeCommands, CreateMakesWhatIsMissing) {
   EXPECT_EQ(again.json()["created"].size(), 0u);
 }
 
+TEST_F(ChangeCommands, CreateThatStopsMidwaySaysWhatItMade) {
+  const Outcome run = fendrel({"folder", "create", "Public Folders@New@" + std::string(80, 'n')});
+  EXPECT_EQ(run.exitCode, 5);
+  EXPECT_THAT(run.err, HasSubstr("Folder 'Public Folders@New' was made before that."));
+}
+
+TEST_F(ChangeCommands, BlankNamesAndControlCharactersAreRefused) {
+  for (const char* name : {" ", "a\tb", "\x1B[31mred", "\xC2\xA0"}) {
+    EXPECT_EQ(fendrel({"folder", "create", std::string("Public Folders@") + name}).exitCode, 5);
+    EXPECT_EQ(fendrel({"folder", "rename", daily, name}).exitCode, 2);
+    EXPECT_EQ(fendrel({"profile", "add", name}).exitCode, 2);
+    EXPECT_EQ(fendrel({"profile", "rename", "jane", name}).exitCode, 2);
+  }
+}
+
 TEST_F(ChangeCommands, CreateMakesNoStore) {
   EXPECT_EQ(fendrel({"folder", "create", "Nowhere@Reports"}).exitCode, 5);
 }

@@ -73,15 +73,15 @@ class ChooseCommandWithPassword : public ChooseCommand {
  protected:
   void SetUp() override {
     const std::string file = newFile(L"first.txt", "first");
-    ASSERT_EQ(fendrel({"profile", "add", "jane", "--user", "Jane Doe", "--password", "geheim"}).exitCode, 0);
+    ASSERT_EQ(fendrel({"profile", "add", "jane", "--user", "Jane Doe", "--password-file", secret("geheim")}).exitCode, 0);
     ASSERT_EQ(
-        fendrel({"post", "--to", "Public Folders@Reports@Daily", "--create", "--password", "geheim", file}).exitCode,
+        fendrel({"post", "--to", "Public Folders@Reports@Daily", "--create", "--password-file", secret("geheim"), file}).exitCode,
         0);
   }
 };
 
 TEST_F(ChooseCommandWithPassword, PasswordIsKeptUnreadableAndUsed) {
-  ASSERT_EQ(fendrel({"choose", "--save", saved(), "--password", "geheim"}, choosing(L"geheim")).exitCode, 0);
+  ASSERT_EQ(fendrel({"choose", "--save", saved(), "--password-file", secret("geheim")}, choosing(L"geheim")).exitCode, 0);
   const std::string bytes = readFile(fendrel::host::toWide(saved()));
   EXPECT_THAT(bytes, StartsWith("FendrelProtected"));
   EXPECT_THAT(bytes, Not(HasSubstr(std::string("g\0e\0h\0e\0i\0m", 11))));
@@ -93,11 +93,11 @@ TEST_F(ChooseCommandWithPassword, ChoiceWithoutPasswordTakesTheOneGivenLater) {
   ASSERT_EQ(fendrel({"choose", "--save", saved()}, choosing(L"geheim")).exitCode, 0);
   const std::string file = newFile(L"second.txt", "second");
   EXPECT_EQ(fendrel({"post", "--options", saved(), file}).exitCode, 4);
-  EXPECT_EQ(fendrel({"post", "--options", saved(), "--password", "geheim", file}).exitCode, 0);
+  EXPECT_EQ(fendrel({"post", "--options", saved(), "--password-file", secret("geheim"), file}).exitCode, 0);
 }
 
 TEST_F(ChooseCommandWithPassword, DamagedProtectionIsTold) {
-  ASSERT_EQ(fendrel({"choose", "--save", saved(), "--password", "geheim"}, choosing(L"geheim")).exitCode, 0);
+  ASSERT_EQ(fendrel({"choose", "--save", saved(), "--password-file", secret("geheim")}, choosing(L"geheim")).exitCode, 0);
   std::string bytes = readFile(fendrel::host::toWide(saved()));
   bytes[bytes.size() / 2] ^= 1;
   const Outcome run = fendrel({"post", "--options", newFile(L"damaged.choice", bytes), newFile(L"a.txt", "a")});

@@ -68,15 +68,20 @@ nlohmann::json Outcome::json() const {
 }
 
 Outcome runProgram(const std::wstring& program, const std::vector<std::string>& arguments,
-                   const std::wstring& workingDirectory, const Use& use) {
+                   const std::wstring& workingDirectory, const Use& use, const std::wstring& input,
+                   HANDLE output) {
   std::wstring command = quoted(program);
   for (const std::string& argument : arguments) command += L' ' + quoted(host::toWide(argument));
   Pipe out, err;
+  SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+  const Handle in(CreateFileW(input.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, OPEN_EXISTING,
+                              0, nullptr));
   STARTUPINFOW start{};
   start.cb = sizeof start;
   start.dwFlags = STARTF_USESTDHANDLES;
-  start.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
-  start.hStdOutput = out.writeEnd.get();
+  start.hStdInput = in.get();
+  start.hStdOutput = output ? output : out.writeEnd.get();
+  if (output) SetHandleInformation(output, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
   start.hStdError = err.writeEnd.get();
   PROCESS_INFORMATION started{};
   if (!CreateProcessW(program.c_str(), command.data(), nullptr, nullptr, TRUE, 0, nullptr,
@@ -116,6 +121,19 @@ FendrelTest::~FendrelTest() {
 
 Outcome FendrelTest::fendrel(std::initializer_list<std::string> arguments, const Use& use) const {
   return runProgram(buildFile(L"bin/fendrel.exe"), arguments, folder.path(), use);
+}
+
+Outcome FendrelTest::fendrel(const std::vector<std::string>& arguments, const Use& use) const {
+  return runProgram(buildFile(L"bin/fendrel.exe"), arguments, folder.path(), use);
+}
+
+Outcome FendrelTest::fendrelReading(const std::string& input, const std::vector<std::string>& arguments) const {
+  newFile(L"standard-input", input);
+  return runProgram(buildFile(L"bin/fendrel.exe"), arguments, folder.path(), {}, folder.path() / L"standard-input");
+}
+
+std::string FendrelTest::secret(std::string_view password, std::wstring_view name) const {
+  return newFile(name, password);
 }
 
 void FendrelTest::addJane() const {

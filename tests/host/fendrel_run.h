@@ -29,9 +29,11 @@ struct Outcome {
 // What a person does in a running program's windows; `threadId` is its first thread.
 using Use = std::function<void(DWORD threadId)>;
 
-// Starts a program with arguments in UTF-8 in a working directory and waits for its end, at most a minute.
+// Starts a program with arguments in UTF-8 in a working directory and waits for its end, at most a minute. Its standard
+// input is the file of that path, or empty; its standard output goes to `output`, or is caught.
 Outcome runProgram(const std::wstring& program, const std::vector<std::string>& arguments,
-                   const std::wstring& workingDirectory = {}, const Use& use = {});
+                   const std::wstring& workingDirectory = {}, const Use& use = {}, const std::wstring& input = L"NUL",
+                   HANDLE output = nullptr);
 
 // A test with an empty store, which FENDREL_STORE names, and a folder for its files.
 class FendrelTest : public testing::Test {
@@ -40,10 +42,15 @@ class FendrelTest : public testing::Test {
   ~FendrelTest() override;
 
   Outcome fendrel(std::initializer_list<std::string> arguments, const Use& use = {}) const;
+  Outcome fendrel(const std::vector<std::string>& arguments, const Use& use = {}) const;
+  // With that on its standard input.
+  Outcome fendrelReading(const std::string& input, const std::vector<std::string>& arguments) const;
   // Adds the profile "jane" of Jane Doe.
   void addJane() const;
   // The full path in UTF-8 of a new file.
   std::string newFile(std::wstring_view name, std::string_view content) const;
+  // The full path in UTF-8 of a file that holds a password.
+  std::string secret(std::string_view password, std::wstring_view name = L"password") const;
   // The full path in UTF-8 of a file that may be there or not.
   std::string inFolder(std::wstring_view name) const;
 

@@ -82,7 +82,7 @@ TEST_F(LookCommands, ListOfAMissingFolderIsRefused) {
   const Outcome run = fendrel({"list", "Public Folders@Nothing", "--json"});
   EXPECT_EQ(run.exitCode, 5);
   EXPECT_EQ(run.json()["error"]["name"], "MAPI_E_NOT_FOUND");
-  EXPECT_EQ(run.json()["error"]["exitCode"], 5);
+  EXPECT_EQ(run.json()["exitCode"], 5);
 }
 
 TEST_F(LookCommands, ShowNamesEveryProperty) {

@@ -10,7 +10,7 @@ namespace {
 
 TEST(Progress, BarShowsShareFilesBytesRateAndName) {
   EXPECT_EQ(Progress::render("posted", 5, 10, 5u << 20, 10u << 20, 2.0, "sales.pdf", 200),
-            "[##########..........]  50 %  5 of 10 files posted, 5.0 MiB, 2.5 MiB/s  sales.pdf");
+            "[##########..........]  50 %  5 of 10 files posted, 5.0 MiB, 2.5 MiB/s, 0:02 left  sales.pdf");
 }
 
 TEST(Progress, BarOfEmptyFilesCountsFiles) {

@@ -76,14 +76,14 @@ TEST_F(ProfileWithMessages, RemovedWithItsMessagesSaysHowManyAndLeavesNone) {
 }
 
 TEST_F(ProfileWithMessages, PasswordIsAskedForBeforeAnythingIsRemoved) {
-  ASSERT_EQ(fendrel({"profile", "password", "jane", "--new", "sesame"}).exitCode, 0);
+  ASSERT_EQ(fendrel({"profile", "password", "jane", "--new-file", secret("sesame", L"new")}).exitCode, 0);
   for (const char* option : {"--json", "--with-messages"}) {
     EXPECT_EQ(fendrel({"profile", "remove", "jane", option}).exitCode, 4);
-    EXPECT_EQ(fendrel({"profile", "remove", "jane", option, "--password", "wrong"}).exitCode, 4);
+    EXPECT_EQ(fendrel({"profile", "remove", "jane", option, "--password-file", secret("wrong")}).exitCode, 4);
   }
-  EXPECT_EQ(fendrel({"list", "Mailbox - Jane Doe@Reports", "--password", "sesame", "--json"})
+  EXPECT_EQ(fendrel({"list", "Mailbox - Jane Doe@Reports", "--password-file", secret("sesame"), "--json"})
                 .json()["messages"].size(), 2u);
-  EXPECT_EQ(fendrel({"profile", "remove", "jane", "--password", "sesame"}).exitCode, 0);
+  EXPECT_EQ(fendrel({"profile", "remove", "jane", "--password-file", secret("sesame")}).exitCode, 0);
   addJane();
   EXPECT_EQ(exitCodeOfList(), 0);
 }
@@ -98,12 +98,16 @@ TEST_F(ProfileCommand, DefaultIsChangedByName) {
 
 TEST_F(ProfileCommand, PasswordIsChangedAndTakenAwayWithTheOldOne) {
   addJane();
-  EXPECT_EQ(fendrel({"profile", "password", "jane", "--new", "first"}).exitCode, 0);
+  EXPECT_EQ(fendrel({"profile", "password", "jane", "--new-file", secret("first", L"new")}).exitCode, 0);
   EXPECT_EQ(fendrel({"folders"}).exitCode, 4);
-  EXPECT_EQ(fendrel({"profile", "password", "jane", "--new", "second"}).exitCode, 4);
-  EXPECT_EQ(fendrel({"profile", "password", "jane", "--new", "second", "--password", "first"}).exitCode, 0);
-  EXPECT_EQ(fendrel({"folders", "--password", "second"}).exitCode, 0);
-  EXPECT_EQ(fendrel({"profile", "password", "jane", "--password", "second"}).exitCode, 0);
+  EXPECT_EQ(fendrel({"profile", "password", "jane", "--new-file", secret("second", L"new")}).exitCode, 4);
+  EXPECT_EQ(fendrel({"profile", "password", "jane", "--new-file", secret("second", L"new"), "--password-file",
+                     secret("first")})
+                .exitCode,
+            0);
+  EXPECT_EQ(fendrel({"folders", "--password-file", secret("second")}).exitCode, 0);
+  EXPECT_EQ(fendrel({"profile", "password", "jane", "--password-file", secret("second")}).exitCode, 2);
+  EXPECT_EQ(fendrel({"profile", "password", "jane", "--none", "--password-file", secret("second")}).exitCode, 0);
   EXPECT_EQ(fendrel({"folders"}).exitCode, 0);
 }
 
@@ -172,21 +176,21 @@ TEST_F(ProfileCommand, UnknownProfileIsNotUsable) {
 }
 
 TEST_F(ProfileCommand, PasswordIsNeededAndTakenFromOptionOrEnvironment) {
-  ASSERT_EQ(fendrel({"profile", "add", "safe", "--user", "Jane Doe", "--password", "s\xC3\xA9same"}).exitCode, 0);
+  ASSERT_EQ(fendrel({"profile", "add", "safe", "--user", "Jane Doe", "--password-file", secret("s\xC3\xA9same")}).exitCode, 0);
   const Outcome without = fendrel({"folders"});
   EXPECT_EQ(without.exitCode, 4);
   EXPECT_THAT(without.err, HasSubstr("MAPI_E_LOGON_FAILED"));
-  EXPECT_EQ(fendrel({"folders", "--password", "wrong"}).exitCode, 4);
-  EXPECT_EQ(fendrel({"folders", "--password", "s\xC3\xA9same"}).exitCode, 0);
+  EXPECT_EQ(fendrel({"folders", "--password-file", secret("wrong")}).exitCode, 4);
+  EXPECT_EQ(fendrel({"folders", "--password-file", secret("s\xC3\xA9same")}).exitCode, 0);
   SetEnvironmentVariableW(L"FENDREL_PASSWORD", L"s\u00E9same");
   EXPECT_EQ(fendrel({"folders"}).exitCode, 0);
 }
 
 TEST_F(ProfileCommand, PostNeedsAndUsesThePassword) {
-  ASSERT_EQ(fendrel({"profile", "add", "safe", "--user", "Jane Doe", "--password", "sesame"}).exitCode, 0);
+  ASSERT_EQ(fendrel({"profile", "add", "safe", "--user", "Jane Doe", "--password-file", secret("sesame")}).exitCode, 0);
   const std::string file = newFile(L"a.txt", "a");
   EXPECT_EQ(fendrel({"post", "--to", "Public Folders@R", "--create", file}).exitCode, 4);
-  const Outcome run = fendrel({"post", "--to", "Public Folders@R", "--create", "--password", "sesame", file});
+  const Outcome run = fendrel({"post", "--to", "Public Folders@R", "--create", "--password-file", secret("sesame"), file});
   EXPECT_EQ(run.exitCode, 0) << run.err;
 }
 

@@ -7,6 +7,9 @@
 // after mapidefs.h
 #include <mapicode.h>
 
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
 #include <fstream>
 
 #include "command_line.h"
@@ -70,9 +73,18 @@ class RefusedPost : public testing::Test {
                                           "Default", "--to", "Public Folders@Reports@Daily"};
     for (const std::string& file : files) arguments.push_back(host::toUtf8((folder.path() / file).wstring()));
     arguments.insert(arguments.end(), more.begin(), more.end());
+    return run(arguments);
+  }
+
+  Outcome run(const std::vector<std::string>& arguments) {
     const Caught out(STD_OUTPUT_HANDLE, folder.path() / L"out"), err(STD_ERROR_HANDLE, folder.path() / L"err");
     const host::ExitCode code = host::run(arguments);
     return {code, out.text(), err.text()};
+  }
+
+  static std::size_t savedMessages() {
+    const std::vector<PostedMessage> all = mapi().messages();
+    return static_cast<std::size_t>(std::ranges::count_if(all, &PostedMessage::saved));
   }
 
   TempFolder folder;
@@ -106,7 +118,7 @@ TEST_F(RefusedPost, EveryRefusedFileIsNamed) {
 TEST_F(RefusedPost, FilesTogetherAreEachLookedFor) {
   mapi().failEvery("IMAPIFolder::CreateMessage", MAPI_E_CORRUPT_DATA);
   const Outcome outcome = post({"sales.pdf", "stock.csv"}, {"--together"});
-  EXPECT_EQ(outcome.exitCode, host::ExitCode::failed);
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::damageFound);
   EXPECT_THAT(outcome.err, HasSubstr("sales.pdf was not posted."));
   EXPECT_THAT(outcome.err, HasSubstr("stock.csv was not posted."));
   EXPECT_THAT(outcome.err, HasSubstr("(MAPI_E_CORRUPT_DATA, 0x8004011B)"));
@@ -143,6 +155,65 @@ TEST_F(RefusedPost, RefusedLogonIsNamed) {
   const Outcome outcome = post({"sales.pdf"});
   EXPECT_EQ(outcome.exitCode, host::ExitCode::mapiUnusable);
   EXPECT_THAT(outcome.err, HasSubstr("Profile 'Default' cannot be used: logon failed"));
+}
+
+TEST_F(RefusedPost, BusyStoreIsTriedAgainUntilItIsNot) {
+  mapi().fail("IMAPIFolder::CreateMessage", 1, MAPI_E_BUSY);
+  const Outcome outcome = post({"sales.pdf", "stock.csv"}, {"--retries", "2", "--wait", "0", "--json"});
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::done) << outcome.err;
+  EXPECT_THAT(outcome.err, HasSubstr("the store is busy (MAPI_E_BUSY"));
+  EXPECT_THAT(outcome.err, HasSubstr("Trying again in 0 seconds (1 of 2)."));
+  const auto document = nlohmann::json::parse(outcome.out);
+  EXPECT_EQ(document["posted"], 2);
+  EXPECT_FALSE(document["files"][0].contains("error"));
+  EXPECT_EQ(savedMessages(), 2u);
+}
+
+TEST_F(RefusedPost, StoreThatStaysBusyIsAFailureThatMayPass) {
+  mapi().failEvery("IMAPIFolder::CreateMessage", MAPI_E_BUSY);
+  const Outcome outcome = post({"sales.pdf", "stock.csv"}, {"--retries", "2", "--wait", "0", "--json"});
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::failed);
+  EXPECT_THAT(outcome.err, HasSubstr("(2 of 2)"));
+  const auto document = nlohmann::json::parse(outcome.out);
+  EXPECT_EQ(document["failed"], 2);
+  EXPECT_EQ(document["files"][1]["error"]["retryable"], true);
+  EXPECT_EQ(document["files"][1]["error"]["name"], "MAPI_E_BUSY");
+}
+
+TEST_F(RefusedPost, RefusalThatStaysIsNotTriedAgain) {
+  mapi().failEvery("IMAPIFolder::CreateMessage", MAPI_E_NO_ACCESS);
+  const Outcome outcome = post({"sales.pdf"}, {"--retries", "2", "--wait", "0", "--json"});
+  EXPECT_THAT(outcome.err, testing::Not(HasSubstr("Trying again")));
+  EXPECT_EQ(nlohmann::json::parse(outcome.out)["files"][0]["error"]["retryable"], false);
+}
+
+TEST_F(RefusedPost, LogonServerThatIsDownForAMomentIsTriedAgain) {
+  mapi().fail("MAPILogonEx", 1, MAPI_E_NETWORK_ERROR);
+  const Outcome outcome = post({"sales.pdf"}, {"--retries", "1", "--wait", "0"});
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::done) << outcome.err;
+  EXPECT_THAT(outcome.err, HasSubstr("MAPI_E_NETWORK_ERROR"));
+}
+
+TEST_F(RefusedPost, MessageThatTheStoreDidNotKeepAtFirstIsThereOnce) {
+  mapi().fail("IMessage::SaveChanges", 1, MAPI_E_NOT_ENOUGH_DISK);
+  const Outcome outcome = post({"sales.pdf"}, {"--retries", "1", "--wait", "0"});
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::done) << outcome.err;
+}
+
+// The server is lost after the message was saved and before the program could look for it.
+TEST_F(RefusedPost, FileWhoseMessageCouldNotBeLookedForIsNotPostedTwice) {
+  mapi().fail("IMAPIFolder::GetContentsTable", 2, MAPI_E_NETWORK_ERROR);  // the first one finds what was there before
+  const Outcome outcome = post({"sales.pdf"}, {"--retries", "1", "--wait", "0"});
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::done) << outcome.err;
+  EXPECT_EQ(savedMessages(), 1u);
+}
+
+TEST_F(RefusedPost, SkipExistingReadsTheAttachmentBack) {
+  EXPECT_EQ(post({"sales.pdf"}).exitCode, host::ExitCode::done);
+  const Outcome again = post({"sales.pdf"}, {"--skip-existing"});
+  EXPECT_EQ(again.exitCode, host::ExitCode::done) << again.err;
+  EXPECT_THAT(again.out, HasSubstr("sales.pdf is there already, message of "));
+  EXPECT_EQ(savedMessages(), 1u);
 }
 
 TEST_F(RefusedPost, NothingStaysOpenAfterAFailure) {

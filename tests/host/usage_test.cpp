@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "build_paths.h"
 #include "fendrel_run.h"
@@ -31,13 +32,14 @@ TEST_F(Usage, HelpShowsEveryCommandAndTheExitCodes) {
 TEST_F(Usage, HelpOfACommandHasAnExample) {
   const Outcome run = fendrel({"post", "--help"});
   EXPECT_EQ(run.exitCode, 0);
-  EXPECT_THAT(run.out, HasSubstr("Usage: fendrel post [OPTIONS] FILE..."));
+  EXPECT_THAT(run.out, HasSubstr("Usage: fendrel post [OPTIONS] [FILE...]"));
   EXPECT_THAT(run.out, HasSubstr("fendrel post --to \"Public Folders@Reports@Daily\" --create sales.pdf"));
 }
 
 TEST_F(Usage, NoHelpLineIsWiderThanATerminalOfAHundredAndTenColumns) {
   for (const char* command :
-       {"post", "folders", "folder", "list", "show", "save", "export", "delete", "profile", "store"}) {
+       {"post", "folders", "folder", "list", "show", "save", "export", "delete", "profile",
+        "store"}) {
     const Outcome run = fendrel({command, "--help"});
     std::size_t start = 0;
     for (std::size_t end = run.out.find('\n'); end != std::string::npos; end = run.out.find('\n', start = end + 1))
@@ -54,7 +56,7 @@ TEST_F(Usage, NoCommandIsWrongUsage) {
 TEST_F(Usage, UnknownCommandIsNamed) {
   const Outcome run = fendrel({"psot"});
   EXPECT_EQ(run.exitCode, 2);
-  EXPECT_THAT(run.err, HasSubstr("'psot' is no command"));
+  EXPECT_THAT(run.err, HasSubstr("'psot' is no command; did you mean 'post'?"));
 }
 
 TEST_F(Usage, UnknownOptionIsNamed) {
@@ -62,6 +64,79 @@ TEST_F(Usage, UnknownOptionIsNamed) {
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.err, HasSubstr("--fast"));
   EXPECT_THAT(run.err, HasSubstr("fendrel folders --help"));
+}
+
+TEST_F(Usage, NearOptionIsNamed) {
+  EXPECT_THAT(fendrel({"folders", "--jsno"}).err, HasSubstr("'--jsno' is no option; did you mean '--json'?"));
+  EXPECT_THAT(fendrel({"post", "--skip-existng", "a"}).err, HasSubstr("did you mean '--skip-existing'?"));
+}
+
+TEST_F(Usage, HelpIsACommandToo) {
+  EXPECT_EQ(fendrel({"help", "post"}).out, fendrel({"post", "--help"}).out);
+  EXPECT_EQ(fendrel({"help", "profile", "add"}).out, fendrel({"profile", "add", "--help"}).out);
+  EXPECT_THAT(fendrel({"help"}).out, HasSubstr("Exit codes"));
+  const Outcome unknown = fendrel({"help", "psot"});
+  EXPECT_EQ(unknown.exitCode, 2);
+  EXPECT_THAT(unknown.err, HasSubstr("did you mean 'post'?"));
+}
+
+TEST_F(Usage, HelpFitsTheTerminal) {
+  SetEnvironmentVariableW(L"FENDREL_COLUMNS", L"72");
+  const Outcome run = fendrel({"profile", "list", "--help"});
+  SetEnvironmentVariableW(L"FENDREL_COLUMNS", nullptr);
+  std::size_t start = 0;
+  const std::size_t options = run.out.find("Options:");
+  for (std::size_t end = run.out.find('\n'); end != std::string::npos && end < options; end = run.out.find('\n', start = end + 1))
+    EXPECT_LE(end - start, 72u) << run.out.substr(start, end - start);
+}
+
+TEST_F(Usage, PasswordOnTheCommandLineIsNotTaken) {
+  const Outcome run = fendrel({"folders", "--password", "sesame"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.err, HasSubstr("--password-file"));
+  EXPECT_THAT(run.err, testing::Not(HasSubstr("sesame")));
+}
+
+TEST_F(Usage, OutputThatCannotBeWrittenIsAFailure) {
+  const HANDLE readOnly = CreateFileW(buildFile(L"bin/fendrel.exe").c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                      OPEN_EXISTING, 0, nullptr);
+  ASSERT_NE(readOnly, INVALID_HANDLE_VALUE);
+  const Outcome run = runProgram(buildFile(L"bin/fendrel.exe"), {"--version"}, {}, {}, L"NUL", readOnly);
+  CloseHandle(readOnly);
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_THAT(run.err, HasSubstr("Not all of the output could be written."));
+}
+
+TEST_F(Usage, ReadingCommandMakesNoStore) {
+  EXPECT_EQ(fendrel({"folders"}).exitCode, 4);
+  EXPECT_EQ(fendrel({"profile", "list"}).exitCode, 0);
+  EXPECT_EQ(fendrel({"list", "Public Folders"}).exitCode, 4);
+  EXPECT_FALSE(std::filesystem::exists(folder.path() / L"store.db"));
+}
+
+TEST_F(Usage, FileThatIsNoStoreIsCalledThat) {
+  newFile(L"store.db", "a letter");
+  for (const std::vector<std::string>& command : {std::vector<std::string>{"folders"}, {"profile", "list"}}) {
+    const Outcome run = fendrel(command);
+    EXPECT_EQ(run.exitCode, 6) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("store.db' is no store of fendrel's"));
+  }
+  EXPECT_EQ(readFile(folder.path() / L"store.db"), "a letter");
+}
+
+TEST_F(Usage, DamageIsExitCodeSixWhereverItIsMet) {
+  addJane();
+  ASSERT_EQ(fendrel({"post", "--to", daily, "--create", newFile(L"a.bin", std::string(300'000, 'a'))}).exitCode, 0);
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.path() / L"store.db.files"))
+    if (entry.is_regular_file()) {
+      std::fstream file(entry.path(), std::ios::binary | std::ios::in | std::ios::out);
+      file.seekp(1000);
+      file << "damage";
+    }
+  const Outcome run = fendrel({"save", daily, "1", inFolder(L"out")});
+  EXPECT_EQ(run.exitCode, 6);
+  EXPECT_THAT(run.err, testing::AllOf(HasSubstr("store check"), HasSubstr("salvage"), HasSubstr("store.db'")));
+  EXPECT_EQ(fendrel({"store", "check"}).exitCode, 6);
 }
 
 TEST_F(Usage, PostWithoutDestinationIsWrongUsage) {
@@ -92,9 +167,12 @@ TEST_F(Usage, MessageNumberMustBeANumberFromOne) {
 TEST_F(Usage, WrongUsageIsJsonToo) {
   const Outcome run = fendrel({"--json", "psot"});
   EXPECT_EQ(run.exitCode, 2);
+  EXPECT_EQ(run.json()["exitCode"], 2);
   const auto error = run.json()["error"];
-  EXPECT_EQ(error["exitCode"], 2);
-  EXPECT_THAT(error["message"].get<std::string>(), HasSubstr("psot"));
+  EXPECT_THAT(error["words"].get<std::string>(), HasSubstr("psot"));
+  EXPECT_EQ(error["code"], nullptr);
+  EXPECT_EQ(error["name"], nullptr);
+  EXPECT_EQ(error["retryable"], false);
 }
 
 // fendrel.exe in a folder of its own, with only the named files beside it.

@@ -26,8 +26,8 @@ struct Found {
 
 class PostedCheck {
  public:
-  // Call before the first export: messages of these names that are there already answer for no file.
-  PostedCheck(const OpenFolder& where, const std::set<std::wstring>& names);
+  // Call before the first export: the messages of the files' names that are there already answer for no file.
+  explicit PostedCheck(const std::vector<MessageRow>& present);
 
   // Call after an export that may have posted the file.
   void expect(Expected file);
@@ -35,11 +35,11 @@ class PostedCheck {
   // How long ago the first file that is not looked for yet was expected, in milliseconds.
   ULONGLONG waiting() const;
 
-  // Looks for all files expected since the last look, in one pass over the folder.
-  std::vector<Found> look();
+  // Looks for all files expected since the last look, in one pass over the folder. After a failure they are still
+  // looked for the next time, which may be in a session of its own.
+  std::vector<Found> look(const OpenFolder& folder);
 
  private:
-  const OpenFolder& folder;
   std::vector<Expected> pending;
   ULONGLONG sinceTicks = 0;
   std::set<std::string> taken;  // entry identifiers of messages that were there before, or answered for an earlier file

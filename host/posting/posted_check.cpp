@@ -1,4 +1,4 @@
-#include "posted_check.h"
+#include "posting/posted_check.h"
 
 #include <algorithm>
 
@@ -6,8 +6,8 @@
 
 namespace fendrel::host {
 
-PostedCheck::PostedCheck(const OpenFolder& where, const std::set<std::wstring>& names) : folder(where) {
-  for (const MessageRow& row : messagesNamed(folder, names)) taken.insert(hexadecimal(row.id));
+PostedCheck::PostedCheck(const std::vector<MessageRow>& present) {
+  for (const MessageRow& row : present) taken.insert(hexadecimal(row.id));
 }
 
 void PostedCheck::expect(Expected file) {
@@ -17,7 +17,7 @@ void PostedCheck::expect(Expected file) {
 
 ULONGLONG PostedCheck::waiting() const { return pending.empty() ? 0 : GetTickCount64() - sinceTicks; }
 
-std::vector<Found> PostedCheck::look() {
+std::vector<Found> PostedCheck::look(const OpenFolder& folder) {
   std::vector<Found> results;
   if (!pending.empty()) {
     struct Candidate {

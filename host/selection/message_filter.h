@@ -1,0 +1,58 @@
+// Which messages of a folder are meant: by subject, class, time, identifier or number.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "messages.h"
+
+namespace fendrel::host {
+
+// As a person writes it.
+struct MessageFilter {
+  std::string subject, messageClass;       // patterns with '*' and '?'
+  std::string since, until;                // "2026-11-21", "2026-11-21 22:00", local time; until: that day with it
+  std::string olderThan;                   // "90d", "12h", "2w"
+  std::vector<std::string> ids;            // as "list --ids" shows them
+
+  void addOptions(CLI::App& command);
+  bool hasCriteria() const;  // beyond identifiers
+  bool isEmpty() const { return ids.empty() && !hasCriteria(); }
+};
+
+// The filter at one moment. Times are those of delivery, or where a message has none, of its sending.
+class MessageTest {
+ public:
+  // Throws Failure(wrongUsage) for a date, an age or an identifier that is none.
+  explicit MessageTest(const MessageFilter& filter);
+
+  bool matches(const MessageRow& message) const;
+
+ private:
+  std::wstring subject, messageClass;
+  std::optional<std::uint64_t> from, before;  // as file times; before: exclusive
+  std::vector<std::wstring> keys;
+};
+
+// A message's identifier in sixteen digits, the same in every run and in the names of exported files.
+std::string messageId(const MessageRow& message);
+
+// "90d" in units of a file time. Throws Failure(wrongUsage), naming `what`.
+std::uint64_t parseAge(const std::string& given, const char* what);
+
+struct ChosenMessage {
+  std::uint64_t number;
+  MessageRow row;
+};
+
+// The messages with these numbers ("1-3,7" or single ones) that match, in the folder's order; of no numbers, all that
+// match. Throws Failure: wrongUsage for what is no number, folderRefused for a number or an identifier that no message
+// has.
+std::vector<ChosenMessage> chooseMessages(MessageTable& table, const std::vector<std::string>& numbers,
+                                          const MessageFilter& filter);
+
+}  // namespace fendrel::host
