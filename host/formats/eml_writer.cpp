@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "mail_text.h"
+#include "media_type.h"
 #include "text.h"
 
 #ifndef PR_INTERNET_MESSAGE_ID_W
@@ -123,7 +124,8 @@ class EmlWriter {
     const std::string subject = fmt::format("Attachment '{}'", printable(attachment.name));
     const std::string name = toUtf8(attachment.name);
     std::string type = toUtf8(ObjectProperties(*attachment.object.Get(), subject).text(PR_ATTACH_MIME_TAG_W));
-    if (!isPlainMediaType(type)) type = "application/octet-stream";
+    if (!isPlainMediaType(type)) type = mediaTypeOf(attachment.name);
+    if (!isPlainMediaType(type)) type = "application/octet-stream";  // a mail in a file is a file here
     put(fmt::format("\r\n--{}\r\nContent-Type: {}{}\r\nContent-Transfer-Encoding: base64\r\n"
                     "Content-Disposition: attachment{};\r\n size={}\r\n\r\n",
                     boundary, type, encodedWordParameter("name", name), parameter("filename", name), attachment.size));

@@ -37,6 +37,12 @@ class ExportCommand : public FendrelTest {
     return found;
   }
 
+  std::string textOfFirst(std::wstring_view directory) const {
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path() / directory))
+      return readFile(entry.path().wstring());
+    return {};
+  }
+
   std::wstring onlyFile(std::wstring_view directory, std::wstring_view end) const {
     std::wstring found;
     for (const auto& entry : std::filesystem::directory_iterator(folder.path() / directory))
@@ -45,6 +51,16 @@ class ExportCommand : public FendrelTest {
     return found;
   }
 };
+
+TEST_F(ExportCommand, PartsOfAMailHaveTheTypesOfTheirExtensions) {
+  ASSERT_EQ(fendrel({"export", daily, inFolder(L"out"), "--as", "eml", "--subject", "sales.csv"}).exitCode, 0);
+  EXPECT_THAT(textOfFirst(L"out"), HasSubstr("\r\nContent-Type: text/csv;"));
+  ASSERT_EQ(fendrel({"post", "--to", daily, newFile(L"a.unheard-of", "x"), newFile(L"b.PDF", "x")}).exitCode, 0);
+  ASSERT_EQ(fendrel({"export", daily, inFolder(L"other"), "--as", "eml", "--subject", "a.*"}).exitCode, 0);
+  EXPECT_THAT(textOfFirst(L"other"), HasSubstr("Content-Type: application/octet-stream;"));
+  ASSERT_EQ(fendrel({"export", daily, inFolder(L"pdf"), "--as", "eml", "--subject", "b.*"}).exitCode, 0);
+  EXPECT_THAT(textOfFirst(L"pdf"), HasSubstr("Content-Type: application/pdf;"));
+}
 
 TEST_F(ExportCommand, SaveAsEmlMakesOneFileNamedByTheSubject) {
   const auto message = withSubject(fendrel({"list", daily, "--json"}).json()["messages"], "sales.csv");
