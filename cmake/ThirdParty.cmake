@@ -1,5 +1,5 @@
 # Third-party libraries, each as one target: fendrel::sqlite, fendrel::sqlite_recover, fendrel::cli11, fendrel::json,
-# fendrel::fmt, GTest::gmock. An installed package wins; otherwise the sources come from pinned packages:
+# fendrel::toml, fendrel::fmt, GTest::gmock. An installed package wins; otherwise the sources come from pinned packages:
 # Debian's -dev packages, and npm for SQLite's amalgamation and its recovery extension.
 
 set(FENDREL_DEBIAN_ROOT "/usr" CACHE PATH "Where Debian's header-only libraries are installed")
@@ -27,6 +27,7 @@ endfunction()
 
 fendrel_header_library(fendrel::cli11 CLI11::CLI11 CLI11 CLI)
 fendrel_header_library(fendrel::json nlohmann_json::nlohmann_json nlohmann_json nlohmann)
+fendrel_header_library(fendrel::toml tomlplusplus::tomlplusplus tomlplusplus toml++)
 fendrel_header_library(fendrel::fmt fmt::fmt-header-only fmt fmt)
 if(TARGET fendrel_fmt)
   # Compiled once rather than into every file that includes it, where the version is the one that fmt.cpp suits.

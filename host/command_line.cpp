@@ -151,6 +151,7 @@ ExitCode parseAndDo(std::vector<std::string> arguments) {
   app.formatter(format);
   addGlobalOptions(app, host.options);
   addPostCommand(app, host);
+  addRunCommand(app, host);
   addChooseCommand(app, host);
   addFoldersCommand(app, host);
   addFolderCommand(app, host);

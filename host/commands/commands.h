@@ -8,6 +8,7 @@
 namespace fendrel::host {
 
 void addPostCommand(CLI::App& app, Host& host);
+void addRunCommand(CLI::App& app, Host& host);
 void addChooseCommand(CLI::App& app, Host& host);
 void addFoldersCommand(CLI::App& app, Host& host);
 void addFolderCommand(CLI::App& app, Host& host);

@@ -1,0 +1,65 @@
+// fendrel run: a job.
+#include <fmt/format.h>
+
+#include <memory>
+
+#include "commands.h"
+#include "jobs/watch.h"
+#include "text.h"
+
+namespace fendrel::host {
+namespace {
+
+struct RunOptions {
+  std::string job;
+  bool check = false, watch = false;
+};
+
+// What is wrong with the job, line by line; done when nothing is.
+ExitCode tellProblems(Host& host, const JobReading& reading) {
+  if (reading.problems.empty()) return ExitCode::done;
+  Json list = Json::array();
+  for (const JobProblem& problem : reading.problems) {
+    host.tell({Level::error, "problem", {}, problemWords(reading.job, problem), {{"line", problem.line}}});
+    list.push_back({{"line", problem.line}, {"words", problem.words}});
+  }
+  host.document({{"job", reading.job.file},
+                 {"problems", list},
+                 {"exitCode", static_cast<int>(ExitCode::wrongUsage)}});
+  return ExitCode::wrongUsage;
+}
+
+ExitCode run(Host& host, const RunOptions& options) {
+  const JobReading reading = readJob(options.job);
+  if (const ExitCode exit = tellProblems(host, reading); exit != ExitCode::done) return exit;
+  useJob(reading.job, host);
+  if (options.check) {
+    host.tell({Level::info, "checked", {}, fmt::format("{} is in order.", printable(options.job))});
+    return tellJobPlan(host, reading.job);
+  }
+  return options.watch ? watchJob(host, reading.job) : runJob(host, reading.job);
+}
+
+}  // namespace
+
+void addRunCommand(CLI::App& app, Host& host) {
+  const auto options = std::make_shared<RunOptions>();
+  CLI::App* command = app.add_subcommand("run", "Run a job: post its files, put them away, delete what is too old");
+  command->add_option("JOB", options->job, "The job's file; docs/jobs.md says what it holds")->required();
+  CLI::Option* check = command->add_flag(
+      "--check,-n,--dry-run", options->check,
+      "Say what is wrong with the job, line by line, and what a run would do; change nothing");
+  command->add_flag("--watch", options->watch, "Go on and post what appears, once it is complete, until Ctrl+C")
+      ->excludes(check);
+  command->footer(
+      "Run it as often as you like: what the folder holds already is not posted again.\n"
+      "Examples:\n"
+      "  fendrel run --check nightly.toml\n"
+      "  fendrel run nightly.toml\n"
+      "  fendrel run --watch nightly.toml");
+  command->callback([&host, options] {
+    host.command = [options](Host& running) { return run(running, *options); };
+  });
+}
+
+}  // namespace fendrel::host
