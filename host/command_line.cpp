@@ -26,6 +26,7 @@ constexpr const char* examples =
     "  fendrel show \"Public Folders@Reports@Daily\" 1\n"
     "  fendrel save \"Public Folders@Reports@Daily\" 1 reports\n"
     "\n"
+    "For every night write a job: \"fendrel help run\". When something is wrong: fendrel doctor.\n"
     "A folder's path is its names joined by '@', message store first; upper and lower case count.\n"
     "\n"
     "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 some files or messages done and some not, 4 MAPI or\n"
@@ -160,10 +161,12 @@ ExitCode parseAndDo(std::vector<std::string> arguments) {
   addSaveCommand(app, host);
   addDeleteCommand(app, host);
   addExportCommand(app, host);
+  addDoctorCommand(app, host);
   addProfileCommand(app, host);
   addMapiCommand(app, host);
   addStoreCommand(app, host);
   addTlvCommand(app, host);
+  addCompletionCommand(app, host);
 
   std::vector<std::string> helpWords;
   CLI::App* helping = app.add_subcommand("help", "Show help; with a command, that command's help");

@@ -17,9 +17,11 @@ void addShowCommand(CLI::App& app, Host& host);
 void addSaveCommand(CLI::App& app, Host& host);
 void addDeleteCommand(CLI::App& app, Host& host);
 void addExportCommand(CLI::App& app, Host& host);
+void addDoctorCommand(CLI::App& app, Host& host);
 void addMapiCommand(CLI::App& app, Host& host);
 void addProfileCommand(CLI::App& app, Host& host);
 void addStoreCommand(CLI::App& app, Host& host);
+void addCompletionCommand(CLI::App& app, Host& host);
 void addTlvCommand(CLI::App& app, Host& host);
 
 }  // namespace fendrel::host

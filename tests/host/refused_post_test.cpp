@@ -68,6 +68,10 @@ class RefusedPost : public testing::Test {
   }
 
   // The system's MAPI is, once it is loaded, the double.
+  Outcome doctor(const std::string& path = "Public Folders@Reports@Daily") {
+    return run({"doctor", "--mapi", "system", "--profile", "Default", "--to", path});
+  }
+
   Outcome post(std::vector<std::string> files, std::vector<std::string> more = {}) {
     std::vector<std::string> arguments = {"post",      "--mapi", "system", "--profile",
                                           "Default", "--to", "Public Folders@Reports@Daily"};
@@ -214,6 +218,55 @@ TEST_F(RefusedPost, SkipExistingReadsTheAttachmentBack) {
   EXPECT_EQ(again.exitCode, host::ExitCode::done) << again.err;
   EXPECT_THAT(again.out, HasSubstr("sales.pdf is there already, message of "));
   EXPECT_EQ(savedMessages(), 1u);
+}
+
+// The doctor's crosses that only MAPI itself can cause.
+TEST_F(RefusedPost, DoctorHasNoCrossForAMapiThatWorks) {
+  const Outcome outcome = doctor();
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::done) << outcome.out;
+}
+
+TEST_F(RefusedPost, DoctorNamesAMapiThatDoesNotStart) {
+  mapi().failEvery("MAPIInitialize", MAPI_E_UNCONFIGURED);
+  const Outcome outcome = doctor();
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::mapiUnusable);
+  EXPECT_THAT(outcome.out, HasSubstr("\xE2\x9C\x97 Initialise     MAPI did not start"));
+}
+
+TEST_F(RefusedPost, DoctorNamesAStoreThatCannotBeOpened) {
+  mapi().failEvery("IMAPISession::OpenMsgStore", MAPI_E_FAILONEPROVIDER);
+  const Outcome outcome = doctor();
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::failed);
+  EXPECT_THAT(outcome.out, HasSubstr("\xE2\x9C\x97 Stores         Message store 'Mailbox - Ada' cannot be opened"));
+}
+
+TEST_F(RefusedPost, DoctorNamesAProfileWithoutAStore) {
+  World world = standardWorld();
+  world.stores.clear();
+  world.folders.clear();
+  mapi().reset(world);
+  const Outcome outcome = doctor();
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::mapiUnusable);
+  EXPECT_THAT(outcome.out, HasSubstr("The profile has no message store."));
+}
+
+TEST_F(RefusedPost, DoctorNamesAFolderWithoutTheRightToPost) {
+  mapi().failEvery("IMAPIFolder::CreateMessage", MAPI_E_NO_ACCESS);
+  const Outcome outcome = doctor();
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::folderRefused);
+  EXPECT_THAT(outcome.out, HasSubstr("\xE2\x9C\x97 Right to post  No message can be made in"));
+}
+
+// The program itself runs with UTF-8 as its code page where the system can; this process has the system's own.
+TEST_F(RefusedPost, DoctorNamesANameOutsideTheCodePage) {
+  if (GetACP() == CP_UTF8) GTEST_SKIP() << "every name is in the code page 65001";
+  World world = standardWorld();
+  const int store = world.addStore(L"Archive");
+  world.addFolder(store, World::subtree, L"\u5831\u544A");
+  mapi().reset(world);
+  const Outcome outcome = doctor("Archive@\xE5\xA0\xB1\xE5\x91\x8A");
+  EXPECT_EQ(outcome.exitCode, host::ExitCode::folderRefused);
+  EXPECT_THAT(outcome.out, HasSubstr("characters that this system's code page"));
 }
 
 TEST_F(RefusedPost, NothingStaysOpenAfterAFailure) {

@@ -24,7 +24,7 @@ TEST_F(Usage, HelpShowsEveryCommandAndTheExitCodes) {
   const Outcome run = fendrel({"--help"});
   EXPECT_EQ(run.exitCode, 0);
   for (const char* word : {"post", "folders", "folder ", "list", "show", "save", "export", "delete", "profile",
-                           "store ", "Exit codes", "FENDREL_PASSWORD"})
+                           "store ", "run", "doctor", "Exit codes", "FENDREL_PASSWORD"})
     EXPECT_THAT(run.out, HasSubstr(word));
   EXPECT_EQ(run.err, "");
 }
@@ -38,7 +38,7 @@ TEST_F(Usage, HelpOfACommandHasAnExample) {
 
 TEST_F(Usage, NoHelpLineIsWiderThanATerminalOfAHundredAndTenColumns) {
   for (const char* command :
-       {"post", "folders", "folder", "list", "show", "save", "export", "delete", "profile",
+       {"post", "run", "doctor", "folders", "folder", "list", "show", "save", "export", "delete", "profile",
         "store"}) {
     const Outcome run = fendrel({command, "--help"});
     std::size_t start = 0;
@@ -111,6 +111,7 @@ TEST_F(Usage, ReadingCommandMakesNoStore) {
   EXPECT_EQ(fendrel({"folders"}).exitCode, 4);
   EXPECT_EQ(fendrel({"profile", "list"}).exitCode, 0);
   EXPECT_EQ(fendrel({"list", "Public Folders"}).exitCode, 4);
+  EXPECT_EQ(fendrel({"doctor"}).exitCode, 4);
   EXPECT_FALSE(std::filesystem::exists(folder.path() / L"store.db"));
 }
 
@@ -137,6 +138,14 @@ TEST_F(Usage, DamageIsExitCodeSixWhereverItIsMet) {
   EXPECT_EQ(run.exitCode, 6);
   EXPECT_THAT(run.err, testing::AllOf(HasSubstr("store check"), HasSubstr("salvage"), HasSubstr("store.db'")));
   EXPECT_EQ(fendrel({"store", "check"}).exitCode, 6);
+}
+
+TEST_F(Usage, CompletionKnowsEveryCommandAndOption) {
+  const Outcome bash = fendrel({"completion", "bash"});
+  EXPECT_THAT(bash.out, HasSubstr("'profile add') words='"));
+  EXPECT_THAT(bash.out, HasSubstr("--skip-existing"));
+  EXPECT_THAT(bash.out, testing::Not(HasSubstr("--password ")));  // which is not taken
+  EXPECT_THAT(fendrel({"completion", "powershell"}).out, HasSubstr("'run' = '--help --check"));
 }
 
 TEST_F(Usage, PostWithoutDestinationIsWrongUsage) {

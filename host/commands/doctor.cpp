@@ -1,0 +1,71 @@
+// fendrel doctor: what posting needs, and what is wrong with it.
+#include <fmt/format.h>
+
+#include <memory>
+
+#include "commands.h"
+#include "doctor/examination.h"
+#include "jobs/job_file.h"
+#include "text.h"
+
+namespace fendrel::host {
+namespace {
+
+struct DoctorOptions {
+  std::string to, job;
+};
+
+constexpr const char* tick = "\xE2\x9C\x93";
+constexpr const char* cross = "\xE2\x9C\x97";
+
+ExitCode callDoctor(Host& host, const DoctorOptions& options) {
+  ExitCode exit = ExitCode::done;
+  Json list = Json::array();
+  const auto tell = [&](const DoctorFinding& finding) {
+    if (!finding.isGood && exit == ExitCode::done) exit = finding.exit;
+    Json item = {{"what", finding.what}, {"good", finding.isGood}};
+    if (finding.isGood)
+      item["words"] = finding.words;
+    else
+      item["error"] = finding.error;
+    // A cross is the result here, so it stands with the ticks.
+    host.tell({Level::info, "finding", {},
+               fmt::format("{} {:<13}  {}", finding.isGood ? tick : cross, finding.what, finding.words), item});
+    list.push_back(std::move(item));
+  };
+  DoctorOrder order{options.to};
+  if (!options.job.empty()) {
+    const JobReading reading = readJob(options.job);
+    for (const JobProblem& problem : reading.problems) {
+      const Failure failure(ExitCode::wrongUsage, problemWords(reading.job, problem));
+      tell({"Job", false, failure.what(), failure.exitCode(), jsonError(failure)});
+    }
+    if (reading.problems.empty()) tell({"Job", true, printable(options.job) + " is in order", ExitCode::done, nullptr});
+    useJob(reading.job, host);
+    order = {reading.job.request.target.to, reading.job.request.target.create};
+  }
+  examine(host, order, tell);
+  host.document({{"findings", list}, {"exitCode", static_cast<int>(exit)}});
+  return exit;
+}
+
+}  // namespace
+
+void addDoctorCommand(CLI::App& app, Host& host) {
+  const auto options = std::make_shared<DoctorOptions>();
+  CLI::App* command = app.add_subcommand("doctor", "Say what posting needs, and what is wrong with it");
+  CLI::Option* to = command->add_option("--to", options->to, "Also look at this folder, the target of a post");
+  to->type_name("PATH");
+  command->add_option("--job", options->job, "Also look at this job and its folder")->type_name("JOB")->excludes(to);
+  command->footer(
+      "A line each, with a tick or a cross and what to do. Nothing is changed. The exit code is that of the\n"
+      "first cross. What depends on something that has a cross is not looked at.\n"
+      "Examples:\n"
+      "  fendrel doctor --to \"Public Folders@Reports@Daily\"\n"
+      "  fendrel doctor --mapi system --json");
+  command->callback([&host, options] {
+    host.command = [options](Host& running) { return callDoctor(running, *options); };
+  });
+}
+
+}  // namespace fendrel::host
