@@ -75,7 +75,7 @@ std::string readPasswordFile(const std::string& file) {
 std::string runPasswordCommand(const std::string& command) {
   const std::string source = "The password command";
   // Not a pipe: Wine hands no pipe of its own on to a Unix program. The file is in the user's own directory, and goes
-  // with its last handle. Appending, the command has a place of its own in it.
+  // with its last handle. The command writes through a handle of its own, so that reading does not move its place.
   wchar_t folder[MAX_PATH + 1] = L"", name[MAX_PATH + 1] = L"";
   GetTempPathW(MAX_PATH, folder);
   if (!GetTempFileNameW(folder, L"fen", 0, name))
@@ -84,7 +84,7 @@ std::string runPasswordCommand(const std::string& command) {
   SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
   const HANDLE file = CreateFileW(name, GENERIC_READ | DELETE, shareAll, nullptr, OPEN_EXISTING,
                                   FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
-  const HANDLE output = CreateFileW(name, FILE_APPEND_DATA | SYNCHRONIZE, shareAll, &inherited, OPEN_EXISTING, 0, nullptr);
+  const HANDLE output = CreateFileW(name, GENERIC_WRITE, shareAll, &inherited, OPEN_EXISTING, 0, nullptr);
   if (file == INVALID_HANDLE_VALUE || output == INVALID_HANDLE_VALUE)
     throw systemFailure(ExitCode::wrongUsage, source + " cannot be started", GetLastError());
   const FileHandle answer(file), written(output);
