@@ -14,8 +14,6 @@ namespace {
 // The mailbox owner's name in a profile's section for the whole profile.
 constexpr ULONG ownerName = PROP_TAG(PT_UNICODE, 0x661B);
 
-LPWSTR asMapiText(const std::wstring& text) { return const_cast<LPWSTR>(text.c_str()); }
-
 std::string listed(const std::vector<ProfileEntry>& profiles) {
   std::string list;
   for (const ProfileEntry& profile : profiles)

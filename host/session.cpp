@@ -13,8 +13,6 @@
 namespace fendrel::host {
 namespace {
 
-LPWSTR asMapiText(const std::wstring& text) { return const_cast<LPWSTR>(text.c_str()); }
-
 // "It has 'Daily', 'Weekly' and 3 more."
 std::string whatThereIs(const std::vector<std::wstring>& names, std::wstring_view wanted) {
   for (const std::wstring& name : names)

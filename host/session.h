@@ -13,6 +13,9 @@
 
 namespace fendrel::host {
 
+// MAPI declares texts that it only reads as ones that it may write.
+inline LPWSTR asMapiText(const std::wstring& text) { return const_cast<LPWSTR>(text.c_str()); }
+
 using Microsoft::WRL::ComPtr;
 
 // MAPI is started while one of these lives.
