@@ -134,7 +134,14 @@ class Examination {
   }
 
   std::string lookAtProfiles() {
-    const std::vector<ProfileEntry> profiles = host.profiles().list();
+    std::vector<ProfileEntry> profiles;
+    try {
+      profiles = host.profiles().list();
+    } catch (const Failure& failure) {
+      // Some systems log on to a profile that is named, and list none.
+      if (failure.code() != MAPI_E_NO_SUPPORT || host.options.profile.empty()) throw;
+      return fmt::format("'{}' is used; this MAPI lists none", printable(host.options.profile));
+    }
     const std::wstring chosen = chooseProfile(profiles, toWide(host.options.profile));
     return fmt::format("{}; '{}' is used", counted(profiles.size(), "profile"), printable(chosen));
   }

@@ -12,8 +12,10 @@
 namespace fendrel::host {
 namespace {
 
-// The folder is looked into after a single file, or at this distance while many are posted.
+// The folder is looked into after a single file, or at this distance while many are posted; where a look takes long,
+// because the folder holds much, so many times as long passes between two.
 constexpr ULONGLONG lookEvery = 500;
+constexpr ULONGLONG lookShare = 8;
 // No wait is longer, in seconds.
 constexpr std::uint64_t longestWait = 3600;
 
@@ -149,7 +151,10 @@ Failure Posting::notThere(std::size_t file, const Found& found) const {
 }
 
 void Posting::look(const ExportAnswer* together) {
-  for (const Found& found : posted->look(target.folder)) {
+  const ULONGLONG begun = GetTickCount64();
+  const std::vector<Found> results = posted->look(target.folder);
+  lookTicks = GetTickCount64() - begun;
+  for (const Found& found : results) {
     const InputFile& file = files[found.file];
     if (found.there && found.attachedBytes == file.size) {
       states[found.file].state = State::posted;
@@ -192,7 +197,7 @@ void Posting::postEach(bool isLast) {
       fail(file, refusal(file, answer));
     progress->addBytes(files[file].size);
     progress->endFile();
-    if (posted->waiting() >= lookEvery) look(nullptr);
+    if (posted->waiting() >= std::max(lookEvery, lookShare * lookTicks)) look(nullptr);
   }
   look(nullptr);
 }

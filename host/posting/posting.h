@@ -75,6 +75,7 @@ class Posting {
   std::optional<Progress> progress;
   std::optional<Failure> whole;
   const ULONGLONG startTicks = GetTickCount64();
+  ULONGLONG lookTicks = 0;  // that the last look took
   bool cancelled = false, triesLeft = false;
 };
 

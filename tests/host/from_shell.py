@@ -215,7 +215,7 @@ def on_terminal(place, arguments, answers, columns=100):
     import struct
     import termios
     fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 40, columns, 0, 0))
-    shown, waiting, end = b"", list(answers), time.time() + 60
+    shown, waiting, end = b"", list(answers), time.time() + 40
     while time.time() < end:
         ready, _, _ = select.select([terminal], [], [], 0.5)
         if ready:
@@ -227,7 +227,11 @@ def on_terminal(place, arguments, answers, columns=100):
                 break
             shown += data
         if waiting and waiting[0][0].encode() in shown:
+            time.sleep(1)  # Wine takes the terminal over when the program begins to read, not before
             os.write(terminal, waiting.pop(0)[1].encode() + b"\r")
+    else:
+        os.kill(child, signal.SIGKILL)
+        raise AssertionError(f"no end; shown was:\n{shown!r}")
     _, status = os.waitpid(child, 0)
     return shown.decode(errors="replace"), os.waitstatus_to_exitcode(status)
 
