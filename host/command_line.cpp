@@ -81,8 +81,8 @@ ExitCode showHelp(const CLI::App& app, const std::vector<std::string>& words) {
   for (const std::string& word : words) {
     const std::vector<std::string> known = commandsOf(*at);
     if (std::ranges::find(known, word) == known.end())
-      throw Failure(ExitCode::wrongUsage,
-                    "'" + printable(word) + "' is no command" + didYouMean(word, known) + " \"fendrel help\" lists them.");
+      throw Failure(ExitCode::wrongUsage, "'" + printable(word) + "' is no command" + didYouMean(word, known) +
+                                              " \"fendrel help\" lists them.");
     before += (before.empty() ? "" : " ") + at->get_name();
     at = at->get_subcommand(word);
   }

@@ -42,7 +42,8 @@ ExitCode choose(Host& host, const ChooseOptions& options) {
     throw Failure(ExitCode::wrongUsage, "choose asks for the profile itself; leave out --profile.");
   // Under Wine without a display dialogs would open where nobody sees them, and wait.
   if (environmentText(L"FENDREL_SHELL") == "unix" && environmentText(L"DISPLAY").empty())
-    throw Failure(ExitCode::failed, "choose shows dialogs, and there is no display. Set DISPLAY, or post with --to PATH.");
+    throw Failure(ExitCode::failed,
+                  "choose shows dialogs, and there is no display. Set DISPLAY, or post with --to PATH.");
   if (host.knownProfiles().empty()) chooseProfile({}, {});
   host.profiles();  // MAPI is there before the plug-in asks for it
   std::optional<ImposedLanguage> language;

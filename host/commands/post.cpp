@@ -76,7 +76,8 @@ void addPostCommand(CLI::App& app, Host& host) {
   command->add_option("--retries", request.retries,
                       "How often to try again what passes by itself: busy, time-out, disk, network, logon server")
       ->type_name("N");
-  command->add_option("--wait", request.wait, "Seconds before the first of them (2); each further wait is twice as long")
+  command
+      ->add_option("--wait", request.wait, "Seconds before the first of them (2); each further wait is twice as long")
       ->type_name("SECONDS");
   command->add_flag("-n,--dry-run", request.dryRun, "Say what would be posted, and post nothing");
   command->add_flag("--together", request.together,

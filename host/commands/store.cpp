@@ -146,9 +146,9 @@ ExitCode salvageFiles(Host& host, const Files& files) {
   const std::wstring from = fullPath(files.file), to = fullPath(files.to);
   Share share("Salvaging");
   const store::SalvageResult result = keepHouse([&] { return store::salvageStore(from, to, share.watch()); });
-  host.line(fmt::format("Carried over to {}: {}, {}, {}, {}.", printable(displayPath(to)), counted(result.profiles, "profile"),
-                        counted(result.folders, "folder"), counted(result.messages, "message"),
-                        counted(result.attachments, "attachment")));
+  host.line(fmt::format("Carried over to {}: {}, {}, {}, {}.", printable(displayPath(to)),
+                        counted(result.profiles, "profile"), counted(result.folders, "folder"),
+                        counted(result.messages, "message"), counted(result.attachments, "attachment")));
   if (!result.mended.empty()) host.line("Carried over with something made anew:");
   for (const store::Finding& finding : result.mended) host.line(wordsOf(finding));
   if (result.leftOut.empty())
@@ -172,8 +172,8 @@ ExitCode salvageFiles(Host& host, const Files& files) {
 ExitCode compactFiles(Host& host, const std::string& file) {
   const std::wstring path = storePath(host, file);
   const store::CompactResult result = keepHouse([&] { return store::compactStore(path); });
-  host.line(fmt::format("Store {}: {} before, {} now.", printable(displayPath(path)), counted(result.bytesBefore, "byte"),
-                        counted(result.bytesAfter, "byte")));
+  host.line(fmt::format("Store {}: {} before, {} now.", printable(displayPath(path)),
+                        counted(result.bytesBefore, "byte"), counted(result.bytesAfter, "byte")));
   if (result.leftoverFiles > 0)
     host.line(fmt::format("{} of {} left over were deleted.", counted(result.leftoverFiles, "file"),
                           counted(result.leftoverBytes, "byte")));
@@ -192,8 +192,9 @@ ExitCode backUp(Host& host, const std::string& file) {
   Share share("Copying");
   const store::BackupResult result = keepHouse([&] { return store::backupStore(from, to, share.watch()); });
   host.line(fmt::format("Store {} was copied to {}: {}, {} in the database and {} in {}.", printable(displayPath(from)),
-                        printable(displayPath(to)), counted(result.messages, "message"), counted(result.databaseBytes, "byte"),
-                        counted(result.contentFileBytes, "byte"), counted(result.contentFiles, "content file")));
+                        printable(displayPath(to)), counted(result.messages, "message"),
+                        counted(result.databaseBytes, "byte"), counted(result.contentFileBytes, "byte"),
+                        counted(result.contentFiles, "content file")));
   host.document({{"store", displayPath(from)},
                  {"copy", displayPath(to)},
                  {"messages", result.messages},

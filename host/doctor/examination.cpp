@@ -87,9 +87,10 @@ class Examination {
     }
     const MailClient narrow = defaultMailClient(Bits::bits32);
     if (!narrow.library.empty())
-      throw unusable(fmt::format("The only mail program is '{}' with {}, which is for 32-bit programs, and fendrel is a "
-                                 "64-bit one. Install its 64-bit form, or use --mapi local.",
-                                 printable(narrow.name), shown(narrow.library)));
+      throw unusable(
+          fmt::format("The only mail program is '{}' with {}, which is for 32-bit programs, and fendrel is a "
+                      "64-bit one. Install its 64-bit form, or use --mapi local.",
+                      printable(narrow.name), shown(narrow.library)));
     if (client.name.empty())
       throw unusable("The registry names no default mail program. Install one that offers Extended MAPI, or use --mapi "
                      "local.");
@@ -192,9 +193,10 @@ class Examination {
         const bool isOne = module && GetProcAddress(module, "GetResDllVersion");
         if (module) FreeLibrary(module);
         if (!isOne)
-          throw Failure(ExitCode::failed,
-                        fmt::format("'{}' beside fendrel.exe is no language library. Install it again, or take it away.",
-                                    printable(std::wstring_view(entry.cFileName))));
+          throw Failure(
+              ExitCode::failed,
+              fmt::format("'{}' beside fendrel.exe is no language library. Install it again, or take it away.",
+                          printable(std::wstring_view(entry.cFileName))));
         found += (found.empty() ? "" : ", ") + printable(std::wstring_view(entry.cFileName));
       } while (FindNextFileW(search.get(), &entry));
     }

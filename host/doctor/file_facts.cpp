@@ -27,8 +27,8 @@ template <class T>
 bool readAt(HANDLE file, LONGLONG offset, T& value) {
   LARGE_INTEGER position{.QuadPart = offset};
   DWORD read = 0;
-  return SetFilePointerEx(file, position, nullptr, FILE_BEGIN) && ReadFile(file, &value, sizeof value, &read, nullptr) &&
-         read == sizeof value;
+  return SetFilePointerEx(file, position, nullptr, FILE_BEGIN) &&
+         ReadFile(file, &value, sizeof value, &read, nullptr) && read == sizeof value;
 }
 
 }  // namespace

@@ -28,7 +28,8 @@ std::string mediaTypeOf(std::wstring_view fileName) {
   CharLowerBuffW(last.data(), static_cast<DWORD>(last.size()));
   const std::string extension = toUtf8(last);
   const auto* found = std::ranges::lower_bound(knownTypes, std::string_view(extension), {}, &MediaType::extension);
-  if (found == std::end(knownTypes) || extension.empty() || found->extension != extension) return "application/octet-stream";
+  if (found == std::end(knownTypes) || extension.empty() || found->extension != extension)
+    return "application/octet-stream";
   return std::string(found->type);
 }
 

@@ -58,8 +58,8 @@ InputFile lookAtFile(const std::string& given) {
   if (const char* kind = handle ? kindOf(GetFileType(handle.get())) : nullptr)
     return refuse(fmt::format("it is {} and no file. \"-\" posts what comes from standard input.", kind));
   if (!handle || !GetFileInformationByHandle(handle.get(), &facts)) {
-    file.problem = systemFailure(ExitCode::failed, fmt::format("'{}' was not posted, it cannot be read", printable(given)),
-                                 GetLastError());
+    file.problem = systemFailure(
+        ExitCode::failed, fmt::format("'{}' was not posted, it cannot be read", printable(given)), GetLastError());
     return file;
   }
   file.size = std::uint64_t{facts.nFileSizeHigh} << 32 | facts.nFileSizeLow;
@@ -88,7 +88,8 @@ InputFiles::InputFiles(const FileSelection& selection, Look look) : when(look) {
   if (inputIsList && inputIsFile)
     throw Failure(ExitCode::wrongUsage, "Standard input is either a file, -, or the list of --files-from -, not both.");
   if (inputIsFile && selection.inputName.empty())
-    throw Failure(ExitCode::wrongUsage, "What is standard input to be called? Give --name, for example --name sales.csv.");
+    throw Failure(ExitCode::wrongUsage,
+                  "What is standard input to be called? Give --name, for example --name sales.csv.");
   if (!inputIsFile && !selection.inputName.empty())
     throw Failure(ExitCode::wrongUsage, "--name names what comes from standard input; give - as a FILE.");
   if (selection.words.empty() && selection.filesFrom.empty())

@@ -1,4 +1,4 @@
-// Posts files: hands them to the plug-in, looks whether their messages are there, and tries again what passes by itself.
+// Posts files: hands them to the plug-in, looks whether their messages are there, tries again what passes by itself.
 #pragma once
 
 #include <optional>

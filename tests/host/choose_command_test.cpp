@@ -73,15 +73,18 @@ class ChooseCommandWithPassword : public ChooseCommand {
  protected:
   void SetUp() override {
     const std::string file = newFile(L"first.txt", "first");
-    ASSERT_EQ(fendrel({"profile", "add", "jane", "--user", "Jane Doe", "--password-file", secret("geheim")}).exitCode, 0);
+    ASSERT_EQ(fendrel({"profile", "add", "jane", "--user", "Jane Doe", "--password-file", secret("geheim")}).exitCode,
+              0);
     ASSERT_EQ(
-        fendrel({"post", "--to", "Public Folders@Reports@Daily", "--create", "--password-file", secret("geheim"), file}).exitCode,
+        fendrel({"post", "--to", "Public Folders@Reports@Daily", "--create", "--password-file", secret("geheim"), file})
+            .exitCode,
         0);
   }
 };
 
 TEST_F(ChooseCommandWithPassword, PasswordIsKeptUnreadableAndUsed) {
-  ASSERT_EQ(fendrel({"choose", "--save", saved(), "--password-file", secret("geheim")}, choosing(L"geheim")).exitCode, 0);
+  ASSERT_EQ(fendrel({"choose", "--save", saved(), "--password-file", secret("geheim")}, choosing(L"geheim")).exitCode,
+            0);
   const std::string bytes = readFile(fendrel::host::toWide(saved()));
   EXPECT_THAT(bytes, StartsWith("FendrelProtected"));
   EXPECT_THAT(bytes, Not(HasSubstr(std::string("g\0e\0h\0e\0i\0m", 11))));
@@ -97,7 +100,8 @@ TEST_F(ChooseCommandWithPassword, ChoiceWithoutPasswordTakesTheOneGivenLater) {
 }
 
 TEST_F(ChooseCommandWithPassword, DamagedProtectionIsTold) {
-  ASSERT_EQ(fendrel({"choose", "--save", saved(), "--password-file", secret("geheim")}, choosing(L"geheim")).exitCode, 0);
+  ASSERT_EQ(fendrel({"choose", "--save", saved(), "--password-file", secret("geheim")}, choosing(L"geheim")).exitCode,
+            0);
   std::string bytes = readFile(fendrel::host::toWide(saved()));
   bytes[bytes.size() / 2] ^= 1;
   const Outcome run = fendrel({"post", "--options", newFile(L"damaged.choice", bytes), newFile(L"a.txt", "a")});

@@ -48,9 +48,9 @@ TEST_F(Doctor, EverythingThatIsInOrderHasATick) {
   const Outcome run = fendrel({"doctor", "--to", daily});
   EXPECT_EQ(run.exitCode, 0) << run.out;
   EXPECT_THAT(run.out, Not(HasSubstr(cross)));
-  for (const char* what : {"MAPI library", "64-bit", "Exports", "Initialise", "Local store", "free on its disk", "Profiles",
-                           "Logon", "Stores", "Target folder", "Right to post", "Names", "Languages", "Store check",
-                           "Versions", "FENDREL.DLL 1."})
+  for (const char* what :
+       {"MAPI library", "64-bit", "Exports", "Initialise", "Local store", "free on its disk", "Profiles", "Logon",
+        "Stores", "Target folder", "Right to post", "Names", "Languages", "Store check", "Versions", "FENDREL.DLL 1."})
     EXPECT_THAT(run.out, HasSubstr(what));
   const auto document = fendrel({"doctor", "--to", daily, "--json"}).json();
   EXPECT_EQ(document["exitCode"], 0);
@@ -199,7 +199,8 @@ class MailClients {
   }
   static void setText(const wchar_t* path, const wchar_t* name, const std::wstring& text, DWORD where) {
     HKEY key = nullptr;
-    ASSERT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, path, 0, nullptr, 0, KEY_SET_VALUE | where, nullptr, &key, nullptr), 0);
+    ASSERT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, path, 0, nullptr, 0, KEY_SET_VALUE | where, nullptr, &key, nullptr),
+              0);
     RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
                    static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
     RegCloseKey(key);

@@ -74,8 +74,8 @@ Outcome runProgram(const std::wstring& program, const std::vector<std::string>& 
   for (const std::string& argument : arguments) command += L' ' + quoted(host::toWide(argument));
   Pipe out, err;
   SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
-  const Handle in(CreateFileW(input.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, OPEN_EXISTING,
-                              0, nullptr));
+  const Handle in(CreateFileW(input.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
+                              OPEN_EXISTING, 0, nullptr));
   STARTUPINFOW start{};
   start.cb = sizeof start;
   start.dwFlags = STARTF_USESTDHANDLES;

@@ -75,7 +75,8 @@ TEST_F(JobCommand, TakenNameInTheArchiveGetsANumber) {
   EXPECT_EQ(readFile(folder.path() / L"posted" / L"a (2).csv"), "second");
 }
 
-TEST_F(JobCommand, RetentionDeletesWhatIsTooOldAndNothingElse) {
+// That it deletes what is old is tested where the clock can be set (stepped_clock_test).
+TEST_F(JobCommand, RetentionKeepsWhatIsNew) {
   newFile(L"out\\a.csv", "a");
   const std::string old = "[retention]\nolder-than = '1h'\nsubject = '*.csv'\n";
   const Outcome run = fendrel({"run", job(nightly + old), "--json"});
@@ -116,9 +117,11 @@ TEST_F(JobCommand, CheckSaysWhatARunWouldDoAndDoesNothing) {
 }
 
 TEST_F(JobCommand, ProfileAndPasswordComeFromTheJob) {
-  ASSERT_EQ(fendrel({"profile", "add", "night", "--user", "Night Shift", "--password-file", secret("sesame")}).exitCode, 0);
+  ASSERT_EQ(fendrel({"profile", "add", "night", "--user", "Night Shift", "--password-file", secret("sesame")}).exitCode,
+            0);
   newFile(L"out\\a.csv", "a");
-  const Outcome run = fendrel({"run", job(std::string("profile = 'night'\npassword-file = 'password'\n") + nightly), "--json"});
+  const Outcome run =
+      fendrel({"run", job(std::string("profile = 'night'\npassword-file = 'password'\n") + nightly), "--json"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(run.json()["posting"]["profile"], "night");
 }

@@ -42,7 +42,8 @@ TEST_F(LargeFolder, FilesAmongTenThousandMessagesAreLeftOutInSeconds) {
 
   // And where every one is new.
   const ULONGLONG begun = GetTickCount64();
-  const Outcome posted = fendrel({"post", "--to", daily, "--skip-existing", "--json", "--files-from", makeFiles("new", 300)});
+  const Outcome posted =
+      fendrel({"post", "--to", daily, "--skip-existing", "--json", "--files-from", makeFiles("new", 300)});
   EXPECT_EQ(posted.json()["posted"], 300) << posted.err;
   std::printf("300 new files were posted among them in %.1f s\n", static_cast<double>(GetTickCount64() - begun) / 1000);
 }

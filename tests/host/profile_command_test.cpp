@@ -176,7 +176,9 @@ TEST_F(ProfileCommand, UnknownProfileIsNotUsable) {
 }
 
 TEST_F(ProfileCommand, PasswordIsNeededAndTakenFromOptionOrEnvironment) {
-  ASSERT_EQ(fendrel({"profile", "add", "safe", "--user", "Jane Doe", "--password-file", secret("s\xC3\xA9same")}).exitCode, 0);
+  ASSERT_EQ(
+      fendrel({"profile", "add", "safe", "--user", "Jane Doe", "--password-file", secret("s\xC3\xA9same")}).exitCode,
+      0);
   const Outcome without = fendrel({"folders"});
   EXPECT_EQ(without.exitCode, 4);
   EXPECT_THAT(without.err, HasSubstr("MAPI_E_LOGON_FAILED"));
@@ -190,7 +192,8 @@ TEST_F(ProfileCommand, PostNeedsAndUsesThePassword) {
   ASSERT_EQ(fendrel({"profile", "add", "safe", "--user", "Jane Doe", "--password-file", secret("sesame")}).exitCode, 0);
   const std::string file = newFile(L"a.txt", "a");
   EXPECT_EQ(fendrel({"post", "--to", "Public Folders@R", "--create", file}).exitCode, 4);
-  const Outcome run = fendrel({"post", "--to", "Public Folders@R", "--create", "--password-file", secret("sesame"), file});
+  const Outcome run =
+      fendrel({"post", "--to", "Public Folders@R", "--create", "--password-file", secret("sesame"), file});
   EXPECT_EQ(run.exitCode, 0) << run.err;
 }
 

@@ -46,8 +46,8 @@ TEST_F(RepeatedKill, FiftyKillsLeaveOneMessageAFile) {
   std::size_t before = 0;
   if (const Outcome list = fendrel({"list", daily, "--brief", "--json"}); list.exitCode == 0)
     before = list.json()["messages"].size();
-  std::printf("%d of %d runs were killed; %zu of %d messages were there before the last run\n", inTheMiddle, kills, before,
-              files);
+  std::printf("%d of %d runs were killed; %zu of %d messages were there before the last run\n", inTheMiddle, kills,
+              before, files);
   EXPECT_GT(before, 0u);
   const Outcome last = fendrel(command);
   EXPECT_EQ(last.exitCode, 0) << last.err;

@@ -89,7 +89,8 @@ TEST_F(RepeatedPost, NamesComeFromAFileOrFromStandardInput) {
   EXPECT_EQ(post({"--files-from", newFile(L"names", "a.csv\r\n\nb.csv\n")}).exitCode, 0);
   EXPECT_EQ(listed().size(), 2u);
   newFile(L"c d.csv", "c");
-  const Outcome run = fendrelReading(std::string("c d.csv\0a.csv\0", 14), {"post", "--to", daily, "--files-from", "-", "-0"});
+  const Outcome run =
+      fendrelReading(std::string("c d.csv\0a.csv\0", 14), {"post", "--to", daily, "--files-from", "-", "-0"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(listed().size(), 4u);
   EXPECT_THAT(post({"--files-from", newFile(L"names", "missing.csv\n")}).err, HasSubstr("missing.csv"));

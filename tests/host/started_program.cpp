@@ -16,7 +16,8 @@ HANDLE inheritedFile(const std::filesystem::path& path) {
 
 }  // namespace
 
-StartedProgram::StartedProgram(const std::vector<std::string>& arguments, const std::filesystem::path& workingDirectory) {
+StartedProgram::StartedProgram(const std::vector<std::string>& arguments,
+                               const std::filesystem::path& workingDirectory) {
   static int number = 0;
   const std::wstring name = L"started-" + std::to_wstring(++number);
   out = workingDirectory / (name + L".out");

@@ -61,5 +61,28 @@ TEST_F(SteppedClock, FilesOfOneNameAreFoundOneAfterTheOther) {
   EXPECT_EQ(post(), host::ExitCode::done);
 }
 
+TEST_F(SteppedClock, RetentionOfAJobDeletesWhatIsTooOldAndNothingElse) {
+  {
+    const ImportHook setBack("KERNEL32.dll", "GetSystemTime", anHourAgo, plugIn);
+    ASSERT_EQ(post(), host::ExitCode::done);
+  }
+  std::ofstream(folder.path() / L"stock.csv") << "new";
+  std::ofstream(folder.path() / L"nightly.toml") << "mapi = 'system'\nprofile = 'jane'\n"
+                                                    "folder = 'Public Folders@Reports'\nfiles = 'stock.csv'\n"
+                                                    "[retention]\nolder-than = '1h'\n";
+  const auto numberIsThere = [](const char* number) {
+    return host::run({"list", "--mapi", "system", "--profile", "jane", "Public Folders@Reports", number});
+  };
+  EXPECT_EQ(host::run({"run", "--check", host::toUtf8((folder.path() / L"nightly.toml").wstring())}),
+            host::ExitCode::done);
+  EXPECT_EQ(host::run({"run", host::toUtf8((folder.path() / L"nightly.toml").wstring())}), host::ExitCode::done);
+  EXPECT_EQ(numberIsThere("1"), host::ExitCode::done);
+  EXPECT_EQ(numberIsThere("2"), host::ExitCode::folderRefused);
+  EXPECT_EQ(host::run({"delete", "--mapi", "system", "--profile", "jane", "Public Folders@Reports", "--subject",
+                       "stock.csv", "--yes"}),
+            host::ExitCode::done);
+  EXPECT_EQ(numberIsThere("1"), host::ExitCode::folderRefused);
+}
+
 }  // namespace
 }  // namespace fendrel::test
