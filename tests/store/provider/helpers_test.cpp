@@ -472,6 +472,24 @@ TEST_F(ObjectHelpersTest, ColumnsAreAddedBeforeThoseThatAreThere) {
               ElementsAre(PR_MESSAGE_CLASS_W, PR_ENTRYID, PR_SUBJECT_W));
 }
 
+TEST_F(ObjectHelpersTest, AFilterTakesColumnsAwayBeforeOthersAreAdded) {
+  ComPtr<IMAPITable> table;
+  ASSERT_EQ(reports->GetContentsTable(MAPI_UNICODE, table.GetAddressOf()), S_OK);
+  Tags columns{PR_ENTRYID, PR_SUBJECT_W}, wanted{PR_MESSAGE_CLASS_W};
+  ASSERT_EQ(table->SetColumns(columns, 0), S_OK);
+  void (*withoutSubject)(LPSPropTagArray) = [](LPSPropTagArray tags) {
+    for (ULONG i = 0; i < tags->cValues; ++i) {
+      if (tags->aulPropTag[i] == PR_SUBJECT_W) tags->aulPropTag[i] = PR_NULL;
+    }
+  };
+  ASSERT_THAT(CALL(HrAddColumnsEx)(table.Get(), wanted, mapi().allocateBuffer, mapi().freeBuffer, withoutSubject),
+              Gives(S_OK));
+  Block<SPropTagArray> now;
+  ASSERT_EQ(table->QueryColumns(0, receive(now)), S_OK);
+  EXPECT_THAT(std::vector<ULONG>(now->aulPropTag, now->aulPropTag + now->cValues),
+              ElementsAre(PR_MESSAGE_CLASS_W, PR_ENTRYID));
+}
+
 TEST_F(ObjectHelpersTest, AStoresStandardFoldersAreTold) {
   ULONG count = 0;
   Block<SPropValue> values;
