@@ -211,12 +211,12 @@ TEST_F(PostedTables, GiveForEveryRowWhatItsMessageSays) {
 }
 
 TEST_F(PostedTables, AreTables) {
-  ULONG status = 0xBAD, type = 0xBAD, connection = 0;
+  ULONG status = 0xBAD, type = 0xBAD;
   EXPECT_EQ(table->GetStatus(&status, &type), S_OK);
   EXPECT_EQ(status, static_cast<ULONG>(TBLSTAT_COMPLETE));
   EXPECT_EQ(table->WaitForCompletion(0, 1000, &status), S_OK);
   EXPECT_EQ(table->Abort(), S_OK);
-  EXPECT_EQ(table->Advise(fnevTableModified, nullptr, &connection), MAPI_E_NO_SUPPORT) << "nothing is announced";
+  EXPECT_EQ(table->Advise(fnevTableModified, nullptr, nullptr), MAPI_E_NO_SUPPORT) << "nothing is announced";
   ULONG more = 0;
   SRowSet* rows = nullptr;
   EXPECT_EQ(table->ExpandRow(0, nullptr, 1, 0, &rows, &more), MAPI_E_NO_SUPPORT) << "there are no categories";

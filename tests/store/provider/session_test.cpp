@@ -157,8 +157,7 @@ TEST_F(SessionTest, AfterLogoffTheSessionHasEndedButItsObjectsLiveOn) {
 TEST_F(SessionTest, WhatIsNotSupportedSaysSo) {
   ComPtr<IAddrBook> book;
   EXPECT_THAT(session->OpenAddressBook(0, nullptr, 0, book.GetAddressOf()), Gives(MAPI_E_NO_SUPPORT));
-  ULONG connection = 0;
-  EXPECT_THAT(session->Advise(0, nullptr, 0, nullptr, &connection), Gives(MAPI_E_NO_SUPPORT));
+  EXPECT_THAT(session->Advise(0, nullptr, 0, nullptr, nullptr), Gives(MAPI_E_NO_SUPPORT));
   EXPECT_THAT(session->Unadvise(1), Gives(MAPI_E_NO_SUPPORT));
   EXPECT_THAT(session->ShowForm(0, nullptr, nullptr, nullptr, 0, nullptr, 0, 0, 0, 0, nullptr),
               Gives(MAPI_E_NO_SUPPORT));

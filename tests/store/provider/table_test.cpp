@@ -312,7 +312,7 @@ TEST_F(TableTest, IsAlwaysComplete) {
 TEST_F(TableTest, WhatIsNotSupportedSaysSo) {
   open();
   ULONG value = 0;
-  EXPECT_THAT(table->Advise(0, nullptr, &value), Gives(MAPI_E_NO_SUPPORT));
+  EXPECT_THAT(table->Advise(0, nullptr, nullptr), Gives(MAPI_E_NO_SUPPORT));
   EXPECT_THAT(table->Unadvise(1), Gives(MAPI_E_NO_SUPPORT));
   EXPECT_THAT(table->ExpandRow(0, nullptr, 0, 0, nullptr, &value), Gives(MAPI_E_NO_SUPPORT));
   EXPECT_THAT(table->CollapseRow(0, nullptr, 0, &value), Gives(MAPI_E_NO_SUPPORT));
