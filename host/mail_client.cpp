@@ -16,6 +16,9 @@ HKEY rootOf(ClientScope scope) { return scope == ClientScope::user ? HKEY_CURREN
   throw systemFailure(ExitCode::failed, "The registration of mail clients cannot be used", static_cast<DWORD>(status));
 }
 
+constexpr DWORD asItStands = RRF_RT_REG_SZ | RRF_RT_REG_EXPAND_SZ | RRF_NOEXPAND;
+constexpr DWORD expanded = RRF_RT_REG_SZ;
+
 class Key {
  public:
   Key() = default;
@@ -33,8 +36,7 @@ class Key {
   }
 
   // Null names the default value. Nothing where there is none, or none of text.
-  std::optional<std::wstring> text(const wchar_t* name) const {
-    constexpr DWORD kinds = RRF_RT_REG_SZ | RRF_RT_REG_EXPAND_SZ | RRF_NOEXPAND;
+  std::optional<std::wstring> text(const wchar_t* name, DWORD kinds = asItStands) const {
     std::wstring value;
     DWORD size = 0;
     LSTATUS status = RegGetValueW(key, nullptr, name, kinds, nullptr, nullptr, &size);
@@ -67,8 +69,8 @@ class Key {
 };
 
 // False where there is no such key.
-bool openToRead(Key& key, ClientScope scope, const wchar_t* path) {
-  const LSTATUS status = key.open(scope, path, KEY_READ);
+bool openToRead(Key& key, ClientScope scope, const wchar_t* path, REGSAM view = 0) {
+  const LSTATUS status = key.open(scope, path, KEY_READ | view);
   if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND) fail(status);
   return status == ERROR_SUCCESS;
 }
@@ -77,6 +79,22 @@ bool openToRead(Key& key, ClientScope scope, const wchar_t* path) {
 
 bool isOurs(const ClientEntry& entry) {
   return CompareStringOrdinal(entry.defaultClient.c_str(), -1, clientName, -1, TRUE) == CSTR_EQUAL;
+}
+
+DefaultClient defaultClient(ClientView view) {
+  const REGSAM access = view == ClientView::bits32 ? KEY_WOW64_32KEY : KEY_WOW64_64KEY;
+  const auto read = [&](const std::wstring& path, const wchar_t* value) {
+    for (const ClientScope scope : {ClientScope::user, ClientScope::machine}) {
+      Key key;
+      if (!openToRead(key, scope, path.c_str(), access)) continue;
+      if (auto text = key.text(value, expanded); text && !text->empty()) return *text;
+    }
+    return std::wstring();
+  };
+  DefaultClient client;
+  client.name = read(clientsKey, nullptr);
+  if (!client.name.empty()) client.library = read(clientsKey + (L'\\' + client.name), libraryValue);
+  return client;
 }
 
 ClientEntry readClient(ClientScope scope) {

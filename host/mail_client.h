@@ -23,6 +23,16 @@ inline constexpr wchar_t clientName[] = L"Fendrel";
 
 bool isOurs(const ClientEntry& entry);
 
+// Whose MAPI a program of this user gets: the user's choice, else the machine's.
+struct DefaultClient {
+  std::wstring name;     // empty: nobody's
+  std::wstring library;  // its Extended MAPI, environment variables expanded; empty: it brings none
+};
+
+// The registry has a view of its own for programs of 32 bits. Throws Failure.
+enum class ClientView { bits64, bits32 };
+DefaultClient defaultClient(ClientView view = ClientView::bits64);
+
 // What the registry says. Throws Failure.
 ClientEntry readClient(ClientScope scope);
 

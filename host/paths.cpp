@@ -58,6 +58,11 @@ std::wstring longPath(const std::wstring& full) {
   return L"\\\\?\\" + full;
 }
 
+bool fileExists(const std::wstring& full) {
+  const DWORD attributes = GetFileAttributesW(longPath(full).c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
+}
+
 std::wstring fileNameOf(std::wstring_view path) {
   const std::size_t separator = path.find_last_of(L"\\/:");
   return std::wstring(separator == std::wstring_view::npos ? path : path.substr(separator + 1));

@@ -18,6 +18,9 @@ std::string displayPath(const std::wstring& full);
 // The same path in the form that has no length limit, where the path is long enough to need it.
 std::wstring longPath(const std::wstring& full);
 
+// Whether there is a file of this full path; a directory is not one.
+bool fileExists(const std::wstring& full);
+
 // What stands behind the last separator.
 std::wstring fileNameOf(std::wstring_view path);
 

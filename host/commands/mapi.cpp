@@ -22,19 +22,8 @@ const char* scopeName(ClientScope scope) { return scope == ClientScope::machine 
 
 std::wstring ownLibrary() { return programFolder() + L"\\store\\MAPI32.DLL"; }
 
-bool fileExists(const std::wstring& path) {
-  const DWORD attributes = GetFileAttributesW(longPath(path).c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
-}
-
-// Whom programs of this user get: the user's own choice comes before the machine's.
-std::wstring effectiveClient() {
-  const std::wstring own = readClient(ClientScope::user).defaultClient;
-  return own.empty() ? readClient(ClientScope::machine).defaultClient : own;
-}
-
 void refuseOthers(const RegisterOptions& options) {
-  const std::wstring present = effectiveClient();
+  const std::wstring present = defaultClient().name;
   if (options.force || present.empty() || isOurs({present, {}})) return;
   throw Failure(ExitCode::failed,
                 fmt::format("'{}' is the mail program here. Use --force to take its place; \"fendrel mapi unregister\" "
@@ -51,7 +40,7 @@ ExitCode registerMapi(Host& host, const RegisterOptions& options) {
   for (const ClientScope scope : bothScopes) {
     if (options.scope != "any" && options.scope != scopeName(scope)) continue;
     if (!registerClient(scope, library)) continue;
-    const bool isActive = isOurs({effectiveClient(), {}});
+    const bool isActive = isOurs({defaultClient().name, {}});
     host.line(fmt::format("'{}' is registered for {}.", printable(library),
                           scope == ClientScope::machine ? "all users" : "this user"));
     if (!isActive) host.line("This user has chosen another mail program, which goes before the machine's.");
@@ -72,7 +61,7 @@ ExitCode unregisterMapi(Host& host) {
   if (!refused.empty())
     throw Failure(ExitCode::failed, "The registration for the machine stays: start fendrel as an administrator.");
   host.document({{"unregistered", taken}});
-  const std::wstring present = effectiveClient();
+  const std::wstring present = defaultClient().name;
   if (taken.empty()) host.line("Nothing was registered.");
   else if (present.empty()) host.line("The registration is taken away.");
   else host.line(fmt::format("The registration is taken away; the mail program is '{}'.", printable(present)));
@@ -94,7 +83,7 @@ ExitCode showStatus(Host& host) {
         {"library", entry.library ? Json(toUtf8(*entry.library)) : Json(nullptr)},
         {"libraryIsThere", isThere}};
   }
-  const bool isActive = isOurs({effectiveClient(), {}});
+  const bool isActive = isOurs({defaultClient().name, {}});
   host.line(isActive ? "Programs that load MAPI32.DLL get the local store."
                      : "Programs that load MAPI32.DLL do not get the local store.");
   document["active"] = isActive;

@@ -3,9 +3,9 @@
 #include <fmt/format.h>
 
 #include "doctor/file_facts.h"
-#include "doctor/mail_clients.h"
 #include "folder_path.h"
 #include "input/file_handle.h"
+#include "mail_client.h"
 #include "mapi_library.h"
 #include "paths.h"
 #include "posting/target.h"
@@ -77,7 +77,7 @@ class Examination {
   std::string lookAtMailClient() {
     library = L"MAPI32.DLL";
     if (GetModuleHandleW(library.c_str())) return "MAPI32.DLL is loaded in this process already";
-    const MailClient client = defaultMailClient(Bits::bits64);
+    const DefaultClient client = defaultClient();
     if (!client.library.empty()) {
       if (!fileExists(client.library))
         throw unusable(fmt::format("The default mail program '{}' names {}, which is missing. Repair that program.",
@@ -85,7 +85,7 @@ class Examination {
       return fmt::format("{}, {}, of the default mail program '{}'", shown(client.library),
                          bitsOfLibrary(client.library), printable(client.name));
     }
-    const MailClient narrow = defaultMailClient(Bits::bits32);
+    const DefaultClient narrow = defaultClient(ClientView::bits32);
     if (!narrow.library.empty())
       throw unusable(
           fmt::format("The only mail program is '{}' with {}, which is for 32-bit programs, and fendrel is a "

@@ -90,9 +90,4 @@ std::string ownerOf(const std::wstring& file) {
   return toUtf8(identifier.get());
 }
 
-bool fileExists(const std::wstring& file) {
-  const DWORD attributes = GetFileAttributesW(longPath(file).c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
-}
-
 }  // namespace fendrel::host

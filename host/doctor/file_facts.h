@@ -18,6 +18,4 @@ std::string versionOf(const std::wstring& file);
 // "MACHINE\jane", or the account's identifier; empty when the system does not tell.
 std::string ownerOf(const std::wstring& file);
 
-bool fileExists(const std::wstring& file);
-
 }  // namespace fendrel::host

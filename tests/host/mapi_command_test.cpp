@@ -79,6 +79,17 @@ TEST_F(MapiCommand, ProgramThatOnlyLoadsMapi32GetsTheLocalStore) {
   }
 }
 
+TEST_F(MapiCommand, DoctorNamesTheRegisteredLibrary) {
+  addJane();
+  for (const char* whom : {"user", "machine"}) {
+    const auto library = fendrel({"mapi", "register", "--for", whom, "--json"}).json()["library"];
+    const Outcome run = fendrel({"doctor", "--mapi", "system"});
+    EXPECT_THAT(run.out, HasSubstr("of the default mail program 'Fendrel'")) << whom;
+    EXPECT_THAT(run.out, HasSubstr(library.get<std::string>())) << whom;
+    ASSERT_EQ(fendrel({"mapi", "unregister"}).exitCode, 0);
+  }
+}
+
 TEST_F(MapiCommand, RegisteredLibraryIsTheOneBesideTheProgram) {
   const auto document = fendrel({"mapi", "register", "--json"}).json();
   EXPECT_EQ(document["registered"], "machine") << "where that is allowed";
