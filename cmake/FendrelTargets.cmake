@@ -10,7 +10,7 @@ if(MSVC)
 else()
   target_compile_options(fendrel_settings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wno-cast-function-type -Wno-missing-field-initializers -Wno-restrict
-    -Wno-subobject-linkage  # in a unity piece, a source file counts as a header
+    $<$<COMPILE_LANGUAGE:CXX>:-Wno-subobject-linkage>  # in a unity piece, a source file counts as a header
     -Werror)
   target_link_options(fendrel_settings INTERFACE -Wl,--no-insert-timestamp $<$<CONFIG:Release>:-s>)
 endif()

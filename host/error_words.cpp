@@ -3,10 +3,8 @@
 #include <mapicode.h>
 #include <mapidefs.h>
 
-#include <fendrel/fendrel.h>
 #include <fmt/format.h>
 
-#include <cwchar>
 #include <iterator>
 
 #include "text.h"
@@ -110,32 +108,6 @@ std::string describeError(HRESULT code) {
     if (!cause.empty()) return fmt::format("{} (0x{:08X})", cause, number);
   }
   return fmt::format("error 0x{:08X}", number);
-}
-
-HRESULT pluginFailure(std::uint32_t code, std::wstring_view errorText, const PluginTexts& texts) {
-  switch (code) {
-    case FENDREL_SUCCESS: return S_OK;
-    case FENDREL_OUT_OF_MEMORY: return MAPI_E_NOT_ENOUGH_MEMORY;
-    case FENDREL_NOT_ENOUGH_DISK: return MAPI_E_NOT_ENOUGH_DISK;
-    case FENDREL_INVALID_ARGUMENT: return MAPI_E_INVALID_PARAMETER;
-    case FENDREL_CANCELLED: return MAPI_E_USER_CANCEL;
-    default: break;
-  }
-  if (errorText.empty()) return S_OK;
-  if (errorText == texts.noAccess || errorText == L"No access right to post file to Exchange Folders.")
-    return MAPI_E_NO_ACCESS;
-  if (errorText == texts.notFound || errorText == L"MAPI object not found.") return MAPI_E_NOT_FOUND;
-  if (errorText == texts.noSupport ||
-      errorText == L"Such posting is not supported by the Message Service Provider.")
-    return MAPI_E_NO_SUPPORT;
-  if (errorText == L"MAPI Error: Fail on provider.") return MAPI_E_FAILONEPROVIDER;
-  const std::string plain = toUtf8(errorText);
-  for (const ErrorWords& words : knownErrors)
-    if (plain == words.name) return words.code;
-  unsigned number = 0;
-  if (std::swscanf(std::wstring(errorText).c_str(), L"Error code 0x%8X returned.", &number) == 1)
-    return static_cast<HRESULT>(number);
-  return S_OK;
 }
 
 ExitCode folderExitCode(HRESULT code) {

@@ -1,4 +1,4 @@
-// The one table that turns codes into names and words: of MAPI, of the system, and of the plug-in.
+// The one table that turns codes of MAPI and of the system into names and words.
 #pragma once
 
 #include <windows.h>
@@ -29,13 +29,6 @@ std::string errorName(HRESULT code);
 
 // "no right to do this (MAPI_E_NO_ACCESS, 0x80070005)"
 std::string describeError(HRESULT code);
-
-// What the plug-in's result code and its error text stand for as an HRESULT; S_OK when they name none.
-// knownTexts of the plug-in's own string table are compared too, so that a translated text is understood.
-struct PluginTexts {
-  std::wstring noAccess, notFound, noSupport;
-};
-HRESULT pluginFailure(std::uint32_t code, std::wstring_view errorText, const PluginTexts& texts);
 
 // The exit code for a failure while a folder is used.
 ExitCode folderExitCode(HRESULT code);

@@ -3,10 +3,12 @@
 #include <fmt/format.h>
 
 #include <cstring>
-#include <memory>
 #include <string_view>
 
 #include "failure.h"
+#include "input/file_handle.h"
+#include "new_file.h"
+#include "packed_options.h"
 #include "paths.h"
 #include "text.h"
 
@@ -16,17 +18,6 @@ namespace {
 constexpr std::string_view protectedMark = "FendrelProtected";
 constexpr LONGLONG largestFile = 1 << 20;  // bytes; longer strings than this holds are no folder's path
 
-struct HandleCloser {
-  void operator()(void* handle) const noexcept { CloseHandle(handle); }
-};
-using File = std::unique_ptr<void, HandleCloser>;
-
-File openFile(const std::wstring& path, DWORD access, DWORD disposition) {
-  const HANDLE handle =
-      CreateFileW(longPath(path).c_str(), access, FILE_SHARE_READ, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
-  return File(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
-}
-
 Failure noChoice(const std::string& source) {
   return Failure(ExitCode::wrongUsage,
                  fmt::format("{} is not a saved choice. \"fendrel choose --save FILE\" makes one.", source));
@@ -34,7 +25,7 @@ Failure noChoice(const std::string& source) {
 
 Bytes readWhole(const std::string& file) {
   const std::string source = "'" + printable(file) + "'";
-  const File opened = openFile(fullPath(file), GENERIC_READ, OPEN_EXISTING);
+  const FileHandle opened = openToRead(longPath(fullPath(file)));
   if (!opened) throw systemFailure(ExitCode::wrongUsage, source + " cannot be read", GetLastError());
   LARGE_INTEGER size = {};
   if (!GetFileSizeEx(opened.get(), &size) || size.QuadPart > largestFile) throw noChoice(source);
@@ -56,6 +47,17 @@ DestinationOptions headerOf(const Bytes& record) {
   return header;
 }
 
+// The string that findPackedStrings found there; empty where it found none.
+std::wstring stringAt(const Bytes& record, std::uint32_t offset) {
+  std::wstring text;
+  for (wchar_t unit; offset != 0; offset += sizeof unit) {
+    std::memcpy(&unit, record.data() + offset, sizeof unit);
+    if (unit == 0) break;
+    text += unit;
+  }
+  return text;
+}
+
 }  // namespace
 
 KeptChoice::KeptChoice(Bytes record, const std::string& source) : packed(std::move(record)) {
@@ -67,22 +69,12 @@ KeptChoice::KeptChoice(Bytes record, const std::string& source) : packed(std::mo
   if (header.packedSize == 0 || !typeKnown ||
       header.packedSize != static_cast<std::uint16_t>(packed.size() - packedSizeShortfall))
     throw noChoice(source);
-  profileName = stringAt(header.profileNameOffset, source).value_or(std::wstring());
-  profilePassword = stringAt(header.profilePasswordOffset, source);
-  path = stringAt(header.folderPathOffset, source).value_or(std::wstring());
+  const auto strings = findPackedStrings(packed, sizeof(wchar_t));
+  if (!strings) throw noChoice(source);
+  profileName = stringAt(packed, strings->profileName);
+  if (strings->profilePassword != 0) profilePassword = stringAt(packed, strings->profilePassword);
+  path = stringAt(packed, strings->folderPath);
   if (profileName.empty()) throw noChoice(source);
-}
-
-std::optional<std::wstring> KeptChoice::stringAt(std::uint64_t offset, const std::string& source) const {
-  if (offset == 0) return std::nullopt;
-  std::wstring text;
-  for (; offset >= sizeof(DestinationOptions) && offset + sizeof(wchar_t) <= packed.size(); offset += sizeof(wchar_t)) {
-    wchar_t character;
-    std::memcpy(&character, packed.data() + offset, sizeof character);
-    if (character == 0) return text;
-    text += character;
-  }
-  throw noChoice(source);
 }
 
 std::uint16_t KeptChoice::type() const { return headerOf(packed).destinationType; }
@@ -101,20 +93,10 @@ void KeptChoice::save(const std::string& file) const {
     const Bytes hidden = protect(packed);
     content.insert(content.end(), hidden.begin(), hidden.end());
   }
-  const std::wstring target = fullPath(file);
-  const std::wstring unfinished = target + L".part";
-  const auto failed = [&file] {
-    return systemFailure(ExitCode::failed, fmt::format("The choice cannot be saved as '{}'", printable(file)),
-                         GetLastError());
-  };
-  {
-    const File made = openFile(unfinished, GENERIC_WRITE, CREATE_ALWAYS);
-    DWORD written = 0;
-    if (!made || !WriteFile(made.get(), content.data(), static_cast<DWORD>(content.size()), &written, nullptr) ||
-        written != content.size() || !FlushFileBuffers(made.get()))
-      throw failed();
-  }
-  if (!MoveFileExW(longPath(unfinished).c_str(), longPath(target).c_str(), MOVEFILE_REPLACE_EXISTING)) throw failed();
+  const std::wstring target = fullPath(file), name = fileNameOf(target);
+  NewFile made(target.substr(0, target.size() - name.size() - 1));
+  made.write(content.data(), content.size());
+  made.giveName(name, true);
 }
 
 }  // namespace fendrel::host

@@ -37,14 +37,9 @@ class KeptChoice {
   const Bytes& record() const { return packed; }
 
  private:
-  std::optional<std::wstring> stringAt(std::uint64_t offset, const std::string& source) const;
-
   Bytes packed;
   std::wstring profileName, path;
   std::optional<std::wstring> profilePassword;
 };
-
-// A packed record's header says thirty bytes less than it takes, modulo 65,536.
-inline constexpr std::size_t packedSizeShortfall = 30;
 
 }  // namespace fendrel::host

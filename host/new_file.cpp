@@ -19,6 +19,15 @@ std::wstring temporaryName() {
   return toWide(fmt::format("fendrel-{}-{}.part", GetCurrentProcessId(), ++counter));
 }
 
+// ERROR_ALREADY_EXISTS when the name is taken, by a directory too, for which systems differ in what they say.
+DWORD moveUnlessTaken(const std::wstring& from, const std::wstring& to, DWORD flags) {
+  if (MoveFileExW(from.c_str(), to.c_str(), flags)) return ERROR_SUCCESS;
+  const DWORD error = GetLastError();
+  const bool isTaken = error == ERROR_FILE_EXISTS ||
+                       (error == ERROR_ACCESS_DENIED && GetFileAttributesW(to.c_str()) != INVALID_FILE_ATTRIBUTES);
+  return isTaken ? ERROR_ALREADY_EXISTS : error;
+}
+
 }  // namespace
 
 void makeDirectory(const std::wstring& full) {
@@ -70,22 +79,27 @@ const std::wstring& NewFile::handOver() {
 std::wstring NewFile::giveName(const std::wstring& wanted, bool replace) {
   finish();
   // Where a file system counts bytes and not characters, Wine would cut the name without a word, its extension first.
-  const std::wstring base = shortFileName(wanted);
-  for (unsigned number = 1;; ++number) {
-    const std::wstring name = number == 1 ? base : numberedFileName(base, number);
-    const DWORD error = moveTo(name, replace);
-    if (error == ERROR_SUCCESS) return name;
-    if (replace || error != ERROR_ALREADY_EXISTS || number == highestNumber)
-      throw systemFailure(ExitCode::failed, fmt::format("'{}' cannot be written", printable(name)), error);
-  }
+  std::wstring name = shortFileName(wanted);
+  DWORD error = ERROR_SUCCESS;
+  if (!replace)
+    error = moveToFreeName(temporary, folder, name, 0, name);
+  else if (!MoveFileExW(temporary.c_str(), longPath(folder + L'\\' + name).c_str(), MOVEFILE_REPLACE_EXISTING))
+    error = GetLastError();
+  if (error != ERROR_SUCCESS) refuseName(name, error);
+  named = true;
+  return name;
 }
 
 bool NewFile::giveExactName(const std::wstring& name) {
   finish();
-  const DWORD error = moveTo(name, false);
-  if (error != ERROR_SUCCESS && error != ERROR_ALREADY_EXISTS)
-    throw systemFailure(ExitCode::failed, fmt::format("'{}' cannot be written", printable(name)), error);
-  return error == ERROR_SUCCESS;
+  const DWORD error = moveUnlessTaken(temporary, longPath(folder + L'\\' + name), 0);
+  if (error != ERROR_SUCCESS && error != ERROR_ALREADY_EXISTS) refuseName(name, error);
+  named = error == ERROR_SUCCESS;
+  return named;
+}
+
+void NewFile::refuseName(const std::wstring& name, DWORD error) const {
+  throw systemFailure(ExitCode::failed, fmt::format("'{}' cannot be written", printable(name)), error);
 }
 
 void NewFile::close() {
@@ -103,15 +117,14 @@ void NewFile::finish() {
   close();
 }
 
-DWORD NewFile::moveTo(const std::wstring& name, bool replace) {
-  const std::wstring path = longPath(folder + L'\\' + name);
-  named = MoveFileExW(temporary.c_str(), path.c_str(), replace ? MOVEFILE_REPLACE_EXISTING : 0) != FALSE;
-  if (named) return ERROR_SUCCESS;
-  const DWORD error = GetLastError();
-  // Where a directory has the name, systems differ in what they say.
-  const bool isTaken = error == ERROR_FILE_EXISTS ||
-                       (error == ERROR_ACCESS_DENIED && GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES);
-  return isTaken && !replace ? ERROR_ALREADY_EXISTS : error;
+DWORD moveToFreeName(const std::wstring& from, const std::wstring& directory, const std::wstring& wanted, DWORD flags,
+                     std::wstring& name) {
+  const std::wstring base = wanted;  // `name` may be the same object
+  for (unsigned number = 1;; ++number) {
+    name = number == 1 ? base : numberedFileName(base, number);
+    const DWORD error = moveUnlessTaken(from, longPath(directory + L'\\' + name), flags);
+    if (error != ERROR_ALREADY_EXISTS || number == highestNumber) return error;
+  }
 }
 
 void deleteUnfinishedFiles(const std::wstring& directory) {

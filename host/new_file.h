@@ -33,12 +33,17 @@ class NewFile {
  private:
   void close();
   void finish();
-  DWORD moveTo(const std::wstring& name, bool replace);
+  [[noreturn]] void refuseName(const std::wstring& name, DWORD error) const;
 
   std::wstring folder, temporary;
   HANDLE handle;
   bool named = false;
 };
+
+// Moves a file into a directory and names it so or, while a name is taken, "name (2).ext" and so on; `name` is the last
+// one tried. `flags` are MoveFileEx's. Answers the system's error.
+DWORD moveToFreeName(const std::wstring& from, const std::wstring& directory, const std::wstring& wanted, DWORD flags,
+                     std::wstring& name);
 
 // Deletes what programs that ended in the middle have left in a directory.
 void deleteUnfinishedFiles(const std::wstring& directory);

@@ -1,11 +1,16 @@
 #include "plugin.h"
 
+#include <psapi.h>
+
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "failure.h"
-#include "kept_choice.h"
 #include "mapi_library.h"
+#include "packed_options.h"
 #include "paths.h"
+#include "plugin_failure.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -25,8 +30,22 @@ std::wstring stringOf(HMODULE module, UINT id) {
   return length > 0 ? std::wstring(text, static_cast<std::size_t>(length)) : std::wstring();
 }
 
-// Entries of the plug-in's string table.
-constexpr UINT noAccessText = 13, notFoundText = 14, noSupportText = 15;
+// The language library that the plug-in has loaded from its folder, else the plug-in itself.
+HMODULE textsOf(HMODULE plugin) {
+  const std::wstring folder = programFolder() + L'\\';
+  HMODULE modules[1024];
+  DWORD bytes = 0;
+  if (!K32EnumProcessModules(GetCurrentProcess(), modules, sizeof modules, &bytes)) return plugin;
+  for (const HMODULE module : std::span(modules, std::min(sizeof modules, std::size_t{bytes}) / sizeof *modules)) {
+    wchar_t path[MAX_PATH];
+    const DWORD length = GetModuleFileNameW(module, path, MAX_PATH);
+    if (length > folder.size() && CompareStringOrdinal(path, static_cast<int>(folder.size()), folder.c_str(),
+                                                       static_cast<int>(folder.size()), TRUE) == CSTR_EQUAL &&
+        GetProcAddress(module, "GetResDllVersion"))
+      return module;
+  }
+  return plugin;
+}
 
 // What the plug-in takes as one export's files; the records point into each other.
 class FileList {
@@ -103,7 +122,6 @@ Plugin::Plugin() {
     throw Failure(ExitCode::mapiUnusable,
                   fmt::format("FENDREL.DLL speaks version 0x{:04X} of the interface, fendrel.exe speaks 0x{:04X}. "
                               "Install both of one release.", version, FENDREL_VERSION));
-  texts = {stringOf(handle, noAccessText), stringOf(handle, notFoundText), stringOf(handle, noSupportText)};
   if (const std::uint32_t code = exports.initialize(); code != FENDREL_SUCCESS)
     throw Failure(ExitCode::mapiUnusable,
                   fmt::format("The plug-in did not start, its code is {}: {}.", static_cast<std::int32_t>(code),
@@ -135,7 +153,8 @@ ExportAnswer Plugin::exportFiles(const Destination& destination, std::span<const
       if (const wchar_t* text = exports.getErrorText(job)) answer.errorText = text;
     exports.termExport(job);
   }
-  answer.meaning = pluginFailure(answer.code, answer.errorText, texts);
+  answer.meaning = pluginFailure(answer.code, answer.errorText, [texts = textsOf(static_cast<HMODULE>(module.get()))](
+                                                                    UINT id) { return stringOf(texts, id); });
   return answer;
 }
 

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "data_protection.h"
-#include "error_words.h"
 
 namespace fendrel::host {
 
@@ -72,7 +71,6 @@ class Plugin {
 
   std::unique_ptr<void, ModuleFree> module;
   Exports exports{};
-  PluginTexts texts;
 };
 
 }  // namespace fendrel::host

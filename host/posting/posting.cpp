@@ -6,6 +6,7 @@
 #include <set>
 
 #include "console.h"
+#include "error_words.h"
 #include "posting/present_reports.h"
 #include "text.h"
 

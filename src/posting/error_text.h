@@ -20,7 +20,7 @@ class ErrorText {
   // Loads string `id` from the resource module; `fallback` when that fails.
   void load(UINT id, const wchar_t* fallback) noexcept;
 
-  // "Error code 0x%08X returned." with the value.
+  // The text of a result that has none of its own.
   void formatCode(HRESULT code) noexcept;
 
  private:

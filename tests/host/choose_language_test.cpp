@@ -12,13 +12,11 @@ namespace {
 TEST_F(ChooseCommand, ImposedLanguageIsThatOfTheDialogs) {
   // A copy with a language library beside the plug-in; the built one has none.
   const std::filesystem::path copy = folder.path() / "copy";
-  std::filesystem::create_directories(copy / "store");
-  for (const wchar_t* file : {L"fendrel.exe", L"FENDREL.DLL", L"store/MAPI32.DLL"})
-    std::filesystem::copy_file(buildFile(std::wstring(L"bin/") + file), copy / file);
+  const std::wstring program = copyProgram(copy);
   for (const wchar_t* file : {L"R7Kqefr.dll", L"R7Kqede.dll"})
     std::filesystem::copy_file(buildFile(std::wstring(L"languages/") + file), copy / file);
   const auto chooseIn = [&](const std::string& language, const wchar_t* caption) {
-    const Outcome run = runProgram((copy / "fendrel.exe").wstring(), {"choose", "--language", language}, folder.path(),
+    const Outcome run = runProgram(program, {"choose", "--language", language}, folder.path(),
                                    [&](DWORD threadId) {
                                      logOn(DialogThread(threadId));
                                      chooseReports(DialogThread(threadId), caption);

@@ -119,6 +119,13 @@ FendrelTest::~FendrelTest() {
   std::filesystem::remove_all(LR"(\\?\)" + folder.path().wstring(), ignored);
 }
 
+std::wstring copyProgram(const std::filesystem::path& folder) {
+  std::filesystem::create_directories(folder / "store");
+  for (const wchar_t* file : {L"fendrel.exe", L"FENDREL.DLL", L"store/MAPI32.DLL"})
+    std::filesystem::copy_file(buildFile(std::wstring(L"bin/") + file), folder / file);
+  return (folder / "fendrel.exe").wstring();
+}
+
 Outcome FendrelTest::fendrel(std::initializer_list<std::string> arguments, const Use& use) const {
   return runProgram(buildFile(L"bin/fendrel.exe"), arguments, folder.path(), use);
 }

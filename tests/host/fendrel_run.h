@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <filesystem>
 #include <functional>
 #include <initializer_list>
 #include <string>
@@ -34,6 +35,9 @@ using Use = std::function<void(DWORD threadId)>;
 Outcome runProgram(const std::wstring& program, const std::vector<std::string>& arguments,
                    const std::wstring& workingDirectory = {}, const Use& use = {}, const std::wstring& input = L"NUL",
                    HANDLE output = nullptr);
+
+// Copies the built program with its libraries into a new folder, where files may be put beside it; answers its path.
+std::wstring copyProgram(const std::filesystem::path& folder);
 
 // A test with an empty store, which FENDREL_STORE names, and a folder for its files.
 class FendrelTest : public testing::Test {
