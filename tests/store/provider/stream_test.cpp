@@ -222,6 +222,15 @@ TEST_F(StreamTest, AHugeAttachmentGoesThroughBoundedMemory) {
     ASSERT_TRUE(read == block);
   }
   EXPECT_EQ(total, size);
+
+  ComPtr<IMessage> copy;
+  ASSERT_EQ(reports->CreateMessage(nullptr, 0, copy.GetAddressOf()), S_OK);
+  ASSERT_THAT(message->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMessage, copy.Get(), 0, nullptr), Gives(S_OK));
+  ASSERT_EQ(copy->SaveChanges(KEEP_OPEN_READONLY), S_OK);
+  ASSERT_EQ(copy->OpenAttach(0, nullptr, 0, attachment.ReleaseAndGetAddressOf()), S_OK);
+  STATSTG copied{};
+  ASSERT_EQ(openStream(*attachment.Get(), PR_ATTACH_DATA_BIN, STGM_READ, 0)->Stat(&copied, STATFLAG_NONAME), S_OK);
+  EXPECT_EQ(copied.cbSize.QuadPart, size);
   EXPECT_LT(peakMemory() - before, 64u << 20);
 }
 
