@@ -9,9 +9,9 @@ if(MSVC)
   target_compile_options(fendrel_settings INTERFACE /W4 /WX /utf-8 /permissive-)
 else()
   target_compile_options(fendrel_settings INTERFACE
-    -Wall -Wextra -Wpedantic -Wshadow -Wno-cast-function-type -Wno-missing-field-initializers -Wno-restrict
-    $<$<COMPILE_LANGUAGE:CXX>:-Wno-subobject-linkage>  # in a unity piece, a source file counts as a header
-    -Werror)
+    -Wall -Wextra -Wpedantic -Wshadow -Wno-cast-function-type -Wno-missing-field-initializers -Werror
+    # GCC's alone. In a unity piece, a source file counts as a header.
+    $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict;-Wno-subobject-linkage>)
   target_link_options(fendrel_settings INTERFACE -Wl,--no-insert-timestamp $<$<CONFIG:Release>:-s>)
 endif()
 
@@ -40,6 +40,13 @@ function(fendrel_add_layer name)
   endif()
 endfunction()
 
+# fendrel_build_into(TARGET FOLDER): its program or module is built there. Hosts and tests look for one place, so that a
+# generator with several configurations must not add a folder for each, which the generator expression prevents.
+function(fendrel_build_into target folder)
+  set_target_properties(${target} PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY "$<1:${folder}>" LIBRARY_OUTPUT_DIRECTORY "$<1:${folder}>")
+endfunction()
+
 # fendrel_add_module(NAME FILE SOURCES ... USES ... [DIRECTORY dir]): a DLL with the exact file name
 # FILE, its exports taken from the .def file among the sources.
 function(fendrel_add_module name file)
@@ -51,9 +58,21 @@ function(fendrel_add_module name file)
   if(NOT MODULE_DIRECTORY)
     set(MODULE_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
   endif()
-  set_target_properties(${name} PROPERTIES
-    PREFIX "" OUTPUT_NAME "${stem}" SUFFIX "${extension}"
-    LIBRARY_OUTPUT_DIRECTORY "${MODULE_DIRECTORY}" RUNTIME_OUTPUT_DIRECTORY "${MODULE_DIRECTORY}")
+  set_target_properties(${name} PROPERTIES PREFIX "" OUTPUT_NAME "${stem}" SUFFIX "${extension}")
+  fendrel_build_into(${name} "${MODULE_DIRECTORY}")
+endfunction()
+
+# fendrel_add_version(TARGET FILE DESCRIPTION): gives the module or program version information.
+function(fendrel_add_version target file description)
+  get_filename_component(internal_name "${file}" NAME_WE)
+  get_target_property(kind ${target} TYPE)
+  set(type VFT_DLL)
+  if(kind STREQUAL EXECUTABLE)
+    set(type VFT_APP)
+  endif()
+  set(script "${CMAKE_CURRENT_BINARY_DIR}/${target}_version.rc")
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/version.rc.in" "${script}" @ONLY)
+  target_sources(${target} PRIVATE "${script}")
 endfunction()
 
 # fendrel_add_run(TEST PROGRAM [SERIAL] [WINDOWS] [FILTER filter] [TIMEOUT seconds] [LABELS ...] [ENVIRONMENT ...]): the
@@ -129,7 +148,7 @@ function(fendrel_add_test name)
   endif()
 
   add_executable(${name} ${TEST_SOURCES})
-  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
+  fendrel_build_into(${name} "${PROJECT_BINARY_DIR}/tests")
   target_link_libraries(${name} PRIVATE fendrel_settings fendrel_test_support ${TEST_USES})
   if("fendrel_mapi_mocks" IN_LIST TEST_USES)
     fendrel_compile_as_test(${name} MOCKS)
@@ -160,8 +179,8 @@ function(fendrel_add_test name)
   if(TEST_GUARDED AND MINGW)
     # The same objects: what allocates is chosen when they are linked.
     add_executable(${name}_guarded $<TARGET_OBJECTS:${name}>)
-    set_target_properties(${name}_guarded PROPERTIES LINKER_LANGUAGE CXX
-                          RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
+    set_target_properties(${name}_guarded PROPERTIES LINKER_LANGUAGE CXX)
+    fendrel_build_into(${name}_guarded "${PROJECT_BINARY_DIR}/tests")
     target_link_libraries(${name}_guarded PRIVATE fendrel_settings fendrel_test_support ${TEST_USES} guarded_heap)
     if(TEST_NEEDS)
       add_dependencies(${name}_guarded ${TEST_NEEDS})

@@ -91,7 +91,9 @@ else()
     SQLITE_ENABLE_DBPAGE_VTAB SQLITE_MAX_COLUMN=32767
     # Overlapped file I/O costs a server round trip each under Wine; plain reads and writes serve as well.
     SQLITE_WIN32_NO_OVERLAPPED)
-  set_target_properties(fendrel_sqlite PROPERTIES COMPILE_OPTIONS "-O2")
+  if(NOT MSVC)
+    set_target_properties(fendrel_sqlite PROPERTIES COMPILE_OPTIONS "-O2")
+  endif()
   add_library(fendrel::sqlite ALIAS fendrel_sqlite)
 endif()
 

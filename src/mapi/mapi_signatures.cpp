@@ -11,8 +11,18 @@ namespace {
 template <class Interface, class... Arguments>
 using Method = HRESULT (STDMETHODCALLTYPE Interface::*)(Arguments...);
 
+// Some headers declare that no method throws, which counts in its type.
+template <class Declared>
+struct MayThrow {
+  using Type = Declared;
+};
+template <class Interface, class... Arguments>
+struct MayThrow<HRESULT (STDMETHODCALLTYPE Interface::*)(Arguments...) noexcept> {
+  using Type = Method<Interface, Arguments...>;
+};
+
 template <class Declared, class Expected>
-constexpr bool same = std::is_same_v<Declared, Expected>;
+constexpr bool same = std::is_same_v<typename MayThrow<Declared>::Type, Expected>;
 
 static_assert(same<decltype(&IMAPISession::OpenMsgStore),
                    Method<IMAPISession, ULONG_PTR, ULONG, LPENTRYID, LPCIID, ULONG, LPMDB*>>);
