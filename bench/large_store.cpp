@@ -58,7 +58,7 @@ class Filler {
 
  private:
   std::unique_ptr<store::Database> database_;
-  store::Guid folder_{}, model_{};
+  store::Id folder_{}, model_{};
   int count_ = 0;
 };
 

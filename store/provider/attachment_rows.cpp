@@ -13,15 +13,11 @@ constexpr PropertyTag attachmentColumns[] = {
     PR_ATTACH_EXTENSION_W, PR_DISPLAY_NAME_W,    PR_RENDERING_POSITION, PR_ATTACH_MIME_TAG_W, PR_OBJECT_TYPE,
     PR_RECORD_KEY,        PR_INSTANCE_KEY};
 
-RowKey keyOf(ULONG number) {
-  RowKey key{};
-  std::memcpy(key.bytes, &number, sizeof number);
-  return key;
-}
+RowKey keyOf(ULONG number) { return RowKey(std::as_bytes(std::span(&number, 1))); }
 
 ULONG numberOf(const RowKey& key) {
   ULONG number = 0;
-  std::memcpy(&number, key.bytes, sizeof number);
+  std::memcpy(&number, key.bytes().data(), sizeof number);
   return number;
 }
 

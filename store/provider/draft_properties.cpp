@@ -44,17 +44,17 @@ HRESULT PropertyChanges::moveInto(std::vector<Property>& set, std::vector<Proper
 HRESULT DraftProperties::readSaved(std::span<const PropertyTag> tags, std::uint64_t limit,
                                    std::vector<Property>& found) const {
   found.clear();
-  if (!message_) return S_OK;
+  if (!isSaved()) return S_OK;
   const auto status = attachment_
-                          ? store::readAttachmentProperties(*database_, *message_, *attachment_, tags, found, limit)
-                          : store::readMessageProperties(*database_, *message_, tags, found, limit);
+                          ? engine_->readAttachmentProperties(message_, *attachment_, tags, found, limit)
+                          : engine_->readMessageProperties(message_, tags, found, limit);
   return toResult(status);
 }
 
 HRESULT DraftProperties::loadSaved(Property& property) const {
   if (!std::holds_alternative<store::UnloadedValue>(property.value)) return S_OK;
   std::shared_ptr<store::ContentReader> reader;
-  const auto status = store::openContent(*database_, *message_, attachment_, property.tag, reader);
+  const auto status = engine_->openContent(message_, attachment_, property.tag, reader);
   if (status != store::Status::Ok) return toResult(status);
   const HRESULT result = loadContent(*reader, property.tag, property.value);
   // Too long for memory: the property stays unloaded, which answers its reader so.
@@ -142,7 +142,7 @@ HRESULT DraftProperties::openContent(ULONG tag, bool writable, bool create,
   if (std::holds_alternative<store::UnloadedValue>(present.value)) {
     if (PROP_TYPE(tag) != PT_STRING8) {
       std::shared_ptr<store::ContentReader> reader;
-      const auto status = store::openContent(*database_, *message_, attachment_, present.tag, reader);
+      const auto status = engine_->openContent(message_, attachment_, present.tag, reader);
       if (status != store::Status::Ok) return toResult(status);
       content = std::make_shared<SavedContent>(std::move(reader));
       return S_OK;
@@ -161,12 +161,12 @@ HRESULT DraftProperties::openForWriting(ULONG tag, const Property& present, bool
     if (!create && text.tag != 0) {
       if (const HRESULT result = loadSaved(text); FAILED(result)) return result;
     }
-    draft = std::make_shared<AnsiContent>(database_, !create && textOf(text) ? *textOf(text) : std::u16string());
+    draft = std::make_shared<AnsiContent>(engine_, !create && textOf(text) ? *textOf(text) : std::u16string());
   } else {
-    auto wide = std::make_shared<WideContent>(database_);
+    auto wide = std::make_shared<WideContent>(engine_);
     if (!create && std::holds_alternative<store::UnloadedValue>(present.value)) {
       std::shared_ptr<store::ContentReader> reader;
-      const auto status = store::openContent(*database_, *message_, attachment_, present.tag, reader);
+      const auto status = engine_->openContent(message_, attachment_, present.tag, reader);
       if (status != store::Status::Ok) return toResult(status);
       if (const HRESULT result = wide->copyFrom(*reader); FAILED(result)) return result;
     } else if (!create && present.tag != 0) {

@@ -7,7 +7,7 @@
 #include <set>
 #include <variant>
 
-#include "messages.h"
+#include "engine.h"
 #include "stream_content.h"
 
 namespace fendrel::provider {
@@ -42,14 +42,14 @@ private:
 
 class DraftProperties {
 public:
-  explicit DraftProperties(std::shared_ptr<store::Database> database) : database_(std::move(database)) {}
+  explicit DraftProperties(std::shared_ptr<store::Engine> engine) : engine_(std::move(engine)) {}
 
   // Where the saved values are; none before the first save.
-  void setSaved(const store::Guid& message, std::optional<std::uint32_t> attachment) {
+  void setSaved(const store::Id& message, std::optional<std::uint32_t> attachment) {
     message_ = message;
     attachment_ = attachment;
   }
-  bool isSaved() const noexcept { return message_.has_value(); }
+  bool isSaved() const noexcept { return !message_.empty(); }
 
   PropertyChanges& changes() noexcept { return changes_; }
   const PropertyChanges& changes() const noexcept { return changes_; }
@@ -68,8 +68,8 @@ private:
   HRESULT loadSaved(Property& property) const;
   HRESULT openForWriting(ULONG tag, const Property& present, bool create, std::shared_ptr<StreamContent>& content);
 
-  std::shared_ptr<store::Database> database_;
-  std::optional<store::Guid> message_;
+  std::shared_ptr<store::Engine> engine_;
+  store::Id message_;
   std::optional<std::uint32_t> attachment_;
   PropertyChanges changes_;
 };

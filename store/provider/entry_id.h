@@ -1,4 +1,6 @@
-// Entry identifiers of this store.
+// Entry identifiers of this provider.
+//
+// Of what the database keeps, where identifiers have 16 bytes:
 //
 //   offset  size
 //        0     4  flags, 0: long-term
@@ -7,11 +9,19 @@
 //       36     4  object type: MAPI_STORE, MAPI_FOLDER, MAPI_MESSAGE, MAPI_MAILUSER; little-endian
 //       40    16  the object; for a store the store again, for a user the profile
 //
+// Where identifiers have other sizes:
+//
+//        0     4  flags, 0: long-term
+//        4    16  the provider, another one
+//       20     4  object type
+//       24     2  size of the store's identifier, little-endian; the store and then the object follow
+//
 // Two identifiers are of the same object exactly when their bytes are equal.
 #pragma once
 
 #include <optional>
 
+#include "id.h"
 #include "mapi_interfaces.h"
 #include "property_values.h"
 
@@ -19,18 +29,16 @@ namespace fendrel::provider {
 
 struct EntryId {
   ULONG type = 0;
-  store::Guid store{};
-  store::Guid object{};
+  store::Id store;
+  store::Id object;
   bool operator==(const EntryId&) const = default;
 };
 
-constexpr ULONG entryIdSize = 56;
-
-// This provider's identifier, as PR_MDB_PROVIDER and in entry identifiers.
+// This provider's identifier, as PR_MDB_PROVIDER and in entry identifiers of what the database keeps.
 const MAPIUID& providerId() noexcept;
 
 store::Bytes encode(const EntryId& entryId);
-store::Bytes bytesOf(const store::Guid& guid);
+store::Bytes bytesOf(const store::Id& id);
 
 // Nothing for an identifier that is not ours.
 std::optional<EntryId> decode(ULONG size, const void* entryId);

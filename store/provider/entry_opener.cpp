@@ -9,13 +9,13 @@
 namespace fendrel::provider {
 namespace {
 
-HRESULT openMessage(const ScopePointer& scope, const store::Guid& id, LPCIID iid, ULONG flags, LPUNKNOWN* object) {
+HRESULT openMessage(const ScopePointer& scope, const store::Id& id, LPCIID iid, ULONG flags, LPUNKNOWN* object) {
   if (!accepts<IMessage>(iid)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
   store::MessageInfo info;
-  if (const auto status = store::findMessage(scope->database(), id, info); status != store::Status::Ok)
+  if (const auto status = scope->engine().findMessage(id, info); status != store::Status::Ok)
     return toResult(status);
   store::FolderInfo folder;
-  const auto status = store::findFolder(scope->database(), info.folder, folder);
+  const auto status = scope->engine().findFolder(info.folder, folder);
   if (status != store::Status::Ok) return toResult(status);
   if (folder.store != scope->store.id) return MAPI_E_NOT_FOUND;
   bool writable = false;
@@ -24,13 +24,13 @@ HRESULT openMessage(const ScopePointer& scope, const store::Guid& id, LPCIID iid
   return handOut(message, object);
 }
 
-HRESULT openUser(const SessionPointer& session, const store::Guid& id, LPCIID iid, LPUNKNOWN* object) {
+HRESULT openUser(const SessionPointer& session, const store::Id& id, LPCIID iid, LPUNKNOWN* object) {
   if (!accepts<IMailUser>(iid)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
   std::vector<store::Profile> profiles;
-  if (const auto status = store::listProfiles(*session->database, profiles); status != store::Status::Ok)
+  if (const auto status = session->profiles->list(profiles); status != store::Status::Ok)
     return toResult(status);
   for (const store::Profile& profile : profiles) {
-    if (profile.id != id) continue;
+    if (id != profile.id) continue;
     auto user = makeObject<MailUser>(session, profile);
     return handOut(user, object);
   }
@@ -39,14 +39,12 @@ HRESULT openUser(const SessionPointer& session, const store::Guid& id, LPCIID ii
 
 }  // namespace
 
-HRESULT openStore(const SessionPointer& session, const store::Guid& id, bool writable, ScopePointer& scope) {
+HRESULT openStore(const SessionPointer& session, const store::Id& id, bool writable, ScopePointer& scope) {
   auto opened = std::make_shared<StoreScope>();
   opened->session = session;
   opened->writable = writable;
-  const auto status = store::findStore(*session->database, id, opened->store);
+  const auto status = session->engine->findStore(id, opened->store);
   if (status != store::Status::Ok) return toResult(status);
-  // Another profile's mailbox is behind that profile's password.
-  if (opened->store.kind == store::StoreKind::Mailbox && !opened->isDefault()) return MAPI_E_NOT_FOUND;
   scope = std::move(opened);
   return S_OK;
 }
@@ -74,7 +72,7 @@ HRESULT openEntryOfStore(const ScopePointer& scope, ULONG size, const void* entr
   HRESULT result = MAPI_E_INVALID_ENTRYID;
   if (id.type == MAPI_FOLDER) {
     store::FolderInfo folder;
-    const auto status = store::findFolder(scope->database(), id.object, folder);
+    const auto status = scope->engine().findFolder(id.object, folder);
     if (status != store::Status::Ok) return toResult(status);
     if (folder.store != scope->store.id) return MAPI_E_NOT_FOUND;
     result = openFolder(scope, folder, iid, flags, object);

@@ -1,8 +1,8 @@
 // Opens what an entry identifier names.
 #pragma once
 
+#include "folder_info.h"
 #include "mapi_interfaces.h"
-#include "folders.h"
 #include "session_context.h"
 
 namespace fendrel::provider {
@@ -16,8 +16,8 @@ HRESULT openEntryOfStore(const ScopePointer& scope, ULONG size, const void* entr
 HRESULT openEntryOfSession(const SessionPointer& session, ULONG size, const void* entryId, LPCIID iid, ULONG flags,
                            ULONG* objectType, LPUNKNOWN* object);
 
-// A store of the session's profile: its mailbox or the public one. Others are MAPI_E_NOT_FOUND.
-HRESULT openStore(const SessionPointer& session, const store::Guid& id, bool writable, ScopePointer& scope);
+// A store of the session's profile. Others are MAPI_E_NOT_FOUND.
+HRESULT openStore(const SessionPointer& session, const store::Id& id, bool writable, ScopePointer& scope);
 
 HRESULT openFolder(const ScopePointer& scope, const store::FolderInfo& folder, LPCIID iid, ULONG flags,
                    LPUNKNOWN* object);

@@ -2,10 +2,11 @@
 // arguments and enters the guard.
 #include <atomic>
 
+#include "database_profiles.h"
 #include "logon.h"
 #include "mapi_interfaces.h"
 #include "profile_admin.h"
-#include "store_file.h"
+#include "status_codes.h"
 
 using namespace fendrel::provider;
 
@@ -87,9 +88,10 @@ HRESULT WINAPI MAPIAdminProfiles(ULONG, LPPROFADMIN* admin) {
   *admin = nullptr;
   if (initializations <= 0) return MAPI_E_NOT_INITIALIZED;
   return guarded([&] {
-    std::shared_ptr<fendrel::store::Database> database;
-    if (const HRESULT result = openStoreFile(database); FAILED(result)) return result;
-    auto opened = makeObject<ProfileAdmin>(std::move(database));
+    std::shared_ptr<fendrel::store::ProfileBook> profiles;
+    const auto status = fendrel::store::openProfileBook(profiles);
+    if (status != fendrel::store::Status::Ok) return toResult(status);
+    auto opened = makeObject<ProfileAdmin>(std::move(profiles));
     return handOut(opened, admin);
   });
 }

@@ -46,7 +46,7 @@ std::span<const ULONG> Folder::objectTags() const { return objectsOfFolders; }
 
 HRESULT Folder::readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) {
   store::FolderInfo info;
-  if (const auto status = store::findFolder(scope_->database(), id_, info); status != Status::Ok)
+  if (const auto status = scope_->engine().findFolder(id_, info); status != Status::Ok)
     return toResult(status);
   std::vector<PropertyTag> stored;
   for (const PropertyTag tag : tags) {
@@ -54,7 +54,7 @@ HRESULT Folder::readProperties(std::span<const PropertyTag> tags, std::vector<Pr
   }
   std::vector<Property> present;
   if (!stored.empty()) {
-    const auto status = store::readFolderProperties(scope_->database(), id_, stored, present);
+    const auto status = scope_->engine().readFolderProperties(id_, stored, present);
     if (status != Status::Ok) return toResult(status);
   }
   for (const PropertyTag tag : tags) {
@@ -66,9 +66,9 @@ HRESULT Folder::readProperties(std::span<const PropertyTag> tags, std::vector<Pr
 
 HRESULT Folder::readAllProperties(std::vector<Property>& found) {
   store::FolderInfo info;
-  if (const auto status = store::findFolder(scope_->database(), id_, info); status != Status::Ok)
+  if (const auto status = scope_->engine().findFolder(id_, info); status != Status::Ok)
     return toResult(status);
-  const auto status = store::readFolderProperties(scope_->database(), id_, {}, found);
+  const auto status = scope_->engine().readFolderProperties(id_, {}, found);
   if (status != Status::Ok) return toResult(status);
   if (findProperty(found, PR_CONTAINER_CLASS_W).tag == 0) {
     Property standIn = storedFolderProperty(info, PR_CONTAINER_CLASS_W, {});
@@ -94,7 +94,7 @@ HRESULT Folder::changeProperties(std::span<const Property> set, std::span<const 
     }
     const auto* name = textOf(property);
     if (!name || name->empty()) return MAPI_E_INVALID_PARAMETER;
-    const auto status = store::renameFolder(scope_->database(), id_, *name);
+    const auto status = scope_->engine().renameFolder(id_, *name);
     if (status != Status::Ok) return toResult(status);
   }
   for (const PropertyTag tag : remove) {
@@ -102,7 +102,7 @@ HRESULT Folder::changeProperties(std::span<const Property> set, std::span<const 
     if (PROP_ID(tag) == PROP_ID(PR_DISPLAY_NAME_W)) return MAPI_E_NO_ACCESS;
   }
   if (stored.empty() && remove.empty()) return S_OK;
-  return toResult(store::changeFolderProperties(scope_->database(), id_, stored, remove));
+  return toResult(scope_->engine().changeFolderProperties(id_, stored, remove));
 }
 
 HRESULT Folder::openProperty(ULONG tag, REFIID iid, ULONG options, ULONG flags, IUnknown** object) {
@@ -150,7 +150,7 @@ STDMETHODIMP Folder::CreateMessage(LPCIID iid, ULONG flags, LPMESSAGE* message) 
     *message = nullptr;
     if (!accepts<IMessage>(iid)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
     if (!writable_) return MAPI_E_NO_ACCESS;
-    if (const auto status = store::checkFolder(scope_->database(), id_); status != Status::Ok) return toResult(status);
+    if (const auto status = scope_->engine().checkFolder(id_); status != Status::Ok) return toResult(status);
     const auto kind = flags & MAPI_ASSOCIATED ? store::MessageKind::Associated : store::MessageKind::Ordinary;
     auto created = makeObject<Message>(scope_, id_, kind);
     return handOut(created, message);
@@ -168,22 +168,21 @@ STDMETHODIMP Folder::CopyMessages(LPENTRYLIST messages, LPCIID, LPVOID target, U
     MessageList list;
     if (const HRESULT result = messagesOf(messages, list); FAILED(result)) return result;
     const auto own = ownFolder(*into.Get());
-    const bool isNear = own && isOfSameDatabase(*own.Get());
+    const bool isNear = own && isOfSameStores(*own.Get());
     return isNear ? locked([&] { return copyWithin(list, own->id_, move); }) : copyAcross(list, *into.Get(), move);
   });
 }
 
-bool Folder::isOfSameDatabase(const Folder& other) const {
-  return scope_->database().path() == other.scope_->database().path();
+bool Folder::isOfSameStores(const Folder& other) const {
+  return scope_->engine().place() == other.scope_->engine().place();
 }
 
-HRESULT Folder::copyWithin(const MessageList& list, const store::Guid& target, bool move) {
-  if (const auto status = store::checkFolder(scope_->database(), target); status != Status::Ok) return toResult(status);
+HRESULT Folder::copyWithin(const MessageList& list, const store::Id& target, bool move) {
+  if (const auto status = scope_->engine().checkFolder(target); status != Status::Ok) return toResult(status);
   bool partly = list.isPart;
-  for (const store::Guid& message : list.ids) {
-    store::MessageInfo copy;
-    const auto status = move ? store::moveMessage(scope_->database(), message, target, id_)
-                             : store::copyMessage(scope_->database(), message, target, copy, id_);
+  for (const store::Id& message : list.ids) {
+    const auto status = move ? scope_->engine().moveMessage(message, target, id_)
+                             : scope_->engine().copyMessage(message, target, id_);
     if (status == Status::NotFound) partly = true;
     else if (status != Status::Ok) return toResult(status);
   }
@@ -192,9 +191,9 @@ HRESULT Folder::copyWithin(const MessageList& list, const store::Guid& target, b
 
 HRESULT Folder::copyAcross(const MessageList& list, IMAPIFolder& target, bool move) {
   bool partly = list.isPart;
-  for (const store::Guid& id : list.ids) {
+  for (const store::Id& id : list.ids) {
     store::MessageInfo info;
-    const auto status = store::findMessage(scope_->database(), id, info);
+    const auto status = scope_->engine().findMessage(id, info);
     if (status == Status::NotFound || (status == Status::Ok && info.folder != id_)) {
       partly = true;
       continue;
@@ -205,7 +204,7 @@ HRESULT Folder::copyAcross(const MessageList& list, IMAPIFolder& target, bool mo
     if (FAILED(result)) return result;
     // What did not go over whole stays.
     if (result != S_OK) partly = true;
-    else if (move && store::deleteMessages(scope_->database(), std::span(&id, 1), id_) != Status::Ok) partly = true;
+    else if (move && scope_->engine().deleteMessages(std::span(&id, 1), id_, nullptr) != Status::Ok) partly = true;
   }
   return partly ? MAPI_W_PARTIAL_COMPLETION : S_OK;
 }
@@ -222,8 +221,8 @@ HRESULT Folder::messagesOf(const ENTRYLIST* list, MessageList& messages) const {
   return S_OK;
 }
 
-HRESULT Folder::allMessages(store::MessageKind kind, std::vector<store::Guid>& messages) const {
-  return toResult(store::readMessageRows(scope_->database(), id_, kind, {}, [&](store::MessageRow&& row) {
+HRESULT Folder::allMessages(store::MessageKind kind, std::vector<store::Id>& messages) const {
+  return toResult(scope_->engine().readMessageRows(id_, kind, {}, [&](store::MessageRow&& row) {
     messages.push_back(row.message.id);
     return true;
   }));
@@ -236,7 +235,7 @@ STDMETHODIMP Folder::DeleteMessages(LPENTRYLIST messages, UlongPtr, LPMAPIPROGRE
     MessageList list;
     if (const HRESULT result = messagesOf(messages, list); FAILED(result)) return result;
     std::size_t deleted = 0;
-    const auto status = store::deleteMessages(scope_->database(), list.ids, id_, &deleted);
+    const auto status = scope_->engine().deleteMessages(list.ids, id_, &deleted);
     if (status != Status::Ok) return toResult(status);
     return list.isPart || deleted < list.ids.size() ? MAPI_W_PARTIAL_COMPLETION : S_OK;
   });
@@ -257,7 +256,7 @@ STDMETHODIMP Folder::CreateFolder(ULONG type, LPTSTR name, LPTSTR comment, LPCII
     if (comment) properties.push_back(makeProperty(PR_COMMENT_W, textArgument(comment, flags)));
     store::FolderInfo info;
     const auto ifExists = flags & OPEN_IF_EXISTS ? store::IfExists::Open : store::IfExists::Refuse;
-    const auto status = store::createFolder(scope_->database(), id_, wanted, properties, ifExists, info);
+    const auto status = scope_->engine().createFolder(id_, wanted, properties, ifExists, info);
     if (status != Status::Ok) return toResult(status);
     auto created = makeObject<Folder>(scope_, info.id, true);
     return handOut(created, folder);
@@ -276,10 +275,10 @@ STDMETHODIMP Folder::CopyFolder(ULONG size, LPENTRYID entryId, LPCIID, LPVOID ta
     if (const HRESULT result = childOf(size, entryId, child); FAILED(result)) return result;
     if (move && child.isStandard) return MAPI_E_NO_ACCESS;
     const std::u16string name = newName ? textArgument(newName, flags) : child.name;
-    if (const auto own = ownFolder(*into.Get()); own && isOfSameDatabase(*own.Get())) {
+    if (const auto own = ownFolder(*into.Get()); own && isOfSameStores(*own.Get())) {
       if (const HRESULT result = withFolders ? checkCycle(child.id, own->id_) : S_OK; FAILED(result)) return result;
       if (move && own->scope_->store.id == scope_->store.id) {
-        return toResult(store::moveFolder(scope_->database(), child.id, own->id_, name));
+        return toResult(scope_->engine().moveFolder(child.id, own->id_, name));
       }
     }
     return transferFolder(child, *into.Get(), name, withFolders, move);
@@ -289,18 +288,18 @@ STDMETHODIMP Folder::CopyFolder(ULONG size, LPENTRYID entryId, LPCIID, LPVOID ta
 HRESULT Folder::childOf(ULONG size, const void* entryId, store::FolderInfo& child) const {
   const auto id = decode(size, entryId);
   if (!id || id->type != MAPI_FOLDER || id->store != scope_->store.id) return MAPI_E_INVALID_ENTRYID;
-  if (const auto status = store::findFolder(scope_->database(), id->object, child); status != Status::Ok) {
+  if (const auto status = scope_->engine().findFolder(id->object, child); status != Status::Ok) {
     return toResult(status);
   }
   return child.parent == id_ ? S_OK : MAPI_E_NOT_FOUND;
 }
 
 // MAPI_E_FOLDER_CYCLE where `place` is the folder or lies below it.
-HRESULT Folder::checkCycle(const store::Guid& folder, const store::Guid& place) const {
-  for (store::Guid at = place; at != store::noGuid;) {
+HRESULT Folder::checkCycle(const store::Id& folder, const store::Id& place) const {
+  for (store::Id at = place; !at.empty();) {
     if (at == folder) return MAPI_E_FOLDER_CYCLE;
     store::FolderInfo info;
-    if (const auto status = store::findFolder(scope_->database(), at, info); status != Status::Ok) {
+    if (const auto status = scope_->engine().findFolder(at, info); status != Status::Ok) {
       return toResult(status);
     }
     at = info.parent;
@@ -317,7 +316,7 @@ HRESULT Folder::transferFolder(const store::FolderInfo& child, IMAPIFolder& targ
   if (SUCCEEDED(result)) result = copyFolderInto(*from.Get(), *made.Get(), withFolders, move);
   if (result != S_OK || !move) return result;
   // Whatever came in the meantime stays, and the folder with it.
-  const auto status = store::deleteFolder(scope_->database(), child.id, {false, false, id_});
+  const auto status = scope_->engine().deleteFolder(child.id, {false, false, id_});
   return status == Status::Ok ? S_OK : MAPI_W_PARTIAL_COMPLETION;
 }
 
@@ -329,7 +328,7 @@ STDMETHODIMP Folder::DeleteFolder(ULONG size, LPENTRYID entryId, UlongPtr, LPMAP
     if (!writable_) return MAPI_E_NO_ACCESS;
     if (FAILED(found)) return found;
     const store::DeleteFolderOptions options{(flags & DEL_FOLDERS) != 0, (flags & DEL_MESSAGES) != 0, id_};
-    return toResult(store::deleteFolder(scope_->database(), child.id, options));
+    return toResult(scope_->engine().deleteFolder(child.id, options));
   });
 }
 
@@ -341,8 +340,8 @@ STDMETHODIMP Folder::SetReadFlags(LPENTRYLIST messages, UlongPtr, LPMAPIPROGRESS
     if (!scope_->writable) return MAPI_E_NO_ACCESS;
     if (flags & (GENERATE_RECEIPT_ONLY | CLEAR_RN_PENDING | CLEAR_NRN_PENDING)) return S_OK;  // there are no receipts
     bool partly = list.isPart;
-    for (const store::Guid& message : list.ids) {
-      const auto status = store::setRead(scope_->database(), message, (flags & CLEAR_READ_FLAG) == 0, id_);
+    for (const store::Id& message : list.ids) {
+      const auto status = scope_->engine().setRead(message, (flags & CLEAR_READ_FLAG) == 0, id_);
       if (status == Status::NotFound) partly = true;
       else if (status != Status::Ok) return toResult(status);
     }
@@ -350,7 +349,7 @@ STDMETHODIMP Folder::SetReadFlags(LPENTRYLIST messages, UlongPtr, LPMAPIPROGRESS
   });
 }
 
-HRESULT Folder::messageOf(ULONG size, const void* entryId, store::Guid& message) const {
+HRESULT Folder::messageOf(ULONG size, const void* entryId, store::Id& message) const {
   const auto id = decode(size, entryId);
   if (!id || id->type != MAPI_MESSAGE || id->store != scope_->store.id) return MAPI_E_INVALID_ENTRYID;
   message = id->object;
@@ -360,7 +359,7 @@ HRESULT Folder::messageOf(ULONG size, const void* entryId, store::Guid& message)
 STDMETHODIMP Folder::GetMessageStatus(ULONG size, LPENTRYID entryId, ULONG, ULONG* status) {
   if (!status) return MAPI_E_INVALID_PARAMETER;
   return locked([&] {
-    store::Guid message{};
+    store::Id message;
     if (const HRESULT result = messageOf(size, entryId, message); FAILED(result)) return result;
     HRESULT result = MAPI_E_NOT_FOUND;
     const auto take = [&](store::MessageRow&& row) {
@@ -368,18 +367,18 @@ STDMETHODIMP Folder::GetMessageStatus(ULONG size, LPENTRYID entryId, ULONG, ULON
       result = S_OK;
       return false;
     };
-    const auto read = store::readMessageRowsOf(scope_->database(), id_, std::span(&message, 1), {}, take);
+    const auto read = scope_->engine().readMessageRowsOf(id_, std::span(&message, 1), {}, take);
     return read == Status::Ok ? result : toResult(read);
   });
 }
 
 STDMETHODIMP Folder::SetMessageStatus(ULONG size, LPENTRYID entryId, ULONG status, ULONG mask, ULONG* oldStatus) {
   return locked([&] {
-    store::Guid message{};
+    store::Id message;
     if (const HRESULT result = messageOf(size, entryId, message); FAILED(result)) return result;
     if (!scope_->writable) return MAPI_E_NO_ACCESS;
     std::uint32_t before = 0;
-    const auto set = store::setStatus(scope_->database(), message, status, mask, before, id_);
+    const auto set = scope_->engine().setStatus(message, status, mask, before, id_);
     if (set == Status::Ok && oldStatus) *oldStatus = before;
     return toResult(set);
   });
@@ -390,21 +389,21 @@ STDMETHODIMP Folder::SaveContentsSort(LPSSortOrderSet, ULONG) { return MAPI_E_NO
 STDMETHODIMP Folder::EmptyFolder(UlongPtr, LPMAPIPROGRESS, ULONG flags) {
   return locked([&] {
     if (!writable_) return MAPI_E_NO_ACCESS;
-    std::vector<store::Guid> folders, messages;
+    std::vector<store::Id> folders, messages;
     const auto collect = [&](store::FolderRow&& row) {
       folders.push_back(row.folder.id);
       return true;
     };
-    const auto status = store::readFolderRows(scope_->database(), id_, store::Depth::Children, {}, collect);
+    const auto status = scope_->engine().readFolderRows(id_, store::Depth::Children, {}, collect);
     if (status != Status::Ok) return toResult(status);
     if (const HRESULT result = allMessages(store::MessageKind::Ordinary, messages); FAILED(result)) return result;
     if (flags & DEL_ASSOCIATED) {
       if (const HRESULT result = allMessages(store::MessageKind::Associated, messages); FAILED(result)) return result;
     }
-    const auto deleted = store::deleteMessages(scope_->database(), messages, id_);
+    const auto deleted = scope_->engine().deleteMessages(messages, id_, nullptr);
     if (deleted != Status::Ok) return toResult(deleted);
-    for (const store::Guid& folder : folders) {
-      const auto gone = store::deleteFolder(scope_->database(), folder, {true, true, id_});
+    for (const store::Id& folder : folders) {
+      const auto gone = scope_->engine().deleteFolder(folder, {true, true, id_});
       if (gone != Status::Ok && gone != Status::NotFound) return toResult(gone);
     }
     return S_OK;

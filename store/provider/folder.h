@@ -3,7 +3,7 @@
 
 #include "folder_properties.h"
 #include "mapi_object.h"
-#include "messages.h"
+#include "message_info.h"
 #include "restriction.h"
 
 namespace fendrel::provider {
@@ -11,7 +11,7 @@ namespace fendrel::provider {
 // Changes of a folder take effect at once; there is nothing to save.
 class Folder final : public MapiObject<IMAPIFolder> {
 public:
-  Folder(ScopePointer scope, const store::Guid& id, bool writable)
+  Folder(ScopePointer scope, const store::Id& id, bool writable)
       : MapiObject(homeOf(scope->session)), scope_(std::move(scope)), id_(id), writable_(writable) {}
 
   // IMAPIContainer
@@ -49,25 +49,25 @@ private:
   HRESULT openProperty(ULONG tag, REFIID iid, ULONG options, ULONG flags, IUnknown** object) override;
 
   struct MessageList {
-    std::vector<store::Guid> ids;
+    std::vector<store::Id> ids;
     bool isPart = false;  // others were named that cannot be of this folder
   };
   // The messages that a list names; all of this folder when there is no list.
   HRESULT messagesOf(const ENTRYLIST* list, MessageList& messages) const;
-  HRESULT allMessages(store::MessageKind kind, std::vector<store::Guid>& messages) const;
-  HRESULT messageOf(ULONG size, const void* entryId, store::Guid& message) const;
+  HRESULT allMessages(store::MessageKind kind, std::vector<store::Id>& messages) const;
+  HRESULT messageOf(ULONG size, const void* entryId, store::Id& message) const;
   // MAPI_E_INVALID_ENTRYID for what names no folder of this store, MAPI_E_NOT_FOUND for one that is not a child.
   HRESULT childOf(ULONG size, const void* entryId, store::FolderInfo& child) const;
 
-  bool isOfSameDatabase(const Folder& other) const;
-  HRESULT copyWithin(const MessageList& list, const store::Guid& target, bool move);
+  bool isOfSameStores(const Folder& other) const;
+  HRESULT copyWithin(const MessageList& list, const store::Id& target, bool move);
   HRESULT copyAcross(const MessageList& list, IMAPIFolder& target, bool move);
-  HRESULT checkCycle(const store::Guid& folder, const store::Guid& place) const;
+  HRESULT checkCycle(const store::Id& folder, const store::Id& place) const;
   HRESULT transferFolder(const store::FolderInfo& child, IMAPIFolder& target, std::u16string name, bool withFolders,
                          bool move);
 
   ScopePointer scope_;
-  store::Guid id_;
+  store::Id id_;
   bool writable_;
 };
 

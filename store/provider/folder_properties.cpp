@@ -36,7 +36,7 @@ Property storedFolderProperty(const store::FolderInfo& folder, PropertyTag tag, 
 
 Property computedFolderProperty(const StoreScope& scope, const store::FolderInfo& folder, PropertyTag tag,
                                 bool writable) {
-  const bool isRoot = folder.parent == store::noGuid;
+  const bool isRoot = folder.parent.empty();
   switch (PROP_ID(tag)) {
     case PROP_ID(PR_OBJECT_TYPE): return longProperty(PR_OBJECT_TYPE, MAPI_FOLDER);
     case PROP_ID(PR_ENTRYID): return makeProperty(PR_ENTRYID, scope.folderEntryId(folder.id));

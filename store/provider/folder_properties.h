@@ -1,7 +1,7 @@
 // The properties of a folder that the store keeps right by itself.
 #pragma once
 
-#include "folders.h"
+#include "folder_info.h"
 #include "session_context.h"
 
 namespace fendrel::provider {

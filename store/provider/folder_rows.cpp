@@ -25,7 +25,7 @@ HRESULT FolderRows::fetch(std::span<const PropertyTag> columns) {
     if (!isComputedFolderTag(column) && PROP_ID(column) != PROP_ID(PR_DEPTH)) stored.push_back(column);
   }
   std::vector<Row> rows;
-  const auto status = store::readFolderRows(scope_->database(), folder_, depth_, stored, [&](store::FolderRow&& found) {
+  const auto status = scope_->engine().readFolderRows(folder_, depth_, stored, [&](store::FolderRow&& found) {
     Row& row = rows.emplace_back();
     row.key = found.folder.id;
     std::size_t nextStored = 0;

@@ -10,7 +10,7 @@ namespace fendrel::provider {
 // one before.
 class FolderRows final : public RowSource {
 public:
-  FolderRows(ScopePointer scope, const store::Guid& folder, store::Depth depth)
+  FolderRows(ScopePointer scope, const store::Id& folder, store::Depth depth)
       : scope_(std::move(scope)), folder_(folder), depth_(depth) {}
 
   std::vector<PropertyTag> defaultColumns() const override;
@@ -26,7 +26,7 @@ private:
   HRESULT fetch(std::span<const PropertyTag> columns);
 
   ScopePointer scope_;
-  store::Guid folder_;
+  store::Id folder_;
   store::Depth depth_;
   std::vector<PropertyTag> columns_;
   std::vector<Row> rows_;

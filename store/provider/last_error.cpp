@@ -24,14 +24,14 @@ LPTSTR textBelow(MAPIERROR* error, std::u16string_view text, ULONG flags) {
 
 }  // namespace
 
-HRESULT lastError(const store::Database* database, HRESULT result, ULONG flags, LPMAPIERROR* error) {
+HRESULT lastError(const store::Origin& origin, HRESULT result, ULONG flags, LPMAPIERROR* error) {
   if (!error) return MAPI_E_INVALID_PARAMETER;
   *error = nullptr;
-  if (!database || SUCCEEDED(result)) return S_OK;
-  const store::Status status = database->lastFailure();
-  if (status == store::Status::Ok || toResult(status) != result) return S_OK;
+  if (SUCCEEDED(result)) return S_OK;
+  const store::EngineError failure = origin.lastFailure();
+  if (failure.status == store::Status::Ok || toResult(failure.status) != result) return S_OK;
   std::u16string words;
-  if (!store::fromUtf8(database->lastError(), words) || words.empty()) return S_OK;
+  if (!store::fromUtf8(failure.text, words) || words.empty()) return S_OK;
   auto made = allocateMapi<MAPIERROR>(sizeof(MAPIERROR));
   made->ulVersion = MAPI_ERROR_VERSION;
   made->lpszError = textBelow(made.get(), words, flags);

@@ -1,13 +1,13 @@
 // GetLastError for every object.
 #pragma once
 
-#include "database.h"
 #include "mapi_interfaces.h"
+#include "origin.h"
 
 namespace fendrel::provider {
 
-// A MAPIERROR with the store's last words when it was the store that answered `result` last; else null, because then
+// A MAPIERROR with the origin's last words when it was that which answered `result` last; else null, because then
 // the code says all there is to say.
-HRESULT lastError(const store::Database* database, HRESULT result, ULONG flags, LPMAPIERROR* error);
+HRESULT lastError(const store::Origin& origin, HRESULT result, ULONG flags, LPMAPIERROR* error);
 
 }  // namespace fendrel::provider

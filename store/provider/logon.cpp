@@ -1,27 +1,27 @@
 #include "logon.h"
 
+#include "database_profiles.h"
 #include "logon_dialog.h"
 #include "password_gate.h"
 #include "session.h"
 #include "status_codes.h"
-#include "store_file.h"
 #include "text.h"
 
 namespace fendrel::provider {
 namespace {
 
 // The profile to log on to, its password checked.
-HRESULT chooseProfile(store::Database& database, ULONG_PTR window, const void* profileName, const void* password,
+HRESULT chooseProfile(store::ProfileBook& profiles, ULONG_PTR window, const void* profileName, const void* password,
                       ULONG flags, store::Profile& profile) {
   const std::u16string name = textArgument(profileName, flags);
   const bool mayAsk = (flags & MAPI_LOGON_UI) != 0;
   store::Status status = store::Status::NotFound;
   if (!name.empty()) {
-    status = store::findProfile(database, name, profile);
+    status = profiles.find(name, profile);
   } else if (flags & MAPI_USE_DEFAULT) {
-    status = store::findDefaultProfile(database, profile);
+    status = profiles.findDefault(profile);
   } else if (mayAsk) {
-    return askForProfile(database, window, profile);
+    return askForProfile(profiles, window, profile);
   }
   if (status == store::Status::NotFound) return MAPI_E_LOGON_FAILED;
   if (status != store::Status::Ok) return toResult(status);
@@ -66,13 +66,14 @@ HRESULT logon(ULONG_PTR window, const void* profileName, const void* password, U
     }
   }
   auto context = std::make_shared<SessionContext>();
-  if (const HRESULT result = openStoreFile(context->database); FAILED(result)) return result;
-  const HRESULT result = chooseProfile(*context->database, window, profileName, password, flags, context->profile);
+  if (const auto status = store::openProfileBook(context->profiles); status != store::Status::Ok) {
+    return toResult(status);
+  }
+  const HRESULT result = chooseProfile(*context->profiles, window, profileName, password, flags, context->profile);
   if (FAILED(result)) return result;
-  store::StoreInfo publicStore;
-  const auto status = store::findPublicStore(*context->database, publicStore);
-  if (status != store::Status::Ok) return toResult(status);
-  context->publicStore = publicStore.id;
+  if (const auto status = context->profiles->open(context->profile, context->engine); status != store::Status::Ok) {
+    return toResult(status);
+  }
   std::shared_ptr<SharedLogon> shared;
   if (flags & MAPI_ALLOW_OTHERS) shared = sharedSession().offer(context);
   auto opened = makeObject<Session>(std::move(context), std::move(shared));

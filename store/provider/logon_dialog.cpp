@@ -127,13 +127,13 @@ private:
 
 }  // namespace
 
-HRESULT askForProfile(store::Database& database, ULONG_PTR window, store::Profile& profile) {
-  std::vector<store::Profile> profiles;
-  if (const auto status = store::listProfiles(database, profiles); status != store::Status::Ok) return toResult(status);
-  if (profiles.empty()) return MAPI_E_LOGON_FAILED;
+HRESULT askForProfile(store::ProfileBook& profiles, ULONG_PTR window, store::Profile& profile) {
+  std::vector<store::Profile> all;
+  if (const auto status = profiles.list(all); status != store::Status::Ok) return toResult(status);
+  if (all.empty()) return MAPI_E_LOGON_FAILED;
   // Window handles fit into 32 bits, and callers may have narrowed theirs.
   const auto parent = reinterpret_cast<HWND>(static_cast<LONG_PTR>(static_cast<LONG>(window)));
-  return ChooseProfile(std::move(profiles)).show(IsWindow(parent) ? parent : nullptr, profile);
+  return ChooseProfile(std::move(all)).show(IsWindow(parent) ? parent : nullptr, profile);
 }
 
 }  // namespace fendrel::provider

@@ -57,7 +57,7 @@ public:
   explicit MapiObject(ObjectHome home) : home_(std::move(home)) {}
 
   STDMETHODIMP GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) override {
-    return guarded([&] { return lastError(home_.database.get(), result, flags, error); });
+    return guarded([&] { return lastError(*home_.origin, result, flags, error); });
   }
   STDMETHODIMP SaveChanges(ULONG flags) override {
     return locked([&] { return saveChanges(flags); });
@@ -94,10 +94,10 @@ public:
   }
   STDMETHODIMP GetNamesFromIDs(LPSPropTagArray* tags, LPGUID set, ULONG flags, ULONG* count,
                                LPMAPINAMEID** names) override {
-    return locked([&] { return getNamesFromIds(*home_.database, tags, set, flags, count, names); });
+    return locked([&] { return getNamesFromIds(*home_.origin, tags, set, flags, count, names); });
   }
   STDMETHODIMP GetIDsFromNames(ULONG count, LPMAPINAMEID* names, ULONG flags, LPSPropTagArray* tags) override {
-    return locked([&] { return getIdsFromNames(*home_.database, count, names, flags, tags); });
+    return locked([&] { return getIdsFromNames(*home_.origin, count, names, flags, tags); });
   }
 
 protected:

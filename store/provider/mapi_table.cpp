@@ -43,7 +43,7 @@ std::vector<ULONG> MapiTable::shownTags(const std::vector<PropertyTag>& tags) co
 }
 
 STDMETHODIMP MapiTable::GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) {
-  return guarded([&] { return lastError(home_.database.get(), result, flags, error); });
+  return guarded([&] { return lastError(*home_.origin, result, flags, error); });
 }
 
 STDMETHODIMP MapiTable::Advise(ULONG, LPMAPIADVISESINK, UlongPtr*) { return MAPI_E_NO_SUPPORT; }

@@ -13,12 +13,10 @@ Property findProperty(std::span<const Property> properties, PropertyTag tag) {
 }
 
 bool MemoryRows::hand(std::size_t index, std::span<const PropertyTag> columns, const RowSink& sink) const {
-  RowKey key{};
-  std::memcpy(key.bytes, &index, sizeof index);
   std::vector<Property> values;
   values.reserve(columns.size());
   for (const PropertyTag column : columns) values.push_back(findProperty(rows_[index], column));
-  return sink(key, values);
+  return sink(RowKey(std::as_bytes(std::span(&index, 1))), values);
 }
 
 HRESULT MemoryRows::scan(std::span<const PropertyTag> columns, const RowSink& sink) {
@@ -31,7 +29,7 @@ HRESULT MemoryRows::scan(std::span<const PropertyTag> columns, const RowSink& si
 HRESULT MemoryRows::read(std::span<const RowKey> rows, std::span<const PropertyTag> columns, const RowSink& sink) {
   for (const RowKey& row : rows) {
     std::size_t index = 0;
-    std::memcpy(&index, row.bytes, sizeof index);
+    std::memcpy(&index, row.bytes().data(), sizeof index);
     if (!hand(index, columns, sink)) break;
   }
   return S_OK;

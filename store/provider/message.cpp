@@ -24,9 +24,9 @@ constexpr ULONG objectsOfMessages[] = {PR_MESSAGE_RECIPIENTS, PR_MESSAGE_ATTACHM
 
 }  // namespace
 
-Message::Message(ScopePointer scope, const store::Guid& folder, store::MessageKind kind)
+Message::Message(ScopePointer scope, const store::Id& folder, store::MessageKind kind)
     : MapiObject(homeOf(scope->session)), scope_(std::move(scope)), writable_(true), isSaved_(false),
-      draft_(scope_->session->database) {
+      draft_(scope_->session->engine) {
   info_.folder = folder;
   info_.kind = kind;
   readState_ = true;  // its maker has read it
@@ -34,7 +34,7 @@ Message::Message(ScopePointer scope, const store::Guid& folder, store::MessageKi
 
 Message::Message(ScopePointer scope, const store::MessageInfo& info, bool writable)
     : MapiObject(homeOf(scope->session)), scope_(std::move(scope)), writable_(writable), isSaved_(true), info_(info),
-      draft_(scope_->session->database) {
+      draft_(scope_->session->engine) {
   draft_.setSaved(info.id, std::nullopt);
 }
 
@@ -67,7 +67,7 @@ HRESULT Message::readProperties(std::span<const PropertyTag> tags, std::vector<P
   if (isSaved_ && !readState_) {
     // Somebody may have read or deleted it since.
     store::MessageInfo now;
-    const auto status = store::findMessage(scope_->database(), info_.id, now);
+    const auto status = scope_->engine().findMessage(info_.id, now);
     if (status == store::Status::NotFound) return MAPI_E_OBJECT_DELETED;
     if (status != store::Status::Ok) return toResult(status);
     info_.isRead = now.isRead;
@@ -169,14 +169,14 @@ HRESULT Message::saveChanges(ULONG flags) {
     store::MessageDraft draft;
     if (const HRESULT result = draftOf(draft, (flags & FORCE_SAVE) != 0); FAILED(result)) return result;
     store::MessageInfo saved;
-    const auto status = store::saveMessage(scope_->database(), draft, saved);
+    const auto status = scope_->engine().saveMessage(draft, saved);
     if (status == store::Status::NotFound && isSaved_) return MAPI_E_OBJECT_DELETED;
     if (status != store::Status::Ok) return toResult(status);
-    info_ = saved;
+    info_ = std::move(saved);
     isSaved_ = true;
     readState_.reset();
     draft_.changes().clear();
-    draft_.setSaved(saved.id, std::nullopt);
+    draft_.setSaved(info_.id, std::nullopt);
     attachments_.clear();
   }
   // Without a wish to keep it open the message has been given up.
@@ -205,7 +205,7 @@ HRESULT Message::openProperty(ULONG tag, REFIID iid, ULONG options, ULONG flags,
 HRESULT Message::attachmentNumbers(std::vector<ULONG>& numbers) const {
   if (isSaved_) {
     std::vector<store::AttachmentRow> rows;
-    const auto status = store::readAttachmentRows(scope_->database(), info_.id, {}, rows);
+    const auto status = scope_->engine().readAttachmentRows(info_.id, {}, rows);
     if (status != store::Status::Ok) return toResult(status);
     for (const auto& row : rows) numbers.push_back(row.number);
   }
@@ -218,7 +218,7 @@ HRESULT Message::attachmentNumbers(std::vector<ULONG>& numbers) const {
 }
 
 HRESULT Message::attachmentRow(ULONG number, std::vector<Property>& row) const {
-  DraftProperties draft(scope_->session->database);
+  DraftProperties draft(scope_->session->engine);
   if (const HRESULT result = attachmentDraft(number, draft); FAILED(result)) return result;
   return provider::attachmentRow(*scope_, number, draft, row);
 }
@@ -255,7 +255,7 @@ STDMETHODIMP Message::OpenAttach(ULONG number, LPCIID iid, ULONG flags, LPATTACH
     if (!accepts<IAttach>(iid)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
     bool writable = false;
     if (const HRESULT result = accessFor(flags, writable_, writable); FAILED(result)) return result;
-    DraftProperties draft(scope_->session->database);
+    DraftProperties draft(scope_->session->engine);
     if (const HRESULT result = attachmentDraft(number, draft); FAILED(result)) return result;
     auto opened = makeObject<Attachment>(this, number, std::move(draft), writable);
     return handOut(opened, attachment);
@@ -271,7 +271,7 @@ STDMETHODIMP Message::CreateAttach(LPCIID iid, ULONG, ULONG* number, LPATTACH* a
     std::vector<ULONG> numbers;
     if (const HRESULT result = attachmentNumbers(numbers); FAILED(result)) return result;
     if (!numbers.empty()) nextAttachment_ = std::max(nextAttachment_, numbers.back() + 1);
-    auto created = makeObject<Attachment>(this, nextAttachment_, DraftProperties(scope_->session->database), true);
+    auto created = makeObject<Attachment>(this, nextAttachment_, DraftProperties(scope_->session->engine), true);
     *number = nextAttachment_++;
     return handOut(created, attachment);
   });
@@ -333,7 +333,7 @@ STDMETHODIMP Message::SetReadFlag(ULONG flags) {
       return S_OK;
     }
     if (!scope_->writable) return MAPI_E_NO_ACCESS;
-    const auto status = store::setRead(scope_->database(), info_.id, isRead);
+    const auto status = scope_->engine().setRead(info_.id, isRead, {});
     if (status == store::Status::Ok) info_.isRead = isRead;
     return toResult(status);
   });

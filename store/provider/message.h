@@ -13,7 +13,7 @@ namespace fendrel::provider {
 class Message final : public MapiObject<IMessage> {
 public:
   // A new one, which is in no folder before its first save.
-  Message(ScopePointer scope, const store::Guid& folder, store::MessageKind kind);
+  Message(ScopePointer scope, const store::Id& folder, store::MessageKind kind);
   // A saved one.
   Message(ScopePointer scope, const store::MessageInfo& info, bool writable);
 

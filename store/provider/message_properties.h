@@ -1,7 +1,7 @@
 // The properties of a message that the store computes.
 #pragma once
 
-#include "messages.h"
+#include "message_info.h"
 #include "session_context.h"
 
 namespace fendrel::provider {

@@ -74,7 +74,7 @@ std::vector<PropertyTag> MessageRows::allColumns() const {
 HRESULT MessageRows::scan(std::span<const PropertyTag> columns, const RowSink& sink) {
   const Plan plan(*scope_, columns);
   return toResult(
-      store::readMessageRows(scope_->database(), folder_, kind_, plan.stored(), [&](store::MessageRow&& row) {
+      scope_->engine().readMessageRows(folder_, kind_, plan.stored(), [&](store::MessageRow&& row) {
         auto values = plan.rowOf(row);
         return sink(row.message.id, values);
       }));
@@ -83,7 +83,7 @@ HRESULT MessageRows::scan(std::span<const PropertyTag> columns, const RowSink& s
 HRESULT MessageRows::read(std::span<const RowKey> rows, std::span<const PropertyTag> columns, const RowSink& sink) {
   const Plan plan(*scope_, columns);
   return toResult(
-      store::readMessageRowsOf(scope_->database(), folder_, rows, plan.stored(), [&](store::MessageRow&& row) {
+      scope_->engine().readMessageRowsOf(folder_, rows, plan.stored(), [&](store::MessageRow&& row) {
         auto values = plan.rowOf(row);
         return sink(row.message.id, values);
       }));

@@ -8,7 +8,7 @@ namespace fendrel::provider {
 
 class MessageRows final : public RowSource {
 public:
-  MessageRows(ScopePointer scope, const store::Guid& folder, store::MessageKind kind)
+  MessageRows(ScopePointer scope, const store::Id& folder, store::MessageKind kind)
       : scope_(std::move(scope)), folder_(folder), kind_(kind) {}
 
   std::vector<PropertyTag> defaultColumns() const override;
@@ -18,7 +18,7 @@ public:
 
 private:
   ScopePointer scope_;
-  store::Guid folder_;
+  store::Id folder_;
   store::MessageKind kind_;
 };
 

@@ -12,7 +12,7 @@ namespace fendrel::provider {
 namespace {
 
 struct StandardFolder {
-  store::Guid store::StoreInfo::*folder;
+  store::Id store::StoreInfo::*folder;
   ULONG tag;
   ULONG validBit;
 };
@@ -55,8 +55,8 @@ std::vector<Property> computedStoreProperties(const StoreScope& scope) {
       longProperty(PR_ACCESS_LEVEL, scope.writable ? MAPI_MODIFY : 0)};
   ULONG valid = 0;
   for (const StandardFolder& standard : standardFolders) {
-    const store::Guid& folder = scope.store.*standard.folder;
-    if (folder == store::noGuid) continue;
+    const store::Id& folder = scope.store.*standard.folder;
+    if (folder.empty()) continue;
     valid |= standard.validBit;
     if (standard.tag) properties.push_back(makeProperty(standard.tag, scope.folderEntryId(folder)));
   }
@@ -67,7 +67,7 @@ std::vector<Property> computedStoreProperties(const StoreScope& scope) {
 HRESULT MessageStore::readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) {
   const auto computed = computedStoreProperties(*scope_);
   std::vector<Property> stored;
-  const auto status = store::readStoreProperties(scope_->database(), scope_->store.id, tags, stored);
+  const auto status = scope_->engine().readStoreProperties(scope_->store.id, tags, stored);
   if (status != store::Status::Ok) return toResult(status);
   for (const PropertyTag tag : tags) {
     Property property = findProperty(computed, tag);
@@ -77,7 +77,7 @@ HRESULT MessageStore::readProperties(std::span<const PropertyTag> tags, std::vec
 }
 
 HRESULT MessageStore::readAllProperties(std::vector<Property>& found) {
-  const auto status = store::readStoreProperties(scope_->database(), scope_->store.id, {}, found);
+  const auto status = scope_->engine().readStoreProperties(scope_->store.id, {}, found);
   if (status != store::Status::Ok) return toResult(status);
   auto computed = computedStoreProperties(*scope_);
   std::erase_if(found, [&](const Property& property) { return findProperty(computed, property.tag).tag != 0; });
@@ -90,7 +90,7 @@ HRESULT MessageStore::checkProperty(PropertyTag tag) const {
 }
 
 HRESULT MessageStore::changeProperties(std::span<const Property> set, std::span<const PropertyTag> remove) {
-  return toResult(store::changeStoreProperties(scope_->database(), scope_->store.id, set, remove));
+  return toResult(scope_->engine().changeStoreProperties(scope_->store.id, set, remove));
 }
 
 HRESULT MessageStore::openProperty(ULONG tag, REFIID iid, ULONG options, ULONG flags, IUnknown** object) {
@@ -119,7 +119,7 @@ STDMETHODIMP MessageStore::GetReceiveFolder(LPTSTR, ULONG flags, ULONG* size, LP
     *size = 0;
     *entryId = nullptr;
     // Nothing is delivered into a public store.
-    if (scope_->store.inbox == store::noGuid) return MAPI_E_NO_SUPPORT;
+    if (scope_->store.inbox.empty()) return MAPI_E_NO_SUPPORT;
     // All classes go to the one inbox; the class that says so is the empty one.
     if (explicitClass) {
       const std::size_t unit = textForm(flags) == TextForm::Wide ? sizeof(wchar_t) : sizeof(char);
@@ -133,8 +133,8 @@ STDMETHODIMP MessageStore::GetReceiveFolderTable(ULONG flags, LPMAPITABLE* table
   if (!table) return MAPI_E_INVALID_PARAMETER;
   return locked([&]() -> HRESULT {
     *table = nullptr;
-    const store::Guid& inbox = scope_->store.inbox;
-    if (inbox == store::noGuid) return MAPI_E_NO_SUPPORT;
+    const store::Id& inbox = scope_->store.inbox;
+    if (inbox.empty()) return MAPI_E_NO_SUPPORT;
     const MemoryRows::Row row = {makeProperty(PR_MESSAGE_CLASS_W, std::u16string()),
                                  makeProperty(PR_ENTRYID, scope_->folderEntryId(inbox)),
                                  makeProperty(PR_RECORD_KEY, bytesOf(inbox)),

@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "mapi_interfaces.h"
-#include "named_properties.h"
 #include "property_values.h"
 #include "status_codes.h"
 
@@ -89,11 +88,11 @@ bool isWanted(const PropertyName& name, ULONG flags) {
 }
 
 // What stands in the list of all names, tags and names alike.
-HRESULT listAll(store::Database& database, const GUID* set, ULONG flags, std::vector<ULONG>& tags,
+HRESULT listAll(store::Origin& origin, const GUID* set, ULONG flags, std::vector<ULONG>& tags,
                 std::vector<std::optional<PropertyName>>& names) {
   std::vector<NamedProperty> all;
   const store::Guid wanted = set ? guidOf(*set) : store::Guid{};
-  const auto status = store::listNamedProperties(database, set ? &wanted : nullptr, all);
+  const auto status = origin.listNamedProperties(set ? &wanted : nullptr, all);
   if (status != store::Status::Ok) return toResult(status);
   for (NamedProperty& property : all) {
     if (!isWanted(property.name, flags)) continue;
@@ -105,14 +104,14 @@ HRESULT listAll(store::Database& database, const GUID* set, ULONG flags, std::ve
 
 }  // namespace
 
-HRESULT getIdsFromNames(store::Database& database, ULONG count, MAPINAMEID** names, ULONG flags,
+HRESULT getIdsFromNames(store::Origin& origin, ULONG count, MAPINAMEID** names, ULONG flags,
                         LPSPropTagArray* tags) {
   if (!tags || (count != 0) != (names != nullptr)) return MAPI_E_INVALID_PARAMETER;
   *tags = nullptr;
   std::vector<ULONG> answer;
   if (count == 0) {
     std::vector<std::optional<PropertyName>> all;
-    if (const HRESULT result = listAll(database, nullptr, 0, answer, all); FAILED(result)) return result;
+    if (const HRESULT result = listAll(origin, nullptr, 0, answer, all); FAILED(result)) return result;
     *tags = makeTagArray(answer).release();
     return S_OK;
   }
@@ -124,7 +123,7 @@ HRESULT getIdsFromNames(store::Database& database, ULONG count, MAPINAMEID** nam
   }
   std::vector<std::uint16_t> ids;
   const auto ifUnknown = flags & MAPI_CREATE ? store::IfUnknown::Create : store::IfUnknown::Leave;
-  const auto status = store::identifiersOf(database, kept, ifUnknown, ids);
+  const auto status = origin.identifiersOf(kept, ifUnknown, ids);
   if (status != store::Status::Ok) return toResult(status);
   bool complete = true;
   std::size_t next = 0;
@@ -139,7 +138,7 @@ HRESULT getIdsFromNames(store::Database& database, ULONG count, MAPINAMEID** nam
   return complete ? S_OK : MAPI_W_ERRORS_RETURNED;
 }
 
-HRESULT getNamesFromIds(store::Database& database, LPSPropTagArray* tags, const GUID* set, ULONG flags, ULONG* count,
+HRESULT getNamesFromIds(store::Origin& origin, LPSPropTagArray* tags, const GUID* set, ULONG flags, ULONG* count,
                         LPMAPINAMEID** names) {
   if (!tags || !count || !names) return MAPI_E_INVALID_PARAMETER;
   *count = 0;
@@ -147,7 +146,7 @@ HRESULT getNamesFromIds(store::Database& database, LPSPropTagArray* tags, const 
   std::vector<std::optional<PropertyName>> found;
   if (!*tags) {
     std::vector<ULONG> all;
-    if (const HRESULT result = listAll(database, set, flags, all, found); FAILED(result)) return result;
+    if (const HRESULT result = listAll(origin, set, flags, all, found); FAILED(result)) return result;
     auto list = makeNames(found);
     *tags = makeTagArray(all).release();
     *count = static_cast<ULONG>(all.size());
@@ -157,7 +156,7 @@ HRESULT getNamesFromIds(store::Database& database, LPSPropTagArray* tags, const 
   const auto asked = tagsOf(**tags);
   std::vector<std::uint16_t> ids;
   for (const ULONG tag : asked) ids.push_back(static_cast<std::uint16_t>(PROP_ID(tag)));
-  if (const auto status = store::namesOf(database, ids, found); status != store::Status::Ok) return toResult(status);
+  if (const auto status = origin.namesOf(ids, found); status != store::Status::Ok) return toResult(status);
   bool complete = true;
   for (std::size_t i = 0; i < ids.size(); ++i) {
     if (ids[i] != 0 && ids[i] < store::firstNamedProperty) found[i] = PropertyName{mapiSet(), std::int32_t{ids[i]}};

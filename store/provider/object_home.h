@@ -4,13 +4,13 @@
 #include <memory>
 #include <mutex>
 
-#include "database.h"
+#include "origin.h"
 
 namespace fendrel::provider {
 
 struct ObjectHome {
   std::shared_ptr<std::recursive_mutex> mutex;  // taken by every call
-  std::shared_ptr<store::Database> database;    // whose last words it repeats
+  std::shared_ptr<store::Origin> origin;        // whose last words it repeats
 };
 
 }  // namespace fendrel::provider

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "mapi_interfaces.h"
-#include "profiles.h"
+#include "profile_book.h"
 
 namespace fendrel::provider {
 

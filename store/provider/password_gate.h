@@ -2,7 +2,7 @@
 #pragma once
 
 #include "mapi_interfaces.h"
-#include "profiles.h"
+#include "profile_book.h"
 
 namespace fendrel::provider {
 

@@ -5,7 +5,6 @@
 #include "memory_rows.h"
 #include "password.h"
 #include "password_gate.h"
-#include "profiles.h"
 #include "service_admin.h"
 #include "status_codes.h"
 
@@ -18,9 +17,9 @@ constexpr std::size_t longestName = cchProfileNameMax;
 constexpr ULONG withMailbox = 0x00010000;
 
 // A profile that the caller may change: there, and opened with its password.
-HRESULT unlockedProfile(store::Database& database, const void* name, const void* password, ULONG flags,
+HRESULT unlockedProfile(store::ProfileBook& profiles, const void* name, const void* password, ULONG flags,
                         store::Profile& profile) {
-  const auto status = store::findProfile(database, textArgument(name, flags), profile);
+  const auto status = profiles.find(textArgument(name, flags), profile);
   if (status != store::Status::Ok) return toResult(status);
   return tryPassword(profile, textArgument(password, flags));
 }
@@ -28,7 +27,7 @@ HRESULT unlockedProfile(store::Database& database, const void* name, const void*
 }  // namespace
 
 STDMETHODIMP ProfileAdmin::GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) {
-  return guarded([&] { return lastError(database_.get(), result, flags, error); });
+  return guarded([&] { return lastError(*profiles_, result, flags, error); });
 }
 
 STDMETHODIMP ProfileAdmin::GetProfileTable(ULONG flags, LPMAPITABLE* table) {
@@ -36,7 +35,7 @@ STDMETHODIMP ProfileAdmin::GetProfileTable(ULONG flags, LPMAPITABLE* table) {
   return guarded([&] {
     *table = nullptr;
     std::vector<store::Profile> profiles;
-    const auto status = store::listProfiles(*database_, profiles);
+    const auto status = profiles_->list(profiles);
     if (status != store::Status::Ok) return toResult(status);
     std::vector<MemoryRows::Row> rows;
     for (const store::Profile& profile : profiles) {
@@ -48,8 +47,8 @@ STDMETHODIMP ProfileAdmin::GetProfileTable(ULONG flags, LPMAPITABLE* table) {
     auto source = std::make_unique<MemoryRows>(
         std::vector<PropertyTag>{PR_DISPLAY_NAME_W, PR_DEFAULT_PROFILE, PR_INSTANCE_KEY, PR_MAILBOX_OWNER_NAME_W},
         std::move(rows));
-    auto opened = makeObject<MapiTable>(ObjectHome{std::make_shared<std::recursive_mutex>(), database_}, std::move(source),
-                                         textForm(flags));
+    auto opened = makeObject<MapiTable>(ObjectHome{std::make_shared<std::recursive_mutex>(), profiles_},
+                                        std::move(source), textForm(flags));
     return handOut(opened, table);
   });
 }
@@ -65,7 +64,7 @@ STDMETHODIMP ProfileAdmin::CreateProfile(LPTSTR name, LPTSTR password, ULONG_PTR
     if (!secret.empty()) {
       if (const HRESULT result = hashPassword(secret, profile.password); FAILED(result)) return result;
     }
-    const auto status = store::createProfile(*database_, profile);
+    const auto status = profiles_->create(profile);
     if (status == store::Status::Ok) noteMade(profile.name);
     // The published answer to a name that is taken.
     return status == store::Status::AlreadyExists ? MAPI_E_NO_ACCESS : toResult(status);
@@ -75,14 +74,14 @@ STDMETHODIMP ProfileAdmin::CreateProfile(LPTSTR name, LPTSTR password, ULONG_PTR
 STDMETHODIMP ProfileAdmin::DeleteProfile(LPTSTR name, ULONG flags) {
   if (!name) return MAPI_E_INVALID_PARAMETER;
   const auto mailbox = flags & withMailbox ? store::MailboxFate::Deleted : store::MailboxFate::Kept;
-  return guarded([&] { return toResult(store::deleteProfile(*database_, textArgument(name, flags), mailbox)); });
+  return guarded([&] { return toResult(profiles_->remove(textArgument(name, flags), mailbox)); });
 }
 
 STDMETHODIMP ProfileAdmin::ChangeProfilePassword(LPTSTR name, LPTSTR oldPassword, LPTSTR newPassword, ULONG flags) {
   if (!name) return MAPI_E_INVALID_PARAMETER;
   return guarded([&] {
     store::Profile profile;
-    if (const HRESULT result = unlockedProfile(*database_, name, oldPassword, flags, profile); FAILED(result)) {
+    if (const HRESULT result = unlockedProfile(*profiles_, name, oldPassword, flags, profile); FAILED(result)) {
       return result;
     }
     store::PasswordRecord record;
@@ -90,7 +89,7 @@ STDMETHODIMP ProfileAdmin::ChangeProfilePassword(LPTSTR name, LPTSTR oldPassword
     if (!secret.empty()) {
       if (const HRESULT result = hashPassword(secret, record); FAILED(result)) return result;
     }
-    return toResult(store::setPassword(*database_, profile.name, record));
+    return toResult(profiles_->setPassword(profile.name, record));
   });
 }
 
@@ -101,14 +100,14 @@ STDMETHODIMP ProfileAdmin::CopyProfile(LPTSTR name, LPTSTR password, LPTSTR newN
     store::Profile profile;
     const std::u16string wanted = textArgument(newName, flags);
     if (wanted.empty() || wanted.size() > longestName) return MAPI_E_INVALID_PARAMETER;
-    if (const HRESULT result = unlockedProfile(*database_, name, password, flags, profile); FAILED(result)) {
+    if (const HRESULT result = unlockedProfile(*profiles_, name, password, flags, profile); FAILED(result)) {
       return result;
     }
     store::Profile copy;
     copy.name = wanted;
     copy.userName = profile.userName;
     copy.password = profile.password;
-    const auto status = store::createProfile(*database_, copy);
+    const auto status = profiles_->create(copy);
     return status == store::Status::AlreadyExists ? MAPI_E_NO_ACCESS : toResult(status);
   });
 }
@@ -129,16 +128,16 @@ STDMETHODIMP ProfileAdmin::RenameProfile(LPTSTR name, LPTSTR password, LPTSTR ne
     const std::u16string wanted = textArgument(newName, flags);
     if (wanted.empty() || wanted.size() > longestName) return MAPI_E_INVALID_PARAMETER;
     store::Profile profile;
-    if (const HRESULT result = unlockedProfile(*database_, name, password, flags, profile); FAILED(result)) {
+    if (const HRESULT result = unlockedProfile(*profiles_, name, password, flags, profile); FAILED(result)) {
       return result;
     }
-    return toResult(store::renameProfile(*database_, profile.name, wanted));
+    return toResult(profiles_->rename(profile.name, wanted));
   });
 }
 
 STDMETHODIMP ProfileAdmin::SetDefaultProfile(LPTSTR name, ULONG flags) {
   if (!name) return MAPI_E_INVALID_PARAMETER;
-  return guarded([&] { return toResult(store::setDefaultProfile(*database_, textArgument(name, flags))); });
+  return guarded([&] { return toResult(profiles_->setDefault(textArgument(name, flags))); });
 }
 
 STDMETHODIMP ProfileAdmin::AdminServices(LPTSTR name, LPTSTR password, ULONG_PTR, ULONG flags, LPSERVICEADMIN* admin) {
@@ -146,10 +145,10 @@ STDMETHODIMP ProfileAdmin::AdminServices(LPTSTR name, LPTSTR password, ULONG_PTR
   return guarded([&] {
     *admin = nullptr;
     store::Profile profile;
-    if (const HRESULT result = unlockedProfile(*database_, name, password, flags, profile); FAILED(result)) {
+    if (const HRESULT result = unlockedProfile(*profiles_, name, password, flags, profile); FAILED(result)) {
       return result;
     }
-    auto opened = makeObject<ServiceAdmin>(database_, profile.name, hasMade(profile.name));
+    auto opened = makeObject<ServiceAdmin>(profiles_, profile.name, hasMade(profile.name));
     return handOut(opened, admin);
   });
 }

@@ -7,13 +7,13 @@
 #include <string>
 
 #include "mapi_interfaces.h"
-#include "database.h"
+#include "profile_book.h"
 
 namespace fendrel::provider {
 
 class ProfileAdmin final : public ComObject<IProfAdmin> {
 public:
-  explicit ProfileAdmin(std::shared_ptr<store::Database> database) : database_(std::move(database)) {}
+  explicit ProfileAdmin(std::shared_ptr<store::ProfileBook> profiles) : profiles_(std::move(profiles)) {}
 
   STDMETHODIMP GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) override;
   STDMETHODIMP GetProfileTable(ULONG flags, LPMAPITABLE* table) override;
@@ -31,7 +31,7 @@ private:
   void noteMade(const std::u16string& name);
   bool hasMade(const std::u16string& name);
 
-  std::shared_ptr<store::Database> database_;
+  std::shared_ptr<store::ProfileBook> profiles_;
   std::mutex mutex_;
   std::set<std::u16string> made_;  // by this object
 };

@@ -1,18 +1,17 @@
 #include "profile_section.h"
 
 #include "memory_rows.h"
-#include "profiles.h"
 #include "status_codes.h"
 
 namespace fendrel::provider {
 
-ProfileSection::ProfileSection(std::shared_ptr<store::Database> database, std::u16string profile, bool writable)
-    : MapiObject({std::make_shared<std::recursive_mutex>(), database}), database_(std::move(database)),
+ProfileSection::ProfileSection(std::shared_ptr<store::ProfileBook> profiles, std::u16string profile, bool writable)
+    : MapiObject({std::make_shared<std::recursive_mutex>(), profiles}), profiles_(std::move(profiles)),
       profile_(std::move(profile)), writable_(writable) {}
 
 HRESULT ProfileSection::readAllProperties(std::vector<Property>& found) {
   store::Profile profile;
-  const auto status = store::findProfile(*database_, profile_, profile);
+  const auto status = profiles_->find(profile_, profile);
   if (status != store::Status::Ok) return toResult(status);
   found = {longProperty(PR_OBJECT_TYPE, MAPI_PROFSECT),
            makeProperty(PR_PROFILE_NAME_W, profile.name),
@@ -39,19 +38,19 @@ HRESULT ProfileSection::changeProperties(std::span<const Property> set, std::spa
   for (const Property& property : set) {
     const auto* userName = textOf(property);
     if (!userName || userName->empty()) return MAPI_E_INVALID_PARAMETER;
-    const auto status = store::setUserName(*database_, profile_, *userName);
+    const auto status = profiles_->setUserName(profile_, *userName);
     if (status != store::Status::Ok) return toResult(status);
   }
   return S_OK;
 }
 
-HRESULT openProfileSection(const std::shared_ptr<store::Database>& database, const std::u16string& profile,
+HRESULT openProfileSection(const std::shared_ptr<store::ProfileBook>& profiles, const std::u16string& profile,
                            const MAPIUID* uid, LPCIID iid, ULONG flags, LPPROFSECT* section) {
   if (!section) return MAPI_E_INVALID_PARAMETER;
   *section = nullptr;
   if (!accepts<IProfSect>(iid)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
   if (uid && !IsEqualMAPIUID(uid, &MUID_PROFILE_INSTANCE)) return MAPI_E_NOT_FOUND;
-  auto opened = makeObject<ProfileSection>(database, profile, (flags & MAPI_MODIFY) != 0);
+  auto opened = makeObject<ProfileSection>(profiles, profile, (flags & MAPI_MODIFY) != 0);
   return handOut(opened, section);
 }
 

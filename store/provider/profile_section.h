@@ -1,8 +1,8 @@
 // IProfSect: what a profile says about itself.
 #pragma once
 
-#include "database.h"
 #include "mapi_object.h"
+#include "profile_book.h"
 
 namespace fendrel::provider {
 
@@ -10,7 +10,7 @@ namespace fendrel::provider {
 // mailbox. A profile that has gone since is MAPI_E_NOT_FOUND.
 class ProfileSection final : public MapiObject<IProfSect> {
 public:
-  ProfileSection(std::shared_ptr<store::Database> database, std::u16string profile, bool writable);
+  ProfileSection(std::shared_ptr<store::ProfileBook> profiles, std::u16string profile, bool writable);
 
 private:
   HRESULT readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) override;
@@ -19,13 +19,13 @@ private:
   HRESULT checkProperty(PropertyTag tag) const override;
   HRESULT changeProperties(std::span<const Property> set, std::span<const PropertyTag> remove) override;
 
-  std::shared_ptr<store::Database> database_;
+  std::shared_ptr<store::ProfileBook> profiles_;
   std::u16string profile_;
   bool writable_;
 };
 
 // OpenProfileSection for whoever offers it. MUID_PROFILE_INSTANCE (or none) is the one section that there is.
-HRESULT openProfileSection(const std::shared_ptr<store::Database>& database, const std::u16string& profile,
+HRESULT openProfileSection(const std::shared_ptr<store::ProfileBook>& profiles, const std::u16string& profile,
                            const MAPIUID* uid, LPCIID iid, ULONG flags, LPPROFSECT* section);
 
 }  // namespace fendrel::provider

@@ -10,7 +10,7 @@
 namespace fendrel::provider {
 
 // Names a row for as long as the table is open.
-using RowKey = store::Guid;
+using RowKey = store::Id;
 
 // One row's values in the order of the columns asked for: tag 0 where it has no such property. False ends the reading.
 // The sink must not call the engine.

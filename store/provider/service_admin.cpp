@@ -4,7 +4,6 @@
 #include "last_error.h"
 #include "mapi_table.h"
 #include "profile_section.h"
-#include "profiles.h"
 #include "property_order.h"
 #include "status_codes.h"
 
@@ -22,13 +21,13 @@ store::Bytes providerUid() {
 }  // namespace
 
 STDMETHODIMP ServiceAdmin::GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) {
-  return guarded([&] { return lastError(database_.get(), result, flags, error); });
+  return guarded([&] { return lastError(*profiles_, result, flags, error); });
 }
 
 // The identifier of a profile's one service is the profile's own.
 HRESULT ServiceAdmin::serviceUid(store::Bytes& uid) const {
   store::Profile profile;
-  if (const auto status = store::findProfile(*database_, profile_, profile); status != store::Status::Ok) {
+  if (const auto status = profiles_->find(profile_, profile); status != store::Status::Ok) {
     return toResult(status);
   }
   uid = bytesOf(profile.id);
@@ -36,13 +35,13 @@ HRESULT ServiceAdmin::serviceUid(store::Bytes& uid) const {
 }
 
 HRESULT ServiceAdmin::openTable(MemoryRows::Row row, ULONG flags, LPMAPITABLE* table) const {
-  auto opened = makeObject<MapiTable>(ObjectHome{std::make_shared<std::recursive_mutex>(), database_},
+  auto opened = makeObject<MapiTable>(ObjectHome{std::make_shared<std::recursive_mutex>(), profiles_},
                                       oneRow(std::move(row)), textForm(flags));
   return handOut(opened, table);
 }
 
 STDMETHODIMP ServiceAdmin::OpenProfileSection(LPMAPIUID uid, LPCIID iid, ULONG flags, LPPROFSECT* section) {
-  return guarded([&] { return openProfileSection(database_, profile_, uid, iid, flags, section); });
+  return guarded([&] { return openProfileSection(profiles_, profile_, uid, iid, flags, section); });
 }
 
 STDMETHODIMP ServiceAdmin::GetMsgServiceTable(ULONG flags, LPMAPITABLE* table) {
@@ -67,8 +66,8 @@ STDMETHODIMP ServiceAdmin::CreateMsgService(LPTSTR service, LPTSTR, ULONG_PTR, U
     if (profileIsNew_) {
       // It was made for that service: a program that gives up would leave one behind that nobody asked for.
       profileIsNew_ = false;
-      store::setPassword(*database_, profile_, {});
-      store::deleteProfile(*database_, profile_, store::MailboxFate::Kept);
+      profiles_->setPassword(profile_, {});
+      profiles_->remove(profile_, store::MailboxFate::Kept);
     }
     return MAPI_E_NO_SUPPORT;
   });

@@ -6,16 +6,16 @@
 #include <string>
 
 #include "mapi_interfaces.h"
-#include "database.h"
 #include "memory_rows.h"
+#include "profile_book.h"
 
 namespace fendrel::provider {
 
 class ServiceAdmin final : public ComObject<IMsgServiceAdmin> {
 public:
   // `profileIsNew`: whoever opens it has just made the profile.
-  ServiceAdmin(std::shared_ptr<store::Database> database, std::u16string profile, bool profileIsNew)
-      : database_(std::move(database)), profile_(std::move(profile)), profileIsNew_(profileIsNew) {}
+  ServiceAdmin(std::shared_ptr<store::ProfileBook> profiles, std::u16string profile, bool profileIsNew)
+      : profiles_(std::move(profiles)), profile_(std::move(profile)), profileIsNew_(profileIsNew) {}
 
   STDMETHODIMP GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) override;
   STDMETHODIMP GetMsgServiceTable(ULONG flags, LPMAPITABLE* table) override;
@@ -36,7 +36,7 @@ private:
   HRESULT serviceUid(store::Bytes& uid) const;
   HRESULT openTable(MemoryRows::Row row, ULONG flags, LPMAPITABLE* table) const;
 
-  std::shared_ptr<store::Database> database_;
+  std::shared_ptr<store::ProfileBook> profiles_;
   std::u16string profile_;
   bool profileIsNew_;
 };

@@ -21,19 +21,19 @@ std::vector<PropertyTag> storeColumns() {
 }  // namespace
 
 STDMETHODIMP Session::GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) {
-  return guarded([&] { return lastError(context_->database.get(), result, flags, error); });
+  return guarded([&] { return lastError(*context_->engine, result, flags, error); });
 }
 
 STDMETHODIMP Session::GetMsgStoresTable(ULONG flags, LPMAPITABLE* table) {
   if (!table) return MAPI_E_INVALID_PARAMETER;
   *table = nullptr;
   return loggedOn([&] {
+    std::vector<store::StoreInfo> stores;
+    if (const auto status = context_->engine->listStores(stores); status != store::Status::Ok) return toResult(status);
     std::vector<MemoryRows::Row> rows;
-    for (const store::Guid& id : {context_->profile.mailbox, context_->publicStore}) {
-      ScopePointer scope;
-      if (const HRESULT result = openStore(context_, id, true, scope); FAILED(result)) return result;
+    for (store::StoreInfo& store : stores) {
       MemoryRows::Row row;
-      const auto properties = computedStoreProperties(*scope);
+      const auto properties = computedStoreProperties({context_, std::move(store), true});
       for (const PropertyTag column : storeColumns()) row.push_back(findProperty(properties, column));
       rows.push_back(std::move(row));
     }
@@ -65,7 +65,7 @@ STDMETHODIMP Session::OpenProfileSection(LPMAPIUID uid, LPCIID iid, ULONG flags,
   if (!section) return MAPI_E_INVALID_PARAMETER;
   *section = nullptr;
   return loggedOn(
-      [&] { return openProfileSection(context_->database, context_->profile.name, uid, iid, flags, section); });
+      [&] { return openProfileSection(context_->profiles, context_->profile.name, uid, iid, flags, section); });
 }
 
 STDMETHODIMP Session::GetStatusTable(ULONG flags, LPMAPITABLE* table) {
@@ -128,7 +128,7 @@ STDMETHODIMP Session::AdminServices(ULONG, LPSERVICEADMIN* admin) {
   if (!admin) return MAPI_E_INVALID_PARAMETER;
   *admin = nullptr;
   return loggedOn([&] {
-    auto opened = makeObject<ServiceAdmin>(context_->database, context_->profile.name, false);
+    auto opened = makeObject<ServiceAdmin>(context_->profiles, context_->profile.name, false);
     return handOut(opened, admin);
   });
 }

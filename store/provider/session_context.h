@@ -4,24 +4,24 @@
 #include <memory>
 #include <mutex>
 
-#include "database.h"
+#include "engine.h"
 #include "entry_id.h"
+#include "ids.h"
 #include "object_home.h"
-#include "profiles.h"
-#include "stores.h"
+#include "profile_book.h"
 
 namespace fendrel::provider {
 
 struct SessionContext {
   std::recursive_mutex mutex;  // taken by every call of every object of the session
-  std::shared_ptr<store::Database> database;
+  std::shared_ptr<store::ProfileBook> profiles;
   store::Profile profile;
-  store::Guid publicStore{};
+  std::shared_ptr<store::Engine> engine;
 };
 using SessionPointer = std::shared_ptr<SessionContext>;
 
 inline ObjectHome homeOf(const SessionPointer& session) {
-  return {std::shared_ptr<std::recursive_mutex>(session, &session->mutex), session->database};
+  return {std::shared_ptr<std::recursive_mutex>(session, &session->mutex), session->engine};
 }
 
 // One opened store of a session.
@@ -30,13 +30,12 @@ struct StoreScope {
   store::StoreInfo store;
   bool writable = false;
 
-  store::Database& database() const { return *session->database; }
-  bool isDefault() const { return store.id == session->profile.mailbox; }
-  // All stores of a database give the same numbers to names of properties; its one public store stands for it.
-  store::Bytes mappingSignature() const { return bytesOf(session->publicStore); }
+  store::Engine& engine() const { return *session->engine; }
+  bool isDefault() const { return store.id == engine().defaultStore(); }
+  store::Bytes mappingSignature() const { return engine().mappingSignature(); }
   store::Bytes storeEntryId() const { return encode({MAPI_STORE, store.id, store.id}); }
-  store::Bytes folderEntryId(const store::Guid& folder) const { return encode({MAPI_FOLDER, store.id, folder}); }
-  store::Bytes messageEntryId(const store::Guid& message) const { return encode({MAPI_MESSAGE, store.id, message}); }
+  store::Bytes folderEntryId(const store::Id& folder) const { return encode({MAPI_FOLDER, store.id, folder}); }
+  store::Bytes messageEntryId(const store::Id& message) const { return encode({MAPI_MESSAGE, store.id, message}); }
 };
 using ScopePointer = std::shared_ptr<const StoreScope>;
 

@@ -49,24 +49,16 @@ HRESULT SavedContent::read(std::uint64_t position, std::span<std::byte> into, st
   return toResult(reader_->read(position, into, count));
 }
 
-WideContent::WideContent(std::shared_ptr<store::Database> database)
-    : database_(std::move(database)), writer_(store::ContentWriter::create(*database_)) {}
+WideContent::WideContent(std::shared_ptr<store::Engine> engine)
+    : engine_(std::move(engine)), writer_(engine_->createContent()) {}
 
-WideContent::WideContent(std::shared_ptr<store::Database> database, std::shared_ptr<store::ContentWriter> writer)
-    : database_(std::move(database)), writer_(std::move(writer)) {}
+WideContent::WideContent(std::shared_ptr<store::Engine> engine, std::shared_ptr<store::ContentWriter> writer)
+    : engine_(std::move(engine)), writer_(std::move(writer)) {}
 
 HRESULT WideContent::makeOwn() {
   if (writer_.use_count() == 1) return S_OK;
-  auto copy = store::ContentWriter::create(*database_);
-  store::Bytes piece(store::contentBlockSize);
-  for (std::uint64_t position = 0;;) {
-    std::size_t count = 0;
-    if (const auto status = writer_->read(position, piece, count); status != store::Status::Ok) return toResult(status);
-    if (count == 0) break;
-    const auto status = copy->write(position, std::span(piece).first(count));
-    if (status != store::Status::Ok) return toResult(status);
-    position += count;
-  }
+  auto copy = engine_->createContent();
+  if (const auto status = copy->copyFrom(*writer_); status != store::Status::Ok) return toResult(status);
   writer_ = std::move(copy);
   return S_OK;
 }
@@ -86,7 +78,7 @@ HRESULT WideContent::resize(std::uint64_t size) {
 }
 
 HRESULT WideContent::copyFrom(store::ContentReader& reader) {
-  writer_ = store::ContentWriter::create(*database_);
+  writer_ = engine_->createContent();
   return toResult(writer_->copyFrom(reader));
 }
 
@@ -143,12 +135,12 @@ HRESULT MemoryContent::commit() {
   return result;
 }
 
-AnsiContent::AnsiContent(std::shared_ptr<store::Database> database, std::u16string_view text)
-    : database_(std::move(database)), content_(streamBytes(PT_STRING8, PropertyValue(std::u16string(text))), {}) {}
+AnsiContent::AnsiContent(std::shared_ptr<store::Engine> engine, std::u16string_view text)
+    : engine_(std::move(engine)), content_(streamBytes(PT_STRING8, PropertyValue(std::u16string(text))), {}) {}
 
 HRESULT AnsiContent::writer(std::shared_ptr<store::ContentWriter>& writer) {
   const PropertyValue text = valueOfStream(PT_STRING8, content_.bytes());
-  writer = store::ContentWriter::create(*database_);
+  writer = engine_->createContent();
   return toResult(writer->write(0, streamBytes(PT_UNICODE, text)));
 }
 

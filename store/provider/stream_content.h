@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "content_reader.h"
-#include "content_writer.h"
+#include "engine.h"
 #include "mapi_interfaces.h"
 #include "property_values.h"
 
@@ -52,21 +51,21 @@ public:
 // Binary, or text in its wide form: bytes go as they come.
 class WideContent final : public DraftContent {
 public:
-  explicit WideContent(std::shared_ptr<store::Database> database);
-  WideContent(std::shared_ptr<store::Database> database, std::shared_ptr<store::ContentWriter> writer);
+  explicit WideContent(std::shared_ptr<store::Engine> engine);
+  WideContent(std::shared_ptr<store::Engine> engine, std::shared_ptr<store::ContentWriter> writer);
   std::uint64_t size() const override { return writer_->size(); }
   HRESULT read(std::uint64_t position, std::span<std::byte> into, std::size_t& count) override;
   HRESULT write(std::uint64_t position, std::span<const std::byte> bytes) override;
   HRESULT resize(std::uint64_t size) override;
   HRESULT writer(std::shared_ptr<store::ContentWriter>& writer) override;
   HRESULT value(PropertyTag tag, PropertyValue& value) override;
-  std::shared_ptr<DraftContent> shared() const override { return std::make_shared<WideContent>(database_, writer_); }
+  std::shared_ptr<DraftContent> shared() const override { return std::make_shared<WideContent>(engine_, writer_); }
   HRESULT copyFrom(store::ContentReader& reader);
 
 private:
   HRESULT makeOwn();
 
-  std::shared_ptr<store::Database> database_;     // outlives the writer
+  std::shared_ptr<store::Engine> engine_;     // outlives the writer
   std::shared_ptr<store::ContentWriter> writer_;  // copied before it changes where others have it too
 };
 
@@ -92,7 +91,7 @@ private:
 // Text in the client's 8-bit form, kept in memory.
 class AnsiContent final : public DraftContent {
 public:
-  AnsiContent(std::shared_ptr<store::Database> database, std::u16string_view text);
+  AnsiContent(std::shared_ptr<store::Engine> engine, std::u16string_view text);
   std::uint64_t size() const override { return content_.size(); }
   HRESULT read(std::uint64_t position, std::span<std::byte> into, std::size_t& count) override {
     return content_.read(position, into, count);
@@ -106,7 +105,7 @@ public:
   std::shared_ptr<DraftContent> shared() const override { return std::make_shared<AnsiContent>(*this); }
 
 private:
-  std::shared_ptr<store::Database> database_;
+  std::shared_ptr<store::Engine> engine_;
   MemoryContent content_;
 };
 

@@ -70,8 +70,7 @@ Database::Database(std::unique_ptr<Connection> connection) : connection_(std::mo
 Database::~Database() = default;
 
 const std::wstring& Database::path() const noexcept { return connection_->path(); }
-std::string Database::lastError() const { return connection_->lastError().text; }
-Status Database::lastFailure() const { return connection_->lastError().status; }
+EngineError Database::lastFailure() const { return connection_->lastError(); }
 
 Status Database::changeCounter(std::uint64_t& counter) {
   return guarded(*this, [&](Connection& connection) {

@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "engine_error.h"
 #include "ids.h"
-#include "status.h"
 
 namespace fendrel::store {
 
@@ -36,9 +36,9 @@ public:
   // The full path it was opened with.
   const std::wstring& path() const noexcept;
 
-  // What the last failed call of any thread said, in English (UTF-8); never cleared by a success.
-  std::string lastError() const;
-  Status lastFailure() const;  // and what it answered; Ok when none has failed
+  // What the last failed call of any thread answered and said; never cleared by a success. Ok: none has failed.
+  EngineError lastFailure() const;
+  std::string lastError() const { return lastFailure().text; }
 
   // Grows whenever this or another process commits a change; equal values mean that nothing changed.
   Status changeCounter(std::uint64_t& counter);

@@ -56,7 +56,7 @@ private:
 
 }  // namespace
 
-Status readFolderRows(Database& database, const Guid& folder, Depth depth, std::span<const PropertyTag> columns,
+Status readFolderRows(Database& database, const Id& folder, Depth depth, std::span<const PropertyTag> columns,
                       const FolderRowSink& sink) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Read);

@@ -15,13 +15,13 @@ struct FolderPlace {
   bool isStandard;
 };
 
-FolderPlace placeOf(Connection& connection, const Guid& folder) {
+FolderPlace placeOf(Connection& connection, const Id& folder) {
   Query query(connection.statement("SELECT id, store, parent, role IS NOT NULL FROM folder WHERE guid = ?"), folder);
   if (!query.step()) fail(Status::NotFound, "The folder does not exist, or exists no longer.");
   return {query->integer(0), query->integer(1), query->integer(2), query->integer(3) != 0};
 }
 
-FolderPlace changeablePlaceOf(Connection& connection, const Guid& folder) {
+FolderPlace changeablePlaceOf(Connection& connection, const Id& folder) {
   const FolderPlace place = placeOf(connection, folder);
   if (place.isStandard) fail(Status::NoAccess, "A standard folder cannot be renamed, moved or deleted.");
   return place;
@@ -79,9 +79,9 @@ FolderInfo folderAt(const Statement& row) {
   return info;
 }
 
-std::int64_t folderRow(Connection& connection, const Guid& folder) { return placeOf(connection, folder).row; }
+std::int64_t folderRow(Connection& connection, const Id& folder) { return placeOf(connection, folder).row; }
 
-Status createFolder(Database& database, const Guid& parent, const std::u16string& name,
+Status createFolder(Database& database, const Id& parent, const std::u16string& name,
                     std::span<const Property> properties, IfExists ifExists, FolderInfo& folder) {
   return guarded(database, [&](Connection& connection) {
     const std::string utf8 = checkedName(name);
@@ -105,7 +105,7 @@ Status createFolder(Database& database, const Guid& parent, const std::u16string
   });
 }
 
-Status findFolder(Database& database, const Guid& folder, FolderInfo& found) {
+Status findFolder(Database& database, const Id& folder, FolderInfo& found) {
   return guarded(database, [&](Connection& connection) {
     Query query(connection.statement("SELECT " FENDREL_FOLDER_COLUMNS " FROM folder f WHERE f.guid = ?"), folder);
     if (!query.step()) fail(Status::NotFound, "The folder does not exist, or exists no longer.");
@@ -113,11 +113,11 @@ Status findFolder(Database& database, const Guid& folder, FolderInfo& found) {
   });
 }
 
-Status checkFolder(Database& database, const Guid& folder) {
+Status checkFolder(Database& database, const Id& folder) {
   return guarded(database, [&](Connection& connection) { folderRow(connection, folder); });
 }
 
-Status findChild(Database& database, const Guid& parent, const std::u16string& name, FolderInfo& found) {
+Status findChild(Database& database, const Id& parent, const std::u16string& name, FolderInfo& found) {
   return guarded(database, [&](Connection& connection) {
     const std::string utf8 = toUtf8(name);
     Transaction transaction(connection, Transaction::Read);
@@ -127,7 +127,7 @@ Status findChild(Database& database, const Guid& parent, const std::u16string& n
   });
 }
 
-Status renameFolder(Database& database, const Guid& folder, const std::u16string& newName) {
+Status renameFolder(Database& database, const Id& folder, const std::u16string& newName) {
   return guarded(database, [&](Connection& connection) {
     const std::string utf8 = checkedName(newName);
     Transaction transaction(connection, Transaction::Write);
@@ -141,7 +141,7 @@ Status renameFolder(Database& database, const Guid& folder, const std::u16string
   });
 }
 
-Status moveFolder(Database& database, const Guid& folder, const Guid& newParent, const std::u16string& newName) {
+Status moveFolder(Database& database, const Id& folder, const Id& newParent, const std::u16string& newName) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Write);
     const FolderPlace place = changeablePlaceOf(connection, folder);
@@ -160,11 +160,11 @@ Status moveFolder(Database& database, const Guid& folder, const Guid& newParent,
   });
 }
 
-Status deleteFolder(Database& database, const Guid& folder, DeleteFolderOptions options) {
+Status deleteFolder(Database& database, const Id& folder, DeleteFolderOptions options) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Write);
     const FolderPlace place = changeablePlaceOf(connection, folder);
-    if (options.in && folderRow(connection, *options.in) != place.parent) {
+    if (!options.in.empty() && folderRow(connection, options.in) != place.parent) {
       fail(Status::NotFound, "The folder does not lie in that folder, or no longer.");
     }
     if (!options.withFolders && infoOf(connection, place.row).hasSubfolders) {
@@ -179,7 +179,7 @@ Status deleteFolder(Database& database, const Guid& folder, DeleteFolderOptions 
   });
 }
 
-Status readFolderProperties(Database& database, const Guid& folder, std::span<const PropertyTag> tags,
+Status readFolderProperties(Database& database, const Id& folder, std::span<const PropertyTag> tags,
                             std::vector<Property>& properties) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Read);
@@ -187,7 +187,7 @@ Status readFolderProperties(Database& database, const Guid& folder, std::span<co
   });
 }
 
-Status changeFolderProperties(Database& database, const Guid& folder, std::span<const Property> set,
+Status changeFolderProperties(Database& database, const Id& folder, std::span<const Property> set,
                               std::span<const PropertyTag> remove) {
   return guarded(database, [&](Connection& connection) {
     for (const Property& property : set) checkFits(property);

@@ -28,12 +28,12 @@ constexpr const char* chosenRowsAlone =
     " FROM json_each(?2) k CROSS JOIN message m ON m.guid = unhex(k.value) JOIN folder f ON f.id = m.folder "
     "WHERE m.folder = ?1";
 
-std::string guidList(std::span<const Guid> guids) {
+std::string guidList(std::span<const Id> messages) {
   static constexpr char digits[] = "0123456789abcdef";
   std::string list = "[";
-  for (const Guid& guid : guids) {
+  for (const Id& message : messages) {
     list += list.size() > 1 ? ",\"" : "\"";
-    for (const std::byte value : guid.bytes) {
+    for (const std::byte value : message.bytes()) {
       list += digits[std::to_integer<unsigned>(value) >> 4];
       list += digits[std::to_integer<unsigned>(value) & 0xF];
     }
@@ -62,7 +62,7 @@ void readRows(Connection& connection, Query& query, std::span<const PropertyTag>
 
 }  // namespace
 
-Status readMessageRows(Database& database, const Guid& folder, MessageKind kind, std::span<const PropertyTag> columns,
+Status readMessageRows(Database& database, const Id& folder, MessageKind kind, std::span<const PropertyTag> columns,
                        const MessageRowSink& sink) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Read);
@@ -74,7 +74,7 @@ Status readMessageRows(Database& database, const Guid& folder, MessageKind kind,
   });
 }
 
-Status readMessageRowsOf(Database& database, const Guid& folder, std::span<const Guid> messages,
+Status readMessageRowsOf(Database& database, const Id& folder, std::span<const Id> messages,
                          std::span<const PropertyTag> columns, const MessageRowSink& sink) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Read);
@@ -87,7 +87,7 @@ Status readMessageRowsOf(Database& database, const Guid& folder, std::span<const
   });
 }
 
-Status readAttachmentRows(Database& database, const Guid& message, std::span<const PropertyTag> columns,
+Status readAttachmentRows(Database& database, const Id& message, std::span<const PropertyTag> columns,
                           std::vector<AttachmentRow>& rows) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Read);

@@ -3,13 +3,19 @@
 #include <algorithm>
 
 #include "folder_table.h"
-#include "content_spool.h"
 #include "message_table.h"
 #include "property_table.h"
+#include "spooled_content.h"
 
 namespace fendrel::store {
 
 namespace {
+
+ContentSpool& spoolOf(ContentWriter& content) {
+  auto* own = dynamic_cast<SpooledContent*>(&content);
+  if (!own) fail(Status::Invalid, "A content to save is of another engine.");
+  return own->spool();
+}
 
 // The contents of one save. Whatever happens before the commit, their writers keep them.
 class Contents {
@@ -18,7 +24,7 @@ public:
 
   void add(const ContentChange& change) {
     if (!change.content) fail(Status::Invalid, "A content to save is missing.");
-    ContentSpool& spool = change.content->spool();
+    ContentSpool& spool = spoolOf(*change.content);
     const auto type = propertyType(change.tag);
     if (propertyId(change.tag) == 0 || (type != PropertyType::binary && type != PropertyType::text) ||
         (type == PropertyType::text && spool.size() % 2 != 0)) {
@@ -87,7 +93,7 @@ PartChange planPart(std::int64_t part, std::span<const Property> set, std::span<
   for (const ContentChange& content : contents) {
     all.add(content);
     ids.push_back(propertyId(content.tag));
-    change.contents.emplace_back(content.tag, &content.content->spool());
+    change.contents.emplace_back(content.tag, &spoolOf(*content.content));
   }
   for (const PropertyTag tag : remove) ids.push_back(propertyId(tag));
   std::ranges::sort(ids);
@@ -116,7 +122,7 @@ std::int64_t insertMessage(Connection& connection, const MessageDraft& draft) {
 }
 
 std::int64_t touchMessage(Connection& connection, const MessageDraft& draft) {
-  const std::int64_t row = messageRow(connection, *draft.message);
+  const std::int64_t row = messageRow(connection, draft.message);
   compareChecksum(connection, row);  // or the new checksum would declare damage whole
   const MessageInfo info = messageInfo(connection, row);
   if (draft.expectedRevision && *draft.expectedRevision != info.revision) {
@@ -182,17 +188,17 @@ Status saveMessage(Database& database, const MessageDraft& draft, MessageInfo& s
 
     const std::lock_guard lock(connection.mutex());
     Transaction transaction(connection, Transaction::Write);
-    const std::int64_t row = draft.message ? touchMessage(connection, draft) : insertMessage(connection, draft);
-    applyPart(connection, row, ownChange, !draft.message);
+    const std::int64_t row = draft.message.empty() ? insertMessage(connection, draft) : touchMessage(connection, draft);
+    applyPart(connection, row, ownChange, draft.message.empty());
     for (std::size_t i = 0; i < draft.attachments.size(); ++i) {
       applyAttachment(connection, row, draft.attachments[i], attachmentChanges[i]);
     }
     finishMessage(connection, row);
-    const MessageInfo info = messageInfo(connection, row);
+    MessageInfo info = messageInfo(connection, row);
     contents.handOver();
     transaction.commit();
     contents.finish();
-    saved = info;
+    saved = std::move(info);
     return Status::Ok;
   } catch (EngineError& error) {
     const Status status = error.status;

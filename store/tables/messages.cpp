@@ -3,6 +3,8 @@
 #include "folder_table.h"
 #include "message_table.h"
 #include "property_table.h"
+#include "spooled_content.h"
+#include "stored_content.h"
 
 namespace fendrel::store {
 
@@ -15,20 +17,20 @@ void deleteRow(Connection& connection, std::int64_t row) {
 }
 
 // 0 if there is none, or if it is not in that folder.
-std::int64_t findRow(Connection& connection, const Guid& message, const std::optional<Guid>& in) {
+std::int64_t findRow(Connection& connection, const Id& message, const Id& in) {
   Query query(connection.statement("SELECT m.id, f.guid FROM message m JOIN folder f ON f.id = m.folder "
                                    "WHERE m.guid = ?"),
               message);
-  return query.step() && (!in || query->guid(1) == *in) ? query->integer(0) : 0;
+  return query.step() && (in.empty() || in == query->guid(1)) ? query->integer(0) : 0;
 }
 
-std::int64_t messageRowIn(Connection& connection, const Guid& message, const std::optional<Guid>& in) {
+std::int64_t messageRowIn(Connection& connection, const Id& message, const Id& in) {
   const std::int64_t row = findRow(connection, message, in);
   if (row == 0) failNoMessage();
   return row;
 }
 
-std::vector<Property> readPartOf(Connection& connection, const Guid& message, std::optional<std::uint32_t> attachment,
+std::vector<Property> readPartOf(Connection& connection, const Id& message, std::optional<std::uint32_t> attachment,
                                  std::span<const PropertyTag> tags, std::uint64_t valueLimit) {
   Transaction transaction(connection, Transaction::Read);
   const std::int64_t row = messageRow(connection, message);
@@ -54,7 +56,7 @@ MessageInfo messageAt(const Statement& row) {
   return info;
 }
 
-std::int64_t messageRow(Connection& connection, const Guid& message) {
+std::int64_t messageRow(Connection& connection, const Id& message) {
   Query query(connection.statement("SELECT id FROM message WHERE guid = ?"), message);
   if (!query.step()) failNoMessage();
   return query->integer(0);
@@ -79,7 +81,13 @@ void checkAttachmentExists(Connection& connection, std::int64_t message, std::ui
   if (!query.step()) fail(Status::NotFound, "The message has no attachment number " + std::to_string(number) + ".");
 }
 
-Status findMessage(Database& database, const Guid& message, MessageInfo& found) {
+std::shared_ptr<ContentWriter> createContent(Database& database) {
+  Connection& connection = database.connection();
+  return std::make_shared<SpooledContent>(
+      connection.contents(), [&connection](EngineError&& error) { connection.setLastError(std::move(error)); });
+}
+
+Status findMessage(Database& database, const Id& message, MessageInfo& found) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Read);
     const std::int64_t row = messageRow(connection, message);
@@ -88,14 +96,14 @@ Status findMessage(Database& database, const Guid& message, MessageInfo& found) 
   });
 }
 
-Status readMessageProperties(Database& database, const Guid& message, std::span<const PropertyTag> tags,
+Status readMessageProperties(Database& database, const Id& message, std::span<const PropertyTag> tags,
                              std::vector<Property>& properties, std::uint64_t valueLimit) {
   return guarded(database, [&](Connection& connection) {
     properties = readPartOf(connection, message, std::nullopt, tags, valueLimit);
   });
 }
 
-Status readAttachmentProperties(Database& database, const Guid& message, std::uint32_t number,
+Status readAttachmentProperties(Database& database, const Id& message, std::uint32_t number,
                                 std::span<const PropertyTag> tags, std::vector<Property>& properties,
                                 std::uint64_t valueLimit) {
   return guarded(database, [&](Connection& connection) {
@@ -103,7 +111,7 @@ Status readAttachmentProperties(Database& database, const Guid& message, std::ui
   });
 }
 
-Status openContent(Database& database, const Guid& message, std::optional<std::uint32_t> attachment, PropertyTag tag,
+Status openContent(Database& database, const Id& message, std::optional<std::uint32_t> attachment, PropertyTag tag,
                    std::shared_ptr<ContentReader>& reader) {
   reader.reset();
   return guarded(database, [&](Connection& connection) {
@@ -129,11 +137,11 @@ Status openContent(Database& database, const Guid& message, std::optional<std::u
     } else {
       source = openContentRow(connection, query->integer(3));
     }
-    reader = std::make_shared<ContentReader>(std::move(source));
+    reader = std::make_shared<StoredContent>(std::move(source));
   });
 }
 
-Status setRead(Database& database, const Guid& message, bool isRead, std::optional<Guid> in) {
+Status setRead(Database& database, const Id& message, bool isRead, const Id& in) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Write);
     Query(connection.statement("UPDATE message SET is_read = ?2 WHERE id = ?1 AND is_read <> ?2"),
@@ -143,8 +151,8 @@ Status setRead(Database& database, const Guid& message, bool isRead, std::option
   });
 }
 
-Status setStatus(Database& database, const Guid& message, std::uint32_t status, std::uint32_t mask,
-                 std::uint32_t& before, std::optional<Guid> in) {
+Status setStatus(Database& database, const Id& message, std::uint32_t status, std::uint32_t mask,
+                 std::uint32_t& before, const Id& in) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Write);
     const std::int64_t row = messageRowIn(connection, message, in);
@@ -155,7 +163,7 @@ Status setStatus(Database& database, const Guid& message, std::uint32_t status, 
   });
 }
 
-Status deleteMessage(Database& database, const Guid& message) {
+Status deleteMessage(Database& database, const Id& message) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Write);
     deleteRow(connection, messageRow(connection, message));
@@ -163,12 +171,12 @@ Status deleteMessage(Database& database, const Guid& message) {
   });
 }
 
-Status deleteMessages(Database& database, std::span<const Guid> messages, std::optional<Guid> in,
+Status deleteMessages(Database& database, std::span<const Id> messages, const Id& in,
                       std::size_t* deleted) {
   return guarded(database, [&](Connection& connection) {
     std::size_t count = 0;
     Transaction transaction(connection, Transaction::Write);
-    for (const Guid& message : messages) {
+    for (const Id& message : messages) {
       const std::int64_t row = findRow(connection, message, in);
       if (row == 0) continue;
       deleteRow(connection, row);
@@ -179,7 +187,7 @@ Status deleteMessages(Database& database, std::span<const Guid> messages, std::o
   });
 }
 
-Status moveMessage(Database& database, const Guid& message, const Guid& newFolder, std::optional<Guid> in) {
+Status moveMessage(Database& database, const Id& message, const Id& newFolder, const Id& in) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Write);
     const std::int64_t row = messageRowIn(connection, message, in);
@@ -189,12 +197,12 @@ Status moveMessage(Database& database, const Guid& message, const Guid& newFolde
   });
 }
 
-Status copyMessage(Database& database, const Guid& message, const Guid& newFolder, MessageInfo& copy,
-                   std::optional<Guid> in) {
+Status copyMessage(Database& database, const Id& message, const Id& newFolder, MessageInfo& copy,
+                   const Id& in) {
   // The contents are streamed into writers outside of any transaction, then saved as a new message.
   MessageInfo original;
   Status status = findMessage(database, message, original);
-  if (status == Status::Ok && in && original.folder != *in) status = Status::NotFound;
+  if (status == Status::Ok && !in.empty() && original.folder != in) status = Status::NotFound;
   MessageDraft draft;
   draft.folder = newFolder;
   draft.kind = original.kind;
@@ -213,7 +221,7 @@ Status copyMessage(Database& database, const Guid& message, const Guid& newFolde
         continue;
       }
       std::shared_ptr<ContentReader> reader;
-      auto writer = ContentWriter::create(database);
+      auto writer = createContent(database);
       if (result == Status::Ok) result = openContent(database, message, number, property.tag, reader);
       if (result == Status::Ok) result = writer->copyFrom(*reader);
       contents.push_back({property.tag, std::move(writer)});

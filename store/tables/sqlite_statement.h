@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "id.h"
 #include "property.h"
 #include "status.h"
 
@@ -35,6 +36,7 @@ public:
   void bind(int parameter, std::string_view utf8);
   void bind(int parameter, std::span<const std::byte> bytes);
   void bind(int parameter, const Guid& guid) { bind(parameter, std::span<const std::byte>(guid.bytes)); }
+  void bind(int parameter, const Id& id) { bind(parameter, id.bytes()); }
   void bindOwned(int parameter, std::string_view utf8);  // copied
   void bindNull(int parameter);
 

@@ -11,7 +11,7 @@ namespace {
 // Each standard folder: its role in the table, where its identifier goes, its name, its parent's role.
 struct StandardFolder {
   const char* role;
-  Guid StoreInfo::* id;
+  Id StoreInfo::* id;
   const char* name;
   const char* parent;
   bool mailboxOnly;
@@ -67,7 +67,7 @@ std::int64_t publicStoreRow(Connection& connection) {
 
 }  // namespace
 
-std::int64_t insertStore(Connection& connection, StoreKind kind, const std::u16string& displayName, Guid& id) {
+std::int64_t insertStore(Connection& connection, StoreKind kind, const std::u16string& displayName, Id& id) {
   id = newGuid();
   Query(connection.statement("INSERT INTO store (guid, kind, display_name) VALUES (?, ?, ?)"), id,
         static_cast<int>(kind), std::string_view(toUtf8(displayName)))
@@ -83,7 +83,7 @@ std::int64_t insertStore(Connection& connection, StoreKind kind, const std::u16s
 void ensurePublicStore(Connection& connection) {
   if (publicStoreRow(connection) != 0) return;
   Transaction transaction(connection, Transaction::Write);
-  Guid id;
+  Id id;
   if (publicStoreRow(connection) == 0) insertStore(connection, StoreKind::Public, u"Public Folders", id);
   transaction.commit();
 }
@@ -94,13 +94,13 @@ Guid storeGuid(Connection& connection, std::int64_t row) {
   return query->guid(0);
 }
 
-std::int64_t storeRow(Connection& connection, const Guid& store) {
+std::int64_t storeRow(Connection& connection, const Id& store) {
   Query query(connection.statement("SELECT id FROM store WHERE guid = ?"), store);
   if (!query.step()) fail(Status::NotFound, "There is no such message store.");
   return query->integer(0);
 }
 
-Status findStore(Database& database, const Guid& store, StoreInfo& found) {
+Status findStore(Database& database, const Id& store, StoreInfo& found) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Read);
     readStore(connection, storeRow(connection, store), found);
@@ -114,7 +114,7 @@ Status findPublicStore(Database& database, StoreInfo& found) {
   });
 }
 
-Status readStoreProperties(Database& database, const Guid& store, std::span<const PropertyTag> tags,
+Status readStoreProperties(Database& database, const Id& store, std::span<const PropertyTag> tags,
                            std::vector<Property>& properties) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Read);
@@ -122,7 +122,7 @@ Status readStoreProperties(Database& database, const Guid& store, std::span<cons
   });
 }
 
-Status changeStoreProperties(Database& database, const Guid& store, std::span<const Property> set,
+Status changeStoreProperties(Database& database, const Id& store, std::span<const Property> set,
                              std::span<const PropertyTag> remove) {
   return guarded(database, [&](Connection& connection) {
     for (const Property& property : set) checkFits(property);

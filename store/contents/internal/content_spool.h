@@ -1,4 +1,4 @@
-// Where the bytes of a ContentWriter are before they are saved. For the engine's own files only.
+// Where the bytes of a SpooledContent are before they are saved. For the engine's own files only.
 //
 // The bytes are divided into blocks of contentBlockSize. One block is in memory (the current one); the others are in
 // a file of the content folder, which is made when a second block is first touched. A block's checksum is computed when

@@ -17,6 +17,6 @@ constexpr int folderRowColumn = 11;
 FolderInfo folderAt(const Statement& row);
 
 // Throws NotFound.
-std::int64_t folderRow(Connection& connection, const Guid& folder);
+std::int64_t folderRow(Connection& connection, const Id& folder);
 
 }  // namespace fendrel::store

@@ -16,7 +16,7 @@ constexpr int messageColumnCount = 12;
 MessageInfo messageAt(const Statement& row);
 
 // Throws NotFound.
-std::int64_t messageRow(Connection& connection, const Guid& message);
+std::int64_t messageRow(Connection& connection, const Id& message);
 MessageInfo messageInfo(Connection& connection, std::int64_t row);
 
 // Throws NotFound.

@@ -7,7 +7,7 @@
 namespace fendrel::store {
 
 // Inside a write transaction: a new store with its standard folders; returns its row.
-std::int64_t insertStore(Connection& connection, StoreKind kind, const std::u16string& displayName, Guid& id);
+std::int64_t insertStore(Connection& connection, StoreKind kind, const std::u16string& displayName, Id& id);
 
 // Creates the public store if the database has none yet.
 void ensurePublicStore(Connection& connection);
@@ -16,6 +16,6 @@ void ensurePublicStore(Connection& connection);
 Guid storeGuid(Connection& connection, std::int64_t row);
 
 // Throws NotFound.
-std::int64_t storeRow(Connection& connection, const Guid& store);
+std::int64_t storeRow(Connection& connection, const Id& store);
 
 }  // namespace fendrel::store

@@ -216,7 +216,7 @@ TEST_F(NoMemoryTest, WhatFailedIsRepeatedAndTheContentIsRight) {
   };
   int nth = 0;
   for (bool failed = true; failed;) {
-    const auto writer = ContentWriter::create(*database);
+    const auto writer = createContent(*database);
     MessageDraft draft = draftWith(top, u"s");
     draft.contents = {{attachDataTag, writer}};
     MessageInfo saved;

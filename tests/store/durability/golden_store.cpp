@@ -97,11 +97,11 @@ std::string hex(std::uint64_t number) {
   return text;
 }
 
-std::string hex(const Guid& guid) {
+std::string hex(const Id& id) {
   std::string text;
   for (std::size_t half : {0, 8}) {
     std::uint64_t number = 0;
-    for (std::size_t i = half; i < half + 8; ++i) number = number << 8 | std::to_integer<std::uint64_t>(guid.bytes[i]);
+    for (std::size_t i = half; i < half + 8; ++i) number = number << 8 | std::to_integer<std::uint64_t>(id.bytes()[i]);
     text += hex(number);
   }
   return text;
@@ -138,7 +138,7 @@ public:
   }
 
 private:
-  void folder(const Guid& id, std::size_t depth) {
+  void folder(const Id& id, std::size_t depth) {
     FolderInfo info;
     check(findFolder(database_, id, info), "folder");
     line(depth, "folder", "'" + toUtf8(info.name) + "' " + hex(id) + ", " + std::to_string(info.messageCount));
@@ -175,7 +175,7 @@ private:
     }
   }
 
-  void properties(const Guid& message, std::optional<std::uint32_t> attachment, const std::vector<Property>& values,
+  void properties(const Id& message, std::optional<std::uint32_t> attachment, const std::vector<Property>& values,
                   std::size_t depth) {
     for (const Property& property : values) {
       std::string value = shown(property.value);
@@ -184,7 +184,7 @@ private:
     }
   }
 
-  std::string content(const Guid& message, std::optional<std::uint32_t> attachment, const Property& property) {
+  std::string content(const Id& message, std::optional<std::uint32_t> attachment, const Property& property) {
     std::shared_ptr<ContentReader> reader;
     check(openContent(database_, message, attachment, property.tag, reader), "content");
     Bytes bytes(static_cast<std::size_t>(reader->size()));

@@ -46,7 +46,7 @@ void fill(Database& database) {
     auto& attachment = large.attachments.emplace_back();
     attachment.number = static_cast<std::uint32_t>(large.attachments.size() - 1);
     attachment.set = {{attachNameTag, u"report.pdf"}};
-    auto writer = ContentWriter::create(database);
+    auto writer = createContent(database);
     writer->write(0, std::span(bytes).first(size));
     attachment.contents = {{attachDataTag, writer}};
   }

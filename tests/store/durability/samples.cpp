@@ -20,7 +20,7 @@ const Bytes& bytesOf(const Sample& sample, std::size_t number) {
 
 std::u16string bodyText() { return std::u16string(500, u'b'); }
 
-Status findTop(Database& database, Guid& top) {
+Status findTop(Database& database, Id& top) {
   StoreInfo store;
   const Status status = findPublicStore(database, store);
   top = store.ipmSubtree;
@@ -43,7 +43,7 @@ public:
   }
 
   // Opens a message as programs do: compared with its checksum. False: refused.
-  bool opened(const Guid& id, std::u16string& subject) {
+  bool opened(const Id& id, std::u16string& subject) {
     MessageInfo info;
     if (!answered(findMessage(database_, id, info), "a message")) return false;
     std::vector<Property> properties;
@@ -53,7 +53,7 @@ public:
     return true;
   }
 
-  void message(const Guid& id, const Sample& sample) {
+  void message(const Id& id, const Sample& sample) {
     const std::string what = "'" + toUtf8(sample.subject) + "'";
     std::vector<AttachmentRow> rows;
     if (!answered(readAttachmentRows(database_, id, {}, rows), what)) return;
@@ -70,7 +70,7 @@ public:
     for (std::size_t number = 0; number < rows.size(); ++number) attachment(id, sample, number);
   }
 
-  void attachment(const Guid& id, const Sample& sample, std::size_t number) {
+  void attachment(const Id& id, const Sample& sample, std::size_t number) {
     const std::string what = "'" + toUtf8(sample.subject) + "', attachment " + std::to_string(number);
     std::shared_ptr<ContentReader> reader;
     const auto attached = static_cast<std::uint32_t>(number);
@@ -97,7 +97,7 @@ Status post(Database& database, const Sample& sample, std::size_t piece) {
   draft.set.push_back({subjectTag, sample.subject});
   draft.set.push_back({bodyTag, bodyText()});
   for (std::size_t number = 0; number < sample.attachments.size(); ++number) {
-    auto writer = ContentWriter::create(database);
+    auto writer = createContent(database);
     const std::span<const std::byte> bytes = bytesOf(sample, number);
     for (std::size_t done = 0; done < bytes.size(); done += piece) {
       const Status status = writer->write(done, bytes.subspan(done, std::min(piece, bytes.size() - done)));
@@ -112,9 +112,9 @@ Status post(Database& database, const Sample& sample, std::size_t piece) {
 }
 
 Status removeSamples(Database& database, const std::u16string& subject) {
-  Guid top;
+  Id top;
   if (const Status status = findTop(database, top); status != Status::Ok) return status;
-  std::vector<Guid> found;
+  std::vector<Id> found;
   const Status read = readMessageRows(database, top, MessageKind::Ordinary,
                                       std::vector<PropertyTag>{subjectTag}, [&](MessageRow&& row) {
                                         const auto* text = std::get_if<std::u16string>(&row.values[0].value);
@@ -126,20 +126,20 @@ Status removeSamples(Database& database, const std::u16string& subject) {
 
 std::vector<std::string> differences(Database& database, const std::vector<Expected>& expected, int* refused) {
   Comparison comparison(database, refused);
-  Guid top{};
+  Id top{};
   if (!comparison.answered(findTop(database, top), "the store")) return comparison.wrong_;
-  std::vector<Guid> listed;
+  std::vector<Id> listed;
   const Status read = readMessageRows(database, top, MessageKind::Ordinary, {}, [&](MessageRow&& row) {
     listed.push_back(row.message.id);
     return true;
   });
   const bool isComplete = comparison.answered(read, "the folder");
-  std::vector<std::pair<Guid, std::u16string>> opened;
-  for (const Guid& id : listed) {
+  std::vector<std::pair<Id, std::u16string>> opened;
+  for (const Id& id : listed) {
     if (std::u16string subject; comparison.opened(id, subject)) opened.emplace_back(id, std::move(subject));
   }
   for (const Expected& one : expected) {
-    const auto count = std::ranges::count(opened, one.sample.subject, &std::pair<Guid, std::u16string>::second);
+    const auto count = std::ranges::count(opened, one.sample.subject, &std::pair<Id, std::u16string>::second);
     const bool mayBeRefused = !isComplete || opened.size() < listed.size();
     const bool isMissing = count == 0 && one.fate == Fate::Present && !mayBeRefused;
     if (isMissing || count > 1 || (count == 1 && one.fate == Fate::Absent)) {

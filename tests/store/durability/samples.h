@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "content_blocks.h"
 #include "database_on_disk.h"
 #include "disk.h"
 #include "messages.h"

@@ -14,7 +14,7 @@ namespace {
 class ContentTest : public EngineTest {
 protected:
   // Saves the bytes as an attachment and returns the message.
-  Guid saveBytes(const Bytes& bytes) { return save(draftWithAttachment(top, bytes)).id; }
+  Id saveBytes(const Bytes& bytes) { return save(draftWithAttachment(top, bytes)).id; }
 
   std::wstring onlyContentFile() const {
     const auto files = contentFiles();
@@ -22,7 +22,7 @@ protected:
     return files.empty() ? L"" : contentFolder() + L"\\" + files[0];
   }
 
-  std::shared_ptr<ContentReader> readerOf(const Guid& message) {
+  std::shared_ptr<ContentReader> readerOf(const Id& message) {
     std::shared_ptr<ContentReader> reader;
     EXPECT_EQ(openContent(*database, message, 0, attachDataTag, reader), Status::Ok);
     return reader;
@@ -46,7 +46,7 @@ class ContentSizeTest : public ContentTest, public testing::WithParamInterface<S
 
 TEST_P(ContentSizeTest, ComesBackUnchangedFromWhereItBelongs) {
   const Bytes bytes = pattern(GetParam().size);
-  const Guid message = saveBytes(bytes);
+  const Id message = saveBytes(bytes);
   EXPECT_EQ(contentFiles().size(), GetParam().files);
   EXPECT_TRUE(spoolFiles().empty());
   reopen();
@@ -67,7 +67,7 @@ INSTANTIATE_TEST_SUITE_P(Sizes, ContentSizeTest,
 
 TEST_F(ContentTest, SmallWritesOneAfterAnotherAddUp) {
   const Bytes bytes = pattern(1'000'000);
-  auto writer = ContentWriter::create(*database);
+  auto writer = createContent(*database);
   for (std::size_t done = 0; done < bytes.size();) {
     const std::size_t count = std::min<std::size_t>(4096, bytes.size() - done);
     ASSERT_EQ(writer->write(done, std::span(bytes).subspan(done, count)), Status::Ok);
@@ -76,7 +76,7 @@ TEST_F(ContentTest, SmallWritesOneAfterAnotherAddUp) {
   EXPECT_EQ(writer->size(), bytes.size());
   MessageDraft draft = draftWith(top, u"s");
   draft.contents = {{attachDataTag, writer}};
-  const Guid message = save(draft).id;
+  const Id message = save(draft).id;
   EXPECT_TRUE(writer->saved());
   Bytes found;
   ASSERT_EQ(readAll(message, std::nullopt, attachDataTag, found), Status::Ok);
@@ -93,7 +93,7 @@ TEST_F(ContentTest, BehavesLikeAVectorOfBytes) {
   for (int round = 0; round < 12; ++round) {
     SCOPED_TRACE(round);
     const std::size_t extent = round < 4 ? 5000 : contentBlockSize * 4;
-    auto writer = ContentWriter::create(*database);
+    auto writer = createContent(*database);
     Bytes model;
     for (int step = 0; step < 120; ++step) {
       const std::size_t position = random(extent);
@@ -145,7 +145,7 @@ TEST_F(ContentTest, ShrunkBelowABlockItNeedsNoFile) {
   ASSERT_EQ(writer->resize(10), Status::Ok);
   MessageDraft draft = draftWith(top, u"s");
   draft.contents = {{attachDataTag, writer}};
-  const Guid message = save(draft).id;
+  const Id message = save(draft).id;
   EXPECT_TRUE(filesIn(contentFolder()).empty());
   EXPECT_TRUE(spoolFiles().empty());
   Bytes found;
@@ -167,7 +167,7 @@ TEST_F(ContentTest, SavedWriterTakesNoMore) {
 }
 
 TEST_F(ContentTest, AbsurdPositionsAreInvalid) {
-  auto writer = ContentWriter::create(*database);
+  auto writer = createContent(*database);
   const Bytes byte(1);
   EXPECT_EQ(writer->write(~std::uint64_t{0}, byte), Status::Invalid);
   EXPECT_EQ(writer->resize(~std::uint64_t{0}), Status::Invalid);
@@ -195,7 +195,7 @@ TEST_F(ContentTest, ReaderReadsAnywhere) {
 
 TEST_F(ContentTest, ReaderGoesOnAfterTheMessageAndTheDatabaseAreGone) {
   const Bytes bytes = pattern(contentBlockSize * 3);
-  const Guid message = saveBytes(bytes);
+  const Id message = saveBytes(bytes);
   const auto reader = readerOf(message);
   ASSERT_EQ(deleteMessage(*database, message), Status::Ok);
   database.reset();
@@ -219,7 +219,7 @@ TEST_F(ContentTest, CopyFromAReaderIsEqual) {
 
 TEST_F(ContentTest, ChangedByteInAFileIsCorruptAndNotHandedOut) {
   const Bytes bytes = pattern(contentBlockSize * 3);
-  const Guid message = saveBytes(bytes);
+  const Id message = saveBytes(bytes);
   const auto other = ~bytes[contentBlockSize + 5];
   overwrite(onlyContentFile(), contentBlockSize + 5, static_cast<char>(other));
   const auto reader = readerOf(message);
@@ -232,7 +232,7 @@ TEST_F(ContentTest, ChangedByteInAFileIsCorruptAndNotHandedOut) {
 }
 
 TEST_F(ContentTest, MissingFileIsCorrupt) {
-  const Guid message = saveBytes(pattern(contentBlockSize * 3));
+  const Id message = saveBytes(pattern(contentBlockSize * 3));
   std::filesystem::remove(onlyContentFile());
   Bytes found;
   EXPECT_EQ(readAll(message, 0, attachDataTag, found), Status::Corrupt);
@@ -240,21 +240,21 @@ TEST_F(ContentTest, MissingFileIsCorrupt) {
 }
 
 TEST_F(ContentTest, ShortenedFileIsCorrupt) {
-  const Guid message = saveBytes(pattern(contentBlockSize * 3));
+  const Id message = saveBytes(pattern(contentBlockSize * 3));
   std::filesystem::resize_file(onlyContentFile(), contentBlockSize * 2);
   Bytes found;
   EXPECT_EQ(readAll(message, 0, attachDataTag, found), Status::Corrupt);
 }
 
 TEST_F(ContentTest, ChangedByteInTheDatabaseIsCorrupt) {
-  const Guid message = saveBytes(pattern(1000));
+  const Id message = saveBytes(pattern(1000));
   database->connection().execute("UPDATE content SET data = zeroblob(1000)");
   Bytes found;
   EXPECT_EQ(readAll(message, 0, attachDataTag, found), Status::Corrupt);
 }
 
 TEST_F(ContentTest, FileNameThatPointsElsewhereIsCorrupt) {
-  const Guid message = saveBytes(pattern(contentBlockSize * 2));
+  const Id message = saveBytes(pattern(contentBlockSize * 2));
   database->connection().execute("UPDATE content SET file = '..\\store.db'");
   Bytes found;
   EXPECT_EQ(readAll(message, 0, attachDataTag, found), Status::Corrupt);
@@ -264,14 +264,14 @@ TEST_F(ContentTest, StreamingAGreatDealTakesLittleMemory) {
   const Bytes piece = pattern(4096);
   PROCESS_MEMORY_COUNTERS before{}, after{};
   GetProcessMemoryInfo(GetCurrentProcess(), &before, sizeof before);
-  auto writer = ContentWriter::create(*database);
+  auto writer = createContent(*database);
   constexpr std::uint64_t total = 128ull << 20;
   for (std::uint64_t done = 0; done < total; done += piece.size()) {
     ASSERT_EQ(writer->write(done, piece), Status::Ok);
   }
   MessageDraft draft = draftWith(top, u"great");
   draft.contents = {{attachDataTag, writer}};
-  const Guid message = save(draft).id;
+  const Id message = save(draft).id;
   std::shared_ptr<ContentReader> reader;
   ASSERT_EQ(openContent(*database, message, std::nullopt, attachDataTag, reader), Status::Ok);
   ASSERT_EQ(reader->size(), total);

@@ -199,7 +199,7 @@ TEST_F(DatabaseTest, ChangeCounterTellsOwnAndOthersChanges) {
 
 // Which SQLite does where it takes a bound value into account for its plan: at each use, longer than the use itself.
 TEST_F(DatabaseTest, StatementsAreNotPreparedAnewForOtherValues) {
-  const Guid folder = makeFolder(u"Reports");
+  const Id folder = makeFolder(u"Reports");
   const auto useAll = [&] {
     const MessageInfo saved = save(draftWithAttachment(folder, pattern(1000)));
     MessageInfo found;

@@ -203,7 +203,7 @@ TEST_F(DiskFaultTest, FileIsFlushedAndNamedBeforeTheMessageAppears) {
 }
 
 TEST_F(DiskFaultTest, EveryByteOfALargeContentIsWrittenOnce) {
-  auto writer = ContentWriter::create(*database);
+  auto writer = createContent(*database);
   disk.calls.clear();
   const Bytes piece = pattern(4096);
   constexpr int blocks = 8;

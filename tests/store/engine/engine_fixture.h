@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "connection.h"
+#include "content_blocks.h"
 #include "disk.h"
 #include "folders.h"
 #include "messages.h"
@@ -105,14 +106,14 @@ protected:
     return names;
   }
 
-  Guid makeFolder(const std::u16string& folderName) { return makeFolder(top, folderName); }
-  Guid makeFolder(const Guid& parent, const std::u16string& folderName) {
+  Id makeFolder(const std::u16string& folderName) { return makeFolder(top, folderName); }
+  Id makeFolder(const Id& parent, const std::u16string& folderName) {
     FolderInfo folder;
     EXPECT_EQ(createFolder(*database, parent, folderName, {}, IfExists::Refuse, folder), Status::Ok);
     return folder.id;
   }
 
-  FolderInfo folderNow(const Guid& folder) {
+  FolderInfo folderNow(const Id& folder) {
     FolderInfo info;
     EXPECT_EQ(findFolder(*database, folder, info), Status::Ok);
     return info;
@@ -120,19 +121,19 @@ protected:
 
   std::shared_ptr<ContentWriter> writerWith(const Bytes& bytes) { return writerWith(*database, bytes); }
   static std::shared_ptr<ContentWriter> writerWith(Database& into, const Bytes& bytes) {
-    auto writer = ContentWriter::create(into);
+    auto writer = createContent(into);
     EXPECT_EQ(writer->write(0, bytes), Status::Ok);
     return writer;
   }
 
-  static MessageDraft draftWith(const Guid& folder, const std::u16string& subject) {
+  static MessageDraft draftWith(const Id& folder, const std::u16string& subject) {
     MessageDraft draft;
     draft.folder = folder;
     draft.set = {{subjectTag, subject}};
     return draft;
   }
 
-  MessageDraft draftWithAttachment(const Guid& folder, const Bytes& bytes) {
+  MessageDraft draftWithAttachment(const Id& folder, const Bytes& bytes) {
     MessageDraft draft = draftWith(folder, u"with attachment");
     auto& attachment = draft.attachments.emplace_back();
     attachment.number = 0;
@@ -147,13 +148,13 @@ protected:
     return saved;
   }
 
-  std::vector<Property> propertiesOf(const Guid& message) {
+  std::vector<Property> propertiesOf(const Id& message) {
     std::vector<Property> properties;
     EXPECT_EQ(readMessageProperties(*database, message, {}, properties), Status::Ok);
     return properties;
   }
 
-  Status readAll(const Guid& message, std::optional<std::uint32_t> attachment, PropertyTag tag, Bytes& bytes) {
+  Status readAll(const Id& message, std::optional<std::uint32_t> attachment, PropertyTag tag, Bytes& bytes) {
     std::shared_ptr<ContentReader> reader;
     if (const Status status = openContent(*database, message, attachment, tag, reader); status != Status::Ok) {
       return status;
@@ -166,7 +167,7 @@ protected:
   }
 
   // Subjects of the folder's ordinary messages.
-  std::vector<std::u16string> subjectsIn(const Guid& folder) {
+  std::vector<std::u16string> subjectsIn(const Id& folder) {
     std::vector<std::u16string> subjects;
     EXPECT_EQ(readMessageRows(*database, folder, MessageKind::Ordinary, std::vector<PropertyTag>{subjectTag},
                               [&](MessageRow&& row) {
@@ -179,7 +180,7 @@ protected:
 
   TempFolder temp;
   std::unique_ptr<Database> database;
-  Guid top{};  // the public store's IPM subtree
+  Id top{};  // the public store's IPM subtree
 };
 
 }  // namespace fendrel::store

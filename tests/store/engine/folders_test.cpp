@@ -6,8 +6,8 @@ namespace {
 using FoldersTest = EngineTest;
 
 TEST_F(FoldersTest, CreatedOneIsThereAfterReopening) {
-  const Guid reports = makeFolder(u"Reports");
-  const Guid daily = makeFolder(reports, u"T\u00E4glich \u65E5\U0001F4C1");
+  const Id reports = makeFolder(u"Reports");
+  const Id daily = makeFolder(reports, u"T\u00E4glich \u65E5\U0001F4C1");
   reopen();
   EXPECT_EQ(folderNow(daily).name, u"T\u00E4glich \u65E5\U0001F4C1");
   EXPECT_EQ(folderNow(daily).parent, reports);
@@ -18,13 +18,13 @@ TEST_F(FoldersTest, CreatedOneIsThereAfterReopening) {
 
 TEST_F(FoldersTest, UnpairedSurrogateInANameSurvives) {
   const std::u16string strange{u'a', char16_t{0xD800}, u'b'};
-  const Guid folder = makeFolder(strange);
+  const Id folder = makeFolder(strange);
   reopen();
   EXPECT_EQ(folderNow(folder).name, strange);
 }
 
 TEST_F(FoldersTest, SameNameTwiceIsRefusedOrOpened) {
-  const Guid first = makeFolder(u"Reports");
+  const Id first = makeFolder(u"Reports");
   FolderInfo second;
   EXPECT_EQ(createFolder(*database, top, u"Reports", {}, IfExists::Refuse, second), Status::AlreadyExists);
   ASSERT_EQ(createFolder(*database, top, u"Reports", {}, IfExists::Open, second), Status::Ok);
@@ -32,13 +32,13 @@ TEST_F(FoldersTest, SameNameTwiceIsRefusedOrOpened) {
 }
 
 TEST_F(FoldersTest, NamesDifferByCaseAndMayBeEqualInOtherFolders) {
-  const Guid reports = makeFolder(u"Reports");
+  const Id reports = makeFolder(u"Reports");
   makeFolder(u"reports");
   makeFolder(reports, u"Reports");
 }
 
 TEST_F(FoldersTest, ChildIsFoundByItsExactName) {
-  const Guid reports = makeFolder(u"Reports");
+  const Id reports = makeFolder(u"Reports");
   FolderInfo found;
   ASSERT_EQ(findChild(*database, top, u"Reports", found), Status::Ok);
   EXPECT_EQ(found.id, reports);
@@ -55,7 +55,7 @@ TEST_F(FoldersTest, BadRequestsAreRefused) {
 }
 
 TEST_F(FoldersTest, RenamedOneKeepsIdentifierAndContents) {
-  const Guid folder = makeFolder(u"Old");
+  const Id folder = makeFolder(u"Old");
   makeFolder(u"Taken");
   save(draftWith(folder, u"m"));
   EXPECT_EQ(renameFolder(*database, folder, u"Taken"), Status::AlreadyExists);
@@ -67,7 +67,7 @@ TEST_F(FoldersTest, RenamedOneKeepsIdentifierAndContents) {
 }
 
 TEST_F(FoldersTest, StandardOneCannotBeRenamedMovedOrDeleted) {
-  const Guid other = makeFolder(u"Other");
+  const Id other = makeFolder(u"Other");
   EXPECT_TRUE(folderNow(top).isStandard);
   EXPECT_EQ(renameFolder(*database, top, u"x"), Status::NoAccess);
   EXPECT_EQ(moveFolder(*database, top, other, u""), Status::NoAccess);
@@ -75,9 +75,9 @@ TEST_F(FoldersTest, StandardOneCannotBeRenamedMovedOrDeleted) {
 }
 
 TEST_F(FoldersTest, MovedOneTakesEverythingBelowAlong) {
-  const Guid a = makeFolder(u"A");
-  const Guid b = makeFolder(u"B");
-  const Guid below = makeFolder(a, u"Below");
+  const Id a = makeFolder(u"A");
+  const Id b = makeFolder(u"B");
+  const Id below = makeFolder(a, u"Below");
   ASSERT_EQ(moveFolder(*database, a, b, u"C"), Status::Ok) << database->lastError();
   EXPECT_EQ(folderNow(a).parent, b);
   EXPECT_EQ(folderNow(a).name, u"C");
@@ -92,13 +92,13 @@ TEST_F(FoldersTest, MoveToAnotherStoreIsInvalid) {
   ASSERT_EQ(createProfile(*database, profile), Status::Ok);
   StoreInfo mailbox;
   ASSERT_EQ(findStore(*database, profile.mailbox, mailbox), Status::Ok);
-  const Guid folder = makeFolder(u"A");
+  const Id folder = makeFolder(u"A");
   EXPECT_EQ(moveFolder(*database, folder, mailbox.inbox, u""), Status::Invalid);
 }
 
 TEST_F(FoldersTest, DeletingAsksWhatToDoWithTheContents) {
-  const Guid folder = makeFolder(u"A");
-  const Guid below = makeFolder(folder, u"B");
+  const Id folder = makeFolder(u"A");
+  const Id below = makeFolder(folder, u"B");
   save(draftWith(below, u"m"));
   EXPECT_EQ(deleteFolder(*database, folder, {}), Status::HasFolders);
   EXPECT_EQ(deleteFolder(*database, folder, {.withFolders = true}), Status::HasMessages);
@@ -111,7 +111,7 @@ TEST_F(FoldersTest, DeletingAsksWhatToDoWithTheContents) {
 }
 
 TEST_F(FoldersTest, DeletingRemovesMessagesAndTheirFiles) {
-  const Guid folder = makeFolder(u"A");
+  const Id folder = makeFolder(u"A");
   const MessageInfo message = save(draftWithAttachment(folder, pattern(contentBlockSize * 2)));
   ASSERT_EQ(contentFiles().size(), 1u);
   ASSERT_EQ(deleteFolder(*database, folder, {.withMessages = true}), Status::Ok);
@@ -121,8 +121,8 @@ TEST_F(FoldersTest, DeletingRemovesMessagesAndTheirFiles) {
 }
 
 TEST_F(FoldersTest, VeryDeepTreeCanBeReadAndDeleted) {
-  const Guid first = makeFolder(u"0");
-  Guid deepest = first;
+  const Id first = makeFolder(u"0");
+  Id deepest = first;
   for (int i = 0; i < 1100; ++i) deepest = makeFolder(deepest, u"x");
   int rows = 0;
   ASSERT_EQ(readFolderRows(*database, first, Depth::AllBelow, {}, [&](FolderRow&&) { return ++rows > 0; }), Status::Ok);
@@ -131,9 +131,9 @@ TEST_F(FoldersTest, VeryDeepTreeCanBeReadAndDeleted) {
 }
 
 TEST_F(FoldersTest, CountsFollowEveryChange) {
-  const Guid folder = makeFolder(u"A");
-  const Guid other = makeFolder(u"B");
-  const auto counts = [&](const Guid& id) {
+  const Id folder = makeFolder(u"A");
+  const Id other = makeFolder(u"B");
+  const auto counts = [&](const Id& id) {
     const FolderInfo info = folderNow(id);
     return std::vector<std::uint32_t>{info.messageCount, info.unreadCount, info.associatedCount};
   };
@@ -164,7 +164,7 @@ TEST_F(FoldersTest, CountsFollowEveryChange) {
 }
 
 TEST_F(FoldersTest, PropertiesAreSetReplacedAndRemoved) {
-  const Guid folder = makeFolder(u"A");
+  const Id folder = makeFolder(u"A");
   const Property comment{commentTag, u"first"};
   ASSERT_EQ(changeFolderProperties(*database, folder, {&comment, 1}, {}), Status::Ok);
   const Property number{makeTag(0x3004, PropertyType::int32), 5};
@@ -181,7 +181,7 @@ TEST_F(FoldersTest, PropertiesAreSetReplacedAndRemoved) {
 }
 
 TEST_F(FoldersTest, RefusedPropertyChangesNothing) {
-  const Guid folder = makeFolder(u"A");
+  const Id folder = makeFolder(u"A");
   const Property properties[] = {{commentTag, u"fine"}, {commentTag + 0x10000, 5}};
   EXPECT_EQ(changeFolderProperties(*database, folder, properties, {}), Status::Invalid);
   FolderInfo made;

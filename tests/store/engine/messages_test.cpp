@@ -6,7 +6,7 @@ namespace {
 class MessagesTest : public EngineTest {
 protected:
   MessagesTest() : folder(makeFolder(u"Reports")) {}
-  Guid folder;
+  Id folder;
 };
 
 TEST_F(MessagesTest, SavedOneComesBackWhole) {
@@ -215,14 +215,14 @@ TEST_F(MessagesTest, DeletedOneIsGoneWithItsFile) {
 }
 
 TEST_F(MessagesTest, SeveralAreDeletedAtOnceAndMissingOnesPassedOver) {
-  const Guid messages[] = {save(draftWith(folder, u"1")).id, newGuid(), save(draftWith(folder, u"2")).id};
+  const Id messages[] = {save(draftWith(folder, u"1")).id, newGuid(), save(draftWith(folder, u"2")).id};
   save(draftWith(folder, u"3"));
   ASSERT_EQ(deleteMessages(*database, messages), Status::Ok);
   EXPECT_EQ(subjectsIn(folder), std::vector<std::u16string>{u"3"});
 }
 
 TEST_F(MessagesTest, MovedOneKeepsItsIdentifier) {
-  const Guid other = makeFolder(u"Other");
+  const Id other = makeFolder(u"Other");
   const MessageInfo message = save(draftWith(folder, u"m"));
   ASSERT_EQ(moveMessage(*database, message.id, other), Status::Ok);
   MessageInfo found;
@@ -232,7 +232,7 @@ TEST_F(MessagesTest, MovedOneKeepsItsIdentifier) {
 }
 
 TEST_F(MessagesTest, CopyIsWholeAndOfItsOwn) {
-  const Guid other = makeFolder(u"Other");
+  const Id other = makeFolder(u"Other");
   MessageDraft draft = draftWithAttachment(folder, pattern(contentBlockSize * 2 + 1));
   draft.contents = {{bodyTag, writerWith(pattern(100'000))}};
   const MessageInfo original = save(draft);

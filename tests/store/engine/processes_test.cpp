@@ -28,7 +28,7 @@ TEST_F(ProcessesTest, PostingAtOnceLosesNothing) {
       for (int i = 0; i < messages; ++i) {
         MessageDraft draft = draftWith(top, u"m");
         auto& attachment = draft.attachments.emplace_back();
-        auto content = ContentWriter::create(*own);
+        auto content = createContent(*own);
         // Each tenth one as a file of its own.
         const Status wrote = content->write(0, pattern(i % 10 == 0 ? contentBlockSize * 2 : 500));
         attachment.contents = {{attachDataTag, content}};
@@ -71,7 +71,7 @@ TEST_F(ProcessesTest, CreatingTheFileAtOnceMakesOneStore) {
   for (int round = 0; round < 5; ++round) {
     const std::wstring file = temp.file(L"at-once-" + std::to_wstring(round) + L".db");
     std::vector<std::thread> threads;
-    std::vector<Guid> stores(6);
+    std::vector<Id> stores(6);
     std::atomic<int> failures{0};
     for (auto& id : stores) {
       threads.emplace_back([&] {
@@ -87,7 +87,7 @@ TEST_F(ProcessesTest, CreatingTheFileAtOnceMakesOneStore) {
     }
     for (auto& thread : threads) thread.join();
     ASSERT_EQ(failures, 0);
-    for (const Guid& id : stores) EXPECT_EQ(id, stores[0]);
+    for (const Id& id : stores) EXPECT_EQ(id, stores[0]);
   }
 }
 

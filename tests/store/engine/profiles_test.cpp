@@ -20,7 +20,7 @@ TEST_F(ProfilesTest, EachHasAMailboxWithStandardFolders) {
   ASSERT_EQ(findStore(*database, profile.mailbox, mailbox), Status::Ok);
   EXPECT_EQ(mailbox.kind, StoreKind::Mailbox);
   EXPECT_EQ(mailbox.displayName, u"Mailbox - Grace Höpper \u5831");
-  EXPECT_EQ(folderNow(mailbox.root).parent, noGuid);
+  EXPECT_EQ(folderNow(mailbox.root).parent, Id{});
   EXPECT_EQ(folderNow(mailbox.ipmSubtree).parent, mailbox.root);
   EXPECT_EQ(folderNow(mailbox.commonViews).parent, mailbox.root);
   EXPECT_EQ(folderNow(mailbox.finder).parent, mailbox.root);
@@ -37,9 +37,9 @@ TEST_F(ProfilesTest, PublicStoreIsOneForAllAndHasNoInbox) {
   ASSERT_EQ(findPublicStore(*database, store), Status::Ok);
   EXPECT_EQ(store.kind, StoreKind::Public);
   EXPECT_EQ(store.displayName, u"Public Folders");
-  EXPECT_NE(store.commonViews, noGuid);
-  EXPECT_EQ(store.inbox, noGuid);
-  const Guid id = store.id;
+  EXPECT_NE(store.commonViews, Id{});
+  EXPECT_EQ(store.inbox, Id{});
+  const Id id = store.id;
   reopen();
   ASSERT_EQ(findPublicStore(*database, store), Status::Ok);
   EXPECT_EQ(store.id, id);

@@ -9,7 +9,7 @@ namespace {
 
 class RowsTest : public EngineTest {
 protected:
-  std::vector<MessageRow> rowsOf(const Guid& folder, std::vector<PropertyTag> columns,
+  std::vector<MessageRow> rowsOf(const Id& folder, std::vector<PropertyTag> columns,
                                  MessageKind kind = MessageKind::Ordinary) {
     std::vector<MessageRow> rows;
     EXPECT_EQ(readMessageRows(*database, folder, kind, columns,
@@ -95,11 +95,11 @@ TEST_F(RowsTest, LongValueIsNamedNotLoaded) {
 }
 
 TEST_F(RowsTest, ChosenMessagesComeInTheOrderAskedFor) {
-  const Guid other = makeFolder(u"Other");
-  const Guid a = save(draftWith(top, u"a")).id;
-  const Guid b = save(draftWith(top, u"b")).id;
-  const Guid elsewhere = save(draftWith(other, u"x")).id;
-  const Guid chosen[] = {b, newGuid(), elsewhere, a};
+  const Id other = makeFolder(u"Other");
+  const Id a = save(draftWith(top, u"a")).id;
+  const Id b = save(draftWith(top, u"b")).id;
+  const Id elsewhere = save(draftWith(other, u"x")).id;
+  const Id chosen[] = {b, newGuid(), elsewhere, a};
   const PropertyTag columns[] = {subjectTag};
   std::u16string subjects;
   ASSERT_EQ(readMessageRowsOf(*database, top, chosen, columns,
@@ -144,10 +144,10 @@ TEST_F(RowsTest, MissingFolderIsNotFound) {
 }
 
 TEST_F(RowsTest, FoldersComeParentFirstWithDepthAndColumns) {
-  const Guid a = makeFolder(u"A");
+  const Id a = makeFolder(u"A");
   makeFolder(u"B");
   makeFolder(a, u"A1");
-  const Guid a2 = makeFolder(a, u"A2");
+  const Id a2 = makeFolder(a, u"A2");
   makeFolder(a2, u"A2x");
   const Property comment{commentTag, u"about A2"};
   ASSERT_EQ(changeFolderProperties(*database, a2, {&comment, 1}, {}), Status::Ok);
@@ -185,7 +185,7 @@ TEST_F(RowsTest, AttachmentRowsShowNumberSizeAndColumns) {
 }
 
 // Rows for a big folder are written by SQL, which is quicker than saving each.
-void fill(Database& database, const Guid& folder, int first, int count) {
+void fill(Database& database, const Id& folder, int first, int count) {
   const std::string from = std::to_string(first), to = std::to_string(first + count - 1);
   Connection& connection = database.connection();
   Query folderId(connection.statement("SELECT id FROM folder WHERE guid = ?"), folder);
@@ -203,13 +203,13 @@ void fill(Database& database, const Guid& folder, int first, int count) {
 }
 
 TEST_F(RowsTest, TimeIsLinearInTheRows) {
-  const Guid small = makeFolder(u"small");
-  const Guid large = makeFolder(u"large");
+  const Id small = makeFolder(u"small");
+  const Id large = makeFolder(u"large");
   fill(*database, small, 1'000, 5'000);
   fill(*database, large, 10'000, 50'000);
   EXPECT_EQ(folderNow(large).messageCount, 50'000u);
   using Clock = std::chrono::steady_clock;
-  const auto timeOf = [&](const Guid& folder, std::size_t expected) {
+  const auto timeOf = [&](const Id& folder, std::size_t expected) {
     auto best = Clock::duration::max();
     for (int round = 0; round < 3; ++round) {
       const auto start = Clock::now();

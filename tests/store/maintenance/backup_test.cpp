@@ -112,7 +112,7 @@ TEST_F(BackupTest, MissingFolderOfTheCopyIsAnError) {
 TEST_F(BackupTest, ChangesBetweenThePassesAreFollowed) {
   fill();
   const auto other = openAnother();
-  std::vector<Guid> ids;
+  std::vector<Id> ids;
   EXPECT_EQ(readMessageRows(*database, reports, MessageKind::Ordinary, {}, [&](MessageRow&& row) {
     ids.push_back(row.message.id);
     return true;
@@ -153,7 +153,7 @@ TEST_F(BackupTest, PostingAndDeletingMeanwhileHarmNoCopy) {
   });
   std::thread deleter([&, own = openAnother()] {
     while (!stop) {
-      std::vector<Guid> ids;
+      std::vector<Id> ids;
       readMessageRows(*own, reports, MessageKind::Ordinary, {}, [&](MessageRow&& row) {
         ids.push_back(row.message.id);
         return ids.size() < 3;

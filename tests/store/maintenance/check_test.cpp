@@ -128,7 +128,7 @@ TEST_F(CheckTest, MessageOfAMissingFolderIsFound) {
 }
 
 TEST_F(CheckTest, CircleOfFoldersIsFound) {
-  const Guid outer = makeFolder(u"outer");
+  const Id outer = makeFolder(u"outer");
   makeFolder(outer, u"inner");
   spoil("UPDATE folder SET parent = (SELECT id FROM folder WHERE name = 'inner') WHERE name = 'outer'");
   EXPECT_THAT(checked().damage, Contains(Says("does not end at the root")));

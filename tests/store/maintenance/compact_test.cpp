@@ -10,8 +10,8 @@ using testing::IsEmpty;
 
 class CompactTest : public MaintenanceTest {
 protected:
-  std::vector<Guid> messagesIn(const Guid& folder) {
-    std::vector<Guid> ids;
+  std::vector<Id> messagesIn(const Id& folder) {
+    std::vector<Id> ids;
     EXPECT_EQ(readMessageRows(*database, folder, MessageKind::Ordinary, {}, [&](MessageRow&& row) {
       ids.push_back(row.message.id);
       return true;
@@ -22,7 +22,7 @@ protected:
 
 TEST_F(CompactTest, FreeSpaceIsGivenBack) {
   fill();
-  const Guid other = makeFolder(u"other");
+  const Id other = makeFolder(u"other");
   for (int i = 0; i < 60; ++i) save(draftWith(other, u"goes", 60'000));
   ASSERT_EQ(deleteFolder(*database, other, {true, true}), Status::Ok);
   EXPECT_GT(readStoreFacts(path()).freePages, 100u);

@@ -27,7 +27,7 @@ protected:
     save(draftWith(reports, u"large", 300'001));
   }
 
-  static MessageDraft draftWith(const Guid& folder, const std::u16string& subject) {
+  static MessageDraft draftWith(const Id& folder, const std::u16string& subject) {
     MessageDraft draft = EngineTest::draftWith(folder, subject);
     draft.set.push_back({classTag, std::u16string(u"IPM.Post")});
     draft.set.push_back({0x0E080003, std::int32_t{7}});
@@ -35,7 +35,7 @@ protected:
     return draft;
   }
 
-  MessageDraft draftWith(const Guid& folder, const std::u16string& subject, std::size_t bytes) {
+  MessageDraft draftWith(const Id& folder, const std::u16string& subject, std::size_t bytes) {
     MessageDraft draft = draftWith(folder, subject);
     auto& attachment = draft.attachments.emplace_back();
     attachment.set = {{attachNameTag, subject + u".pdf"}};
@@ -100,7 +100,7 @@ protected:
     return static_cast<std::uint64_t>(query->integer(0));
   }
 
-  Guid reports{};
+  Id reports{};
 };
 
 MATCHER_P3(IsFinding, message, attachment, what, "") {

@@ -25,7 +25,7 @@ protected:
     StoreInfo mailbox;
     ASSERT_EQ(findStore(*database, profile.mailbox, mailbox), Status::Ok);
     reports = makeFolder(u"Reports");
-    const Guid deep = makeFolder(makeFolder(mailbox.inbox, u"Daily"), u"Sales");
+    const Id deep = makeFolder(makeFolder(mailbox.inbox, u"Daily"), u"Sales");
     int count = 0;
     const auto subject = [&] {
       std::u16string text = u"message ";
@@ -42,7 +42,7 @@ protected:
     }
     for (const std::size_t size : {33'000, 131'072, 300, 140'000, 0}) save(draftWith(deep, subject(), size));
     // Free pages among the others.
-    const Guid gone = makeFolder(u"Gone");
+    const Id gone = makeFolder(u"Gone");
     for (int i = 0; i < 2; ++i) save(draftWith(gone, u"gone", 50'000));
     ASSERT_EQ(deleteFolder(*database, gone, {true, true}), Status::Ok);
   }
@@ -58,8 +58,8 @@ protected:
   }
 
   // All of a folder's messages but the first ones.
-  void deleteAll(const Guid& folder, std::size_t but) {
-    std::vector<Guid> ids;
+  void deleteAll(const Id& folder, std::size_t but) {
+    std::vector<Id> ids;
     const auto note = [&](MessageRow&& row) {
       ids.push_back(row.message.id);
       return true;
@@ -230,7 +230,7 @@ TEST_F(PageDamageTest, FirstPageOfACompactedStoreCostsNothing) {
 // that were there then. Those that were deleted since do not come back, whatever is damaged.
 TEST_F(PageDamageTest, DeletedMessagesStayDeleted) {
   reports = makeFolder(u"Reports");
-  const Guid stays = makeFolder(u"Stays");
+  const Id stays = makeFolder(u"Stays");
   for (char16_t i = 0; i < 40; ++i) save(draftWith(stays, u"first " + std::u16string(1, u'A' + i), 6000));
   for (int i = 0; i < 10; ++i) save(draftWith(stays, u"goes soon", 6000));
   for (int i = 0; i < 300; ++i) save(draftWith(reports, u"goes later"));

@@ -151,8 +151,8 @@ TEST_F(SalvageTest, MessagesOfALostFolderGoToAFolderOfTheirOwn) {
 }
 
 TEST_F(SalvageTest, CircleOfFoldersIsOpened) {
-  const Guid outer = makeFolder(u"outer");
-  const Guid inner = makeFolder(outer, u"inner");
+  const Id outer = makeFolder(u"outer");
+  const Id inner = makeFolder(outer, u"inner");
   save(draftWith(inner, u"in a circle"));
   spoil("UPDATE folder SET parent = (SELECT id FROM folder WHERE name = 'inner') WHERE name = 'outer'");
   const SalvageResult result = salvage();

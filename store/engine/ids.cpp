@@ -7,9 +7,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
-#include <span>
-
-#include "checksum.h"
 
 namespace fendrel::store {
 
@@ -39,9 +36,8 @@ Guid newGuid() {
     // Uniqueness is needed, not secrecy: the rare machine without random numbers gets clock, process and thread.
     LARGE_INTEGER counter{};
     QueryPerformanceCounter(&counter);
-    const std::uint64_t sources[] = {ticks, static_cast<std::uint64_t>(counter.QuadPart), GetCurrentProcessId(),
-                                     GetCurrentThreadId()};
-    const std::uint64_t mixed[] = {checksum(std::as_bytes(std::span(sources))), sources[1]};
+    const std::uint64_t mixed[] = {ticks, static_cast<std::uint64_t>(counter.QuadPart) ^
+                                              (std::uint64_t{GetCurrentProcessId()} << 32 | GetCurrentThreadId())};
     std::memcpy(bytes, mixed, sizeof bytes);
   }
   for (int i = 0; i < 6; ++i) bytes[i] = static_cast<unsigned char>(milliseconds >> (40 - 8 * i));

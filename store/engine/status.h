@@ -19,7 +19,7 @@ enum class Status {
   NewerVersion,   // the file was written by a newer version of this program
   OnNetwork,      // the file lies on another machine, where SQLite's log does not work
   Invalid,        // an argument that no caller should pass
-  Failed,         // anything else; Database::lastError() has the words
+  Failed,         // anything else; the words of the failure tell
 };
 
 // English name, for messages and test output.

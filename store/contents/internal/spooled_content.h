@@ -1,0 +1,39 @@
+// Content on its way into the store. For the engine's own files only.
+#pragma once
+
+#include <functional>
+
+#include "content.h"
+#include "content_spool.h"
+#include "engine_error.h"
+
+namespace fendrel::store {
+
+// Memory: about contentBlockSize, whatever the size. No lock of the database is held.
+class SpooledContent final : public ContentWriter {
+public:
+  using FailureNote = std::function<void(EngineError&&)>;
+
+  // The folder, and what `noteFailure` needs, must outlive this object.
+  SpooledContent(ContentFolder& folder, FailureNote noteFailure)
+      : spool_(folder), noteFailure_(std::move(noteFailure)) {}
+
+  std::uint64_t size() const noexcept override { return spool_.size(); }
+  Status write(std::uint64_t position, std::span<const std::byte> bytes) override;
+  Status read(std::uint64_t position, std::span<std::byte> into, std::size_t& count) override;
+  Status resize(std::uint64_t size) override;
+  Status copyFrom(ContentReader& reader) override;
+  bool saved() const noexcept override { return spool_.isSaved(); }
+
+  // For saveMessage.
+  ContentSpool& spool() noexcept { return spool_; }
+
+private:
+  template <class Work>
+  Status spooling(Work&& work);
+
+  ContentSpool spool_;
+  FailureNote noteFailure_;
+};
+
+}  // namespace fendrel::store

@@ -1,0 +1,50 @@
+// What an engine says of folders, and is told of them.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "id.h"
+#include "property.h"
+
+namespace fendrel::store {
+
+// What the engine keeps right by itself. All of it is of one moment.
+struct FolderInfo {
+  Id id;                            // for the entry id and record key; never used again after a delete
+  Id store;
+  Id parent;                        // empty for a root
+  std::u16string name;              // unique among its siblings; letters count with their case
+  FileTime created{};
+  FileTime modified{};              // last change of name or properties
+  std::uint32_t messageCount = 0;   // ordinary messages
+  std::uint32_t unreadCount = 0;    // ordinary messages that are not read
+  std::uint32_t associatedCount = 0;
+  bool hasSubfolders = false;
+  bool isStandard = false;          // one of StoreInfo's: cannot be renamed, moved or deleted
+};
+
+enum class IfExists { Refuse, Open };
+
+// What to do with what a folder to delete holds; without the flag its presence refuses the call.
+struct DeleteFolderOptions {
+  bool withFolders = false;   // else HasFolders
+  bool withMessages = false;  // else HasMessages (associated ones count too); also for all folders below
+  Id in = {};                 // unless empty, a folder with another parent is NotFound
+};
+
+enum class Depth { Children, AllBelow };
+
+struct FolderRow {
+  FolderInfo folder;
+  std::uint32_t depth = 0;       // 1 for a child of the folder asked for
+  // One for each column asked for, in that order: the stored tag and value, or tag 0 and std::monostate.
+  std::vector<Property> values;
+};
+
+// Called once a row; false ends the reading. Runs inside the engine's lock: it must not call the engine.
+using FolderRowSink = std::function<bool(FolderRow&&)>;
+
+}  // namespace fendrel::store

@@ -1,0 +1,27 @@
+// Names of properties: what the identifiers from 0x8000 on stand for.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <variant>
+
+#include "property.h"
+
+namespace fendrel::store {
+
+struct PropertyName {
+  Guid set{};
+  std::variant<std::int32_t, std::u16string> name;
+  bool operator==(const PropertyName&) const = default;
+};
+
+struct NamedProperty {
+  std::uint16_t id = 0;
+  PropertyName name;
+};
+
+constexpr std::uint16_t firstNamedProperty = 0x8000, lastNamedProperty = 0xFFFE;
+
+enum class IfUnknown { Leave, Create };
+
+}  // namespace fendrel::store
