@@ -11,5 +11,5 @@ set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
 set(CMAKE_CXX_FLAGS_INIT "-nostdinc++ -isystem ${gcc_folder}/include/c++ \
 -isystem ${gcc_folder}/include/c++/x86_64-w64-mingw32 -isystem ${gcc_folder}/include/c++/backward")
 foreach(kind EXE SHARED MODULE)
-  string(APPEND CMAKE_${kind}_LINKER_FLAGS_INIT " -B${gcc_folder} -L${gcc_folder} -pthread")
+  string(APPEND CMAKE_${kind}_LINKER_FLAGS_INIT " -B${gcc_folder} -L${gcc_folder} -pthread -Wno-unused-command-line-argument")
 endforeach()

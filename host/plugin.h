@@ -56,7 +56,7 @@ class Plugin {
   ChoiceAnswer encodeJob(DestinationOptions* options);
 
   struct ModuleFree {
-    void operator()(void* module) const noexcept { FreeLibrary(static_cast<HMODULE>(module)); }
+    void operator()(void* handle) const noexcept { FreeLibrary(static_cast<HMODULE>(handle)); }
   };
   struct Exports {
     decltype(&NRVInitializeW) initialize;

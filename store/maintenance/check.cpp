@@ -93,7 +93,9 @@ private:
     result_.folders = folders.folders.size();
     std::map<std::int64_t, int> roots;
     for (const auto& [number, folder] : folders.folders) {
-      const auto say = [&](const char* what) { result_.damage.push_back({folders.path(number), {}, {}, false, what}); };
+      const auto say = [this, &folders, number = number](const char* what) {
+        result_.damage.push_back({folders.path(number), {}, {}, false, what});
+      };
       if (folders.isAstray(number)) say("Its way up does not end at the root of its store.");
       if (!folders.stores.contains(folder.store)) say("Its message store is not there.");
       if (folder.role == "root" || folder.role == "ipm_subtree") ++roots[folder.store];

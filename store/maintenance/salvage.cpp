@@ -152,7 +152,7 @@ private:
     std::vector<std::int64_t> refused;
     for (const auto& [number, folder] : folders_.folders) {
       std::string why;
-      if (insert([&] { insertFolder(number, folder); }, why)) {
+      if (insert([this, number = number, &folder = folder] { insertFolder(number, folder); }, why)) {
         ++result_.folders;
         if (folder.isMended && folder.created == 0) mended(folders_.path(number), "Its times were lost.");
       } else {

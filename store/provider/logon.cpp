@@ -40,7 +40,7 @@ public:
   std::shared_ptr<SharedLogon> offer(const SessionPointer& context) {
     const std::lock_guard lock(mutex_);
     if (!logon_.expired()) return {};
-    auto made = std::make_shared<SharedLogon>(context);
+    auto made = std::make_shared<SharedLogon>(SharedLogon{context});
     logon_ = made;
     return made;
   }

@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "id.h"
 #include "property_values.h"
 
 namespace fendrel::provider {

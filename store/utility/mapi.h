@@ -14,6 +14,11 @@ template <class Interface, class Argument>
 struct OnlyArgument<HRESULT (STDMETHODCALLTYPE Interface::*)(Argument)> {
   using Type = Argument;
 };
+// Some headers declare that no method throws, which counts in its type.
+template <class Interface, class Argument>
+struct OnlyArgument<HRESULT (STDMETHODCALLTYPE Interface::*)(Argument) noexcept> {
+  using Type = Argument;
+};
 
 // What the headers at hand write where the published 64-bit interface has ULONG_PTR: windows, connections and
 // bookmarks. The toolchain's own have a 32-bit ULONG there. Each argument has a slot of 8 bytes, so callers of either
