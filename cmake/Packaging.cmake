@@ -23,4 +23,6 @@ set(CPACK_NSIS_MENU_LINKS
   "share/doc/fendrel/README.md" "Read me"
   "share/doc/fendrel/docs" "Documents")
 set(CPACK_NSIS_UNINSTALL_NAME Uninstall)
+# A default mail client whose library has gone would stop every program that uses MAPI.
+set(CPACK_NSIS_EXTRA_UNINSTALL_COMMANDS "nsExec::Exec '\"$INSTDIR\\bin\\fendrel.exe\" mapi unregister'\n  Pop $0")
 include(CPack)

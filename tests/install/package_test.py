@@ -48,6 +48,12 @@ def main():
         def wine(*command):
             return run(run_wine, *command, env=environment)
 
+        def client():
+            """The machine's default mail client."""
+            listed = run(run_wine, "reg", "query", "HKLM\\Software\\Clients\\Mail", "/ve", env=environment)
+            value = [line for line in listed.splitlines() if "REG_SZ" in line]
+            return value[0].partition("REG_SZ")[2].strip() if value else ""
+
         def wait():
             # Wine's services end after the last program; until then the prefix is in use.
             subprocess.run(["sh", "-c", "wineserver -w || /usr/lib/wine/wineserver -w"], env=environment,
@@ -69,13 +75,20 @@ def main():
             menu = os.path.join(prefix, "drive_c/ProgramData/Microsoft/Windows/Start Menu/Programs/Fendrel")
             wine(installer, "/S")
             programs = os.path.join(place, "bin")
-            wine(os.path.join(programs, "fendrel.exe"), "profile", "add", "nightly", "--user", "Night Shift")
+            fendrel = os.path.join(programs, "fendrel.exe")
+            wine(fendrel, "profile", "add", "nightly", "--user", "Night Shift")
             posts_from(programs, 1)
+            doctor = json.loads(wine(fendrel, "doctor", "--to", FOLDER, "--json"))
+            expect("findings of doctor", [each for each in doctor["findings"] if not each["good"]], [])
+            before = client()
+            wine(fendrel, "mapi", "register", "--for", "machine", "--force")
+            expect("mail client", client(), "Fendrel")
             expect("start menu", os.path.exists(os.path.join(menu, "Uninstall.lnk")), True)
 
             # It copies itself elsewhere and goes on there, unless told where it is.
             wine(os.path.join(place, "Uninstall.exe"), "/S", "_?=C:\\Program Files\\Fendrel")
             expect("what is left of the programs", os.path.exists(programs), False)
+            expect("mail client after the removal", client(), before)
             expect("what is left of the start menu", os.path.exists(menu), False)
 
             unpacked = os.path.join(folder, "unpacked")
