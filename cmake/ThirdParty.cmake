@@ -2,7 +2,10 @@
 # fendrel::toml, fendrel::fmt, GTest::gmock. An installed package wins; otherwise the sources come from pinned packages:
 # Debian's -dev packages, and npm for SQLite's amalgamation and its recovery extension.
 
-set(FENDREL_DEBIAN_ROOT "/usr" CACHE PATH "Where Debian's header-only libraries are installed")
+if(NOT CMAKE_HOST_WIN32)
+  set(FENDREL_DEBIAN_ROOT "/usr" CACHE PATH "Where Debian's header-only libraries are installed")
+  set(FENDREL_MEDIA_TYPES "/etc/mime.types" CACHE FILEPATH "Media types with their extensions (Debian: media-types)")
+endif()
 
 # fendrel_header_library(TARGET INSTALLED_TARGET PACKAGE FOLDER)
 # A header-only library. Only its own folder is copied to where the compiler sees it, because a
@@ -123,7 +126,6 @@ target_compile_definitions(fendrel_sqlite_recover PRIVATE NDEBUG)
 add_library(fendrel::sqlite_recover ALIAS fendrel_sqlite_recover)
 
 # Which media type a file's extension stands for: the system's table, as lines of C++ in the order of extensions.
-set(FENDREL_MEDIA_TYPES "/etc/mime.types" CACHE FILEPATH "Media types with their extensions (Debian: media-types)")
 set(FENDREL_MEDIA_TYPES_INCLUDE "${PROJECT_BINARY_DIR}/third_party/media_types")
 function(fendrel_make_media_types)
   set(media_types "")
@@ -141,7 +143,7 @@ function(fendrel_make_media_types)
     endforeach()
     list(SORT media_types)
   else()
-    message(WARNING "${FENDREL_MEDIA_TYPES} was not found: attachments in .eml files will have no types of their own.")
+    message(WARNING "FENDREL_MEDIA_TYPES names no file: attachments in .eml files will have no types of their own.")
   endif()
   list(JOIN media_types "\n" media_types)
   file(CONFIGURE OUTPUT "${FENDREL_MEDIA_TYPES_INCLUDE}/media_types.inc" CONTENT "@media_types@\n" @ONLY)
