@@ -77,15 +77,21 @@ function(fendrel_add_version target file description)
   target_sources(${target} PRIVATE "${script}")
 endfunction()
 
-# fendrel_add_run(TEST PROGRAM [SERIAL] [WINDOWS] [FILTER filter] [TIMEOUT seconds] [LABELS ...] [ENVIRONMENT ...]): the
-# tests of a program, or those of the filter, as one test of ctest. A failed case is named in its output.
+# fendrel_add_run(TEST PROGRAM [SERIAL] [WINDOWS] [MAIL_SERVER] [FILTER filter] [TIMEOUT seconds] [LABELS ...]
+#                 [ENVIRONMENT ...]): the tests of a program, or those of the filter, as one test of ctest. A failed case is
+# named in its output. MAIL_SERVER: beside a mail server of its own (tools/mail-server says where it stands).
 function(fendrel_add_run test program)
-  cmake_parse_arguments(PARSE_ARGV 2 RUN "SERIAL;WINDOWS" "FILTER;TIMEOUT" "LABELS;ENVIRONMENT")
+  cmake_parse_arguments(PARSE_ARGV 2 RUN "SERIAL;WINDOWS;MAIL_SERVER" "FILTER;TIMEOUT" "LABELS;ENVIRONMENT")
   set(arguments --gtest_brief=1)
   if(RUN_FILTER)
     list(APPEND arguments "--gtest_filter=${RUN_FILTER}")
   endif()
-  add_test(NAME ${test} COMMAND ${program} ${arguments})
+  if(RUN_MAIL_SERVER)
+    add_test(NAME ${test} COMMAND "${PROJECT_SOURCE_DIR}/tools/mail-server" run ${CMAKE_CROSSCOMPILING_EMULATOR}
+                                  $<TARGET_FILE:${program}> ${arguments})
+  else()
+    add_test(NAME ${test} COMMAND ${program} ${arguments})
+  endif()
   if(NOT RUN_TIMEOUT)
     set(RUN_TIMEOUT 900)
   endif()
@@ -129,18 +135,18 @@ function(fendrel_compile_as_test target)
 endfunction()
 
 # fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [WINDOWS | WINDOWS_IN suites] [GUARDED]
-#                  [DOUBLE_BYTE] [QUICK] [LABELS ...] [ENVIRONMENT ...] [NEEDS ...]):
+#                  [DOUBLE_BYTE] [QUICK] [MAIL_SERVER] [LABELS ...] [ENVIRONMENT ...] [NEEDS ...]):
 # a GoogleTest program, which is one test of ctest with its name. NEEDS names modules and programs that the tests load
 # or start. WINDOWS: they show windows, and run while no other such program takes the keyboard away from them;
 # WINDOWS_IN: those of the suites of that name do (ChooseCommand*), which are a second test of ctest, NAME_windows.
 # GUARDED runs the same tests a second time as NAME_guarded, label "guarded", in a program whose heap blocks end at
 # unreadable pages. DOUBLE_BYTE runs them a second time as NAME_932, with ANSI code page 932 instead of 1252. QUICK:
-# tools/test --quick runs it too.
+# tools/test --quick runs it too. MAIL_SERVER: as fendrel_add_run has it.
 function(fendrel_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL;WINDOWS;GUARDED;DOUBLE_BYTE;QUICK" "TIMEOUT;WINDOWS_IN"
+  cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL;WINDOWS;MAIL_SERVER;GUARDED;DOUBLE_BYTE;QUICK" "TIMEOUT;WINDOWS_IN"
                         "SOURCES;USES;LABELS;ENVIRONMENT;NEEDS")
   set(company "")
-  foreach(option SERIAL WINDOWS)
+  foreach(option SERIAL WINDOWS MAIL_SERVER)
     if(TEST_${option})
       list(APPEND company ${option})
     endif()
