@@ -59,6 +59,9 @@ struct HttpAnswer {
   std::uint64_t length = 0;                        // bytes that came
 };
 
+// Gets the answer's bytes as they come, in pieces of at most 64 KiB, with its head; `length` counts those of before.
+using AnswerSink = std::function<void(const HttpAnswer& head, std::span<const std::byte> bytes)>;
+
 // Threads: any number at once.
 class HttpClient {
  public:
@@ -67,10 +70,10 @@ class HttpClient {
   HttpClient(const HttpClient&) = delete;
   HttpClient& operator=(const HttpClient&) = delete;
 
-  // Answers with any status; the body goes to `to` as it comes, in pieces of at most 64 KiB. An answer that ends before its
-  // Content-Length is `lost`, after its pieces have gone to `to`. What `to` throws ends the request and leaves send().
-  // Throws cancelled, unknownName, refused, timedOut, lost, untrusted, wrongName, tls.
-  HttpAnswer send(const HttpRequest& request, const ByteSink& to);
+  // Answers with any status. An answer that ends before its Content-Length is `lost`, after its pieces have gone to `to`.
+  // What `to` throws ends the request and leaves send(). Throws cancelled, unknownName, refused, timedOut, lost,
+  // untrusted, wrongName, tls.
+  HttpAnswer send(const HttpRequest& request, const AnswerSink& to);
 
   const Settings& settings() const noexcept;
 

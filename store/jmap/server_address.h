@@ -9,10 +9,11 @@ namespace fendrel::jmap {
 
 struct ServerAddress {
   bool isSecure = true;  // https
-  std::string host;      // as written, lower case; an IPv6 address without its brackets
+  std::string host;      // as written, lower case; a name or an IPv4 address
   std::uint16_t port = 443;
   std::string path;      // begins with "/"; a query is part of it, a fragment is not
 
+  bool isThisMachine() const;
   bool isSameServer(const ServerAddress& other) const {
     return isSecure == other.isSecure && host == other.host && port == other.port;
   }
@@ -20,7 +21,7 @@ struct ServerAddress {
   std::string text() const { return server() + path; }
 };
 
-// "https://mail.example:8443/path". http is for this machine alone (localhost, 127.0.0.0/8, ::1); a URL with a name or
+// "https://mail.example:8443/path". http is for this machine alone (localhost, 127.0.0.0/8); a URL with a name or
 // password in it is refused, because URLs get into logs. Throws badAddress.
 ServerAddress parseAddress(std::string_view url);
 

@@ -2,6 +2,7 @@
 // std::bad_alloc alone leaves a call.
 #pragma once
 
+#include <chrono>
 #include <string>
 
 namespace fendrel::jmap {
@@ -36,6 +37,7 @@ struct ServerFailure {
   FailureKind kind;
   std::string text;     // English, UTF-8, names the server: what happened and the way out; never holds a secret
   bool passes = false;  // by itself: asking again later may do. It was asked again already where that is safe.
+  std::chrono::seconds retryAfter{0};  // how long a busy server wants to be left alone; 0: it does not say
 };
 
 // English name, for messages and test output.
