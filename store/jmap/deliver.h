@@ -12,14 +12,15 @@ struct NewMessage {
   std::string mailbox;
   std::vector<std::string> keywords;
   std::chrono::sys_seconds receivedAt{};
+  bool mayBeThere = false;  // it was delivered before, and nobody knows how that ended: looked for before it is imported
 };
 
 // Uploads the message and imports it. Returns its id when the server has it for good. An answer that was lost is asked for
-// again with the same bytes: that the server has them already, or that the mailbox holds the Message-ID, is success. What
-// passes by itself is tried `attempts` times.
+// again with the same bytes, `attempts` times in all: that the server has them already, or that the mailbox holds the
+// Message-ID, is success.
 //
 // Throws ServerFailure. Where that is `lost` or `timedOut` the message may have arrived: the same NewMessage can be
-// delivered again, at any time, and is there once.
+// delivered again with mayBeThere, at any time, and is there once.
 std::string deliver(MailAccount& account, const NewMessage& message, int attempts = 4);
 
 }  // namespace fendrel::jmap

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <map>
+#include <optional>
 #include <span>
 
 #include "mail_server.h"
@@ -98,6 +99,8 @@ class MailAccount {
   MailboxList mailboxes();
   // Throws notFound.
   Mailbox mailbox(const std::string& mailboxId);
+  // Its id, where there is one of that name.
+  std::optional<std::string> findMailbox(const std::string& parent, const std::string& name);
   // Its id. parent empty: at the top. Throws nameTaken, noAccess; notFound: the parent.
   std::string createMailbox(const std::string& parent, const std::string& name);
   // Throws nameTaken, noAccess, notFound.
@@ -134,6 +137,9 @@ class MailAccount {
 
  private:
   Failures update(std::span<const std::string> ids, const Json& patch);
+  void checkNewName(const std::string& parent, const std::string& name);
+  bool isGone(const std::string& mailboxId);
+  void updateMailbox(const std::string& mailboxId, const Json& patch, const std::string& name);
 
   MailServer& server_;
   std::string id_;

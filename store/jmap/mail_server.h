@@ -4,8 +4,9 @@
 // most, where asking twice does no harm. Busy servers are waited for as long as their Retry-After says.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
-#include <memory>
+#include <functional>
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -14,34 +15,11 @@
 #include <vector>
 
 #include "http_client.h"
+#include "mail_session.h"
 
 namespace fendrel::jmap {
 
 using Json = nlohmann::json;
-
-// What a server says of itself to a user.
-struct MailSession {
-  struct Account {
-    std::string id, name;
-    bool isPersonal = false;
-    bool isReadOnly = false;
-    bool mayCreateTopLevelMailbox = false;
-  };
-  struct Limits {
-    std::uint64_t maxSizeUpload = 0;      // bytes; 0: not said
-    std::uint64_t maxSizeRequest = 0;     // bytes
-    std::uint64_t maxCallsInRequest = 1;
-    std::uint64_t maxObjectsInGet = 0;
-    std::uint64_t maxObjectsInSet = 0;
-  };
-  std::string userName;
-  std::vector<Account> accounts;  // those with mail, the person's own first, then by name
-  std::string primaryAccount;     // id of the person's own mail
-  Limits limits;
-  std::vector<std::string> capabilities;  // names, "urn:ietf:params:jmap:mail"
-  ServerAddress apiUrl;
-  std::string uploadUrl, downloadUrl;  // templates, whole URLs
-};
 
 struct MethodCall {
   std::string name;
@@ -56,15 +34,16 @@ class MailServer {
  public:
   explicit MailServer(Settings settings);
 
-  // Asked for once, then kept. Redirects on the same server are followed; another server is not told the password
-  // (redirected). Throws noMail where the server has none, unauthorized, and all that HttpClient::send throws.
+  // Asked for once, then kept; the reference stays valid. Redirects on the same server are followed; another server is not
+  // told the password (redirected). Throws noMail where the server has none, unauthorized, and what HttpClient::send
+  // throws. A URL with a path is where the session is; one without asks where it is (/.well-known/jmap).
   const MailSession& session();
 
   // One method call. Returns the arguments of its answer; an "error" answer is thrown.
   Json call(const MethodCall& method, Repeat repeat);
 
-  // Several, in one request where the server's limits let them; answers in their order. The first error is thrown.
-  // "#ids" and the like (RFC 8620, 3.7) refer to a call by its place: "0", "1", ...
+  // Several in one request; answers in their order. The first error is thrown. "#ids" and the like (RFC 8620, 3.7) refer
+  // to a call by its place: "0", "1", ...
   std::vector<Json> calls(const std::vector<MethodCall>& methods, Repeat repeat);
 
   // Returns the blob's id. Throws tooLarge before a byte is sent where the server would not take so many.
@@ -75,6 +54,9 @@ class MailServer {
   void download(const std::string& account, const std::string& blob, const ByteSink& to, std::uint64_t begin = 0,
                 std::optional<std::uint64_t> length = std::nullopt);
 
+  // Waits as HttpClient does: throws cancelled.
+  void wait(std::chrono::milliseconds time) const { client_.wait(time); }
+
   // "https://mail.example", for words.
   std::string name() const;
   const Settings& settings() const noexcept { return client_.settings(); }
@@ -82,7 +64,16 @@ class MailServer {
   std::uint64_t requestCount() const noexcept;
 
  private:
-  class Asking;
+  // What came of one request, in memory.
+  struct Answer {
+    HttpAnswer head;
+    std::string text;
+  };
+
+  Answer ask(const HttpRequest& request);
+  MailSession discover();
+  // Calls `once` again as the failure and `repeat` let it.
+  void persist(Repeat repeat, const std::function<void()>& once);
 
   HttpClient client_;
   ServerAddress address_;
