@@ -18,7 +18,4 @@ void checkWhole(const Attachment& attachment, std::uint64_t copied);
 // Writes the message in pieces, whatever the size of its attachments. Throws Failure.
 void writeEml(IMessage& message, const ByteSink& to, const WriteEvents& events);
 
-// "Sat, 05 Apr 2031 14:07:08 +0000"; empty for a time that no calendar has.
-std::string mailDate(const FILETIME& time);
-
 }  // namespace fendrel::host

@@ -40,9 +40,8 @@ struct ReadMail {
   std::string subject;
   std::optional<std::chrono::sys_seconds> date, delivered;
   std::string messageId;  // "<left@right>"
-  std::string messageClass;
   std::optional<int> importance, sensitivity;
-  std::map<std::string, std::string> moreHeaders;  // those of ours that are there
+  std::map<std::string, std::string> ownHeaders;  // those of mail_headers.h that are there
   bool hasAttachments = false;                     // in the server's words
 
   // Of a whole message only.

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace fendrel::host {
+namespace fendrel::mime {
 namespace {
 
 constexpr std::size_t longestLine = 76;
@@ -38,17 +38,18 @@ std::string withoutControls(std::string_view text) {
   return result;
 }
 
+constexpr std::string_view base64Digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
 void appendBase64(std::string& to, std::string_view bytes) {
-  static constexpr char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   const auto at = [&](std::size_t index) {
     return index < bytes.size() ? static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[index])) : 0u;
   };
   for (std::size_t index = 0; index < bytes.size(); index += 3) {
     const std::uint32_t three = at(index) << 16 | at(index + 1) << 8 | at(index + 2);
-    to += digits[three >> 18];
-    to += digits[three >> 12 & 63];
-    to += index + 1 < bytes.size() ? digits[three >> 6 & 63] : '=';
-    to += index + 2 < bytes.size() ? digits[three & 63] : '=';
+    to += base64Digits[three >> 18];
+    to += base64Digits[three >> 12 & 63];
+    to += index + 1 < bytes.size() ? base64Digits[three >> 6 & 63] : '=';
+    to += index + 2 < bytes.size() ? base64Digits[three & 63] : '=';
   }
 }
 
@@ -100,7 +101,7 @@ bool isDotAtom(std::string_view text) {
 
 }  // namespace
 
-void Base64Lines::write(std::span<const std::uint8_t> bytes) {
+void Base64Lines::write(std::span<const std::byte> bytes) {
   std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   std::string lines;
   lines.reserve((rest.size() + text.size()) / lineBytes * (longestLine + lineEnd.size()));
@@ -176,10 +177,31 @@ void QuotedPrintableLines::end() {
   line.clear();
 }
 
+std::uint64_t base64LinesLength(std::uint64_t bytes) {
+  const std::uint64_t rest = bytes % Base64Lines::lineBytes;
+  const std::uint64_t lastLine = rest == 0 ? 0 : (rest + 2) / 3 * 4 + lineEnd.size();
+  return bytes / Base64Lines::lineBytes * (longestLine + lineEnd.size()) + lastLine;
+}
+
 std::string base64(std::string_view bytes) {
   std::string text;
   appendBase64(text, bytes);
   return text;
+}
+
+std::optional<std::string> decodedBase64(std::string_view text) {
+  if (text.size() % 4 != 0) return std::nullopt;
+  if (text.ends_with('=')) text.remove_suffix(text.ends_with("==") ? 2 : 1);
+  std::string bytes;
+  std::uint32_t bits = 0;
+  unsigned count = 0;
+  for (const char c : text) {
+    const std::size_t digit = base64Digits.find(c);
+    if (digit == std::string_view::npos) return std::nullopt;
+    bits = bits << 6 | static_cast<std::uint32_t>(digit);
+    if ((count += 6) >= 8) bytes += static_cast<char>(bits >> (count -= 8) & 0xFF);
+  }
+  return bytes;
 }
 
 std::string unstructuredHeader(std::string_view field, std::string_view text) {
@@ -303,4 +325,4 @@ bool isMessageId(std::string_view id) {
          isPlainAddress(id.substr(1, id.size() - 2));
 }
 
-}  // namespace fendrel::host
+}  // namespace fendrel::mime

@@ -1,13 +1,12 @@
 // The encoders of mail text: what comes out is read back here by decoders of the test's own.
-#include "formats/mail_text.h"
+#include "mail_text.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 
-#include "text.h"
 
-namespace fendrel::host {
+namespace fendrel::mime {
 namespace {
 
 using testing::EndsWith;
@@ -20,7 +19,7 @@ std::string base64Lines(const std::string& bytes, std::size_t piece) {
   Base64Lines writer([&](std::string_view text) { lines += text; });
   for (std::size_t begin = 0; begin < bytes.size(); begin += piece) {
     const std::string part = bytes.substr(begin, piece);
-    writer.write(std::span(reinterpret_cast<const std::uint8_t*>(part.data()), part.size()));
+    writer.write(std::span(reinterpret_cast<const std::byte*>(part.data()), part.size()));
   }
   writer.end();
   return lines;
@@ -48,6 +47,11 @@ std::string decodedBase64(std::string_view text) {
   return bytes;
 }
 
+bool isWellFormed(const std::string& utf8) {
+  return utf8.empty() || MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, utf8.data(), static_cast<int>(utf8.size()),
+                                             nullptr, 0) > 0;
+}
+
 // The text of encoded words, each decoded by itself and well-formed by itself.
 std::string decodedWords(std::string_view header) {
   std::string text;
@@ -56,7 +60,7 @@ std::string decodedWords(std::string_view header) {
     at += begin.size();
     const std::size_t end = header.find("?=", at);
     const std::string word = decodedBase64(header.substr(at, end - at));
-    EXPECT_EQ(toUtf8(toWide(word)), word) << "a character is torn";
+    EXPECT_TRUE(isWellFormed(word)) << "a character is torn";
     EXPECT_LE(end + 2 - at + begin.size(), 75u);
     text += word;
   }
@@ -179,11 +183,6 @@ TEST(Header, LongTextIsFoldedIntoWholeCharacters) {
     }
 }
 
-TEST(Header, LoneSurrogatesAreReplaced) {
-  const std::string header = unstructuredHeader("Subject", toUtf8(L"a\xD83D" L"b"));
-  EXPECT_EQ(decodedWords(header), "a\xEF\xBF\xBD" "b");
-}
-
 TEST(Mailbox, PlainNameIsQuoted) {
   EXPECT_EQ(mailboxHeader("From", "Jane \"J\" Doe", "a@b.invalid"), "From: \"Jane \\\"J\\\" Doe\" <a@b.invalid>\r\n");
 }
@@ -279,4 +278,4 @@ TEST(MessageId, OnlyPlainIdentifiersAreTaken) {
 }
 
 }  // namespace
-}  // namespace fendrel::host
+}  // namespace fendrel::mime

@@ -5,11 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 
-namespace fendrel::host {
+namespace fendrel::mime {
 
 using TextSink = std::function<void(std::string_view)>;
 
@@ -17,11 +18,12 @@ using TextSink = std::function<void(std::string_view)>;
 class Base64Lines {
  public:
   explicit Base64Lines(TextSink to) : sink(std::move(to)) {}
-  void write(std::span<const std::uint8_t> bytes);
+  void write(std::span<const std::byte> bytes);
   void end();  // the last, shorter line
 
- private:
   static constexpr std::size_t lineBytes = 57;  // 76 characters
+
+ private:
   TextSink sink;
   std::string rest;  // less than a line
 };
@@ -43,7 +45,13 @@ class QuotedPrintableLines {
   bool afterCr = false;
 };
 
+// What so many bytes come to in such lines.
+std::uint64_t base64LinesLength(std::uint64_t bytes);
+
 std::string base64(std::string_view bytes);
+
+// Nothing where it is no base64 in one piece.
+std::optional<std::string> decodedBase64(std::string_view text);
 
 // "FIELD: text" with its line end, in encoded words where the text needs them or is long. Control characters become
 // blanks.
@@ -70,4 +78,4 @@ bool isPlainMediaType(std::string_view type);
 // True for "<LEFT@RIGHT>" in plain characters.
 bool isMessageId(std::string_view id);
 
-}  // namespace fendrel::host
+}  // namespace fendrel::mime

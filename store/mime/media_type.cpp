@@ -1,12 +1,8 @@
-#include "formats/media_type.h"
-
-#include <windows.h>
+#include "media_type.h"
 
 #include <algorithm>
 
-#include "text.h"
-
-namespace fendrel::host {
+namespace fendrel::mime {
 namespace {
 
 struct MediaType {
@@ -22,15 +18,15 @@ static_assert(std::ranges::is_sorted(knownTypes, {}, &MediaType::extension));
 
 }  // namespace
 
-std::string mediaTypeOf(std::wstring_view fileName) {
-  const std::size_t dot = fileName.find_last_of(L'.');
-  std::wstring last(dot == std::wstring_view::npos ? std::wstring_view() : fileName.substr(dot + 1));
-  CharLowerBuffW(last.data(), static_cast<DWORD>(last.size()));
-  const std::string extension = toUtf8(last);
+std::string mediaTypeOf(std::string_view fileName) {
+  const std::size_t dot = fileName.find_last_of('.');
+  std::string extension(dot == std::string_view::npos ? std::string_view() : fileName.substr(dot + 1));
+  for (char& c : extension)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
   const auto* found = std::ranges::lower_bound(knownTypes, std::string_view(extension), {}, &MediaType::extension);
   if (found == std::end(knownTypes) || extension.empty() || found->extension != extension)
     return "application/octet-stream";
   return std::string(found->type);
 }
 
-}  // namespace fendrel::host
+}  // namespace fendrel::mime

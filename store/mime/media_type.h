@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-namespace fendrel::host {
+namespace fendrel::mime {
 
 // "application/pdf" for "sales.pdf"; "application/octet-stream" for what is not in the table.
-std::string mediaTypeOf(std::wstring_view fileName);
+std::string mediaTypeOf(std::string_view fileName);
 
-}  // namespace fendrel::host
+}  // namespace fendrel::mime
