@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,15 @@ struct PasswordRecord {
   bool empty() const noexcept { return hash.empty(); }
 };
 
+// The mail server that a profile's messages are on.
+struct ServerAccess {
+  std::u16string url;            // "https://mail.example"
+  std::u16string user;           // who signs in; empty: the secret is a bearer token
+  Bytes sealedSecret;            // password or token as the caller sealed it; empty: none is kept
+  std::u16string publicAccount;  // the account that is shown as the public store; empty: none
+  std::u16string tlsCaFile;      // full path of the certificates of more issuers; empty: none
+};
+
 // A profile has a mailbox, which may outlive it; the public store is everyone's.
 struct Profile {
   Guid id{};
@@ -26,6 +36,7 @@ struct Profile {
   bool isDefault = false;   // at most one profile is; the first one created is
   FileTime created{};
   Id mailbox;               // its store
+  std::optional<ServerAccess> server;  // empty: its messages are in the database
 };
 
 // A mailbox that was never used is not kept.
@@ -34,7 +45,7 @@ enum class MailboxFate { Kept, Deleted };
 class ProfileBook : public Origin {
 public:
   // Creates the profile with the mailbox that a profile of this user left, else with a new one. Of `profile`, name,
-  // userName, password and isDefault are read; the other members are filled in.
+  // userName, password, isDefault and server are read; the other members are filled in.
   // AlreadyExists (nothing changed), Invalid (empty name).
   virtual Status create(Profile& profile) = 0;
 
@@ -53,6 +64,9 @@ public:
   // Replaces the password record. NotFound.
   virtual Status setPassword(const std::u16string& name, const PasswordRecord& password) = 0;
 
+  // Makes it a profile of that server, or of another one than before. NotFound, Invalid (no such URL).
+  virtual Status setServer(const std::u16string& name, const ServerAccess& server) = 0;
+
   // Also gives the mailbox its new name, "Mailbox - USER". A profile whose mailbox was never used gets the mailbox that
   // a profile of this user left, where there is one. NotFound, Invalid (empty user name).
   virtual Status setUserName(const std::u16string& name, const std::u16string& userName) = 0;
@@ -64,8 +78,8 @@ public:
   // is to be taken away first).
   virtual Status remove(const std::u16string& name, MailboxFate mailbox) = 0;
 
-  // The engine of its stores.
-  virtual Status open(const Profile& profile, std::shared_ptr<Engine>& engine) = 0;
+  // The engine of its stores. `secret`: of a server's profile, as it was before it was sealed.
+  virtual Status open(const Profile& profile, const std::u16string& secret, std::shared_ptr<Engine>& engine) = 0;
 };
 
 }  // namespace fendrel::store

@@ -23,6 +23,11 @@ struct Shape {
 constexpr Shape shapes[] = {
     {"store", "id, guid, kind, display_name", "#bit", "1"},
     {"profile",
+     "id, guid, name, user_name, password_salt, password_iterations, password_hash, is_default, created, mailbox, "
+     "server_url, server_user, server_secret, server_public_account, server_tls_ca_file",
+     "#bttBIBiiiTTBTT", "1"},
+    // As versions before the fifth saved it.
+    {"profile",
      "id, guid, name, user_name, password_salt, password_iterations, password_hash, is_default, created, mailbox",
      "#bttBIBiii", "1"},
     {"folder", "id, guid, store, parent, name, role, created, modified, message_count, unread_count, associated_count",

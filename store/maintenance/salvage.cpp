@@ -202,7 +202,7 @@ private:
     std::int64_t mailbox = 0;
   };
 
-  // Three indexes hold a profile's identifier, its name and its mailbox; the password is lost.
+  // Three indexes hold a profile's identifier, its name and its mailbox; its password and its server are lost.
   void mendProfiles(const std::set<std::int64_t>& known) {
     std::string why;
     std::map<std::int64_t, LostProfile> lost;
@@ -222,7 +222,7 @@ private:
       if (!isText(profile.name) || profile.name.empty() || profile.mailbox == 0) continue;
       if (!insert([&, id = number, &row = profile] { insertMended(id, row); }, why)) continue;
       ++result_.profiles;
-      mended({}, "The profile '" + profile.name + "' has lost its password.");
+      mended({}, "The profile '" + profile.name + "' has lost its password, and its mail server where it had one.");
     }
   }
 

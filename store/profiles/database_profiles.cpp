@@ -19,6 +19,9 @@ public:
   Status setPassword(const std::u16string& name, const PasswordRecord& password) override {
     return store::setPassword(database(), name, password);
   }
+  Status setServer(const std::u16string& name, const ServerAccess& server) override {
+    return store::setServer(database(), name, server);
+  }
   Status setUserName(const std::u16string& name, const std::u16string& userName) override {
     return store::setUserName(database(), name, userName);
   }
@@ -28,7 +31,8 @@ public:
   Status remove(const std::u16string& name, MailboxFate mailbox) override {
     return deleteProfile(database(), name, mailbox);
   }
-  Status open(const Profile& profile, std::shared_ptr<Engine>& engine) override {
+  Status open(const Profile& profile, const std::u16string&, std::shared_ptr<Engine>& engine) override {
+    if (profile.server) return Status::Failed;  // nothing here speaks to a mail server yet
     return LocalEngine::open(sharedDatabase(), profile.mailbox, engine);
   }
 };

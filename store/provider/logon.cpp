@@ -3,6 +3,7 @@
 #include "database_profiles.h"
 #include "logon_dialog.h"
 #include "password_gate.h"
+#include "secret.h"
 #include "session.h"
 #include "status_codes.h"
 #include "text.h"
@@ -26,6 +27,13 @@ HRESULT chooseProfile(store::ProfileBook& profiles, ULONG_PTR window, const void
   if (status == store::Status::NotFound) return MAPI_E_LOGON_FAILED;
   if (status != store::Status::Ok) return toResult(status);
   return tryPassword(profile, textArgument(password, flags));
+}
+
+// What a server's profile signs in with: what the caller gives, else what is kept. Nothing for other profiles.
+HRESULT secretOf(const store::Profile& profile, std::u16string given, std::u16string& secret) {
+  if (!profile.server) return S_OK;
+  secret = std::move(given);
+  return secret.empty() ? openSecret(profile.server->sealedSecret, secret) : S_OK;
 }
 
 // The one session that the programs of this process may share.
@@ -69,11 +77,14 @@ HRESULT logon(ULONG_PTR window, const void* profileName, const void* password, U
   if (const auto status = store::openProfileBook(context->profiles); status != store::Status::Ok) {
     return toResult(status);
   }
-  const HRESULT result = chooseProfile(*context->profiles, window, profileName, password, flags, context->profile);
+  HRESULT result = chooseProfile(*context->profiles, window, profileName, password, flags, context->profile);
   if (FAILED(result)) return result;
-  if (const auto status = context->profiles->open(context->profile, context->engine); status != store::Status::Ok) {
-    return toResult(status);
-  }
+  std::u16string secret;
+  result = secretOf(context->profile, textArgument(password, flags), secret);
+  if (FAILED(result)) return result;
+  const auto status = context->profiles->open(context->profile, secret, context->engine);
+  wipe(secret);
+  if (status != store::Status::Ok) return toResult(status);
   std::shared_ptr<SharedLogon> shared;
   if (flags & MAPI_ALLOW_OTHERS) shared = sharedSession().offer(context);
   auto opened = makeObject<Session>(std::move(context), std::move(shared));

@@ -5,6 +5,7 @@
 #include "memory_rows.h"
 #include "password.h"
 #include "password_gate.h"
+#include "secret.h"
 #include "service_admin.h"
 #include "status_codes.h"
 
@@ -85,7 +86,12 @@ STDMETHODIMP ProfileAdmin::ChangeProfilePassword(LPTSTR name, LPTSTR oldPassword
       return result;
     }
     store::PasswordRecord record;
-    const std::u16string secret = textArgument(newPassword, flags);
+    std::u16string secret = textArgument(newPassword, flags);
+    if (profile.server) {
+      const HRESULT result = sealSecret(secret, profile.server->sealedSecret);
+      wipe(secret);
+      return FAILED(result) ? result : toResult(profiles_->setServer(profile.name, *profile.server));
+    }
     if (!secret.empty()) {
       if (const HRESULT result = hashPassword(secret, record); FAILED(result)) return result;
     }
@@ -93,7 +99,7 @@ STDMETHODIMP ProfileAdmin::ChangeProfilePassword(LPTSTR name, LPTSTR oldPassword
   });
 }
 
-// The copy has the same user and password, and a mailbox of its own.
+// The copy has the same user and password, and a mailbox of its own or the same server.
 STDMETHODIMP ProfileAdmin::CopyProfile(LPTSTR name, LPTSTR password, LPTSTR newName, ULONG_PTR, ULONG flags) {
   if (!name || !newName) return MAPI_E_INVALID_PARAMETER;
   return guarded([&]() -> HRESULT {
@@ -107,6 +113,7 @@ STDMETHODIMP ProfileAdmin::CopyProfile(LPTSTR name, LPTSTR password, LPTSTR newN
     copy.name = wanted;
     copy.userName = profile.userName;
     copy.password = profile.password;
+    copy.server = profile.server;
     const auto status = profiles_->create(copy);
     return status == store::Status::AlreadyExists ? MAPI_E_NO_ACCESS : toResult(status);
   });

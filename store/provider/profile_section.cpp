@@ -1,5 +1,7 @@
 #include "profile_section.h"
 
+#include <fendrel/server_profile.h>
+
 #include "memory_rows.h"
 #include "status_codes.h"
 
@@ -18,6 +20,12 @@ HRESULT ProfileSection::readAllProperties(std::vector<Property>& found) {
            makeProperty(PR_DISPLAY_NAME_W, profile.name),
            makeProperty(PR_DEFAULT_PROFILE, profile.isDefault),
            makeProperty(PR_MAILBOX_OWNER_NAME_W, profile.userName)};
+  if (const auto& server = profile.server) {
+    found.push_back(makeProperty(serverUrlTag, server->url));
+    found.push_back(makeProperty(serverUserTag, server->user));
+    found.push_back(makeProperty(publicAccountTag, server->publicAccount));
+    found.push_back(makeProperty(tlsCaFileTag, server->tlsCaFile));
+  }
   return S_OK;
 }
 

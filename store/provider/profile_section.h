@@ -6,7 +6,7 @@
 
 namespace fendrel::provider {
 
-// PR_PROFILE_NAME, PR_DISPLAY_NAME (to read) and PR_MAILBOX_OWNER_NAME_W, the user's name, which also names the
+// PR_PROFILE_NAME, PR_DISPLAY_NAME, the server's properties (server_profile.h; all to read) and PR_MAILBOX_OWNER_NAME_W, the user's name, which also names the
 // mailbox. A profile that has gone since is MAPI_E_NOT_FOUND.
 class ProfileSection final : public MapiObject<IProfSect> {
 public:

@@ -1,10 +1,13 @@
 #include "service_admin.h"
 
+#include <fendrel/server_profile.h>
+
 #include "entry_id.h"
 #include "last_error.h"
 #include "mapi_table.h"
 #include "profile_section.h"
 #include "property_order.h"
+#include "secret.h"
 #include "status_codes.h"
 
 namespace fendrel::provider {
@@ -78,12 +81,46 @@ STDMETHODIMP ServiceAdmin::CopyMsgService(LPMAPIUID, LPTSTR, LPCIID, LPCIID, LPV
   return MAPI_E_NO_SUPPORT;
 }
 STDMETHODIMP ServiceAdmin::RenameMsgService(LPMAPIUID, ULONG, LPTSTR) { return MAPI_E_NO_SUPPORT; }
-STDMETHODIMP ServiceAdmin::ConfigureMsgService(LPMAPIUID, ULONG_PTR, ULONG, ULONG, LPSPropValue) {
-  return MAPI_E_NO_SUPPORT;
-}
 STDMETHODIMP ServiceAdmin::MsgServiceTransportOrder(ULONG, LPMAPIUID, ULONG) { return MAPI_E_NO_SUPPORT; }
 STDMETHODIMP ServiceAdmin::AdminProviders(LPMAPIUID, ULONG, LPPROVIDERADMIN*) { return MAPI_E_NO_SUPPORT; }
 STDMETHODIMP ServiceAdmin::SetPrimaryIdentity(LPMAPIUID, ULONG) { return MAPI_E_NO_SUPPORT; }
+
+STDMETHODIMP ServiceAdmin::ConfigureMsgService(LPMAPIUID uid, ULONG_PTR, ULONG, ULONG count, LPSPropValue values) {
+  if (count == 0) return MAPI_E_NO_SUPPORT;  // there is no dialog
+  if (!uid || !values) return MAPI_E_INVALID_PARAMETER;
+  return guarded([&]() -> HRESULT {
+    store::Bytes own;
+    if (const HRESULT result = serviceUid(own); FAILED(result)) return result;
+    if (std::memcmp(uid, own.data(), sizeof *uid) != 0) return MAPI_E_NOT_FOUND;
+    return changeServer(std::span(values, count));
+  });
+}
+
+HRESULT ServiceAdmin::changeServer(std::span<const SPropValue> values) {
+  store::Profile profile;
+  if (const auto status = profiles_->find(profile_, profile); status != store::Status::Ok) return toResult(status);
+  store::ServerAccess server = profile.server.value_or(store::ServerAccess{});
+  for (const SPropValue& value : values) {
+    Property property;
+    if (const HRESULT result = takeValue(value, property); FAILED(result)) return result;
+    auto* text = std::get_if<std::u16string>(&property.value);
+    if (!text) return MAPI_E_INVALID_TYPE;
+    switch (property.tag) {
+      case serverUrlTag: server.url = *text; break;
+      case serverUserTag: server.user = *text; break;
+      case publicAccountTag: server.publicAccount = *text; break;
+      case tlsCaFileTag: server.tlsCaFile = *text; break;
+      case serverSecretTag: {
+        const HRESULT result = sealSecret(*text, server.sealedSecret);
+        wipe(*text);
+        if (FAILED(result)) return result;
+        break;
+      }
+      default: return MAPI_E_NO_SUPPORT;
+    }
+  }
+  return toResult(profiles_->setServer(profile_, server));
+}
 
 STDMETHODIMP ServiceAdmin::GetProviderTable(ULONG flags, LPMAPITABLE* table) {
   if (!table) return MAPI_E_INVALID_PARAMETER;

@@ -1,5 +1,5 @@
 // IMsgServiceAdmin: the way to a profile's section. Every profile has the one service that there is, which cannot be
-// configured, copied or removed.
+// copied or removed; configuring it puts the profile's messages on a mail server (server_profile.h).
 #pragma once
 
 #include <memory>
@@ -34,6 +34,7 @@ public:
 
 private:
   HRESULT serviceUid(store::Bytes& uid) const;
+  HRESULT changeServer(std::span<const SPropValue> values);
   HRESULT openTable(MemoryRows::Row row, ULONG flags, LPMAPITABLE* table) const;
 
   std::shared_ptr<store::ProfileBook> profiles_;

@@ -9,15 +9,13 @@ namespace fendrel::store {
 
 namespace {
 
-constexpr const char* selectAll =
-    "SELECT p.guid, p.name, p.user_name, p.password_salt, p.password_iterations, p.password_hash, p.is_default, "
-    "p.created, s.guid FROM profile p JOIN store s ON s.id = p.mailbox ORDER BY p.id";
-constexpr const char* selectByName =
-    "SELECT p.guid, p.name, p.user_name, p.password_salt, p.password_iterations, p.password_hash, p.is_default, "
-    "p.created, s.guid FROM profile p JOIN store s ON s.id = p.mailbox WHERE p.name = ?";
-constexpr const char* selectDefault =
-    "SELECT p.guid, p.name, p.user_name, p.password_salt, p.password_iterations, p.password_hash, p.is_default, "
-    "p.created, s.guid FROM profile p JOIN store s ON s.id = p.mailbox WHERE p.is_default = 1";
+#define FENDREL_SELECT_PROFILES                                                                                  \
+  "SELECT p.guid, p.name, p.user_name, p.password_salt, p.password_iterations, p.password_hash, p.is_default, " \
+  "p.created, s.guid, p.server_url, p.server_user, p.server_secret, p.server_public_account, "                  \
+  "p.server_tls_ca_file FROM profile p JOIN store s ON s.id = p.mailbox "
+constexpr const char* selectAll = FENDREL_SELECT_PROFILES "ORDER BY p.id";
+constexpr const char* selectByName = FENDREL_SELECT_PROFILES "WHERE p.name = ?";
+constexpr const char* selectDefault = FENDREL_SELECT_PROFILES "WHERE p.is_default = 1";
 
 Bytes copyOf(std::span<const std::byte> bytes) { return {bytes.begin(), bytes.end()}; }
 
@@ -32,6 +30,10 @@ Profile profileAt(const Statement& row) {
   profile.isDefault = row.integer(6) != 0;
   profile.created = {static_cast<std::uint64_t>(row.integer(7))};
   profile.mailbox = row.guid(8);
+  if (!row.isNull(9)) {
+    profile.server = ServerAccess{row.wideText(9), row.wideText(10), copyOf(row.bytes(11)), row.wideText(12),
+                                  row.wideText(13)};
+  }
   return profile;
 }
 
@@ -40,6 +42,19 @@ void bindPassword(Statement& statement, int first, const PasswordRecord& passwor
   statement.bind(first, std::span<const std::byte>(password.salt));
   statement.bind(first + 1, password.iterations);
   statement.bind(first + 2, std::span<const std::byte>(password.hash));
+}
+
+void writeServer(Connection& connection, std::int64_t row, const ServerAccess& server) {
+  if (server.url.empty()) fail(Status::Invalid, "A mail server needs an address, like https://mail.example.");
+  Query query(connection.statement("UPDATE profile SET server_url = ?, server_user = ?, server_secret = ?, "
+                                   "server_public_account = ?, server_tls_ca_file = ? WHERE id = ?"));
+  query->bindOwned(1, toUtf8(server.url));
+  query->bindOwned(2, toUtf8(server.user));
+  query->bind(3, std::span<const std::byte>(server.sealedSecret));
+  query->bindOwned(4, toUtf8(server.publicAccount));
+  query->bindOwned(5, toUtf8(server.tlsCaFile));
+  query->bind(6, row);
+  query.run();
 }
 
 std::string quoted(const std::u16string& name) { return std::string("'").append(toUtf8(name)).append("'"); }
@@ -136,6 +151,7 @@ Status createProfile(Database& database, Profile& profile) {
       made.isDefault = made.isDefault || !others.step();
     }
     if (made.isDefault) makeDefault(connection, row);
+    if (made.server) writeServer(connection, row, *made.server);
     transaction.commit();
     profile = std::move(made);
   });
@@ -180,6 +196,12 @@ Status setPassword(Database& database, const std::u16string& name, const Passwor
     bindPassword(*query, 1, password);
     query->bind(4, row);
     query.run();
+  });
+}
+
+Status setServer(Database& database, const std::u16string& name, const ServerAccess& server) {
+  return changeProfile(database, name, [&](Connection& connection, std::int64_t row, std::int64_t) {
+    writeServer(connection, row, server);
   });
 }
 

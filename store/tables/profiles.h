@@ -15,6 +15,7 @@ Status findDefaultProfile(Database& database, Profile& found);
 Status listProfiles(Database& database, std::vector<Profile>& profiles);
 Status setDefaultProfile(Database& database, const std::u16string& name);
 Status setPassword(Database& database, const std::u16string& name, const PasswordRecord& password);
+Status setServer(Database& database, const std::u16string& name, const ServerAccess& server);
 Status setUserName(Database& database, const std::u16string& name, const std::u16string& userName);
 Status renameProfile(Database& database, const std::u16string& name, const std::u16string& newName);
 Status deleteProfile(Database& database, const std::u16string& name, MailboxFate mailbox);

@@ -130,7 +130,7 @@ public:
   std::string list() {
     std::vector<Profile> profiles;
     check(listProfiles(database_, profiles), "profiles");
-    for (const Profile& profile : profiles) line(0, "profile", toUtf8(profile.name) + ", " + toUtf8(profile.userName));
+    for (const Profile& each : profiles) profile(each);
     StoreInfo store;
     check(findPublicStore(database_, store), "store");
     folder(store.ipmSubtree, 0);
@@ -138,6 +138,14 @@ public:
   }
 
 private:
+  void profile(const Profile& profile) {
+    line(0, "profile", toUtf8(profile.name) + ", " + toUtf8(profile.userName));
+    if (!profile.server) return;
+    line(1, "server", toUtf8(profile.server->url) + ", " + toUtf8(profile.server->user) + ", " +
+                          toUtf8(profile.server->publicAccount) + ", " + toUtf8(profile.server->tlsCaFile) + ", " +
+                          hex(checksum(profile.server->sealedSecret)));
+  }
+
   void folder(const Id& id, std::size_t depth) {
     FolderInfo info;
     check(findFolder(database_, id, info), "folder");

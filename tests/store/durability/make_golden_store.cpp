@@ -17,6 +17,11 @@ void fill(Database& database) {
   profile.name = u"nightly";
   profile.userName = u"Night Shift";
   createProfile(database, profile);
+  Profile team;
+  team.name = u"team";
+  team.userName = u"Reports";
+  team.server = ServerAccess{u"https://mail.example", u"reports", Bytes(40, std::byte{5}), u"public", u"C:\\ca.pem"};
+  createProfile(database, team);
   StoreInfo store;
   findPublicStore(database, store);
   FolderInfo reports, daily;

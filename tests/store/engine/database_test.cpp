@@ -32,7 +32,7 @@ TEST_F(DatabaseTest, NewFileHasItsPageSizeWalApplicationIdAndVersion) {
   database.reset();
   EXPECT_EQ(pragmaOf(path(), "PRAGMA page_size"), 8192);
   EXPECT_EQ(pragmaOf(path(), "PRAGMA application_id"), 0x466E646C);
-  EXPECT_EQ(pragmaOf(path(), "PRAGMA user_version"), 4);
+  EXPECT_EQ(pragmaOf(path(), "PRAGMA user_version"), 5);
   EXPECT_EQ(pragmaOf(path(), "SELECT count(*) FROM pragma_journal_mode WHERE journal_mode = 'wal'"), 1);
 }
 

@@ -75,6 +75,33 @@ TEST_F(ProfilesTest, PasswordCanBeReplacedAndRemoved) {
   EXPECT_EQ(setPassword(*database, u"none", {}), Status::NotFound);
 }
 
+TEST_F(ProfilesTest, ServerIsKeptAndCanBeReplaced) {
+  Profile profile;
+  profile.name = u"team";
+  profile.userName = u"reports";
+  profile.server = ServerAccess{u"https://mail.example", u"reports", pattern(70), u"public", u"C:\\ca \u65E5.pem"};
+  ASSERT_EQ(createProfile(*database, profile), Status::Ok);
+  add(u"local", u"u");
+  reopen();
+  std::vector<Profile> profiles;
+  ASSERT_EQ(listProfiles(*database, profiles), Status::Ok);
+  ASSERT_EQ(profiles.size(), 2u);
+  ASSERT_TRUE(profiles[0].server);
+  EXPECT_EQ(profiles[0].server->url, u"https://mail.example");
+  EXPECT_EQ(profiles[0].server->user, u"reports");
+  EXPECT_EQ(profiles[0].server->sealedSecret, pattern(70));
+  EXPECT_EQ(profiles[0].server->publicAccount, u"public");
+  EXPECT_EQ(profiles[0].server->tlsCaFile, u"C:\\ca \u65E5.pem");
+  EXPECT_FALSE(profiles[1].server) << "its messages are in the database";
+
+  ASSERT_EQ(setServer(*database, u"TEAM", {u"https://other.example", {}, {}, {}, {}}), Status::Ok);
+  ASSERT_EQ(findProfile(*database, u"team", profile), Status::Ok);
+  EXPECT_EQ(profile.server->url, u"https://other.example");
+  EXPECT_EQ(profile.server->user, u"");
+  EXPECT_TRUE(profile.server->sealedSecret.empty());
+  EXPECT_EQ(setServer(*database, u"nobody", {}), Status::NotFound);
+}
+
 TEST_F(ProfilesTest, NameIsTakenWhateverItsCase) {
   add(u"Work", u"a");
   Profile second;

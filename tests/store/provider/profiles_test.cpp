@@ -1,4 +1,9 @@
 // Profile administration.
+#include <fendrel/server_profile.h>
+
+#include <fstream>
+#include <iterator>
+
 #include "store_fixture.h"
 
 #ifndef PR_MAILBOX_OWNER_NAME_W
@@ -227,6 +232,79 @@ TEST_F(ServicesTest, TheServiceThatEveryProfileHasIsAccepted) {
   ASSERT_EQ(admin->CreateProfile(wide(L"Bernd"), nullptr, 0, MAPI_UNICODE), S_OK);
   EXPECT_THAT(servicesOf(L"Bernd", *admin.Get())->CreateMsgService(ansi("Fendrel"), nullptr, 0, 0), Gives(S_OK));
   EXPECT_THAT(names(), ElementsAre(L"Anna", L"Bernd"));
+}
+
+struct ServerProfileTest : ServicesTest {
+  ServerProfileTest() { EXPECT_EQ(admin->CreateProfile(wide(L"team"), nullptr, 0, MAPI_UNICODE), S_OK); }
+
+  HRESULT configure(std::vector<SPropValue> values) {
+    const auto services = servicesOf(L"team", *admin.Get());
+    ComPtr<IMAPITable> table;
+    EXPECT_EQ(services->GetMsgServiceTable(MAPI_UNICODE, table.GetAddressOf()), S_OK);
+    Block<SRowSet> rows;
+    Tags column{PR_SERVICE_UID};
+    EXPECT_EQ(mapi().hrQueryAllRows(table.Get(), column, nullptr, nullptr, 0, receive(rows)), S_OK);
+    MAPIUID uid;
+    std::memcpy(&uid, rows->aRow[0].lpProps[0].Value.bin.lpb, sizeof uid);
+    return services->ConfigureMsgService(&uid, 0, 0, static_cast<ULONG>(values.size()), values.data());
+  }
+
+  static SPropValue url(const wchar_t* text) { return textValue(fendrel::serverUrlTag, text); }
+  static SPropValue secret(const wchar_t* text) { return textValue(fendrel::serverSecretTag, text); }
+
+  // All bytes of the database and its log.
+  std::string databaseBytes() {
+    std::string all;
+    for (const wchar_t* ending : {L"", L"-wal"}) {
+      std::ifstream file(std::filesystem::path(folder.file(L"store.db") + ending), std::ios::binary);
+      all.append(std::istreambuf_iterator<char>(file), {});
+    }
+    return all;
+  }
+};
+
+TEST_F(ServerProfileTest, AConfiguredProfileTellsItsServerAndNeverItsSecret) {
+  ASSERT_THAT(configure({url(L"https://mail.example"), textValue(fendrel::serverUserTag, L"reports"),
+                         textValue(fendrel::publicAccountTag, L"public"), secret(L"geheim-7Q")}),
+              Gives(S_OK));
+  const auto opened = section(L"team", nullptr, 0);
+  EXPECT_EQ(text(*opened.Get(), fendrel::serverUrlTag), L"https://mail.example");
+  EXPECT_EQ(text(*opened.Get(), fendrel::serverUserTag), L"reports");
+  EXPECT_EQ(text(*opened.Get(), fendrel::publicAccountTag), L"public");
+  EXPECT_EQ(text(*opened.Get(), fendrel::serverSecretTag), std::nullopt);
+  EXPECT_EQ(text(*section(L"Anna", nullptr, 0).Get(), fendrel::serverUrlTag), std::nullopt);
+}
+
+TEST_F(ServerProfileTest, TheSecretStandsNowhereInTheFileInClear) {
+  ASSERT_THAT(configure({url(L"https://mail.example"), secret(L"geheim-7Q")}), Gives(S_OK));
+  const std::string bytes = databaseBytes();
+  EXPECT_NE(bytes.find("https://mail.example"), std::string::npos) << "the bytes that are looked through hold the profile";
+  EXPECT_EQ(bytes.find("geheim-7Q"), std::string::npos);
+  const std::wstring wideSecret = L"geheim-7Q";
+  EXPECT_EQ(bytes.find(std::string(reinterpret_cast<const char*>(wideSecret.data()), wideSecret.size() * 2)),
+            std::string::npos);
+}
+
+TEST_F(ServerProfileTest, WhatIsNotGivenStaysAsItIs) {
+  ASSERT_THAT(configure({url(L"https://mail.example"), textValue(fendrel::serverUserTag, L"reports")}), Gives(S_OK));
+  ASSERT_THAT(configure({textValue(fendrel::tlsCaFileTag, L"C:\\ca.pem")}), Gives(S_OK));
+  const auto opened = section(L"team", nullptr, 0);
+  EXPECT_EQ(text(*opened.Get(), fendrel::serverUrlTag), L"https://mail.example");
+  EXPECT_EQ(text(*opened.Get(), fendrel::serverUserTag), L"reports");
+  EXPECT_EQ(text(*opened.Get(), fendrel::tlsCaFileTag), L"C:\\ca.pem");
+}
+
+TEST_F(ServerProfileTest, ACopyIsOfTheSameServer) {
+  ASSERT_THAT(configure({url(L"https://mail.example")}), Gives(S_OK));
+  ASSERT_THAT(admin->CopyProfile(wide(L"team"), nullptr, wide(L"other"), 0, MAPI_UNICODE), Gives(S_OK));
+  EXPECT_EQ(text(*section(L"other", nullptr, 0).Get(), fendrel::serverUrlTag), L"https://mail.example");
+}
+
+TEST_F(ServerProfileTest, AServerWithoutAnAddressAndAnUnknownPropertyAreRefused) {
+  EXPECT_THAT(configure({textValue(fendrel::serverUserTag, L"reports")}), Gives(MAPI_E_INVALID_PARAMETER));
+  EXPECT_THAT(configure({url(L"https://mail.example"), textValue(PR_SUBJECT_W, L"x")}), Gives(MAPI_E_NO_SUPPORT));
+  EXPECT_THAT(configure({longValue(PROP_TAG(PT_LONG, PROP_ID(fendrel::serverUrlTag)), 5)}), Gives(MAPI_E_INVALID_TYPE));
+  EXPECT_EQ(text(*section(L"team", nullptr, 0).Get(), fendrel::serverUrlTag), std::nullopt);
 }
 
 }  // namespace
