@@ -82,7 +82,7 @@ std::uint32_t chooseFolder(ExportJob& job) {
   return FENDREL_SUCCESS;
 }
 
-// The type stays as it is set first: nobody is asked for it. What the other types would do is kept all the same.
+// Always a report instance (docs/compatibility.md). The branches for the other types are unreachable today.
 std::uint32_t setUpInteractively(ExportJob& job) {
   scanForReports(job.fileNames);
   job.destination.type = FENDREL_REPORT_INSTANCE;

@@ -55,7 +55,7 @@ std::uint32_t startModule() noexcept {
   return FENDREL_SUCCESS;
 }
 
-// A stop without a start wraps the count round; hosts must not do that, and it is kept.
+// An unmatched stop wraps the counter. A host error; behaviour preserved.
 void stopModule() noexcept {
   if (g_initialisations-- != 1) return;
   const ModuleUse use;

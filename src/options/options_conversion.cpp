@@ -74,8 +74,8 @@ std::uint32_t convertUnpacked(const OptionsCopy<From>& from, To*& result) noexce
   return FENDREL_SUCCESS;
 }
 
-// The ANSI strings stand as many bytes apart as their wide sources have characters, although each has room for
-// twice that: a long double-byte string is overwritten by the one behind it. Hosts know this layout, it is kept.
+// The ANSI strings are as many bytes apart as their wide sources have characters, so that a long double-byte string is
+// overwritten by the next one (docs/compatibility.md).
 template <class From, class To>
 std::uint32_t convertPacked(const OptionsCopy<From>& from, To*& result) noexcept {
   using Character = typename OptionsCopy<To>::Character;

@@ -16,8 +16,8 @@ namespace fendrel {
 
 inline constexpr std::size_t optionsHeaderSize = 48;
 
-// The encoder states thirty bytes less than header and strings take, and hosts keep that figure: strings may
-// reach so far past the stated size.
+// The encoder states thirty bytes less than header and strings take (docs/compatibility.md), so strings may reach that far
+// past the stated size.
 inline constexpr std::size_t packedSizeShortfall = 30;
 
 // Where a packed block's strings begin (0: absent), and where the block ends.

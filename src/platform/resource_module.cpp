@@ -26,7 +26,7 @@ constexpr Language languages[] = {
     {LANG_ENGLISH, L"QLMLCID9", L"en"},
     {LANG_FRENCH, L"QLMLCID12", L"fr"},
     {LANG_ITALIAN, L"QLMLCID16", L"it"},
-    {LANG_JAPANESE, L"QLMLCID17", L"jp"},  // not the ISO code, on purpose: it is part of a file name
+    {LANG_JAPANESE, L"QLMLCID17", L"jp"},  // not the ISO code (docs/compatibility.md)
 };
 
 WORD g_libraryCount;

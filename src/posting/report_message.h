@@ -28,7 +28,7 @@ struct Report {
 
 // Creates a message in `folder` and saves it with its attachment, the file's bytes. A message that could not be
 // completed is let go unsaved. MAPI_E_INVALID_PARAMETER without folder, path, name or class; else the first failure.
-// The result of saving is not looked at: hosts rely on the answer being that of the copy.
+// The result of saving the message is ignored: the answer is that of the copy, which hosts rely on.
 HRESULT postReport(IMAPIFolder* folder, bool associated, const Report& report) noexcept;
 
 }  // namespace fendrel

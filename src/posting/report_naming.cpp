@@ -17,8 +17,8 @@ namespace {
 constexpr std::uint16_t commentTag = 4121;
 constexpr std::uint16_t bodyTag = 4122;  // nothing behind it is read
 
-// Compares 8-bit text as if it were wide, two bytes a character and no further than its terminator. Kept on purpose:
-// of names in plain letters only those of one letter are ever found to be used.
+// Compares 8-bit text as if it were wide, two bytes a character and no further than its terminator: of names in plain
+// letters, only those of one letter are found (docs/compatibility.md).
 bool equalsAsWide(const char* text, const wchar_t* name) noexcept {
   const std::size_t count = (std::strlen(text) + 1) / sizeof(wchar_t);
   const HeapText wide(static_cast<wchar_t*>(std::calloc(count + 1, sizeof(wchar_t))));
