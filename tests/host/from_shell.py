@@ -256,13 +256,25 @@ def person_is_asked_before_what_matches_is_deleted(place):
     assert place.subjects() == ["c.txt"]
 
 
+def names_of_every_script_are_right_on_a_terminal(place):
+    name = "日本語\U0001f4ca.csv"
+    shown, code = on_terminal(place, ["post", "--to", DAILY, "--create", place.file(name)], [])
+    assert code == 0, shown
+    holds(shown, name + " -> ")
+    shown, code = on_terminal(place, ["list", DAILY], [])
+    assert code == 0, shown
+    holds(shown, f"  1  {name}  IPM.")
+    shown, code = on_terminal(place, ["list", DAILY, "9999"], [])
+    assert code != 0, shown
+
+
 cases = [fifo_is_refused, device_without_an_end_is_refused, file_whose_name_holds_a_star_is_posted,
          more_arguments_than_wine_takes_end_with_words,
          paths_are_shown_as_they_are_written, standard_input_is_posted, password_command_is_for_the_shell,
          interrupt_ends_a_watch_cleanly, first_interrupt_is_answered_at_once_and_ends_after_the_file,
          second_interrupt_ends_in_the_middle_of_a_large_file, choose_without_a_display_says_so, reader_that_ends_early_makes_a_failure,
          cron_line_of_the_documentation_runs, person_is_asked_for_the_password,
-         person_is_asked_before_what_matches_is_deleted]
+         person_is_asked_before_what_matches_is_deleted, names_of_every_script_are_right_on_a_terminal]
 wanted = sys.argv[2:]
 failed = 0
 for case in cases:
