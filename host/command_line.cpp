@@ -81,7 +81,7 @@ ExitCode showHelp(const CLI::App& app, const std::vector<std::string>& words) {
   for (const std::string& word : words) {
     const std::vector<std::string> known = commandsOf(*at);
     if (std::ranges::find(known, word) == known.end())
-      throw Failure(ExitCode::wrongUsage, "'" + printable(word) + "' is no command" + didYouMean(word, known) +
+      throw Failure(ExitCode::wrongUsage, "Unknown command '" + printable(word) + "'" + didYouMean(word, known) +
                                               " \"fendrel help\" lists them.");
     before += (before.empty() ? "" : " ") + at->get_name();
     at = at->get_subcommand(word);
@@ -103,16 +103,16 @@ std::string usageWords(const CLI::App& app, const CLI::ParseError& error) {
     command += ' ' + at->get_name();
   }
   std::string words = error.what();
-  if (!at->get_subcommands({}).empty()) {  // no command behind a word that needs one
+  if (!at->get_subcommands({}).empty()) {  // no command after a word that needs one
     const std::vector<std::string> unknown = app.remaining(true);
     const bool named = !unknown.empty() && !unknown.front().starts_with('-');
-    words = named ? "'" + printable(unknown.front()) + "' is no command" + didYouMean(unknown.front(), commandsOf(*at))
-                  : "A command is missing behind " + command;
+    words = named ? "Unknown command '" + printable(unknown.front()) + "'" + didYouMean(unknown.front(), commandsOf(*at))
+                  : "Missing command after " + command;
   } else if (const std::vector<std::string> unknown = app.remaining(true);
              !unknown.empty() && unknown.front().starts_with('-')) {
     std::vector<std::string> known = optionsOf(*at);
     for (std::string& option : optionsOf(app)) known.push_back(std::move(option));
-    words = "'" + printable(unknown.front()) + "' is no option" +
+    words = "Unknown option '" + printable(unknown.front()) + "'" +
             didYouMean(unknown.front().substr(0, unknown.front().find('=')), known);
   }
   if (words.ends_with('?')) return words + " \"" + command + " --help\" explains.";

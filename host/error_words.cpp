@@ -22,7 +22,7 @@ constexpr ErrorWords knownErrors[] = {
     {MAPI_E_CALL_FAILED, "MAPI_E_CALL_FAILED", "the call failed", "Try again; if it stays so, look at the store."},
     {MAPI_E_CORRUPT_DATA, "MAPI_E_CORRUPT_DATA", "the store is damaged there",
      "\"fendrel store check\" names the damage, and \"fendrel store salvage\" carries over what is whole."},
-    {MAPI_E_CORRUPT_STORE, "MAPI_E_CORRUPT_STORE", "the store is damaged, or the file is no store",
+    {MAPI_E_CORRUPT_STORE, "MAPI_E_CORRUPT_STORE", "the store is damaged, or the file is not a store",
      "\"fendrel store check\" names the damage, and \"fendrel store salvage\" carries over what is whole."},
     {MAPI_E_FAILONEPROVIDER, "MAPI_E_FAILONEPROVIDER", "one message store of the profile cannot be used",
      "Check the profile's message stores."},

@@ -11,7 +11,7 @@ namespace fendrel::host {
 // The plug-in reads at most so many characters of one name of a path.
 inline constexpr std::size_t longestName = 79;
 
-// One step of a walk: which name the front of the path means, and the path behind it (absent after the last).
+// One step of a walk: which name the front of the path means, and the path after it (absent for the last).
 struct PathStep {
   std::size_t index;
   std::optional<std::wstring_view> rest;
@@ -20,7 +20,7 @@ struct PathStep {
 // The path up to its first '@'.
 std::wstring_view firstComponent(std::wstring_view path);
 
-// The path behind its first '@'; absent when it has none.
+// The path after its first '@'; absent when it has none.
 std::optional<std::wstring_view> behindFirstComponent(std::wstring_view path);
 
 // Which of `names` the front of `path` means, the way the plug-in reads it. The first name that equals the

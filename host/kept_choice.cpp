@@ -16,7 +16,7 @@ namespace fendrel::host {
 namespace {
 
 constexpr std::string_view protectedMark = "FendrelProtected";
-constexpr LONGLONG largestFile = 1 << 20;  // bytes; longer strings than this holds are no folder's path
+constexpr LONGLONG largestFile = 1 << 20;  // bytes; no folder's path is as long
 
 Failure noChoice(const std::string& source) {
   return Failure(ExitCode::wrongUsage,

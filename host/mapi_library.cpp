@@ -81,7 +81,7 @@ void loadMapi(MapiSubsystem subsystem) {
   if (const std::vector<std::string> missing = missingMapiFunctions(module); !missing.empty())
     throw failureOf(ExitCode::mapiUnusable, fmt::format("'{}' has no {}", toUtf8(loadedPath), missing.front()),
                     HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND),
-                    "It is no complete Extended MAPI subsystem; use --mapi local, or install one.");
+                    "It is not a complete Extended MAPI subsystem; use --mapi local, or install one.");
   findFunction(module, functions.initialize, "MAPIInitialize");
   findFunction(module, functions.uninitialize, "MAPIUninitialize");
   findFunction(module, functions.logonEx, "MAPILogonEx");

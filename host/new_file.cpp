@@ -34,7 +34,7 @@ void makeDirectory(const std::wstring& full) {
   const DWORD attributes = GetFileAttributesW(longPath(full).c_str());
   if (attributes != INVALID_FILE_ATTRIBUTES) {
     if (attributes & FILE_ATTRIBUTE_DIRECTORY) return;
-    throw systemFailure(ExitCode::failed, fmt::format("'{}' is no directory", printable(full)), ERROR_DIRECTORY);
+    throw systemFailure(ExitCode::failed, fmt::format("'{}' is not a directory", printable(full)), ERROR_DIRECTORY);
   }
   const std::size_t separator = full.find_last_of(L'\\');
   if (separator != std::wstring::npos && separator > 2) makeDirectory(full.substr(0, separator));

@@ -21,7 +21,7 @@ std::wstring longPath(const std::wstring& full);
 // Whether there is a file of this full path; a directory is not one.
 bool fileExists(const std::wstring& full);
 
-// What stands behind the last separator.
+// What follows the last separator.
 std::wstring fileNameOf(std::wstring_view path);
 
 // DIRECTORY and NAME joined as the user writes paths.
@@ -33,7 +33,7 @@ std::wstring safeFileName(std::wstring_view name);
 // "report.pdf" with number 2 is "report (2).pdf".
 std::wstring numberedFileName(const std::wstring& name, unsigned number);
 
-// Files that a pattern with '*' or '?' in its last part names, sorted; the word itself when it is no pattern, or is
+// Files that a pattern with '*' or '?' in its last part names, sorted; the word itself when it is not a pattern, or is
 // the whole name of a file. For shells that leave patterns to the program.
 std::vector<std::string> expandPattern(const std::string& given);
 

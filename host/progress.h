@@ -12,7 +12,7 @@ namespace fendrel::host {
 
 class Progress {
  public:
-  // what: "posted" or "saved". Nothing is shown for little work, or when standard error is no terminal.
+  // what: "posted" or "saved". Nothing is shown for little work, or when standard error is not a terminal.
   Progress(std::string what, std::uint64_t files, std::uint64_t bytes);
   ~Progress();  // takes the bar away
   Progress(const Progress&) = delete;

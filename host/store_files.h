@@ -27,7 +27,7 @@ Failure noStore(const std::wstring& path);
 HRESULT codeOf(store::Trouble trouble);
 ExitCode exitCodeOf(store::Trouble trouble);
 
-// Calls the store's house-keeping; its failure becomes a Failure.
+// Calls the store's maintenance; its failure becomes a Failure.
 template <class Work>
 auto keepHouse(Work&& work) {
   try {

@@ -24,7 +24,7 @@ std::string encode(UINT codePage, std::wstring_view text) {
   return narrow;
 }
 
-// The code point at `position` of valid UTF-8, and the position behind it.
+// The code point at `position` of valid UTF-8, and the position after it.
 char32_t nextCodePoint(std::string_view utf8, std::size_t& position) {
   const auto lead = static_cast<unsigned char>(utf8[position++]);
   int following = lead < 0x80 ? 0 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;

@@ -169,7 +169,7 @@ class Exporting {
     if (file.giveExactName(name)) return true;
     if (isThere(folder, name)) return false;
     throw systemFailure(ExitCode::failed, fmt::format("'{}' cannot be written", printable(name)), ERROR_ALREADY_EXISTS,
-                        "What has the name is no file; move it away.");
+                        "What has the name is not a file; move it away.");
   }
 
   Counts exportMessage(const ExportFolder& folder, const MessageRow& row) {

@@ -140,7 +140,7 @@ void addFolderCommand(CLI::App& app, Host& host) {
   const auto path = std::make_shared<std::string>();
   CLI::App* create = command->add_subcommand("create", "Make a folder, and those above it that are missing");
   create->add_option("PATH", *path, pathWords)->required();
-  create->footer("A folder that is there already is no failure.\n"
+  create->footer("A folder that is there already is not a failure.\n"
                  "Example:\n  fendrel folder create \"Public Folders@Reports@Weekly\"");
   create->callback([&host, path] { host.command = [path](Host& running) { return createFolders(running, *path); }; });
 

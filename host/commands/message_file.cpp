@@ -60,7 +60,7 @@ void writeAttachment(const Attachment& attachment, NewFile& file, Progress& prog
 }
 
 void tellLeftOut(const std::wstring& name) {
-  printError(fmt::format("fendrel: Attachment '{}' is no file and was left out.", printable(name)));
+  printError(fmt::format("fendrel: Attachment '{}' is not a file and was left out.", printable(name)));
 }
 
 }  // namespace fendrel::host

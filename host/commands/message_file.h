@@ -20,7 +20,7 @@ struct MessageForm {
   std::wstring extension() const;
 };
 
-// The whole message into a file that has no name yet. Attachments that are no files are named on standard error.
+// The whole message into a file that has no name yet. Attachments that are not files are named on standard error.
 void writeMessage(IMessage& message, const MessageForm& form, NewFile& file, Progress& progress);
 
 // One attachment's bytes into a file that has no name yet.

@@ -24,7 +24,7 @@ std::uint64_t messageNumber(const std::string& given) {
   const auto [end, error] = std::from_chars(given.data(), given.data() + given.size(), number);
   if (error != std::errc() || end != given.data() + given.size() || number == 0)
     throw Failure(ExitCode::wrongUsage,
-                  fmt::format("'{}' is no message number. \"fendrel list\" shows the numbers, beginning with 1.",
+                  fmt::format("'{}' is not a message number. \"fendrel list\" shows the numbers, beginning with 1.",
                               printable(given)));
   return number;
 }

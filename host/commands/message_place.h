@@ -11,7 +11,7 @@
 namespace fendrel::host {
 
 // Command-line words for a folder: PATH, or --personal; --hidden chooses its folder-associated messages.
-// Words behind it (a number, a directory) move one place forward with --personal.
+// Words after it (a number, a directory) move one place forward with --personal.
 struct MessagePlace {
   std::string path;
   bool personal = false;

@@ -1,4 +1,4 @@
-// fendrel store: house-keeping of the local store's files.
+// fendrel store: maintenance of the local store's files.
 #include <fmt/format.h>
 
 #include <memory>
@@ -85,7 +85,7 @@ ExitCode showFacts(Host& host, const std::string& file) {
   line("Messages", fmt::format("{}, {}, {} of them with checksums", withThousands(facts.messages),
                                counted(facts.messageBytes, "byte"), withThousands(facts.messagesWithChecksum)));
   line("Attachments", withThousands(facts.attachments));
-  line("Left-over files", facts.leftoverFiles == 0
+  line("Orphaned files", facts.leftoverFiles == 0
                               ? "none"
                               : fmt::format("{}, {}", counted(facts.leftoverFiles, "file"),
                                             counted(facts.leftoverBytes, "byte")));

@@ -106,7 +106,7 @@ class Examination {
     if (missing.empty()) return "all there";
     std::string names;
     for (const std::string& name : missing) names += (names.empty() ? "" : ", ") + name;
-    throw unusable(fmt::format("{} has no {}. It is no complete Extended MAPI; use --mapi local, or install one.",
+    throw unusable(fmt::format("{} has no {}. It is not a complete Extended MAPI; use --mapi local, or install one.",
                                shown(library), names));
   }
 
@@ -195,7 +195,7 @@ class Examination {
         if (!isOne)
           throw Failure(
               ExitCode::failed,
-              fmt::format("'{}' beside fendrel.exe is no language library. Install it again, or take it away.",
+              fmt::format("'{}' beside fendrel.exe is not a language library. Install it again, or take it away.",
                           printable(std::wstring_view(entry.cFileName))));
         found += (found.empty() ? "" : ", ") + printable(std::wstring_view(entry.cFileName));
       } while (FindNextFileW(search.get(), &entry));

@@ -56,7 +56,7 @@ std::string bitsWords(Bits bits) {
     case Bits::bits32: return "32-bit";
     case Bits::bits64: return "64-bit";
     case Bits::arm64: return "64-bit for ARM";
-    default: return "no library";
+    default: return "not a library";
   }
 }
 

@@ -1,4 +1,4 @@
-// What a program file or a store's file tells of itself without being run.
+// What a program file or a store's file says about itself without being run.
 #pragma once
 
 #include <cstdint>

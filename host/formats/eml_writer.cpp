@@ -74,7 +74,7 @@ class EmlSource {
   }
 
   void writeLongText(const mime::TextSink& to) const {
-    std::vector<std::uint8_t> waiting;  // what only makes a character with the bytes behind it
+    std::vector<std::uint8_t> waiting;  // what only makes a character with the bytes after it
     const auto writeWaiting = [&](std::size_t units) {
       std::wstring text(units, L'\0');
       std::memcpy(text.data(), waiting.data(), units * sizeof(wchar_t));

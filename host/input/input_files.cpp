@@ -54,7 +54,7 @@ InputFile lookAtFile(const std::string& given) {
   if (isDirectory(file.path)) return refuse("it is a directory. Name the files in it, or give --recursive.");
   const FileHandle handle = openToRead(file.path);
   BY_HANDLE_FILE_INFORMATION facts{};
-  // What is no file on a disk may have no end, or never an answer.
+  // What is not a file on a disk may have no end, or never an answer.
   if (const char* kind = handle ? kindOf(GetFileType(handle.get())) : nullptr)
     return refuse(fmt::format("it is {} and no file. \"-\" posts what comes from standard input.", kind));
   if (!handle || !GetFileInformationByHandle(handle.get(), &facts)) {
@@ -97,7 +97,7 @@ InputFiles::InputFiles(const FileSelection& selection, Look look) : when(look) {
   for (const std::string& word : selection.words)
     word == "-" ? addStandardInput(selection.inputName) : addWord(selection, word);
   if (selection.filesFrom.empty()) return;
-  // Names in a list are no patterns: a program wrote them.
+  // Names in a list are not patterns: a program wrote them.
   for (const std::string& name : readNameList(selection.filesFrom, selection.nulSeparated)) {
     if (selection.recursive && isDirectory(longPath(fullPath(name))))
       addDirectory(selection, name);

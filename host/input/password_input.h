@@ -12,7 +12,7 @@ std::string readPasswordFile(const std::string& file);
 // started from a Unix shell, sh. Throws Failure(wrongUsage).
 std::string runPasswordCommand(const std::string& command);
 
-// What a person types behind the question, unseen; empty at the end of the input.
+// What a person types after the question, unseen; empty at the end of the input.
 std::string askForPassword(const std::string& question);
 
 // The question, and true when a person answers it with y or yes.

@@ -30,7 +30,7 @@ std::string readWhole(const std::string& file) {
          ReadFile(handle.get(), text.data() + length, static_cast<DWORD>(text.size() - length), &read, nullptr) &&
          read > 0)
     length += read;
-  if (length > largestJob) throw Failure(ExitCode::wrongUsage, subject + " is no job: it is too large.");
+  if (length > largestJob) throw Failure(ExitCode::wrongUsage, subject + " is not a job: it is too large.");
   text.resize(length);
   if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
   return text;

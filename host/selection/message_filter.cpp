@@ -37,7 +37,7 @@ struct Moment {
 
 Moment parseMoment(const std::string& given, const char* option) {
   const auto refuse = [&] {
-    return Failure(ExitCode::wrongUsage, fmt::format("{} '{}' is no date. Write 2026-11-21 or \"2026-11-21 22:00\".",
+    return Failure(ExitCode::wrongUsage, fmt::format("{} '{}' is not a date. Write 2026-11-21 or \"2026-11-21 22:00\".",
                                                      option, printable(given)));
   };
   SYSTEMTIME local{}, utc{};
@@ -66,7 +66,7 @@ struct Range {
 
 Failure noNumber(const std::string& given) {
   return Failure(ExitCode::wrongUsage,
-                 fmt::format("'{}' is no message number. \"fendrel list\" shows the numbers, beginning with 1; several "
+                 fmt::format("'{}' is not a message number. \"fendrel list\" shows the numbers, beginning with 1; several "
                              "are written 1-3,7.", printable(given)));
 }
 
@@ -124,7 +124,7 @@ std::uint64_t parseAge(const std::string& given, const char* what) {
     if (unit == "d") return count * dayUnits;
     if (unit == "w") return count * 7 * dayUnits;
   }
-  throw Failure(ExitCode::wrongUsage, fmt::format("{} '{}' is no age. Write 90d, 12h or 2w.", what, printable(given)));
+  throw Failure(ExitCode::wrongUsage, fmt::format("{} '{}' is not an age. Write 90d, 12h or 2w.", what, printable(given)));
 }
 
 MessageTest::MessageTest(const MessageFilter& filter)
@@ -144,7 +144,7 @@ MessageTest::MessageTest(const MessageFilter& filter)
   for (const std::string& id : filter.ids) {
     const bool isId = id.size() == idDigits && id.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
     if (!isId)
-      throw Failure(ExitCode::wrongUsage, fmt::format("--id '{}' is no identifier; \"fendrel list --ids\" shows them.",
+      throw Failure(ExitCode::wrongUsage, fmt::format("--id '{}' is not an identifier; \"fendrel list --ids\" shows them.",
                                                       printable(id)));
     keys.push_back(toWide(id));
   }

@@ -50,7 +50,7 @@ struct ChosenMessage {
 };
 
 // The messages with these numbers ("1-3,7" or single ones) that match, in the folder's order; of no numbers, all that
-// match. Throws Failure: wrongUsage for what is no number, folderRefused for a number or an identifier that no message
+// match. Throws Failure: wrongUsage for what is not a number, folderRefused for a number or an identifier that no message
 // has.
 std::vector<ChosenMessage> chooseMessages(MessageTable& table, const std::vector<std::string>& numbers,
                                           const MessageFilter& filter);

@@ -229,7 +229,7 @@ typedef struct FendrelResultA {
  *
  * Unpacked, the string fields are pointers (null when absent), each string a block of its own from malloc.
  * Packed, they are byte offsets from the start of the block (0 when absent), the strings standing
- * behind the header. DestinationOptionsA has the same layout with strings in the ANSI code page.
+ * after the header. DestinationOptionsA has the same layout with strings in the ANSI code page.
  */
 typedef struct DestinationOptions {
   uint16_t version;

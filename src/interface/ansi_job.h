@@ -1,4 +1,4 @@
-// The record behind a job handle of the ANSI set: the wide job, and what the host was given of it.
+// The record that a job handle of the ANSI set names: the wide job, and what the host was given of it.
 #pragma once
 
 #include <memory>

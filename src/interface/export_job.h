@@ -1,4 +1,4 @@
-// The record behind a job handle: one export, from its set-up to its end.
+// The record that a job handle names: one export, from its set-up to its end.
 #pragma once
 
 #include <string>

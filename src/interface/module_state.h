@@ -10,7 +10,7 @@
 namespace fendrel {
 
 // Counted start and stop. startModule: 0, 2, 7, or FENDREL_FAILED when MAPI cannot be bound; a failed first
-// start leaves nothing behind. The last stop ends the jobs that are left, then lets texts and MAPI go: at once, or when
+// start leaves nothing. The last stop ends the jobs that are left, then lets texts and MAPI go: at once, or when
 // the call has returned in the middle of which the host stops the module.
 std::uint32_t startModule() noexcept;
 void stopModule() noexcept;

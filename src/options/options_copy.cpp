@@ -40,7 +40,7 @@ std::uint32_t OptionsCopy<Options>::take(const Options& options) noexcept {
     profileName_ = header().profileName;
     profilePassword_ = header().profilePassword;
     folderPath_ = header().folderPath;
-    // An encoded block whose size wrapped to 0 looks unpacked; its offsets are no addresses.
+    // An encoded block whose size wrapped to 0 looks unpacked; its offsets are not addresses.
     for (const Character* text : {profileName_, profilePassword_, folderPath_})
       if (text && !isReadableText(text)) return FENDREL_INVALID_ARGUMENT;
     return FENDREL_SUCCESS;

@@ -25,7 +25,7 @@ struct PackedStrings {
   std::uint32_t profileName;
   std::uint32_t profilePassword;
   std::uint32_t folderPath;
-  std::size_t end;  // behind the farthest terminator, at least the header's size
+  std::size_t end;  // after the farthest terminator, at least the header's size
 };
 
 // Finds the strings of `block`, which ends where nothing more may be read. Nothing when a string starts inside the

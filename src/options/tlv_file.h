@@ -20,7 +20,7 @@ class TLVFile : public TLVDescriptor {
   FileCode ReadItem(std::uint16_t& tag, std::uint16_t& length, MemoryBlock& block) noexcept override;
   FileCode WriteItem(std::uint16_t tag, std::uint16_t length, const void* data) noexcept override;
 
-  // Stands behind the header when that is malformed, else as before.
+  // The position is after the header when that is malformed, else as before.
   FileCode PeekItem(std::uint16_t& tag, std::uint16_t& length) noexcept override;
   FileCode SkipItem() noexcept override;
 

@@ -77,7 +77,7 @@ FileCode TLVMemory::ReadItem(std::uint16_t& tag, std::uint16_t& length, MemoryBl
   return fileSuccess;
 }
 
-// Leaves a margin behind the item, as far as the largest block has room for one.
+// Leaves a margin after the item, as far as the largest block has room for one.
 bool TLVMemory::makeRoom(std::uint16_t length) noexcept {
   const std::uint32_t need = position_ + itemSize(length);
   if (need <= BlockSize(block_)) return true;

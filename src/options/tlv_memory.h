@@ -38,7 +38,7 @@ class TLVMemory : public TLVDescriptor {
 
   MemoryBlock& block_;          // the data's address is always taken from it
   bool closed_ = false;
-  std::uint16_t position_ = 0;  // behind the items written or read
+  std::uint16_t position_ = 0;  // after the items written or read
   Purpose purpose_;
 };
 

@@ -23,7 +23,7 @@ bool toField(const wchar_t* text, char (&field)[size]) noexcept {
 static_assert(offsetof(LOGFONTA, lfFaceName) == offsetof(LOGFONTW, lfFaceName));
 constexpr std::size_t logFontNumbers = offsetof(LOGFONTW, lfFaceName);
 
-// The device's settings behind its names, as many bytes as the record says that it has: those of an older system end
+// The device's settings after its names, as many bytes as the record says that it has: those of an older system end
 // early. The driver's own bytes that may follow are not passed on.
 bool toAnsi(const DEVMODEW& given, DEVMODEA& ansi) noexcept {
   if (given.dmSize < offsetof(DEVMODEW, dmFields)) return false;

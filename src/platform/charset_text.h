@@ -11,7 +11,7 @@ namespace fendrel::charset {
 wchar_t* charUpper(wchar_t* text) noexcept;
 
 // The ANSI buffer has `size` bytes, so of double-byte text less may come back than would fit. On the ANSI path there
-// is no read-only view of the string: a size of 0 gives 0.
+// is not a read-only view of the string: a size of 0 gives 0.
 int loadString(HINSTANCE module, UINT id, wchar_t* buffer, int size) noexcept;
 
 // A null section or key lists the names, each with its terminator.

@@ -36,7 +36,7 @@ constexpr PathParts<Char> splitPath(std::basic_string_view<Char> path) {
 
 inline PathParts<wchar_t> splitPath(const std::wstring& path) { return splitPath(std::wstring_view(path)); }
 
-// The text behind the last dot of `name`, empty when there is none.
+// The text after the last dot of `name`, empty when there is none.
 template <class Char>
 constexpr std::basic_string_view<Char> extensionOf(std::basic_string_view<Char> name) {
   const auto dot = name.rfind(Char('.'));

@@ -39,7 +39,7 @@ class FolderPath {
            (rest_.size() == name.size() || rest_[name.size()] == separator);
   }
 
-  // Steps behind a matched name of `length` characters.
+  // Steps after a matched name of `length` characters.
   void advance(std::size_t length) noexcept {
     atEnd_ = rest_.size() == length;
     rest_.remove_prefix(atEnd_ ? length : length + 1);

@@ -43,7 +43,7 @@ struct PostingJob {
 // Template mode posts hidden messages under names that are asked for; document mode posts ordinary ones.
 bool isTemplateMode(const PostingJob& job) noexcept;
 
-// The result of the last file posted, in the host's codes: a failed file does not stop the ones behind it.
+// The result of the last file posted, in the host's codes: a failed file does not stop the ones after it.
 // A folder that does not open posts nothing.
 std::uint32_t postReportFiles(const PostingJob& job, std::span<const wchar_t* const> filePaths);
 

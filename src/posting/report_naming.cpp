@@ -15,7 +15,7 @@ namespace {
 
 // Tags of a report file.
 constexpr std::uint16_t commentTag = 4121;
-constexpr std::uint16_t bodyTag = 4122;  // nothing behind it is read
+constexpr std::uint16_t bodyTag = 4122;  // nothing after it is read
 
 // Compares 8-bit text as if it were wide, two bytes a character and no further than its terminator: of names in plain
 // letters, only those of one letter are found (docs/compatibility.md).

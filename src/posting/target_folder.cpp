@@ -33,7 +33,7 @@ HRESULT findDefaultStore(IMAPISession* session, EntryId& entryId) {
 bool mayStandForOthers(const std::wstring& displayName) noexcept { return displayName.find(L'?') != displayName.npos; }
 
 // Walks the rows of an open table of names for the one that the path's next component names, and steps the path
-// behind it. The first exact match ends the walk, unless a further row may have the same name for another folder.
+// after it. The first exact match ends the walk, unless a further row may have the same name for another folder.
 HRESULT findNamedRow(CMAPITable& table, FolderPath<wchar_t>& path, EntryId& entryId) {
   enum { name, id };
   static constexpr auto columns = propertyTags(PR_DISPLAY_NAME_A, PR_ENTRYID);

@@ -1,4 +1,4 @@
-// The root of the objects behind windows.
+// The root of the objects that windows belong to.
 #pragma once
 
 namespace fendrel {

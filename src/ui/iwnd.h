@@ -1,4 +1,4 @@
-// The object behind a dialog box.
+// The object of a dialog box.
 #pragma once
 
 #include <windows.h>

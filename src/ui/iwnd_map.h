@@ -1,4 +1,4 @@
-// From window handles to the objects behind them.
+// From window handles to their objects.
 #pragma once
 
 #include "iob_list.h"
@@ -28,7 +28,7 @@ INT_PTR openWnd(Wnd& wnd, HWND hWnd, Call call) noexcept {
   return TRUE;
 }
 
-// The object behind `hWnd` as the class that its dialog procedure put into the map, or null.
+// The object of `hWnd` as the class that its dialog procedure put into the map, or null.
 template <class Wnd>
 Wnd* findWnd(HWND hWnd) noexcept {
   CIWnd* wnd;

@@ -1,4 +1,4 @@
-// The checksum of content blocks: XXH64 with seed 0, a published fast hash that finds damage (it is no signature).
+// The checksum of content blocks: XXH64 with seed 0, a published fast hash that finds damage (it is not a signature).
 #pragma once
 
 #include <cstddef>

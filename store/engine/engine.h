@@ -51,7 +51,7 @@ public:
   // Folders
 
   // Creates a folder with these properties, or with IfExists::Open answers the one of that name (unchanged).
-  // The name is no property: pass it as `name`. AlreadyExists, NotFound (the parent), Invalid (empty name, value
+  // The name is not a property: pass it as `name`. AlreadyExists, NotFound (the parent), Invalid (empty name, value
   // that does not fit its tag).
   virtual Status createFolder(const Id& parent, const std::u16string& name, std::span<const Property> properties,
                               IfExists ifExists, FolderInfo& folder) = 0;

@@ -3,7 +3,7 @@
 
 namespace fendrel::store {
 
-// Running out of memory is no status: std::bad_alloc leaves the call, which has then changed nothing.
+// Running out of memory is not a status: std::bad_alloc leaves the call, which has then changed nothing.
 // No other exception leaves the engine.
 enum class Status {
   Ok,

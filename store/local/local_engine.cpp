@@ -35,7 +35,7 @@ Status LocalEngine::listStores(std::vector<StoreInfo>& stores) {
 }
 
 Status LocalEngine::findStore(const Id& store, StoreInfo& found) {
-  // Another profile's mailbox is behind that profile's password.
+  // Another profile's mailbox needs that profile's password.
   return store == mailbox_ || store == publicStore_ ? store::findStore(database(), store, found) : Status::NotFound;
 }
 

@@ -78,7 +78,7 @@ bool DamagedCopy::open() {
   createLogFiles(path_, disk_);
   database_ = openDatabase(path_, disk_, SQLITE_OPEN_READWRITE);
   sqlite3* database = handle();
-  // Damage in the schema is no reason to stop.
+  // Damage in the schema is not a reason to stop.
   sqlite3_exec(database, "PRAGMA writable_schema = ON", nullptr, nullptr, nullptr);
   return numberOf(database, "SELECT count(*) FROM sqlite_schema") &&
          sqlite3_wal_checkpoint_v2(database, "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr) == SQLITE_OK;

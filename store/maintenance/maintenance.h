@@ -1,4 +1,4 @@
-// House-keeping of store files, for people: what is in one, whether it is whole, copies of it, its free space.
+// Maintenance of store files, for people: what is in one, whether it is whole, copies of it, its free space.
 // Each call works on a file by its full path (UTF-16), needs no logon, and throws MaintenanceFailure.
 #pragma once
 

@@ -40,7 +40,7 @@ ReadingConnection::ReadingConnection(const std::wstring& path, Disk& disk) : Rea
 ReadingConnection::ReadingConnection(const std::wstring& path, const std::wstring& contentsOf, Disk& disk)
     : path_(fullStorePath(path)), contents_(fullStorePath(contentsOf), disk) {
   if (!disk.exists(path_)) fail(Status::NotFound, "There is no store '" + toUtf8(path_) + "'.");
-  if (fileSize(disk, path_) == 0) fail(Status::Corrupt, "The file '" + toUtf8(path_) + "' is empty: it is no store.");
+  if (fileSize(disk, path_) == 0) fail(Status::Corrupt, "The file '" + toUtf8(path_) + "' is empty: it is not a store.");
   try {
     createLogFiles(path_, disk);  // empty, and they stay as they do with everyone who opens a store
     open(path_, 0);
@@ -76,7 +76,7 @@ void ReadingConnection::readVersion() {
   const std::int64_t application = number("PRAGMA application_id");
   version_ = static_cast<int>(number("PRAGMA user_version"));
   if (application != applicationId) {
-    fail(Status::Corrupt, "The file '" + toUtf8(path_) + "' is no message store, or its first page is damaged.");
+    fail(Status::Corrupt, "The file '" + toUtf8(path_) + "' is not a message store, or its first page is damaged.");
   }
   if (version_ > latestVersion()) {
     fail(Status::NewerVersion, "The store was written by a newer version of this program: it has version " +

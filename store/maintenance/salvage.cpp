@@ -54,7 +54,7 @@ public:
   }
 
   std::unique_ptr<ReadingConnection> rows;
-  std::unique_ptr<ReadingConnection> indexes;  // of the copy: they tell of rows that were not found
+  std::unique_ptr<ReadingConnection> indexes;  // of the copy: they name rows that were not found
   bool lostFirstPage = false, hasIndexes = false;
 };
 
@@ -185,7 +185,7 @@ private:
     Statement rows = old_.rows->statement("SELECT id, name, user_name FROM profile");
     while (rows.step()) {
       const std::string name(rows.text(1));
-      std::string why = "its name is no text.";
+      std::string why = "its name is not text.";
       known.insert(rows.integer(0));
       const auto copy = [&] {
         Query(into().statement("INSERT INTO profile SELECT * FROM found.profile WHERE id = ?"), rows.integer(0)).run();

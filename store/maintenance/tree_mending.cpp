@@ -29,7 +29,7 @@ TreeMending::TreeMending(FolderMap& folders, std::int64_t highestUsed, Mended me
 
 std::int64_t TreeMending::nextFolder() const { return std::max(highest(folders_.folders), highestUsed_) + 1; }
 
-// Folders tell of their stores. Which one is everyone's: it alone has no inbox.
+// Folders name their stores. Which one is everyone's: it alone has no inbox.
 void TreeMending::mendStores() {
   std::map<std::int64_t, bool> lost;
   for (const auto& [number, folder] : folders_.folders) {

@@ -60,7 +60,7 @@ public:
   // All; a value of more than `limit` bytes comes unloaded.
   HRESULT readAll(std::uint64_t limit, std::vector<Property>& found) const;
 
-  // What a client's OpenProperty for a stream gets. `create`: missing is no failure, and what is there is discarded.
+  // What a client's OpenProperty for a stream gets. `create`: missing is not a failure, and what is there is discarded.
   HRESULT openContent(ULONG tag, bool writable, bool create, std::shared_ptr<StreamContent>& content);
 
 private:

@@ -10,7 +10,7 @@ namespace fendrel::provider {
 // MAPI_E_NO_ACCESS (to write where the object is for reading).
 struct StreamWish {
   bool writable = false;
-  bool create = false;  // missing is no failure, and what is there is discarded
+  bool create = false;  // missing is not a failure, and what is there is discarded
 };
 HRESULT streamWish(ULONG tag, REFIID iid, ULONG options, ULONG flags, bool objectIsWritable, StreamWish& wish);
 

@@ -318,7 +318,7 @@ STDMETHODIMP MapiTable::QueryRows(LONG count, ULONG flags, LPSRowSet* rows) {
     const std::size_t begin = count < 0 ? cursor_ - std::min(wanted, cursor_) : cursor_;
     const std::size_t taken = count < 0 ? cursor_ - begin : std::min(wanted, rows_.size() - cursor_);
     if (const HRESULT result = readRows(begin, taken, rows); FAILED(result)) return result;
-    // The cursor stands before the first row handed out or behind the last one, whatever the direction.
+    // The cursor stands before the first row handed out or after the last one, whatever the direction.
     cursor_ = flags & TBL_NOADVANCE ? begin : begin + taken;
     return S_OK;
   });

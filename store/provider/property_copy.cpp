@@ -425,7 +425,7 @@ HRESULT copyMessageInto(IMessage& source, bool isAssociated, IMAPIFolder& target
   const MapiBuffer<SPropProblemArray> problems(raw);
   if (SUCCEEDED(result)) result = made->SaveChanges(0);
   if (FAILED(result) || !problems) return result;
-  // What the other provider computes itself is no loss.
+  // What the other provider computes itself is not a loss.
   const bool isWhole = std::all_of(problems->aProblem, problems->aProblem + problems->cProblem,
                                    [](const SPropProblem& problem) { return problem.scode == MAPI_E_COMPUTED; });
   return isWhole ? S_OK : MAPI_W_ERRORS_RETURNED;

@@ -67,7 +67,7 @@ STDMETHODIMP ServiceAdmin::CreateMsgService(LPTSTR service, LPTSTR, ULONG_PTR, U
   return guarded([&]() -> HRESULT {
     if (lowerCase(textArgument(service, flags)) == lowerCase(serviceName)) return S_OK;  // every profile has it
     if (profileIsNew_) {
-      // It was made for that service: a program that gives up would leave one behind that nobody asked for.
+      // It was made for that service: a program that gives up would leave one that nobody asked for.
       profileIsNew_ = false;
       profiles_->setPassword(profile_, {});
       profiles_->remove(profile_, store::MailboxFate::Kept);

@@ -1,4 +1,4 @@
-// The bytes behind a property's stream.
+// The bytes of a property's stream.
 #pragma once
 
 #include <functional>

@@ -11,10 +11,10 @@ namespace fendrel::utility {
 // A new top block of `size` bytes, zeroed, aligned for any value. Throws std::bad_alloc.
 void* allocateTop(std::size_t size);
 
-// A block that dies with `top`. MAPI_E_INVALID_PARAMETER when `top` is no living top block. Throws std::bad_alloc.
+// A block that dies with `top`. MAPI_E_INVALID_PARAMETER when `top` is not a living top block. Throws std::bad_alloc.
 HRESULT allocateBelow(void* top, std::size_t size, void*& block);
 
-// Frees a chain; null is fine. False when `top` is no living top block: nothing is touched then.
+// Frees a chain; null is fine. False when `top` is not a living top block: nothing is touched then.
 bool freeChain(void* top) noexcept;
 
 struct MapiFree {

@@ -236,7 +236,7 @@ ULONG WINAPI UlPropSize(LPSPropValue value) {
   SPropValue copy = *value;
   bool isOuter = isList(type) && fixedSize(elementOf(type)) == 0;
   visitBelow(copy, [&](auto&, std::size_t bytes) {
-    if (!isOuter) size += bytes;  // the array of pointers is no part of the values
+    if (!isOuter) size += bytes;  // the array of pointers is not part of the values
     isOuter = false;
   });
   return static_cast<ULONG>(size);

@@ -99,7 +99,7 @@ TEST(PluginFile, HasAVersionResourceOfALibrary) {
   const HRSRC found = FindResourceW(plugin.module(), MAKEINTRESOURCEW(1), reinterpret_cast<LPCWSTR>(RT_VERSION));
   ASSERT_NE(found, nullptr);
   const auto* const bytes = static_cast<const BYTE*>(LockResource(LoadResource(plugin.module(), found)));
-  // Behind the block's three sizes and its name "VS_VERSION_INFO", aligned to four bytes.
+  // After the block's three sizes and its name "VS_VERSION_INFO", aligned to four bytes.
   const auto* const fixed = reinterpret_cast<const VS_FIXEDFILEINFO*>(bytes + 40);
   ASSERT_EQ(fixed->dwSignature, 0xFEEF04BDu);
   EXPECT_EQ(fixed->dwFileType, static_cast<DWORD>(VFT_DLL));

@@ -224,7 +224,7 @@ TEST_F(SilentSetUpTest, StringWithoutTerminatorIsRefused) {
   EXPECT_EQ(setUp(asOptions(block)), FENDREL_INVALID_ARGUMENT);
 }
 
-// A record that ends where memory ends: the page behind it cannot be read.
+// A record that ends where memory ends: the page after it cannot be read.
 class CutOffRecord : public SilentSetUpTest {
  protected:
   void SetUp() override {

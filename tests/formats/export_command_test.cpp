@@ -169,7 +169,7 @@ TEST_F(ExportCommand, AFileInThePlaceOfTheDirectoryIsRefused) {
   newFile(L"out", "x");
   const Outcome run = fendrel({"export", daily, "out"});
   EXPECT_EQ(run.exitCode, 1);
-  EXPECT_THAT(run.err, HasSubstr("is no directory"));
+  EXPECT_THAT(run.err, HasSubstr("is not a directory"));
 }
 
 }  // namespace

@@ -35,7 +35,7 @@ class Doctor : public FendrelTest {
   }
 };
 
-// The words behind the first cross; a test failure when there is none.
+// The words after the first cross; a test failure when there is none.
 std::string firstCross(const Outcome& run) {
   const std::size_t at = run.out.find(cross);
   EXPECT_NE(at, std::string::npos) << run.out << run.err;
@@ -74,7 +74,7 @@ TEST_F(Doctor, LibraryThatIsNoneIsACross) {
   const std::wstring program = copyOfProgram({L"fendrel.exe", L"FENDREL.DLL"});
   fs::create_directories(folder.path() / L"copy" / L"store");
   writeBytes(folder.path() / L"copy" / L"store" / L"MAPI32.DLL", "no library");
-  EXPECT_THAT(firstCross(runProgram(program, {"doctor"})), HasSubstr("is no library, and fendrel is a 64-bit program"));
+  EXPECT_THAT(firstCross(runProgram(program, {"doctor"})), HasSubstr("is not a library, and fendrel is a 64-bit program"));
 }
 
 TEST_F(Doctor, LibraryWithoutAnExportIsACross) {

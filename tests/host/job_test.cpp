@@ -97,7 +97,7 @@ TEST_F(JobCommand, CheckNamesWhatIsWrongLineByLine) {
   EXPECT_THAT(run.err, HasSubstr("nightly.toml:3: 'retrys' is unknown; did you mean 'retries'?"));
   EXPECT_THAT(run.err, HasSubstr("nightly.toml:4: 'wait' is a whole number from 0 to 3600."));
   EXPECT_THAT(run.err, HasSubstr("nightly.toml:5: 'create' is true or false"));
-  EXPECT_THAT(run.err, HasSubstr("nightly.toml:7: retention.older-than '90 days' is no age."));
+  EXPECT_THAT(run.err, HasSubstr("nightly.toml:7: retention.older-than '90 days' is not an age."));
   EXPECT_THAT(fendrel({"run", "--check", job("files = 'a'\n")}).err, HasSubstr("'folder' is missing"));
   EXPECT_THAT(fendrel({"run", "--check", job("folder = \"x\"\nfiles = \"D:\\reports\"\n")}).err,
               AllOf(HasSubstr("nightly.toml:2: "), HasSubstr("single quotes")));

@@ -158,7 +158,7 @@ TEST_F(LookCommands, SaveIntoAFileIsRefused) {
   newFile(L"plain", "x");
   const Outcome run = fendrel({"save", daily, "1", "plain"});
   EXPECT_EQ(run.exitCode, 1);
-  EXPECT_THAT(run.err, HasSubstr("is no directory"));
+  EXPECT_THAT(run.err, HasSubstr("is not a directory"));
 }
 
 TEST_F(LookCommands, SaveIntoADirectoryOfAnyDepthWorks) {

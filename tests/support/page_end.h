@@ -7,7 +7,7 @@
 #include <cstring>
 #include <span>
 
-// A copy of `bytes` whose last byte is the last of a page; the page behind has no access.
+// A copy of `bytes` whose last byte is the last of a page; the page after has no access.
 class AtPageEnd {
  public:
   explicit AtPageEnd(std::span<const std::byte> bytes) {

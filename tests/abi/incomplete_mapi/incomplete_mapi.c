@@ -1,4 +1,4 @@
-/* MAPI's thirteen functions without a MAPI behind them, for libraries that lack one of the names. None is called. */
+/* MAPI's thirteen functions without a MAPI, for libraries that lack one of the names. None is called. */
 #include <windows.h>
 
 #define NOT_CALLED(name) \

@@ -37,7 +37,7 @@ void walkFolders(const std::basic_string<Char>& text) {
     const View component = path.component();
     require(component.find(Char('@')) == View::npos, "a component has no separator");
     require(path.matchesExactly(component) == (component.size() <= maxComponentLength), "79 characters can match");
-    require(!path.matchesAddress(component), "a plain component is no address");
+    require(!path.matchesAddress(component), "a plain component is not an address");
     if (steps++ != 0) joined += Char('@');
     joined.append(component);
     path.advance(component.size());

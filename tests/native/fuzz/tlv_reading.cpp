@@ -31,7 +31,7 @@ void readAll(MemoryBlock& block, std::uint16_t sought) {
   const std::span<const std::byte> bytes{block.get(), size};
   std::unique_ptr<TLVMemory> stream;
   require(OpenTLVMemory(block, stream) == fileSuccess, "a stream opens");
-  // Behind 65,535 bytes the position comes round; the walk goes as far as it does not.
+  // After 65,535 bytes the position comes round; the walk goes as far as it does not.
   for (std::size_t offset = 0; offset == stream->position();) {
     const TlvItem item = tlvItemAt(bytes, offset);
     std::uint16_t tag = 0, length = 0;

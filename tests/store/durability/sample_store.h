@@ -26,7 +26,7 @@ DiskImage oldStore();  // the messages in a store of version 1
 std::unique_ptr<Database> openOn(SimulatedDisk& disk);
 
 // Opens the store as ever and reads everything. Each sentence names something that is wrong with it: messages, pages,
-// left-overs. With `repeat` another message is posted.
+// orphans. With `repeat` another message is posted.
 std::vector<std::string> judge(DiskImage image, const std::vector<Expected>& expected, bool repeat);
 
 // SQLite's own verdict on an open store.

@@ -27,7 +27,7 @@ enum class Unflushed { Lost, Kept, Some };
 
 class SimulatedDisk final : public Disk {
 public:
-  // Read, Look and Lock change nothing and are no places for a cut.
+  // Read, Look and Lock change nothing and are not places for a cut.
   enum class Call { Write, Resize, Flush, FlushFolder, Create, Rename, Remove, CreateFolder, Open, Read, Look, Lock };
 
   // Until its end SQLite finds this disk under the name that sqliteLayer() gives.

@@ -1,4 +1,4 @@
-// What the tests of house-keeping share: a store with messages of every kind, and ways to damage its files.
+// What the maintenance tests share: a store with messages of every kind, and ways to damage its files.
 #pragma once
 
 #include <gmock/gmock.h>

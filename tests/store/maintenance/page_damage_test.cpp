@@ -195,7 +195,7 @@ TEST_F(PageDamageTest, AnyOnePageThatIsGoneLosesNoMessageThatIsNotInIt) {
   std::printf("%zu messages came over from %d stores of %zu\n", carried, looks, described.size());
 }
 
-// What lies behind several damaged pages is found as well. FENDREL_TEST_ROUNDS makes it longer.
+// What lies beyond several damaged pages is found as well. FENDREL_TEST_ROUNDS makes it longer.
 TEST_F(PageDamageTest, SeveralPagesLoseNoMessageThatIsNotInThem) {
   fillWithEverything();
   learn();
@@ -226,7 +226,7 @@ TEST_F(PageDamageTest, FirstPageOfACompactedStoreCostsNothing) {
   EXPECT_THAT(last.mended, testing::Contains(Says("first page")));
 }
 
-// Compacting makes the file shorter by whole steps of its growth: behind its last page there may be pages with rows
+// Compacting makes the file shorter by whole steps of its growth: after its last page there may be pages with rows
 // that were there then. Those that were deleted since do not come back, whatever is damaged.
 TEST_F(PageDamageTest, DeletedMessagesStayDeleted) {
   reports = makeFolder(u"Reports");

@@ -37,7 +37,7 @@ TEST_F(LogonTest, WrongPasswordsAreAnsweredLaterAndLater) {
     EXPECT_THAT(tryLogon(L"Bernd", L"guess"), Gives(MAPI_E_LOGON_FAILED));
     return GetTickCount64() - start;
   };
-  EXPECT_GE(wrongTry(), 980u);   // the clock behind it ticks in steps
+  EXPECT_GE(wrongTry(), 980u);   // the clock ticks in steps
   EXPECT_GE(wrongTry(), 1980u);
   EXPECT_THAT(tryLogon(L"Bernd", L"secret"), Gives(S_OK));
 }

@@ -456,7 +456,7 @@ TEST_F(MessageTest, ItIsUnmodifiedUntilItIsSavedAgain) {
   EXPECT_TRUE(isUnmodified(*message.Get()));
   EXPECT_TRUE(isUnmodified(*openFirst(*reports.Get()).Get()));
   ASSERT_EQ(openFirst(*reports.Get())->SetReadFlag(CLEAR_READ_FLAG), S_OK);
-  EXPECT_TRUE(isUnmodified(*openFirst(*reports.Get()).Get())) << "reading is no change";
+  EXPECT_TRUE(isUnmodified(*openFirst(*reports.Get()).Get())) << "reading is not a change";
   SPropValue subject = textValue(PR_SUBJECT_W, L"other");
   ASSERT_EQ(message->SetProps(1, &subject, nullptr), S_OK);
   ASSERT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);

@@ -5,7 +5,7 @@
 //
 //   header page | no access | data pages, the block at their very end | no access
 //
-// so that the first byte behind a block is unreadable, an underrun of a page is too, and a freed block stays unreadable
+// so that the first byte after a block is unreadable, an underrun of a page is too, and a freed block stays unreadable
 // until 8,192 others have been freed. A block ends exactly at the page's end: it is aligned to the largest power of two that divides
 // its size, at most 16, which is what any object of that size needs.
 //

@@ -1,4 +1,4 @@
-// The world behind the double's interfaces: profiles, stores, folders and the messages that a client posted.
+// The world that the double's interfaces show: profiles, stores, folders and the messages that a client posted.
 #pragma once
 
 #include <map>

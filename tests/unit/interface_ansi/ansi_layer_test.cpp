@@ -416,7 +416,7 @@ TEST_F(AnsiLayer, NullTextsStayNullAndEmptyOnesEmpty) {
   EXPECT_STREQ(wideFromAnsiHost("").get(), L"");
 }
 
-// Lets every allocation of a call fail once. Each answers 2 and leaves no block behind; `undo` lets go of a success.
+// Lets every allocation of a call fail once. Each answers 2 and leaves no block; `undo` lets go of a success.
 template <class Call, class Undo>
 void failEachAllocation(Call call, Undo undo) {
   for (std::size_t nth = 1; nth < 100; ++nth) {

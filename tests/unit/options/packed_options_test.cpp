@@ -10,7 +10,7 @@ using namespace fendrel;
 
 namespace {
 
-// A block of `size` bytes, all 'x' behind the header, with the three offsets.
+// A block of `size` bytes, all 'x' after the header, with the three offsets.
 std::vector<std::byte> block(std::size_t size, std::uint32_t name, std::uint32_t password, std::uint32_t path) {
   std::vector<std::byte> bytes(size, std::byte{'x'});
   const auto put = [&](std::size_t field, std::uint64_t value) {
@@ -87,7 +87,7 @@ struct BadOffset {
 
 class PackedStringsAtABadOffset : public testing::TestWithParam<BadOffset> {
  protected:
-  // Zero behind the header, so that only the offset is wrong.
+  // Zero after the header, so that only the offset is wrong.
   static std::vector<std::byte> zeros(std::uint32_t name, std::uint32_t password, std::uint32_t path) {
     auto bytes = block(64, name, password, path);
     terminate(bytes, 48, 16);

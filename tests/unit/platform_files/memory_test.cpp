@@ -74,7 +74,7 @@ TEST(Block, ReallocByLessThanDoubleStaysInsideTheBlock) {
   MemoryBlock block;
   ASSERT_TRUE(BlockAlloc(block, 100));
   std::memset(block.get(), 0x5A, 100);
-  ASSERT_TRUE(BlockRealloc(block, 101));  // an offset of twice the old size would lie behind it
+  ASSERT_TRUE(BlockRealloc(block, 101));  // an offset of twice the old size would lie after it
   EXPECT_EQ(block[99], std::byte{0x5A});
   EXPECT_EQ(block[100], std::byte{0});
 }
