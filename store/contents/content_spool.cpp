@@ -165,4 +165,9 @@ void ContentSpool::finish() noexcept {
   checksums_ = {};
 }
 
+void ContentSpool::discard() noexcept {
+  dropFile();
+  finish();
+}
+
 }  // namespace fendrel::store

@@ -28,10 +28,10 @@ public:
 
   // Stores. Another profile's mailbox is not among them.
 
-  // The profile's own.
-  virtual Id defaultStore() const = 0;
+  // The profile's own. Empty where that cannot be told now.
+  virtual Id defaultStore() = 0;
 
-  // The default comes first.
+  // The default comes first. Folders that only some stores have (the inbox and those after it) may be missing here.
   virtual Status listStores(std::vector<StoreInfo>& stores) = 0;
 
   // NotFound.
@@ -132,6 +132,9 @@ public:
   // A whole copy with an identifier of its own; the search key and creation time are kept. NotFound, and as
   // saveMessage.
   virtual Status copyMessage(const Id& message, const Id& newFolder, const Id& in) = 0;
+
+  // The identifiers of the folder's messages of one kind, in the order of readMessageRows. NotFound (the folder).
+  virtual Status listMessages(const Id& folder, MessageKind kind, std::vector<Id>& messages) = 0;
 
   // The folder's messages of one kind in the order in which they came into the store, all of one moment. The time
   // is linear in rows and columns; attachments and contents are not touched. NotFound (the folder), Corrupt.

@@ -11,6 +11,14 @@
 
 namespace fendrel::store {
 
+// What its user may do with a folder.
+struct FolderRights {
+  bool mayAddMessages = true;
+  bool mayAddFolders = true;
+  bool mayChange = true;  // its name and messages
+  bool mayDelete = true;
+};
+
 // What the engine keeps right by itself. All of it is of one moment.
 struct FolderInfo {
   Id id;                            // for the entry id and record key; never used again after a delete
@@ -23,6 +31,7 @@ struct FolderInfo {
   std::uint32_t unreadCount = 0;    // ordinary messages that are not read
   std::uint32_t associatedCount = 0;
   bool hasSubfolders = false;
+  FolderRights rights;
   bool isStandard = false;          // one of StoreInfo's: cannot be renamed, moved or deleted
 };
 

@@ -55,7 +55,7 @@ struct MessageDraft {
   Id message;                   // to change; empty: a new message in `folder`
   Id folder;                    // new messages only, as are the next three
   MessageKind kind = MessageKind::Ordinary;
-  std::optional<Guid> searchKey;    // else a new one
+  std::optional<Guid> searchKey;    // else a new one; the same in each try to save, which tells that it is the same
   std::optional<FileTime> created;  // else now
   std::optional<bool> isRead;       // else unchanged; new: not read
   std::optional<std::uint64_t> expectedRevision;  // a change of another revision is Changed; empty: not checked

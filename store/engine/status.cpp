@@ -22,6 +22,11 @@ const char* name(Status status) noexcept {
     case Status::Corrupt: return "Corrupt";
     case Status::NewerVersion: return "NewerVersion";
     case Status::OnNetwork: return "OnNetwork";
+    case Status::LogonFailed: return "LogonFailed";
+    case Status::Unreachable: return "Unreachable";
+    case Status::TooLarge: return "TooLarge";
+    case Status::NotSupported: return "NotSupported";
+    case Status::Cancelled: return "Cancelled";
     case Status::Invalid: return "Invalid";
     case Status::Failed: return "Failed";
   }

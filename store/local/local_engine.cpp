@@ -134,6 +134,16 @@ Status LocalEngine::copyMessage(const Id& message, const Id& newFolder, const Id
   return store::copyMessage(database(), message, newFolder, copy, in);
 }
 
+Status LocalEngine::listMessages(const Id& folder, MessageKind kind, std::vector<Id>& messages) {
+  std::vector<Id> all;
+  const Status status = store::readMessageRows(database(), folder, kind, {}, [&](MessageRow&& row) {
+    all.push_back(row.message.id);
+    return true;
+  });
+  if (status == Status::Ok) messages = std::move(all);
+  return status;
+}
+
 Status LocalEngine::readMessageRows(const Id& folder, MessageKind kind, std::span<const PropertyTag> columns,
                                     const MessageRowSink& sink) {
   return store::readMessageRows(database(), folder, kind, columns, sink);

@@ -17,7 +17,7 @@ public:
   std::string place() const override;
   Bytes mappingSignature() const override;
 
-  Id defaultStore() const override { return mailbox_; }
+  Id defaultStore() override { return mailbox_; }
   Status listStores(std::vector<StoreInfo>& stores) override;
   Status findStore(const Id& store, StoreInfo& found) override;
   Status readStoreProperties(const Id& store, std::span<const PropertyTag> tags,
@@ -54,6 +54,7 @@ public:
   Status deleteMessages(std::span<const Id> messages, const Id& in, std::size_t* deleted) override;
   Status moveMessage(const Id& message, const Id& newFolder, const Id& in) override;
   Status copyMessage(const Id& message, const Id& newFolder, const Id& in) override;
+  Status listMessages(const Id& folder, MessageKind kind, std::vector<Id>& messages) override;
   Status readMessageRows(const Id& folder, MessageKind kind, std::span<const PropertyTag> columns,
                          const MessageRowSink& sink) override;
   Status readMessageRowsOf(const Id& folder, std::span<const Id> messages, std::span<const PropertyTag> columns,

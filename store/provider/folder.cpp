@@ -222,10 +222,10 @@ HRESULT Folder::messagesOf(const ENTRYLIST* list, MessageList& messages) const {
 }
 
 HRESULT Folder::allMessages(store::MessageKind kind, std::vector<store::Id>& messages) const {
-  return toResult(scope_->engine().readMessageRows(id_, kind, {}, [&](store::MessageRow&& row) {
-    messages.push_back(row.message.id);
-    return true;
-  }));
+  std::vector<store::Id> found;
+  const auto status = scope_->engine().listMessages(id_, kind, found);
+  messages.insert(messages.end(), found.begin(), found.end());
+  return toResult(status);
 }
 
 STDMETHODIMP Folder::DeleteMessages(LPENTRYLIST messages, UlongPtr, LPMAPIPROGRESS, ULONG) {

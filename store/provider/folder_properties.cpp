@@ -15,9 +15,11 @@ constexpr PropertyTag folderTags[] = {
 ULONG accessTo(const StoreScope& scope, const store::FolderInfo& folder) {
   ULONG access = MAPI_ACCESS_READ;
   if (!scope.writable) return access;
-  access |=
-      MAPI_ACCESS_MODIFY | MAPI_ACCESS_CREATE_HIERARCHY | MAPI_ACCESS_CREATE_CONTENTS | MAPI_ACCESS_CREATE_ASSOCIATED;
-  return folder.isStandard ? access : access | MAPI_ACCESS_DELETE;
+  if (folder.rights.mayChange) access |= MAPI_ACCESS_MODIFY;
+  if (folder.rights.mayAddFolders) access |= MAPI_ACCESS_CREATE_HIERARCHY;
+  if (folder.rights.mayAddMessages) access |= MAPI_ACCESS_CREATE_CONTENTS | MAPI_ACCESS_CREATE_ASSOCIATED;
+  if (folder.rights.mayDelete && !folder.isStandard) access |= MAPI_ACCESS_DELETE;
+  return access;
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "attachment.h"
 #include "attachment_rows.h"
 #include "host_stream.h"
+#include "ids.h"
 #include "mapi_table.h"
 #include "memory_rows.h"
 #include "status_codes.h"
@@ -29,6 +30,7 @@ Message::Message(ScopePointer scope, const store::Id& folder, store::MessageKind
       draft_(scope_->session->engine) {
   info_.folder = folder;
   info_.kind = kind;
+  info_.searchKey = store::newGuid();  // the same however often the save is tried
   readState_ = true;  // its maker has read it
 }
 
@@ -136,6 +138,7 @@ HRESULT Message::draftOf(store::MessageDraft& draft, bool force) const {
   } else {
     draft.folder = info_.folder;
     draft.kind = info_.kind;
+    draft.searchKey = info_.searchKey;
     if (!draft_.changes().find(PR_MESSAGE_CLASS_W)) {
       draft.set.push_back(makeProperty(PR_MESSAGE_CLASS_W, std::u16string(u"IPM.Note")));
     }

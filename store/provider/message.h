@@ -62,7 +62,7 @@ private:
   ScopePointer scope_;
   bool writable_;
   bool isSaved_;
-  store::MessageInfo info_{};      // before the first save only folder and kind count
+  store::MessageInfo info_{};      // before the first save only folder, kind and search key count
   std::optional<bool> readState_;  // to be saved
   DraftProperties draft_;
   std::map<ULONG, PendingAttachment> attachments_;

@@ -72,12 +72,23 @@ std::vector<PropertyTag> MessageRows::allColumns() const {
 }
 
 HRESULT MessageRows::scan(std::span<const PropertyTag> columns, const RowSink& sink) {
+  if (columns.empty()) return scanKeys(sink);
   const Plan plan(*scope_, columns);
   return toResult(
       scope_->engine().readMessageRows(folder_, kind_, plan.stored(), [&](store::MessageRow&& row) {
         auto values = plan.rowOf(row);
         return sink(row.message.id, values);
       }));
+}
+
+HRESULT MessageRows::scanKeys(const RowSink& sink) {
+  std::vector<store::Id> messages;
+  const auto status = scope_->engine().listMessages(folder_, kind_, messages);
+  std::vector<Property> none;
+  for (const store::Id& message : messages) {
+    if (!sink(message, none)) break;
+  }
+  return toResult(status);
 }
 
 HRESULT MessageRows::read(std::span<const RowKey> rows, std::span<const PropertyTag> columns, const RowSink& sink) {

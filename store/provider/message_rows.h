@@ -17,6 +17,8 @@ public:
   HRESULT read(std::span<const RowKey> rows, std::span<const PropertyTag> columns, const RowSink& sink) override;
 
 private:
+  HRESULT scanKeys(const RowSink& sink);
+
   ScopePointer scope_;
   store::Id folder_;
   store::MessageKind kind_;

@@ -17,6 +17,11 @@ HRESULT toResult(store::Status status) noexcept {
     case Status::Corrupt: return MAPI_E_CORRUPT_DATA;
     case Status::NewerVersion: return MAPI_E_VERSION;
     case Status::OnNetwork: return MAPI_E_NETWORK_ERROR;
+    case Status::LogonFailed: return MAPI_E_LOGON_FAILED;
+    case Status::Unreachable: return MAPI_E_NETWORK_ERROR;
+    case Status::TooLarge: return MAPI_E_TOO_BIG;
+    case Status::NotSupported: return MAPI_E_NO_SUPPORT;
+    case Status::Cancelled: return MAPI_E_USER_CANCEL;
     case Status::Invalid: return MAPI_E_INVALID_PARAMETER;
     case Status::Failed: return MAPI_E_CALL_FAILED;
   }

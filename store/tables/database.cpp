@@ -71,6 +71,7 @@ Database::~Database() = default;
 
 const std::wstring& Database::path() const noexcept { return connection_->path(); }
 EngineError Database::lastFailure() const { return connection_->lastError(); }
+void Database::noteFailure(EngineError failure) { connection_->setLastError(std::move(failure)); }
 
 Status Database::changeCounter(std::uint64_t& counter) {
   return guarded(*this, [&](Connection& connection) {

@@ -39,6 +39,7 @@ public:
   // What the last failed call of any thread answered and said; never cleared by a success. Ok: none has failed.
   EngineError lastFailure() const;
   std::string lastError() const { return lastFailure().text; }
+  void noteFailure(EngineError failure);  // for what is built on it
 
   // Grows whenever this or another process commits a change; equal values mean that nothing changed.
   Status changeCounter(std::uint64_t& counter);

@@ -44,6 +44,9 @@ public:
   // It is committed.
   void finish() noexcept;
 
+  // It was saved in another place: nothing of it stays here.
+  void discard() noexcept;
+
 private:
   std::uint64_t blockCount() const noexcept { return blocksOf(size_); }
   std::size_t lengthOf(std::uint64_t block) const noexcept;
