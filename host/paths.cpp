@@ -17,15 +17,11 @@ constexpr std::size_t longestPlainPath = 240;
 // Windows takes names of up to 255 characters; room is left for a number.
 constexpr std::size_t longestFileName = 240;
 
-bool startedFromUnixShell() {
-  wchar_t value[16];
-  const DWORD length = GetEnvironmentVariableW(L"FENDREL_SHELL", value, 16);
-  return length > 0 && length < 16 && std::wstring_view(value, length) == L"unix";
-}
-
 bool isSeparator(wchar_t c) { return c == L'\\' || c == L'/'; }
 
 }  // namespace
+
+bool startedFromUnixShell() { return environmentText(L"FENDREL_SHELL") == "unix"; }
 
 std::wstring fullPath(std::string_view given) {
   std::wstring path = toWide(given);

@@ -7,9 +7,12 @@
 
 namespace fendrel::host {
 
+// Whether the start script of a Unix shell started this program, which says so in FENDREL_SHELL.
+bool startedFromUnixShell();
+
 // The full path of a file given in UTF-8, relative to the current directory, of any length. Started from a Unix
-// shell (the start script says so in FENDREL_SHELL), a path that begins with '/' is on drive Z:, where Wine keeps the
-// Unix files. Throws Failure(wrongUsage) for a path that the system does not take.
+// shell, a path that begins with '/' is on drive Z:, where Wine keeps the Unix files. Throws Failure(wrongUsage) for a path
+// that the system does not take.
 std::wstring fullPath(std::string_view given);
 
 // A full path as the user writes it: started from a Unix shell, a Unix path.

@@ -7,6 +7,7 @@
 #include "console.h"
 #include "imposed_language.h"
 #include "kept_choice.h"
+#include "paths.h"
 #include "plugin.h"
 #include "text.h"
 
@@ -41,7 +42,7 @@ ExitCode choose(Host& host, const ChooseOptions& options) {
   if (!host.options.profile.empty())
     throw Failure(ExitCode::wrongUsage, "choose asks for the profile itself; leave out --profile.");
   // Under Wine without a display dialogs would open where nobody sees them, and wait.
-  if (environmentText(L"FENDREL_SHELL") == "unix" && environmentText(L"DISPLAY").empty())
+  if (startedFromUnixShell() && environmentText(L"DISPLAY").empty())
     throw Failure(ExitCode::failed,
                   "choose shows dialogs, and there is no display. Set DISPLAY, or post with --to PATH.");
   if (host.knownProfiles().empty()) chooseProfile({}, {});

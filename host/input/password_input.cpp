@@ -89,7 +89,7 @@ std::string runPasswordCommand(const std::string& command) {
     throw systemFailure(ExitCode::wrongUsage, source + " cannot be started", GetLastError());
   const FileHandle answer(file), written(output);
 
-  const bool unixShell = environmentText(L"FENDREL_SHELL") == "unix";
+  const bool unixShell = startedFromUnixShell();
   const std::wstring program = unixShell ? std::wstring(L"Z:\\bin\\sh") : toWide(environmentText(L"ComSpec"));
   std::wstring quoted = toWide(command);
   if (unixShell)  // the quotes that a Unix program's arguments lose

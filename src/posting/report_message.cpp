@@ -16,7 +16,9 @@ class PropertyList {
   HRESULT allocate(ULONG capacity) noexcept {
     const HRESULT result = mapi().mapiAllocateBuffer(
         capacity * sizeof(SPropValue), reinterpret_cast<void**>(static_cast<SPropValue**>(receive(values_))));
-    return SUCCEEDED(result) && !values_ ? MAPI_E_NOT_ENOUGH_MEMORY : result;
+    if (FAILED(result)) return result;
+    capacity_ = values_ ? capacity : 0;
+    return values_ ? S_OK : MAPI_E_NOT_ENOUGH_MEMORY;
   }
 
   void add(ULONG tag, const wchar_t* text) noexcept { next(tag).Value.lpszW = const_cast<wchar_t*>(text); }
@@ -31,21 +33,25 @@ class PropertyList {
     if (text) add(tag, text->c_str());
   }
 
+  // MAPI_E_CALL_FAILED when there were more than the capacity: a message that lacks one is not sent.
   HRESULT setOn(IMAPIProp* object) noexcept {
+    if (count_ > capacity_) return MAPI_E_CALL_FAILED;
     MapiBuffer<SPropProblemArray> problems;
     return object->SetProps(count_, values_.get(), receive(problems));
   }
 
  private:
   SPropValue& next(ULONG tag) noexcept {
-    SPropValue& value = values_.get()[count_++];
+    SPropValue& value = count_ < capacity_ ? values_.get()[count_] : spare_;
+    ++count_;
     value = {};
     value.ulPropTag = tag;
     return value;
   }
 
   MapiBuffer<SPropValue> values_;
-  ULONG count_ = 0;
+  SPropValue spare_{};  // takes what does not fit
+  ULONG capacity_ = 0, count_ = 0;
 };
 
 FILETIME currentTime() noexcept {
