@@ -10,6 +10,7 @@
 #include "new_file.h"
 #include "packed_options.h"
 #include "paths.h"
+#include "posting_kind.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -63,10 +64,7 @@ std::wstring stringAt(const Bytes& record, std::uint32_t offset) {
 KeptChoice::KeptChoice(Bytes record, const std::string& source) : packed(std::move(record)) {
   if (packed.size() < sizeof(DestinationOptions)) throw noChoice(source);
   const DestinationOptions header = headerOf(packed);
-  const bool typeKnown = header.destinationType == FENDREL_PERSONAL_REPORT ||
-                         header.destinationType == FENDREL_FOLDER_REPORT ||
-                         header.destinationType == FENDREL_REPORT_INSTANCE;
-  if (header.packedSize == 0 || !typeKnown ||
+  if (header.packedSize == 0 || !postingRules(header.destinationType).isKnown ||
       header.packedSize != static_cast<std::uint16_t>(packed.size() - packedSizeShortfall))
     throw noChoice(source);
   const auto strings = findPackedStrings(packed, sizeof(wchar_t));

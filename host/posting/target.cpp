@@ -4,6 +4,7 @@
 
 #include "folder_path.h"
 #include "kept_choice.h"
+#include "posting_kind.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -55,7 +56,7 @@ Target openTarget(Host& host, const TargetChoice& choice) {
     destination.folderPath = toWide(choice.to);
   }
   Session& session = host.session();
-  if (destination.type == FENDREL_PERSONAL_REPORT) {
+  if (postingRules(destination.type).intoCommonViews) {
     target.folder = session.personalReports();
     target.path = target.folder.path;
     destination.folderPath.clear();

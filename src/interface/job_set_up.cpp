@@ -5,6 +5,7 @@
 #include "destination_options.h"
 #include "mapi_container_dlg.h"
 #include "path_parts.h"
+#include "posting_kind.h"
 #include "report_names.h"
 #include "resource_module.h"
 
@@ -87,12 +88,12 @@ std::uint32_t setUpInteractively(ExportJob& job) {
   scanForReports(job.fileNames);
   job.destination.type = FENDREL_REPORT_INSTANCE;
   if (const auto code = Logon(job, nullptr, nullptr); code != FENDREL_SUCCESS) return code;
-  if (job.destination.type == FENDREL_PERSONAL_REPORT) {
+  const PostingRules rules = postingRules(job.destination.type);
+  if (rules.intoCommonViews) {
     job.destination.folderPath.reset();
     return FENDREL_SUCCESS;
   }
-  if (job.destination.type != FENDREL_FOLDER_REPORT && job.destination.type != FENDREL_REPORT_INSTANCE)
-    return FENDREL_CANCELLED;
+  if (!rules.isKnown) return FENDREL_CANCELLED;
   return chooseFolder(job);
 }
 

@@ -11,7 +11,7 @@ struct Destination {
   std::optional<std::wstring> profileName;
   std::optional<std::wstring> profilePassword;
   std::optional<std::wstring> folderPath;  // display names joined by '@', message store first
-  std::uint16_t type = 0;                  // FENDREL_PERSONAL_REPORT and so on; 0 before it is known
+  std::uint16_t type = 0;                  // see postingRules(); 0 before it is known
 };
 
 }  // namespace fendrel

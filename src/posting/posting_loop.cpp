@@ -6,6 +6,7 @@
 
 #include "fendrel/fendrel.h"
 #include "path_parts.h"
+#include "posting_kind.h"
 #include "target_folder.h"
 
 namespace fendrel {
@@ -32,7 +33,7 @@ class MessageClass {
 };
 
 HRESULT openTargetFolder(const PostingJob& job, TargetFolder& target) {
-  if (job.destination.type == FENDREL_PERSONAL_REPORT) return openCommonViews(job.session, target);
+  if (postingRules(job.destination.type).intoCommonViews) return openCommonViews(job.session, target);
   return openFolderByPath(job.session, job.destination.folderPath.value_or(std::wstring()), job.optionsSupplied,
                           target);
 }
@@ -96,7 +97,7 @@ class PostingLoop {
 }  // namespace
 
 bool isTemplateMode(const PostingJob& job) noexcept {
-  return job.destination.type != FENDREL_REPORT_INSTANCE && !job.optionsSupplied;
+  return postingRules(job.destination.type).templateMode && !job.optionsSupplied;
 }
 
 std::uint32_t postReportFiles(const PostingJob& job, std::span<const wchar_t* const> filePaths) {
