@@ -1,7 +1,7 @@
 """other_mail_programs.py RUN_WINE MAIL_SAMPLES: our messages read by other programs, and theirs by us.
 
-Runs beside a mail server (tools/mail-server). Python's imaplib and email package read what mail_samples has posted; mail_samples
-lists what imaplib has appended, whole messages and broken ones.
+Runs beside a mail server (tools/mail-server). Python's imaplib and email package read what mail_samples has posted;
+mail_samples lists what imaplib has appended, whole messages and broken ones.
 """
 import datetime
 import email
@@ -85,7 +85,8 @@ def simple(subject, **headers):
 
 def theirs():
     """(bytes, what is expected of it); what has no key is not looked at."""
-    known = {"sender": "Jürgen Groß", "address": "jg@mail.example", "seconds": int(datetime.datetime(2031, 4, 5, 14, 7, 8, tzinfo=datetime.timezone.utc).timestamp())}
+    sent = datetime.datetime(2031, 4, 5, 14, 7, 8, tzinfo=datetime.timezone.utc)
+    known = {"sender": "Jürgen Groß", "address": "jg@mail.example", "seconds": int(sent.timestamp())}
 
     plain = simple("plain")
     plain.set_content("Grüße\n", charset="iso-8859-1", cte="8bit")

@@ -4,12 +4,15 @@
 
 namespace fendrel::test {
 
-SampleMail::SampleMail(const std::string& subject, std::size_t size) {
+std::string SampleMail::newMessageId() {
   static int number = 0;
   LARGE_INTEGER now{};
   QueryPerformanceCounter(&now);
-  messageId = "<sample-" + std::to_string(++number) + '-' + std::to_string(GetCurrentProcessId()) + '-' +
-              std::to_string(now.QuadPart) + "@fendrel.invalid>";
+  return "<sample-" + std::to_string(++number) + '-' + std::to_string(GetCurrentProcessId()) + '-' +
+         std::to_string(now.QuadPart) + "@fendrel.invalid>";
+}
+
+SampleMail::SampleMail(const std::string& subject, std::size_t size, const std::string& id) : messageId(id) {
   text = "From: \"Alice\" <alice@fendrel.invalid>\r\nSubject: " + subject +
          "\r\nDate: Sat, 05 Apr 2031 14:07:08 +0000\r\nMessage-ID: " + messageId +
          "\r\nMIME-Version: 1.0\r\nContent-Type: text/plain\r\n\r\nHello\r\n";

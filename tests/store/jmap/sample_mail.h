@@ -7,11 +7,13 @@
 
 namespace fendrel::test {
 
-// A message of one line, with an identifier that no other message has.
+// A message of so many bytes and a few more, with this identifier or one that no other message has.
 struct SampleMail {
-  explicit SampleMail(const std::string& subject, std::size_t size = 0);
+  explicit SampleMail(const std::string& subject, std::size_t size = 0, const std::string& messageId = newMessageId());
 
-  std::string messageId;  // "<left@right>"
+  static std::string newMessageId();
+
+  std::string messageId;
   std::string text;
 
   jmap::RequestBody body() const;

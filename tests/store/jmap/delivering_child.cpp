@@ -1,0 +1,61 @@
+// delivering_child MAILBOX COUNT LOG [careless]: delivers the messages 1 to COUNT into a mailbox of alice. A message that is
+// there is noted in LOG, a line each; a later run goes on after those. Its identifier depends on its number alone.
+// careless: the identifier is new in each run, and the first run ends before it has noted the fifth message.
+#include <windows.h>
+
+#include <cstdio>
+#include <exception>
+#include <fstream>
+#include <set>
+
+#include "mail_fixture.h"
+#include "sample_mail.h"
+
+namespace {
+
+using namespace fendrel;
+
+constexpr std::size_t messageSize = 20'000;
+constexpr int unnoted = 5;
+
+std::set<int> noted(const char* log) {
+  std::set<int> numbers;
+  std::ifstream file(log);
+  for (int number = 0; file >> number;) numbers.insert(number);
+  return numbers;
+}
+
+void note(const char* log, int number) {
+  std::ofstream(log, std::ios::app) << number << std::endl;
+}
+
+}  // namespace
+
+int main(int count, char** words) {
+  if (count < 4) return 2;
+  const char* log = words[3];
+  const bool isCareless = count > 4;
+  try {
+    jmap::MailServer server(test::mailSettings());
+    jmap::MailAccount account(server, "alice");
+    const std::string mailbox = account.findMailbox("", words[1]).value_or("");
+    const std::set<int> before = noted(log);
+    for (int number = 1; number <= std::stoi(words[2]); ++number) {
+      if (before.contains(number)) continue;
+      const std::string run = isCareless ? std::to_string(GetCurrentProcessId()) + '-' : "";
+      const test::SampleMail sample(std::to_string(number), messageSize,
+                                    "<" + run + std::to_string(number) + "@killed.invalid>");
+      jmap::NewMessage message = sample.forMailbox(mailbox);
+      message.mayBeThere = true;
+      jmap::deliver(account, message);
+      if (isCareless && number == unnoted && before.empty()) return 3;
+      note(log, number);
+    }
+    return 0;
+  } catch (const jmap::ServerFailure& failure) {
+    std::fprintf(stderr, "delivering_child: %s\n", failure.text.c_str());
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "delivering_child: %s\n", error.what());
+  }
+  return 1;
+}
