@@ -2,7 +2,10 @@
 
 #include "local_engine.h"
 #include "profiles.h"
+#include "server_address.h"
+#include "server_engine.h"
 #include "store_place.h"
+#include "unicode.h"
 
 namespace fendrel::store {
 namespace {
@@ -20,6 +23,12 @@ public:
     return store::setPassword(database(), name, password);
   }
   Status setServer(const std::u16string& name, const ServerAccess& server) override {
+    try {
+      jmap::parseAddress(toUtf8(server.url));
+    } catch (const jmap::ServerFailure& failure) {
+      database().noteFailure({Status::Invalid, failure.text});
+      return Status::Invalid;
+    }
     return store::setServer(database(), name, server);
   }
   Status setUserName(const std::u16string& name, const std::u16string& userName) override {
@@ -31,8 +40,8 @@ public:
   Status remove(const std::u16string& name, MailboxFate mailbox) override {
     return deleteProfile(database(), name, mailbox);
   }
-  Status open(const Profile& profile, const std::u16string&, std::shared_ptr<Engine>& engine) override {
-    if (profile.server) return Status::Failed;  // nothing here speaks to a mail server yet
+  Status open(const Profile& profile, const std::u16string& secret, std::shared_ptr<Engine>& engine) override {
+    if (profile.server) return ServerEngine::open(sharedDatabase(), profile, secret, engine);
     return LocalEngine::open(sharedDatabase(), profile.mailbox, engine);
   }
 };

@@ -5,6 +5,7 @@
 
 #include "contract_world.h"
 #include "temp_folder.h"
+#include "world_steps.h"
 
 const LocalMapi& mapi() {
   static const LocalMapi loaded = contract::loadMapi(L"bin/store/MAPI32.DLL");
@@ -21,49 +22,11 @@ void createProfile(const wchar_t* password) {
   ASSERT_EQ(admin->CreateProfile(const_cast<LPTSTR>(L"Ada"), const_cast<LPTSTR>(password), 0, MAPI_UNICODE), S_OK);
 }
 
-// The store "Public Folders" of the session.
-ComPtr<IMsgStore> openPublicStore(IMAPISession& session) {
-  ComPtr<IMAPITable> table;
-  EXPECT_EQ(session.GetMsgStoresTable(0, &table), S_OK);
-  SizedSPropTagArray(2, columns) = {2, {PR_ENTRYID, PR_DISPLAY_NAME_W}};
-  Rows rows;
-  EXPECT_EQ(mapi().hrQueryAllRows(table.Get(), reinterpret_cast<LPSPropTagArray>(&columns), nullptr, nullptr, 0,
-                                  receive(rows)),
-            S_OK);
-  ComPtr<IMsgStore> store;
-  for (ULONG row = 0; rows && row < rows->cRows; ++row) {
-    const SPropValue* const values = rows->aRow[row].lpProps;
-    if (std::wstring_view(values[1].Value.lpszW) != L"Public Folders") continue;
-    EXPECT_EQ(session.OpenMsgStore(0, values[0].Value.bin.cb, reinterpret_cast<LPENTRYID>(values[0].Value.bin.lpb),
-                                   nullptr, MDB_WRITE, &store),
-              S_OK);
-  }
-  return store;
-}
-
-void createFolders(IMsgStore& store, const std::vector<std::wstring>& foldersInReports) {
-  Block<SPropValue> subtreeId;
-  ASSERT_EQ(mapi().hrGetOneProp(&store, PR_IPM_SUBTREE_ENTRYID, receive(subtreeId)), S_OK);
-  ComPtr<IMAPIFolder> subtree;
-  ULONG type = 0;
-  ASSERT_EQ(store.OpenEntry(subtreeId->Value.bin.cb, reinterpret_cast<LPENTRYID>(subtreeId->Value.bin.lpb), nullptr,
-                            MAPI_MODIFY, &type, unknownOut(subtree)),
-            S_OK);
-  const auto create = [](IMAPIFolder& parent, const std::wstring& name) {
-    ComPtr<IMAPIFolder> made;
-    EXPECT_EQ(
-        parent.CreateFolder(FOLDER_GENERIC, const_cast<LPTSTR>(name.c_str()), nullptr, nullptr, MAPI_UNICODE, &made),
-        S_OK);
-    return made;
-  };
-  const ComPtr<IMAPIFolder> reports = create(*subtree.Get(), L"Reports");
-  ASSERT_NE(reports, nullptr);
-  for (const std::wstring& name : foldersInReports) create(*reports.Get(), name);
-}
-
 }  // namespace
 
 namespace contract {
+
+bool has(Feature) { return true; }
 
 void makeWorld(const wchar_t* password, const std::vector<std::wstring>& foldersInReports) {
   databaseFolder.emplace();
@@ -71,14 +34,14 @@ void makeWorld(const wchar_t* password, const std::vector<std::wstring>& folders
   ASSERT_EQ(mapi().initialize(nullptr), S_OK);
   createProfile(password);
   {
-    ComPtr<IMAPISession> session;
-    ASSERT_EQ(mapi().logonEx(0, const_cast<LPTSTR>(L"Ada"), const_cast<LPTSTR>(password),
-                             MAPI_UNICODE | MAPI_EXTENDED | MAPI_NEW_SESSION, &session),
-              S_OK);
+    const ComPtr<IMAPISession> session = logOnToFill(password);
+    ASSERT_NE(session, nullptr);
     {
       const ComPtr<IMsgStore> store = openPublicStore(*session.Get());
       ASSERT_NE(store, nullptr);
-      createFolders(*store.Get(), foldersInReports);
+      const ComPtr<IMAPIFolder> reports = createFolder(*openSubtree(*store.Get()).Get(), L"Reports");
+      ASSERT_NE(reports, nullptr);
+      for (const std::wstring& name : foldersInReports) createFolder(*reports.Get(), name);
     }
     EXPECT_EQ(session->Logoff(0, 0, 0), S_OK);
   }
