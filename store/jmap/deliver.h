@@ -12,12 +12,13 @@ struct NewMessage {
   std::string mailbox;
   std::vector<std::string> keywords;
   std::chrono::sys_seconds receivedAt{};
-  bool mayBeThere = false;  // it was delivered before, and nobody knows how that ended: looked for before it is imported
+  // It was delivered before, and nobody knows how that ended: looked for before it is imported.
+  bool mayBeThere = false;
 };
 
-// Uploads the message and imports it. Returns its id when the server has it for good. An answer that was lost is asked for
-// again with the same bytes, `attempts` times in all: that the server has them already, or that the mailbox holds the
-// Message-ID, is success.
+// Uploads the message and imports it. Returns its id when the server has it for good. An answer that was lost is asked
+// for again with the same bytes, `attempts` times in all: that the server has them already, or that the mailbox holds
+// the Message-ID, is success.
 //
 // Throws ServerFailure. Where that is `lost` or `timedOut` the message may have arrived: the same NewMessage can be
 // delivered again with mayBeThere, at any time, and is there once.

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <vector>
 
 #include "http_exchange.h"
 #include "tls_issuers.h"
@@ -28,7 +29,8 @@ std::string base64Of(std::string_view bytes) {
 std::string credentials(const Settings& settings) {
   if (!settings.user.empty()) return "Basic " + base64Of(settings.user + ':' + settings.secret);
   if (!std::ranges::all_of(settings.secret, [](char c) { return c > ' ' && c <= '~'; }))
-    throw ServerFailure{FailureKind::unauthorized, "The token for " + settings.url + " has characters that no token has."};
+    throw ServerFailure{FailureKind::unauthorized,
+                        "The token for " + settings.url + " has characters that no token has."};
   return "Bearer " + settings.secret;
 }
 
@@ -36,10 +38,10 @@ HINTERNET openSession(bool isLocal) {
   constexpr const wchar_t* agent = L"Fendrel";
   // Nobody but this machine is asked for what is on this machine.
   if (isLocal) return WinHttpOpen(agent, WINHTTP_ACCESS_TYPE_NO_PROXY, nullptr, nullptr, WINHTTP_FLAG_ASYNC);
-  if (HINTERNET session =
-          WinHttpOpen(agent, WINHTTP_ACCESS_TYPE_AUTOMATIC_PROXY, nullptr, nullptr, WINHTTP_FLAG_ASYNC))
+  if (HINTERNET session = WinHttpOpen(agent, WINHTTP_ACCESS_TYPE_AUTOMATIC_PROXY, nullptr, nullptr, WINHTTP_FLAG_ASYNC))
     return session;
-  return WinHttpOpen(agent, WINHTTP_ACCESS_TYPE_DEFAULT_PROXY, nullptr, nullptr, WINHTTP_FLAG_ASYNC);  // before Windows 8.1
+  // Before Windows 8.1.
+  return WinHttpOpen(agent, WINHTTP_ACCESS_TYPE_DEFAULT_PROXY, nullptr, nullptr, WINHTTP_FLAG_ASYNC);
 }
 
 std::optional<std::chrono::seconds> retryAfterOf(const std::wstring& text) {
@@ -88,7 +90,9 @@ void sendBody(HttpExchange& exchange, const RequestBody& body, const std::string
 class HttpClient::Parts {
  public:
   explicit Parts(Settings given)
-      : settings(std::move(given)), authorization(credentials(settings)), session(openSession(parseAddress(settings.url).isThisMachine())) {
+      : settings(std::move(given)),
+        authorization(credentials(settings)),
+        session(openSession(parseAddress(settings.url).isThisMachine())) {
     if (!session) throw ServerFailure{FailureKind::failed, "The system's HTTP service does not start."};
     DWORD protocols = WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2 | tls13;
     if (!WinHttpSetOption(session.get(), WINHTTP_OPTION_SECURE_PROTOCOLS, &protocols, sizeof protocols)) {
@@ -198,7 +202,8 @@ void HttpClient::wait(std::chrono::milliseconds time) const {
   const Settings& known = settings();
   for (const ULONGLONG end = GetTickCount64() + static_cast<ULONGLONG>(time.count()); GetTickCount64() < end;) {
     if (known.isCancelled && known.isCancelled())
-      throw ServerFailure{FailureKind::cancelled, "Waiting for " + parseAddress(known.url).server() + " was cancelled."};
+      throw ServerFailure{FailureKind::cancelled,
+                          "Waiting for " + parseAddress(known.url).server() + " was cancelled."};
     Sleep(static_cast<DWORD>(std::min<ULONGLONG>(turn, end - std::min(end, GetTickCount64()))));
   }
 }

@@ -29,7 +29,8 @@ struct Settings {
   std::wstring tlsCaFile;  // certificates of issuers in PEM or DER; empty: the machine's alone
   // How long a request waits for the next thing to happen, and how long a busy server is asked again.
   std::chrono::milliseconds patience{60'000};
-  // Asked several times a second, on the calling thread, while a request waits; true ends it. Empty: never. Must not throw.
+  // Asked several times a second, on the calling thread, while a request waits; true ends it. Empty: never. Must not
+  // throw.
   std::function<bool()> isCancelled;
 };
 
@@ -70,8 +71,8 @@ class HttpClient {
   HttpClient(const HttpClient&) = delete;
   HttpClient& operator=(const HttpClient&) = delete;
 
-  // Answers with any status. An answer that ends before its Content-Length is `lost`, after its pieces have gone to `to`.
-  // What `to` throws ends the request and leaves send(). Throws cancelled, unknownName, refused, timedOut, lost,
+  // Answers with any status. An answer that ends before its Content-Length is `lost`, after its pieces have gone to
+  // `to`. What `to` throws ends the request and leaves send(). Throws cancelled, unknownName, refused, timedOut, lost,
   // untrusted, wrongName, tls.
   HttpAnswer send(const HttpRequest& request, const AnswerSink& to);
 

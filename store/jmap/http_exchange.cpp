@@ -4,14 +4,15 @@
 #include <atomic>
 #include <cstring>
 #include <new>
+#include <optional>
 
 #include "wide_text.h"
 
 namespace fendrel::jmap {
 namespace {
 
-constexpr DWORD turn = 100;          // milliseconds; how soon a wish to cancel is seen
-constexpr DWORD farewell = 1000;     // how long a request that was given up may take to let go
+constexpr DWORD turn = 100;       // milliseconds; how soon a wish to cancel is seen
+constexpr DWORD farewell = 1000;  // how long a request that was given up may take to let go
 constexpr DWORD socketTimedOut = 10060, socketReset = 10054;
 
 struct CloseEvent {
@@ -32,7 +33,8 @@ FailureKind kindOfSecureFailure(DWORD flags) {
   if (flags & WINHTTP_CALLBACK_STATUS_FLAG_CERT_CN_INVALID) return FailureKind::wrongName;
   constexpr DWORD chain = WINHTTP_CALLBACK_STATUS_FLAG_CERT_REV_FAILED | WINHTTP_CALLBACK_STATUS_FLAG_INVALID_CERT |
                           WINHTTP_CALLBACK_STATUS_FLAG_CERT_REVOKED | WINHTTP_CALLBACK_STATUS_FLAG_INVALID_CA |
-                          WINHTTP_CALLBACK_STATUS_FLAG_CERT_DATE_INVALID | WINHTTP_CALLBACK_STATUS_FLAG_CERT_WRONG_USAGE;
+                          WINHTTP_CALLBACK_STATUS_FLAG_CERT_DATE_INVALID |
+                          WINHTTP_CALLBACK_STATUS_FLAG_CERT_WRONG_USAGE;
   return flags & chain ? FailureKind::untrusted : FailureKind::tls;
 }
 
@@ -62,15 +64,16 @@ std::string wordsOf(FailureKind kind, const std::string& server, DWORD error) {
     case FailureKind::refused: return "Nobody answers at " + server + ". Is the server running, and the port right?";
     case FailureKind::timedOut: return server + " did not answer in time. Try again later.";
     case FailureKind::untrusted:
-      return "The certificate of " + server + " is not trusted: unknown issuer, or out of date. Name its issuer's "
+      return "The certificate of " + server +
+             " is not trusted: unknown issuer, or out of date. Name its issuer's "
              "certificate (--tls-ca FILE) if it is right.";
     case FailureKind::wrongName:
       return "The certificate of " + server + " is another machine's. Use the name that stands in it.";
     case FailureKind::tls:
-      return "No secure connection to " + server + " (error " + std::to_string(error) + "): its certificate is not "
+      return "No secure connection to " + server + " (error " + std::to_string(error) +
+             "): its certificate is not "
              "trusted, or TLS is not set up there. An issuer can be named with --tls-ca FILE.";
-    default:
-      return "The connection to " + server + " was lost (error " + std::to_string(error) + ").";
+    default: return "The connection to " + server + " was lost (error " + std::to_string(error) + ").";
   }
 }
 
@@ -85,8 +88,8 @@ ServerFailure connectionFailure(FailureKind kind, const std::string& server, DWO
 // What the callback may touch. It lives until WinHTTP has let go of the request, which may be after the exchange.
 struct HttpExchange::State {
   Event step = newEvent(), closed = newEvent();
-  DWORD error = 0;           // of the step that has ended
-  DWORD count = 0;           // bytes that it read
+  DWORD error = 0;  // of the step that has ended
+  DWORD count = 0;  // bytes that it read
   std::atomic<DWORD> secureFailure{0};
   std::atomic<bool> isRefused{false};  // by us, in the middle of the step
   FailureKind refusal = FailureKind::tls;
@@ -131,7 +134,8 @@ struct HttpExchange::State {
   }
 };
 
-void CALLBACK HttpExchange::onStatus(HINTERNET handle, DWORD_PTR context, DWORD status, void* information, DWORD length) {
+void CALLBACK HttpExchange::onStatus(HINTERNET handle, DWORD_PTR context, DWORD status, void* information,
+                                     DWORD length) {
   auto* holder = reinterpret_cast<std::shared_ptr<State>*>(context);
   if (!holder) return;
   State& state = **holder;
@@ -165,8 +169,8 @@ HttpExchange::HttpExchange(HINTERNET session, const HttpRequest& request, const 
   connection_.reset(WinHttpConnect(session, state_->host.c_str(), address.port, 0));
   if (!connection_) fail(GetLastError());
   auto holder = std::make_unique<std::shared_ptr<State>>(state_);
-  request_ = WinHttpOpenRequest(connection_.get(), toWide(request.method).c_str(), toWide(address.path).c_str(), nullptr,
-                                WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
+  request_ = WinHttpOpenRequest(connection_.get(), toWide(request.method).c_str(), toWide(address.path).c_str(),
+                                nullptr, WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
                                 WINHTTP_FLAG_ESCAPE_DISABLE | (address.isSecure ? WINHTTP_FLAG_SECURE : 0));
   if (!request_) fail(GetLastError());
   auto* context = holder.get();
@@ -218,8 +222,7 @@ void HttpExchange::begun(BOOL success, std::chrono::milliseconds patience) {
   if (!success && !state_->isRefused) fail(GetLastError());
   const ULONGLONG end = GetTickCount64() + static_cast<ULONGLONG>(patience.count());
   while (WaitForSingleObject(state_->step.get(), turn) != WAIT_OBJECT_0) {
-    if (settings_.isCancelled && settings_.isCancelled())
-      throw connectionFailure(FailureKind::cancelled, server_, 0);
+    if (settings_.isCancelled && settings_.isCancelled()) throw connectionFailure(FailureKind::cancelled, server_, 0);
     if (GetTickCount64() > end) fail(ERROR_WINHTTP_TIMEOUT);
   }
   if ((state_->isRefused && !state_->isProbe) || state_->error != 0) fail(state_->error);
@@ -229,8 +232,7 @@ void HttpExchange::sendHead(const std::wstring& headers, std::uint64_t bodyLengt
   // Longer bodies than WinHTTP can count have their length among the headers.
   const bool isCounted = bodyLength < 0xFFFF'FFFF;
   begun(WinHttpSendRequest(request_, headers.c_str(), static_cast<DWORD>(headers.size()), WINHTTP_NO_REQUEST_DATA, 0,
-                           isCounted ? static_cast<DWORD>(bodyLength) : WINHTTP_IGNORE_REQUEST_TOTAL_LENGTH,
-                           context_),
+                           isCounted ? static_cast<DWORD>(bodyLength) : WINHTTP_IGNORE_REQUEST_TOTAL_LENGTH, context_),
         settings_.patience);
 }
 
@@ -252,8 +254,8 @@ std::span<const std::byte> HttpExchange::readPiece() {
 
 DWORD HttpExchange::status() const {
   DWORD code = 0, size = sizeof code;
-  WinHttpQueryHeaders(request_, WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER, WINHTTP_HEADER_NAME_BY_INDEX, &code,
-                      &size, WINHTTP_NO_HEADER_INDEX);
+  WinHttpQueryHeaders(request_, WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER, WINHTTP_HEADER_NAME_BY_INDEX,
+                      &code, &size, WINHTTP_NO_HEADER_INDEX);
   return code;
 }
 
@@ -261,8 +263,8 @@ std::wstring HttpExchange::header(DWORD which) const {
   DWORD size = 0;
   WinHttpQueryHeaders(request_, which, WINHTTP_HEADER_NAME_BY_INDEX, nullptr, &size, WINHTTP_NO_HEADER_INDEX);
   std::wstring text(size / sizeof(wchar_t), L'\0');
-  if (size == 0 || !WinHttpQueryHeaders(request_, which, WINHTTP_HEADER_NAME_BY_INDEX, text.data(), &size,
-                                        WINHTTP_NO_HEADER_INDEX))
+  if (size == 0 ||
+      !WinHttpQueryHeaders(request_, which, WINHTTP_HEADER_NAME_BY_INDEX, text.data(), &size, WINHTTP_NO_HEADER_INDEX))
     return {};
   text.resize(size / sizeof(wchar_t));
   return text;

@@ -1,6 +1,7 @@
 #include "mail_account.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include "json_reading.h"
 #include "server_words.h"
@@ -11,7 +12,9 @@ namespace {
 constexpr std::size_t mostChangedAtOnce = 500;
 
 // Each set has one part here; its answers are those of a Foo/set (RFC 8620, 5.3).
-const Json& errorOf(const Json& result, const char* list, const std::string& id) { return member(member(result, list), id.c_str()); }
+const Json& errorOf(const Json& result, const char* list, const std::string& id) {
+  return member(member(result, list), id.c_str());
+}
 
 Mailbox readMailbox(const Json& json) {
   const Json& rights = member(json, "myRights");
@@ -22,9 +25,9 @@ Mailbox readMailbox(const Json& json) {
   mailbox.role = textOf(json, "role");
   mailbox.messageCount = numberOf(json, "totalEmails");
   mailbox.unreadCount = numberOf(json, "unreadEmails");
-  mailbox.rights = {flagOf(rights, "mayReadItems"),   flagOf(rights, "mayAddItems"),    flagOf(rights, "mayRemoveItems"),
-                    flagOf(rights, "maySetSeen"),     flagOf(rights, "maySetKeywords"), flagOf(rights, "mayCreateChild"),
-                    flagOf(rights, "mayRename"),      flagOf(rights, "mayDelete")};
+  mailbox.rights = {flagOf(rights, "mayReadItems"), flagOf(rights, "mayAddItems"),    flagOf(rights, "mayRemoveItems"),
+                    flagOf(rights, "maySetSeen"),   flagOf(rights, "maySetKeywords"), flagOf(rights, "mayCreateChild"),
+                    flagOf(rights, "mayRename"),    flagOf(rights, "mayDelete")};
   return mailbox;
 }
 
@@ -133,8 +136,8 @@ void MailAccount::checkNewName(const std::string& parent, const std::string& nam
 
 std::string MailAccount::createMailbox(const std::string& parent, const std::string& name) {
   const Json parentId = parent.empty() ? Json() : Json(parent);
-  const MethodCall create{
-      "Mailbox/set", {{"accountId", id_}, {"create", {{"new", {{"parentId", parentId}, {"name", name}}}}}}};
+  const MethodCall create{"Mailbox/set",
+                          {{"accountId", id_}, {"create", {{"new", {{"parentId", parentId}, {"name", name}}}}}}};
   checkNewName(parent, name);
   Json result;
   try {
@@ -155,7 +158,8 @@ std::string MailAccount::createMailbox(const std::string& parent, const std::str
 }
 
 void MailAccount::updateMailbox(const std::string& mailboxId, const Json& patch, const std::string& name) {
-  const Json result = server_.call({"Mailbox/set", {{"accountId", id_}, {"update", {{mailboxId, patch}}}}}, Repeat::always);
+  const Json result =
+      server_.call({"Mailbox/set", {{"accountId", id_}, {"update", {{mailboxId, patch}}}}}, Repeat::always);
   const Json& error = errorOf(result, "notUpdated", mailboxId);
   if (error.is_null()) return;
   throw setFailure(server_.name(), error, mailboxSubject(name));
@@ -176,8 +180,8 @@ void MailAccount::moveMailbox(const std::string& mailboxId, const std::string& p
 }
 
 void MailAccount::deleteMailbox(const std::string& mailboxId, bool withMessages) {
-  const MethodCall destroy{
-      "Mailbox/set", {{"accountId", id_}, {"destroy", {mailboxId}}, {"onDestroyRemoveEmails", withMessages}}};
+  const MethodCall destroy{"Mailbox/set",
+                           {{"accountId", id_}, {"destroy", {mailboxId}}, {"onDestroyRemoveEmails", withMessages}}};
   // Some servers break down over a mailbox that is gone, so it is looked for each time.
   const std::string name = mailbox(mailboxId).name;
   Json result;
@@ -282,7 +286,8 @@ MailAccount::Failures MailAccount::setKeywords(std::span<const std::string> ids,
   return update(ids, patch);
 }
 
-MailAccount::Failures MailAccount::setMailboxes(std::span<const std::string> ids, std::span<const std::string> mailboxIds) {
+MailAccount::Failures MailAccount::setMailboxes(std::span<const std::string> ids,
+                                                std::span<const std::string> mailboxIds) {
   Json mailboxes = Json::object();
   for (const std::string& mailbox : mailboxIds) mailboxes[mailbox] = true;
   return update(ids, {{"mailboxIds", mailboxes}});
@@ -311,8 +316,7 @@ Imported MailAccount::import(const EmailImport& message) {
                    {"mailboxIds", {{message.mailbox, true}}},
                    {"keywords", keywords},
                    {"receivedAt", utcDate(message.receivedAt)}};
-  const Json result =
-      server_.call({"Email/import", {{"accountId", id_}, {"emails", {{"new", email}}}}}, Repeat::never);
+  const Json result = server_.call({"Email/import", {{"accountId", id_}, {"emails", {{"new", email}}}}}, Repeat::never);
   Imported imported{textOf(member(member(result, "created"), "new"), "id")};
   if (!imported.id.empty()) return imported;
   const Json& error = errorOf(result, "notCreated", "new");
@@ -324,8 +328,9 @@ Imported MailAccount::import(const EmailImport& message) {
   // An unknown mailbox or blob is an invalid property in the words of the standard.
   ServerFailure failure = setFailure(server_.name(), error, "The message");
   const std::vector<std::string> properties = textsOf(error, "properties");
-  const bool isUnknown = std::ranges::any_of(
-      properties, [](const std::string& property) { return property == "blobId" || property.starts_with("mailboxIds"); });
+  const bool isUnknown = std::ranges::any_of(properties, [](const std::string& property) {
+    return property == "blobId" || property.starts_with("mailboxIds");
+  });
   if (failure.kind == FailureKind::failed && isUnknown) failure.kind = FailureKind::notFound;
   throw failure;
 }
@@ -337,7 +342,8 @@ std::vector<Quota> MailAccount::quotas() {
   std::vector<Quota> quotas;
   for (const Json& quota : member(result, "list")) {
     const std::string type = textOf(quota, "resourceType");
-    const std::uint64_t limit = std::max({numberOf(quota, "hardLimit"), numberOf(quota, "limit"), numberOf(quota, "total")});
+    const std::uint64_t limit =
+        std::max({numberOf(quota, "hardLimit"), numberOf(quota, "limit"), numberOf(quota, "total")});
     if ((!type.empty() && type != "octets") || limit == 0) continue;
     const std::string name = textOf(quota, "name");
     quotas.push_back({name.empty() ? textOf(quota, "id") : name, numberOf(quota, "used"), limit});

@@ -1,7 +1,7 @@
 // One account of a server: its mailboxes and messages (RFC 8621).
 //
-// Every call may throw what MailServer throws, and notFound, noAccess, overQuota where the server says so. An answer that
-// was lost is asked for again, and what the first asking has done already is success; deliver.h says how for new
+// Every call may throw what MailServer throws, and notFound, noAccess, overQuota where the server says so. An answer
+// that was lost is asked for again, and what the first asking has done already is success; deliver.h says how for new
 // messages.
 #pragma once
 
@@ -23,7 +23,7 @@ struct Mailbox {
   std::string id;
   std::string parentId;  // empty: at the top
   std::string name;
-  std::string role;      // "inbox", "trash" ...; empty: none
+  std::string role;  // "inbox", "trash" ...; empty: none
   std::uint64_t messageCount = 0, unreadCount = 0;
   MailboxRights rights;
 };
@@ -36,8 +36,8 @@ struct MailboxList {
 
 struct Changes {
   std::vector<std::string> created, updated, destroyed;
-  std::string state;        // after these changes
-  bool hasMore = false;     // ask again, from that state
+  std::string state;     // after these changes
+  bool hasMore = false;  // ask again, from that state
 };
 
 // Which messages, and in which order. Empty or unset: no such condition.
@@ -122,14 +122,15 @@ class MailAccount {
                  EmailPage* found = nullptr);
   Changes emailChanges(const std::string& since);  // throws stateTooOld
 
-  // What is done to each message; failures by id, those that are gone as notFound, except that to destroy what is gone is
-  // success.
+  // What is done to each message; failures by id, those that are gone as notFound, except that to destroy what is gone
+  // is success.
   using Failures = std::map<std::string, ServerFailure>;
   Failures setKeywords(std::span<const std::string> ids, const std::map<std::string, bool>& keywords);
   Failures setMailboxes(std::span<const std::string> ids, std::span<const std::string> mailboxIds);
   Failures destroy(std::span<const std::string> ids);
 
-  // One asking; `lost` means that nobody knows. Throws overQuota, tooLarge, badMessage; notFound: the mailbox or the blob.
+  // One asking; `lost` means that nobody knows. Throws overQuota, tooLarge, badMessage; notFound: the mailbox or the
+  // blob.
   Imported import(const EmailImport& message);
 
   // None where the server does not say.

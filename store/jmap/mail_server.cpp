@@ -25,8 +25,7 @@ std::string withValue(std::string pattern, const std::string& variable, const st
 }
 
 RequestBody bodyOf(const std::string& text) {
-  return {"application/json", text.size(),
-          [&text](const ByteSink& to) { to(std::as_bytes(std::span(text))); }};
+  return {"application/json", text.size(), [&text](const ByteSink& to) { to(std::as_bytes(std::span(text))); }};
 }
 
 bool isOk(int status) { return status >= 200 && status < 300; }
@@ -34,7 +33,8 @@ bool isRedirect(int status) { return status >= 301 && status <= 308 && status !=
 
 }  // namespace
 
-MailServer::MailServer(Settings settings) : client_(std::move(settings)), address_(parseAddress(client_.settings().url)) {}
+MailServer::MailServer(Settings settings)
+    : client_(std::move(settings)), address_(parseAddress(client_.settings().url)) {}
 
 std::string MailServer::name() const { return address_.server(); }
 std::uint64_t MailServer::requestCount() const noexcept { return requests_; }

@@ -34,16 +34,17 @@ class MailServer {
  public:
   explicit MailServer(Settings settings);
 
-  // Asked for once, then kept; the reference stays valid. Redirects on the same server are followed; another server is not
-  // told the password (redirected). Throws noMail where the server has none, unauthorized, and what HttpClient::send
-  // throws. A URL with a path is where the session is; one without asks where it is (/.well-known/jmap).
+  // Asked for once, then kept; the reference stays valid. Redirects on the same server are followed; another server is
+  // not told the password (redirected). Throws noMail where the server has none, unauthorized, and what
+  // HttpClient::send throws. A URL with a path is where the session is; one without asks where it is
+  // (/.well-known/jmap).
   const MailSession& session();
 
   // One method call. Returns the arguments of its answer; an "error" answer is thrown.
   Json call(const MethodCall& method, Repeat repeat);
 
-  // Several in one request; answers in their order. The first error is thrown. "#ids" and the like (RFC 8620, 3.7) refer
-  // to a call by its place: "0", "1", ...
+  // Several in one request; answers in their order. The first error is thrown. "#ids" and the like (RFC 8620, 3.7)
+  // refer to a call by its place: "0", "1", ...
   std::vector<Json> calls(const std::vector<MethodCall>& methods, Repeat repeat);
 
   // Returns the blob's id. Throws tooLarge before a byte is sent where the server would not take so many.

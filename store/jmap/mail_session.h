@@ -18,21 +18,21 @@ struct MailSession {
     bool isReadOnly = false;
     bool mayCreateTopLevelMailbox = false;
   };
-  struct Limits {                        // 0: not said
-    std::uint64_t maxSizeUpload = 0;     // bytes
-    std::uint64_t maxSizeRequest = 0;    // bytes
+  struct Limits {                      // 0: not said
+    std::uint64_t maxSizeUpload = 0;   // bytes
+    std::uint64_t maxSizeRequest = 0;  // bytes
     std::uint64_t maxCallsInRequest = 0;
     std::uint64_t maxObjectsInGet = 0;
     std::uint64_t maxObjectsInSet = 0;
   };
   std::string userName;
-  std::vector<Account> accounts;          // those with mail, the person's own first, then by name
-  std::string primaryAccount;             // id of the person's own mail
+  std::vector<Account> accounts;  // those with mail, the person's own first, then by name
+  std::string primaryAccount;     // id of the person's own mail
   Limits limits;
   std::vector<std::string> capabilities;  // names, "urn:ietf:params:jmap:mail"
   ServerAddress apiUrl;
-  ServerAddress base;                     // what the templates are relative to
-  std::string uploadUrl, downloadUrl;     // templates
+  ServerAddress base;                  // what the templates are relative to
+  std::string uploadUrl, downloadUrl;  // templates
 };
 
 // Nothing where the document is none of a server with mail. Throws badAddress.

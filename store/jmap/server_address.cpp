@@ -1,9 +1,8 @@
 #include "server_address.h"
 
+#include <shlwapi.h>
 #include <windows.h>
 #include <winhttp.h>
-
-#include <shlwapi.h>
 
 #include <algorithm>
 
@@ -82,8 +81,10 @@ std::string percentEncoded(std::string_view text) {
     const auto value = static_cast<unsigned char>(c);
     const bool isPlain = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '-' ||
                          c == '_' || c == '.' || c == '~';
-    if (isPlain) result += c;
-    else result += {'%', digits[value >> 4], digits[value & 15]};
+    if (isPlain)
+      result += c;
+    else
+      result += {'%', digits[value >> 4], digits[value & 15]};
   }
   return result;
 }

@@ -11,7 +11,7 @@ struct ServerAddress {
   bool isSecure = true;  // https
   std::string host;      // as written, lower case; a name or an IPv4 address
   std::uint16_t port = 443;
-  std::string path;      // begins with "/"; a query is part of it, a fragment is not
+  std::string path;  // begins with "/"; a query is part of it, a fragment is not
 
   bool isThisMachine() const;
   bool isSameServer(const ServerAddress& other) const {

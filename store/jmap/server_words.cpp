@@ -44,8 +44,8 @@ ServerFailure failed(const std::string& server, const std::string& words, bool p
 }  // namespace
 
 ServerFailure statusFailure(const std::string& server, const HttpAnswer& head, std::string_view text) {
-  const std::string words = quoted("status " + std::to_string(head.status) +
-                                   (detailOf(text).empty() ? "" : ", " + detailOf(text)));
+  const std::string words =
+      quoted("status " + std::to_string(head.status) + (detailOf(text).empty() ? "" : ", " + detailOf(text)));
   switch (head.status) {
     case 401:
       return {FailureKind::unauthorized, server + " does not take that name and password, or that token" + words + "."};
@@ -85,25 +85,29 @@ ServerFailure setFailure(const std::string& server, const nlohmann::json& error,
   const std::string type = textOf(error, "type");
   const std::string words = quoted(descriptionOf(error));
   if (type == "forbidden")
-    return {FailureKind::noAccess, subject + ": " + server + " does not allow that" + words + ". Ask its owner for the right."};
+    return {FailureKind::noAccess,
+            subject + ": " + server + " does not allow that" + words + ". Ask its owner for the right."};
   if (type == "notFound") return {FailureKind::notFound, subject + " is not there at " + server + words + "."};
   if (type == "overQuota")
-    return {FailureKind::overQuota, subject + ": the account is full at " + server + words + ". Delete something, or ask "
-            "its administrator for room."};
-  if (type == "tooLarge") return {FailureKind::tooLarge, subject + " is larger than " + server + " takes" + words + "."};
-  if (type == "rateLimit")
-    return {FailureKind::busy, server + " is busy" + words + ". Try again later.", true};
+    return {FailureKind::overQuota, subject + ": the account is full at " + server + words +
+                                        ". Delete something, or ask "
+                                        "its administrator for room."};
+  if (type == "tooLarge")
+    return {FailureKind::tooLarge, subject + " is larger than " + server + " takes" + words + "."};
+  if (type == "rateLimit") return {FailureKind::busy, server + " is busy" + words + ". Try again later.", true};
   if (type == "mailboxHasChild")
     return {FailureKind::hasMailboxes, subject + " holds other folders at " + server + words + "."};
-  if (type == "mailboxHasEmail") return {FailureKind::hasMessages, subject + " holds messages at " + server + words + "."};
+  if (type == "mailboxHasEmail")
+    return {FailureKind::hasMessages, subject + " holds messages at " + server + words + "."};
   if (type == "invalidEmail")
     return {FailureKind::badMessage, subject + " is no message that " + server + " takes" + words + "."};
   return {FailureKind::failed, subject + ": " + server + " cannot do that" + words + "."};
 }
 
 ServerFailure noMailFailure(const std::string& server) {
-  return {FailureKind::noMail, server + " answers, but not with JMAP mail. Check the address; docs/server.md says which "
-          "servers have it."};
+  return {FailureKind::noMail, server +
+                                   " answers, but not with JMAP mail. Check the address; docs/server.md says which "
+                                   "servers have it."};
 }
 
 ServerFailure unreadableFailure(const std::string& server) {
@@ -111,13 +115,14 @@ ServerFailure unreadableFailure(const std::string& server) {
 }
 
 ServerFailure redirectedFailure(const std::string& server, const ServerAddress& to) {
-  return {FailureKind::redirected, server + " says that mail is at " + to.server() + ", which was not told the password. "
-          "Name that server if it is the right one."};
+  return {FailureKind::redirected, server + " says that mail is at " + to.server() +
+                                       ", which was not told the password. "
+                                       "Name that server if it is the right one."};
 }
 
 ServerFailure tooLargeFailure(const std::string& server, std::uint64_t size, std::uint64_t limit) {
   return {FailureKind::tooLarge, "The message has " + std::to_string(size) + " bytes, and " + server + " takes " +
-          std::to_string(limit) + " at most. Nothing was sent."};
+                                     std::to_string(limit) + " at most. Nothing was sent."};
 }
 
 ServerFailure nameTakenFailure(const std::string& server, const std::string& subject) {

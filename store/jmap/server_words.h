@@ -10,7 +10,8 @@
 
 namespace fendrel::jmap {
 
-// `server`: its name. None of these holds a secret: the server's own words are cut and shown without control characters.
+// `server`: its name. None of these holds a secret: the server's own words are cut and shown without control
+// characters.
 
 // An HTTP status that is no success, with what came with it.
 ServerFailure statusFailure(const std::string& server, const HttpAnswer& head, std::string_view text);

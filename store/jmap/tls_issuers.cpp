@@ -16,7 +16,8 @@ constexpr std::size_t longestFile = 4 << 20;
 std::vector<BYTE> decodedPem(std::string_view block) {
   DWORD size = 0;
   const auto length = static_cast<DWORD>(block.size());
-  if (!CryptStringToBinaryA(block.data(), length, CRYPT_STRING_BASE64HEADER, nullptr, &size, nullptr, nullptr)) return {};
+  if (!CryptStringToBinaryA(block.data(), length, CRYPT_STRING_BASE64HEADER, nullptr, &size, nullptr, nullptr))
+    return {};
   std::vector<BYTE> bytes(size);
   CryptStringToBinaryA(block.data(), length, CRYPT_STRING_BASE64HEADER, bytes.data(), &size, nullptr, nullptr);
   return bytes;

@@ -3,8 +3,6 @@
 
 #include <windows.h>
 
-#include <wincrypt.h>
-
 #include <memory>
 #include <optional>
 #include <string>

@@ -16,8 +16,8 @@ constexpr const char* attachmentCount = "X-Fendrel-Attachments";  // mail server
 constexpr const char* associated = "X-Fendrel-Associated";        // "yes": a report of a person's own
 }  // namespace MailHeader
 
-inline constexpr std::array ownHeaders{MailHeader::messageClass, MailHeader::displayName,     MailHeader::comment,
-                                MailHeader::submitTime,   MailHeader::deliveryTime,    MailHeader::attachmentCount,
-                                MailHeader::associated};
+inline constexpr std::array ownHeaders{MailHeader::messageClass, MailHeader::displayName,  MailHeader::comment,
+                                       MailHeader::submitTime,   MailHeader::deliveryTime, MailHeader::attachmentCount,
+                                       MailHeader::associated};
 
 }  // namespace fendrel::mime

@@ -41,7 +41,8 @@ std::optional<int> numberIn(std::span<const Property> properties, PropertyTag ta
 }
 
 std::chrono::sys_seconds secondOf(FileTime time) {
-  return std::chrono::sys_seconds(std::chrono::seconds(static_cast<std::int64_t>(time.ticks) / ticksPerSecond - secondsTo1970));
+  return std::chrono::sys_seconds(
+      std::chrono::seconds(static_cast<std::int64_t>(time.ticks) / ticksPerSecond - secondsTo1970));
 }
 
 std::u16string wide(std::string_view utf8) {
@@ -120,8 +121,8 @@ MailMessage mailOf(const NewMail& from) {
                        [](const Property& one) { return one.tag != Tag::text; });
   for (const NewAttachment& attachment : from.attachments) {
     part.attachments.push_back(attachment.properties);
-    mail.attachments.push_back({nameOf(attachment), textIn(attachment.properties, Tag::mediaType), attachment.size,
-                                attachment.content});
+    mail.attachments.push_back(
+        {nameOf(attachment), textIn(attachment.properties, Tag::mediaType), attachment.size, attachment.content});
   }
   mail.properties = writePropertyPart(part);
   return mail;
@@ -147,7 +148,8 @@ std::vector<Property> headerProperties(const ReadMail& mail) {
   properties.push_back({Tag::importance, mail.importance.value_or(1)});
   properties.push_back({Tag::sensitivity, mail.sensitivity.value_or(0)});
   addTime(properties, Tag::submitTime, mail, MailHeader::submitTime, mail.date);
-  addTime(properties, Tag::deliveryTime, mail, MailHeader::deliveryTime, mail.delivered ? *mail.delivered : mail.received);
+  addTime(properties, Tag::deliveryTime, mail, MailHeader::deliveryTime,
+          mail.delivered ? *mail.delivered : mail.received);
   return inOrder(std::move(properties));
 }
 

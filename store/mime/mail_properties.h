@@ -1,4 +1,5 @@
-// Between a message's properties and its mail: which property is which header, and what stands in the property part alone.
+// Between a message's properties and its mail: which property is which header, and what stands in the property part
+// alone.
 //
 //   0037001F subject          Subject                 00390040 submit time    Date, X-Fendrel-Submit-Time
 //   0C1A001F sender's name    From                    0E060040 delivery time  Delivery-Date, X-Fendrel-Delivery-Time
@@ -26,7 +27,7 @@ namespace fendrel::mime {
 
 struct NewAttachment {
   std::vector<store::Property> properties;
-  std::uint64_t size = 0;                         // of its content (37010102), which is none of the properties
+  std::uint64_t size = 0;                        // of its content (37010102), which is none of the properties
   std::function<void(const ByteSink&)> content;  // as that of MailAttachment
 };
 

@@ -48,7 +48,8 @@ std::string header(const Json& email, const char* field) {
 // "2031-04-05T16:07:08.5+02:00": a date of JMAP, in any time zone; parts of a second are dropped.
 std::optional<std::chrono::sys_seconds> dateOf(const std::string& text) {
   int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0, length = 0;
-  if (std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d%n", &year, &month, &day, &hour, &minute, &second, &length) != 6 ||
+  if (std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d%n", &year, &month, &day, &hour, &minute, &second, &length) !=
+          6 ||
       length < 19)
     return std::nullopt;
   const std::chrono::year_month_day date{std::chrono::year(year), std::chrono::month(static_cast<unsigned>(month)),
@@ -146,9 +147,19 @@ void readParts(const Json& email, ReadMail& mail) {
 }  // namespace
 
 std::vector<std::string> rowProperties() {
-  std::vector<std::string> properties{"id",       "blobId", "mailboxIds", "keywords", "size",         "receivedAt",
-                                      "subject",  "from",   "sentAt",     "messageId", "hasAttachment",
-                                      "header:Importance:asText", "header:Sensitivity:asText",
+  std::vector<std::string> properties{"id",
+                                      "blobId",
+                                      "mailboxIds",
+                                      "keywords",
+                                      "size",
+                                      "receivedAt",
+                                      "subject",
+                                      "from",
+                                      "sentAt",
+                                      "messageId",
+                                      "hasAttachment",
+                                      "header:Importance:asText",
+                                      "header:Sensitivity:asText",
                                       "header:Delivery-Date:asDate"};
   for (const char* field : ownHeaders) properties.push_back("header:" + std::string(field) + ":asText");
   return properties;

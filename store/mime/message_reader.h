@@ -14,8 +14,8 @@
 
 namespace fendrel::mime {
 
-// What to ask the server for. Rows: all that stands in the header and needs no look into the message; whole: the parts and
-// their texts, too.
+// What to ask the server for. Rows: all that stands in the header and needs no look into the message; whole: the parts
+// and their texts, too.
 std::vector<std::string> rowProperties();
 std::vector<std::string> wholeProperties();
 std::vector<std::string> wholeBodyProperties();
@@ -26,7 +26,7 @@ struct MailPart {
   std::string name;       // UTF-8; a part without a name gets one: "part 2.pdf"
   std::string mediaType;  // lower case
   std::uint64_t size = 0;
-  std::string charset;    // of text
+  std::string charset;  // of text
 };
 
 struct ReadMail {
@@ -42,7 +42,7 @@ struct ReadMail {
   std::string messageId;  // "<left@right>"
   std::optional<int> importance, sensitivity;
   std::map<std::string, std::string> ownHeaders;  // those of mail_headers.h that are there
-  bool hasAttachments = false;                     // in the server's words
+  bool hasAttachments = false;                    // in the server's words
 
   // Of a whole message only.
   std::string text;        // UTF-8, lines ended by CR LF

@@ -26,7 +26,8 @@ std::string headerOfParts(const char* kind, std::string_view parts) {
 }
 
 std::string headerOfText(std::string_view type) {
-  return "Content-Type: " + std::string(type) + "; charset=utf-8\r\nContent-Transfer-Encoding: quoted-printable\r\n\r\n";
+  return "Content-Type: " + std::string(type) +
+         "; charset=utf-8\r\nContent-Transfer-Encoding: quoted-printable\r\n\r\n";
 }
 
 std::string mediaTypeFor(const MailAttachment& attachment) {
@@ -61,7 +62,8 @@ class Writing {
  private:
   void writeHeader() {
     const std::string& given = message.senderAddress;
-    put(mailboxHeader("From", message.senderName, isPlainAddress(given) ? given : unreachableAddress(message.senderName)));
+    put(mailboxHeader("From", message.senderName,
+                      isPlainAddress(given) ? given : unreachableAddress(message.senderName)));
     put(unstructuredHeader("Subject", message.subject));
     const std::string date = mailDate(message.date.value_or(noDate));
     put("Date: " + date + "\r\n");
@@ -114,13 +116,17 @@ class Writing {
 
 std::uint64_t MessageWriter::length() const {
   std::uint64_t length = 0;
-  Writing(message_, [&](std::string_view text) { length += text.size(); }, false).write();
+  Writing(
+      message_, [&](std::string_view text) { length += text.size(); }, false)
+      .write();
   for (const MailAttachment& attachment : message_.attachments) length += base64LinesLength(attachment.size);
   return length;
 }
 
 void MessageWriter::write(const ByteSink& to) const {
-  Writing(message_, [&](std::string_view text) { to(std::as_bytes(std::span(text))); }, true).write();
+  Writing(
+      message_, [&](std::string_view text) { to(std::as_bytes(std::span(text))); }, true)
+      .write();
 }
 
 std::string mailDate(std::chrono::sys_seconds time) {

@@ -36,10 +36,11 @@ struct MailMessage {
   std::optional<std::chrono::sys_seconds> delivered;
   std::string messageId;  // "<left@right>"; left out where it is not of that form
   std::string messageClass;
-  std::optional<int> importance;   // 0 low, 1 normal, 2 high
-  std::optional<int> sensitivity;  // 1 personal, 2 private, 3 confidential
+  std::optional<int> importance;                                 // 0 low, 1 normal, 2 high
+  std::optional<int> sensitivity;                                // 1 personal, 2 private, 3 confidential
   std::vector<std::pair<std::string, std::string>> moreHeaders;  // name, text
-  // Hands over the text in pieces that end anywhere; called once for each writing and once for the length. Empty: no text.
+  // Hands over the text in pieces that end anywhere; called once for each writing and once for the length. Empty: no
+  // text.
   std::function<void(const TextSink&)> text;
   std::string properties;  // the content of the property part (property_part.h); empty: no such part
   std::vector<MailAttachment> attachments;
@@ -67,7 +68,8 @@ std::string mailDate(std::chrono::sys_seconds time);
 // "<0123456789ABCDEF0123456789ABCDEF@fendrel.invalid>" of 1 to 24 bytes: in a domain that nobody has.
 std::string messageIdOf(std::span<const std::byte> key);
 
-// The media type of the property part: mail programs show the last form of a text that they know, and that is the other.
+// The media type of the property part: mail programs show the last form of a text that they know, and that is the
+// other.
 constexpr std::string_view propertyPartType = "text/x-fendrel-properties";
 
 }  // namespace fendrel::mime

@@ -192,8 +192,10 @@ void readName(const std::string& key, const Json& json, std::map<std::uint16_t, 
   if (!id || *id < firstNamedProperty || !json.is_object() || !json.contains("set") || !json.contains("name")) return;
   try {
     PropertyName name{guidOf(json["set"]), {}};
-    if (json["name"].is_string()) name.name = wideTextOf(json["name"]);
-    else name.name = numberOf<std::int32_t>(json["name"]);
+    if (json["name"].is_string())
+      name.name = wideTextOf(json["name"]);
+    else
+      name.name = numberOf<std::int32_t>(json["name"]);
     names.emplace(static_cast<std::uint16_t>(*id), std::move(name));
   } catch (const NotUnderstood&) {
   }
@@ -211,8 +213,8 @@ std::string writePropertyPart(const PropertyPart& part) {
   Json attachments = Json::array();
   for (const std::vector<Property>& properties : part.attachments) attachments.push_back(jsonOf(std::span(properties)));
   const Json message = jsonOf(std::span(part.message));
-  const bool isEmpty = names.empty() && message.empty() &&
-                       std::ranges::all_of(attachments, [](const Json& one) { return one.empty(); });
+  const bool isEmpty =
+      names.empty() && message.empty() && std::ranges::all_of(attachments, [](const Json& one) { return one.empty(); });
   if (isEmpty) return {};
   Json whole{{"version", knownVersion}, {"message", message}};
   if (!names.empty()) whole["names"] = names;

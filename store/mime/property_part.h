@@ -7,11 +7,12 @@
 //     "attachments": [{"3707001F": "sales.pdf"}, {}]
 //   }
 //
-// Keys are tags in hexadecimal; `names` says what the identifiers from 8000 on stand for (the name is a text or a number);
-// attachments come in the order of the mail's. Values: text as a string; integers of 16 and 32 bits as numbers, of 64 bits,
-// currency and times (100 ns since 1601) as strings of digits; floating point as numbers, and "inf", "-inf", "nan";
-// booleans; binary in base64; a guid in 32 hexadecimal digits, byte by byte; lists as arrays of these. Half a surrogate
-// pair becomes U+FFFD. What is not understood is skipped when it is read, so that a later version may say more.
+// Keys are tags in hexadecimal; `names` says what the identifiers from 8000 on stand for (the name is a text or a
+// number); attachments come in the order of the mail's. Values: text as a string; integers of 16 and 32 bits as
+// numbers, of 64 bits, currency and times (100 ns since 1601) as strings of digits; floating point as numbers, and
+// "inf", "-inf", "nan"; booleans; binary in base64; a guid in 32 hexadecimal digits, byte by byte; lists as arrays of
+// these. Half a surrogate pair becomes U+FFFD. What is not understood is skipped when it is read, so that a later
+// version may say more.
 #pragma once
 
 #include <map>

@@ -1,9 +1,8 @@
 // Mailboxes and messages of the real server.
-#include "mail_account.h"
-
 #include <gmock/gmock.h>
 
 #include "listener.h"
+#include "mail_account.h"
 #include "mail_fixture.h"
 #include "sample_mail.h"
 
@@ -302,8 +301,9 @@ TEST(MailServerTest, AServerWithoutMailIsToldApart) {
   });
   Settings settings = mailSettings();
   settings.url = listener.url();
-  for (const std::string& one : {answerWith(404, "", "not here"), answerWith(200, "Content-Type: text/html\r\n", "<p>Hi</p>"),
-                                 answerWith(200, "", R"({"capabilities": {}, "apiUrl": "/x", "accounts": {}})")}) {
+  for (const std::string& one :
+       {answerWith(404, "", "not here"), answerWith(200, "Content-Type: text/html\r\n", "<p>Hi</p>"),
+        answerWith(200, "", R"({"capabilities": {}, "apiUrl": "/x", "accounts": {}})")}) {
     SCOPED_TRACE(one);
     answer = one;
     EXPECT_EQ(kindOf([&] { MailServer(settings).session(); }), "noMail");

@@ -1,8 +1,7 @@
-#include "server_address.h"
-
 #include <gmock/gmock.h>
 
 #include "mail_fixture.h"
+#include "server_address.h"
 
 namespace fendrel::jmap {
 namespace {
@@ -20,7 +19,8 @@ TEST(AddressTest, AUrlIsReadAsItIsWritten) {
   } cases[] = {
       {"https://mail.example", "mail.example", true, 443, "/", "https://mail.example/"},
       {"HTTPS://Mail.Example/", "mail.example", true, 443, "/", "https://mail.example/"},
-      {"https://mail.example:8443/a/b?c=d#e", "mail.example", true, 8443, "/a/b?c=d", "https://mail.example:8443/a/b?c=d"},
+      {"https://mail.example:8443/a/b?c=d#e", "mail.example", true, 8443, "/a/b?c=d",
+       "https://mail.example:8443/a/b?c=d"},
       {"http://localhost:8080", "localhost", false, 8080, "/", "http://localhost:8080/"},
       {"http://127.0.0.1/x", "127.0.0.1", false, 80, "/x", "http://127.0.0.1/x"},
   };
@@ -37,8 +37,8 @@ TEST(AddressTest, AUrlIsReadAsItIsWritten) {
 
 TEST(AddressTest, WhatIsNoServersAddressIsRefused) {
   for (const char* url : {"", "mail.example", "ftp://mail.example", "https://", "https://mail example", "https://a/b c",
-                          "http://mail.example", "http://127.0.0.1.example", "http://localhost.example", "https://a:99999",
-                          "https://a\r\nb/", "file:///etc/passwd"}) {
+                          "http://mail.example", "http://127.0.0.1.example", "http://localhost.example",
+                          "https://a:99999", "https://a\r\nb/", "file:///etc/passwd"}) {
     SCOPED_TRACE(url);
     EXPECT_EQ(kindOf([&] { parseAddress(url); }), "badAddress");
   }

@@ -99,18 +99,17 @@ TEST_P(DeliverWithLostAnswerTest, TheMessageIsThereOnce) {
   EXPECT_THAT(direct.findByMessageId(mailbox, sample.messageId), ElementsAre(id));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Requests, DeliverWithLostAnswerTest,
-    testing::Values(LostAnswer{"session", Cut::BeforeTheServer, "SessionBefore"},
-                    LostAnswer{"session", Cut::AfterTheServer, "SessionAfter"},
-                    LostAnswer{"session", Cut::InTheAnswer, "SessionWithin"},
-                    LostAnswer{"upload", Cut::BeforeTheServer, "UploadBefore"},
-                    LostAnswer{"upload", Cut::AfterTheServer, "UploadAfter"},
-                    LostAnswer{"upload", Cut::InTheAnswer, "UploadWithin"},
-                    LostAnswer{"Email/import", Cut::BeforeTheServer, "ImportBefore"},
-                    LostAnswer{"Email/import", Cut::AfterTheServer, "ImportAfter"},
-                    LostAnswer{"Email/import", Cut::InTheAnswer, "ImportWithin"}),
-    [](const auto& instance) { return instance.param.name; });
+INSTANTIATE_TEST_SUITE_P(Requests, DeliverWithLostAnswerTest,
+                         testing::Values(LostAnswer{"session", Cut::BeforeTheServer, "SessionBefore"},
+                                         LostAnswer{"session", Cut::AfterTheServer, "SessionAfter"},
+                                         LostAnswer{"session", Cut::InTheAnswer, "SessionWithin"},
+                                         LostAnswer{"upload", Cut::BeforeTheServer, "UploadBefore"},
+                                         LostAnswer{"upload", Cut::AfterTheServer, "UploadAfter"},
+                                         LostAnswer{"upload", Cut::InTheAnswer, "UploadWithin"},
+                                         LostAnswer{"Email/import", Cut::BeforeTheServer, "ImportBefore"},
+                                         LostAnswer{"Email/import", Cut::AfterTheServer, "ImportAfter"},
+                                         LostAnswer{"Email/import", Cut::InTheAnswer, "ImportWithin"}),
+                         [](const auto& instance) { return instance.param.name; });
 
 TEST_F(DeliverTest, TheQuestionAfterALostAnswerMayLoseItsOwn) {
   CuttingProxy proxy({{"Email/import", 1}, {"Email/query", 1}}, Cut::AfterTheServer);
@@ -188,14 +187,15 @@ TEST_F(LostAnswerTest, AMailboxIsMadeOnce) {
 
 TEST_F(LostAnswerTest, AMailboxIsRenamedAndDeletedOnce) {
   for (const Cut cut : {Cut::BeforeTheServer, Cut::AfterTheServer, Cut::InTheAnswer}) {
-    const std::string name = "old " + std::to_string(static_cast<int>(cut));
+    // Names of their own: Cyrus keeps what was deleted under its name and the second.
+    const std::string name = "old " + std::to_string(static_cast<int>(cut)), newName = "new " + name;
     const std::string made = direct.createMailbox(mailbox, name);
     CuttingProxy renaming({{"Mailbox/set", 1}}, cut), deleting({{"Mailbox/set", 1}}, cut);
     MailServer first(renaming.settings()), second(deleting.settings());
-    MailAccount(first, "alice").renameMailbox(made, "renamed");
-    EXPECT_EQ(direct.mailbox(made).name, "renamed");
+    MailAccount(first, "alice").renameMailbox(made, newName);
+    EXPECT_EQ(direct.mailbox(made).name, newName);
     MailAccount(second, "alice").deleteMailbox(made, true);
-    EXPECT_EQ(direct.findMailbox(mailbox, "renamed"), std::nullopt);
+    EXPECT_EQ(direct.findMailbox(mailbox, newName), std::nullopt);
     EXPECT_EQ(renaming.cutCount() + deleting.cutCount(), 2);
   }
 }

@@ -1,6 +1,6 @@
-// delivering_child MAILBOX COUNT LOG [careless]: delivers the messages 1 to COUNT into a mailbox of alice. A message that is
-// there is noted in LOG, a line each; a later run goes on after those. Its identifier depends on its number alone.
-// careless: the identifier is new in each run, and the first run ends before it has noted the fifth message.
+// delivering_child MAILBOX COUNT LOG [careless]: delivers the messages 1 to COUNT into a mailbox of alice. A message
+// that is there is noted in LOG, a line each; a later run goes on after those. Its identifier depends on its number
+// alone. careless: the identifier is new in each run, and the first run ends before it has noted the fifth message.
 #include <windows.h>
 
 #include <cstdio>
@@ -25,9 +25,7 @@ std::set<int> noted(const char* log) {
   return numbers;
 }
 
-void note(const char* log, int number) {
-  std::ofstream(log, std::ios::app) << number << std::endl;
-}
+void note(const char* log, int number) { std::ofstream(log, std::ios::app) << number << std::endl; }
 
 }  // namespace
 
@@ -52,8 +50,6 @@ int main(int count, char** words) {
       note(log, number);
     }
     return 0;
-  } catch (const jmap::ServerFailure& failure) {
-    std::fprintf(stderr, "delivering_child: %s\n", failure.text.c_str());
   } catch (const std::exception& error) {
     std::fprintf(stderr, "delivering_child: %s\n", error.what());
   }

@@ -1,12 +1,11 @@
 // One request, one answer: from the real server, and from listeners that misbehave.
-#include "http_client.h"
-
 #include <gmock/gmock.h>
 
 #include <chrono>
 #include <fstream>
 #include <mutex>
 
+#include "http_client.h"
 #include "listener.h"
 #include "mail_fixture.h"
 #include "temp_folder.h"

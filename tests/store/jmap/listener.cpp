@@ -1,7 +1,6 @@
-#include <winsock2.h>
-
 #include "listener.h"
 
+#include <winsock2.h>
 #include <ws2tcpip.h>
 
 #include <atomic>

@@ -20,8 +20,8 @@ class ListenerConnection {
   // The whole request: head, empty line, body. Empty where the client went before.
   std::string readRequest();
   void write(std::string_view bytes);
-  // What comes from the client goes to that port of this machine, and back, until one of them goes; `fromClient` sees the
-  // former.
+  // What comes from the client goes to that port of this machine, and back, until one of them goes; `fromClient` sees
+  // the former.
   void passOn(std::uint16_t port, const std::function<void(std::string_view)>& fromClient);
   // Says and reads nothing more until the client goes, or the listener.
   void stay();

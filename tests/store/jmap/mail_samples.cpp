@@ -38,10 +38,13 @@ struct Sample {
 std::vector<Sample> samples() {
   return {
       {u"Plain report", u"Jane Doe", u"See the attachment.\r\nIt has two  lines. \r\n", {{u"plain.pdf", 1}}},
-      {u"\u65E5\u6B21\u58F2\u4E0A\u5831\u544A\u66F8 " + repeated(u"\u30EC\u30DD\u30FC\u30C8", 300), u"\u5C71\u7530 \u592A\u90CE",
+      {u"\u65E5\u6B21\u58F2\u4E0A\u5831\u544A\u66F8 " + repeated(u"\u30EC\u30DD\u30FC\u30C8", 300),
+       u"\u5C71\u7530 \u592A\u90CE",
        u"\u672C\u6587 = 100 %\r\n.\r\nFrom here\r\n",
        {{u"\u58F2\u4E0A.pdf", 57}, {repeated(u"\u58F2\u4E0A\u5831", 296) + u".csv", 70'000}}},
-      {u"J\u00FCrgen's \"quoted\" \\ report", u"J\u00FCrgen \"J\" Gro\u00DF, PhD", repeated(u"\u00FCber ", 4'000),
+      {u"J\u00FCrgen's \"quoted\" \\ report",
+       u"J\u00FCrgen \"J\" Gro\u00DF, PhD",
+       repeated(u"\u00FCber ", 4'000),
        {{repeated(u"long name ", 296) + u".txt", 300'001}, {u"b;c'd\"e %41.txt", 0}}},
       {u"", u"", u"", {}},
   };
@@ -120,7 +123,8 @@ json list(jmap::MailAccount& account, const std::string& name) {
     const mime::ReadMail mail = mime::readMail(email);
     json files = json::array();
     for (const mime::MailPart& part : mail.attachments)
-      files.push_back({{"name", part.name}, {"type", part.mediaType}, {"size", part.size}, {"hex", hexOf(account.server(), part)}});
+      files.push_back(
+          {{"name", part.name}, {"type", part.mediaType}, {"size", part.size}, {"hex", hexOf(account.server(), part)}});
     listed.push_back({{"subject", mail.subject},
                       {"sender", mail.senderName},
                       {"address", mail.senderAddress},
@@ -143,8 +147,6 @@ int main(int count, char** words) {
     const std::string text = (words[1] == std::string("post") ? post : list)(account, words[2]).dump() + "\n";
     std::fwrite(text.data(), 1, text.size(), stdout);
     return 0;
-  } catch (const jmap::ServerFailure& failure) {
-    std::fprintf(stderr, "mail_samples: %s\n", failure.text.c_str());
   } catch (const std::exception& error) {
     std::fprintf(stderr, "mail_samples: %s\n", error.what());
   }

@@ -34,7 +34,8 @@ mime::NewAttachment attachmentOf(const std::u16string& name, std::size_t size) {
 mime::NewMail sampleMail() {
   static int number = 0;
   mime::NewMail mail;
-  mail.messageId = "<round-trip-" + std::to_string(++number) + "-" + std::to_string(GetCurrentProcessId()) + "@fendrel.invalid>";
+  mail.messageId =
+      "<round-trip-" + std::to_string(++number) + "-" + std::to_string(GetCurrentProcessId()) + "@fendrel.invalid>";
   mail.properties = {
       {0x001A001F, std::u16string(u"IPM.QUORVEL.REPORT.TEMPLATE")},
       {0x00170003, std::int32_t{2}},
@@ -51,7 +52,8 @@ mime::NewMail sampleMail() {
       {0x8001001F, std::u16string(u"May")},
   };
   mail.names[0x8001] = {Guid{}, std::u16string(u"Period")};
-  mail.attachments = {attachmentOf(repeated(u"\u58F2\u4E0A\u5831", 296) + u".csv", 70'000), attachmentOf(u"b;c'd\"e %41.txt", 0)};
+  mail.attachments = {attachmentOf(repeated(u"\u58F2\u4E0A\u5831", 296) + u".csv", 70'000),
+                      attachmentOf(u"b;c'd\"e %41.txt", 0)};
   return mail;
 }
 

@@ -110,8 +110,12 @@ TEST(MessageWriterTest, LinesEndInCrLfAndNothingElse) {
   const std::string text = written(message);
   EXPECT_EQ(text.find('\0'), std::string::npos);
   for (std::size_t at = 0; at < text.size(); ++at) {
-    if (text[at] == '\n') { EXPECT_TRUE(at > 0 && text[at - 1] == '\r') << text.substr(at - 20, 40); }
-    if (text[at] == '\r') { EXPECT_EQ(text[at + 1], '\n') << text.substr(at, 40); }
+    if (text[at] == '\n') {
+      EXPECT_TRUE(at > 0 && text[at - 1] == '\r') << text.substr(at - 20, 40);
+    }
+    if (text[at] == '\r') {
+      EXPECT_EQ(text[at + 1], '\n') << text.substr(at, 40);
+    }
   }
   EXPECT_THAT(text, Not(HasSubstr("\nBcc")));
 }

@@ -78,9 +78,14 @@ TEST(PropertyPartTest, NotANumberComesBackAsOne) {
 }
 
 TEST(PropertyPartTest, HalfASurrogatePairIsReplaced) {
-  const PropertyPart read = readPropertyPart(writePropertyPart({{}, {{0x1000001F, std::u16string(u"a\xD83D" u"b\xDC00")}}, {}}));
+  const PropertyPart read = readPropertyPart(writePropertyPart({{},
+                                                                {{0x1000001F, std::u16string(u"a\xD83D"
+                                                                                             u"b\xDC00")}},
+                                                                {}}));
   ASSERT_EQ(read.message.size(), 1u);
-  EXPECT_EQ(std::get<std::u16string>(read.message[0].value), u"a\xFFFD" u"b\xFFFD");
+  EXPECT_EQ(std::get<std::u16string>(read.message[0].value),
+            u"a\xFFFD"
+            u"b\xFFFD");
 }
 
 TEST(PropertyPartTest, WhatIsNotLoadedIsLeftOut) {
@@ -98,7 +103,8 @@ TEST(PropertyPartTest, ItsFormIsTheDocumentedOne) {
 }
 
 TEST(PropertyPartTest, WhatIsNotUnderstoodIsSkipped) {
-  const PropertyPart read = readPropertyPart(R"({"version": 9, "more": [], "names": {"8001": 5, "zz": {}, "8002": {"set": "00"}},
+  const PropertyPart read =
+      readPropertyPart(R"({"version": 9, "more": [], "names": {"8001": 5, "zz": {}, "8002": {"set": "00"}},
     "message": {"00170003": 1, "0017": 2, "0018000D": 3, "00190003": "4", "001A0003": 5000000000, "001B0102": "A?==",
                 "001C0040": "12x", "001D0048": "12", "001E001F": 5, "001F1003": [1, "2"], "0020000B": 0},
     "attachments": [5, {"00170003": 2}]})");
@@ -106,7 +112,8 @@ TEST(PropertyPartTest, WhatIsNotUnderstoodIsSkipped) {
   ASSERT_EQ(read.attachments.size(), 2u);
   expectEqual(read.attachments[1], {{0x00170003, std::int32_t{2}}});
   EXPECT_TRUE(read.names.empty());
-  for (const char* none : {"", "{", "[]", "null", R"({"message": {"00170003": 1}})", R"({"version": 1, "message": []})"})
+  for (const char* none :
+       {"", "{", "[]", "null", R"({"message": {"00170003": 1}})", R"({"version": 1, "message": []})"})
     EXPECT_THAT(readPropertyPart(none).message, IsEmpty()) << none;
 }
 
