@@ -6,7 +6,8 @@
 namespace fendrel::store {
 namespace {
 
-constexpr std::chrono::seconds longestAge{5};
+constexpr std::chrono::seconds longestAge{30};
+constexpr std::size_t mostRows = 10'000;
 
 }  // namespace
 
@@ -20,15 +21,17 @@ void RowWindow::use(const Id& folder) {
 void RowWindow::begin(const Id& folder, std::vector<std::string> order) {
   const std::lock_guard lock(mutex_);
   use(folder);
+  rows_.clear();
   order_ = std::move(order);
 }
 
 std::optional<MailView> RowWindow::find(const Id& folder, const std::string& message, bool isWhole) {
   const std::lock_guard lock(mutex_);
-  if (folder != folder_ || std::chrono::steady_clock::now() - read_ > longestAge) return std::nullopt;
+  if (folder != folder_) return std::nullopt;
   const auto found = rows_.find(message);
-  if (found == rows_.end() || (isWhole && !found->second.isWhole)) return std::nullopt;
-  return found->second;
+  if (found == rows_.end() || (isWhole && !found->second.view.isWhole)) return std::nullopt;
+  if (std::chrono::steady_clock::now() - found->second.read > longestAge) return std::nullopt;
+  return found->second.view;
 }
 
 std::vector<std::string> RowWindow::ahead(const Id& folder, std::span<const std::string> wanted, std::size_t most) {
@@ -46,8 +49,9 @@ std::vector<std::string> RowWindow::ahead(const Id& folder, std::span<const std:
 void RowWindow::put(const Id& folder, std::map<std::string, MailView> rows) {
   const std::lock_guard lock(mutex_);
   use(folder);
-  rows_ = std::move(rows);
-  read_ = std::chrono::steady_clock::now();
+  if (rows_.size() + rows.size() > mostRows) rows_.clear();
+  const auto now = std::chrono::steady_clock::now();
+  for (auto& [message, view] : rows) rows_.insert_or_assign(message, Row{std::move(view), now});
 }
 
 void RowWindow::clear() {

@@ -13,8 +13,8 @@
 
 namespace fendrel::store {
 
-// Rows are shown for a few seconds after they were read; a change through the same engine drops them. One folder at a
-// time. Threads: any number at once.
+// Rows are shown for half a minute after they were read; a change through the same engine drops them, and so does listing
+// the folder anew. One folder at a time, and no more rows than memory has room for. Threads: any number at once.
 class RowWindow {
 public:
   // The order in which the folder's messages were listed.
@@ -35,8 +35,11 @@ private:
   std::mutex mutex_;
   Id folder_;
   std::vector<std::string> order_;
-  std::map<std::string, MailView> rows_;
-  std::chrono::steady_clock::time_point read_{};
+  struct Row {
+    MailView view;
+    std::chrono::steady_clock::time_point read;
+  };
+  std::map<std::string, Row> rows_;
 };
 
 }  // namespace fendrel::store

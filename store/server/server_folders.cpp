@@ -138,6 +138,8 @@ FolderInfo ServerEngine::folderOf(const MailId& folder) {
 }
 
 std::string ServerEngine::mailboxOf(const MailId& folder, const Mailboxes& mailboxes) {
+  // Another program may have made it since.
+  if (folder.object == personalFolder && mailboxes.personal.empty()) return readMailboxes(folder.account)->personal;
   if (folder.object == personalFolder) return mailboxes.personal;
   if (isVirtual(folder.object)) {
     fail(Status::NotSupported, "Messages are kept in folders; " + server_.name() + " keeps none at the top.");

@@ -29,7 +29,8 @@ std::wstring variable(const wchar_t* name) {
 
 std::string wordsOf(IMAPIProp& object, HRESULT failure) {
   Block<MAPIERROR> error;
-  if (FAILED(object.GetLastError(failure, 0, receive(error))) || !error || !error->lpszError) return "no words";
+  const HRESULT told = object.GetLastError(failure, 0, receive(error));
+  if (FAILED(told) || !error || !error->lpszError) return "no words";
   return reinterpret_cast<const char*>(error->lpszError);
 }
 

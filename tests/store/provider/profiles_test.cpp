@@ -238,7 +238,7 @@ struct ServerProfileTest : ServicesTest {
   ServerProfileTest() { EXPECT_EQ(admin->CreateProfile(wide(L"team"), nullptr, 0, MAPI_UNICODE), S_OK); }
 
   HRESULT configure(std::vector<SPropValue> values) {
-    const auto services = servicesOf(L"team", *admin.Get());
+    services = servicesOf(L"team", *admin.Get());
     ComPtr<IMAPITable> table;
     EXPECT_EQ(services->GetMsgServiceTable(MAPI_UNICODE, table.GetAddressOf()), S_OK);
     Block<SRowSet> rows;
@@ -251,6 +251,8 @@ struct ServerProfileTest : ServicesTest {
 
   static SPropValue url(const wchar_t* text) { return textValue(fendrel::serverUrlTag, text); }
   static SPropValue secret(const wchar_t* text) { return textValue(fendrel::serverSecretTag, text); }
+
+  ComPtr<IMsgServiceAdmin> services;
 
   // All bytes of the database and its log.
   std::string databaseBytes() {
@@ -292,6 +294,14 @@ TEST_F(ServerProfileTest, WhatIsNotGivenStaysAsItIs) {
   EXPECT_EQ(text(*opened.Get(), fendrel::serverUrlTag), L"https://mail.example");
   EXPECT_EQ(text(*opened.Get(), fendrel::serverUserTag), L"reports");
   EXPECT_EQ(text(*opened.Get(), fendrel::tlsCaFileTag), L"C:\\ca.pem");
+}
+
+TEST_F(ServerProfileTest, AnAddressThatWouldTellThePasswordIsRefusedWithWords) {
+  ASSERT_THAT(configure({url(L"http://mail.example")}), Gives(MAPI_E_INVALID_PARAMETER));
+  Block<MAPIERROR> error;
+  ASSERT_EQ(services->GetLastError(MAPI_E_INVALID_PARAMETER, MAPI_UNICODE, receive(error)), S_OK);
+  ASSERT_NE(error, nullptr);
+  EXPECT_THAT(reinterpret_cast<const wchar_t*>(error->lpszError), testing::HasSubstr(L"mail.example"));
 }
 
 TEST_F(ServerProfileTest, ACopyIsOfTheSameServer) {
