@@ -22,6 +22,12 @@ Failure failureOf(ExitCode exitCode, const std::string& subject, HRESULT code, c
   return Failure(exitCode, text, code);
 }
 
+Failure toldFailure(ExitCode exitCode, const std::string& subject, HRESULT code, const std::string& words) {
+  if (words.empty()) return failureOf(exitCode, subject, code);
+  const auto number = static_cast<std::uint32_t>(code);
+  return Failure(exitCode, fmt::format("{}: {} ({}, 0x{:08X})", subject, words, errorName(code), number), code);
+}
+
 Failure systemFailure(ExitCode exitCode, const std::string& subject, DWORD error, const std::string& wayOut) {
   return failureOf(exitCode, subject, HRESULT_FROM_WIN32(error), wayOut);
 }

@@ -41,6 +41,9 @@ class Failure : public std::runtime_error {
 // taken from the table of error words.
 Failure failureOf(ExitCode exitCode, const std::string& subject, HRESULT code, const std::string& wayOut = {});
 
+// "SUBJECT: WORDS (NAME, 0xCODE)." Where there are no words, as failureOf.
+Failure toldFailure(ExitCode exitCode, const std::string& subject, HRESULT code, const std::string& words);
+
 // The same for an error of the system (GetLastError).
 Failure systemFailure(ExitCode exitCode, const std::string& subject, DWORD error, const std::string& wayOut = {});
 

@@ -11,6 +11,7 @@
 
 #include "failure.h"
 #include "mapi_memory.h"
+#include "object_words.h"
 
 namespace fendrel::host {
 
@@ -59,7 +60,7 @@ void forEachRow(IMAPITable& table, const std::string& subject, Use use, std::siz
   while (limit > 0) {
     RowSet rows;
     check(table.QueryRows(static_cast<LONG>(limit < batch ? limit : batch), 0, receive(rows)), ExitCode::failed,
-          subject + " cannot be read");
+          subject + " cannot be read", table);
     if (!rows || rows->cRows == 0) return;
     for (ULONG index = 0; index < rows->cRows; ++index) use(rows->aRow[index]);
     limit -= rows->cRows < limit ? rows->cRows : limit;

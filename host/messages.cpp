@@ -47,12 +47,12 @@ MessageTable::MessageTable(const OpenFolder& folder, bool hidden)
   // A store that does not sort keeps an order of its own.
   const HRESULT code = table->SortTable(reinterpret_cast<SSortOrderSet*>(&order), 0);
   if (code != MAPI_E_NO_SUPPORT && code != MAPI_E_TOO_COMPLEX)
-    check(code, ExitCode::failed, subject + " cannot be sorted");
+    check(code, ExitCode::failed, subject + " cannot be sorted", *table.Get());
 }
 
 std::uint64_t MessageTable::count() {
   ULONG rows = 0;
-  check(table->GetRowCount(0, &rows), ExitCode::failed, subject + " cannot be counted");
+  check(table->GetRowCount(0, &rows), ExitCode::failed, subject + " cannot be counted", *table.Get());
   return rows;
 }
 

@@ -2,6 +2,7 @@
 
 #include <mapiguid.h>
 
+#include <fendrel/server_profile.h>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -88,6 +89,44 @@ void Profiles::setUserName(const std::wstring& profile, const std::wstring& pass
   check(found->SetProps(1, &value, receive(problems)), ExitCode::failed, subject);
   if (problems && problems->cProblem > 0) check(problems->aProblem[0].scode, ExitCode::failed, subject);
   check(found->SaveChanges(0), ExitCode::failed, subject);
+}
+
+std::optional<ServerProfile> Profiles::server(const std::wstring& profile, const std::wstring& password) {
+  HRESULT code = S_OK;
+  const ComPtr<IProfSect> found = section(profile, password, false, code);
+  const auto text = [&](ULONG tag) {
+    MapiBuffer<SPropValue> value;
+    const bool isThere = found && SUCCEEDED(mapi().hrGetOneProp(found.Get(), tag, receive(value)));
+    return isThere ? std::wstring(value->Value.lpszW) : std::wstring();
+  };
+  ServerProfile server{text(serverUrlTag), text(serverUserTag), text(publicAccountTag), text(tlsCaFileTag)};
+  return server.url.empty() ? std::nullopt : std::optional(std::move(server));
+}
+
+void Profiles::setServer(const std::wstring& profile, const ServerProfile& server, const std::wstring& secret) {
+  const std::string subject = fmt::format("Profile '{}' cannot be put on the mail server", printable(profile));
+  ComPtr<IMsgServiceAdmin> services;
+  check(admin->AdminServices(asMapiText(profile), nullptr, 0, MAPI_UNICODE, &services), ExitCode::failed, subject);
+  ComPtr<IMAPITable> table;
+  check(services->GetMsgServiceTable(0, &table), ExitCode::failed, subject);
+  setColumns(*table.Get(), {PR_SERVICE_UID}, subject);
+  MAPIUID uid{};
+  forEachRow(*table.Get(), subject, [&](const SRow& row) {
+    const SPropValue* value = valueAt(row, 0, PR_SERVICE_UID);
+    if (value && value->Value.bin.cb == sizeof uid) std::memcpy(&uid, value->Value.bin.lpb, sizeof uid);
+  });
+  SPropValue values[5] = {};
+  const std::pair<ULONG, const std::wstring*> texts[] = {{serverUrlTag, &server.url},
+                                                         {serverUserTag, &server.user},
+                                                         {publicAccountTag, &server.publicAccount},
+                                                         {tlsCaFileTag, &server.tlsCaFile},
+                                                         {serverSecretTag, &secret}};
+  for (std::size_t i = 0; i < std::size(texts); ++i) {
+    values[i].ulPropTag = texts[i].first;
+    values[i].Value.lpszW = asMapiText(*texts[i].second);
+  }
+  const HRESULT code = services->ConfigureMsgService(&uid, 0, 0, static_cast<ULONG>(std::size(values)), values);
+  check(code, ExitCode::failed, subject, *services.Get());
 }
 
 void Profiles::makeDefault(const std::wstring& name) {

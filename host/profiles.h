@@ -18,6 +18,12 @@ struct ProfileEntry {
 // choices.
 std::wstring chooseProfile(const std::vector<ProfileEntry>& profiles, const std::wstring& wanted);
 
+// The mail server that a profile's messages are on.
+struct ServerProfile {
+  std::wstring url, user;  // user empty: the secret is a token
+  std::wstring publicAccount, tlsCaFile;
+};
+
 class Profiles {
  public:
   Profiles();
@@ -26,8 +32,12 @@ class Profiles {
   // The user's name that the profile holds; absent when it cannot be read, for example for want of its password.
   std::optional<std::wstring> userName(const std::wstring& profile, const std::wstring& password);
 
+  // Absent for a profile of the local store, and when it cannot be read.
+  std::optional<ServerProfile> server(const std::wstring& profile, const std::wstring& password);
+
   void add(const std::wstring& name, const std::wstring& password);
   void setUserName(const std::wstring& profile, const std::wstring& password, const std::wstring& user);
+  void setServer(const std::wstring& profile, const ServerProfile& server, const std::wstring& secret);
   void makeDefault(const std::wstring& name);
   // A profile with a password is removed only with it; without `withMailbox` its messages stay in the store.
   void remove(const std::wstring& name, const std::wstring& password, bool withMailbox);

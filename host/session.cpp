@@ -56,7 +56,7 @@ Session::~Session() {
 std::vector<StoreEntry> Session::stores() {
   const std::string subject = fmt::format("The list of message stores of profile '{}'", printable(profileName));
   ComPtr<IMAPITable> table;
-  check(session->GetMsgStoresTable(0, &table), ExitCode::mapiUnusable, subject + " cannot be opened");
+  check(session->GetMsgStoresTable(0, &table), ExitCode::mapiUnusable, subject + " cannot be opened", *session.Get());
   setColumns(*table.Get(), {PR_DISPLAY_NAME_W, PR_ENTRYID, PR_DEFAULT_STORE}, subject);
   std::vector<StoreEntry> found;
   forEachRow(*table.Get(), subject, [&](const SRow& row) {
@@ -71,7 +71,8 @@ ComPtr<IMsgStore> Session::openStore(const StoreEntry& store, bool toWrite) {
   const ULONG flags = MDB_NO_DIALOG | (toWrite ? MDB_WRITE : 0);
   const HRESULT code = session->OpenMsgStore(0, static_cast<ULONG>(store.id.size()), asEntryId(store.id), nullptr,
                                              flags, &opened);
-  check(code, folderExitCode(code), fmt::format("Message store '{}' cannot be opened", printable(store.name)));
+  check(code, folderExitCode(code), fmt::format("Message store '{}' cannot be opened", printable(store.name)),
+        *session.Get());
   return opened;
 }
 
@@ -189,7 +190,8 @@ OpenFolder Session::walk(std::wstring_view path, bool create, bool toWrite, std:
     const HRESULT code = current.folder->CreateFolder(FOLDER_GENERIC, asMapiText(name), nullptr, nullptr,
                                                       MAPI_UNICODE | OPEN_IF_EXISTS, &made);
     check(code, folderExitCode(code),
-          fmt::format("Folder '{}' cannot be made in '{}'", printable(name), printable(current.path)));
+          fmt::format("Folder '{}' cannot be made in '{}'", printable(name), printable(current.path)),
+          *current.folder.Get());
     current.path += L'@' + name;
     current.names.push_back(name);
     current.folder = made;

@@ -7,6 +7,7 @@
 #include "commands.h"
 #include "console.h"
 #include "input/password_input.h"
+#include "paths.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -14,6 +15,8 @@ namespace {
 
 struct AddOptions {
   std::string name, user;
+  std::string server, publicAccount, tlsCaFile;
+  bool isToken = false;
   bool makeDefault = false;
 };
 
@@ -31,6 +34,30 @@ void checkName(const std::string& what, const std::string& given) {
                   fmt::format("{} '{}' is blank, or holds control characters.", what, printable(given)));
 }
 
+// What a profile on a mail server signs in with.
+std::wstring serverSecret(Host& host, const AddOptions& options) {
+  std::wstring secret = host.password();
+  if (secret.empty() && inputIsTerminal())
+    secret = toWide(
+        askForPassword(options.isToken ? "Token: " : fmt::format("Password of {}: ", printable(options.user))));
+  if (secret.empty())
+    throw Failure(ExitCode::wrongUsage,
+                  "Which password? Give --password-file or --password-command, or set FENDREL_PASSWORD.");
+  return secret;
+}
+
+ServerProfile serverOf(const AddOptions& options) {
+  if (options.user.empty()) throw Failure(ExitCode::wrongUsage, "Who signs in to the mail server? Give --user NAME.");
+  ServerProfile server{toWide(options.server), options.isToken ? std::wstring() : toWide(options.user),
+                       toWide(options.publicAccount), {}};
+  if (!options.tlsCaFile.empty()) {
+    server.tlsCaFile = fullPath(options.tlsCaFile);
+    if (!fileExists(server.tlsCaFile))
+      throw Failure(ExitCode::wrongUsage, fmt::format("There is no file '{}'.", printable(options.tlsCaFile)));
+  }
+  return server;
+}
+
 ExitCode addProfile(Host& host, const AddOptions& options) {
   const std::wstring name = toWide(options.name);
   if (name.empty()) throw Failure(ExitCode::wrongUsage, "The profile's name is empty.");
@@ -42,18 +69,24 @@ ExitCode addProfile(Host& host, const AddOptions& options) {
                   fmt::format("Profile '{}' exists already. Choose another name, or remove it first, "
                               "which keeps its messages, with: fendrel profile remove \"{}\"",
                               printable(options.name), printable(options.name)));
-  profiles.add(name, host.password());
+  const bool isOnServer = !options.server.empty();
+  const std::wstring password = isOnServer ? std::wstring() : host.password();
+  const ServerProfile server = isOnServer ? serverOf(options) : ServerProfile();
+  const std::wstring secret = isOnServer ? serverSecret(host, options) : std::wstring();
+  profiles.add(name, password);
   try {
-    if (!options.user.empty()) profiles.setUserName(name, host.password(), toWide(options.user));
+    if (!options.user.empty()) profiles.setUserName(name, password, toWide(options.user));
+    if (isOnServer) profiles.setServer(name, server, secret);
     if (options.makeDefault) profiles.makeDefault(name);
   } catch (...) {
-    profiles.remove(name, host.password(), false);  // half a profile is of no use
+    profiles.remove(name, password, false);  // half a profile is of no use
     throw;
   }
   host.line(fmt::format("Profile '{}' was made{}.", printable(options.name),
                         options.makeDefault ? " and is the default" : ""));
   host.document({{"profile", options.name},
                  {"user", options.user.empty() ? Json(nullptr) : Json(options.user)},
+                 {"server", isOnServer ? Json(options.server) : Json(nullptr)},
                  {"default", options.makeDefault}});
   return ExitCode::done;
 }
@@ -65,10 +98,12 @@ ExitCode listProfiles(Host& host) {
   Json list = Json::array();
   for (const ProfileEntry& profile : found) {
     const std::optional<std::wstring> user = host.profiles().userName(profile.name, host.password());
-    host.line(fmt::format("{}  {}{}", padded(printable(profile.name), width), user ? printable(*user) : "-",
-                          profile.isDefault ? "  (default)" : ""));
+    const std::optional<ServerProfile> server = host.profiles().server(profile.name, host.password());
+    host.line(fmt::format("{}  {}{}{}", padded(printable(profile.name), width), user ? printable(*user) : "-",
+                          server ? "  " + printable(server->url) : "", profile.isDefault ? "  (default)" : ""));
     list.push_back({{"name", toUtf8(profile.name)},
                     {"user", user ? Json(toUtf8(*user)) : Json(nullptr)},
+                    {"server", server ? Json(toUtf8(server->url)) : Json(nullptr)},
                     {"default", profile.isDefault}});
   }
   if (found.empty()) host.line("There is no profile yet. Make one with: fendrel profile add NAME --user \"Your Name\"");
@@ -98,12 +133,18 @@ std::uint64_t messagesOfMailbox(const std::wstring& profile, const std::wstring&
 ExitCode removeProfile(Host& host, const RemoveOptions& options) {
   const std::wstring name = namedProfile(host, options.name);
   Profiles& profiles = host.profiles();
+  const bool isOnServer = profiles.server(name, host.password()).has_value();
+  if (isOnServer && options.withMessages)
+    throw Failure(ExitCode::wrongUsage,
+                  fmt::format("The messages of profile '{}' are on a mail server, which keeps them; delete them there, "
+                              "or with \"fendrel delete\".", printable(name)));
   const std::uint64_t messages = options.withMessages ? messagesOfMailbox(name, host.password()) : 0;
   profiles.remove(name, host.password(), options.withMessages);
+  std::string rest = "Its messages stay in the store; a new profile of the same user gets them.";
+  if (isOnServer) rest = "Its messages stay on the server.";
   host.line(options.withMessages
                 ? fmt::format("Profile '{}' was removed, and {} with it.", printable(name), counted(messages, "message"))
-                : fmt::format("Profile '{}' was removed. Its messages stay in the store; a new profile of the same "
-                              "user gets them.", printable(name)));
+                : fmt::format("Profile '{}' was removed. {}", printable(name), rest));
   Json document = {{"removed", toUtf8(name)}};
   if (options.withMessages) document["messagesDeleted"] = messages;
   host.document(document);
@@ -174,9 +215,20 @@ void addProfileCommand(CLI::App& app, Host& host) {
   CLI::App* add = command->add_subcommand("add", "Make a profile");
   add->add_option("NAME", options->name, "The new profile's name")->required();
   add->add_option("--user", options->user, "The user's name, the sender of what is posted")->type_name("NAME");
+  CLI::Option* server = add->add_option("--server", options->server,
+                                        "The mail server that its messages are on, and that speaks JMAP: "
+                                        "https://mail.example. --user is who signs in there");
+  server->type_name("URL");
+  add->add_option("--public", options->publicAccount, "The server's account that is shown as \"Public Folders\"")
+      ->type_name("ACCOUNT")->needs(server);
+  add->add_option("--tls-ca", options->tlsCaFile, "Trust the issuers of this file's certificates, too, for this server")
+      ->type_name("FILE")->needs(server);
+  add->add_flag("--token", options->isToken, "The password is a bearer token")->needs(server);
   add->add_flag("--default", options->makeDefault, "Use this profile where none is named");
-  add->footer("--password-file FILE, or the environment variable FENDREL_PASSWORD, protects the profile.\n"
-              "Example:\n  fendrel profile add jane --user \"Jane Doe\" --default");
+  add->footer("--password-file FILE, or the environment variable FENDREL_PASSWORD, protects the profile; with --server\n"
+              "it is the server's password, which is kept so that you alone, on this machine, can read it.\n"
+              "Examples:\n  fendrel profile add jane --user \"Jane Doe\" --default\n"
+              "  fendrel profile add team --server https://mail.example --user reports --password-file FILE");
   add->callback([&host, options] {
     host.command = [options](Host& running) { return addProfile(running, *options); };
   });

@@ -14,7 +14,8 @@ void deleteChosen(const OpenFolder& folder, const std::vector<ChosenMessage>& me
     ids.push_back({static_cast<ULONG>(message.row.id.size()), const_cast<BYTE*>(message.row.id.data())});
   ENTRYLIST list{static_cast<ULONG>(ids.size()), ids.data()};
   const HRESULT code = folder.folder->DeleteMessages(&list, 0, nullptr, 0);
-  check(code, folderExitCode(code), fmt::format("The messages of '{}' cannot be deleted", printable(folder.path)));
+  check(code, folderExitCode(code), fmt::format("The messages of '{}' cannot be deleted", printable(folder.path)),
+        *folder.folder.Get());
   if (code == MAPI_W_PARTIAL_COMPLETION)
     throw Failure(ExitCode::failed,
                   fmt::format("Not all of the messages of '{}' were deleted (MAPI_W_PARTIAL_COMPLETION, 0x00040680). "

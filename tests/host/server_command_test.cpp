@@ -1,0 +1,164 @@
+// fendrel.exe with a profile on the mail server beside which this program runs: alice, bob, who may only read the shared
+// account's folder Reports, and carol, who has room for 64 KiB.
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+#include "fendrel_run.h"
+
+namespace fendrel::test {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+std::string variable(const char* name) {
+  const char* value = std::getenv(name);
+  if (!value) ADD_FAILURE() << name << " is not set: run this program with tools/mail-server run";
+  return value ? value : "";
+}
+
+constexpr const char* shared = "Public Folders@Reports";
+
+class ServerCommand : public FendrelTest {
+ protected:
+  static std::string url() { return "http://localhost:" + variable("FENDREL_MAIL_HTTP"); }
+
+  Outcome add(const std::string& name, const std::string& user, const std::string& password,
+              const std::string& server = url()) const {
+    const bool hasPublic = user != "carol";
+    std::vector<std::string> words = {"profile", "add", name, "--server", server, "--user", user,
+                                      "--password-file", secret(password, L"of-" + std::wstring(user.begin(), user.end()))};
+    if (hasPublic) words.insert(words.end(), {"--public", "public"});
+    return fendrel(words);
+  }
+  void addProfile(const std::string& user) const {
+    const Outcome added = add(user, user, variable("FENDREL_MAIL_PASSWORD"));
+    ASSERT_EQ(added.exitCode, 0) << added.err;
+  }
+
+  // A folder of the test's own, below the shared one.
+  std::string ownFolder() const {
+    const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
+    return std::string(shared) + "@" + test.name();
+  }
+  nlohmann::json messagesIn(const std::string& path) const {
+    const Outcome listed = fendrel({"list", path, "--json"});
+    EXPECT_EQ(listed.exitCode, 0) << listed.err;
+    return listed.json()["messages"];
+  }
+};
+
+TEST_F(ServerCommand, ProfileIsListedWithItsServerAndNeverItsPassword) {
+  addProfile("alice");
+  const Outcome listed = fendrel({"profile", "list"});
+  EXPECT_EQ(listed.out, "alice  alice  " + url() + "  (default)\n");
+  const Outcome document = fendrel({"profile", "list", "--json"});
+  EXPECT_EQ(document.json()["profiles"][0]["server"], url());
+  EXPECT_THAT(document.out, Not(HasSubstr(variable("FENDREL_MAIL_PASSWORD"))));
+}
+
+TEST_F(ServerCommand, AccountsAreMessageStores) {
+  addProfile("alice");
+  const Outcome folders = fendrel({"folders"});
+  EXPECT_EQ(folders.exitCode, 0) << folders.err;
+  EXPECT_THAT(folders.out, AllOf(HasSubstr("Mailbox - alice  (default store)"), HasSubstr("Public Folders"),
+                                 HasSubstr("Reports")));
+}
+
+TEST_F(ServerCommand, PostedReportIsListedAndComesBackByteByByte) {
+  addProfile("alice");
+  std::string bytes(300'000, '\0');
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(i * 31 + i / 256);
+  const Outcome posted = fendrel({"post", "--to", ownFolder(), "--create", newFile(L"Umsatz \u65E5\u672C.pdf", bytes)});
+  ASSERT_EQ(posted.exitCode, 0) << posted.err;
+  const auto messages = messagesIn(ownFolder());
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_EQ(messages[0]["subject"], "Umsatz \xE6\x97\xA5\xE6\x9C\xAC.pdf");
+  EXPECT_EQ(messages[0]["sender"], "alice");
+  const Outcome saved = fendrel({"save", ownFolder(), "1", inFolder(L"out")});
+  ASSERT_EQ(saved.exitCode, 0) << saved.err;
+  EXPECT_TRUE(readFile(folder.file(L"out\\Umsatz \u65E5\u672C.pdf")) == bytes) << "other bytes than were posted";
+}
+
+TEST_F(ServerCommand, TwoPostsOfAFileAreTwoMessagesAndSkipExistingFindsThem) {
+  addProfile("alice");
+  const std::string file = newFile(L"twice.csv", "a;b\n");
+  for (int i = 0; i < 2; ++i) ASSERT_EQ(fendrel({"post", "--to", ownFolder(), "--create", file}).exitCode, 0);
+  EXPECT_EQ(messagesIn(ownFolder()).size(), 2u);
+  const Outcome skipped = fendrel({"post", "--to", ownFolder(), "--skip-existing", file});
+  EXPECT_EQ(skipped.exitCode, 0) << skipped.err;
+  EXPECT_THAT(skipped.out, HasSubstr("is there already"));
+  EXPECT_EQ(messagesIn(ownFolder()).size(), 2u);
+}
+
+TEST_F(ServerCommand, FoldersAreRenamedAndDeletedAndMessagesDeleted) {
+  addProfile("alice");
+  ASSERT_EQ(fendrel({"post", "--to", ownFolder(), "--create", newFile(L"a.txt", "a"), newFile(L"b.txt", "b")}).exitCode,
+            0);
+  const Outcome deleted = fendrel({"delete", ownFolder(), "1", "--yes"});
+  EXPECT_EQ(deleted.exitCode, 0) << deleted.err;
+  EXPECT_EQ(messagesIn(ownFolder()).size(), 1u);
+  const Outcome renamed = fendrel({"folder", "rename", ownFolder(), "Renamed"});
+  ASSERT_EQ(renamed.exitCode, 0) << renamed.err;
+  EXPECT_EQ(messagesIn(std::string(shared) + "@Renamed").size(), 1u);
+  const Outcome gone = fendrel({"folder", "delete", std::string(shared) + "@Renamed", "--recursive"});
+  EXPECT_EQ(gone.exitCode, 0) << gone.err;
+  EXPECT_THAT(fendrel({"folders"}).out, Not(HasSubstr("Renamed")));
+}
+
+TEST_F(ServerCommand, WhoMayOnlyReadIsRefused) {
+  addProfile("bob");
+  const Outcome posted = fendrel({"post", "--to", shared, newFile(L"a.txt", "a")});
+  EXPECT_NE(posted.exitCode, 0);
+  EXPECT_THAT(posted.err, HasSubstr("MAPI_E_NO_ACCESS"));
+}
+
+TEST_F(ServerCommand, WrongPasswordFailsTheLogonAndIsShownNowhere) {
+  ASSERT_EQ(add("alice", "alice", "wr0ng-Secret").exitCode, 0);
+  const Outcome folders = fendrel({"folders"});
+  EXPECT_EQ(folders.exitCode, 4);
+  EXPECT_THAT(folders.err, HasSubstr("MAPI_E_LOGON_FAILED"));
+  EXPECT_THAT(folders.err + folders.out, Not(HasSubstr("wr0ng-Secret")));
+}
+
+TEST_F(ServerCommand, PasswordOfACallStandsInForTheKeptOne) {
+  ASSERT_EQ(add("alice", "alice", "wr0ng-Secret").exitCode, 0);
+  const Outcome folders = fendrel({"folders", "--password-file", secret(variable("FENDREL_MAIL_PASSWORD"))});
+  EXPECT_EQ(folders.exitCode, 0) << folders.err;
+}
+
+TEST_F(ServerCommand, UnreachableServerIsNamed) {
+  ASSERT_EQ(add("alice", "alice", "any", "http://localhost:9").exitCode, 0);
+  const Outcome folders = fendrel({"folders"});
+  EXPECT_NE(folders.exitCode, 0);
+  EXPECT_THAT(folders.err, HasSubstr("localhost:9"));
+}
+
+TEST_F(ServerCommand, AddressThatIsNoneIsRefusedWithWordsAndLeavesNoProfile) {
+  const Outcome added = add("alice", "alice", "any", "http://mail.example");
+  EXPECT_NE(added.exitCode, 0);
+  EXPECT_THAT(added.err, HasSubstr("mail.example"));
+  EXPECT_EQ(fendrel({"profile", "list", "--json"}).json()["profiles"].size(), 0u);
+}
+
+TEST_F(ServerCommand, PublicAccountThatIsNotThereIsNamed) {
+  ASSERT_EQ(fendrel({"profile", "add", "alice", "--server", url(), "--user", "alice", "--public", "nobodys",
+                     "--password-file", secret(variable("FENDREL_MAIL_PASSWORD"))})
+                .exitCode,
+            0);
+  EXPECT_THAT(fendrel({"folders"}).err, HasSubstr("nobodys"));
+}
+
+TEST_F(ServerCommand, MessagesOfARemovedProfileStayOnTheServer) {
+  addProfile("alice");
+  const Outcome refused = fendrel({"profile", "remove", "alice", "--with-messages"});
+  EXPECT_EQ(refused.exitCode, 2) << refused.err;
+  const Outcome removed = fendrel({"profile", "remove", "alice"});
+  EXPECT_EQ(removed.exitCode, 0) << removed.err;
+  EXPECT_THAT(removed.out, HasSubstr("stay on the server"));
+}
+
+}  // namespace
+}  // namespace fendrel::test
