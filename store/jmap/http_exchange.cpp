@@ -77,6 +77,11 @@ std::string wordsOf(FailureKind kind, const std::string& server, DWORD error) {
   }
 }
 
+bool isWine() noexcept {
+  const HMODULE system = GetModuleHandleW(L"ntdll.dll");
+  return system && GetProcAddress(system, "wine_get_version");
+}
+
 }  // namespace
 
 ServerFailure connectionFailure(FailureKind kind, const std::string& server, DWORD error) {
@@ -127,11 +132,6 @@ struct HttpExchange::State {
     // But Wine sends the request all the same as soon as this returns, password and all.
     if (isWine()) Sleep(INFINITE);
   }
-
-  static bool isWine() noexcept {
-    const HMODULE system = GetModuleHandleW(L"ntdll.dll");
-    return system && GetProcAddress(system, "wine_get_version");
-  }
 };
 
 void CALLBACK HttpExchange::onStatus(HINTERNET handle, DWORD_PTR context, DWORD status, void* information,
@@ -169,8 +169,10 @@ HttpExchange::HttpExchange(HINTERNET session, const HttpRequest& request, const 
   connection_.reset(WinHttpConnect(session, state_->host.c_str(), address.port, 0));
   if (!connection_) fail(GetLastError());
   auto holder = std::make_unique<std::shared_ptr<State>>(state_);
+  // A server that needs long says so first (102), and Wine takes that for the answer. Of an older version it keeps silent.
+  const wchar_t* version = isWine() ? L"HTTP/1.0" : nullptr;
   request_ = WinHttpOpenRequest(connection_.get(), toWide(request.method).c_str(), toWide(address.path).c_str(),
-                                nullptr, WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
+                                version, WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
                                 WINHTTP_FLAG_ESCAPE_DISABLE | (address.isSecure ? WINHTTP_FLAG_SECURE : 0));
   if (!request_) fail(GetLastError());
   auto* context = holder.get();
