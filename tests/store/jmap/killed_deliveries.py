@@ -17,7 +17,8 @@ from collections import Counter
 COUNT = 200
 FEWEST_KILLS = 10  # of either kind; fewer would say nothing
 MOST_SERVER_KILLS = 4  # Cyrus gives a service up whose processes die more often within ten seconds
-LONGEST = 200  # seconds
+MOST_KILLS = 60  # then it may end: where starting takes longer than its life, it would never
+LONGEST = 600  # seconds
 
 
 def imap():
@@ -91,7 +92,7 @@ def kill_at_random(run_wine, program, work, seed):
         if code is not None:  # it was killed, or gave up a server that was
             child = deliveries.start()
         time.sleep(moments.uniform(0.1, 0.6))
-        if child.poll() is not None:
+        if child.poll() is not None or sum(kills.values()) >= MOST_KILLS:
             continue
         if moments.random() < 0.8 or kills["server"] == MOST_SERVER_KILLS:
             child.kill()

@@ -116,7 +116,7 @@ TEST_F(CompactTest, CheckThatRunsMeanwhileFindsNoDamage) {
 TEST_F(CompactTest, FactsAreThoseOfTheStore) {
   fill();
   const StoreFacts facts = readStoreFacts(path());
-  EXPECT_EQ(facts.version, 4);
+  EXPECT_EQ(facts.version, 5);
   EXPECT_EQ(facts.pageBytes, 8192u);
   EXPECT_EQ(facts.messages, 3u);
   EXPECT_EQ(facts.messagesWithChecksum, 3u);

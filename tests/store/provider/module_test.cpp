@@ -23,8 +23,9 @@ std::vector<std::string> importedModules(HMODULE module) {
 TEST(Module, ImportsSystemLibrariesOnly) {
   const auto names = importedModules(mapi().module);
   EXPECT_THAT(names, testing::Contains("kernel32.dll"));
-  EXPECT_THAT(names, testing::IsSubsetOf({"advapi32.dll", "bcrypt.dll", "kernel32.dll", "msvcrt.dll", "ucrtbase.dll",
-                                          "ole32.dll", "shell32.dll", "user32.dll"}));
+  EXPECT_THAT(names, testing::IsSubsetOf({"advapi32.dll", "bcrypt.dll", "crypt32.dll", "kernel32.dll", "msvcrt.dll",
+                                          "ucrtbase.dll", "ole32.dll", "shell32.dll", "shlwapi.dll", "user32.dll",
+                                          "winhttp.dll"}));
 }
 
 TEST(Module, NamesItsVersionAndFile) {
