@@ -169,7 +169,8 @@ HttpExchange::HttpExchange(HINTERNET session, const HttpRequest& request, const 
   connection_.reset(WinHttpConnect(session, state_->host.c_str(), address.port, 0));
   if (!connection_) fail(GetLastError());
   auto holder = std::make_unique<std::shared_ptr<State>>(state_);
-  // A server that needs long says so first (102), and Wine takes that for the answer. Of an older version it keeps silent.
+  // A server that needs long says so first (102), and Wine takes that for the answer. Of an older version it keeps
+  // silent.
   const wchar_t* version = isWine() ? L"HTTP/1.0" : nullptr;
   request_ = WinHttpOpenRequest(connection_.get(), toWide(request.method).c_str(), toWide(address.path).c_str(),
                                 version, WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
