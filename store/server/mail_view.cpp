@@ -132,7 +132,7 @@ MailView viewOf(const Json& email, bool isWhole, const std::string& account, con
   const std::string mailbox = isThere ? folder : mail.mailboxes.empty() ? std::string() : mail.mailboxes.front();
   const bool isPersonal = !personal.empty() && mailbox == personal;
   info.folder = isPersonal ? idOf(account, personalFolder) : idOf(account, mailbox);
-  info.kind = isPersonal ? MessageKind::Associated : MessageKind::Ordinary;
+  info.kind = isPersonal && mime::isAssociated(mail) ? MessageKind::Associated : MessageKind::Ordinary;
   info.isRead = std::ranges::find(mail.keywords, "$seen") != mail.keywords.end();
   info.hasAttachments = mime::hasAttachments(mail);
   info.size = mail.size;

@@ -124,7 +124,7 @@ std::vector<FolderInfo> ServerEngine::treeOf(const std::string& accountId, const
   FolderInfo& personal = addStandard(personalFolder, rootFolder, u"Common Views");
   personal.rights.mayAddMessages = personal.rights.mayChange = owner.mayCreateTopLevelMailbox;
   if (const jmap::Mailbox* mailbox = mailboxes.find(mailboxes.personal)) {
-    personal.associatedCount = static_cast<std::uint32_t>(mailbox->messageCount);
+    personal.messageCount = static_cast<std::uint32_t>(mailbox->messageCount);  // of both kinds
     personal.rights.mayAddMessages = mailbox->rights.mayAdd;
   }
   return tree;

@@ -5,6 +5,7 @@
 
 #include "content_blocks.h"
 #include "deliver.h"
+#include "mail_headers.h"
 #include "mail_tags.h"
 #include "property_list.h"
 #include "server_engine.h"
@@ -64,6 +65,20 @@ std::uint64_t sizeOf(std::span<const Property> properties) {
 void release(const std::vector<ContentChange>& contents) noexcept {
   for (const ContentChange& change : contents) {
     if (auto* own = dynamic_cast<SpooledContent*>(change.content.get())) own->spool().discard();
+  }
+}
+
+// The identifiers that a query finds, in its order.
+std::vector<std::string> allOf(jmap::MailAccount& from, const jmap::EmailQuery& query) {
+  std::vector<std::string> order;
+  std::set<std::string> seen;
+  for (std::uint64_t position = 0;;) {
+    const jmap::EmailPage page = from.query(query, position, idsAtOnce);
+    for (const std::string& one : page.ids) {
+      if (seen.insert(one).second) order.push_back(one);
+    }
+    position += page.ids.size();
+    if (page.ids.empty() || position >= page.total) return order;
   }
 }
 
@@ -231,12 +246,12 @@ void ServerEngine::noteDoubt(const Guid& key, jmap::FailureKind kind) {
 
 MailView ServerEngine::deliver(OutgoingMail mail, const MailId& folder, bool isRead, bool isNew) {
   accountOf(folder.account);
-  if (mail.isAssociated != (folder.object == personalFolder)) {
-    fail(Status::NotSupported,
-         "On " + server_.name() + " hidden messages are kept in Common Views, and no others there.");
+  const bool isPersonal = folder.object == personalFolder;
+  if (mail.isAssociated && !isPersonal) {
+    fail(Status::NotSupported, "On " + server_.name() + " hidden messages are kept in Common Views alone.");
   }
-  const std::string mailbox = mail.isAssociated ? makePersonalMailbox(folder.account)
-                                                : mailboxOf(folder, *knownMailboxes(folder.account));
+  const std::string mailbox =
+      isPersonal ? makePersonalMailbox(folder.account) : mailboxOf(folder, *knownMailboxes(folder.account));
   const auto now = currentSecond();
   const bool isDated = valueIn<FileTime>(mail.properties, tags::submitTime) != nullptr;
 
@@ -396,21 +411,24 @@ Status ServerEngine::listMessages(const Id& folder, MessageKind kind, std::vecto
   return asking([&] {
     const MailId id = mailId(folder);
     messages.clear();
-    if ((kind == MessageKind::Associated) != (id.object == personalFolder)) return;  // each kind has its own folders
+    const bool isPersonal = id.object == personalFolder;
+    if (kind == MessageKind::Associated && !isPersonal) return;
     const auto mailboxes = knownMailboxes(id.account);
     jmap::EmailQuery query;
     query.mailbox = mailboxOf(id, *mailboxes);
     if (query.mailbox.empty()) return;
-    std::vector<std::string> order;
-    std::set<std::string> seen;
     jmap::MailAccount from = account(id.account);
-    for (std::uint64_t position = 0;;) {
-      const jmap::EmailPage page = from.query(query, position, idsAtOnce);
-      for (const std::string& one : page.ids) {
-        if (seen.insert(one).second) order.push_back(one);
+    std::vector<std::string> order = allOf(from, query);
+    if (isPersonal) {  // the one folder that holds both kinds
+      query.headerName = mime::MailHeader::associated;
+      query.headerValue = "yes";
+      std::vector<std::string> hidden = allOf(from, query);
+      if (kind == MessageKind::Associated) {
+        order = std::move(hidden);
+      } else {
+        const std::set<std::string> leftOut(hidden.begin(), hidden.end());
+        std::erase_if(order, [&](const std::string& one) { return leftOut.contains(one); });
       }
-      position += page.ids.size();
-      if (page.ids.empty() || position >= page.total) break;
     }
     for (const std::string& one : order) messages.push_back(idOf(id.account, one));
     rows_.begin(folder, std::move(order));

@@ -161,4 +161,15 @@ TEST_F(ServerCommand, MessagesOfARemovedProfileStayOnTheServer) {
 }
 
 }  // namespace
+TEST_F(ServerCommand, PersonalReportsAreInNoFolderThatIsShown) {
+  addProfile("alice");
+  const Outcome posted = fendrel({"post", "--personal", newFile(L"mine.csv", "a")});
+  ASSERT_EQ(posted.exitCode, 0) << posted.err;
+  const Outcome listed = fendrel({"list", "--personal", "--json"});
+  ASSERT_EQ(listed.exitCode, 0) << listed.err;
+  EXPECT_EQ(listed.json()["messages"].size(), 1u);
+  EXPECT_THAT(fendrel({"folders"}).out, Not(HasSubstr("Personal Reports"))) << "their mailbox is not a folder among others";
+}
+
+
 }  // namespace fendrel::test
