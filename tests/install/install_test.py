@@ -2,6 +2,7 @@
 
 install_test.py CMAKE BUILD TOOLCHAIN RUN_WINE
 """
+import glob
 import json
 import os
 import shutil
@@ -47,6 +48,13 @@ def main():
         must(cmake, "--install", build, "--prefix", prefix)
         for place in PLACES:
             expect(place, os.path.isfile(os.path.join(prefix, place)), True)
+        binaries = [*glob.glob(f"{prefix}/bin/*.exe"), *glob.glob(f"{prefix}/bin/*.[dD][lL][lL]"),
+                    f"{prefix}/bin/store/MAPI32.DLL"]
+        for path in binaries:
+            with open(path, "rb") as file:
+                named = ("OriginalFilename\0" + os.path.basename(path)).encode("utf-16le")
+                expect(f"version information of {path}", named in file.read(), True)
+        expect("binaries", len(binaries) >= 8, True)
 
         must(cmake, "-S", os.path.join(prefix, "share/doc/fendrel/examples"), "-B", examples, "-G", "Ninja",
              f"-DCMAKE_TOOLCHAIN_FILE={toolchain}", f"-DFendrel_DIR={prefix}/lib/cmake/Fendrel")
