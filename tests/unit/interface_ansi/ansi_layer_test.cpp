@@ -1,8 +1,8 @@
 // The ANSI layer over wide functions that the test plays, on a heap whose freed blocks are unreadable.
 #include <gmock/gmock.h>
 
-#include <memory>
 #include <cstring>
+#include <memory>
 #include <thread>
 
 #include "ansi_layer.h"
