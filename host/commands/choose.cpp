@@ -38,22 +38,22 @@ KeptChoice ask(Plugin& plugin, const std::wstring& password) {
   return KeptChoice(std::move(answer.record), "The plug-in's answer");
 }
 
-ExitCode choose(Host& host, const ChooseOptions& options) {
-  if (!host.options.profile.empty())
+ExitCode choose(CommandContext& context, const ChooseOptions& options) {
+  if (!context.options.profile.empty())
     throw Failure(ExitCode::wrongUsage, "choose asks for the profile itself; leave out --profile.");
   // Under Wine without a display dialogs would open where nobody sees them, and wait.
   if (startedFromUnixShell() && environmentText(L"DISPLAY").empty())
     throw Failure(ExitCode::failed,
                   "choose shows dialogs, and there is no display. Set DISPLAY, or post with --to PATH.");
-  if (host.knownProfiles().empty()) chooseProfile({}, {});
-  host.profiles();  // MAPI is there before the plug-in asks for it
+  if (context.knownProfiles().empty()) chooseProfile({}, {});
+  context.profiles();  // MAPI is there before the plug-in asks for it
   std::optional<ImposedLanguage> language;
   if (!options.language.empty()) language.emplace(options.language);
   Plugin plugin;
-  const KeptChoice choice = ask(plugin, host.password());
+  const KeptChoice choice = ask(plugin, context.password());
   if (!options.file.empty()) choice.save(options.file);
-  host.line(toUtf8(choice.folderPath()));
-  host.document({{"profile", toUtf8(choice.profile())},
+  context.line(toUtf8(choice.folderPath()));
+  context.document({{"profile", toUtf8(choice.profile())},
                  {"folder", toUtf8(choice.folderPath())},
                  {"type", choice.type()},
                  {"file", options.file.empty() ? Json(nullptr) : Json(options.file)}});
@@ -62,7 +62,7 @@ ExitCode choose(Host& host, const ChooseOptions& options) {
 
 }  // namespace
 
-void addChooseCommand(CLI::App& app, Host& host) {
+void addChooseCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<ChooseOptions>();
   CLI::App* command = app.add_subcommand("choose", "Choose profile and folder in the plug-in's dialogs");
   command
@@ -79,8 +79,8 @@ void addChooseCommand(CLI::App& app, Host& host) {
       "  fendrel choose\n"
       "  fendrel choose --save daily.choice --language fr\n"
       "  fendrel post --options daily.choice sales.pdf");
-  command->callback([&host, options] {
-    host.command = [options](Host& running) { return choose(running, *options); };
+  command->callback([&context, options] {
+    context.command = [options](CommandContext& running) { return choose(running, *options); };
   });
 }
 

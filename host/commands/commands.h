@@ -3,25 +3,25 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host.h"
+#include "command_context.h"
 
 namespace fendrel::host {
 
-void addPostCommand(CLI::App& app, Host& host);
-void addRunCommand(CLI::App& app, Host& host);
-void addChooseCommand(CLI::App& app, Host& host);
-void addFoldersCommand(CLI::App& app, Host& host);
-void addFolderCommand(CLI::App& app, Host& host);
-void addListCommand(CLI::App& app, Host& host);
-void addShowCommand(CLI::App& app, Host& host);
-void addSaveCommand(CLI::App& app, Host& host);
-void addDeleteCommand(CLI::App& app, Host& host);
-void addExportCommand(CLI::App& app, Host& host);
-void addDoctorCommand(CLI::App& app, Host& host);
-void addMapiCommand(CLI::App& app, Host& host);
-void addProfileCommand(CLI::App& app, Host& host);
-void addStoreCommand(CLI::App& app, Host& host);
-void addCompletionCommand(CLI::App& app, Host& host);
-void addTlvCommand(CLI::App& app, Host& host);
+void addPostCommand(CLI::App& app, CommandContext& context);
+void addRunCommand(CLI::App& app, CommandContext& context);
+void addChooseCommand(CLI::App& app, CommandContext& context);
+void addFoldersCommand(CLI::App& app, CommandContext& context);
+void addFolderCommand(CLI::App& app, CommandContext& context);
+void addListCommand(CLI::App& app, CommandContext& context);
+void addShowCommand(CLI::App& app, CommandContext& context);
+void addSaveCommand(CLI::App& app, CommandContext& context);
+void addDeleteCommand(CLI::App& app, CommandContext& context);
+void addExportCommand(CLI::App& app, CommandContext& context);
+void addDoctorCommand(CLI::App& app, CommandContext& context);
+void addMapiCommand(CLI::App& app, CommandContext& context);
+void addProfileCommand(CLI::App& app, CommandContext& context);
+void addStoreCommand(CLI::App& app, CommandContext& context);
+void addCompletionCommand(CLI::App& app, CommandContext& context);
+void addTlvCommand(CLI::App& app, CommandContext& context);
 
 }  // namespace fendrel::host

@@ -75,15 +75,15 @@ std::string powerShellScript(const std::vector<Completion>& all) {
 
 }  // namespace
 
-void addCompletionCommand(CLI::App& app, Host& host) {
+void addCompletionCommand(CLI::App& app, CommandContext& context) {
   const auto shell = std::make_shared<std::string>();
   CLI::App* command = app.add_subcommand("completion", "Print a script that completes commands and options in a shell");
   command->add_option("SHELL", *shell, "bash or powershell")->required()->check(CLI::IsMember({"bash", "powershell"}));
   command->footer("Examples:\n"
                   "  fendrel completion bash > ~/.local/share/bash-completion/completions/fendrel\n"
                   "  fendrel completion powershell >> $PROFILE");
-  command->callback([&app, &host, shell] {
-    host.command = [&app, shell](Host&) {
+  command->callback([&app, &context, shell] {
+    context.command = [&app, shell](CommandContext&) {
       std::vector<Completion> all;
       collect(app, app, "", all);
       printLine(*shell == "bash" ? bashScript(all) : powerShellScript(all));

@@ -5,9 +5,9 @@
 
 #include "console.h"
 #include "error_words.h"
-#include "input/password_input.h"
+#include "password_input.h"
 #include "message_place.h"
-#include "selection/deletion.h"
+#include "deletion.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -44,9 +44,9 @@ void askFirst(const DeleteOptions& options, const OpenFolder& folder,
     throw Failure(ExitCode::cancelled, "Nothing was deleted.");
 }
 
-ExitCode deleteMessages(Host& host, const DeleteOptions& options) {
+ExitCode deleteMessages(CommandContext& context, const DeleteOptions& options) {
   const std::vector<std::string> numbers = wantedNumbers(options);
-  Session& session = host.session();
+  Session& session = context.session();
   const bool toWrite = !options.dryRun;
   const OpenFolder folder = options.place.personal ? session.personalReports(toWrite)
                             : toWrite ? session.walkToChange(toWide(options.place.path))
@@ -59,17 +59,17 @@ ExitCode deleteMessages(Host& host, const DeleteOptions& options) {
     deleteChosen(folder, messages);
   }
   Json deleted = Json::array();
-  for (const ChosenMessage& message : messages) deleted.push_back(tellDeletion(host, message, options.dryRun));
-  if (messages.empty()) host.line("No message matches.");
+  for (const ChosenMessage& message : messages) deleted.push_back(tellDeletion(context, message, options.dryRun));
+  if (messages.empty()) context.line("No message matches.");
   Json document = {{"folder", toUtf8(folder.path)}, {"deleted", deleted}};
   if (options.dryRun) document["dryRun"] = true;
-  host.document(document);
+  context.document(document);
   return ExitCode::done;
 }
 
 }  // namespace
 
-void addDeleteCommand(CLI::App& app, Host& host) {
+void addDeleteCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<DeleteOptions>();
   CLI::App* command = app.add_subcommand("delete", "Delete messages of a folder");
   options->place.addOptions(*command);
@@ -85,8 +85,8 @@ void addDeleteCommand(CLI::App& app, Host& host) {
       "  fendrel delete \"Public Folders@Reports@Daily\" 1-3,7\n"
       "  fendrel delete \"Public Folders@Reports@Daily\" --older-than 90d --yes\n"
       "  fendrel delete --personal 3");
-  command->callback([&host, options] {
-    host.command = [options](Host& running) { return deleteMessages(running, *options); };
+  command->callback([&context, options] {
+    context.command = [options](CommandContext& running) { return deleteMessages(running, *options); };
   });
 }
 

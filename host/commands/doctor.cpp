@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "commands.h"
-#include "doctor/examination.h"
-#include "jobs/job_file.h"
+#include "examination.h"
+#include "job_file.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -18,7 +18,7 @@ struct DoctorOptions {
 constexpr const char* tick = "\xE2\x9C\x93";
 constexpr const char* cross = "\xE2\x9C\x97";
 
-ExitCode callDoctor(Host& host, const DoctorOptions& options) {
+ExitCode callDoctor(CommandContext& context, const DoctorOptions& options) {
   ExitCode exit = ExitCode::done;
   Json list = Json::array();
   const auto tell = [&](const DoctorFinding& finding) {
@@ -29,7 +29,7 @@ ExitCode callDoctor(Host& host, const DoctorOptions& options) {
     else
       item["error"] = finding.error;
     // A cross is the result here, so it stands with the ticks.
-    host.tell({Level::info, "finding", {},
+    context.tell({Level::info, "finding", {},
                fmt::format("{} {:<13}  {}", finding.isGood ? tick : cross, finding.what, finding.words), item});
     list.push_back(std::move(item));
   };
@@ -41,17 +41,17 @@ ExitCode callDoctor(Host& host, const DoctorOptions& options) {
       tell({"Job", false, failure.what(), failure.exitCode(), jsonError(failure)});
     }
     if (reading.problems.empty()) tell({"Job", true, printable(options.job) + " is in order", ExitCode::done, nullptr});
-    useJob(reading.job, host);
+    useJob(reading.job, context);
     order = {reading.job.request.target.to, reading.job.request.target.create};
   }
-  examine(host, order, tell);
-  host.document({{"findings", list}, {"exitCode", static_cast<int>(exit)}});
+  examine(context, order, tell);
+  context.document({{"findings", list}, {"exitCode", static_cast<int>(exit)}});
   return exit;
 }
 
 }  // namespace
 
-void addDoctorCommand(CLI::App& app, Host& host) {
+void addDoctorCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<DoctorOptions>();
   CLI::App* command = app.add_subcommand("doctor", "Say what posting needs, and what is wrong with it");
   CLI::Option* to = command->add_option("--to", options->to, "Also look at this folder, the target of a post");
@@ -63,8 +63,8 @@ void addDoctorCommand(CLI::App& app, Host& host) {
       "Examples:\n"
       "  fendrel doctor --to \"Public Folders@Reports@Daily\"\n"
       "  fendrel doctor --mapi system --json");
-  command->callback([&host, options] {
-    host.command = [options](Host& running) { return callDoctor(running, *options); };
+  command->callback([&context, options] {
+    context.command = [options](CommandContext& running) { return callDoctor(running, *options); };
   });
 }
 

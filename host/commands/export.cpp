@@ -50,28 +50,28 @@ bool endsEverything(const Failure& failure) {
 
 class Exporting {
  public:
-  Exporting(Host& running, const ExportOptions& chosen) : host(running), options(chosen) {}
+  Exporting(CommandContext& running, const ExportOptions& chosen) : context(running), options(chosen) {}
 
   // What run() would do with it.
   ExitCode tellPlan() {
-    collect(options.place.open(host.session()), fullPath(options.directory), options.directory);
+    collect(options.place.open(context.session()), fullPath(options.directory), options.directory);
     Json list = Json::array();
     for (const ExportFolder& folder : folders) {
-      host.tell({Level::info, "would export", {},
+      context.tell({Level::info, "would export", {},
                  fmt::format("{} -> {}, {} would be exported", printable(folder.folder.path), printable(folder.shown),
                              counted(folder.messages.size(), "message"))});
       list.push_back({{"folder", toUtf8(folder.folder.path)},
                       {"directory", folder.shown},
                       {"messages", folder.messages.size()}});
     }
-    host.document({{"folders", list}, {"dryRun", true}});
+    context.document({{"folders", list}, {"dryRun", true}});
     return ExitCode::done;
   }
 
   ExitCode run() {
     std::wstring top = fullPath(options.directory);
     while (top.size() > 3 && top.back() == L'\\') top.pop_back();
-    collect(options.place.open(host.session()), top, options.directory);
+    collect(options.place.open(context.session()), top, options.directory);
     std::uint64_t messages = 0, bytes = 0;
     for (const ExportFolder& folder : folders) {
       messages += folder.messages.size();
@@ -88,14 +88,14 @@ class Exporting {
                     failure.code());
     }
     progress.reset();
-    host.document({{"folders", shownFolders}, {"errors", errors}});
+    context.document({{"folders", shownFolders}, {"errors", errors}});
     if (errors.empty()) return ExitCode::done;
     return total.written + total.present > 0 ? ExitCode::somePosted : ExitCode::failed;
   }
 
  private:
   void tell(const Failure& failure) {
-    host.tell("failed", {}, failure);
+    context.tell("failed", {}, failure);
     errors.push_back(jsonError(failure));
   }
 
@@ -109,7 +109,7 @@ class Exporting {
     // Numbers and identifiers are those of one folder.
     const bool isOne = !options.numbers.empty() || !options.filter.ids.empty();
     if (options.onlyFolder || options.place.personal || isOne) return;
-    Session& session = host.session();
+    Session& session = context.session();
     const std::vector<FolderEntry> below = session.foldersOf(*folder.folder.Get(), folder.path);
     // Folders tell upper from lower case; many file systems do not.
     std::map<std::wstring, unsigned> uses;
@@ -219,7 +219,7 @@ class Exporting {
     if (counts.present > 0) words += fmt::format(", {} there already", withThousands(counts.present));
     if (counts.empty > 0) words += fmt::format(", {} without a file", withThousands(counts.empty));
     if (counts.failed > 0) words += fmt::format(", {} failed", withThousands(counts.failed));
-    host.tell({Level::info, "exported", {}, words});
+    context.tell({Level::info, "exported", {}, words});
     shownFolders.push_back({{"folder", toUtf8(folder.folder.path)},
                             {"directory", folder.shown},
                             {"exported", counts.written},
@@ -228,7 +228,7 @@ class Exporting {
                             {"failed", counts.failed}});
   }
 
-  Host& host;
+  CommandContext& context;
   const ExportOptions& options;
   std::vector<ExportFolder> folders;
   std::optional<Progress> progress;
@@ -236,19 +236,19 @@ class Exporting {
   Json shownFolders = Json::array(), errors = Json::array();
 };
 
-ExitCode exportMessages(Host& host, const ExportOptions& options) {
+ExitCode exportMessages(CommandContext& context, const ExportOptions& options) {
   const bool personal = options.place.personal;
   ExportOptions placed = options;
   if (personal) placed.directory = options.place.path;
   if (placed.directory.empty() || (personal && !options.directory.empty()) || (!personal && options.place.path.empty()))
     throw Failure(ExitCode::wrongUsage, "Give the folder's PATH and the directory DIR, or --personal and DIR.");
-  Exporting exporting(host, placed);
+  Exporting exporting(context, placed);
   return options.dryRun ? exporting.tellPlan() : exporting.run();
 }
 
 }  // namespace
 
-void addExportCommand(CLI::App& app, Host& host) {
+void addExportCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<ExportOptions>();
   CLI::App* command = app.add_subcommand("export", "Save all messages of a folder or of a whole store as files");
   options->place.addOptions(*command);
@@ -272,8 +272,8 @@ void addExportCommand(CLI::App& app, Host& host) {
       "  fendrel export \"Public Folders@Reports@Daily\" reports\n"
       "  fendrel export \"Public Folders\" archive --as eml\n"
       "  fendrel export --personal mine --as msg");
-  command->callback([&host, options] {
-    host.command = [options](Host& running) { return exportMessages(running, *options); };
+  command->callback([&context, options] {
+    context.command = [options](CommandContext& running) { return exportMessages(running, *options); };
   });
 }
 

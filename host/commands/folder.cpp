@@ -13,24 +13,24 @@ namespace fendrel::host {
 namespace {
 
 // A folder to be changed, never a message store.
-OpenFolder folderToChange(Host& host, const std::string& path) {
-  OpenFolder folder = host.session().walkToChange(toWide(path));
+OpenFolder folderToChange(CommandContext& context, const std::string& path) {
+  OpenFolder folder = context.session().walkToChange(toWide(path));
   if (folder.names.size() < 2)
     throw Failure(ExitCode::folderRefused,
                   fmt::format("'{}' is a message store. Give the path of a folder in it.", printable(folder.path)));
   return folder;
 }
 
-ExitCode createFolders(Host& host, const std::string& path) {
+ExitCode createFolders(CommandContext& context, const std::string& path) {
   std::vector<std::wstring> created;
-  const OpenFolder folder = host.session().walk(toWide(path), true, &created);
+  const OpenFolder folder = context.session().walk(toWide(path), true, &created);
   Json list = Json::array();
   for (const std::wstring& made : created) {
-    host.line(fmt::format("Folder '{}' was made.", printable(made)));
+    context.line(fmt::format("Folder '{}' was made.", printable(made)));
     list.push_back(toUtf8(made));
   }
-  if (created.empty()) host.line(fmt::format("Folder '{}' is there already.", printable(folder.path)));
-  host.document({{"folder", toUtf8(folder.path)}, {"created", list}});
+  if (created.empty()) context.line(fmt::format("Folder '{}' is there already.", printable(folder.path)));
+  context.document({{"folder", toUtf8(folder.path)}, {"created", list}});
   return ExitCode::done;
 }
 
@@ -52,9 +52,9 @@ std::wstring checkedName(const std::string& given) {
   return name;
 }
 
-ExitCode renameFolder(Host& host, const std::string& path, const std::string& newName) {
+ExitCode renameFolder(CommandContext& context, const std::string& path, const std::string& newName) {
   std::wstring name = checkedName(newName);
-  const OpenFolder folder = folderToChange(host, path);
+  const OpenFolder folder = folderToChange(context, path);
   const std::string subject = fmt::format("Folder '{}' cannot be renamed", printable(folder.path));
   SPropValue value{};
   value.ulPropTag = PR_DISPLAY_NAME_W;
@@ -66,8 +66,8 @@ ExitCode renameFolder(Host& host, const std::string& path, const std::string& ne
     throw failureOf(ExitCode::folderRefused, subject, code, "A store's own folders keep their names.");
   check(code, folderExitCode(code), subject);
   const std::wstring renamed = folder.path.substr(0, folder.path.size() - folder.names.back().size()) + name;
-  host.line(fmt::format("Folder '{}' is now '{}'.", printable(folder.path), printable(renamed)));
-  host.document({{"folder", toUtf8(folder.path)}, {"renamed", toUtf8(renamed)}});
+  context.line(fmt::format("Folder '{}' is now '{}'.", printable(folder.path), printable(renamed)));
+  context.document({{"folder", toUtf8(folder.path)}, {"renamed", toUtf8(renamed)}});
   return ExitCode::done;
 }
 
@@ -101,10 +101,10 @@ EntryId idOf(IMAPIFolder& folder, ULONG tag, const std::string& subject) {
   return EntryId(id->Value.bin.lpb, id->Value.bin.lpb + id->Value.bin.cb);
 }
 
-ExitCode deleteFolder(Host& host, const std::string& path, bool recursive) {
-  const OpenFolder folder = folderToChange(host, path);
+ExitCode deleteFolder(CommandContext& context, const std::string& path, bool recursive) {
+  const OpenFolder folder = folderToChange(context, path);
   const std::string subject = fmt::format("Folder '{}' cannot be deleted", printable(folder.path));
-  Session& session = host.session();
+  Session& session = context.session();
   const Held held = heldBy(session, *folder.store.Get(), *folder.folder.Get(), folder.path);
   const std::string words =
       fmt::format("{} and {}", counted(held.messages, "message"), counted(held.folders, "folder"));
@@ -124,14 +124,14 @@ ExitCode deleteFolder(Host& host, const std::string& path, bool recursive) {
     throw failureOf(ExitCode::folderRefused, subject, code, "Something came into it just now; look and try again.");
   check(code, folderExitCode(code), subject);
   const bool wasEmpty = held.messages == 0 && held.folders == 0;
-  host.line(fmt::format("Folder '{}' was deleted{}.", printable(folder.path), wasEmpty ? "" : " with " + words));
-  host.document({{"deleted", toUtf8(folder.path)}, {"messages", held.messages}, {"folders", held.folders}});
+  context.line(fmt::format("Folder '{}' was deleted{}.", printable(folder.path), wasEmpty ? "" : " with " + words));
+  context.document({{"deleted", toUtf8(folder.path)}, {"messages", held.messages}, {"folders", held.folders}});
   return ExitCode::done;
 }
 
 }  // namespace
 
-void addFolderCommand(CLI::App& app, Host& host) {
+void addFolderCommand(CLI::App& app, CommandContext& context) {
   constexpr const char* pathWords = "The folder: names joined by '@', message store first";
   CLI::App* command = app.add_subcommand("folder", "Make, rename and delete folders");
   command->require_subcommand(1);
@@ -142,15 +142,15 @@ void addFolderCommand(CLI::App& app, Host& host) {
   create->add_option("PATH", *path, pathWords)->required();
   create->footer("A folder that is there already is not a failure.\n"
                  "Example:\n  fendrel folder create \"Public Folders@Reports@Weekly\"");
-  create->callback([&host, path] { host.command = [path](Host& running) { return createFolders(running, *path); }; });
+  create->callback([&context, path] { context.command = [path](CommandContext& running) { return createFolders(running, *path); }; });
 
   const auto name = std::make_shared<std::string>();
   CLI::App* rename = command->add_subcommand("rename", "Give a folder another name; it stays where it is");
   rename->add_option("PATH", *path, pathWords)->required();
   rename->add_option("NAME", *name, "The new name, without the path before it")->required();
   rename->footer("Example:\n  fendrel folder rename \"Public Folders@Reports@Weekly\" \"Each week\"");
-  rename->callback([&host, path, name] {
-    host.command = [path, name](Host& running) { return renameFolder(running, *path, *name); };
+  rename->callback([&context, path, name] {
+    context.command = [path, name](CommandContext& running) { return renameFolder(running, *path, *name); };
   });
 
   const auto recursive = std::make_shared<bool>(false);
@@ -159,8 +159,8 @@ void addFolderCommand(CLI::App& app, Host& host) {
   remove->add_flag("--recursive", *recursive, "With its messages and all folders below it, for good");
   remove->footer("Without --recursive only an empty folder is deleted. Nothing is asked.\n"
                  "Example:\n  fendrel folder delete \"Public Folders@Reports@Weekly\" --recursive");
-  remove->callback([&host, path, recursive] {
-    host.command = [path, recursive](Host& running) { return deleteFolder(running, *path, *recursive); };
+  remove->callback([&context, path, recursive] {
+    context.command = [path, recursive](CommandContext& running) { return deleteFolder(running, *path, *recursive); };
   });
 }
 

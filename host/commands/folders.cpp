@@ -32,17 +32,17 @@ Json readTree(Session& session, IMsgStore& store, IMAPIFolder& folder, const std
   return list;
 }
 
-void printStore(Host& host, const StoreEntry& store, const std::vector<Line>& lines) {
-  host.line(printable(store.name) + (store.isDefault ? "  (default store)" : ""));
+void printStore(CommandContext& context, const StoreEntry& store, const std::vector<Line>& lines) {
+  context.line(printable(store.name) + (store.isDefault ? "  (default store)" : ""));
   std::size_t width = 0;
   for (const Line& line : lines) width = std::max(width, 2 * line.depth + displayWidth(line.name));
   for (const Line& line : lines)
-    host.line(fmt::format("{}  {}", padded(std::string(2 * line.depth, ' ') + line.name, width),
+    context.line(fmt::format("{}  {}", padded(std::string(2 * line.depth, ' ') + line.name, width),
                           line.messages == 0 ? "-" : counted(line.messages, "message")));
 }
 
-ExitCode showFolders(Host& host) {
-  Session& session = host.session();
+ExitCode showFolders(CommandContext& context) {
+  Session& session = context.session();
   Json stores = Json::array();
   ExitCode outcome = ExitCode::done;
   for (const StoreEntry& store : session.stores()) {
@@ -52,7 +52,7 @@ ExitCode showFolders(Host& host) {
       const ComPtr<IMsgStore> opened = session.openStore(store, false);
       const ComPtr<IMAPIFolder> top = session.openTop(*opened.Get(), store.name);
       item["folders"] = readTree(session, *opened.Get(), *top.Get(), store.name, 1, lines);
-      printStore(host, store, lines);
+      printStore(context, store, lines);
     } catch (const Failure& failure) {
       // The other stores are still worth seeing.
       item["error"] = jsonError(failure);
@@ -61,17 +61,17 @@ ExitCode showFolders(Host& host) {
     }
     stores.push_back(item);
   }
-  host.document({{"profile", toUtf8(session.profile())}, {"stores", stores}});
+  context.document({{"profile", toUtf8(session.profile())}, {"stores", stores}});
   return outcome;
 }
 
 }  // namespace
 
-void addFoldersCommand(CLI::App& app, Host& host) {
+void addFoldersCommand(CLI::App& app, CommandContext& context) {
   CLI::App* command = app.add_subcommand("folders", "Show the folders of all message stores as a tree");
   command->footer("Folder names joined by '@', message store first, are the path that other commands take:\n"
                   "  fendrel list \"Public Folders@Reports@Daily\"");
-  command->callback([&host] { host.command = showFolders; });
+  command->callback([&context] { context.command = showFolders; });
 }
 
 }  // namespace fendrel::host

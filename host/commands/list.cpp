@@ -58,7 +58,7 @@ class TextTable {
   }
 
   // In at most `width` columns, names shortened; 0: as wide as they are.
-  void print(const Host& host, std::size_t width) {
+  void print(const CommandContext& context, std::size_t width) {
     if (width > 0) fit(width);
     for (std::vector<std::string>& cells : lines) {
       std::string text;
@@ -69,7 +69,7 @@ class TextTable {
         if (right[column]) text.append(widths[column] - displayWidth(cells[column]), ' ');
         text += right[column] || column + 1 == cells.size() ? cells[column] : padded(cells[column], widths[column]);
       }
-      host.line(text);
+      context.line(text);
     }
   }
 
@@ -93,10 +93,10 @@ class TextTable {
   std::vector<std::vector<std::string>> lines;
 };
 
-ExitCode listMessages(Host& host, const ListOptions& options) {
+ExitCode listMessages(CommandContext& context, const ListOptions& options) {
   if (options.place.path.empty() && !options.place.personal)
     throw Failure(ExitCode::wrongUsage, "Which folder? Give its PATH, or --personal.");
-  const OpenFolder folder = options.place.open(host.session());
+  const OpenFolder folder = options.place.open(context.session());
   MessageTable table(folder, options.place.hidden);
   const std::uint64_t count = table.count();
   std::vector<std::string> numbers = options.numbers;
@@ -123,7 +123,7 @@ ExitCode listMessages(Host& host, const ListOptions& options) {
     std::vector<Attachment> attachments;
     if (!options.brief && row.hasAttachments) attachments = attachmentsOf(*openMessage(folder, row).Get());
     const std::string words = options.brief ? (row.hasAttachments ? "yes" : "-") : attachmentWords(attachments);
-    if (host.options.json || host.options.jsonLines) {
+    if (context.options.json || context.options.jsonLines) {
       messages.push_back(jsonRow(chosen, options.brief ? nullptr : &attachments));
       continue;
     }
@@ -134,16 +134,16 @@ ExitCode listMessages(Host& host, const ListOptions& options) {
     text.add(std::move(cells));
   }
   if (rows.empty())
-    host.line(count == 0 ? fmt::format("{} holds no messages.", printable(folder.path)) : "No message matches.");
+    context.line(count == 0 ? fmt::format("{} holds no messages.", printable(folder.path)) : "No message matches.");
   else
-    text.print(host, options.wide ? 0 : outputWidth());
-  host.document({{"folder", toUtf8(folder.path)}, {"count", count}, {"messages", messages}});
+    text.print(context, options.wide ? 0 : outputWidth());
+  context.document({{"folder", toUtf8(folder.path)}, {"count", count}, {"messages", messages}});
   return ExitCode::done;
 }
 
 }  // namespace
 
-void addListCommand(CLI::App& app, Host& host) {
+void addListCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<ListOptions>();
   CLI::App* command = app.add_subcommand("list", "List the messages of a folder");
   options->place.addOptions(*command);
@@ -156,8 +156,8 @@ void addListCommand(CLI::App& app, Host& host) {
   command->footer("Examples:\n"
                   "  fendrel list \"Public Folders@Reports@Daily\" --newest 20\n"
                   "  fendrel list \"Public Folders@Reports@Daily\" --subject sales* --since 2026-11-01 --ids");
-  command->callback([&host, options] {
-    host.command = [options](Host& running) { return listMessages(running, *options); };
+  command->callback([&context, options] {
+    context.command = [options](CommandContext& running) { return listMessages(running, *options); };
   });
 }
 

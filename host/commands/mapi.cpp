@@ -31,7 +31,7 @@ void refuseOthers(const RegisterOptions& options) {
                             printable(present)));
 }
 
-ExitCode registerMapi(Host& host, const RegisterOptions& options) {
+ExitCode registerMapi(CommandContext& context, const RegisterOptions& options) {
   const std::wstring library = ownLibrary();
   if (!fileExists(library))
     throw Failure(ExitCode::mapiUnusable,
@@ -41,17 +41,17 @@ ExitCode registerMapi(Host& host, const RegisterOptions& options) {
     if (options.scope != "any" && options.scope != scopeName(scope)) continue;
     if (!registerClient(scope, library)) continue;
     const bool isActive = isOurs({defaultClient().name, {}});
-    host.line(fmt::format("'{}' is registered for {}.", printable(library),
+    context.line(fmt::format("'{}' is registered for {}.", printable(library),
                           scope == ClientScope::machine ? "all users" : "this user"));
-    if (!isActive) host.line("This user has chosen another mail program, which goes before the machine's.");
-    host.document({{"registered", scopeName(scope)}, {"library", toUtf8(library)}, {"active", isActive}});
+    if (!isActive) context.line("This user has chosen another mail program, which goes before the machine's.");
+    context.document({{"registered", scopeName(scope)}, {"library", toUtf8(library)}, {"active", isActive}});
     return ExitCode::done;
   }
   throw Failure(ExitCode::failed, "This user may not register mail programs for the machine. Start fendrel as an "
                                   "administrator, or use --for user.");
 }
 
-ExitCode unregisterMapi(Host& host) {
+ExitCode unregisterMapi(CommandContext& context) {
   Json taken = Json::array(), refused = Json::array();
   for (const ClientScope scope : bothScopes) {
     const ClientEntry entry = readClient(scope);
@@ -60,21 +60,21 @@ ExitCode unregisterMapi(Host& host) {
   }
   if (!refused.empty())
     throw Failure(ExitCode::failed, "The registration for the machine stays: start fendrel as an administrator.");
-  host.document({{"unregistered", taken}});
+  context.document({{"unregistered", taken}});
   const std::wstring present = defaultClient().name;
-  if (taken.empty()) host.line("Nothing was registered.");
-  else if (present.empty()) host.line("The registration is taken away.");
-  else host.line(fmt::format("The registration is taken away; the mail program is '{}'.", printable(present)));
+  if (taken.empty()) context.line("Nothing was registered.");
+  else if (present.empty()) context.line("The registration is taken away.");
+  else context.line(fmt::format("The registration is taken away; the mail program is '{}'.", printable(present)));
   return ExitCode::done;
 }
 
-ExitCode showStatus(Host& host) {
+ExitCode showStatus(CommandContext& context) {
   Json document;
   for (const ClientScope scope : bothScopes) {
     const ClientEntry entry = readClient(scope);
     const bool isThere = entry.library && fileExists(*entry.library);
     const bool isSet = !entry.defaultClient.empty();
-    host.line(fmt::format("{}: the mail program is {}{}{}.", scope == ClientScope::machine ? "Machine" : "User",
+    context.line(fmt::format("{}: the mail program is {}{}{}.", scope == ClientScope::machine ? "Machine" : "User",
                           isSet ? "'" + printable(entry.defaultClient) + "'" : "not set",
                           entry.library ? "; fendrel is registered with '" + printable(*entry.library) + "'" : "",
                           entry.library && !isThere ? ", which is not there" : ""));
@@ -84,16 +84,16 @@ ExitCode showStatus(Host& host) {
         {"libraryIsThere", isThere}};
   }
   const bool isActive = isOurs({defaultClient().name, {}});
-  host.line(isActive ? "Programs that load MAPI32.DLL get the local store."
+  context.line(isActive ? "Programs that load MAPI32.DLL get the local store."
                      : "Programs that load MAPI32.DLL do not get the local store.");
   document["active"] = isActive;
-  host.document(document);
+  context.document(document);
   return ExitCode::done;
 }
 
 }  // namespace
 
-void addMapiCommand(CLI::App& app, Host& host) {
+void addMapiCommand(CLI::App& app, CommandContext& context) {
   CLI::App* mapi = app.add_subcommand("mapi", "Make the local store what this machine's programs get as MAPI");
   mapi->require_subcommand(1);
 
@@ -105,13 +105,13 @@ void addMapiCommand(CLI::App& app, Host& host) {
       ->check(CLI::IsMember({"machine", "user"}))
       ->type_name("WHOM");
   add->add_flag("--force", options->force, "Take the place of the mail program that is the default");
-  add->callback([&host, options] { host.command = [options](Host& on) { return registerMapi(on, *options); }; });
+  add->callback([&context, options] { context.command = [options](CommandContext& on) { return registerMapi(on, *options); }; });
 
   CLI::App* remove = mapi->add_subcommand("unregister", "Take the registration away; what it replaced comes back");
-  remove->callback([&host] { host.command = unregisterMapi; });
+  remove->callback([&context] { context.command = unregisterMapi; });
 
   CLI::App* status = mapi->add_subcommand("status", "Show who is registered, for the machine and for this user");
-  status->callback([&host] { host.command = showStatus; });
+  status->callback([&context] { context.command = showStatus; });
 }
 
 }  // namespace fendrel::host

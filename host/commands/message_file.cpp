@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 
 #include "console.h"
-#include "formats/msg_writer.h"
+#include "msg_writer.h"
 #include "text.h"
 
 namespace fendrel::host {

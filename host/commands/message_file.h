@@ -4,7 +4,7 @@
 #include <string>
 
 #include "commands.h"
-#include "formats/eml_writer.h"
+#include "eml_writer.h"
 #include "new_file.h"
 #include "progress.h"
 

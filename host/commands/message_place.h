@@ -6,7 +6,7 @@
 
 #include "commands.h"
 #include "messages.h"
-#include "selection/message_filter.h"
+#include "message_filter.h"
 
 namespace fendrel::host {
 

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "commands.h"
-#include "posting/posting.h"
+#include "posting.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -18,21 +18,21 @@ struct PostOptions {
   FileSelection selection;
 };
 
-ExitCode post(Host& host, const PostOptions& options) {
+ExitCode post(CommandContext& context, const PostOptions& options) {
   const TargetChoice& target = options.request.target;
   if (target.personal + !target.to.empty() + !target.savedChoice.empty() != 1)
     throw Failure(ExitCode::wrongUsage, "Where to? Give one of --to PATH, --personal and --options FILE.");
   if (target.create && target.to.empty())
     throw Failure(ExitCode::wrongUsage, "--create makes the folders of --to PATH and goes with nothing else.");
-  if (!target.savedChoice.empty() && !host.options.profile.empty())
+  if (!target.savedChoice.empty() && !context.options.profile.empty())
     throw Failure(ExitCode::wrongUsage, "--options FILE names the profile itself; leave out --profile.");
   InputFiles inputs(options.selection);
   if (options.request.together && inputs.files.size() > mostFilesTogether)
     throw Failure(ExitCode::wrongUsage,
                   fmt::format("At most {} files go together; leave out --together.", withThousands(mostFilesTogether)));
-  Posting posting(host, options.request, inputs.files);
+  Posting posting(context, options.request, inputs.files);
   const ExitCode exit = posting.run();
-  if (!host.options.jsonLines) host.document(posting.document(exit));
+  if (!context.options.jsonLines) context.document(posting.document(exit));
   return exit;
 }
 
@@ -58,7 +58,7 @@ void addInputOptions(CLI::App& command, FileSelection& selection) {
 
 }  // namespace
 
-void addPostCommand(CLI::App& app, Host& host) {
+void addPostCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<PostOptions>();
   PostRequest& request = options->request;
   CLI::App* command = app.add_subcommand("post", "Post files into a folder, each as a message of its own");
@@ -96,9 +96,9 @@ void addPostCommand(CLI::App& app, Host& host) {
       "  fendrel post --personal sales.pdf\n"
       "  fendrel post --options daily.choice sales.pdf\n"
       "  fendrel post --profile jane --to \"Mailbox - Jane Doe@Inbox\" *.pdf");
-  command->callback([&host, options] {
+  command->callback([&context, options] {
     options->request.target.lookOnly = options->request.dryRun;
-    host.command = [options](Host& running) { return post(running, *options); };
+    context.command = [options](CommandContext& running) { return post(running, *options); };
   });
 }
 

@@ -6,7 +6,7 @@
 
 #include "commands.h"
 #include "console.h"
-#include "input/password_input.h"
+#include "password_input.h"
 #include "paths.h"
 #include "text.h"
 
@@ -35,8 +35,8 @@ void checkName(const std::string& what, const std::string& given) {
 }
 
 // What a profile on a mail server signs in with.
-std::wstring serverSecret(Host& host, const AddOptions& options) {
-  std::wstring secret = host.password();
+std::wstring serverSecret(CommandContext& context, const AddOptions& options) {
+  std::wstring secret = context.password();
   if (secret.empty() && inputIsTerminal())
     secret = toWide(
         askForPassword(options.isToken ? "Token: " : fmt::format("Password of {}: ", printable(options.user))));
@@ -58,21 +58,21 @@ ServerProfile serverOf(const AddOptions& options) {
   return server;
 }
 
-ExitCode addProfile(Host& host, const AddOptions& options) {
+ExitCode addProfile(CommandContext& context, const AddOptions& options) {
   const std::wstring name = toWide(options.name);
   if (name.empty()) throw Failure(ExitCode::wrongUsage, "The profile's name is empty.");
   checkName("The profile's name", options.name);
   if (!options.user.empty()) checkName("The user's name", options.user);
-  Profiles& profiles = host.profiles();
+  Profiles& profiles = context.profiles();
   if (exists(profiles, name))
     throw Failure(ExitCode::failed,
                   fmt::format("Profile '{}' exists already. Choose another name, or remove it first, "
                               "which keeps its messages, with: fendrel profile remove \"{}\"",
                               printable(options.name), printable(options.name)));
   const bool isOnServer = !options.server.empty();
-  const std::wstring password = isOnServer ? std::wstring() : host.password();
+  const std::wstring password = isOnServer ? std::wstring() : context.password();
   const ServerProfile server = isOnServer ? serverOf(options) : ServerProfile();
-  const std::wstring secret = isOnServer ? serverSecret(host, options) : std::wstring();
+  const std::wstring secret = isOnServer ? serverSecret(context, options) : std::wstring();
   profiles.add(name, password);
   try {
     if (!options.user.empty()) profiles.setUserName(name, password, toWide(options.user));
@@ -82,32 +82,32 @@ ExitCode addProfile(Host& host, const AddOptions& options) {
     profiles.remove(name, password, false);  // half a profile is of no use
     throw;
   }
-  host.line(fmt::format("Profile '{}' was made{}.", printable(options.name),
+  context.line(fmt::format("Profile '{}' was made{}.", printable(options.name),
                         options.makeDefault ? " and is the default" : ""));
-  host.document({{"profile", options.name},
+  context.document({{"profile", options.name},
                  {"user", options.user.empty() ? Json(nullptr) : Json(options.user)},
                  {"server", isOnServer ? Json(options.server) : Json(nullptr)},
                  {"default", options.makeDefault}});
   return ExitCode::done;
 }
 
-ExitCode listProfiles(Host& host) {
-  const std::vector<ProfileEntry> found = host.knownProfiles();
+ExitCode listProfiles(CommandContext& context) {
+  const std::vector<ProfileEntry> found = context.knownProfiles();
   std::size_t width = 0;
   for (const ProfileEntry& profile : found) width = std::max(width, displayWidth(printable(profile.name)));
   Json list = Json::array();
   for (const ProfileEntry& profile : found) {
-    const std::optional<std::wstring> user = host.profiles().userName(profile.name, host.password());
-    const std::optional<ServerProfile> server = host.profiles().server(profile.name, host.password());
-    host.line(fmt::format("{}  {}{}{}", padded(printable(profile.name), width), user ? printable(*user) : "-",
+    const std::optional<std::wstring> user = context.profiles().userName(profile.name, context.password());
+    const std::optional<ServerProfile> server = context.profiles().server(profile.name, context.password());
+    context.line(fmt::format("{}  {}{}{}", padded(printable(profile.name), width), user ? printable(*user) : "-",
                           server ? "  " + printable(server->url) : "", profile.isDefault ? "  (default)" : ""));
     list.push_back({{"name", toUtf8(profile.name)},
                     {"user", user ? Json(toUtf8(*user)) : Json(nullptr)},
                     {"server", server ? Json(toUtf8(server->url)) : Json(nullptr)},
                     {"default", profile.isDefault}});
   }
-  if (found.empty()) host.line("There is no profile yet. Make one with: fendrel profile add NAME --user \"Your Name\"");
-  host.document({{"profiles", list}});
+  if (found.empty()) context.line("There is no profile yet. Make one with: fendrel profile add NAME --user \"Your Name\"");
+  context.document({{"profiles", list}});
   return ExitCode::done;
 }
 
@@ -117,9 +117,9 @@ struct RemoveOptions {
 };
 
 // The profile that a command is about.
-std::wstring namedProfile(Host& host, const std::string& name) {
+std::wstring namedProfile(CommandContext& context, const std::string& name) {
   if (name.empty()) throw Failure(ExitCode::wrongUsage, "The profile's name is empty.");
-  return chooseProfile(host.knownProfiles(), toWide(name));
+  return chooseProfile(context.knownProfiles(), toWide(name));
 }
 
 // Ordinary and hidden messages of the profile's own store.
@@ -130,33 +130,33 @@ std::uint64_t messagesOfMailbox(const std::wstring& profile, const std::wstring&
   return 0;
 }
 
-ExitCode removeProfile(Host& host, const RemoveOptions& options) {
-  const std::wstring name = namedProfile(host, options.name);
-  Profiles& profiles = host.profiles();
-  const bool isOnServer = profiles.server(name, host.password()).has_value();
+ExitCode removeProfile(CommandContext& context, const RemoveOptions& options) {
+  const std::wstring name = namedProfile(context, options.name);
+  Profiles& profiles = context.profiles();
+  const bool isOnServer = profiles.server(name, context.password()).has_value();
   if (isOnServer && options.withMessages)
     throw Failure(ExitCode::wrongUsage,
                   fmt::format("The messages of profile '{}' are on a mail server, which keeps them; delete them there, "
                               "or with \"fendrel delete\".", printable(name)));
-  const std::uint64_t messages = options.withMessages ? messagesOfMailbox(name, host.password()) : 0;
-  profiles.remove(name, host.password(), options.withMessages);
+  const std::uint64_t messages = options.withMessages ? messagesOfMailbox(name, context.password()) : 0;
+  profiles.remove(name, context.password(), options.withMessages);
   std::string rest = "Its messages stay in the store; a new profile of the same user gets them.";
   if (isOnServer) rest = "Its messages stay on the server.";
-  host.line(options.withMessages
+  context.line(options.withMessages
                 ? fmt::format("Profile '{}' was removed, and {} with it.", printable(name), counted(messages, "message"))
                 : fmt::format("Profile '{}' was removed. {}", printable(name), rest));
   Json document = {{"removed", toUtf8(name)}};
   if (options.withMessages) document["messagesDeleted"] = messages;
-  host.document(document);
+  context.document(document);
   return ExitCode::done;
 }
 
-ExitCode makeDefaultProfile(Host& host, const std::string& wanted) {
-  const std::wstring name = namedProfile(host, wanted);
-  Profiles& profiles = host.profiles();
+ExitCode makeDefaultProfile(CommandContext& context, const std::string& wanted) {
+  const std::wstring name = namedProfile(context, wanted);
+  Profiles& profiles = context.profiles();
   profiles.makeDefault(name);
-  host.line(fmt::format("Profile '{}' is the default.", printable(name)));
-  host.document({{"default", toUtf8(name)}});
+  context.line(fmt::format("Profile '{}' is the default.", printable(name)));
+  context.document({{"default", toUtf8(name)}});
   return ExitCode::done;
 }
 
@@ -176,13 +176,13 @@ std::string newPassword(const PasswordOptions& options) {
   return password;
 }
 
-ExitCode changePassword(Host& host, const PasswordOptions& options) {
-  const std::wstring name = namedProfile(host, options.name);
-  Profiles& profiles = host.profiles();
+ExitCode changePassword(CommandContext& context, const PasswordOptions& options) {
+  const std::wstring name = namedProfile(context, options.name);
+  Profiles& profiles = context.profiles();
   const std::string password = newPassword(options);
-  profiles.setPassword(name, host.password(), toWide(password));
-  host.line(fmt::format("Profile '{}' has {} password.", printable(name), password.empty() ? "no" : "a new"));
-  host.document({{"profile", toUtf8(name)}, {"hasPassword", !password.empty()}});
+  profiles.setPassword(name, context.password(), toWide(password));
+  context.line(fmt::format("Profile '{}' has {} password.", printable(name), password.empty() ? "no" : "a new"));
+  context.document({{"profile", toUtf8(name)}, {"hasPassword", !password.empty()}});
   return ExitCode::done;
 }
 
@@ -190,22 +190,22 @@ struct RenameOptions {
   std::string name, newName;
 };
 
-ExitCode renameProfile(Host& host, const RenameOptions& options) {
+ExitCode renameProfile(CommandContext& context, const RenameOptions& options) {
   if (options.newName.empty()) throw Failure(ExitCode::wrongUsage, "The profile's new name is empty.");
   checkName("The profile's new name", options.newName);
-  const std::wstring name = namedProfile(host, options.name), newName = toWide(options.newName);
-  Profiles& profiles = host.profiles();
+  const std::wstring name = namedProfile(context, options.name), newName = toWide(options.newName);
+  Profiles& profiles = context.profiles();
   if (!sameName(name, newName) && exists(profiles, newName))
     throw Failure(ExitCode::failed, fmt::format("Profile '{}' exists already.", printable(newName)));
-  profiles.rename(name, host.password(), newName);
-  host.line(fmt::format("Profile '{}' is now called '{}'.", printable(name), printable(newName)));
-  host.document({{"profile", options.newName}, {"was", toUtf8(name)}});
+  profiles.rename(name, context.password(), newName);
+  context.line(fmt::format("Profile '{}' is now called '{}'.", printable(name), printable(newName)));
+  context.document({{"profile", options.newName}, {"was", toUtf8(name)}});
   return ExitCode::done;
 }
 
 }  // namespace
 
-void addProfileCommand(CLI::App& app, Host& host) {
+void addProfileCommand(CLI::App& app, CommandContext& context) {
   CLI::App* command = app.add_subcommand("profile", "Make, list, change and remove MAPI profiles");
   command->require_subcommand(1);
   command->footer("A profile says who you are and which message stores you see.\n"
@@ -229,13 +229,13 @@ void addProfileCommand(CLI::App& app, Host& host) {
               "it is the server's password, which is kept so that you alone, on this machine, can read it.\n"
               "Examples:\n  fendrel profile add jane --user \"Jane Doe\" --default\n"
               "  fendrel profile add team --server https://mail.example --user reports --password-file FILE");
-  add->callback([&host, options] {
-    host.command = [options](Host& running) { return addProfile(running, *options); };
+  add->callback([&context, options] {
+    context.command = [options](CommandContext& running) { return addProfile(running, *options); };
   });
 
   CLI::App* list = command->add_subcommand("list", "List the profiles with their users");
   list->footer("The user of a protected profile is shown when its password is given with --password-file.");
-  list->callback([&host] { host.command = listProfiles; });
+  list->callback([&context] { context.command = listProfiles; });
 
   const auto removed = std::make_shared<RemoveOptions>();
   CLI::App* remove = command->add_subcommand("remove", "Remove a profile; its messages stay in the store");
@@ -243,15 +243,15 @@ void addProfileCommand(CLI::App& app, Host& host) {
   remove->add_flag("--with-messages", removed->withMessages, "Delete the profile's mailbox and all that is in it");
   remove->footer("A profile of the same user that is made later gets the messages that stayed.\n"
                  "A profile with a password is removed only with it: --password-file FILE.");
-  remove->callback([&host, removed] {
-    host.command = [removed](Host& running) { return removeProfile(running, *removed); };
+  remove->callback([&context, removed] {
+    context.command = [removed](CommandContext& running) { return removeProfile(running, *removed); };
   });
 
   const auto chosen = std::make_shared<std::string>();
   CLI::App* standard = command->add_subcommand("default", "Use a profile where none is named");
   standard->add_option("NAME", *chosen, "The profile's name")->required();
-  standard->callback([&host, chosen] {
-    host.command = [chosen](Host& running) { return makeDefaultProfile(running, *chosen); };
+  standard->callback([&context, chosen] {
+    context.command = [chosen](CommandContext& running) { return makeDefaultProfile(running, *chosen); };
   });
 
   const auto secret = std::make_shared<PasswordOptions>();
@@ -262,16 +262,16 @@ void addProfileCommand(CLI::App& app, Host& host) {
   password->add_flag("--none", secret->none, "The profile has no password from now on")->excludes(file);
   password->footer("Without an option a person is asked. The present password is given with --password-file,\n"
                    "--password-command, or by FENDREL_PASSWORD.");
-  password->callback([&host, secret] {
-    host.command = [secret](Host& running) { return changePassword(running, *secret); };
+  password->callback([&context, secret] {
+    context.command = [secret](CommandContext& running) { return changePassword(running, *secret); };
   });
 
   const auto renaming = std::make_shared<RenameOptions>();
   CLI::App* rename = command->add_subcommand("rename", "Give a profile another name");
   rename->add_option("NAME", renaming->name, "The profile's name")->required();
   rename->add_option("NEW", renaming->newName, "Its new name")->required();
-  rename->callback([&host, renaming] {
-    host.command = [renaming](Host& running) { return renameProfile(running, *renaming); };
+  rename->callback([&context, renaming] {
+    context.command = [renaming](CommandContext& running) { return renameProfile(running, *renaming); };
   });
 }
 

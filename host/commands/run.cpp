@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "commands.h"
-#include "jobs/watch.h"
+#include "watch.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -16,33 +16,33 @@ struct RunOptions {
 };
 
 // What is wrong with the job, line by line; done when nothing is.
-ExitCode tellProblems(Host& host, const JobReading& reading) {
+ExitCode tellProblems(CommandContext& context, const JobReading& reading) {
   if (reading.problems.empty()) return ExitCode::done;
   Json list = Json::array();
   for (const JobProblem& problem : reading.problems) {
-    host.tell({Level::error, "problem", {}, problemWords(reading.job, problem), {{"line", problem.line}}});
+    context.tell({Level::error, "problem", {}, problemWords(reading.job, problem), {{"line", problem.line}}});
     list.push_back({{"line", problem.line}, {"words", problem.words}});
   }
-  host.document({{"job", reading.job.file},
+  context.document({{"job", reading.job.file},
                  {"problems", list},
                  {"exitCode", static_cast<int>(ExitCode::wrongUsage)}});
   return ExitCode::wrongUsage;
 }
 
-ExitCode run(Host& host, const RunOptions& options) {
+ExitCode run(CommandContext& context, const RunOptions& options) {
   const JobReading reading = readJob(options.job);
-  if (const ExitCode exit = tellProblems(host, reading); exit != ExitCode::done) return exit;
-  useJob(reading.job, host);
+  if (const ExitCode exit = tellProblems(context, reading); exit != ExitCode::done) return exit;
+  useJob(reading.job, context);
   if (options.check) {
-    host.tell({Level::info, "checked", {}, fmt::format("{} is in order.", printable(options.job))});
-    return tellJobPlan(host, reading.job);
+    context.tell({Level::info, "checked", {}, fmt::format("{} is in order.", printable(options.job))});
+    return tellJobPlan(context, reading.job);
   }
-  return options.watch ? watchJob(host, reading.job) : runJob(host, reading.job);
+  return options.watch ? watchJob(context, reading.job) : runJob(context, reading.job);
 }
 
 }  // namespace
 
-void addRunCommand(CLI::App& app, Host& host) {
+void addRunCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<RunOptions>();
   CLI::App* command = app.add_subcommand("run", "Run a job: post its files, put them away, delete what is too old");
   command->add_option("JOB", options->job, "The job's file; docs/jobs.md says what it holds")->required();
@@ -57,8 +57,8 @@ void addRunCommand(CLI::App& app, Host& host) {
       "  fendrel run --check nightly.toml\n"
       "  fendrel run nightly.toml\n"
       "  fendrel run --watch nightly.toml");
-  command->callback([&host, options] {
-    host.command = [options](Host& running) { return run(running, *options); };
+  command->callback([&context, options] {
+    context.command = [options](CommandContext& running) { return run(running, *options); };
   });
 }
 

@@ -60,7 +60,7 @@ Request requestOf(const SaveOptions& options) {
   return request;
 }
 
-ExitCode saveMessage(Host& host, const SaveOptions& options, const Request& request, const OpenFolder& folder,
+ExitCode saveMessage(CommandContext& context, const SaveOptions& options, const Request& request, const OpenFolder& folder,
                      const MessageRow& row, IMessage& message) {
   makeDirectory(request.directory);
   Progress progress("saved", 1, row.size);
@@ -74,14 +74,14 @@ ExitCode saveMessage(Host& host, const SaveOptions& options, const Request& requ
   const std::string name = toUtf8(file.giveName(wanted, options.force));
   progress.endFile();
   const std::string shown = joinedForDisplay(request.target, name);
-  host.line(fmt::format("{} -> {}", printable(row.subject), printable(shown)));
-  host.document({{"folder", toUtf8(folder.path)},
+  context.line(fmt::format("{} -> {}", printable(row.subject), printable(shown)));
+  context.document({{"folder", toUtf8(folder.path)},
                  {"number", request.number},
                  {"saved", Json::array({{{"name", toUtf8(row.subject)}, {"file", shown}}})}});
   return ExitCode::done;
 }
 
-ExitCode saveFiles(Host& host, const SaveOptions& options, const Request& request, const OpenFolder& folder,
+ExitCode saveFiles(CommandContext& context, const SaveOptions& options, const Request& request, const OpenFolder& folder,
                    IMessage& message) {
   const std::vector<Attachment> attachments = attachmentsOf(message);
   std::uint64_t files = 0, bytes = 0;
@@ -107,26 +107,26 @@ ExitCode saveFiles(Host& host, const SaveOptions& options, const Request& reques
     const std::string name = toUtf8(file.giveName(safeFileName(attachment.name), options.force));
     progress.endFile();
     const std::string shown = joinedForDisplay(request.target, name);
-    host.line(fmt::format("{} -> {}, {}", printable(attachment.name), printable(shown),
+    context.line(fmt::format("{} -> {}, {}", printable(attachment.name), printable(shown),
                           counted(attachment.size, "byte")));
     saved.push_back({{"name", toUtf8(attachment.name)}, {"file", shown}, {"size", attachment.size}});
   }
-  host.document({{"folder", toUtf8(folder.path)}, {"number", request.number}, {"saved", saved}});
+  context.document({{"folder", toUtf8(folder.path)}, {"number", request.number}, {"saved", saved}});
   return ExitCode::done;
 }
 
-ExitCode save(Host& host, const SaveOptions& options) {
+ExitCode save(CommandContext& context, const SaveOptions& options) {
   const Request request = requestOf(options);
-  const OpenFolder folder = options.place.open(host.session());
+  const OpenFolder folder = options.place.open(context.session());
   const MessageRow row = MessageTable(folder, options.place.hidden).at(request.number);
   const ComPtr<IMessage> message = openMessage(folder, row);
-  return options.form.isWholeMessage() ? saveMessage(host, options, request, folder, row, *message.Get())
-                                       : saveFiles(host, options, request, folder, *message.Get());
+  return options.form.isWholeMessage() ? saveMessage(context, options, request, folder, row, *message.Get())
+                                       : saveFiles(context, options, request, folder, *message.Get());
 }
 
 }  // namespace
 
-void addSaveCommand(CLI::App& app, Host& host) {
+void addSaveCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<SaveOptions>();
   CLI::App* command = app.add_subcommand("save", "Save the files attached to a message, or the message as one file");
   options->place.addOptions(*command);
@@ -143,8 +143,8 @@ void addSaveCommand(CLI::App& app, Host& host) {
       "  fendrel save \"Public Folders@Reports@Daily\" 1 reports\n"
       "  fendrel save \"Public Folders@Reports@Daily\" 1 --as eml sales.eml\n"
       "  fendrel save --personal 3 .");
-  command->callback([&host, options] {
-    host.command = [options](Host& running) { return save(running, *options); };
+  command->callback([&context, options] {
+    context.command = [options](CommandContext& running) { return save(running, *options); };
   });
 }
 

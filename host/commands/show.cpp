@@ -17,14 +17,14 @@ struct ShowOptions {
   bool brief = false;
 };
 
-void printProperties(Host& host, const std::vector<PropertyText>& properties) {
+void printProperties(CommandContext& context, const std::vector<PropertyText>& properties) {
   std::size_t nameWidth = 0, typeWidth = 0;
   for (const PropertyText& property : properties) {
     nameWidth = std::max(nameWidth, propertyName(property.tag).size());
     typeWidth = std::max(typeWidth, propertyTypeName(property.tag).size());
   }
   for (const PropertyText& property : properties)
-    host.line(fmt::format("  {}  {}  {}", padded(propertyName(property.tag), nameWidth),
+    context.line(fmt::format("  {}  {}  {}", padded(propertyName(property.tag), nameWidth),
                           padded(propertyTypeName(property.tag), typeWidth), property.value));
 }
 
@@ -42,32 +42,32 @@ std::string timeOrNone(const FILETIME& time) {
   return time.dwHighDateTime == 0 && time.dwLowDateTime == 0 ? "-" : localTime(time);
 }
 
-void printSummary(Host& host, std::uint64_t number, const OpenFolder& folder, const MessageRow& message) {
-  host.line(fmt::format("Message {} of {}", number, printable(folder.path)));
-  host.line(fmt::format("  Subject    {}", printable(message.subject)));
-  host.line(fmt::format("  Class      {}", printable(message.messageClass)));
-  host.line(fmt::format("  Sender     {}", message.sender.empty() ? "-" : printable(message.sender)));
-  host.line(fmt::format("  Submitted  {}", timeOrNone(message.submitted)));
-  host.line(fmt::format("  Delivered  {}", timeOrNone(message.delivered)));
-  host.line(fmt::format("  Size       {}", counted(message.size, "byte")));
+void printSummary(CommandContext& context, std::uint64_t number, const OpenFolder& folder, const MessageRow& message) {
+  context.line(fmt::format("Message {} of {}", number, printable(folder.path)));
+  context.line(fmt::format("  Subject    {}", printable(message.subject)));
+  context.line(fmt::format("  Class      {}", printable(message.messageClass)));
+  context.line(fmt::format("  Sender     {}", message.sender.empty() ? "-" : printable(message.sender)));
+  context.line(fmt::format("  Submitted  {}", timeOrNone(message.submitted)));
+  context.line(fmt::format("  Delivered  {}", timeOrNone(message.delivered)));
+  context.line(fmt::format("  Size       {}", counted(message.size, "byte")));
 }
 
-ExitCode showMessage(Host& host, const ShowOptions& options) {
+ExitCode showMessage(CommandContext& context, const ShowOptions& options) {
   const std::string& given = options.place.personal ? options.place.path : options.number;
   if (given.empty() || (options.place.personal && !options.number.empty()))
     throw Failure(ExitCode::wrongUsage, "Give the folder's PATH and the message's number N, or --personal and N.");
   const std::uint64_t number = messageNumber(given);
-  const OpenFolder folder = options.place.open(host.session());
+  const OpenFolder folder = options.place.open(context.session());
   MessageTable table(folder, options.place.hidden);
   const MessageRow row = table.at(number);
   const ComPtr<IMessage> message = openMessage(folder, row);
   const std::vector<Attachment> attachments = attachmentsOf(*message.Get());
   const std::vector<PropertyText> properties = propertiesOf(*message.Get(), "The message's properties");
 
-  printSummary(host, number, folder, row);
+  printSummary(context, number, folder, row);
   if (!options.brief) {
-    host.line("");
-    printProperties(host, properties);
+    context.line("");
+    printProperties(context, properties);
   }
   Json attached = Json::array();
   for (std::size_t index = 0; index < attachments.size(); ++index) {
@@ -76,11 +76,11 @@ ExitCode showMessage(Host& host, const ShowOptions& options) {
         propertiesOf(*attachment.object.Get(), fmt::format("Attachment '{}'", printable(attachment.name)));
     const std::string size = attachment.isFile ? counted(attachment.size, "byte") : "no file";
     if (options.brief) {
-      host.line(fmt::format("  Attached   {}, {}", printable(attachment.name), size));
+      context.line(fmt::format("  Attached   {}, {}", printable(attachment.name), size));
     } else {
-      host.line("");
-      host.line(fmt::format("Attachment {}: {}, {}", index + 1, printable(attachment.name), size));
-      printProperties(host, own);
+      context.line("");
+      context.line(fmt::format("Attachment {}: {}, {}", index + 1, printable(attachment.name), size));
+      printProperties(context, own);
     }
     attached.push_back({{"name", toUtf8(attachment.name)}, {"size", attachment.size}});
     if (!options.brief) attached.back()["properties"] = jsonProperties(own);
@@ -95,13 +95,13 @@ ExitCode showMessage(Host& host, const ShowOptions& options) {
                    {"size", row.size}};
   if (!options.brief) document["properties"] = jsonProperties(properties);
   document["attachments"] = attached;
-  host.document(document);
+  context.document(document);
   return ExitCode::done;
 }
 
 }  // namespace
 
-void addShowCommand(CLI::App& app, Host& host) {
+void addShowCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<ShowOptions>();
   CLI::App* command = app.add_subcommand("show", "Show one message with all its properties and attachments");
   options->place.addOptions(*command);
@@ -110,8 +110,8 @@ void addShowCommand(CLI::App& app, Host& host) {
   command->footer("Examples:\n"
                   "  fendrel show \"Public Folders@Reports@Daily\" 1\n"
                   "  fendrel show --personal 3");
-  command->callback([&host, options] {
-    host.command = [options](Host& running) { return showMessage(running, *options); };
+  command->callback([&context, options] {
+    context.command = [options](CommandContext& running) { return showMessage(running, *options); };
   });
 }
 

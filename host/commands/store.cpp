@@ -65,11 +65,11 @@ std::string wordsOf(const store::Finding& finding) {
   return "  " + (where.empty() ? "" : where + ": ") + printable(finding.what);
 }
 
-ExitCode showFacts(Host& host, const std::string& file) {
-  const std::wstring path = storePath(host, file);
+ExitCode showFacts(CommandContext& context, const std::string& file) {
+  const std::wstring path = storePath(context, file);
   const store::StoreFacts facts = keepHouse([&] { return store::readStoreFacts(path); });
   const auto line = [&](const char* name, const std::string& words) {
-    host.line(fmt::format("{:<15} {}", name, words));
+    context.line(fmt::format("{:<15} {}", name, words));
   };
   line("Store", printable(displayPath(path)));
   line("Schema version", fmt::format("{}", facts.version));
@@ -89,7 +89,7 @@ ExitCode showFacts(Host& host, const std::string& file) {
                               ? "none"
                               : fmt::format("{}, {}", counted(facts.leftoverFiles, "file"),
                                             counted(facts.leftoverBytes, "byte")));
-  host.document({{"store", displayPath(path)},
+  context.document({{"store", displayPath(path)},
                  {"version", facts.version},
                  {"databaseBytes", facts.databaseBytes},
                  {"logBytes", facts.logBytes},
@@ -110,25 +110,25 @@ ExitCode showFacts(Host& host, const std::string& file) {
   return ExitCode::done;
 }
 
-ExitCode checkFiles(Host& host, const std::string& file) {
-  const std::wstring path = storePath(host, file);
+ExitCode checkFiles(CommandContext& context, const std::string& file) {
+  const std::wstring path = storePath(context, file);
   Share share("Checking");
   const store::CheckResult result = keepHouse([&] { return store::checkStore(path, share.watch()); });
-  host.line(fmt::format("Store {}: read {}, {}, {}, {} of content, {}.", printable(displayPath(path)),
+  context.line(fmt::format("Store {}: read {}, {}, {}, {} of content, {}.", printable(displayPath(path)),
                         counted(result.folders, "folder"), counted(result.messages, "message"),
                         counted(result.attachments, "attachment"),
                         counted(result.contentBytes, "byte"),
                         counted(result.pages, "page")));
-  for (const store::Finding& finding : result.damage) host.line(wordsOf(finding));
+  for (const store::Finding& finding : result.damage) context.line(wordsOf(finding));
   if (result.leftoverFiles > 0)
-    host.line(fmt::format("{} of {} left over; \"fendrel store compact\" deletes them.",
+    context.line(fmt::format("{} of {} left over; \"fendrel store compact\" deletes them.",
                           counted(result.leftoverFiles, "file"), counted(result.leftoverBytes, "byte")));
   if (result.damage.empty())
-    host.line("Everything is whole.");
+    context.line("Everything is whole.");
   else
-    host.line(fmt::format("{} found. Keep this file; \"fendrel store salvage\" carries over what is whole.",
+    context.line(fmt::format("{} found. Keep this file; \"fendrel store salvage\" carries over what is whole.",
                           counted(result.damage.size(), "damage")));
-  host.document({{"store", displayPath(path)},
+  context.document({{"store", displayPath(path)},
                  {"whole", result.damage.empty()},
                  {"folders", result.folders},
                  {"messages", result.messages},
@@ -142,21 +142,21 @@ ExitCode checkFiles(Host& host, const std::string& file) {
   return result.damage.empty() ? ExitCode::done : ExitCode::damageFound;
 }
 
-ExitCode salvageFiles(Host& host, const Files& files) {
+ExitCode salvageFiles(CommandContext& context, const Files& files) {
   const std::wstring from = fullPath(files.file), to = fullPath(files.to);
   Share share("Salvaging");
   const store::SalvageResult result = keepHouse([&] { return store::salvageStore(from, to, share.watch()); });
-  host.line(fmt::format("Carried over to {}: {}, {}, {}, {}.", printable(displayPath(to)),
+  context.line(fmt::format("Carried over to {}: {}, {}, {}, {}.", printable(displayPath(to)),
                         counted(result.profiles, "profile"), counted(result.folders, "folder"),
                         counted(result.messages, "message"), counted(result.attachments, "attachment")));
-  if (!result.mended.empty()) host.line("Carried over with something made anew:");
-  for (const store::Finding& finding : result.mended) host.line(wordsOf(finding));
+  if (!result.mended.empty()) context.line("Carried over with something made anew:");
+  for (const store::Finding& finding : result.mended) context.line(wordsOf(finding));
   if (result.leftOut.empty())
-    host.line("Nothing was left out.");
+    context.line("Nothing was left out.");
   else
-    host.line("Left out:");
-  for (const store::Finding& finding : result.leftOut) host.line(wordsOf(finding));
-  host.document({{"from", displayPath(from)},
+    context.line("Left out:");
+  for (const store::Finding& finding : result.leftOut) context.line(wordsOf(finding));
+  context.document({{"from", displayPath(from)},
                  {"to", displayPath(to)},
                  {"profiles", result.profiles},
                  {"stores", result.stores},
@@ -169,16 +169,16 @@ ExitCode salvageFiles(Host& host, const Files& files) {
   return result.leftOut.empty() ? ExitCode::done : ExitCode::damageFound;
 }
 
-ExitCode compactFiles(Host& host, const std::string& file) {
-  const std::wstring path = storePath(host, file);
+ExitCode compactFiles(CommandContext& context, const std::string& file) {
+  const std::wstring path = storePath(context, file);
   const store::CompactResult result = keepHouse([&] { return store::compactStore(path); });
-  host.line(fmt::format("Store {}: {} before, {} now.", printable(displayPath(path)),
+  context.line(fmt::format("Store {}: {} before, {} now.", printable(displayPath(path)),
                         counted(result.bytesBefore, "byte"), counted(result.bytesAfter, "byte")));
   if (result.leftoverFiles > 0)
-    host.line(fmt::format("{} of {} left over were deleted.", counted(result.leftoverFiles, "file"),
+    context.line(fmt::format("{} of {} left over were deleted.", counted(result.leftoverFiles, "file"),
                           counted(result.leftoverBytes, "byte")));
-  if (!result.logIsEmpty) host.line("Someone is reading; the log will shrink when they have done.");
-  host.document({{"store", displayPath(path)},
+  if (!result.logIsEmpty) context.line("Someone is reading; the log will shrink when they have done.");
+  context.document({{"store", displayPath(path)},
                  {"bytesBefore", result.bytesBefore},
                  {"bytesAfter", result.bytesAfter},
                  {"leftoverFiles", result.leftoverFiles},
@@ -187,15 +187,15 @@ ExitCode compactFiles(Host& host, const std::string& file) {
   return ExitCode::done;
 }
 
-ExitCode backUp(Host& host, const std::string& file) {
-  const std::wstring from = storePath(host, {}), to = fullPath(file);
+ExitCode backUp(CommandContext& context, const std::string& file) {
+  const std::wstring from = storePath(context, {}), to = fullPath(file);
   Share share("Copying");
   const store::BackupResult result = keepHouse([&] { return store::backupStore(from, to, share.watch()); });
-  host.line(fmt::format("Store {} was copied to {}: {}, {} in the database and {} in {}.", printable(displayPath(from)),
+  context.line(fmt::format("Store {} was copied to {}: {}, {} in the database and {} in {}.", printable(displayPath(from)),
                         printable(displayPath(to)), counted(result.messages, "message"),
                         counted(result.databaseBytes, "byte"), counted(result.contentFileBytes, "byte"),
                         counted(result.contentFiles, "content file")));
-  host.document({{"store", displayPath(from)},
+  context.document({{"store", displayPath(from)},
                  {"copy", displayPath(to)},
                  {"messages", result.messages},
                  {"databaseBytes", result.databaseBytes},
@@ -208,7 +208,7 @@ constexpr const char* whichStore = "The store's database; else the one of --stor
 
 }  // namespace
 
-void addStoreCommand(CLI::App& app, Host& host) {
+void addStoreCommand(CLI::App& app, CommandContext& context) {
   CLI::App* command = app.add_subcommand("store", "Keep the local store's files: look, check, copy, rescue");
   command->require_subcommand(1);
   command->footer(
@@ -223,8 +223,8 @@ void addStoreCommand(CLI::App& app, Host& host) {
     CLI::App* below = command->add_subcommand(name, words);
     below->add_option("FILE", *file, whichStore);
     below->footer(footer);
-    below->callback([&host, file, work] {
-      host.command = [file, work](Host& running) { return work(running, *file); };
+    below->callback([&context, file, work] {
+      context.command = [file, work](CommandContext& running) { return work(running, *file); };
     });
   };
   addOne("info", "Show what is in a store and how much room it takes",
@@ -246,7 +246,7 @@ void addStoreCommand(CLI::App& app, Host& host) {
       "A message is carried over when every byte of it is there, else it is left out and named. Stop what\n"
       "uses OLD first. Exit code 0: all was carried over; 6: something was left out.\n"
       "Example:\n  fendrel store salvage store.db rescued.db");
-  below->callback([&host, files] { host.command = [files](Host& running) { return salvageFiles(running, *files); }; });
+  below->callback([&context, files] { context.command = [files](CommandContext& running) { return salvageFiles(running, *files); }; });
 
   const auto copy = std::make_shared<std::string>();
   below = command->add_subcommand("backup", "Copy the store in use as it is at one moment");
@@ -256,7 +256,7 @@ void addStoreCommand(CLI::App& app, Host& host) {
       "Others may post and delete meanwhile. A copy that fails leaves nothing. The copy is a store like any other:\n"
       "  fendrel store backup D:\\copies\\monday.db\n"
       "  fendrel store check D:\\copies\\monday.db");
-  below->callback([&host, copy] { host.command = [copy](Host& running) { return backUp(running, *copy); }; });
+  below->callback([&context, copy] { context.command = [copy](CommandContext& running) { return backUp(running, *copy); }; });
 }
 
 }  // namespace fendrel::host

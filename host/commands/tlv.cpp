@@ -99,22 +99,22 @@ std::string faultWords(const TlvItem& item) {
   }
 }
 
-ExitCode listRecords(Host& host, const std::string& given) {
+ExitCode listRecords(CommandContext& context, const std::string& given) {
   const std::wstring path = fullPath(given);
   RecordFile file(longPath(path));
   if (!file.isOpen())
     throw systemFailure(ExitCode::failed, "File '" + printable(given) + "' cannot be opened", GetLastError());
-  host.line(fmt::format("{:>10}  {:>5}  {:>6}  {}", "Offset", "Tag", "Length", "Value"));
+  context.line(fmt::format("{:>10}  {:>5}  {:>6}  {}", "Offset", "Tag", "Length", "Value"));
   Json records = Json::array();
   std::uint64_t offset = 0, count = 0;
   TlvItem item = file.at(offset);
   for (; item.finding == TlvFinding::item; item = file.at(offset), ++count) {
     if (cancelRequested()) return ExitCode::cancelled;
     const std::string shown = preview(item.value);
-    if (host.options.json)
+    if (context.options.json)
       records.push_back({{"offset", offset}, {"tag", item.header.tag}, {"length", item.header.length}, {"preview", shown}});
     else
-      host.line(fmt::format("{:>10}  {:>5}  {:>6}  {}", offset, item.header.tag, item.header.length, shown));
+      context.line(fmt::format("{:>10}  {:>5}  {:>6}  {}", offset, item.header.tag, item.header.length, shown));
     offset += tlvHeaderSize + item.header.length;
   }
   if (file.failed())
@@ -128,20 +128,20 @@ ExitCode listRecords(Host& host, const std::string& given) {
                            printable(given), offset, offset, counted(count, "record"), fault));
     document["fault"] = {{"offset", offset}, {"reason", fault}};
   } else {
-    host.line(counted(count, "record"));
+    context.line(counted(count, "record"));
   }
-  host.document(document);
+  context.document(document);
   return fault.empty() ? ExitCode::done : ExitCode::failed;
 }
 
 }  // namespace
 
-void addTlvCommand(CLI::App& app, Host& host) {
+void addTlvCommand(CLI::App& app, CommandContext& context) {
   const auto file = std::make_shared<std::string>();
   CLI::App* command = app.add_subcommand("tlv", "List the tagged records of a file, and say where one is malformed");
   command->add_option("file", *file, "The file")->required()->type_name("FILE");
   command->footer("Example:\n  fendrel tlv sales.rpt");
-  command->callback([&host, file] { host.command = [file](Host& running) { return listRecords(running, *file); }; });
+  command->callback([&context, file] { context.command = [file](CommandContext& running) { return listRecords(running, *file); }; });
 }
 
 }  // namespace fendrel::host

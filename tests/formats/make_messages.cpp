@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "build_paths.h"
-#include "host.h"
+#include "command_context.h"
 #include "messages.h"
 #include "text.h"
 

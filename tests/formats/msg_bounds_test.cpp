@@ -1,7 +1,7 @@
 // What a .msg file cannot hold is refused before anything is written.
 #include <gmock/gmock.h>
 
-#include "formats/msg_writer.h"
+#include "msg_writer.h"
 
 namespace fendrel::host {
 namespace {

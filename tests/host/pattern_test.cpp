@@ -1,8 +1,8 @@
-#include "input/pattern.h"
+#include "pattern.h"
 
 #include <gtest/gtest.h>
 
-#include "report/suggestion.h"
+#include "suggestion.h"
 #include "text.h"
 
 namespace fendrel::host {

@@ -1,0 +1,245 @@
+#include "examination.h"
+
+#include <fmt/format.h>
+
+#include "file_facts.h"
+#include "folder_path.h"
+#include "file_handle.h"
+#include "mail_client.h"
+#include "mapi_library.h"
+#include "paths.h"
+#include "target.h"
+#include "store_files.h"
+#include "text.h"
+
+namespace fendrel::host {
+namespace {
+
+std::string shown(const std::wstring& path) { return "'" + printable(displayPath(path)) + "'"; }
+
+class Examination {
+ public:
+  Examination(CommandContext& running, const DoctorOrder& what, const std::function<void(const DoctorFinding&)>& use)
+      : context(running), order(what), tell(use), isLocal(context.options.mapi != "system") {}
+
+  void run() {
+    const bool mapiWorks = step("MAPI library", [&] { return lookAtLibrary(); }) &&
+                           step("Exports", [&] { return lookAtExports(); }) &&
+                           step("Initialise", [&] { return initialise(); });
+    const bool storeThere = !isLocal || !mapiWorks || step("Local store", [&] { return lookAtStore(); });
+    if (mapiWorks && storeThere && step("Profiles", [&] { return lookAtProfiles(); }) &&
+        step("Logon", [&] { return logOn(); })) {
+      step("Stores", [&] { return lookAtStores(); });
+      if (!order.to.empty() && step("Target folder", [&] { return openFolder(); })) {
+        step("Right to post", [&] { return tryToCreate(); });
+        step("Names", [&] { return lookAtNames(); });
+      }
+    }
+    step("Languages", [&] { return lookAtLanguages(); });
+    if (isLocal && mapiWorks && storeThere) step("Store check", [&] { return checkStore(); });
+    step("Versions", [&] { return tellVersions(); });
+  }
+
+ private:
+  // A step answers the words for its tick, or throws the Failure for its cross.
+  template <class Look>
+  bool step(const char* what, Look look) {
+    try {
+      tell({what, true, look(), ExitCode::done, nullptr});
+      return true;
+    } catch (const Failure& failure) {
+      tell({what, false, failure.what(), failure.exitCode(), jsonError(failure)});
+      return false;
+    }
+  }
+
+  static Failure unusable(const std::string& words) { return Failure(ExitCode::mapiUnusable, words); }
+
+  std::string lookAtLibrary() {
+    if (isLocal) {
+      library = programFolder() + L"\\store\\MAPI32.DLL";
+      if (!fileExists(library))
+        throw unusable(fmt::format("The local store {} is missing. Install fendrel completely, or use the system's "
+                                   "MAPI with --mapi system.", shown(library)));
+      return fmt::format("{}, {}, the local store", shown(library), bitsOfLibrary(library));
+    }
+    return lookAtMailClient();
+  }
+
+  static std::string bitsOfLibrary(const std::wstring& file) {
+    const Bits bits = bitsOf(file);
+    if (bits != Bits::bits64)
+      throw unusable(fmt::format("{} is {}, and fendrel is a 64-bit program. Install the 64-bit form.", shown(file),
+                                 bitsWords(bits)));
+    return bitsWords(bits);
+  }
+
+  std::string lookAtMailClient() {
+    library = L"MAPI32.DLL";
+    if (GetModuleHandleW(library.c_str())) return "MAPI32.DLL is loaded in this process already";
+    const DefaultClient client = defaultClient();
+    if (!client.library.empty()) {
+      if (!fileExists(client.library))
+        throw unusable(fmt::format("The default mail program '{}' names {}, which is missing. Repair that program.",
+                                   printable(client.name), shown(client.library)));
+      return fmt::format("{}, {}, of the default mail program '{}'", shown(client.library),
+                         bitsOfLibrary(client.library), printable(client.name));
+    }
+    const DefaultClient narrow = defaultClient(ClientView::bits32);
+    if (!narrow.library.empty())
+      throw unusable(
+          fmt::format("The only mail program is '{}' with {}, which is for 32-bit programs, and fendrel is a "
+                      "64-bit one. Install its 64-bit form, or use --mapi local.",
+                      printable(narrow.name), shown(narrow.library)));
+    if (client.name.empty())
+      throw unusable("The registry names no default mail program. Install one that offers Extended MAPI, or use --mapi "
+                     "local.");
+    throw unusable(fmt::format("The default mail program '{}' offers no Extended MAPI. Install one that does, or use "
+                               "--mapi local.", printable(client.name)));
+  }
+
+  std::string lookAtExports() {
+    const HMODULE module = LoadLibraryW(library.c_str());
+    if (!module)
+      throw systemFailure(ExitCode::mapiUnusable, fmt::format("{} did not load", shown(library)), GetLastError());
+    const std::vector<std::string> missing = missingMapiFunctions(module);
+    if (missing.empty()) return "all there";
+    std::string names;
+    for (const std::string& name : missing) names += (names.empty() ? "" : ", ") + name;
+    throw unusable(fmt::format("{} has no {}. It is not a complete Extended MAPI; use --mapi local, or install one.",
+                               shown(library), names));
+  }
+
+  std::string initialise() {
+    loadMapi(isLocal ? MapiSubsystem::local : MapiSubsystem::system);
+    const MapiStart start;
+    return "MAPI started";
+  }
+
+  std::string lookAtStore() {
+    place = storePlace(context);
+    if (!fileExists(place))
+      throw Failure(ExitCode::mapiUnusable,
+                    fmt::format("There is no store yet; it would be {}. Make it with: fendrel profile add NAME --user "
+                                "\"Your Name\"", shown(place)),
+                    MAPI_E_NOT_FOUND);
+    if (!looksLikeStore(place)) throw noStore(place);
+    const store::StoreFacts facts = keepHouse([&] { return store::readStoreFacts(place); });
+    const std::wstring folder = place.substr(0, place.find_last_of(L"\\/"));
+    ULARGE_INTEGER free{};
+    GetDiskFreeSpaceExW(longPath(folder).c_str(), &free, nullptr, nullptr);
+    const std::string owner = ownerOf(place);
+    return fmt::format("{}, {} and {} of contents, {} free on its disk{}", shown(place),
+                       shortSize(facts.databaseBytes + facts.logBytes), shortSize(facts.contentFileBytes),
+                       shortSize(free.QuadPart), owner.empty() ? "" : ", owner " + printable(owner));
+  }
+
+  std::string lookAtProfiles() {
+    std::vector<ProfileEntry> profiles;
+    try {
+      profiles = context.profiles().list();
+    } catch (const Failure& failure) {
+      // Some systems log on to a profile that is named, and list none.
+      if (failure.code() != MAPI_E_NO_SUPPORT || context.options.profile.empty()) throw;
+      return fmt::format("'{}' is used; this MAPI lists none", printable(context.options.profile));
+    }
+    const std::wstring chosen = chooseProfile(profiles, toWide(context.options.profile));
+    return fmt::format("{}; '{}' is used", counted(profiles.size(), "profile"), printable(chosen));
+  }
+
+  std::string logOn() { return fmt::format("'{}' is logged on", printable(context.session().profile())); }
+
+  std::string lookAtStores() {
+    Session& session = context.session();
+    std::string names;
+    const std::vector<StoreEntry> stores = session.stores();
+    if (stores.empty()) throw unusable("The profile has no message store. Add one in the mail program's settings.");
+    for (const StoreEntry& entry : stores) {
+      session.openTop(*session.openStore(entry, false).Get(), entry.name);
+      names += fmt::format("{}'{}'{}", names.empty() ? "" : ", ", printable(entry.name),
+                           entry.isDefault ? " (default)" : "");
+    }
+    return names;
+  }
+
+  std::string openFolder() {
+    target = openTarget(context, {.to = order.to, .create = order.create, .lookOnly = true});
+    return target.missing ? fmt::format("'{}' would be made", printable(target.path))
+                          : fmt::format("'{}' is there", printable(target.path));
+  }
+
+  // A message that is not saved was never there.
+  std::string tryToCreate() {
+    if (target.missing) return "not known before the folder is made";
+    const OpenFolder folder = context.session().walkToChange(target.path);
+    ComPtr<IMessage> message;
+    const HRESULT code = folder.folder->CreateMessage(nullptr, 0, &message);
+    check(code, folderExitCode(code), fmt::format("No message can be made in '{}'", printable(target.path)));
+    return "messages can be made there";
+  }
+
+  std::string lookAtNames() {
+    for (const std::wstring& name : target.folder.names) checkPostableName(name);
+    return fmt::format("all in this system's code page {}", GetACP());
+  }
+
+  // Of the plug-in's dialogs. None is needed.
+  std::string lookAtLanguages() {
+    std::string found;
+    WIN32_FIND_DATAW entry;
+    if (const FindHandle search = findFirst(programFolder() + L"\\R7Kqe*.dll", entry)) {
+      do {
+        const HMODULE module = LoadLibraryW((programFolder() + L'\\' + entry.cFileName).c_str());
+        const bool isOne = module && GetProcAddress(module, "GetResDllVersion");
+        if (module) FreeLibrary(module);
+        if (!isOne)
+          throw Failure(
+              ExitCode::failed,
+              fmt::format("'{}' beside fendrel.exe is not a language library. Install it again, or take it away.",
+                          printable(std::wstring_view(entry.cFileName))));
+        found += (found.empty() ? "" : ", ") + printable(std::wstring_view(entry.cFileName));
+      } while (FindNextFileW(search.get(), &entry));
+    }
+    return found.empty() ? "none installed, dialogs are in English" : found;
+  }
+
+  std::string checkStore() {
+    const store::CheckResult result =
+        keepHouse([&] { return store::checkStore(place, [](std::uint64_t, std::uint64_t) { return true; }); });
+    if (result.damage.empty())
+      return fmt::format("{} and {} of content are whole", counted(result.messages, "message"),
+                         shortSize(result.contentBytes));
+    throw Failure(ExitCode::damageFound,
+                  fmt::format("{} found in {}. Keep it; \"fendrel store check\" names the damage, and \"fendrel store "
+                              "salvage\" carries over what is whole.", counted(result.damage.size(), "damage"),
+                              shown(place)),
+                  MAPI_E_CORRUPT_STORE);
+  }
+
+  std::string tellVersions() {
+    const std::wstring plugin = programFolder() + L"\\FENDREL.DLL";
+    if (!fileExists(plugin))
+      throw unusable(fmt::format("The plug-in {} is missing. Put FENDREL.DLL beside fendrel.exe.", shown(plugin)));
+    std::string words = fmt::format("fendrel.exe {}, FENDREL.DLL {}", FENDREL_RELEASE, versionOf(plugin));
+    if (!mapiPath().empty()) {
+      const std::string version = versionOf(mapiPath());
+      words += ", MAPI32.DLL " + (version.empty() ? std::string("without a version") : version);
+    }
+    return words;
+  }
+
+  CommandContext& context;
+  const DoctorOrder& order;
+  const std::function<void(const DoctorFinding&)>& tell;
+  const bool isLocal;
+  std::wstring library, place;
+  Target target;
+};
+
+}  // namespace
+
+void examine(CommandContext& context, const DoctorOrder& order, const std::function<void(const DoctorFinding&)>& use) {
+  Examination(context, order, use).run();
+}
+
+}  // namespace fendrel::host

@@ -1,0 +1,58 @@
+#include "posted_check.h"
+
+#include <algorithm>
+
+#include "text.h"
+
+namespace fendrel::host {
+
+PostedCheck::PostedCheck(const std::vector<MessageRow>& present) {
+  for (const MessageRow& row : present) taken.insert(hexadecimal(row.id));
+}
+
+void PostedCheck::expect(Expected file) {
+  if (pending.empty()) sinceTicks = GetTickCount64();
+  pending.push_back(std::move(file));
+}
+
+ULONGLONG PostedCheck::waiting() const { return pending.empty() ? 0 : GetTickCount64() - sinceTicks; }
+
+std::vector<Found> PostedCheck::look(const OpenFolder& folder) {
+  std::vector<Found> results;
+  if (!pending.empty()) {
+    struct Candidate {
+      MessageRow row;
+      std::uint64_t attachedBytes;
+    };
+    std::vector<Candidate> candidates;
+    std::set<std::wstring> names;
+    for (const Expected& file : pending) names.insert(file.name);
+    for (MessageRow& row : messagesNamed(folder, names)) {
+      if (taken.contains(hexadecimal(row.id))) continue;
+      const std::vector<Attachment> attachments = attachmentsOf(*openMessage(folder, row).Get());
+      const std::uint64_t bytes = attachments.size() == 1 ? attachments.front().size : 0;
+      candidates.push_back({std::move(row), bytes});
+    }
+    for (const Expected& file : pending) {
+      Found found{file.file, false, 0, {}};
+      // Of several messages with one name, that of the right size is this file's.
+      auto match = std::ranges::find_if(candidates, [&](const Candidate& each) {
+        return each.row.subject == file.name && each.attachedBytes == file.size;
+      });
+      if (match == candidates.end())
+        match = std::ranges::find_if(candidates, [&](const Candidate& each) { return each.row.subject == file.name; });
+      if (match != candidates.end()) {
+        found.there = true;
+        found.attachedBytes = match->attachedBytes;
+        found.messageClass = match->row.messageClass;
+        taken.insert(hexadecimal(match->row.id));
+        candidates.erase(match);
+      }
+      results.push_back(std::move(found));
+    }
+  }
+  pending.clear();
+  return results;
+}
+
+}  // namespace fendrel::host

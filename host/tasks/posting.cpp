@@ -1,0 +1,378 @@
+#include "posting.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+
+#include "console.h"
+#include "error_words.h"
+#include "present_reports.h"
+#include "text.h"
+
+namespace fendrel::host {
+namespace {
+
+// The folder is looked into after a single file, or at this distance while many are posted; where a look takes long,
+// because the folder holds much, so many times as long passes between two.
+constexpr ULONGLONG lookEvery = 500;
+constexpr ULONGLONG lookShare = 8;
+// No wait is longer, in seconds.
+constexpr std::uint64_t longestWait = 3600;
+
+using State = PostedFile::State;
+
+std::string shortTime(const FILETIME& time) {
+  const std::string whole = localTime(time);
+  return whole.substr(0, whole.rfind(':'));  // without seconds
+}
+
+}  // namespace
+
+std::string shownName(const InputFile& file) { return printable(file.name.empty() ? toWide(file.given) : file.name); }
+
+std::string totalsWords(const PostTotals& totals, double seconds) {
+  std::string words = fmt::format("{} posted", withThousands(totals.posted));
+  const auto add = [&](std::uint64_t count, const char* what) {
+    if (count > 0) words += fmt::format(", {} {}", withThousands(count), what);
+  };
+  add(totals.leftOut, "left out");
+  add(totals.failed, "failed");
+  add(totals.open, "not tried");
+  return words + fmt::format(", {} in {:.1f} s", shortSize(totals.bytes), seconds);
+}
+
+Posting::Posting(CommandContext& running, const PostRequest& chosen, std::vector<InputFile> inputs)
+    : context(running), request(chosen), files(std::move(inputs)), states(files.size()) {}
+
+void Posting::fail(std::size_t file, Failure failure) {
+  // Where another pass follows, the failure is not the last word.
+  const bool again = triesLeft && failure.retryable();
+  if (again)
+    context.tell({Level::notice, "tried", files[file].given, failure.what(), {{"error", jsonError(failure)}}});
+  else
+    context.tell("failed", files[file].given, failure);
+  states[file].state = again ? State::open : State::failed;
+  states[file].failure = std::move(failure);
+}
+
+void Posting::takeProblems() {
+  for (std::size_t file = 0; file < files.size(); ++file)
+    if (files[file].problem) fail(file, *files[file].problem);
+}
+
+void Posting::leaveOutRepeated() {
+  std::set<std::wstring> seen;
+  for (std::size_t file = 0; file < files.size(); ++file) {
+    if (states[file].state != State::open || seen.insert(files[file].identity).second) continue;
+    states[file].state = State::leftOut;
+    context.tell({Level::notice, "left out", files[file].given,
+               fmt::format("'{}' is named twice and is posted once.", printable(files[file].given))});
+  }
+}
+
+void Posting::open() {
+  context.endSession();
+  target = openTarget(context, request.target);
+  for (const std::wstring& path : target.created) {
+    created.push_back(path);
+    context.tell({Level::info, "folder made", {}, fmt::format("Made folder {}", printable(path)),
+               {{"folder", toUtf8(path)}}});
+  }
+  if (target.missing)
+    context.tell({Level::info, "folder missing", {}, fmt::format("Folder {} would be made", printable(target.path)),
+               {{"folder", toUtf8(target.path)}}});
+  if (!request.dryRun && !plugin) plugin.emplace();
+  if (posted || target.missing) return;
+  std::set<std::wstring> names;
+  for (const InputFile& file : files)
+    if (!file.problem) names.insert(file.name);
+  const std::vector<MessageRow> rows = messagesNamed(target.folder, names);
+  if (request.skipExisting) leaveOutPresent(rows);
+  posted.emplace(rows);
+}
+
+void Posting::leaveOutPresent(const std::vector<MessageRow>& rows) {
+  PresentReports present(target.folder, rows);
+  for (std::size_t file = 0; file < files.size(); ++file) {
+    if (states[file].state != State::open) continue;
+    if (cancelRequested()) return;
+    const std::optional<MessageRow> there = present.take(files[file]);
+    if (!there) continue;
+    states[file].state = State::leftOut;
+    context.tell({Level::info, "left out", files[file].given,
+               fmt::format("{} is there already, message of {}", shownName(files[file]), shortTime(there->delivered)),
+               {{"delivered", jsonTime(there->delivered)}}});
+  }
+}
+
+void Posting::tellPlan() {
+  for (std::size_t file = 0; file < files.size(); ++file)
+    if (states[file].state == State::open)
+      context.tell({Level::info, "would post", files[file].given,
+                 fmt::format("{} would be posted to {}, {}", shownName(files[file]), printable(target.path),
+                             counted(files[file].size, "byte")),
+                 {{"folder", toUtf8(target.path)}, {"size", files[file].size}}});
+}
+
+Failure Posting::refusal(std::size_t file, const ExportAnswer& answer) const {
+  const std::string subject = fmt::format("{} was not posted. ", shownName(files[file]));
+  const Destination& destination = target.destination;
+  if (!answer.jobMade) {
+    const std::string what =
+        fmt::format("{}The plug-in cannot use profile '{}'", subject, printable(destination.profile));
+    if (answer.meaning != S_OK) return failureOf(ExitCode::mapiUnusable, what, answer.meaning);
+    return Failure(ExitCode::mapiUnusable,
+                   fmt::format("{} (plug-in code {}). Check the profile and its password.", what,
+                               static_cast<std::int32_t>(answer.code)));
+  }
+  const std::string what = fmt::format("{}Folder '{}' refused the message", subject, printable(target.path));
+  if (answer.meaning != S_OK) return failureOf(folderExitCode(answer.meaning), what, answer.meaning);
+  return Failure(ExitCode::failed, fmt::format("{}: {} (plug-in code {}).", what,
+                                               answer.errorText.empty() ? "no reason was given"
+                                                                        : printable(answer.errorText),
+                                               static_cast<std::int32_t>(answer.code)));
+}
+
+Failure Posting::notThere(std::size_t file, const Found& found) const {
+  const InputFile& input = files[file];
+  if (!found.there)
+    // A store that refuses a message says so earlier; what fails as late as this is the disk, a lock, or the network.
+    return Failure(ExitCode::failed,
+                   fmt::format("{} was not posted. The plug-in reported success, but folder '{}' did not keep the "
+                               "message. Check the store's free disk space and your rights, and post it again.",
+                               shownName(input), printable(target.path)))
+        .mayPass();
+  const std::optional<std::uint64_t> now = sizeNow(input);
+  return Failure(ExitCode::failed,
+                 fmt::format("{} was not posted whole: its message in '{}' holds {} of {} bytes. {}", shownName(input),
+                             printable(target.path), withThousands(found.attachedBytes), withThousands(input.size),
+                             now && *now != input.size ? "The file changed meanwhile; delete the message and post again."
+                                                       : "Delete the message, check the store and post again."));
+}
+
+void Posting::look(const ExportAnswer* together) {
+  const ULONGLONG begun = GetTickCount64();
+  const std::vector<Found> results = posted->look(target.folder);
+  lookTicks = GetTickCount64() - begun;
+  for (const Found& found : results) {
+    const InputFile& file = files[found.file];
+    if (found.there && found.attachedBytes == file.size) {
+      states[found.file].state = State::posted;
+      states[found.file].failure.reset();
+      states[found.file].messageClass = found.messageClass;
+      context.tell({Level::info, "posted", file.given,
+                 fmt::format("{} -> {}, {}", shownName(file), printable(target.path), counted(file.size, "byte")),
+                 {{"name", toUtf8(file.name)},
+                  {"folder", toUtf8(target.path)},
+                  {"size", file.size},
+                  {"class", toUtf8(found.messageClass)}}});
+    } else if (!found.there && together && together->code != FENDREL_SUCCESS) {
+      fail(found.file, refusal(found.file, *together));
+    } else {
+      fail(found.file, notThere(found.file, found));
+    }
+  }
+}
+
+bool Posting::isToBeTriedAgain() const {
+  return std::ranges::any_of(states, [](const PostedFile& each) { return each.state == State::open && each.failure; });
+}
+
+void Posting::postEach(bool isLast) {
+  for (std::size_t file = 0; file < files.size(); ++file) {
+    if (states[file].state != State::open) continue;
+    // The others would fare no better now.
+    if (!isLast && isToBeTriedAgain()) break;
+    if (cancelRequested()) {
+      cancelled = true;
+      break;
+    }
+    progress->startFile(shownName(files[file]));
+    context.tell({Level::detail, "begun", files[file].given, fmt::format("{} is being posted", shownName(files[file]))});
+    const ExportAnswer answer =
+        plugin->exportFiles(target.destination, std::span(&files[file].path, 1), std::span(&files[file].name, 1));
+    if (answer.code == FENDREL_SUCCESS)
+      posted->expect({file, files[file].name, files[file].size});
+    else
+      fail(file, refusal(file, answer));
+    progress->addBytes(files[file].size);
+    progress->endFile();
+    if (posted->waiting() >= std::max(lookEvery, lookShare * lookTicks)) look(nullptr);
+  }
+  look(nullptr);
+}
+
+void Posting::postTogether() {
+  std::vector<std::wstring> paths, names;
+  std::vector<std::size_t> numbers;
+  for (std::size_t file = 0; file < files.size(); ++file) {
+    if (states[file].state != State::open) continue;
+    numbers.push_back(file);
+    paths.push_back(files[file].path);
+    names.push_back(files[file].name);
+  }
+  if (numbers.empty()) return;
+  progress->startFile("all together");
+  const ExportAnswer answer = plugin->exportFiles(target.destination, paths, names);
+  for (const std::size_t file : numbers) posted->expect({file, files[file].name, files[file].size});
+  look(&answer);
+  const bool allThere =
+      std::ranges::all_of(numbers, [&](std::size_t file) { return states[file].state == State::posted; });
+  if (answer.code != FENDREL_SUCCESS && allThere) {
+    whole = Failure(ExitCode::failed,
+                    fmt::format("Every file is in folder '{}', but the plug-in reported a failure: {} (code {}).",
+                                printable(target.path), printable(answer.errorText),
+                                static_cast<std::int32_t>(answer.code)));
+    context.tell("failed", {}, *whole);
+  }
+}
+
+// One try at everything that is still open.
+void Posting::pass(bool isLast) {
+  triesLeft = !isLast;
+  open();
+  if (request.dryRun) {
+    tellPlan();
+    return;
+  }
+  for (PostedFile& each : states)
+    if (each.state == State::open) each.failure.reset();
+  look(nullptr);  // for what the last session left in doubt
+  std::uint64_t readable = 0, bytes = 0;
+  for (std::size_t file = 0; file < files.size(); ++file)
+    if (states[file].state == State::open) {
+      ++readable;
+      bytes += files[file].size;
+    }
+  if (readable == 0) return;
+  progress.emplace("posted", readable, bytes);
+  request.together ? postTogether() : postEach(isLast);
+  progress.reset();
+}
+
+bool Posting::waitForNextPass(unsigned attempt, const std::string& why) {
+  const std::uint64_t seconds = std::min(longestWait, std::uint64_t{request.wait} << std::min(attempt, 20u));
+  context.tell({Level::notice, "waiting", {},
+             fmt::format("{}Trying again in {} ({} of {}).", why, counted(seconds, "second"), attempt + 1,
+                         request.retries),
+             {{"seconds", seconds}, {"try", attempt + 1}, {"tries", request.retries}}});
+  const CancelWords words("stopping");
+  cancelled = !waitUnlessCancelled(static_cast<std::uint32_t>(seconds * 1000));
+  return !cancelled;
+}
+
+ExitCode Posting::run() {
+  const CancelWords words("stopping after this file");
+  takeProblems();
+  leaveOutRepeated();
+  const bool isAnyOpen = std::ranges::any_of(states, [](const auto& each) { return each.state == State::open; });
+  const bool isAnyFailed = std::ranges::any_of(states, [](const auto& each) { return each.state == State::failed; });
+  // An export of all files together is whole or not at all.
+  if (isAnyOpen && request.together && isAnyFailed)
+    printError("fendrel: Nothing was posted: files that go together are posted all or not at all.");
+  else if (isAnyOpen)
+    for (unsigned attempt = 0;; ++attempt) {
+      const bool isLast = attempt >= request.retries;
+      std::string why;
+      try {
+        pass(isLast);
+        if (cancelled || isLast || !isToBeTriedAgain()) break;
+      } catch (const Failure& failure) {
+        progress.reset();
+        if (failure.exitCode() == ExitCode::cancelled) {
+          cancelled = true;
+          break;
+        }
+        if (isLast || !failure.retryable()) {
+          if (totals().posted == 0) throw;
+          whole = failure;
+          context.tell("failed", {}, failure);
+          break;
+        }
+        why = std::string(failure.what()) + ' ';
+      }
+      if (!waitForNextPass(attempt, why)) break;
+    }
+  if (cancelled) printError("fendrel: Cancelled; the files listed above are posted, the others are not.");
+  const ExitCode exit = outcome();
+  tellTotals(exit);
+  return exit;
+}
+
+PostTotals Posting::totals() const {
+  PostTotals totals;
+  for (std::size_t file = 0; file < files.size(); ++file) {
+    switch (states[file].state) {
+      case State::posted:
+        ++totals.posted;
+        totals.bytes += files[file].size;
+        break;
+      case State::leftOut: ++totals.leftOut; break;
+      case State::failed: ++totals.failed; break;
+      case State::open: ++totals.open; break;
+    }
+  }
+  return totals;
+}
+
+ExitCode Posting::outcome() const {
+  if (cancelled) return ExitCode::cancelled;
+  const PostTotals sums = totals();
+  if (whole) return sums.open + sums.failed > 0 ? ExitCode::somePosted : whole->exitCode();
+  if (sums.failed == 0 && (sums.open == 0 || request.dryRun)) return ExitCode::done;
+  if (sums.posted + sums.leftOut > 0) return ExitCode::somePosted;
+  for (const PostedFile& each : states)
+    if (each.failure) return each.failure->exitCode();
+  return ExitCode::failed;
+}
+
+void Posting::tellTotals(ExitCode exit) {
+  if (request.dryRun) return;
+  const PostTotals sums = totals();
+  const double seconds = static_cast<double>(GetTickCount64() - startTicks) / 1000;
+  // The line of a single file says it all.
+  context.tell({files.size() > 1 ? Level::info : Level::record, "total", {}, totalsWords(sums, seconds),
+             {{"posted", sums.posted},
+              {"leftOut", sums.leftOut},
+              {"failed", sums.failed},
+              {"notTried", sums.open},
+              {"bytes", sums.bytes},
+              {"seconds", seconds},
+              {"exitCode", static_cast<int>(exit)}}});
+}
+
+Json Posting::document(ExitCode exit) const {
+  static constexpr const char* names[] = {"not tried", "posted", "left out", "failed"};
+  Json list = Json::array();
+  for (std::size_t file = 0; file < files.size(); ++file) {
+    const PostedFile& result = states[file];
+    Json item = {{"file", files[file].given},
+                 {"name", toUtf8(files[file].name)},
+                 {"size", files[file].size},
+                 {"posted", result.state == State::posted},
+                 {"result", names[static_cast<int>(result.state)]}};
+    if (result.state == State::posted) item["class"] = toUtf8(result.messageClass);
+    if (result.failure) item["error"] = jsonError(*result.failure);
+    list.push_back(item);
+  }
+  Json made = Json::array();
+  for (const std::wstring& path : created) made.push_back(toUtf8(path));
+  const std::wstring& profile = target.destination.profile;
+  const PostTotals sums = totals();
+  Json all = {{"folder", target.path.empty() ? Json(nullptr) : Json(toUtf8(target.path))},
+              {"profile", profile.empty() ? Json(nullptr) : Json(toUtf8(profile))},
+              {"created", made},
+              {"files", list},
+              {"posted", sums.posted},
+              {"leftOut", sums.leftOut},
+              {"failed", sums.failed},
+              {"bytes", sums.bytes},
+              {"cancelled", cancelled},
+              {"exitCode", static_cast<int>(exit)}};
+  if (request.dryRun) all["dryRun"] = true;
+  if (whole) all["error"] = jsonError(*whole);
+  return all;
+}
+
+}  // namespace fendrel::host

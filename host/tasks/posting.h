@@ -1,0 +1,88 @@
+// Posts files: hands them to the plug-in, looks whether their messages are there, tries again what passes by itself.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "input_files.h"
+#include "posted_check.h"
+#include "target.h"
+#include "progress.h"
+
+namespace fendrel::host {
+
+struct PostRequest {
+  TargetChoice target;
+  bool together = false;      // one export for all files, as a report engine makes it
+  bool skipExisting = false;  // a file whose message is there already is left out
+  bool dryRun = false;        // says what would be done
+  unsigned retries = 0;       // how often what passes by itself is tried again
+  unsigned wait = 2;          // seconds before the first time, twice as many before each further one
+};
+
+struct PostedFile {
+  enum class State { open, posted, leftOut, failed };
+  State state = State::open;  // at the end, with a wish to cancel, open: not tried
+  std::wstring messageClass;
+  std::optional<Failure> failure;
+};
+
+struct PostTotals {
+  std::uint64_t posted = 0, leftOut = 0, failed = 0, open = 0, bytes = 0;  // bytes: of what was posted
+};
+
+class Posting {
+ public:
+  Posting(CommandContext& running, const PostRequest& chosen, std::vector<InputFile> inputs);
+
+  // Tells every event. Throws Failure when nothing at all could be posted for a reason that is no file's own.
+  ExitCode run();
+
+  const std::vector<InputFile>& inputs() const { return files; }
+  const std::vector<PostedFile>& results() const { return states; }
+  PostTotals totals() const;
+  // The failure of the whole after some files were posted.
+  const std::optional<Failure>& wholeFailure() const { return whole; }
+  Json document(ExitCode exit) const;
+
+ private:
+  void takeProblems();
+  void leaveOutRepeated();
+  void pass(bool isLast);
+  void open();
+  void leaveOutPresent(const std::vector<MessageRow>& rows);
+  void tellPlan();
+  void postEach(bool isLast);
+  void postTogether();
+  void look(const ExportAnswer* together);
+  void fail(std::size_t file, Failure failure);
+  bool isToBeTriedAgain() const;
+  bool waitForNextPass(unsigned attempt, const std::string& why);
+  Failure refusal(std::size_t file, const ExportAnswer& answer) const;
+  Failure notThere(std::size_t file, const Found& found) const;
+  ExitCode outcome() const;
+  void tellTotals(ExitCode exit);
+
+  CommandContext& context;
+  const PostRequest& request;
+  std::vector<InputFile> files;
+  std::vector<PostedFile> states;
+  Target target;
+  std::vector<std::wstring> created;
+  std::optional<PostedCheck> posted;
+  std::optional<Plugin> plugin;
+  std::optional<Progress> progress;
+  std::optional<Failure> whole;
+  const ULONGLONG startTicks = GetTickCount64();
+  ULONGLONG lookTicks = 0;  // that the last look took
+  bool cancelled = false, triesLeft = false;
+};
+
+// What a file is called in words.
+std::string shownName(const InputFile& file);
+
+// "198 posted, 2 left out, 1 failed, 51.0 MiB in 5.8 s"
+std::string totalsWords(const PostTotals& totals, double seconds);
+
+}  // namespace fendrel::host

@@ -1,0 +1,64 @@
+#include "store_files.h"
+
+#include <mapicode.h>
+
+#include "file_handle.h"
+#include "paths.h"
+#include "text.h"
+
+namespace fendrel::host {
+
+std::wstring storePath(const CommandContext& context, const std::string& given) {
+  if (!given.empty()) return fullPath(given);
+  if (!context.options.store.empty()) return fullPath(context.options.store);
+  const std::wstring present = store::presentStore();
+  if (present.empty()) throw Failure(ExitCode::failed, "There is no store in use. Name its FILE.", MAPI_E_NOT_FOUND);
+  return fullPath(toUtf8(present));
+}
+
+std::wstring storePlace(const CommandContext& context) {
+  if (!context.options.store.empty()) return fullPath(context.options.store);
+  const std::wstring present = store::presentStore();
+  return present.empty() ? present : fullPath(toUtf8(present));
+}
+
+bool looksLikeStore(const std::wstring& path) {
+  constexpr std::string_view databaseMark("SQLite format 3\0", 16), ourMark("Fndl");
+  constexpr std::size_t ourMarkAt = 68;  // SQLite's application identifier
+  const FileHandle file = openToRead(longPath(path), FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
+  char header[100] = {};
+  DWORD read = 0;
+  if (!file || !ReadFile(file.get(), header, sizeof header, &read, nullptr)) return true;  // who knows
+  return std::string_view(header, sizeof header).starts_with(databaseMark) &&
+         std::string_view(header + ourMarkAt, ourMark.size()) == ourMark;
+}
+
+Failure noStore(const std::wstring& path) {
+  return Failure(ExitCode::damageFound,
+                 fmt::format("'{}' is not a store of fendrel's, or its beginning is destroyed. Name another file with "
+                             "--store or FENDREL_STORE; \"fendrel store salvage\" carries over what is whole.",
+                             printable(displayPath(path))),
+                 MAPI_E_CORRUPT_STORE);
+}
+
+HRESULT codeOf(store::Trouble trouble) {
+  switch (trouble) {
+    case store::Trouble::notFound: return MAPI_E_NOT_FOUND;
+    case store::Trouble::exists: return MAPI_E_COLLISION;
+    case store::Trouble::noAccess: return MAPI_E_NO_ACCESS;
+    case store::Trouble::notEnoughDisk: return MAPI_E_NOT_ENOUGH_DISK;
+    case store::Trouble::busy: return MAPI_E_BUSY;
+    case store::Trouble::damaged: return MAPI_E_CORRUPT_STORE;
+    case store::Trouble::newer: return MAPI_E_VERSION;
+    case store::Trouble::cancelled: return MAPI_E_USER_CANCEL;
+    case store::Trouble::failed: break;
+  }
+  return MAPI_E_CALL_FAILED;
+}
+
+ExitCode exitCodeOf(store::Trouble trouble) {
+  if (trouble == store::Trouble::damaged) return ExitCode::damageFound;
+  return trouble == store::Trouble::cancelled ? ExitCode::cancelled : ExitCode::failed;
+}
+
+}  // namespace fendrel::host

@@ -1,0 +1,124 @@
+#include "watch.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <map>
+
+#include "console.h"
+#include "text.h"
+
+namespace fendrel::host {
+namespace {
+
+constexpr DWORD pollEvery = 1000;              // milliseconds
+constexpr ULONGLONG houseEvery = 24 * 3600'000;
+constexpr ULONGLONG shortestPause = 30'000;    // after a failure that passes by itself
+constexpr ULONGLONG longestPause = 900'000;
+
+// What is known of a file that was seen.
+struct Seen {
+  std::uint64_t size = 0;
+  FILETIME written{};
+  ULONGLONG since = 0;     // when it had this size and this time first
+  bool isDone = false;     // posted, or refused for good, and still where it was
+};
+
+bool isSame(const Seen& seen, const InputFile& file) {
+  return seen.size == file.size && CompareFileTime(&seen.written, &file.written) == 0;
+}
+
+class Watch {
+ public:
+  Watch(CommandContext& running, const Job& watched) : context(running), job(watched) {
+    job.request.skipExisting = true;  // the folder alone tells what an earlier watch has posted
+  }
+
+  ExitCode run() {
+    const JobLock lock(job);
+    const CancelWords words("stopping after this file");
+    context.tell({Level::info, "watching", {}, fmt::format("Watching for the files of {}", printable(job.file))});
+    while (!cancelRequested()) {
+      if (GetTickCount64() >= pauseEnd) step();
+      waitUnlessCancelled(pollEvery);
+    }
+    context.tell({Level::info, "stopped", {}, "Stopped watching"});
+    return ExitCode::done;
+  }
+
+ private:
+  void step() {
+    try {
+      const std::vector<InputFile> ready = completeFiles();
+      bool isWhole = true;
+      if (!ready.empty()) isWhole = post(ready);
+      if (isWhole && !job.retention.isEmpty() && (!houseKept || GetTickCount64() - houseTicks >= houseEvery)) {
+        keepHouseForJob(context, job, false);
+        houseKept = true;
+        houseTicks = GetTickCount64();
+      }
+      context.endSession();
+      if (isWhole) pause = 0;
+    } catch (const Failure& failure) {
+      context.endSession();
+      if (failure.exitCode() == ExitCode::cancelled) return;
+      if (!failure.retryable()) throw;
+      context.tell("failed", {}, failure);
+      waitLonger();
+    }
+  }
+
+  void waitLonger() {
+    pause = std::clamp(pause * 2, shortestPause, longestPause);
+    pauseEnd = GetTickCount64() + pause;
+  }
+
+  // Those that are new and complete. Files that are gone are forgotten.
+  std::vector<InputFile> completeFiles() {
+    const InputFiles inputs = jobFiles(job, Look::later);
+    const ULONGLONG now = GetTickCount64();
+    std::map<std::wstring, Seen> present;
+    std::vector<InputFile> ready;
+    for (InputFile file : inputs.files) {
+      if (file.problem || !readDirectoryEntry(file)) continue;
+      const auto known = seen.find(file.path);
+      Seen entry = known != seen.end() && isSame(known->second, file)
+                       ? known->second
+                       : Seen{file.size, file.written, now, false};
+      if (!entry.isDone && now - entry.since >= ULONGLONG{job.settle} * 1000 && isClosedByOthers(file)) {
+        InputFile looked = lookAtFile(file.given);
+        if (!looked.problem && isSame(entry, looked)) ready.push_back(std::move(looked));
+      }
+      present.emplace(file.path, entry);
+    }
+    seen = std::move(present);
+    return ready;
+  }
+
+  // False when some are to be tried again.
+  bool post(const std::vector<InputFile>& ready) {
+    const JobOutcome outcome = postForJob(context, job, ready);
+    bool isAgain = false;
+    for (std::size_t file = 0; file < ready.size(); ++file) {
+      const PostedFile& result = outcome.results[file];
+      const bool passes = result.state == PostedFile::State::open ||
+                          (result.failure && result.failure->retryable() && result.state == PostedFile::State::failed);
+      isAgain = isAgain || passes;
+      if (const auto entry = seen.find(ready[file].path); entry != seen.end()) entry->second.isDone = !passes;
+    }
+    if (isAgain) waitLonger();
+    return !isAgain;
+  }
+
+  CommandContext& context;
+  Job job;
+  std::map<std::wstring, Seen> seen;  // by path
+  ULONGLONG pause = 0, pauseEnd = 0, houseTicks = 0;
+  bool houseKept = false;
+};
+
+}  // namespace
+
+ExitCode watchJob(CommandContext& context, const Job& job) { return Watch(context, job).run(); }
+
+}  // namespace fendrel::host
