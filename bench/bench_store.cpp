@@ -37,8 +37,8 @@ void openNamed(const Mapi& mapi, IMAPITable* table, const wchar_t* name, Open op
 void makeProfile(const Mapi& mapi) {
   ComPtr<IProfAdmin> admin;
   require(mapi.adminProfiles(0, &admin), "MAPIAdminProfiles");
-  const HRESULT result = admin->CreateProfile(reinterpret_cast<LPTSTR>(const_cast<wchar_t*>(profileName)), nullptr, 0,
-                                              MAPI_UNICODE);
+  const HRESULT result =
+      admin->CreateProfile(reinterpret_cast<LPTSTR>(const_cast<wchar_t*>(profileName)), nullptr, 0, MAPI_UNICODE);
   if (result != MAPI_E_NO_ACCESS) require(result, "CreateProfile");  // there already
 }
 
@@ -48,12 +48,14 @@ void makeFolder(const Mapi& mapi, IMsgStore* store) {
   ULONG type = 0;
   ComPtr<IUnknown> subtree;
   require(store->OpenEntry(subtreeId->Value.bin.cb, reinterpret_cast<ENTRYID*>(subtreeId->Value.bin.lpb), nullptr,
-                           MAPI_MODIFY, &type, &subtree), "OpenEntry");
+                           MAPI_MODIFY, &type, &subtree),
+          "OpenEntry");
   mapi.freeBuffer(subtreeId);
   ComPtr<IMAPIFolder> folder;
   require(static_cast<IMAPIFolder*>(subtree.Get())
               ->CreateFolder(FOLDER_GENERIC, reinterpret_cast<LPTSTR>(const_cast<wchar_t*>(folderName)), nullptr,
-                             nullptr, MAPI_UNICODE | OPEN_IF_EXISTS, &folder), "CreateFolder");
+                             nullptr, MAPI_UNICODE | OPEN_IF_EXISTS, &folder),
+          "CreateFolder");
 }
 
 template <class Function>
@@ -76,7 +78,8 @@ ComPtr<IMsgStore> openPublicStore(const Mapi& mapi, IMAPISession* session) {
 ComPtr<IMAPISession> logOn(const Mapi& mapi) {
   ComPtr<IMAPISession> session;
   require(mapi.logonEx(0, const_cast<wchar_t*>(profileName), const_cast<wchar_t*>(L""),
-                       MAPI_UNICODE | MAPI_NO_MAIL | MAPI_EXTENDED | MAPI_NEW_SESSION, &session), "MAPILogonEx");
+                       MAPI_UNICODE | MAPI_NO_MAIL | MAPI_EXTENDED | MAPI_NEW_SESSION, &session),
+          "MAPILogonEx");
   return session;
 }
 
@@ -142,7 +145,8 @@ OpenFolder openFolder(const Mapi& mapi) {
   ULONG type = 0;
   ComPtr<IUnknown> subtree;
   require(open.store->OpenEntry(subtreeId->Value.bin.cb, reinterpret_cast<ENTRYID*>(subtreeId->Value.bin.lpb), nullptr,
-                                MAPI_BEST_ACCESS, &type, &subtree), "OpenEntry");
+                                MAPI_BEST_ACCESS, &type, &subtree),
+          "OpenEntry");
   mapi.freeBuffer(subtreeId);
   ComPtr<IMAPITable> children;
   require(static_cast<IMAPIFolder*>(subtree.Get())->GetHierarchyTable(0, &children), "GetHierarchyTable");

@@ -25,7 +25,7 @@ struct Mapi {
   LPMAPIALLOCATEBUFFER allocateBuffer;
   LPMAPIFREEBUFFER freeBuffer;
   LPMAPIADMINPROFILES adminProfiles;
-  HRESULT (STDAPICALLTYPE* getOneProp)(IMAPIProp*, ULONG, SPropValue**);
+  HRESULT(STDAPICALLTYPE* getOneProp)(IMAPIProp*, ULONG, SPropValue**);
 };
 
 // Ends the program with a message when `result` is a failure.

@@ -46,9 +46,10 @@ void setProperties(const Mapi& mapi, IMAPIProp* object, SPropValue (&values)[cou
 void copyFile(const std::wstring& file, IAttach* attachment) {
   ComPtr<IUnknown> stream;
   require(attachment->OpenProperty(PR_ATTACH_DATA_BIN, &streamId, STGM_CREATE | STGM_WRITE, MAPI_CREATE | MAPI_MODIFY,
-                                   &stream), "OpenProperty");
-  const HANDLE input = CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                   FILE_ATTRIBUTE_NORMAL, nullptr);
+                                   &stream),
+          "OpenProperty");
+  const HANDLE input =
+      CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   require(input == INVALID_HANDLE_VALUE ? MAPI_E_NOT_FOUND : S_OK, "opening an input file");
   BYTE buffer[4096];
   DWORD count = 0;
@@ -67,10 +68,14 @@ void postOne(const Mapi& mapi, const OpenFolder& open, const std::wstring& file,
   GetSystemTimeAsFileTime(&now);
   ComPtr<IMessage> message;
   require(open.folder->CreateMessage(nullptr, 0, &message), "CreateMessage");
-  SPropValue properties[] = {text(PR_SUBJECT_W, name), text(PR_MESSAGE_CLASS_W, messageClass),
-                             time(PR_CLIENT_SUBMIT_TIME, now), time(PR_MESSAGE_DELIVERY_TIME, now),
-                             number(PR_SENSITIVITY, 0), text(PR_CONVERSATION_TOPIC_W, name),
-                             bytes(PR_SENDER_ENTRYID, open.identity), text(PR_SENDER_NAME_W, sender),
+  SPropValue properties[] = {text(PR_SUBJECT_W, name),
+                             text(PR_MESSAGE_CLASS_W, messageClass),
+                             time(PR_CLIENT_SUBMIT_TIME, now),
+                             time(PR_MESSAGE_DELIVERY_TIME, now),
+                             number(PR_SENSITIVITY, 0),
+                             text(PR_CONVERSATION_TOPIC_W, name),
+                             bytes(PR_SENDER_ENTRYID, open.identity),
+                             text(PR_SENDER_NAME_W, sender),
                              bytes(PR_SENDER_SEARCH_KEY, open.searchKey),
                              bytes(PR_SENT_REPRESENTING_ENTRYID, open.identity),
                              text(PR_SENT_REPRESENTING_NAME_W, sender),

@@ -87,9 +87,8 @@ double listing(const Mapi& mapi, int expected) {
   const OpenFolder open = openFolder(mapi);
   std::vector<double> times;
   for (int round = 0; round < 3; ++round) {
-    times.push_back(millisecondsOf([&] {
-      require(rowsOf(mapi, open) == expected ? S_OK : MAPI_E_CORRUPT_DATA, "reading every row");
-    }));
+    times.push_back(millisecondsOf(
+        [&] { require(rowsOf(mapi, open) == expected ? S_OK : MAPI_E_CORRUPT_DATA, "reading every row"); }));
   }
   open.session->Logoff(0, 0, 0);
   return median(times);

@@ -109,7 +109,8 @@ class Plugin {
     FendrelJob job = 0;
     FendrelResult* result = nullptr;
     check(entry<decltype(&NRVInitExportDestinationW)>("NRVInitExportDestinationW")(nullptr, 0, &options, &list, &job,
-                                                                                     &result), "set-up", job);
+                                                                                   &result),
+          "set-up", job);
     FendrelExportDescription description{};
     description.size = sizeof description;
     description.fileCount = count;
@@ -187,8 +188,9 @@ extern "C" int wmain(int argumentCount, wchar_t** arguments) {
   const std::wstring way = argumentCount > 1 ? arguments[1] : L"";
   const bool isInTurn = way == L"share";
   if (argumentCount != (isInTurn ? 6 : 5)) {
-    std::fprintf(stderr, "usage: post_bench plugin|direct FOLDER COUNT SIZE\n"
-                         "       post_bench share FOLDER COUNT SIZE ROUNDS\n");
+    std::fprintf(stderr,
+                 "usage: post_bench plugin|direct FOLDER COUNT SIZE\n"
+                 "       post_bench share FOLDER COUNT SIZE ROUNDS\n");
     return 2;
   }
   const std::size_t count = std::wcstoull(arguments[3], nullptr, 10), size = std::wcstoull(arguments[4], nullptr, 10);

@@ -41,7 +41,8 @@ constexpr ErrorWords knownErrors[] = {
     {MAPI_E_TIMEOUT, "MAPI_E_TIMEOUT", "the store did not answer in time", "Try again in a moment."},
     {MAPI_E_DISK_ERROR, "MAPI_E_DISK_ERROR", "the disk reported an error", "Check the disk that holds the store."},
     {MAPI_E_NETWORK_ERROR, "MAPI_E_NETWORK_ERROR", "the server cannot be reached, or the store lies on a network drive",
-     "Check the network; keep fendrel's own store on a local disk, or set FENDREL_ALLOW_NETWORK_STORE=1 where one machine "
+     "Check the network; keep fendrel's own store on a local disk, or set FENDREL_ALLOW_NETWORK_STORE=1 where one "
+     "machine "
      "alone uses it."},
     {MAPI_E_OBJECT_CHANGED, "MAPI_E_OBJECT_CHANGED", "another program changed it meanwhile", "Try again."},
     {MAPI_E_OBJECT_DELETED, "MAPI_E_OBJECT_DELETED", "another program deleted it meanwhile", ""},

@@ -55,9 +55,10 @@ std::string HelpFormat::make_help(const CLI::App* app, std::string name, CLI::Ap
   const std::size_t end = text.find_last_not_of('\n');
   text.erase(end == std::string::npos ? 0 : end + 1);
   if (app->get_parent())
-    text += "\n\nFor every command: --store FILE, --mapi WHICH, --profile NAME, --password-file FILE,\n"
-            "--password-command COMMAND, --json, --json-lines, --log-file FILE, --quiet, --verbose;\n"
-            "\"fendrel --help\" explains them.";
+    text +=
+        "\n\nFor every command: --store FILE, --mapi WHICH, --profile NAME, --password-file FILE,\n"
+        "--password-command COMMAND, --json, --json-lines, --log-file FILE, --quiet, --verbose;\n"
+        "\"fendrel --help\" explains them.";
   return text;
 }
 

@@ -73,8 +73,7 @@ void Progress::draw() {
     const double seconds = static_cast<double>(now - startTicks) / 1000;
     std::string name = current;
     // The plug-in tells nothing while it posts a file; the seconds show that something goes on.
-    if (!name.empty() && now - currentTicks >= longFile)
-      name += fmt::format(", {} s", (now - currentTicks) / 1000);
+    if (!name.empty() && now - currentTicks >= longFile) name += fmt::format(", {} s", (now - currentTicks) / 1000);
     text = render(what, filesDone, files, bytesDone, bytes, seconds, name, terminalWidth());
   }
   showProgress(text);
@@ -83,14 +82,14 @@ void Progress::draw() {
 std::string Progress::render(const std::string& what, std::uint64_t filesDone, std::uint64_t files,
                              std::uint64_t bytesDone, std::uint64_t bytes, double seconds, const std::string& name,
                              std::size_t width) {
-  const double share = bytes > 0    ? std::min(1.0, static_cast<double>(bytesDone) / static_cast<double>(bytes))
+  const double share = bytes > 0   ? std::min(1.0, static_cast<double>(bytesDone) / static_cast<double>(bytes))
                        : files > 0 ? static_cast<double>(filesDone) / static_cast<double>(files)
                                    : 1.0;
   constexpr std::size_t cells = 20;
   const auto full = static_cast<std::size_t>(share * cells);
-  std::string text = fmt::format("[{}{}] {:3.0f} %  {} of {} {}", std::string(full, '#'),
-                                 std::string(cells - full, '.'), share * 100, withThousands(filesDone),
-                                 counted(files, "file"), what);
+  std::string text =
+      fmt::format("[{}{}] {:3.0f} %  {} of {} {}", std::string(full, '#'), std::string(cells - full, '.'), share * 100,
+                  withThousands(filesDone), counted(files, "file"), what);
   if (bytesDone > 0) {
     text += ", " + shortSize(bytesDone);
     if (seconds >= 0.5) {

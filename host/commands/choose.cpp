@@ -54,9 +54,9 @@ ExitCode choose(CommandContext& context, const ChooseOptions& options) {
   if (!options.file.empty()) choice.save(options.file);
   context.line(toUtf8(choice.folderPath()));
   context.document({{"profile", toUtf8(choice.profile())},
-                 {"folder", toUtf8(choice.folderPath())},
-                 {"type", choice.type()},
-                 {"file", options.file.empty() ? Json(nullptr) : Json(options.file)}});
+                    {"folder", toUtf8(choice.folderPath())},
+                    {"type", choice.type()},
+                    {"file", options.file.empty() ? Json(nullptr) : Json(options.file)}});
   return ExitCode::done;
 }
 

@@ -8,8 +8,8 @@
 #include "error_words.h"
 #include "help_format.h"
 #include "paths.h"
-#include "suggestion.h"
 #include "store_files.h"
+#include "suggestion.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -37,7 +37,8 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
                  "The local store's database; else the environment variable FENDREL_STORE names it, else it is "
                  "Fendrel\\store.db in the user's local application data")
       ->type_name("FILE");
-  app.add_option("--mapi", options.mapi, "local: the store that comes with fendrel (default); system: this machine's MAPI")
+  app.add_option("--mapi", options.mapi,
+                 "local: the store that comes with fendrel (default); system: this machine's MAPI")
       ->check(CLI::IsMember({"local", "system"}))
       ->type_name("WHICH");
   app.add_option("--profile", options.profile, "The MAPI profile; else the default one, or the only one")
@@ -51,8 +52,9 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
       ->type_name("COMMAND");
   // What stands on a command line can be read by others in the list of processes.
   app.add_option("--password", "")->group("")->each([](const std::string&) {
-    throw CLI::ValidationError("A password on a command line can be read by others, so --password is not taken. Give "
-                               "--password-file or --password-command, or set FENDREL_PASSWORD");
+    throw CLI::ValidationError(
+        "A password on a command line can be read by others, so --password is not taken. Give "
+        "--password-file or --password-command, or set FENDREL_PASSWORD");
   });
   app.add_flag("--json", options.json, "Give the result as one JSON document");
   app.add_flag("--json-lines", options.jsonLines,
@@ -106,8 +108,9 @@ std::string usageWords(const CLI::App& app, const CLI::ParseError& error) {
   if (!at->get_subcommands({}).empty()) {  // no command after a word that needs one
     const std::vector<std::string> unknown = app.remaining(true);
     const bool named = !unknown.empty() && !unknown.front().starts_with('-');
-    words = named ? "Unknown command '" + printable(unknown.front()) + "'" + didYouMean(unknown.front(), commandsOf(*at))
-                  : "Missing command after " + command;
+    words = named
+                ? "Unknown command '" + printable(unknown.front()) + "'" + didYouMean(unknown.front(), commandsOf(*at))
+                : "Missing command after " + command;
   } else if (const std::vector<std::string> unknown = app.remaining(true);
              !unknown.empty() && unknown.front().starts_with('-')) {
     std::vector<std::string> known = optionsOf(*at);
@@ -171,9 +174,7 @@ ExitCode parseAndDo(std::vector<std::string> arguments) {
   std::vector<std::string> helpWords;
   CLI::App* helping = app.add_subcommand("help", "Show help; with a command, that command's help");
   helping->add_option("COMMAND", helpWords, "The command");
-  helping->callback([&] {
-    context.command = [&](CommandContext&) { return showHelp(app, helpWords); };
-  });
+  helping->callback([&] { context.command = [&](CommandContext&) { return showHelp(app, helpWords); }; });
 
   for (CLI::App* command : app.get_subcommands({})) {
     command->group("Commands");

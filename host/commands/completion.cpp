@@ -79,9 +79,10 @@ void addCompletionCommand(CLI::App& app, CommandContext& context) {
   const auto shell = std::make_shared<std::string>();
   CLI::App* command = app.add_subcommand("completion", "Print a script that completes commands and options in a shell");
   command->add_option("SHELL", *shell, "bash or powershell")->required()->check(CLI::IsMember({"bash", "powershell"}));
-  command->footer("Examples:\n"
-                  "  fendrel completion bash > ~/.local/share/bash-completion/completions/fendrel\n"
-                  "  fendrel completion powershell >> $PROFILE");
+  command->footer(
+      "Examples:\n"
+      "  fendrel completion bash > ~/.local/share/bash-completion/completions/fendrel\n"
+      "  fendrel completion powershell >> $PROFILE");
   command->callback([&app, &context, shell] {
     context.command = [&app, shell](CommandContext&) {
       std::vector<Completion> all;

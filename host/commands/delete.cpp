@@ -4,10 +4,10 @@
 #include <memory>
 
 #include "console.h"
-#include "error_words.h"
-#include "password_input.h"
-#include "message_place.h"
 #include "deletion.h"
+#include "error_words.h"
+#include "message_place.h"
+#include "password_input.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -32,16 +32,14 @@ std::vector<std::string> wantedNumbers(const DeleteOptions& options) {
 }
 
 // What a person has named one by one is deleted; what a description found is shown first.
-void askFirst(const DeleteOptions& options, const OpenFolder& folder,
-              const std::vector<ChosenMessage>& messages) {
+void askFirst(const DeleteOptions& options, const OpenFolder& folder, const std::vector<ChosenMessage>& messages) {
   if (!options.filter.hasCriteria() || options.yes || messages.empty()) return;
   const std::string words = fmt::format("{} of '{}'", counted(messages.size(), "message"), printable(folder.path));
   if (!inputIsTerminal())
     throw Failure(ExitCode::wrongUsage,
                   fmt::format("{} would be deleted. Add --yes to delete them, or --dry-run to see them.", words));
   for (const ChosenMessage& message : messages) printError(deletionWords(message));
-  if (!confirm(fmt::format("Delete {} for good?", words)))
-    throw Failure(ExitCode::cancelled, "Nothing was deleted.");
+  if (!confirm(fmt::format("Delete {} for good?", words))) throw Failure(ExitCode::cancelled, "Nothing was deleted.");
 }
 
 ExitCode deleteMessages(CommandContext& context, const DeleteOptions& options) {
@@ -49,8 +47,8 @@ ExitCode deleteMessages(CommandContext& context, const DeleteOptions& options) {
   Session& session = context.session();
   const bool toWrite = !options.dryRun;
   const OpenFolder folder = options.place.personal ? session.personalReports(toWrite)
-                            : toWrite ? session.walkToChange(toWide(options.place.path))
-                                      : session.walk(toWide(options.place.path));
+                            : toWrite              ? session.walkToChange(toWide(options.place.path))
+                                                   : session.walk(toWide(options.place.path));
   // All are looked up before the first message goes and the others move up.
   MessageTable table(folder, options.place.hidden);
   const std::vector<ChosenMessage> messages = chooseMessages(table, numbers, options.filter);

@@ -29,8 +29,11 @@ ExitCode callDoctor(CommandContext& context, const DoctorOptions& options) {
     else
       item["error"] = finding.error;
     // A cross is the result here, so it stands with the ticks.
-    context.tell({Level::info, "finding", {},
-               fmt::format("{} {:<13}  {}", finding.isGood ? tick : cross, finding.what, finding.words), item});
+    context.tell({Level::info,
+                  "finding",
+                  {},
+                  fmt::format("{} {:<13}  {}", finding.isGood ? tick : cross, finding.what, finding.words),
+                  item});
     list.push_back(std::move(item));
   };
   DoctorOrder order{options.to};

@@ -57,12 +57,13 @@ class Exporting {
     collect(options.place.open(context.session()), fullPath(options.directory), options.directory);
     Json list = Json::array();
     for (const ExportFolder& folder : folders) {
-      context.tell({Level::info, "would export", {},
-                 fmt::format("{} -> {}, {} would be exported", printable(folder.folder.path), printable(folder.shown),
-                             counted(folder.messages.size(), "message"))});
-      list.push_back({{"folder", toUtf8(folder.folder.path)},
-                      {"directory", folder.shown},
-                      {"messages", folder.messages.size()}});
+      context.tell({Level::info,
+                    "would export",
+                    {},
+                    fmt::format("{} -> {}, {} would be exported", printable(folder.folder.path),
+                                printable(folder.shown), counted(folder.messages.size(), "message"))});
+      list.push_back(
+          {{"folder", toUtf8(folder.folder.path)}, {"directory", folder.shown}, {"messages", folder.messages.size()}});
     }
     context.document({{"folders", list}, {"dryRun", true}});
     return ExitCode::done;
@@ -147,9 +148,9 @@ class Exporting {
       } catch (const Failure& failure) {
         if (endsEverything(failure)) throw;
         one.failed = 1;
-        tell(Failure(failure.exitCode(), fmt::format("Message '{}' of '{}' was not exported. {}",
-                                                     printable(message.subject), printable(folder.folder.path),
-                                                     failure.what())));
+        tell(Failure(failure.exitCode(),
+                     fmt::format("Message '{}' of '{}' was not exported. {}", printable(message.subject),
+                                 printable(folder.folder.path), failure.what())));
       }
       progress->endFile();
       counts += one;
@@ -253,8 +254,9 @@ void addExportCommand(CLI::App& app, CommandContext& context) {
   CLI::App* command = app.add_subcommand("export", "Save all messages of a folder or of a whole store as files");
   options->place.addOptions(*command);
   command->add_option("DIR", options->directory, "The directory; it is made when it is missing");
-  options->form.addOption(*command, "What to make of a message: file for its attached files (default), msg or eml for "
-                                    "the whole message, as mail programs keep it");
+  options->form.addOption(*command,
+                          "What to make of a message: file for its attached files (default), msg or eml for "
+                          "the whole message, as mail programs keep it");
   command->add_flag("--only-folder", options->onlyFolder, "Leave out the folders below");
   command
       ->add_option("--number", options->numbers,

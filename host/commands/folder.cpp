@@ -40,11 +40,13 @@ std::wstring checkedName(const std::string& given) {
   if (name.empty()) throw Failure(ExitCode::wrongUsage, "The folder's new name is empty.");
   if (!isPlainName(name))
     throw Failure(ExitCode::wrongUsage, fmt::format("'{}' cannot be a folder's name: it is blank, or holds control "
-                                                    "characters.", printable(given)));
+                                                    "characters.",
+                                                    printable(given)));
   if (name.find(L'@') != std::wstring::npos)
     throw Failure(ExitCode::wrongUsage,
                   fmt::format("'{}' cannot be a folder's name: '@' separates the names of a path. Give the new name "
-                              "alone, without its path.", printable(given)));
+                              "alone, without its path.",
+                              printable(given)));
   if (name.size() > longestName)
     throw Failure(ExitCode::wrongUsage,
                   fmt::format("The new name has {} characters, and reports can be posted to names of at most {}.",
@@ -111,15 +113,15 @@ ExitCode deleteFolder(CommandContext& context, const std::string& path, bool rec
   if (!recursive && (held.messages > 0 || held.folders > 0))
     throw Failure(ExitCode::folderRefused,
                   fmt::format("Folder '{}' holds {} and was not deleted. --recursive deletes it with all of them, for "
-                              "good.", printable(folder.path), words));
+                              "good.",
+                              printable(folder.path), words));
   const EntryId id = idOf(*folder.folder.Get(), PR_ENTRYID, subject);
   const EntryId parentId = idOf(*folder.folder.Get(), PR_PARENT_ENTRYID, subject);
   const ComPtr<IMAPIFolder> parent = session.openFolder(*folder.store.Get(), parentId, folder.path, true);
   // Without --recursive no flag: what was posted just now keeps the folder.
   const HRESULT code = parent->DeleteFolder(static_cast<ULONG>(id.size()), asEntryId(id), 0, nullptr,
                                             recursive ? DEL_FOLDERS | DEL_MESSAGES : 0);
-  if (code == MAPI_E_NO_ACCESS)
-    throw failureOf(ExitCode::folderRefused, subject, code, "A store's own folders stay.");
+  if (code == MAPI_E_NO_ACCESS) throw failureOf(ExitCode::folderRefused, subject, code, "A store's own folders stay.");
   if (code == MAPI_E_HAS_MESSAGES || code == MAPI_E_HAS_FOLDERS)
     throw failureOf(ExitCode::folderRefused, subject, code, "Something came into it just now; look and try again.");
   check(code, folderExitCode(code), subject);
@@ -140,9 +142,12 @@ void addFolderCommand(CLI::App& app, CommandContext& context) {
   const auto path = std::make_shared<std::string>();
   CLI::App* create = command->add_subcommand("create", "Make a folder, and those above it that are missing");
   create->add_option("PATH", *path, pathWords)->required();
-  create->footer("A folder that is there already is not a failure.\n"
-                 "Example:\n  fendrel folder create \"Public Folders@Reports@Weekly\"");
-  create->callback([&context, path] { context.command = [path](CommandContext& running) { return createFolders(running, *path); }; });
+  create->footer(
+      "A folder that is there already is not a failure.\n"
+      "Example:\n  fendrel folder create \"Public Folders@Reports@Weekly\"");
+  create->callback([&context, path] {
+    context.command = [path](CommandContext& running) { return createFolders(running, *path); };
+  });
 
   const auto name = std::make_shared<std::string>();
   CLI::App* rename = command->add_subcommand("rename", "Give a folder another name; it stays where it is");
@@ -157,8 +162,9 @@ void addFolderCommand(CLI::App& app, CommandContext& context) {
   CLI::App* remove = command->add_subcommand("delete", "Delete a folder");
   remove->add_option("PATH", *path, pathWords)->required();
   remove->add_flag("--recursive", *recursive, "With its messages and all folders below it, for good");
-  remove->footer("Without --recursive only an empty folder is deleted. Nothing is asked.\n"
-                 "Example:\n  fendrel folder delete \"Public Folders@Reports@Weekly\" --recursive");
+  remove->footer(
+      "Without --recursive only an empty folder is deleted. Nothing is asked.\n"
+      "Example:\n  fendrel folder delete \"Public Folders@Reports@Weekly\" --recursive");
   remove->callback([&context, path, recursive] {
     context.command = [path, recursive](CommandContext& running) { return deleteFolder(running, *path, *recursive); };
   });

@@ -38,7 +38,7 @@ void printStore(CommandContext& context, const StoreEntry& store, const std::vec
   for (const Line& line : lines) width = std::max(width, 2 * line.depth + displayWidth(line.name));
   for (const Line& line : lines)
     context.line(fmt::format("{}  {}", padded(std::string(2 * line.depth, ' ') + line.name, width),
-                          line.messages == 0 ? "-" : counted(line.messages, "message")));
+                             line.messages == 0 ? "-" : counted(line.messages, "message")));
 }
 
 ExitCode showFolders(CommandContext& context) {
@@ -69,8 +69,9 @@ ExitCode showFolders(CommandContext& context) {
 
 void addFoldersCommand(CLI::App& app, CommandContext& context) {
   CLI::App* command = app.add_subcommand("folders", "Show the folders of all message stores as a tree");
-  command->footer("Folder names joined by '@', message store first, are the path that other commands take:\n"
-                  "  fendrel list \"Public Folders@Reports@Daily\"");
+  command->footer(
+      "Folder names joined by '@', message store first, are the path that other commands take:\n"
+      "  fendrel list \"Public Folders@Reports@Daily\"");
   command->callback([&context] { context.command = showFolders; });
 }
 

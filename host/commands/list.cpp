@@ -153,9 +153,10 @@ void addListCommand(CLI::App& app, CommandContext& context) {
   command->add_flag("--wide", options->wide, "On a terminal too: names are not shortened to its width");
   command->add_option("--newest", options->newest, "Only the newest N messages")->type_name("N");
   command->add_flag("--brief", options->brief, "Do not open the messages: faster, without attachment names");
-  command->footer("Examples:\n"
-                  "  fendrel list \"Public Folders@Reports@Daily\" --newest 20\n"
-                  "  fendrel list \"Public Folders@Reports@Daily\" --subject sales* --since 2026-11-01 --ids");
+  command->footer(
+      "Examples:\n"
+      "  fendrel list \"Public Folders@Reports@Daily\" --newest 20\n"
+      "  fendrel list \"Public Folders@Reports@Daily\" --subject sales* --since 2026-11-01 --ids");
   command->callback([&context, options] {
     context.command = [options](CommandContext& running) { return listMessages(running, *options); };
   });

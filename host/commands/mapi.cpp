@@ -42,13 +42,14 @@ ExitCode registerMapi(CommandContext& context, const RegisterOptions& options) {
     if (!registerClient(scope, library)) continue;
     const bool isActive = isOurs({defaultClient().name, {}});
     context.line(fmt::format("'{}' is registered for {}.", printable(library),
-                          scope == ClientScope::machine ? "all users" : "this user"));
+                             scope == ClientScope::machine ? "all users" : "this user"));
     if (!isActive) context.line("This user has chosen another mail program, which goes before the machine's.");
     context.document({{"registered", scopeName(scope)}, {"library", toUtf8(library)}, {"active", isActive}});
     return ExitCode::done;
   }
-  throw Failure(ExitCode::failed, "This user may not register mail programs for the machine. Start fendrel as an "
-                                  "administrator, or use --for user.");
+  throw Failure(ExitCode::failed,
+                "This user may not register mail programs for the machine. Start fendrel as an "
+                "administrator, or use --for user.");
 }
 
 ExitCode unregisterMapi(CommandContext& context) {
@@ -62,9 +63,12 @@ ExitCode unregisterMapi(CommandContext& context) {
     throw Failure(ExitCode::failed, "The registration for the machine stays: start fendrel as an administrator.");
   context.document({{"unregistered", taken}});
   const std::wstring present = defaultClient().name;
-  if (taken.empty()) context.line("Nothing was registered.");
-  else if (present.empty()) context.line("The registration is taken away.");
-  else context.line(fmt::format("The registration is taken away; the mail program is '{}'.", printable(present)));
+  if (taken.empty())
+    context.line("Nothing was registered.");
+  else if (present.empty())
+    context.line("The registration is taken away.");
+  else
+    context.line(fmt::format("The registration is taken away; the mail program is '{}'.", printable(present)));
   return ExitCode::done;
 }
 
@@ -75,9 +79,9 @@ ExitCode showStatus(CommandContext& context) {
     const bool isThere = entry.library && fileExists(*entry.library);
     const bool isSet = !entry.defaultClient.empty();
     context.line(fmt::format("{}: the mail program is {}{}{}.", scope == ClientScope::machine ? "Machine" : "User",
-                          isSet ? "'" + printable(entry.defaultClient) + "'" : "not set",
-                          entry.library ? "; fendrel is registered with '" + printable(*entry.library) + "'" : "",
-                          entry.library && !isThere ? ", which is not there" : ""));
+                             isSet ? "'" + printable(entry.defaultClient) + "'" : "not set",
+                             entry.library ? "; fendrel is registered with '" + printable(*entry.library) + "'" : "",
+                             entry.library && !isThere ? ", which is not there" : ""));
     document[scopeName(scope)] = {
         {"default", entry.defaultClient.empty() ? Json(nullptr) : Json(toUtf8(entry.defaultClient))},
         {"library", entry.library ? Json(toUtf8(*entry.library)) : Json(nullptr)},
@@ -85,7 +89,7 @@ ExitCode showStatus(CommandContext& context) {
   }
   const bool isActive = isOurs({defaultClient().name, {}});
   context.line(isActive ? "Programs that load MAPI32.DLL get the local store."
-                     : "Programs that load MAPI32.DLL do not get the local store.");
+                        : "Programs that load MAPI32.DLL do not get the local store.");
   document["active"] = isActive;
   context.document(document);
   return ExitCode::done;
@@ -105,7 +109,8 @@ void addMapiCommand(CLI::App& app, CommandContext& context) {
       ->check(CLI::IsMember({"machine", "user"}))
       ->type_name("WHOM");
   add->add_flag("--force", options->force, "Take the place of the mail program that is the default");
-  add->callback([&context, options] { context.command = [options](CommandContext& on) { return registerMapi(on, *options); }; });
+  add->callback(
+      [&context, options] { context.command = [options](CommandContext& on) { return registerMapi(on, *options); }; });
 
   CLI::App* remove = mapi->add_subcommand("unregister", "Take the registration away; what it replaced comes back");
   remove->callback([&context] { context.command = unregisterMapi; });

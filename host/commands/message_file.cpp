@@ -46,7 +46,8 @@ void writeMessage(IMessage& message, const MessageForm& form, NewFile& file, Pro
     return;
   }
   Collector collector(file);
-  writeEml(message, [&](std::span<const std::uint8_t> bytes) { collector.add(bytes); }, events);
+  writeEml(
+      message, [&](std::span<const std::uint8_t> bytes) { collector.add(bytes); }, events);
   collector.flush();
 }
 

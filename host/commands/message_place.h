@@ -5,8 +5,8 @@
 #include <string>
 
 #include "commands.h"
-#include "messages.h"
 #include "message_filter.h"
+#include "messages.h"
 
 namespace fendrel::host {
 

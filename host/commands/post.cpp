@@ -73,8 +73,9 @@ void addPostCommand(CLI::App& app, CommandContext& context) {
   command->add_flag("--create", request.target.create, "Make the folders of PATH that are missing (never a store)");
   command->add_flag("--skip-existing", request.skipExisting,
                     "Leave out a file when the folder holds its message already: the same name and the same bytes");
-  command->add_option("--retries", request.retries,
-                      "How often to try again what passes by itself: busy, time-out, disk, network, logon server")
+  command
+      ->add_option("--retries", request.retries,
+                   "How often to try again what passes by itself: busy, time-out, disk, network, logon server")
       ->type_name("N");
   command
       ->add_option("--wait", request.wait, "Seconds before the first of them (2); each further wait is twice as long")

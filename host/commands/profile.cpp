@@ -38,8 +38,8 @@ void checkName(const std::string& what, const std::string& given) {
 std::wstring serverSecret(CommandContext& context, const AddOptions& options) {
   std::wstring secret = context.password();
   if (secret.empty() && inputIsTerminal())
-    secret = toWide(
-        askForPassword(options.isToken ? "Token: " : fmt::format("Password of {}: ", printable(options.user))));
+    secret =
+        toWide(askForPassword(options.isToken ? "Token: " : fmt::format("Password of {}: ", printable(options.user))));
   if (secret.empty())
     throw Failure(ExitCode::wrongUsage,
                   "Which password? Give --password-file or --password-command, or set FENDREL_PASSWORD.");
@@ -48,8 +48,10 @@ std::wstring serverSecret(CommandContext& context, const AddOptions& options) {
 
 ServerProfile serverOf(const AddOptions& options) {
   if (options.user.empty()) throw Failure(ExitCode::wrongUsage, "Who signs in to the mail server? Give --user NAME.");
-  ServerProfile server{toWide(options.server), options.isToken ? std::wstring() : toWide(options.user),
-                       toWide(options.publicAccount), {}};
+  ServerProfile server{toWide(options.server),
+                       options.isToken ? std::wstring() : toWide(options.user),
+                       toWide(options.publicAccount),
+                       {}};
   if (!options.tlsCaFile.empty()) {
     server.tlsCaFile = fullPath(options.tlsCaFile);
     if (!fileExists(server.tlsCaFile))
@@ -65,10 +67,9 @@ ExitCode addProfile(CommandContext& context, const AddOptions& options) {
   if (!options.user.empty()) checkName("The user's name", options.user);
   Profiles& profiles = context.profiles();
   if (exists(profiles, name))
-    throw Failure(ExitCode::failed,
-                  fmt::format("Profile '{}' exists already. Choose another name, or remove it first, "
-                              "which keeps its messages, with: fendrel profile remove \"{}\"",
-                              printable(options.name), printable(options.name)));
+    throw Failure(ExitCode::failed, fmt::format("Profile '{}' exists already. Choose another name, or remove it first, "
+                                                "which keeps its messages, with: fendrel profile remove \"{}\"",
+                                                printable(options.name), printable(options.name)));
   const bool isOnServer = !options.server.empty();
   const std::wstring password = isOnServer ? std::wstring() : context.password();
   const ServerProfile server = isOnServer ? serverOf(options) : ServerProfile();
@@ -83,11 +84,11 @@ ExitCode addProfile(CommandContext& context, const AddOptions& options) {
     throw;
   }
   context.line(fmt::format("Profile '{}' was made{}.", printable(options.name),
-                        options.makeDefault ? " and is the default" : ""));
+                           options.makeDefault ? " and is the default" : ""));
   context.document({{"profile", options.name},
-                 {"user", options.user.empty() ? Json(nullptr) : Json(options.user)},
-                 {"server", isOnServer ? Json(options.server) : Json(nullptr)},
-                 {"default", options.makeDefault}});
+                    {"user", options.user.empty() ? Json(nullptr) : Json(options.user)},
+                    {"server", isOnServer ? Json(options.server) : Json(nullptr)},
+                    {"default", options.makeDefault}});
   return ExitCode::done;
 }
 
@@ -100,13 +101,14 @@ ExitCode listProfiles(CommandContext& context) {
     const std::optional<std::wstring> user = context.profiles().userName(profile.name, context.password());
     const std::optional<ServerProfile> server = context.profiles().server(profile.name, context.password());
     context.line(fmt::format("{}  {}{}{}", padded(printable(profile.name), width), user ? printable(*user) : "-",
-                          server ? "  " + printable(server->url) : "", profile.isDefault ? "  (default)" : ""));
+                             server ? "  " + printable(server->url) : "", profile.isDefault ? "  (default)" : ""));
     list.push_back({{"name", toUtf8(profile.name)},
                     {"user", user ? Json(toUtf8(*user)) : Json(nullptr)},
                     {"server", server ? Json(toUtf8(server->url)) : Json(nullptr)},
                     {"default", profile.isDefault}});
   }
-  if (found.empty()) context.line("There is no profile yet. Make one with: fendrel profile add NAME --user \"Your Name\"");
+  if (found.empty())
+    context.line("There is no profile yet. Make one with: fendrel profile add NAME --user \"Your Name\"");
   context.document({{"profiles", list}});
   return ExitCode::done;
 }
@@ -137,14 +139,15 @@ ExitCode removeProfile(CommandContext& context, const RemoveOptions& options) {
   if (isOnServer && options.withMessages)
     throw Failure(ExitCode::wrongUsage,
                   fmt::format("The messages of profile '{}' are on a mail server, which keeps them; delete them there, "
-                              "or with \"fendrel delete\".", printable(name)));
+                              "or with \"fendrel delete\".",
+                              printable(name)));
   const std::uint64_t messages = options.withMessages ? messagesOfMailbox(name, context.password()) : 0;
   profiles.remove(name, context.password(), options.withMessages);
   std::string rest = "Its messages stay in the store; a new profile of the same user gets them.";
   if (isOnServer) rest = "Its messages stay on the server.";
-  context.line(options.withMessages
-                ? fmt::format("Profile '{}' was removed, and {} with it.", printable(name), counted(messages, "message"))
-                : fmt::format("Profile '{}' was removed. {}", printable(name), rest));
+  context.line(options.withMessages ? fmt::format("Profile '{}' was removed, and {} with it.", printable(name),
+                                                  counted(messages, "message"))
+                                    : fmt::format("Profile '{}' was removed. {}", printable(name), rest));
   Json document = {{"removed", toUtf8(name)}};
   if (options.withMessages) document["messagesDeleted"] = messages;
   context.document(document);
@@ -208,8 +211,9 @@ ExitCode renameProfile(CommandContext& context, const RenameOptions& options) {
 void addProfileCommand(CLI::App& app, CommandContext& context) {
   CLI::App* command = app.add_subcommand("profile", "Make, list, change and remove MAPI profiles");
   command->require_subcommand(1);
-  command->footer("A profile says who you are and which message stores you see.\n"
-                  "  fendrel profile add jane --user \"Jane Doe\" --default");
+  command->footer(
+      "A profile says who you are and which message stores you see.\n"
+      "  fendrel profile add jane --user \"Jane Doe\" --default");
 
   const auto options = std::make_shared<AddOptions>();
   CLI::App* add = command->add_subcommand("add", "Make a profile");
@@ -220,15 +224,18 @@ void addProfileCommand(CLI::App& app, CommandContext& context) {
                                         "https://mail.example. --user is who signs in there");
   server->type_name("URL");
   add->add_option("--public", options->publicAccount, "The server's account that is shown as \"Public Folders\"")
-      ->type_name("ACCOUNT")->needs(server);
+      ->type_name("ACCOUNT")
+      ->needs(server);
   add->add_option("--tls-ca", options->tlsCaFile, "Trust the issuers of this file's certificates, too, for this server")
-      ->type_name("FILE")->needs(server);
+      ->type_name("FILE")
+      ->needs(server);
   add->add_flag("--token", options->isToken, "The password is a bearer token")->needs(server);
   add->add_flag("--default", options->makeDefault, "Use this profile where none is named");
-  add->footer("--password-file FILE, or the environment variable FENDREL_PASSWORD, protects the profile; with --server\n"
-              "it is the server's password, which is kept so that you alone, on this machine, can read it.\n"
-              "Examples:\n  fendrel profile add jane --user \"Jane Doe\" --default\n"
-              "  fendrel profile add team --server https://mail.example --user reports --password-file FILE");
+  add->footer(
+      "--password-file FILE, or the environment variable FENDREL_PASSWORD, protects the profile; with --server\n"
+      "it is the server's password, which is kept so that you alone, on this machine, can read it.\n"
+      "Examples:\n  fendrel profile add jane --user \"Jane Doe\" --default\n"
+      "  fendrel profile add team --server https://mail.example --user reports --password-file FILE");
   add->callback([&context, options] {
     context.command = [options](CommandContext& running) { return addProfile(running, *options); };
   });
@@ -241,8 +248,9 @@ void addProfileCommand(CLI::App& app, CommandContext& context) {
   CLI::App* remove = command->add_subcommand("remove", "Remove a profile; its messages stay in the store");
   remove->add_option("NAME", removed->name, "The profile's name")->required();
   remove->add_flag("--with-messages", removed->withMessages, "Delete the profile's mailbox and all that is in it");
-  remove->footer("A profile of the same user that is made later gets the messages that stayed.\n"
-                 "A profile with a password is removed only with it: --password-file FILE.");
+  remove->footer(
+      "A profile of the same user that is made later gets the messages that stayed.\n"
+      "A profile with a password is removed only with it: --password-file FILE.");
   remove->callback([&context, removed] {
     context.command = [removed](CommandContext& running) { return removeProfile(running, *removed); };
   });
@@ -260,8 +268,9 @@ void addProfileCommand(CLI::App& app, CommandContext& context) {
   CLI::Option* file =
       password->add_option("--new-file", secret->file, "The new password is this file's first line")->type_name("FILE");
   password->add_flag("--none", secret->none, "The profile has no password from now on")->excludes(file);
-  password->footer("Without an option a person is asked. The present password is given with --password-file,\n"
-                   "--password-command, or by FENDREL_PASSWORD.");
+  password->footer(
+      "Without an option a person is asked. The present password is given with --password-file,\n"
+      "--password-command, or by FENDREL_PASSWORD.");
   password->callback([&context, secret] {
     context.command = [secret](CommandContext& running) { return changePassword(running, *secret); };
   });

@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "commands.h"
-#include "watch.h"
 #include "text.h"
+#include "watch.h"
 
 namespace fendrel::host {
 namespace {
@@ -23,9 +23,8 @@ ExitCode tellProblems(CommandContext& context, const JobReading& reading) {
     context.tell({Level::error, "problem", {}, problemWords(reading.job, problem), {{"line", problem.line}}});
     list.push_back({{"line", problem.line}, {"words", problem.words}});
   }
-  context.document({{"job", reading.job.file},
-                 {"problems", list},
-                 {"exitCode", static_cast<int>(ExitCode::wrongUsage)}});
+  context.document(
+      {{"job", reading.job.file}, {"problems", list}, {"exitCode", static_cast<int>(ExitCode::wrongUsage)}});
   return ExitCode::wrongUsage;
 }
 
@@ -46,9 +45,9 @@ void addRunCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<RunOptions>();
   CLI::App* command = app.add_subcommand("run", "Run a job: post its files, put them away, delete what is too old");
   command->add_option("JOB", options->job, "The job's file; docs/jobs.md says what it holds")->required();
-  CLI::Option* check = command->add_flag(
-      "--check,-n,--dry-run", options->check,
-      "Say what is wrong with the job, line by line, and what a run would do; change nothing");
+  CLI::Option* check =
+      command->add_flag("--check,-n,--dry-run", options->check,
+                        "Say what is wrong with the job, line by line, and what a run would do; change nothing");
   command->add_flag("--watch", options->watch, "Go on and post what appears, once it is complete, until Ctrl+C")
       ->excludes(check);
   command->footer(
@@ -57,9 +56,8 @@ void addRunCommand(CLI::App& app, CommandContext& context) {
       "  fendrel run --check nightly.toml\n"
       "  fendrel run nightly.toml\n"
       "  fendrel run --watch nightly.toml");
-  command->callback([&context, options] {
-    context.command = [options](CommandContext& running) { return run(running, *options); };
-  });
+  command->callback(
+      [&context, options] { context.command = [options](CommandContext& running) { return run(running, *options); }; });
 }
 
 }  // namespace fendrel::host

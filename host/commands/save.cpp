@@ -21,15 +21,15 @@ struct SaveOptions {
 // What was asked for, with the words in their places.
 struct Request {
   std::uint64_t number = 0;
-  std::string target;        // as given, for display
-  std::wstring directory;    // the full path
-  std::wstring name;         // of the file, where the target names one
+  std::string target;      // as given, for display
+  std::wstring directory;  // the full path
+  std::wstring name;       // of the file, where the target names one
 };
 
 bool endsWith(std::wstring_view text, std::wstring_view end) {
-  return text.size() > end.size() && CompareStringOrdinal(text.data() + text.size() - end.size(),
-                                                          static_cast<int>(end.size()), end.data(),
-                                                          static_cast<int>(end.size()), TRUE) == CSTR_EQUAL;
+  return text.size() > end.size() &&
+         CompareStringOrdinal(text.data() + text.size() - end.size(), static_cast<int>(end.size()), end.data(),
+                              static_cast<int>(end.size()), TRUE) == CSTR_EQUAL;
 }
 
 std::wstring withoutSeparators(std::wstring path) {
@@ -60,8 +60,8 @@ Request requestOf(const SaveOptions& options) {
   return request;
 }
 
-ExitCode saveMessage(CommandContext& context, const SaveOptions& options, const Request& request, const OpenFolder& folder,
-                     const MessageRow& row, IMessage& message) {
+ExitCode saveMessage(CommandContext& context, const SaveOptions& options, const Request& request,
+                     const OpenFolder& folder, const MessageRow& row, IMessage& message) {
   makeDirectory(request.directory);
   Progress progress("saved", 1, row.size);
   progress.startFile(toUtf8(row.subject));
@@ -76,13 +76,13 @@ ExitCode saveMessage(CommandContext& context, const SaveOptions& options, const 
   const std::string shown = joinedForDisplay(request.target, name);
   context.line(fmt::format("{} -> {}", printable(row.subject), printable(shown)));
   context.document({{"folder", toUtf8(folder.path)},
-                 {"number", request.number},
-                 {"saved", Json::array({{{"name", toUtf8(row.subject)}, {"file", shown}}})}});
+                    {"number", request.number},
+                    {"saved", Json::array({{{"name", toUtf8(row.subject)}, {"file", shown}}})}});
   return ExitCode::done;
 }
 
-ExitCode saveFiles(CommandContext& context, const SaveOptions& options, const Request& request, const OpenFolder& folder,
-                   IMessage& message) {
+ExitCode saveFiles(CommandContext& context, const SaveOptions& options, const Request& request,
+                   const OpenFolder& folder, IMessage& message) {
   const std::vector<Attachment> attachments = attachmentsOf(message);
   std::uint64_t files = 0, bytes = 0;
   for (const Attachment& attachment : attachments) {
@@ -90,8 +90,8 @@ ExitCode saveFiles(CommandContext& context, const SaveOptions& options, const Re
     bytes += attachment.size;
   }
   if (files == 0)
-    throw Failure(ExitCode::failed, fmt::format("Message {} of '{}' has no attached file.", request.number,
-                                                printable(folder.path)));
+    throw Failure(ExitCode::failed,
+                  fmt::format("Message {} of '{}' has no attached file.", request.number, printable(folder.path)));
   makeDirectory(request.directory);
 
   Progress progress("saved", files, bytes);
@@ -107,8 +107,8 @@ ExitCode saveFiles(CommandContext& context, const SaveOptions& options, const Re
     const std::string name = toUtf8(file.giveName(safeFileName(attachment.name), options.force));
     progress.endFile();
     const std::string shown = joinedForDisplay(request.target, name);
-    context.line(fmt::format("{} -> {}, {}", printable(attachment.name), printable(shown),
-                          counted(attachment.size, "byte")));
+    context.line(
+        fmt::format("{} -> {}, {}", printable(attachment.name), printable(shown), counted(attachment.size, "byte")));
     saved.push_back({{"name", toUtf8(attachment.name)}, {"file", shown}, {"size", attachment.size}});
   }
   context.document({{"folder", toUtf8(folder.path)}, {"number", request.number}, {"saved", saved}});
@@ -134,8 +134,9 @@ void addSaveCommand(CLI::App& app, CommandContext& context) {
   command->add_option("DIR", options->target,
                       "The directory; it is made when it is missing. With --as msg or eml it may be left out for the "
                       "current one, or be the file's own name");
-  options->form.addOption(*command, "What to save: file for the attached files (default), msg or eml for the whole "
-                                    "message, as mail programs keep it");
+  options->form.addOption(*command,
+                          "What to save: file for the attached files (default), msg or eml for the whole "
+                          "message, as mail programs keep it");
   command->add_flag("--force", options->force, "Replace a file of the same name");
   command->footer(
       "A file that is there already is kept, unless --force is given: the new one becomes \"name (2).ext\".\n"

@@ -25,7 +25,7 @@ void printProperties(CommandContext& context, const std::vector<PropertyText>& p
   }
   for (const PropertyText& property : properties)
     context.line(fmt::format("  {}  {}  {}", padded(propertyName(property.tag), nameWidth),
-                          padded(propertyTypeName(property.tag), typeWidth), property.value));
+                             padded(propertyTypeName(property.tag), typeWidth), property.value));
 }
 
 Json jsonProperties(const std::vector<PropertyText>& properties) {
@@ -85,14 +85,10 @@ ExitCode showMessage(CommandContext& context, const ShowOptions& options) {
     attached.push_back({{"name", toUtf8(attachment.name)}, {"size", attachment.size}});
     if (!options.brief) attached.back()["properties"] = jsonProperties(own);
   }
-  Json document = {{"folder", toUtf8(folder.path)},
-                   {"number", number},
-                   {"subject", toUtf8(row.subject)},
-                   {"class", toUtf8(row.messageClass)},
-                   {"sender", toUtf8(row.sender)},
-                   {"submitted", jsonTime(row.submitted)},
-                   {"delivered", jsonTime(row.delivered)},
-                   {"size", row.size}};
+  Json document = {{"folder", toUtf8(folder.path)},        {"number", number},
+                   {"subject", toUtf8(row.subject)},       {"class", toUtf8(row.messageClass)},
+                   {"sender", toUtf8(row.sender)},         {"submitted", jsonTime(row.submitted)},
+                   {"delivered", jsonTime(row.delivered)}, {"size", row.size}};
   if (!options.brief) document["properties"] = jsonProperties(properties);
   document["attachments"] = attached;
   context.document(document);
@@ -107,9 +103,10 @@ void addShowCommand(CLI::App& app, CommandContext& context) {
   options->place.addOptions(*command);
   command->add_option("N", options->number, "The message's number in \"fendrel list\"");
   command->add_flag("--brief", options->brief, "Subject, class, sender, times, size and attachments only");
-  command->footer("Examples:\n"
-                  "  fendrel show \"Public Folders@Reports@Daily\" 1\n"
-                  "  fendrel show --personal 3");
+  command->footer(
+      "Examples:\n"
+      "  fendrel show \"Public Folders@Reports@Daily\" 1\n"
+      "  fendrel show --personal 3");
   command->callback([&context, options] {
     context.command = [options](CommandContext& running) { return showMessage(running, *options); };
   });

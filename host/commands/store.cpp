@@ -73,9 +73,9 @@ ExitCode showFacts(CommandContext& context, const std::string& file) {
   };
   line("Store", printable(displayPath(path)));
   line("Schema version", fmt::format("{}", facts.version));
-  line("Database", fmt::format("{}, {} of {}, {} of them free", counted(facts.databaseBytes, "byte"),
-                               counted(facts.pages, "page"), counted(facts.pageBytes, "byte"),
-                               withThousands(facts.freePages)));
+  line("Database",
+       fmt::format("{}, {} of {}, {} of them free", counted(facts.databaseBytes, "byte"), counted(facts.pages, "page"),
+                   counted(facts.pageBytes, "byte"), withThousands(facts.freePages)));
   line("Log", counted(facts.logBytes, "byte"));
   line("Content files",
        fmt::format("{}, {}", counted(facts.contentFiles, "file"), counted(facts.contentFileBytes, "byte")));
@@ -85,28 +85,27 @@ ExitCode showFacts(CommandContext& context, const std::string& file) {
   line("Messages", fmt::format("{}, {}, {} of them with checksums", withThousands(facts.messages),
                                counted(facts.messageBytes, "byte"), withThousands(facts.messagesWithChecksum)));
   line("Attachments", withThousands(facts.attachments));
-  line("Orphaned files", facts.leftoverFiles == 0
-                              ? "none"
-                              : fmt::format("{}, {}", counted(facts.leftoverFiles, "file"),
-                                            counted(facts.leftoverBytes, "byte")));
+  line("Orphaned files", facts.leftoverFiles == 0 ? "none"
+                                                  : fmt::format("{}, {}", counted(facts.leftoverFiles, "file"),
+                                                                counted(facts.leftoverBytes, "byte")));
   context.document({{"store", displayPath(path)},
-                 {"version", facts.version},
-                 {"databaseBytes", facts.databaseBytes},
-                 {"logBytes", facts.logBytes},
-                 {"pages", facts.pages},
-                 {"pageBytes", facts.pageBytes},
-                 {"freePages", facts.freePages},
-                 {"profiles", facts.profiles},
-                 {"stores", facts.stores},
-                 {"folders", facts.folders},
-                 {"messages", facts.messages},
-                 {"messagesWithChecksum", facts.messagesWithChecksum},
-                 {"messageBytes", facts.messageBytes},
-                 {"attachments", facts.attachments},
-                 {"contentFiles", facts.contentFiles},
-                 {"contentFileBytes", facts.contentFileBytes},
-                 {"leftoverFiles", facts.leftoverFiles},
-                 {"leftoverBytes", facts.leftoverBytes}});
+                    {"version", facts.version},
+                    {"databaseBytes", facts.databaseBytes},
+                    {"logBytes", facts.logBytes},
+                    {"pages", facts.pages},
+                    {"pageBytes", facts.pageBytes},
+                    {"freePages", facts.freePages},
+                    {"profiles", facts.profiles},
+                    {"stores", facts.stores},
+                    {"folders", facts.folders},
+                    {"messages", facts.messages},
+                    {"messagesWithChecksum", facts.messagesWithChecksum},
+                    {"messageBytes", facts.messageBytes},
+                    {"attachments", facts.attachments},
+                    {"contentFiles", facts.contentFiles},
+                    {"contentFileBytes", facts.contentFileBytes},
+                    {"leftoverFiles", facts.leftoverFiles},
+                    {"leftoverBytes", facts.leftoverBytes}});
   return ExitCode::done;
 }
 
@@ -115,30 +114,29 @@ ExitCode checkFiles(CommandContext& context, const std::string& file) {
   Share share("Checking");
   const store::CheckResult result = keepHouse([&] { return store::checkStore(path, share.watch()); });
   context.line(fmt::format("Store {}: read {}, {}, {}, {} of content, {}.", printable(displayPath(path)),
-                        counted(result.folders, "folder"), counted(result.messages, "message"),
-                        counted(result.attachments, "attachment"),
-                        counted(result.contentBytes, "byte"),
-                        counted(result.pages, "page")));
+                           counted(result.folders, "folder"), counted(result.messages, "message"),
+                           counted(result.attachments, "attachment"), counted(result.contentBytes, "byte"),
+                           counted(result.pages, "page")));
   for (const store::Finding& finding : result.damage) context.line(wordsOf(finding));
   if (result.leftoverFiles > 0)
     context.line(fmt::format("{} of {} left over; \"fendrel store compact\" deletes them.",
-                          counted(result.leftoverFiles, "file"), counted(result.leftoverBytes, "byte")));
+                             counted(result.leftoverFiles, "file"), counted(result.leftoverBytes, "byte")));
   if (result.damage.empty())
     context.line("Everything is whole.");
   else
     context.line(fmt::format("{} found. Keep this file; \"fendrel store salvage\" carries over what is whole.",
-                          counted(result.damage.size(), "damage")));
+                             counted(result.damage.size(), "damage")));
   context.document({{"store", displayPath(path)},
-                 {"whole", result.damage.empty()},
-                 {"folders", result.folders},
-                 {"messages", result.messages},
-                 {"attachments", result.attachments},
-                 {"contents", result.contents},
-                 {"contentBytes", result.contentBytes},
-                 {"pages", result.pages},
-                 {"leftoverFiles", result.leftoverFiles},
-                 {"leftoverBytes", result.leftoverBytes},
-                 {"damage", jsonOf(result.damage)}});
+                    {"whole", result.damage.empty()},
+                    {"folders", result.folders},
+                    {"messages", result.messages},
+                    {"attachments", result.attachments},
+                    {"contents", result.contents},
+                    {"contentBytes", result.contentBytes},
+                    {"pages", result.pages},
+                    {"leftoverFiles", result.leftoverFiles},
+                    {"leftoverBytes", result.leftoverBytes},
+                    {"damage", jsonOf(result.damage)}});
   return result.damage.empty() ? ExitCode::done : ExitCode::damageFound;
 }
 
@@ -147,8 +145,8 @@ ExitCode salvageFiles(CommandContext& context, const Files& files) {
   Share share("Salvaging");
   const store::SalvageResult result = keepHouse([&] { return store::salvageStore(from, to, share.watch()); });
   context.line(fmt::format("Carried over to {}: {}, {}, {}, {}.", printable(displayPath(to)),
-                        counted(result.profiles, "profile"), counted(result.folders, "folder"),
-                        counted(result.messages, "message"), counted(result.attachments, "attachment")));
+                           counted(result.profiles, "profile"), counted(result.folders, "folder"),
+                           counted(result.messages, "message"), counted(result.attachments, "attachment")));
   if (!result.mended.empty()) context.line("Carried over with something made anew:");
   for (const store::Finding& finding : result.mended) context.line(wordsOf(finding));
   if (result.leftOut.empty())
@@ -157,15 +155,15 @@ ExitCode salvageFiles(CommandContext& context, const Files& files) {
     context.line("Left out:");
   for (const store::Finding& finding : result.leftOut) context.line(wordsOf(finding));
   context.document({{"from", displayPath(from)},
-                 {"to", displayPath(to)},
-                 {"profiles", result.profiles},
-                 {"stores", result.stores},
-                 {"folders", result.folders},
-                 {"messages", result.messages},
-                 {"attachments", result.attachments},
-                 {"contentBytes", result.contentBytes},
-                 {"mended", jsonOf(result.mended)},
-                 {"leftOut", jsonOf(result.leftOut)}});
+                    {"to", displayPath(to)},
+                    {"profiles", result.profiles},
+                    {"stores", result.stores},
+                    {"folders", result.folders},
+                    {"messages", result.messages},
+                    {"attachments", result.attachments},
+                    {"contentBytes", result.contentBytes},
+                    {"mended", jsonOf(result.mended)},
+                    {"leftOut", jsonOf(result.leftOut)}});
   return result.leftOut.empty() ? ExitCode::done : ExitCode::damageFound;
 }
 
@@ -173,17 +171,17 @@ ExitCode compactFiles(CommandContext& context, const std::string& file) {
   const std::wstring path = storePath(context, file);
   const store::CompactResult result = keepHouse([&] { return store::compactStore(path); });
   context.line(fmt::format("Store {}: {} before, {} now.", printable(displayPath(path)),
-                        counted(result.bytesBefore, "byte"), counted(result.bytesAfter, "byte")));
+                           counted(result.bytesBefore, "byte"), counted(result.bytesAfter, "byte")));
   if (result.leftoverFiles > 0)
     context.line(fmt::format("{} of {} left over were deleted.", counted(result.leftoverFiles, "file"),
-                          counted(result.leftoverBytes, "byte")));
+                             counted(result.leftoverBytes, "byte")));
   if (!result.logIsEmpty) context.line("Someone is reading; the log will shrink when they have done.");
   context.document({{"store", displayPath(path)},
-                 {"bytesBefore", result.bytesBefore},
-                 {"bytesAfter", result.bytesAfter},
-                 {"leftoverFiles", result.leftoverFiles},
-                 {"leftoverBytes", result.leftoverBytes},
-                 {"logIsEmpty", result.logIsEmpty}});
+                    {"bytesBefore", result.bytesBefore},
+                    {"bytesAfter", result.bytesAfter},
+                    {"leftoverFiles", result.leftoverFiles},
+                    {"leftoverBytes", result.leftoverBytes},
+                    {"logIsEmpty", result.logIsEmpty}});
   return ExitCode::done;
 }
 
@@ -191,16 +189,16 @@ ExitCode backUp(CommandContext& context, const std::string& file) {
   const std::wstring from = storePath(context, {}), to = fullPath(file);
   Share share("Copying");
   const store::BackupResult result = keepHouse([&] { return store::backupStore(from, to, share.watch()); });
-  context.line(fmt::format("Store {} was copied to {}: {}, {} in the database and {} in {}.", printable(displayPath(from)),
-                        printable(displayPath(to)), counted(result.messages, "message"),
-                        counted(result.databaseBytes, "byte"), counted(result.contentFileBytes, "byte"),
-                        counted(result.contentFiles, "content file")));
+  context.line(fmt::format("Store {} was copied to {}: {}, {} in the database and {} in {}.",
+                           printable(displayPath(from)), printable(displayPath(to)),
+                           counted(result.messages, "message"), counted(result.databaseBytes, "byte"),
+                           counted(result.contentFileBytes, "byte"), counted(result.contentFiles, "content file")));
   context.document({{"store", displayPath(from)},
-                 {"copy", displayPath(to)},
-                 {"messages", result.messages},
-                 {"databaseBytes", result.databaseBytes},
-                 {"contentFiles", result.contentFiles},
-                 {"contentFileBytes", result.contentFileBytes}});
+                    {"copy", displayPath(to)},
+                    {"messages", result.messages},
+                    {"databaseBytes", result.databaseBytes},
+                    {"contentFiles", result.contentFiles},
+                    {"contentFileBytes", result.contentFileBytes}});
   return ExitCode::done;
 }
 
@@ -246,7 +244,9 @@ void addStoreCommand(CLI::App& app, CommandContext& context) {
       "A message is carried over when every byte of it is there, else it is left out and named. Stop what\n"
       "uses OLD first. Exit code 0: all was carried over; 6: something was left out.\n"
       "Example:\n  fendrel store salvage store.db rescued.db");
-  below->callback([&context, files] { context.command = [files](CommandContext& running) { return salvageFiles(running, *files); }; });
+  below->callback([&context, files] {
+    context.command = [files](CommandContext& running) { return salvageFiles(running, *files); };
+  });
 
   const auto copy = std::make_shared<std::string>();
   below = command->add_subcommand("backup", "Copy the store in use as it is at one moment");
@@ -256,7 +256,8 @@ void addStoreCommand(CLI::App& app, CommandContext& context) {
       "Others may post and delete meanwhile. A copy that fails leaves nothing. The copy is a store like any other:\n"
       "  fendrel store backup D:\\copies\\monday.db\n"
       "  fendrel store check D:\\copies\\monday.db");
-  below->callback([&context, copy] { context.command = [copy](CommandContext& running) { return backUp(running, *copy); }; });
+  below->callback(
+      [&context, copy] { context.command = [copy](CommandContext& running) { return backUp(running, *copy); }; });
 }
 
 }  // namespace fendrel::host

@@ -74,8 +74,7 @@ std::string preview(std::span<const std::byte> value) {
   constexpr std::size_t shownWidth = 48;
   if (const std::string text = plainText(value.first(std::min(value.size(), shownItemBytes))); !text.empty())
     return '"' + clipped(text, shownWidth) + '"';
-  if (const std::wstring text = wideText(value); !text.empty())
-    return '"' + clipped(printable(text), shownWidth) + '"';
+  if (const std::wstring text = wideText(value); !text.empty()) return '"' + clipped(printable(text), shownWidth) + '"';
   const auto start = value.first(std::min<std::size_t>(value.size(), 16));
   return hexadecimal({reinterpret_cast<const std::uint8_t*>(start.data()), start.size()}) +
          (start.size() < value.size() ? "..." : "");
@@ -84,18 +83,15 @@ std::string preview(std::span<const std::byte> value) {
 // Why there is no record.
 std::string faultWords(const TlvItem& item) {
   switch (item.finding) {
-    case TlvFinding::cutHeader:
-      return "the file ends inside the four bytes of a record's header";
-    case TlvFinding::noTag:
-      return "the tag is 0, which no record has";
+    case TlvFinding::cutHeader: return "the file ends inside the four bytes of a record's header";
+    case TlvFinding::noTag: return "the tag is 0, which no record has";
     case TlvFinding::lengthTooLarge:
       return fmt::format("tag {} states a length of {} bytes; a record has at most {}", item.header.tag,
                          withThousands(item.header.length), withThousands(tlvMaxLength));
     case TlvFinding::cutValue:
       return fmt::format("tag {} states a length of {} bytes, but the file ends after {} of them", item.header.tag,
                          withThousands(item.header.length), withThousands(item.value.size()));
-    default:
-      return {};
+    default: return {};
   }
 }
 
@@ -112,7 +108,8 @@ ExitCode listRecords(CommandContext& context, const std::string& given) {
     if (cancelRequested()) return ExitCode::cancelled;
     const std::string shown = preview(item.value);
     if (context.options.json)
-      records.push_back({{"offset", offset}, {"tag", item.header.tag}, {"length", item.header.length}, {"preview", shown}});
+      records.push_back(
+          {{"offset", offset}, {"tag", item.header.tag}, {"length", item.header.length}, {"preview", shown}});
     else
       context.line(fmt::format("{:>10}  {:>5}  {:>6}  {}", offset, item.header.tag, item.header.length, shown));
     offset += tlvHeaderSize + item.header.length;
@@ -123,9 +120,10 @@ ExitCode listRecords(CommandContext& context, const std::string& given) {
   Json document = {{"file", given}, {"records", records}};
   const std::string fault = faultWords(item);
   if (!fault.empty()) {
-    printError(fmt::format("fendrel: '{}' is malformed at offset {} (0x{:X}), behind {}: {}. The records before it are "
-                           "whole; make the file again.",
-                           printable(given), offset, offset, counted(count, "record"), fault));
+    printError(
+        fmt::format("fendrel: '{}' is malformed at offset {} (0x{:X}), behind {}: {}. The records before it are "
+                    "whole; make the file again.",
+                    printable(given), offset, offset, counted(count, "record"), fault));
     document["fault"] = {{"offset", offset}, {"reason", fault}};
   } else {
     context.line(counted(count, "record"));
@@ -141,7 +139,8 @@ void addTlvCommand(CLI::App& app, CommandContext& context) {
   CLI::App* command = app.add_subcommand("tlv", "List the tagged records of a file, and say where one is malformed");
   command->add_option("file", *file, "The file")->required()->type_name("FILE");
   command->footer("Example:\n  fendrel tlv sales.rpt");
-  command->callback([&context, file] { context.command = [file](CommandContext& running) { return listRecords(running, *file); }; });
+  command->callback(
+      [&context, file] { context.command = [file](CommandContext& running) { return listRecords(running, *file); }; });
 }
 
 }  // namespace fendrel::host

@@ -43,8 +43,8 @@ std::wstring escapedName(std::wstring_view name) {
                         (isLow(c) && index > 0 && isHigh(name[index - 1]));
     const bool last = index + 1 == name.size();
     const bool reserved = std::wstring_view(L"<>:\"/\\|?*%").find(c) != std::wstring_view::npos;
-    const bool unusable = c < 0x20 || c == 0x7F || reserved || ((isHigh(c) || isLow(c)) && !paired) ||
-                          (last && (c == L'.' || c == L' '));
+    const bool unusable =
+        c < 0x20 || c == 0x7F || reserved || ((isHigh(c) || isLow(c)) && !paired) || (last && (c == L'.' || c == L' '));
     if (unusable)
       appendEscape(escaped, c);
     else

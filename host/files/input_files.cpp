@@ -8,8 +8,8 @@
 #include "console.h"
 #include "file_handle.h"
 #include "name_list.h"
-#include "pattern.h"
 #include "paths.h"
+#include "pattern.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -64,9 +64,9 @@ InputFile lookAtFile(const std::string& given) {
   }
   file.size = std::uint64_t{facts.nFileSizeHigh} << 32 | facts.nFileSizeLow;
   file.written = facts.ftLastWriteTime;
-  file.identity = toWide(fmt::format("{:x}:{:x}:{:x}:", facts.dwVolumeSerialNumber, facts.nFileIndexHigh,
-                                     facts.nFileIndexLow)) +
-                  file.name;
+  file.identity =
+      toWide(fmt::format("{:x}:{:x}:{:x}:", facts.dwVolumeSerialNumber, facts.nFileIndexHigh, facts.nFileIndexLow)) +
+      file.name;
   return file;
 }
 

@@ -16,18 +16,18 @@ namespace fendrel::host {
 
 // What was asked for.
 struct FileSelection {
-  std::vector<std::string> words;  // names, patterns, directories; "-" is standard input
-  std::string filesFrom;           // a file with a name a line, or "-" for standard input; empty: none
-  bool nulSeparated = false;       // its names end with a 0 instead
-  bool recursive = false;          // a directory stands for the files in it and below
+  std::vector<std::string> words;             // names, patterns, directories; "-" is standard input
+  std::string filesFrom;                      // a file with a name a line, or "-" for standard input; empty: none
+  bool nulSeparated = false;                  // its names end with a 0 instead
+  bool recursive = false;                     // a directory stands for the files in it and below
   std::vector<std::string> include, exclude;  // of file names, for directories and patterns
-  std::string inputName;           // what standard input is posted as
+  std::string inputName;                      // what standard input is posted as
 };
 
 struct InputFile {
-  std::string given;   // as the user named it
-  std::wstring name;   // file name and extension: the report's name
-  std::wstring path;   // full, in the form that takes any length
+  std::string given;  // as the user named it
+  std::wstring name;  // file name and extension: the report's name
+  std::wstring path;  // full, in the form that takes any length
   std::uint64_t size = 0;
   FILETIME written{};
   std::wstring identity;           // the same for two names of one file

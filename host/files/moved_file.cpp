@@ -25,7 +25,8 @@ std::string moveFileInto(const InputFile& file, const std::string& directory) {
       moveToFreeName(file.path, folder, file.name, MOVEFILE_COPY_ALLOWED | MOVEFILE_WRITE_THROUGH, name);
   if (error != ERROR_SUCCESS)
     throw systemFailure(ExitCode::failed,
-                        fmt::format("'{}' cannot be moved to '{}'", printable(file.given), printable(directory)), error);
+                        fmt::format("'{}' cannot be moved to '{}'", printable(file.given), printable(directory)),
+                        error);
   return joinedForDisplay(directory, toUtf8(name));
 }
 

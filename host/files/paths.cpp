@@ -86,9 +86,9 @@ std::wstring safeFileName(std::wstring_view name) {
   while (!stem.empty() && stem.back() == L' ') stem.pop_back();
   CharUpperBuffW(stem.data(), static_cast<DWORD>(stem.size()));
   static constexpr std::array devices = {L"CON", L"PRN", L"AUX", L"NUL", L"CONIN$", L"CONOUT$"};
-  const bool port = stem.size() == 4 && (stem.starts_with(L"COM") || stem.starts_with(L"LPT")) &&
-                    ((stem[3] >= L'0' && stem[3] <= L'9') || stem[3] == L'\u00B9' || stem[3] == L'\u00B2' ||
-                     stem[3] == L'\u00B3');
+  const bool port =
+      stem.size() == 4 && (stem.starts_with(L"COM") || stem.starts_with(L"LPT")) &&
+      ((stem[3] >= L'0' && stem[3] <= L'9') || stem[3] == L'\u00B9' || stem[3] == L'\u00B2' || stem[3] == L'\u00B3');
   if (port || std::ranges::find(devices, stem) != devices.end()) safe.insert(0, 1, L'_');
   return safe;
 }

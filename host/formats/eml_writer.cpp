@@ -30,8 +30,7 @@ std::optional<std::chrono::sys_seconds> secondOf(const std::optional<FILETIME>& 
 // What mail has a place for, out of the message's properties.
 class EmlSource {
  public:
-  EmlSource(IMessage& from, const WriteEvents& told)
-      : message(from), events(told), properties(from, "The message") {}
+  EmlSource(IMessage& from, const WriteEvents& told) : message(from), events(told), properties(from, "The message") {}
 
   mime::MailMessage mail() {
     mime::MailMessage mail;

@@ -8,7 +8,7 @@ namespace fendrel::host {
 
 // What a writer of either format tells its caller.
 struct WriteEvents {
-  std::function<void(std::uint64_t bytes)> copied;           // of an attachment, as they come
+  std::function<void(std::uint64_t bytes)> copied;        // of an attachment, as they come
   std::function<void(const std::wstring& name)> leftOut;  // an attachment that is not a file
 };
 

@@ -47,8 +47,10 @@ void MsgNames::add(IMAPIProp& object, std::span<const ULONG> tags) {
   for (ULONG i = 0; i < std::min(count, asked[0]); ++i) {
     if (!raw[i] || !raw[i]->lpguid) continue;
     Name name{*raw[i]->lpguid, raw[i]->ulKind == MNID_STRING, 0, {}};
-    if (name.isText) name.text = raw[i]->Kind.lpwstrName;
-    else name.number = raw[i]->Kind.lID;
+    if (name.isText)
+      name.text = raw[i]->Kind.lpwstrName;
+    else
+      name.number = raw[i]->Kind.lID;
     numbers[PROP_ID(asked[1 + i])] = names.size();
     names.push_back(std::move(name));
   }
@@ -78,8 +80,8 @@ std::vector<MsgNames::Stream> MsgNames::streams() const {
     }
     const auto setAndKind = static_cast<std::uint32_t>(set << 1 | (name.isText ? 1 : 0));
     const auto own = static_cast<std::uint32_t>(index);
-    const std::uint32_t place = name.isText ? static_cast<std::uint32_t>(texts.size())
-                                            : static_cast<std::uint32_t>(name.number);
+    const std::uint32_t place =
+        name.isText ? static_cast<std::uint32_t>(texts.size()) : static_cast<std::uint32_t>(name.number);
     put(entries, place, 4);
     put(entries, setAndKind, 2);
     put(entries, own, 2);
@@ -96,8 +98,8 @@ std::vector<MsgNames::Stream> MsgNames::streams() const {
     put(bucket, setAndKind, 2);
     put(bucket, own, 2);
   }
-  std::vector<Stream> all = {{streamTag(2), std::move(sets)}, {streamTag(3), std::move(entries)},
-                             {streamTag(4), std::move(texts)}};
+  std::vector<Stream> all = {
+      {streamTag(2), std::move(sets)}, {streamTag(3), std::move(entries)}, {streamTag(4), std::move(texts)}};
   for (auto& [id, bytes] : sorted) all.push_back({streamTag(id), std::move(bytes)});
   return all;
 }

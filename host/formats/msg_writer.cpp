@@ -26,16 +26,26 @@ constexpr ULONG smallSector = 512, largeSector = 4096;
 
 constexpr DWORD newElement = STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE;
 constexpr std::uint32_t readable = 2, writable = 4;  // of a property
-constexpr LONG textIsWide = 0x00040000;  // in PR_STORE_SUPPORT_MASK
+constexpr LONG textIsWide = 0x00040000;              // in PR_STORE_SUPPORT_MASK
 
 // Properties of the store that the message lies in, or of its place there: nothing in a file.
-constexpr ULONG ofTheStore[] = {
-    PROP_ID(PR_ENTRYID),          PROP_ID(PR_PARENT_ENTRYID),     PROP_ID(PR_STORE_ENTRYID),
-    PROP_ID(PR_STORE_RECORD_KEY), PROP_ID(PR_INSTANCE_KEY),       PROP_ID(PR_MAPPING_SIGNATURE),
-    PROP_ID(PR_MDB_PROVIDER),     PROP_ID(PR_ACCESS),             PROP_ID(PR_ACCESS_LEVEL),
-    PROP_ID(PR_MESSAGE_SIZE),     PROP_ID(PR_MESSAGE_ATTACHMENTS), PROP_ID(PR_MESSAGE_RECIPIENTS),
-    PROP_ID(PR_ATTACH_DATA_BIN),  PROP_ID(PR_ATTACH_NUM),         PROP_ID(PR_STORE_SUPPORT_MASK),
-    PROP_ID(PR_RECORD_KEY),       PROP_ID(PR_MESSAGE_FLAGS)};
+constexpr ULONG ofTheStore[] = {PROP_ID(PR_ENTRYID),
+                                PROP_ID(PR_PARENT_ENTRYID),
+                                PROP_ID(PR_STORE_ENTRYID),
+                                PROP_ID(PR_STORE_RECORD_KEY),
+                                PROP_ID(PR_INSTANCE_KEY),
+                                PROP_ID(PR_MAPPING_SIGNATURE),
+                                PROP_ID(PR_MDB_PROVIDER),
+                                PROP_ID(PR_ACCESS),
+                                PROP_ID(PR_ACCESS_LEVEL),
+                                PROP_ID(PR_MESSAGE_SIZE),
+                                PROP_ID(PR_MESSAGE_ATTACHMENTS),
+                                PROP_ID(PR_MESSAGE_RECIPIENTS),
+                                PROP_ID(PR_ATTACH_DATA_BIN),
+                                PROP_ID(PR_ATTACH_NUM),
+                                PROP_ID(PR_STORE_SUPPORT_MASK),
+                                PROP_ID(PR_RECORD_KEY),
+                                PROP_ID(PR_MESSAGE_FLAGS)};
 
 // Identifiers from here on have a meaning that the store keeps apart.
 constexpr ULONG firstNamedProperty = 0x8000;
@@ -204,9 +214,8 @@ void PropertyStorage::addValue(SPropValue value, ULONG tag) {
 void PropertyStorage::addLong(LongValue value, ULONG tag) {
   const std::string subject = propertyName(value.tag);
   const ComPtr<IStream> stream = newStream(get(), streamName(tag));
-  const std::uint64_t copied = copyStream(*value.stream.Get(), subject, [&](std::span<const std::uint8_t> bytes) {
-    writeAll(*stream.Get(), bytes);
-  });
+  const std::uint64_t copied = copyStream(*value.stream.Get(), subject,
+                                          [&](std::span<const std::uint8_t> bytes) { writeAll(*stream.Get(), bytes); });
   if (copied != value.size)
     throw Failure(ExitCode::failed, fmt::format("{} gave {} of its {} bytes. The message was not saved.", subject,
                                                 withThousands(copied), withThousands(value.size)));
@@ -248,7 +257,8 @@ void addAttachment(IStorage& message, ULONG number, const Attachment& attachment
 // The names of all properties above 0x8000.
 void addNames(IStorage& message, const MsgNames& names) {
   const ComPtr<IStorage> storage = newStorage(message, L"__nameid_version1.0");
-  for (const MsgNames::Stream& stream : names.streams()) writeStream(*storage.Get(), streamName(stream.tag), stream.bytes);
+  for (const MsgNames::Stream& stream : names.streams())
+    writeStream(*storage.Get(), streamName(stream.tag), stream.bytes);
 }
 
 ComPtr<IStorage> newFile(const std::wstring& path, std::uint64_t size) {

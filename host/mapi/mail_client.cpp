@@ -116,8 +116,10 @@ bool registerClient(ClientScope scope, const std::wstring& library) {
   own.set(libraryValue, library);
   if (wasOurs) return true;  // what it replaced is kept already
   const auto before = clients.text(nullptr);
-  if (before) own.set(replacedValue, *before);
-  else own.remove(replacedValue);
+  if (before)
+    own.set(replacedValue, *before);
+  else
+    own.remove(replacedValue);
   clients.set(nullptr, clientName);
   return true;
 }
@@ -132,8 +134,10 @@ bool unregisterClient(ClientScope scope) {
   if (status != ERROR_SUCCESS) fail(status);
   if (isOurs(entry)) {
     const auto before = own.text(replacedValue);
-    if (before) clients.set(nullptr, *before);
-    else clients.remove(nullptr);
+    if (before)
+      clients.set(nullptr, *before);
+    else
+      clients.remove(nullptr);
   }
   status = RegDeleteTreeW(rootOf(scope), ownKey);
   if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND) fail(status);

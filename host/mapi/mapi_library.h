@@ -1,8 +1,8 @@
 // The MAPI library of this process: which one, and its functions.
 #pragma once
 
-#include <mapix.h>
 #include <mapiutil.h>
+#include <mapix.h>
 
 #include <string>
 #include <vector>

@@ -30,7 +30,7 @@ class Receiver {
   Receiver(const Receiver&) = delete;
   Receiver& operator=(const Receiver&) = delete;
   ~Receiver() { owner.reset(raw); }
-  operator typename Owner::pointer*() noexcept { return &raw; }
+  operator typename Owner::pointer *() noexcept { return &raw; }
 
  private:
   Owner& owner;

@@ -1,8 +1,8 @@
 // Reading property values and table rows.
 #pragma once
 
-#include <mapix.h>
 #include <mapitags.h>
+#include <mapix.h>
 
 #include <concepts>
 #include <optional>

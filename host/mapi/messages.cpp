@@ -14,8 +14,9 @@ constexpr std::size_t mostRestrictedSubjects = 100;
 enum Column : ULONG { id, subjectText, messageClass, sender, submitted, delivered, size, hasAttachments };
 
 Tags messageColumns() {
-  return {PR_ENTRYID,            PR_SUBJECT_W,          PR_MESSAGE_CLASS_W, PR_SENDER_NAME_W,
-          PR_CLIENT_SUBMIT_TIME, PR_MESSAGE_DELIVERY_TIME, PR_MESSAGE_SIZE, PR_HASATTACH};
+  return {PR_ENTRYID,       PR_SUBJECT_W,          PR_MESSAGE_CLASS_W,
+          PR_SENDER_NAME_W, PR_CLIENT_SUBMIT_TIME, PR_MESSAGE_DELIVERY_TIME,
+          PR_MESSAGE_SIZE,  PR_HASATTACH};
 }
 
 MessageRow messageFrom(const SRow& row) {
@@ -64,7 +65,8 @@ void MessageTable::read(std::uint64_t first, std::uint64_t limit,
         subject + " cannot be read");
   if (moved != static_cast<LONG>(first - 1)) return;
   std::uint64_t number = first;
-  forEachRow(*table.Get(), subject, [&](const SRow& row) { use(number++, messageFrom(row)); }, limit);
+  forEachRow(
+      *table.Get(), subject, [&](const SRow& row) { use(number++, messageFrom(row)); }, limit);
 }
 
 MessageRow MessageTable::at(std::uint64_t number) {
@@ -114,8 +116,8 @@ ComPtr<IMessage> openMessage(const OpenFolder& folder, const MessageRow& message
   ComPtr<IUnknown> opened;
   const std::string subject =
       fmt::format("Message '{}' of '{}' cannot be opened", printable(message.subject), printable(folder.path));
-  HRESULT code = folder.store->OpenEntry(static_cast<ULONG>(message.id.size()), asEntryId(message.id), nullptr, 0,
-                                         &type, &opened);
+  HRESULT code =
+      folder.store->OpenEntry(static_cast<ULONG>(message.id.size()), asEntryId(message.id), nullptr, 0, &type, &opened);
   check(code, folderExitCode(code), subject);
   if (type != MAPI_MESSAGE) throw failureOf(ExitCode::failed, subject, MAPI_E_NOT_FOUND);
   ComPtr<IMessage> result;
@@ -138,8 +140,9 @@ std::vector<Attachment> attachmentsOf(IMessage& message) {
   const std::string subject = "The message's attachments";
   ComPtr<IMAPITable> table;
   check(message.GetAttachmentTable(MAPI_UNICODE, &table), ExitCode::failed, subject + " cannot be read");
-  setColumns(*table.Get(), {PR_ATTACH_NUM, PR_ATTACH_LONG_FILENAME_W, PR_ATTACH_FILENAME_W, PR_DISPLAY_NAME_W,
-                            PR_ATTACH_METHOD}, subject);
+  setColumns(*table.Get(),
+             {PR_ATTACH_NUM, PR_ATTACH_LONG_FILENAME_W, PR_ATTACH_FILENAME_W, PR_DISPLAY_NAME_W, PR_ATTACH_METHOD},
+             subject);
   std::vector<Attachment> found;
   forEachRow(*table.Get(), subject, [&](const SRow& row) {
     Attachment attachment;

@@ -43,8 +43,8 @@ ComPtr<IMessage> openMessage(const OpenFolder& folder, const MessageRow& message
 struct Attachment {
   ULONG number = 0;  // what IMessage::OpenAttach takes
   std::wstring name;
-  bool isFile = false;      // attached by value: it has bytes of its own
-  std::uint64_t size = 0;   // of the bytes alone
+  bool isFile = false;     // attached by value: it has bytes of its own
+  std::uint64_t size = 0;  // of the bytes alone
   ComPtr<IAttach> object;
 };
 // All attachments, opened, in the order of their numbers.

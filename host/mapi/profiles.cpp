@@ -29,9 +29,7 @@ constexpr const char* howToAdd = "Make one with: fendrel profile add NAME --user
 
 }  // namespace
 
-Profiles::Profiles() {
-  check(mapi().adminProfiles(0, &admin), ExitCode::mapiUnusable, "The profiles cannot be read");
-}
+Profiles::Profiles() { check(mapi().adminProfiles(0, &admin), ExitCode::mapiUnusable, "The profiles cannot be read"); }
 
 std::vector<ProfileEntry> Profiles::list() {
   const std::string subject = "The list of profiles";

@@ -137,12 +137,23 @@ struct TypeName {
 };
 
 constexpr TypeName typeNames[] = {
-    {PT_UNSPECIFIED, "PT_UNSPECIFIED"}, {PT_NULL, "PT_NULL"},       {PT_SHORT, "PT_SHORT"},
-    {PT_LONG, "PT_LONG"},               {PT_FLOAT, "PT_FLOAT"},     {PT_DOUBLE, "PT_DOUBLE"},
-    {PT_CURRENCY, "PT_CURRENCY"},       {PT_APPTIME, "PT_APPTIME"}, {PT_ERROR, "PT_ERROR"},
-    {PT_BOOLEAN, "PT_BOOLEAN"},         {PT_OBJECT, "PT_OBJECT"},   {PT_LONGLONG, "PT_LONGLONG"},
-    {PT_STRING8, "PT_STRING8"},         {PT_UNICODE, "PT_UNICODE"}, {PT_SYSTIME, "PT_SYSTIME"},
-    {PT_CLSID, "PT_CLSID"},             {PT_BINARY, "PT_BINARY"},
+    {PT_UNSPECIFIED, "PT_UNSPECIFIED"},
+    {PT_NULL, "PT_NULL"},
+    {PT_SHORT, "PT_SHORT"},
+    {PT_LONG, "PT_LONG"},
+    {PT_FLOAT, "PT_FLOAT"},
+    {PT_DOUBLE, "PT_DOUBLE"},
+    {PT_CURRENCY, "PT_CURRENCY"},
+    {PT_APPTIME, "PT_APPTIME"},
+    {PT_ERROR, "PT_ERROR"},
+    {PT_BOOLEAN, "PT_BOOLEAN"},
+    {PT_OBJECT, "PT_OBJECT"},
+    {PT_LONGLONG, "PT_LONGLONG"},
+    {PT_STRING8, "PT_STRING8"},
+    {PT_UNICODE, "PT_UNICODE"},
+    {PT_SYSTIME, "PT_SYSTIME"},
+    {PT_CLSID, "PT_CLSID"},
+    {PT_BINARY, "PT_BINARY"},
 };
 
 }  // namespace

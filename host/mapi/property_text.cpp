@@ -92,8 +92,7 @@ PropertyText propertyText(const SPropValue& value) {
 std::vector<PropertyText> propertiesOf(IMAPIProp& object, const std::string& subject) {
   ULONG count = 0;
   MapiBuffer<SPropValue> values;
-  check(object.GetProps(nullptr, MAPI_UNICODE, &count, receive(values)), ExitCode::failed,
-        subject + " cannot be read");
+  check(object.GetProps(nullptr, MAPI_UNICODE, &count, receive(values)), ExitCode::failed, subject + " cannot be read");
   std::vector<PropertyText> properties;
   for (const SPropValue& value : std::span(values.get(), values ? count : 0)) {
     properties.push_back(propertyText(value));

@@ -12,7 +12,7 @@ namespace fendrel::host {
 
 struct PropertyText {
   ULONG tag = 0;
-  std::string value;           // one line
+  std::string value;            // one line
   nlohmann::ordered_json json;  // the whole value
 };
 

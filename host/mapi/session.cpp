@@ -44,8 +44,8 @@ MapiStart::~MapiStart() { mapi().uninitialize(); }
 
 Session::Session(const std::wstring& profile, const std::wstring& password) : profileName(profile) {
   const ULONG flags = MAPI_UNICODE | MAPI_NO_MAIL | MAPI_EXTENDED | MAPI_NEW_SESSION;
-  const HRESULT code = mapi().logonEx(0, asMapiText(profile), password.empty() ? nullptr : asMapiText(password), flags,
-                                      &session);
+  const HRESULT code =
+      mapi().logonEx(0, asMapiText(profile), password.empty() ? nullptr : asMapiText(password), flags, &session);
   check(code, ExitCode::mapiUnusable, fmt::format("Profile '{}' cannot be used", printable(profile)));
 }
 
@@ -60,8 +60,7 @@ std::vector<StoreEntry> Session::stores() {
   setColumns(*table.Get(), {PR_DISPLAY_NAME_W, PR_ENTRYID, PR_DEFAULT_STORE}, subject);
   std::vector<StoreEntry> found;
   forEachRow(*table.Get(), subject, [&](const SRow& row) {
-    found.push_back({textAt(row, 0, PR_DISPLAY_NAME_W), bytesAt(row, 1, PR_ENTRYID),
-                     flagAt(row, 2, PR_DEFAULT_STORE)});
+    found.push_back({textAt(row, 0, PR_DISPLAY_NAME_W), bytesAt(row, 1, PR_ENTRYID), flagAt(row, 2, PR_DEFAULT_STORE)});
   });
   return found;
 }
@@ -69,8 +68,8 @@ std::vector<StoreEntry> Session::stores() {
 ComPtr<IMsgStore> Session::openStore(const StoreEntry& store, bool toWrite) {
   ComPtr<IMsgStore> opened;
   const ULONG flags = MDB_NO_DIALOG | (toWrite ? MDB_WRITE : 0);
-  const HRESULT code = session->OpenMsgStore(0, static_cast<ULONG>(store.id.size()), asEntryId(store.id), nullptr,
-                                             flags, &opened);
+  const HRESULT code =
+      session->OpenMsgStore(0, static_cast<ULONG>(store.id.size()), asEntryId(store.id), nullptr, flags, &opened);
   check(code, folderExitCode(code), fmt::format("Message store '{}' cannot be opened", printable(store.name)),
         *session.Get());
   return opened;
@@ -106,8 +105,8 @@ std::vector<FolderEntry> Session::foldersOf(IMAPIFolder& folder, const std::wstr
   setColumns(*table.Get(), {PR_DISPLAY_NAME_W, PR_ENTRYID, PR_CONTENT_COUNT, PR_SUBFOLDERS}, subject);
   std::vector<FolderEntry> found;
   forEachRow(*table.Get(), subject, [&](const SRow& row) {
-    found.push_back({textAt(row, 0, PR_DISPLAY_NAME_W), bytesAt(row, 1, PR_ENTRYID),
-                     numberAt(row, 2, PR_CONTENT_COUNT), flagAt(row, 3, PR_SUBFOLDERS)});
+    found.push_back({textAt(row, 0, PR_DISPLAY_NAME_W), bytesAt(row, 1, PR_ENTRYID), numberAt(row, 2, PR_CONTENT_COUNT),
+                     flagAt(row, 3, PR_SUBFOLDERS)});
   });
   return found;
 }
@@ -139,7 +138,8 @@ OpenFolder Session::walk(std::wstring_view path, bool create, std::vector<std::w
   } catch (const Failure& failure) {
     if (made.empty()) throw;
     std::string words = failure.what();
-    for (const std::wstring& folder : made) words += fmt::format(" Folder '{}' was made before that.", printable(folder));
+    for (const std::wstring& folder : made)
+      words += fmt::format(" Folder '{}' was made before that.", printable(folder));
     throw Failure(failure.exitCode(), words, failure.code());
   }
 }
@@ -173,13 +173,13 @@ OpenFolder Session::walk(std::wstring_view path, bool create, bool toWrite, std:
     const std::wstring name(firstComponent(rest));
     if (!create || name.empty())
       throw Failure(ExitCode::folderRefused,
-                    fmt::format("Folder '{}' was not found in '{}' (MAPI_E_NOT_FOUND, 0x8004010F). {}",
-                                printable(name), printable(current.path), whatThereIs(names, name)),
+                    fmt::format("Folder '{}' was not found in '{}' (MAPI_E_NOT_FOUND, 0x8004010F). {}", printable(name),
+                                printable(current.path), whatThereIs(names, name)),
                     MAPI_E_NOT_FOUND);
     if (!isPlainName(name))
-      throw Failure(ExitCode::folderRefused,
-                    fmt::format("Folder '{}' was not made: its name is blank, or holds control characters.",
-                                printable(name)));
+      throw Failure(
+          ExitCode::folderRefused,
+          fmt::format("Folder '{}' was not made: its name is blank, or holds control characters.", printable(name)));
     if (name.size() > longestName)
       throw Failure(ExitCode::folderRefused,
                     fmt::format("Folder '{}' was not made: its name has {} characters, and reports can be posted to "
@@ -207,7 +207,8 @@ OpenFolder Session::personalReports(bool toWrite) {
   if (store == allStores.end())
     throw Failure(ExitCode::folderRefused,
                   fmt::format("Profile '{}' has no default message store, which personal reports go to "
-                              "(MAPI_E_NOT_FOUND, 0x8004010F).", printable(profileName)),
+                              "(MAPI_E_NOT_FOUND, 0x8004010F).",
+                              printable(profileName)),
                   MAPI_E_NOT_FOUND);
   OpenFolder found{openStore(*store, toWrite), nullptr, L"Personal reports of " + store->name, {}};
   MapiBuffer<SPropValue> id;

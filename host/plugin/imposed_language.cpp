@@ -7,11 +7,8 @@
 namespace fendrel::host {
 namespace {
 
-constexpr std::pair<const char*, const wchar_t*> languages[] = {{"de", L"QLMLCID7"},
-                                                                {"en", L"QLMLCID9"},
-                                                                {"fr", L"QLMLCID12"},
-                                                                {"it", L"QLMLCID16"},
-                                                                {"jp", L"QLMLCID17"}};
+constexpr std::pair<const char*, const wchar_t*> languages[] = {
+    {"de", L"QLMLCID7"}, {"en", L"QLMLCID9"}, {"fr", L"QLMLCID12"}, {"it", L"QLMLCID16"}, {"jp", L"QLMLCID17"}};
 
 }  // namespace
 

@@ -39,8 +39,9 @@ HMODULE textsOf(HMODULE plugin) {
   for (const HMODULE module : std::span(modules, std::min(sizeof modules, std::size_t{bytes}) / sizeof *modules)) {
     wchar_t path[MAX_PATH];
     const DWORD length = GetModuleFileNameW(module, path, MAX_PATH);
-    if (length > folder.size() && CompareStringOrdinal(path, static_cast<int>(folder.size()), folder.c_str(),
-                                                       static_cast<int>(folder.size()), TRUE) == CSTR_EQUAL &&
+    if (length > folder.size() &&
+        CompareStringOrdinal(path, static_cast<int>(folder.size()), folder.c_str(), static_cast<int>(folder.size()),
+                             TRUE) == CSTR_EQUAL &&
         GetProcAddress(module, "GetResDllVersion"))
       return module;
   }
@@ -94,7 +95,9 @@ class OptionsRecord {
   OptionsRecord(const OptionsRecord&) = delete;
   OptionsRecord& operator=(const OptionsRecord&) = delete;
 
-  DestinationOptions* get() { return packed.empty() ? &unpacked : reinterpret_cast<DestinationOptions*>(packed.data()); }
+  DestinationOptions* get() {
+    return packed.empty() ? &unpacked : reinterpret_cast<DestinationOptions*>(packed.data());
+  }
 
  private:
   Bytes packed;
@@ -121,7 +124,8 @@ Plugin::Plugin() {
   if (const unsigned version = exports.getVersion(); version != FENDREL_VERSION)
     throw Failure(ExitCode::mapiUnusable,
                   fmt::format("FENDREL.DLL speaks version 0x{:04X} of the interface, fendrel.exe speaks 0x{:04X}. "
-                              "Install both of one release.", version, FENDREL_VERSION));
+                              "Install both of one release.",
+                              version, FENDREL_VERSION));
   if (const std::uint32_t code = exports.initialize(); code != FENDREL_SUCCESS)
     throw Failure(ExitCode::mapiUnusable,
                   fmt::format("The plug-in did not start, its code is {}: {}.", static_cast<std::int32_t>(code),
@@ -153,8 +157,9 @@ ExportAnswer Plugin::exportFiles(const Destination& destination, std::span<const
       if (const wchar_t* text = exports.getErrorText(job)) answer.errorText = text;
     exports.termExport(job);
   }
-  answer.meaning = pluginFailure(answer.code, answer.errorText, [texts = textsOf(static_cast<HMODULE>(module.get()))](
-                                                                    UINT id) { return stringOf(texts, id); });
+  answer.meaning =
+      pluginFailure(answer.code, answer.errorText,
+                    [texts = textsOf(static_cast<HMODULE>(module.get()))](UINT id) { return stringOf(texts, id); });
   return answer;
 }
 

@@ -8,8 +8,8 @@
 #include <optional>
 #include <string>
 
-#include "profiles.h"
 #include "log_file.h"
+#include "profiles.h"
 #include "session.h"
 
 namespace fendrel::host {
@@ -38,9 +38,9 @@ enum class Level {
 // Something that happened to one file, or to the whole.
 struct Event {
   Level level;
-  const char* name;         // one word or two, the same for all of its kind: "posted"
-  std::string file;         // as the caller wrote it; may be empty
-  std::string words;        // for a person
+  const char* name;              // one word or two, the same for all of its kind: "posted"
+  std::string file;              // as the caller wrote it; may be empty
+  std::string words;             // for a person
   Json fields = Json::object();  // what JSON says besides
 };
 

@@ -19,7 +19,8 @@ void deleteChosen(const OpenFolder& folder, const std::vector<ChosenMessage>& me
   if (code == MAPI_W_PARTIAL_COMPLETION)
     throw Failure(ExitCode::failed,
                   fmt::format("Not all of the messages of '{}' were deleted (MAPI_W_PARTIAL_COMPLETION, 0x00040680). "
-                              "\"fendrel list\" shows which are left.", printable(folder.path)),
+                              "\"fendrel list\" shows which are left.",
+                              printable(folder.path)),
                   code);
 }
 
@@ -28,10 +29,12 @@ Json tellDeletion(CommandContext& context, const ChosenMessage& message, bool dr
                      {"id", messageId(message.row)},
                      {"subject", toUtf8(message.row.subject)},
                      {"delivered", jsonTime(message.row.delivered)}};
-  context.tell({Level::info, dryRun ? "would delete" : "deleted", {},
-             fmt::format("Message {}, '{}', {} deleted.", message.number, printable(message.row.subject),
-                         dryRun ? "would be" : "was"),
-             item});
+  context.tell({Level::info,
+                dryRun ? "would delete" : "deleted",
+                {},
+                fmt::format("Message {}, '{}', {} deleted.", message.number, printable(message.row.subject),
+                            dryRun ? "would be" : "was"),
+                item});
   return item;
 }
 

@@ -3,13 +3,13 @@
 #include <fmt/format.h>
 
 #include "file_facts.h"
-#include "folder_path.h"
 #include "file_handle.h"
+#include "folder_path.h"
 #include "mail_client.h"
 #include "mapi_library.h"
 #include "paths.h"
-#include "target.h"
 #include "store_files.h"
+#include "target.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -59,8 +59,10 @@ class Examination {
     if (isLocal) {
       library = programFolder() + L"\\store\\MAPI32.DLL";
       if (!fileExists(library))
-        throw unusable(fmt::format("The local store {} is missing. Install fendrel completely, or use the system's "
-                                   "MAPI with --mapi system.", shown(library)));
+        throw unusable(
+            fmt::format("The local store {} is missing. Install fendrel completely, or use the system's "
+                        "MAPI with --mapi system.",
+                        shown(library)));
       return fmt::format("{}, {}, the local store", shown(library), bitsOfLibrary(library));
     }
     return lookAtMailClient();
@@ -92,10 +94,13 @@ class Examination {
                       "64-bit one. Install its 64-bit form, or use --mapi local.",
                       printable(narrow.name), shown(narrow.library)));
     if (client.name.empty())
-      throw unusable("The registry names no default mail program. Install one that offers Extended MAPI, or use --mapi "
-                     "local.");
-    throw unusable(fmt::format("The default mail program '{}' offers no Extended MAPI. Install one that does, or use "
-                               "--mapi local.", printable(client.name)));
+      throw unusable(
+          "The registry names no default mail program. Install one that offers Extended MAPI, or use --mapi "
+          "local.");
+    throw unusable(
+        fmt::format("The default mail program '{}' offers no Extended MAPI. Install one that does, or use "
+                    "--mapi local.",
+                    printable(client.name)));
   }
 
   std::string lookAtExports() {
@@ -121,7 +126,8 @@ class Examination {
     if (!fileExists(place))
       throw Failure(ExitCode::mapiUnusable,
                     fmt::format("There is no store yet; it would be {}. Make it with: fendrel profile add NAME --user "
-                                "\"Your Name\"", shown(place)),
+                                "\"Your Name\"",
+                                shown(place)),
                     MAPI_E_NOT_FOUND);
     if (!looksLikeStore(place)) throw noStore(place);
     const store::StoreFacts facts = keepHouse([&] { return store::readStoreFacts(place); });
@@ -211,8 +217,8 @@ class Examination {
                          shortSize(result.contentBytes));
     throw Failure(ExitCode::damageFound,
                   fmt::format("{} found in {}. Keep it; \"fendrel store check\" names the damage, and \"fendrel store "
-                              "salvage\" carries over what is whole.", counted(result.damage.size(), "damage"),
-                              shown(place)),
+                              "salvage\" carries over what is whole.",
+                              counted(result.damage.size(), "damage"), shown(place)),
                   MAPI_E_CORRUPT_STORE);
   }
 

@@ -10,15 +10,15 @@
 namespace fendrel::host {
 
 struct DoctorFinding {
-  std::string what;   // "Target folder"
+  std::string what;  // "Target folder"
   bool isGood = true;
   std::string words;  // and what to do
   ExitCode exit = ExitCode::done;
-  Json error;         // of a cross
+  Json error;  // of a cross
 };
 
 struct DoctorOrder {
-  std::string to;   // a folder's path; empty: none is looked at
+  std::string to;       // a folder's path; empty: none is looked at
   bool create = false;  // a folder that is missing would be made
 };
 

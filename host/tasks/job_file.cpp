@@ -127,9 +127,10 @@ class Reader {
       return;
     }
     MessageFilter& filter = reading.job.retention;
-    readTable(*table, {{"older-than", text_(filter.olderThan)},
-                       {"subject", text_(filter.subject)},
-                       {"class", text_(filter.messageClass)}},
+    readTable(*table,
+              {{"older-than", text_(filter.olderThan)},
+               {"subject", text_(filter.subject)},
+               {"class", text_(filter.messageClass)}},
               "retention.");
     if (filter.olderThan.empty()) {
       problem(node, "'retention.older-than' is missing: how old a message must be to be deleted, for example \"90d\".");

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "command_context.h"
-#include "posting.h"
 #include "message_filter.h"
+#include "posting.h"
 
 namespace fendrel::host {
 

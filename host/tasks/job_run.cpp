@@ -3,10 +3,10 @@
 #include <fmt/format.h>
 
 #include "console.h"
+#include "deletion.h"
 #include "export_names.h"
 #include "moved_file.h"
 #include "paths.h"
-#include "deletion.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -28,8 +28,11 @@ bool putAway(CommandContext& context, const Job& job, const InputFile& file, con
   const std::string place = placeFor(job, result);
   if (place.empty()) return false;
   const std::string to = moveFileInto(file, place);
-  context.tell({Level::detail, "moved", file.given, fmt::format("{} was moved to {}", shownName(file), printable(to)),
-             {{"to", to}}});
+  context.tell({Level::detail,
+                "moved",
+                file.given,
+                fmt::format("{} was moved to {}", shownName(file), printable(to)),
+                {{"to", to}}});
   return true;
 }
 
@@ -46,7 +49,8 @@ JobLock::JobLock(const Job& job) {
   if (mutex && error != ERROR_ALREADY_EXISTS) return;
   if (mutex || error == ERROR_ACCESS_DENIED)
     throw Failure(ExitCode::failed, fmt::format("Job '{}' is running already; nothing was done. Wait for its end, or "
-                                                "stop it.", printable(job.file)))
+                                                "stop it.",
+                                                printable(job.file)))
         .mayPass();
   throw systemFailure(ExitCode::failed, fmt::format("Job '{}' cannot be started", printable(job.file)), error);
 }
@@ -114,9 +118,9 @@ ExitCode runJob(CommandContext& context, const Job& job) {
     context.tell({Level::notice, "kept", {}, "No old message was deleted, because not every file was posted."});
   if (!context.options.jsonLines)
     context.document({{"job", job.file},
-                   {"posting", outcome.posting},
-                   {"deleted", deleted},
-                   {"exitCode", static_cast<int>(outcome.exit)}});
+                      {"posting", outcome.posting},
+                      {"deleted", deleted},
+                      {"exitCode", static_cast<int>(outcome.exit)}});
   return outcome.exit;
 }
 
@@ -132,8 +136,10 @@ ExitCode tellJobPlan(CommandContext& context, const Job& job) {
   if (inputs.files.empty()) context.tell({Level::info, "total", {}, "There is no file to post."});
   const auto move = [&](const std::string& directory, const char* which) {
     if (!directory.empty())
-      context.tell({Level::info, "would move", {}, fmt::format("Files that {} would be moved to {}", which,
-                                                            printable(directory))});
+      context.tell({Level::info,
+                    "would move",
+                    {},
+                    fmt::format("Files that {} would be moved to {}", which, printable(directory))});
   };
   JobOutcome outcome;
   Posting posting(context, plan.request, inputs.files);
@@ -150,10 +156,10 @@ ExitCode tellJobPlan(CommandContext& context, const Job& job) {
   }
   if (!context.options.jsonLines)
     context.document({{"job", job.file},
-                   {"dryRun", true},
-                   {"posting", posting.document(outcome.exit)},
-                   {"deleted", deleted},
-                   {"exitCode", static_cast<int>(outcome.exit)}});
+                      {"dryRun", true},
+                      {"posting", posting.document(outcome.exit)},
+                      {"deleted", deleted},
+                      {"exitCode", static_cast<int>(outcome.exit)}});
   return outcome.exit;
 }
 

@@ -65,9 +65,11 @@ struct Range {
 };
 
 Failure noNumber(const std::string& given) {
-  return Failure(ExitCode::wrongUsage,
-                 fmt::format("'{}' is not a message number. \"fendrel list\" shows the numbers, beginning with 1; several "
-                             "are written 1-3,7.", printable(given)));
+  return Failure(
+      ExitCode::wrongUsage,
+      fmt::format("'{}' is not a message number. \"fendrel list\" shows the numbers, beginning with 1; several "
+                  "are written 1-3,7.",
+                  printable(given)));
 }
 
 // "1-3,7"
@@ -104,8 +106,10 @@ void MessageFilter::addOptions(CLI::App& command) {
   command.add_option("--until", until, "Only messages delivered until then, that day included")->type_name("DATE");
   command.add_option("--older-than", olderThan, "Only messages older than that: 90d; also hours (h) and weeks (w)")
       ->type_name("AGE");
-  command.add_option("--id", ids, "Only the message with this identifier, which \"fendrel list --ids\" shows; may be "
-                                  "given several times")
+  command
+      .add_option("--id", ids,
+                  "Only the message with this identifier, which \"fendrel list --ids\" shows; may be "
+                  "given several times")
       ->type_name("ID")
       ->allow_extra_args(false);
 }
@@ -124,7 +128,8 @@ std::uint64_t parseAge(const std::string& given, const char* what) {
     if (unit == "d") return count * dayUnits;
     if (unit == "w") return count * 7 * dayUnits;
   }
-  throw Failure(ExitCode::wrongUsage, fmt::format("{} '{}' is not an age. Write 90d, 12h or 2w.", what, printable(given)));
+  throw Failure(ExitCode::wrongUsage,
+                fmt::format("{} '{}' is not an age. Write 90d, 12h or 2w.", what, printable(given)));
 }
 
 MessageTest::MessageTest(const MessageFilter& filter)
@@ -144,8 +149,8 @@ MessageTest::MessageTest(const MessageFilter& filter)
   for (const std::string& id : filter.ids) {
     const bool isId = id.size() == idDigits && id.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
     if (!isId)
-      throw Failure(ExitCode::wrongUsage, fmt::format("--id '{}' is not an identifier; \"fendrel list --ids\" shows them.",
-                                                      printable(id)));
+      throw Failure(ExitCode::wrongUsage,
+                    fmt::format("--id '{}' is not an identifier; \"fendrel list --ids\" shows them.", printable(id)));
     keys.push_back(toWide(id));
   }
 }
@@ -187,15 +192,14 @@ std::vector<ChosenMessage> chooseMessages(MessageTable& table, const std::vector
   }
   std::vector<std::string> missing = filter.ids;
   std::erase_if(missing, [&](const std::string& id) {
-    return std::ranges::any_of(chosen, [&](const ChosenMessage& each) {
-      return matchesPattern(nameKey(each.row.id), toWide(id));
-    });
+    return std::ranges::any_of(
+        chosen, [&](const ChosenMessage& each) { return matchesPattern(nameKey(each.row.id), toWide(id)); });
   });
   if (!missing.empty() && !filter.hasCriteria())
-    throw Failure(ExitCode::folderRefused,
-                  fmt::format("No message has the identifier {}. \"fendrel list --ids\" shows them.",
-                              printable(missing.front())),
-                  MAPI_E_NOT_FOUND);
+    throw Failure(
+        ExitCode::folderRefused,
+        fmt::format("No message has the identifier {}. \"fendrel list --ids\" shows them.", printable(missing.front())),
+        MAPI_E_NOT_FOUND);
   return chosen;
 }
 

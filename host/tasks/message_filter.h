@@ -14,10 +14,10 @@ namespace fendrel::host {
 
 // As a person writes it.
 struct MessageFilter {
-  std::string subject, messageClass;       // patterns with '*' and '?'
-  std::string since, until;                // "2026-11-21", "2026-11-21 22:00", local time; until: that day with it
-  std::string olderThan;                   // "90d", "12h", "2w"
-  std::vector<std::string> ids;            // as "list --ids" shows them
+  std::string subject, messageClass;  // patterns with '*' and '?'
+  std::string since, until;           // "2026-11-21", "2026-11-21 22:00", local time; until: that day with it
+  std::string olderThan;              // "90d", "12h", "2w"
+  std::vector<std::string> ids;       // as "list --ids" shows them
 
   void addOptions(CLI::App& command);
   bool hasCriteria() const;  // beyond identifiers

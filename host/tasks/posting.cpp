@@ -67,7 +67,7 @@ void Posting::leaveOutRepeated() {
     if (states[file].state != State::open || seen.insert(files[file].identity).second) continue;
     states[file].state = State::leftOut;
     context.tell({Level::notice, "left out", files[file].given,
-               fmt::format("'{}' is named twice and is posted once.", printable(files[file].given))});
+                  fmt::format("'{}' is named twice and is posted once.", printable(files[file].given))});
   }
 }
 
@@ -76,12 +76,15 @@ void Posting::open() {
   target = openTarget(context, request.target);
   for (const std::wstring& path : target.created) {
     created.push_back(path);
-    context.tell({Level::info, "folder made", {}, fmt::format("Made folder {}", printable(path)),
-               {{"folder", toUtf8(path)}}});
+    context.tell(
+        {Level::info, "folder made", {}, fmt::format("Made folder {}", printable(path)), {{"folder", toUtf8(path)}}});
   }
   if (target.missing)
-    context.tell({Level::info, "folder missing", {}, fmt::format("Folder {} would be made", printable(target.path)),
-               {{"folder", toUtf8(target.path)}}});
+    context.tell({Level::info,
+                  "folder missing",
+                  {},
+                  fmt::format("Folder {} would be made", printable(target.path)),
+                  {{"folder", toUtf8(target.path)}}});
   if (!request.dryRun && !plugin) plugin.emplace();
   if (posted || target.missing) return;
   std::set<std::wstring> names;
@@ -100,19 +103,24 @@ void Posting::leaveOutPresent(const std::vector<MessageRow>& rows) {
     const std::optional<MessageRow> there = present.take(files[file]);
     if (!there) continue;
     states[file].state = State::leftOut;
-    context.tell({Level::info, "left out", files[file].given,
-               fmt::format("{} is there already, message of {}", shownName(files[file]), shortTime(there->delivered)),
-               {{"delivered", jsonTime(there->delivered)}}});
+    context.tell(
+        {Level::info,
+         "left out",
+         files[file].given,
+         fmt::format("{} is there already, message of {}", shownName(files[file]), shortTime(there->delivered)),
+         {{"delivered", jsonTime(there->delivered)}}});
   }
 }
 
 void Posting::tellPlan() {
   for (std::size_t file = 0; file < files.size(); ++file)
     if (states[file].state == State::open)
-      context.tell({Level::info, "would post", files[file].given,
-                 fmt::format("{} would be posted to {}, {}", shownName(files[file]), printable(target.path),
-                             counted(files[file].size, "byte")),
-                 {{"folder", toUtf8(target.path)}, {"size", files[file].size}}});
+      context.tell({Level::info,
+                    "would post",
+                    files[file].given,
+                    fmt::format("{} would be posted to {}, {}", shownName(files[file]), printable(target.path),
+                                counted(files[file].size, "byte")),
+                    {{"folder", toUtf8(target.path)}, {"size", files[file].size}}});
 }
 
 Failure Posting::refusal(std::size_t file, const ExportAnswer& answer) const {
@@ -122,16 +130,15 @@ Failure Posting::refusal(std::size_t file, const ExportAnswer& answer) const {
     const std::string what =
         fmt::format("{}The plug-in cannot use profile '{}'", subject, printable(destination.profile));
     if (answer.meaning != S_OK) return failureOf(ExitCode::mapiUnusable, what, answer.meaning);
-    return Failure(ExitCode::mapiUnusable,
-                   fmt::format("{} (plug-in code {}). Check the profile and its password.", what,
-                               static_cast<std::int32_t>(answer.code)));
+    return Failure(ExitCode::mapiUnusable, fmt::format("{} (plug-in code {}). Check the profile and its password.",
+                                                       what, static_cast<std::int32_t>(answer.code)));
   }
   const std::string what = fmt::format("{}Folder '{}' refused the message", subject, printable(target.path));
   if (answer.meaning != S_OK) return failureOf(folderExitCode(answer.meaning), what, answer.meaning);
-  return Failure(ExitCode::failed, fmt::format("{}: {} (plug-in code {}).", what,
-                                               answer.errorText.empty() ? "no reason was given"
-                                                                        : printable(answer.errorText),
-                                               static_cast<std::int32_t>(answer.code)));
+  return Failure(ExitCode::failed,
+                 fmt::format("{}: {} (plug-in code {}).", what,
+                             answer.errorText.empty() ? "no reason was given" : printable(answer.errorText),
+                             static_cast<std::int32_t>(answer.code)));
 }
 
 Failure Posting::notThere(std::size_t file, const Found& found) const {
@@ -144,11 +151,12 @@ Failure Posting::notThere(std::size_t file, const Found& found) const {
                                shownName(input), printable(target.path)))
         .mayPass();
   const std::optional<std::uint64_t> now = sizeNow(input);
-  return Failure(ExitCode::failed,
-                 fmt::format("{} was not posted whole: its message in '{}' holds {} of {} bytes. {}", shownName(input),
-                             printable(target.path), withThousands(found.attachedBytes), withThousands(input.size),
-                             now && *now != input.size ? "The file changed meanwhile; delete the message and post again."
-                                                       : "Delete the message, check the store and post again."));
+  return Failure(
+      ExitCode::failed,
+      fmt::format("{} was not posted whole: its message in '{}' holds {} of {} bytes. {}", shownName(input),
+                  printable(target.path), withThousands(found.attachedBytes), withThousands(input.size),
+                  now && *now != input.size ? "The file changed meanwhile; delete the message and post again."
+                                            : "Delete the message, check the store and post again."));
 }
 
 void Posting::look(const ExportAnswer* together) {
@@ -161,12 +169,14 @@ void Posting::look(const ExportAnswer* together) {
       states[found.file].state = State::posted;
       states[found.file].failure.reset();
       states[found.file].messageClass = found.messageClass;
-      context.tell({Level::info, "posted", file.given,
-                 fmt::format("{} -> {}, {}", shownName(file), printable(target.path), counted(file.size, "byte")),
-                 {{"name", toUtf8(file.name)},
-                  {"folder", toUtf8(target.path)},
-                  {"size", file.size},
-                  {"class", toUtf8(found.messageClass)}}});
+      context.tell({Level::info,
+                    "posted",
+                    file.given,
+                    fmt::format("{} -> {}, {}", shownName(file), printable(target.path), counted(file.size, "byte")),
+                    {{"name", toUtf8(file.name)},
+                     {"folder", toUtf8(target.path)},
+                     {"size", file.size},
+                     {"class", toUtf8(found.messageClass)}}});
     } else if (!found.there && together && together->code != FENDREL_SUCCESS) {
       fail(found.file, refusal(found.file, *together));
     } else {
@@ -189,7 +199,8 @@ void Posting::postEach(bool isLast) {
       break;
     }
     progress->startFile(shownName(files[file]));
-    context.tell({Level::detail, "begun", files[file].given, fmt::format("{} is being posted", shownName(files[file]))});
+    context.tell(
+        {Level::detail, "begun", files[file].given, fmt::format("{} is being posted", shownName(files[file]))});
     const ExportAnswer answer =
         plugin->exportFiles(target.destination, std::span(&files[file].path, 1), std::span(&files[file].name, 1));
     if (answer.code == FENDREL_SUCCESS)
@@ -220,10 +231,10 @@ void Posting::postTogether() {
   const bool allThere =
       std::ranges::all_of(numbers, [&](std::size_t file) { return states[file].state == State::posted; });
   if (answer.code != FENDREL_SUCCESS && allThere) {
-    whole = Failure(ExitCode::failed,
-                    fmt::format("Every file is in folder '{}', but the plug-in reported a failure: {} (code {}).",
-                                printable(target.path), printable(answer.errorText),
-                                static_cast<std::int32_t>(answer.code)));
+    whole = Failure(
+        ExitCode::failed,
+        fmt::format("Every file is in folder '{}', but the plug-in reported a failure: {} (code {}).",
+                    printable(target.path), printable(answer.errorText), static_cast<std::int32_t>(answer.code)));
     context.tell("failed", {}, *whole);
   }
 }
@@ -253,10 +264,12 @@ void Posting::pass(bool isLast) {
 
 bool Posting::waitForNextPass(unsigned attempt, const std::string& why) {
   const std::uint64_t seconds = std::min(longestWait, std::uint64_t{request.wait} << std::min(attempt, 20u));
-  context.tell({Level::notice, "waiting", {},
-             fmt::format("{}Trying again in {} ({} of {}).", why, counted(seconds, "second"), attempt + 1,
-                         request.retries),
-             {{"seconds", seconds}, {"try", attempt + 1}, {"tries", request.retries}}});
+  context.tell(
+      {Level::notice,
+       "waiting",
+       {},
+       fmt::format("{}Trying again in {} ({} of {}).", why, counted(seconds, "second"), attempt + 1, request.retries),
+       {{"seconds", seconds}, {"try", attempt + 1}, {"tries", request.retries}}});
   const CancelWords words("stopping");
   cancelled = !waitUnlessCancelled(static_cast<std::uint32_t>(seconds * 1000));
   return !cancelled;
@@ -332,14 +345,17 @@ void Posting::tellTotals(ExitCode exit) {
   const PostTotals sums = totals();
   const double seconds = static_cast<double>(GetTickCount64() - startTicks) / 1000;
   // The line of a single file says it all.
-  context.tell({files.size() > 1 ? Level::info : Level::record, "total", {}, totalsWords(sums, seconds),
-             {{"posted", sums.posted},
-              {"leftOut", sums.leftOut},
-              {"failed", sums.failed},
-              {"notTried", sums.open},
-              {"bytes", sums.bytes},
-              {"seconds", seconds},
-              {"exitCode", static_cast<int>(exit)}}});
+  context.tell({files.size() > 1 ? Level::info : Level::record,
+                "total",
+                {},
+                totalsWords(sums, seconds),
+                {{"posted", sums.posted},
+                 {"leftOut", sums.leftOut},
+                 {"failed", sums.failed},
+                 {"notTried", sums.open},
+                 {"bytes", sums.bytes},
+                 {"seconds", seconds},
+                 {"exitCode", static_cast<int>(exit)}}});
 }
 
 Json Posting::document(ExitCode exit) const {

@@ -7,8 +7,8 @@
 
 #include "input_files.h"
 #include "posted_check.h"
-#include "target.h"
 #include "progress.h"
+#include "target.h"
 
 namespace fendrel::host {
 

@@ -7,8 +7,8 @@
 
 #include <string>
 
-#include "error_words.h"
 #include "command_context.h"
+#include "error_words.h"
 
 namespace fendrel::host {
 

@@ -10,12 +10,12 @@
 namespace fendrel::host {
 
 struct TargetChoice {
-  std::string to;              // a folder's path
-  std::string savedChoice;     // or a file of "fendrel choose --save"
-  bool personal = false;       // or the personal reports
+  std::string to;           // a folder's path
+  std::string savedChoice;  // or a file of "fendrel choose --save"
+  bool personal = false;    // or the personal reports
   std::string type = "instance";
-  bool create = false;         // the folders of `to` that are missing are made
-  bool lookOnly = false;       // nothing is made: where a folder is missing, `missing` says so
+  bool create = false;    // the folders of `to` that are missing are made
+  bool lookOnly = false;  // nothing is made: where a folder is missing, `missing` says so
 };
 
 struct Target {

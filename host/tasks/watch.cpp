@@ -11,17 +11,17 @@
 namespace fendrel::host {
 namespace {
 
-constexpr DWORD pollEvery = 1000;              // milliseconds
+constexpr DWORD pollEvery = 1000;  // milliseconds
 constexpr ULONGLONG houseEvery = 24 * 3600'000;
-constexpr ULONGLONG shortestPause = 30'000;    // after a failure that passes by itself
+constexpr ULONGLONG shortestPause = 30'000;  // after a failure that passes by itself
 constexpr ULONGLONG longestPause = 900'000;
 
 // What is known of a file that was seen.
 struct Seen {
   std::uint64_t size = 0;
   FILETIME written{};
-  ULONGLONG since = 0;     // when it had this size and this time first
-  bool isDone = false;     // posted, or refused for good, and still where it was
+  ULONGLONG since = 0;  // when it had this size and this time first
+  bool isDone = false;  // posted, or refused for good, and still where it was
 };
 
 bool isSame(const Seen& seen, const InputFile& file) {
@@ -82,9 +82,8 @@ class Watch {
     for (InputFile file : inputs.files) {
       if (file.problem || !readDirectoryEntry(file)) continue;
       const auto known = seen.find(file.path);
-      Seen entry = known != seen.end() && isSame(known->second, file)
-                       ? known->second
-                       : Seen{file.size, file.written, now, false};
+      Seen entry = known != seen.end() && isSame(known->second, file) ? known->second
+                                                                      : Seen{file.size, file.written, now, false};
       if (!entry.isDone && now - entry.since >= ULONGLONG{job.settle} * 1000 && isClosedByOthers(file)) {
         InputFile looked = lookAtFile(file.given);
         if (!looked.problem && isSame(entry, looked)) ready.push_back(std::move(looked));

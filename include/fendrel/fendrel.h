@@ -49,15 +49,15 @@ extern "C" {
 #define FENDREL_OUT_OF_MEMORY 2u
 #define FENDREL_NOT_ENOUGH_DISK 3u
 #define FENDREL_INVALID_ARGUMENT 5u
-#define FENDREL_CANCELLED 6u            /* by the user */
-#define FENDREL_STRING_NOT_LOADED 7u    /* a text is missing from the resources */
-#define FENDREL_FAILED 0xFFFFFFFFu      /* the words stand in the job's error text */
+#define FENDREL_CANCELLED 6u         /* by the user */
+#define FENDREL_STRING_NOT_LOADED 7u /* a text is missing from the resources */
+#define FENDREL_FAILED 0xFFFFFFFFu   /* the words stand in the job's error text */
 
 /* What NRVGetVersionW answers. */
 #define FENDREL_VERSION 0x0100u
 
 /* How a report is posted; DestinationOptions.destinationType. */
-#define FENDREL_PERSONAL_REPORT 1009u   /* into the Common Views folder of the default store */
+#define FENDREL_PERSONAL_REPORT 1009u /* into the Common Views folder of the default store */
 #define FENDREL_FOLDER_REPORT 1010u
 #define FENDREL_REPORT_INSTANCE 1011u
 
@@ -234,11 +234,20 @@ typedef struct FendrelResultA {
 typedef struct DestinationOptions {
   uint16_t version;
   uint16_t padding1[3];
-  union { wchar_t* profileName; uint64_t profileNameOffset; };
-  union { wchar_t* profilePassword; uint64_t profilePasswordOffset; };
+  union {
+    wchar_t* profileName;
+    uint64_t profileNameOffset;
+  };
+  union {
+    wchar_t* profilePassword;
+    uint64_t profilePasswordOffset;
+  };
   uint16_t destinationType;
   uint16_t padding2[3];
-  union { wchar_t* folderPath; uint64_t folderPathOffset; };
+  union {
+    wchar_t* folderPath;
+    uint64_t folderPathOffset;
+  };
   uint16_t packedSize;
   uint16_t padding3[3];
 } DestinationOptions;
@@ -246,11 +255,20 @@ typedef struct DestinationOptions {
 typedef struct DestinationOptionsA {
   uint16_t version;
   uint16_t padding1[3];
-  union { char* profileName; uint64_t profileNameOffset; };
-  union { char* profilePassword; uint64_t profilePasswordOffset; };
+  union {
+    char* profileName;
+    uint64_t profileNameOffset;
+  };
+  union {
+    char* profilePassword;
+    uint64_t profilePasswordOffset;
+  };
   uint16_t destinationType;
   uint16_t padding2[3];
-  union { char* folderPath; uint64_t folderPathOffset; };
+  union {
+    char* folderPath;
+    uint64_t folderPathOffset;
+  };
   uint16_t packedSize;
   uint16_t padding3[3];
 } DestinationOptionsA;
@@ -259,36 +277,45 @@ FENDREL_ASSERT(sizeof(FendrelDestination) == 24 && offsetof(FendrelDestination, 
 FENDREL_ASSERT(sizeof(FendrelDestinationList) == 16 && offsetof(FendrelDestinationList, destinations) == 8,
                "destination list");
 FENDREL_ASSERT(sizeof(FendrelFileDescription) == 64 && offsetof(FendrelFileDescription, nameGiven) == 4 &&
-               offsetof(FendrelFileDescription, givenName) == 8 &&
-               offsetof(FendrelFileDescription, fileNameTemplate) == 48, "file description");
+                   offsetof(FendrelFileDescription, givenName) == 8 &&
+                   offsetof(FendrelFileDescription, fileNameTemplate) == 48,
+               "file description");
 FENDREL_ASSERT(sizeof(FendrelFileList) == 64 && offsetof(FendrelFileList, fileCount) == 16 &&
-               offsetof(FendrelFileList, files) == 24 && offsetof(FendrelFileList, unread3) == 32 &&
-               offsetof(FendrelFileList, unread4) == 56, "file list");
+                   offsetof(FendrelFileList, files) == 24 && offsetof(FendrelFileList, unread3) == 32 &&
+                   offsetof(FendrelFileList, unread4) == 56,
+               "file list");
 FENDREL_ASSERT(sizeof(FendrelExportDescription) == 64 && offsetof(FendrelExportDescription, fileCount) == 2 &&
-               offsetof(FendrelExportDescription, filePaths) == 8, "export description");
+                   offsetof(FendrelExportDescription, filePaths) == 8,
+               "export description");
 FENDREL_ASSERT(sizeof(FendrelResult) == 112 && offsetof(FendrelResult, strings) == 8, "result record");
 FENDREL_ASSERT(sizeof(DestinationOptions) == 48 && offsetof(DestinationOptions, profileName) == 8 &&
-               offsetof(DestinationOptions, profilePassword) == 16 &&
-               offsetof(DestinationOptions, destinationType) == 24 &&
-               offsetof(DestinationOptions, folderPath) == 32 &&
-               offsetof(DestinationOptions, packedSize) == 40, "destination options");
+                   offsetof(DestinationOptions, profilePassword) == 16 &&
+                   offsetof(DestinationOptions, destinationType) == 24 &&
+                   offsetof(DestinationOptions, folderPath) == 32 && offsetof(DestinationOptions, packedSize) == 40,
+               "destination options");
 FENDREL_ASSERT(sizeof(DestinationOptionsA) == sizeof(DestinationOptions) &&
-               offsetof(DestinationOptionsA, packedSize) == 40, "ANSI destination options");
-FENDREL_ASSERT(sizeof(FendrelDestinationA) == 24 && offsetof(FendrelDestinationA, name) == 8, "ANSI destination record");
+                   offsetof(DestinationOptionsA, packedSize) == 40,
+               "ANSI destination options");
+FENDREL_ASSERT(sizeof(FendrelDestinationA) == 24 && offsetof(FendrelDestinationA, name) == 8,
+               "ANSI destination record");
 FENDREL_ASSERT(sizeof(FendrelDestinationListA) == 16 && offsetof(FendrelDestinationListA, destinations) == 8,
                "ANSI destination list");
 FENDREL_ASSERT(sizeof(FendrelFileDescriptionA) == 64 && offsetof(FendrelFileDescriptionA, nameGiven) == 4 &&
-               offsetof(FendrelFileDescriptionA, givenName) == 8 &&
-               offsetof(FendrelFileDescriptionA, fileNameTemplate) == 48, "ANSI file description");
+                   offsetof(FendrelFileDescriptionA, givenName) == 8 &&
+                   offsetof(FendrelFileDescriptionA, fileNameTemplate) == 48,
+               "ANSI file description");
 FENDREL_ASSERT(sizeof(FendrelFileListA) == 64 && offsetof(FendrelFileListA, unread1) == 4 &&
-               offsetof(FendrelFileListA, unread2) == 8 && offsetof(FendrelFileListA, fileCount) == 16 &&
-               offsetof(FendrelFileListA, files) == 24 && offsetof(FendrelFileListA, unread3) == 32 &&
-               offsetof(FendrelFileListA, unread4) == 56, "ANSI file list");
+                   offsetof(FendrelFileListA, unread2) == 8 && offsetof(FendrelFileListA, fileCount) == 16 &&
+                   offsetof(FendrelFileListA, files) == 24 && offsetof(FendrelFileListA, unread3) == 32 &&
+                   offsetof(FendrelFileListA, unread4) == 56,
+               "ANSI file list");
 FENDREL_ASSERT(sizeof(FendrelExportDescriptionA) == 64 && offsetof(FendrelExportDescriptionA, fileCount) == 2 &&
-               offsetof(FendrelExportDescriptionA, filePaths) == 8 &&
-               offsetof(FendrelExportDescriptionA, unread) == 16, "ANSI export description");
+                   offsetof(FendrelExportDescriptionA, filePaths) == 8 &&
+                   offsetof(FendrelExportDescriptionA, unread) == 16,
+               "ANSI export description");
 FENDREL_ASSERT(sizeof(FendrelResultA) == 112 && offsetof(FendrelResultA, count) == 2 &&
-               offsetof(FendrelResultA, strings) == 8, "ANSI result record");
+                   offsetof(FendrelResultA, strings) == 8,
+               "ANSI result record");
 
 /* Counted: the first call loads the texts and MAPI32.DLL. 0, 2, 7, or FENDREL_FAILED when MAPI is not usable. */
 FENDREL_API uint32_t WINAPI NRVInitializeW(void) FENDREL_NOEXCEPT;
@@ -305,9 +332,9 @@ FENDREL_API const FendrelDestinationList* WINAPI NRVGetExportDestinationsW(void)
  * and *result lives as long as the job. options->version is 2 or more and left as it was.
  * 0, 2, 3, 5 (options, or a null argument), 6, or FENDREL_FAILED (without words: there is no job; also for a host that
  * ends the plug-in in the middle of the call). */
-FENDREL_API uint32_t WINAPI NRVInitExportDestinationW(HWND parentWindow, uint32_t hostValue, DestinationOptions* options,
-                                                      const FendrelFileList* files, FendrelJob* job,
-                                                      FendrelResult** result) FENDREL_NOEXCEPT;
+FENDREL_API uint32_t WINAPI NRVInitExportDestinationW(HWND parentWindow, uint32_t hostValue,
+                                                      DestinationOptions* options, const FendrelFileList* files,
+                                                      FendrelJob* job, FendrelResult** result) FENDREL_NOEXCEPT;
 
 /* Logs off and ends the job; 0 is allowed, an unknown job is left alone. Always 0. */
 FENDREL_API uint32_t WINAPI NRVTermExportDestinationW(FendrelJob job) FENDREL_NOEXCEPT;
@@ -315,7 +342,8 @@ FENDREL_API uint32_t WINAPI NRVTermExportDestinationW(FendrelJob job) FENDREL_NO
 /* Posts every file as one message. The result is that of the last file: 0, 2, 3, 5 (no such job or a
  * null argument), 6, or FENDREL_FAILED. The failure of a file before it is not reported, nor that of a message's last
  * step, its saving: a host that must know looks into the folder, or posts one file an export and looks there. */
-FENDREL_API uint32_t WINAPI NRVExportToDestinationW(FendrelJob job, const FendrelExportDescription* files) FENDREL_NOEXCEPT;
+FENDREL_API uint32_t WINAPI NRVExportToDestinationW(FendrelJob job,
+                                                    const FendrelExportDescription* files) FENDREL_NOEXCEPT;
 
 /* The words of the job's latest failure that has any, at most 299 characters, empty before;
  * owned by the job. Null for an unknown job. */
@@ -389,21 +417,22 @@ typedef uint32_t(WINAPI* FendrelTerminateW_t)(void);
 typedef uint16_t(WINAPI* FendrelGetVersionW_t)(void);
 typedef const FendrelDestinationList*(WINAPI* FendrelGetExportDestinationsW_t)(void);
 typedef uint32_t(WINAPI* FendrelInitExportDestinationW_t)(HWND parentWindow, uint32_t hostValue,
-    DestinationOptions* options, const FendrelFileList* files, FendrelJob* job, FendrelResult** result);
+                                                          DestinationOptions* options, const FendrelFileList* files,
+                                                          FendrelJob* job, FendrelResult** result);
 typedef uint32_t(WINAPI* FendrelTermExportDestinationW_t)(FendrelJob job);
 typedef uint32_t(WINAPI* FendrelExportToDestinationW_t)(FendrelJob job, const FendrelExportDescription* files);
 typedef const wchar_t*(WINAPI* FendrelGetErrorTextW_t)(FendrelJob job);
 typedef uint32_t(WINAPI* FendrelEncodeDestinationOptionsW_t)(FendrelJob job, DestinationOptions** block,
-    uint16_t* size);
+                                                             uint16_t* size);
 typedef uint32_t(WINAPI* FendrelDecodeDestinationOptionsW_t)(FendrelJob job, DestinationOptions** options);
 typedef uint32_t(WINAPI* FendrelFreeDestinationOptionsW_t)(uint32_t unused, DestinationOptions* options);
 typedef uint32_t(WINAPI* FendrelFreeDestinationOptionsA_t)(uint32_t unused, DestinationOptionsA* options);
 typedef uint32_t(WINAPI* FendrelDestinationOptionsW2A_t)(DestinationOptions* options, DestinationOptionsA** ansi,
-    uint16_t* size);
+                                                         uint16_t* size);
 typedef uint32_t(WINAPI* FendrelDestinationOptionsA2W_t)(DestinationOptionsA* ansi, DestinationOptions** options,
-    uint16_t* size);
+                                                         uint16_t* size);
 typedef uint32_t(WINAPI* FendrelA2WDestinationOptions_t)(DestinationOptionsA* ansi, DestinationOptions** options,
-    uint16_t* size);
+                                                         uint16_t* size);
 typedef uint32_t(WINAPI* FendrelIsThreadSafeW_t)(void);
 typedef uint32_t(WINAPI* FendrelInitPerThreadW_t)(void);
 typedef uint32_t(WINAPI* FendrelUninitPerThreadW_t)(void);
@@ -412,12 +441,13 @@ typedef uint32_t(WINAPI* FendrelTerminate_t)(void);
 typedef uint16_t(WINAPI* FendrelGetVersion_t)(void);
 typedef const FendrelDestinationListA*(WINAPI* FendrelGetExportDestinations_t)(void);
 typedef uint32_t(WINAPI* FendrelInitExportDestination_t)(HWND parentWindow, uint32_t context,
-    DestinationOptionsA* options, const FendrelFileListA* files, FendrelJob* job, FendrelResultA** result);
+                                                         DestinationOptionsA* options, const FendrelFileListA* files,
+                                                         FendrelJob* job, FendrelResultA** result);
 typedef uint32_t(WINAPI* FendrelTermExportDestination_t)(FendrelJob job);
 typedef uint32_t(WINAPI* FendrelExportToDestination_t)(FendrelJob job, const FendrelExportDescriptionA* files);
 typedef const char*(WINAPI* FendrelGetErrorText_t)(FendrelJob job);
 typedef uint32_t(WINAPI* FendrelEncodeDestinationOptions_t)(FendrelJob job, DestinationOptionsA** block,
-    uint16_t* size);
+                                                            uint16_t* size);
 typedef uint32_t(WINAPI* FendrelDecodeDestinationOptions_t)(FendrelJob job, DestinationOptionsA** options);
 typedef uint32_t(WINAPI* FendrelFreeDestinationOptions_t)(uint32_t unused, DestinationOptionsA* options);
 typedef uint32_t(WINAPI* FendrelIsThreadSafe_t)(void);

@@ -50,8 +50,8 @@ uint32_t WINAPI NRVInitExportDestination(HWND parentWindow, uint32_t context, De
       DestinationOptions* wideOptions = nullptr;
       if (const auto failed = toWideOptions(options, converted, wideOptions)) return failed;
       const WideFileList wideFiles(files);
-      if (const auto failed = wide().initExportDestination(parentWindow, context, wideOptions, wideFiles.get(),
-                                                           &wideJob, &wideResult))
+      if (const auto failed =
+              wide().initExportDestination(parentWindow, context, wideOptions, wideFiles.get(), &wideJob, &wideResult))
         return failed;
     }
     made->wideJob = wideJob;

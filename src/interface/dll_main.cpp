@@ -14,7 +14,6 @@ BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* processEnds) {
       // by destructors, which no static object of the module has.
       if (!processEnds) fendrel::detachAnsiLayer();
       return TRUE;
-    default:
-      return TRUE;
+    default: return TRUE;
   }
 }

@@ -5,9 +5,7 @@
 
 namespace fendrel {
 
-std::uint32_t JobLogonFailure::noLogon(HRESULT result) noexcept {
-  return map(result, IDS_NO_LOGON, L"" TEXT_NO_LOGON);
-}
+std::uint32_t JobLogonFailure::noLogon(HRESULT result) noexcept { return map(result, IDS_NO_LOGON, L"" TEXT_NO_LOGON); }
 
 std::uint32_t JobLogonFailure::noProfileName(HRESULT result) noexcept {
   return map(result, IDS_NO_PROFILE_NAME, L"" TEXT_NO_PROFILE_NAME);

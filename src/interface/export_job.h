@@ -48,9 +48,7 @@ struct ExportJob {
   bool endWanted = false;  // by the host, while a call ran
 
   // The job as its logon takes it.
-  operator LogonJob() noexcept {
-    return {session, optionsSupplied, destination.profileName, sender, logonFailure};
-  }
+  operator LogonJob() noexcept { return {session, optionsSupplied, destination.profileName, sender, logonFailure}; }
 };
 
 }  // namespace fendrel

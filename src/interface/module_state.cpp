@@ -10,9 +10,9 @@ namespace fendrel {
 namespace {
 
 std::uint32_t g_initialisations;
-std::uint32_t g_start;   // counts starts and last stops, so that a call sees those in the middle of it; odd: started
-std::uint32_t g_uses;    // calls that run
-bool g_releaseWanted;    // when they have returned
+std::uint32_t g_start;  // counts starts and last stops, so that a call sees those in the middle of it; odd: started
+std::uint32_t g_uses;   // calls that run
+bool g_releaseWanted;   // when they have returned
 NeverDestroyed<HeapText> g_destinationName;
 wchar_t g_templateClass[256];
 wchar_t g_documentClass[256];

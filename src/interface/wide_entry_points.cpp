@@ -17,16 +17,15 @@ bool bindWideEntryPoints(HMODULE module) noexcept {
     return function != nullptr;
   };
   if (!(find("NRVInitializeW", g_wide.initialize) && find("NRVTerminateW", g_wide.terminate) &&
-        find("NRVGetVersionW", g_wide.getVersion) &&
-        find("NRVGetExportDestinationsW", g_wide.getExportDestinations) &&
+        find("NRVGetVersionW", g_wide.getVersion) && find("NRVGetExportDestinationsW", g_wide.getExportDestinations) &&
         find("NRVInitExportDestinationW", g_wide.initExportDestination) &&
         find("NRVTermExportDestinationW", g_wide.termExportDestination) &&
         find("NRVEncodeDestinationOptionsW", g_wide.encodeOptions) &&
         find("NRVDecodeDestinationOptionsW", g_wide.decodeOptions) &&
         find("NRVFreeDestinationOptionsW", g_wide.freeOptions) &&
-        find("NRVExportToDestinationW", g_wide.exportToDestination) &&
-        find("NRVGetErrorTextW", g_wide.getErrorText) && find("IsThreadSafeW", g_wide.isThreadSafe) &&
-        find("InitPerThreadW", g_wide.initPerThread) && find("UninitPerThreadW", g_wide.uninitPerThread)))
+        find("NRVExportToDestinationW", g_wide.exportToDestination) && find("NRVGetErrorTextW", g_wide.getErrorText) &&
+        find("IsThreadSafeW", g_wide.isThreadSafe) && find("InitPerThreadW", g_wide.initPerThread) &&
+        find("UninitPerThreadW", g_wide.uninitPerThread)))
     return false;
   if (!(find("NRVFreeDestinationOptionsA", g_wide.freeAnsiOptions) &&
         find("NRVDestinationOptionsA2W", g_wide.optionsToWide) &&

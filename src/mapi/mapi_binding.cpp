@@ -40,10 +40,10 @@ bool BindMapiFunctions() noexcept {
          resolve("MAPIUninitialize", g_mapi.mapiUninitialize) && resolve("MAPILogonEx", g_mapi.mapiLogonEx) &&
          resolve("MAPIAllocateBuffer", g_mapi.mapiAllocateBuffer) &&
          resolve("MAPIAllocateMore", g_mapi.mapiAllocateMore) && resolve("MAPIFreeBuffer", g_mapi.mapiFreeBuffer) &&
-         resolve("MAPIOpenFormMgr", g_mapi.mapiOpenFormMgr) &&
-         resolve("MAPIAdminProfiles", g_mapi.mapiAdminProfiles) && resolve("FreeProws", g_mapi.freeProws) &&
-         resolve("HrGetOneProp", g_mapi.hrGetOneProp) && resolve("HrQueryAllRows", g_mapi.hrQueryAllRows) &&
-         resolve("FtMulDwDw", g_mapi.ftMulDwDw) && resolve("FtNegFt", g_mapi.ftNegFt);
+         resolve("MAPIOpenFormMgr", g_mapi.mapiOpenFormMgr) && resolve("MAPIAdminProfiles", g_mapi.mapiAdminProfiles) &&
+         resolve("FreeProws", g_mapi.freeProws) && resolve("HrGetOneProp", g_mapi.hrGetOneProp) &&
+         resolve("HrQueryAllRows", g_mapi.hrQueryAllRows) && resolve("FtMulDwDw", g_mapi.ftMulDwDw) &&
+         resolve("FtNegFt", g_mapi.ftNegFt);
 }
 
 void ClearMapiFunctions() noexcept { g_mapi = MapiBinding{.module = g_mapi.module, .bound = g_mapi.bound}; }
@@ -65,7 +65,8 @@ void UnbindMapi() noexcept {
 
 bool IsMapiBound() noexcept { return g_mapi.bound != 0; }
 
-HRESULT MapiLogon(ULONG_PTR uiParam, LPWSTR profileName, LPWSTR password, FLAGS flags, IMAPISession** session) noexcept {
+HRESULT MapiLogon(ULONG_PTR uiParam, LPWSTR profileName, LPWSTR password, FLAGS flags,
+                  IMAPISession** session) noexcept {
   return g_mapi.mapiLogonEx(uiParam, profileName, password, flags, session);
 }
 

@@ -5,8 +5,8 @@
 
 #include <windows.h>
 
-#include <mapix.h>
 #include <mapiutil.h>
+#include <mapix.h>
 
 namespace fendrel {
 

@@ -36,7 +36,7 @@ class Receiver {
   ~Receiver() { owner_.reset(pointer_); }
   Receiver(const Receiver&) = delete;
   Receiver& operator=(const Receiver&) = delete;
-  operator typename Owner::pointer*() noexcept { return &pointer_; }
+  operator typename Owner::pointer *() noexcept { return &pointer_; }
 
  private:
   Owner& owner_;

@@ -33,8 +33,8 @@ static_assert(same<decltype(&IMAPISession::QueryIdentity), Method<IMAPISession, 
 static_assert(same<decltype(&IMAPISession::OpenEntry),
                    Method<IMAPISession, ULONG, LPENTRYID, LPCIID, ULONG, ULONG*, LPUNKNOWN*>>);
 
-static_assert(same<decltype(&IMsgStore::OpenEntry),
-                   Method<IMsgStore, ULONG, LPENTRYID, LPCIID, ULONG, ULONG*, LPUNKNOWN*>>);
+static_assert(
+    same<decltype(&IMsgStore::OpenEntry), Method<IMsgStore, ULONG, LPENTRYID, LPCIID, ULONG, ULONG*, LPUNKNOWN*>>);
 
 static_assert(same<decltype(&IMAPITable::GetLastError), Method<IMAPITable, HRESULT, ULONG, LPMAPIERROR*>>);
 static_assert(same<decltype(&IMAPITable::WaitForCompletion), Method<IMAPITable, ULONG, ULONG, ULONG*>>);

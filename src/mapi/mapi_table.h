@@ -11,8 +11,8 @@ namespace fendrel {
 // and GetLastError fail with MAPI_E_CALL_FAILED.
 class CMAPITable : public CMAPIObject {
  public:
-  static constexpr LONG batchSize = 50;        // rows
-  static constexpr ULONG busyTimeout = 5000;   // milliseconds
+  static constexpr LONG batchSize = 50;       // rows
+  static constexpr ULONG busyTimeout = 5000;  // milliseconds
 
   ~CMAPITable() override { Close(); }
   HRESULT GetLastError() noexcept override;

@@ -11,8 +11,7 @@ namespace {
 // stands right after the header: that offset is not an address.
 template <class Options>
 bool holdsOffsets(const Options& options) noexcept {
-  for (const std::uint64_t field :
-       {options.profileNameOffset, options.profilePasswordOffset, options.folderPathOffset})
+  for (const std::uint64_t field : {options.profileNameOffset, options.profilePasswordOffset, options.folderPathOffset})
     if (field != 0) return field == optionsHeaderSize;
   return false;
 }

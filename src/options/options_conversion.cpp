@@ -96,8 +96,7 @@ std::uint32_t convertPacked(const OptionsCopy<From>& from, To*& result) noexcept
     return offset;
   };
   record->profileNameOffset = place(from.profileName(), a, optionsHeaderSize);
-  record->profilePasswordOffset =
-      place(from.profilePassword(), b, optionsHeaderSize + a * sizeof(Character));
+  record->profilePasswordOffset = place(from.profilePassword(), b, optionsHeaderSize + a * sizeof(Character));
   record->folderPathOffset = place(from.folderPath(), c, optionsHeaderSize + (a + b) * sizeof(Character));
   result = record;
   return FENDREL_SUCCESS;
@@ -113,8 +112,7 @@ std::uint32_t convert(From* options, To*& result, std::uint16_t* size) noexcept 
   if (size && options->packedSize == 0) *size = 0;  // stands also when memory runs out on the way
   OptionsCopy<From> from;
   std::uint32_t code = from.take(*options);
-  if (code == FENDREL_SUCCESS)
-    code = from.isPacked() ? convertPacked(from, result) : convertUnpacked(from, result);
+  if (code == FENDREL_SUCCESS) code = from.isPacked() ? convertPacked(from, result) : convertUnpacked(from, result);
   if (code == FENDREL_OUT_OF_MEMORY) return code;
   options->version = version;
   if (code == FENDREL_SUCCESS && size) *size = result->packedSize;

@@ -30,17 +30,17 @@ std::array<std::byte, tlvHeaderSize> tlvHeaderBytes(TlvHeader header) noexcept;
 // What stands at one place of a stream.
 enum class TlvFinding {
   item,
-  end,             // nothing more
-  cutHeader,       // fewer bytes than a header has
+  end,        // nothing more
+  cutHeader,  // fewer bytes than a header has
   noTag,
   lengthTooLarge,
-  cutValue,        // the stream ends inside the value
+  cutValue,  // the stream ends inside the value
 };
 
 struct TlvItem {
   TlvFinding finding = TlvFinding::end;
-  TlvHeader header;                   // not for end and cutHeader
-  std::span<const std::byte> value;   // for an item; for cutValue what there is of it
+  TlvHeader header;                  // not for end and cutHeader
+  std::span<const std::byte> value;  // for an item; for cutValue what there is of it
 };
 
 // Looks at the item that starts at `offset` of `stream`, which may lie past its end.

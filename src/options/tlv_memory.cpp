@@ -88,8 +88,8 @@ FileCode TLVMemory::WriteItem(std::uint16_t tag, std::uint16_t length, const voi
   if (closed_ || (length != 0 && !data)) return fileOutOfMemory;
   // Data in the stream's own block moves with it.
   const auto* const start = static_cast<const std::byte*>(data);
-  const bool isOwn = std::greater_equal<>()(start, block_.get()) &&
-                     std::less<>()(start, block_.get() + BlockSize(block_));
+  const bool isOwn =
+      std::greater_equal<>()(start, block_.get()) && std::less<>()(start, block_.get() + BlockSize(block_));
   const std::ptrdiff_t offset = isOwn ? start - block_.get() : 0;
   if (!makeRoom(length)) return fileOutOfMemory;
   std::byte* const item = block_.get() + position_;

@@ -36,7 +36,7 @@ class TLVMemory : public TLVDescriptor {
  private:
   bool makeRoom(std::uint16_t length) noexcept;
 
-  MemoryBlock& block_;          // the data's address is always taken from it
+  MemoryBlock& block_;  // the data's address is always taken from it
   bool closed_ = false;
   std::uint16_t position_ = 0;  // after the items written or read
   Purpose purpose_;

@@ -58,8 +58,7 @@ WideResult::WideResult(const char* text, int length) noexcept {
   if (!ok_) SetLastError(ERROR_NOT_ENOUGH_MEMORY);
 }
 
-WideResult::WideResult(const char* text) noexcept
-    : WideResult(text, text ? static_cast<int>(std::strlen(text)) : 0) {}
+WideResult::WideResult(const char* text) noexcept : WideResult(text, text ? static_cast<int>(std::strlen(text)) : 0) {}
 
 int WideResult::copyTo(wchar_t* buffer, int size) const noexcept {
   if (size <= 0 || !buffer) return 0;

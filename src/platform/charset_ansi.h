@@ -28,9 +28,7 @@ class AnsiArgument {
 };
 
 // A name that may be an integer resource id or an atom in the place of an address.
-inline AnsiArgument ansiName(const wchar_t* name) noexcept {
-  return AnsiArgument(name, AnsiArgument::Integers::kept);
-}
+inline AnsiArgument ansiName(const wchar_t* name) noexcept { return AnsiArgument(name, AnsiArgument::Integers::kept); }
 
 // Makes a list of texts, each with its terminator and a further one at the end. Null stays null; null on failure.
 HeapAnsiText ansiList(const wchar_t* list) noexcept;

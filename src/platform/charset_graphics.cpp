@@ -28,9 +28,8 @@ constexpr std::size_t logFontNumbers = offsetof(LOGFONTW, lfFaceName);
 bool toAnsi(const DEVMODEW& given, DEVMODEA& ansi) noexcept {
   if (given.dmSize < offsetof(DEVMODEW, dmFields)) return false;
   const bool hasForm = given.dmSize >= offsetof(DEVMODEW, dmLogPixels);
-  const std::size_t size =
-      hasForm ? std::min<std::size_t>(given.dmSize, sizeof given)
-              : std::min<std::size_t>(given.dmSize, offsetof(DEVMODEW, dmFormName));
+  const std::size_t size = hasForm ? std::min<std::size_t>(given.dmSize, sizeof given)
+                                   : std::min<std::size_t>(given.dmSize, offsetof(DEVMODEW, dmFormName));
   DEVMODEW mode{};
   std::memcpy(&mode, &given, size);
   wchar_t device[CCHDEVICENAME + 1] = {}, form[CCHFORMNAME + 1] = {};

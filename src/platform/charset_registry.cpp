@@ -11,8 +11,7 @@ bool isText(DWORD type) noexcept { return type == REG_SZ || type == REG_EXPAND_S
 
 // Hands out what was read as the wide function would: sizes in bytes of wide text.
 LSTATUS handOutText(const char* text, DWORD bytes, BYTE* data, DWORD* size) noexcept {
-  const int characters =
-      bytes == 0 ? 0 : MultiByteToWideChar(CP_ACP, 0, text, static_cast<int>(bytes), nullptr, 0);
+  const int characters = bytes == 0 ? 0 : MultiByteToWideChar(CP_ACP, 0, text, static_cast<int>(bytes), nullptr, 0);
   if (bytes != 0 && characters == 0) return ERROR_NOT_ENOUGH_MEMORY;
   const DWORD room = *size;
   *size = static_cast<DWORD>(characters) * static_cast<DWORD>(sizeof(wchar_t));
@@ -66,14 +65,13 @@ LSTATUS regSetValueEx(HKEY key, const wchar_t* name, DWORD reserved, DWORD type,
                         static_cast<DWORD>(bytes));
 }
 
-LSTATUS regQueryValueEx(HKEY key, const wchar_t* name, DWORD* reserved, DWORD* type, BYTE* data,
-                        DWORD* size) noexcept {
+LSTATUS regQueryValueEx(HKEY key, const wchar_t* name, DWORD* reserved, DWORD* type, BYTE* data, DWORD* size) noexcept {
   if (!g_bUseAnsi) return RegQueryValueExW(key, name, reserved, type, data, size);
   const AnsiArgument ansiName(name);
   if (!ansiName.isOk()) return ERROR_NOT_ENOUGH_MEMORY;
   DWORD found = REG_NONE, bytes = 0;
   LSTATUS status = RegQueryValueExA(key, ansiName.get(), reserved, &found, nullptr, &bytes);
-  if (status != ERROR_SUCCESS || !isText(found) || !size) 
+  if (status != ERROR_SUCCESS || !isText(found) || !size)
     return RegQueryValueExA(key, ansiName.get(), reserved, type, data, size);
   if (type) *type = found;
   const HeapAnsiText ansi = ansiBuffer(bytes);

@@ -68,20 +68,14 @@ HBITMAP loadBitmap(HINSTANCE module, const wchar_t* name) noexcept {
 LRESULT sendMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
   if (!g_bUseAnsi) return SendMessageW(window, message, wParam, lParam);
   switch (message) {
-    case WM_SETTEXT:
-      return sendText(window, message, wParam, lParam);
-    case WM_GETTEXT:
-      return receiveWindowText(window, wParam, lParam);
-    case LB_GETTEXT:
-      return receiveListText(window, wParam, lParam);
+    case WM_SETTEXT: return sendText(window, message, wParam, lParam);
+    case WM_GETTEXT: return receiveWindowText(window, wParam, lParam);
+    case LB_GETTEXT: return receiveListText(window, wParam, lParam);
     case CB_ADDSTRING:
     case CB_FINDSTRINGEXACT:
-    case LB_ADDSTRING:
-      return lParam ? sendText(window, message, wParam, lParam) : 0;
-    case TVM_INSERTITEMW:
-      return SendMessageA(window, TVM_INSERTITEMA, wParam, lParam);
-    default:
-      return SendMessageA(window, message, wParam, lParam);
+    case LB_ADDSTRING: return lParam ? sendText(window, message, wParam, lParam) : 0;
+    case TVM_INSERTITEMW: return SendMessageA(window, TVM_INSERTITEMA, wParam, lParam);
+    default: return SendMessageA(window, message, wParam, lParam);
   }
 }
 

@@ -13,11 +13,11 @@ struct ErrorCode {
   FileCode code;
 };
 constexpr ErrorCode errorCodes[] = {
-    {0, fileSuccess},         {2, fileNotFound},      {3, fileNotFound},      {4, fileTooManyOpen},
-    {5, fileAccessDenied},    {6, fileInvalidHandle}, {8, fileOutOfMemory},   {12, fileAccessDenied},
-    {14, fileOutOfMemory},    {15, fileNotFound},     {18, fileNoMore},       {19, fileAccessDenied},
-    {21, fileAccessDenied},   {25, fileSeekFailed},   {32, fileAccessDenied}, {33, fileAccessDenied},
-    {38, fileEnd},            {39, fileDiskFull},     {183, fileAlreadyExists},
+    {0, fileSuccess},       {2, fileNotFound},      {3, fileNotFound},        {4, fileTooManyOpen},
+    {5, fileAccessDenied},  {6, fileInvalidHandle}, {8, fileOutOfMemory},     {12, fileAccessDenied},
+    {14, fileOutOfMemory},  {15, fileNotFound},     {18, fileNoMore},         {19, fileAccessDenied},
+    {21, fileAccessDenied}, {25, fileSeekFailed},   {32, fileAccessDenied},   {33, fileAccessDenied},
+    {38, fileEnd},          {39, fileDiskFull},     {183, fileAlreadyExists},
 };
 
 DWORD systemAccess(std::uint16_t access) noexcept {

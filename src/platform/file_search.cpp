@@ -50,9 +50,7 @@ bool FileSearch::next() {
   for (;;) {
     switch (state_) {
       case State::start:
-      case State::nextDirectory:
-        state_ = takeDirectory();
-        break;
+      case State::nextDirectory: state_ = takeDirectory(); break;
       case State::openDirectory:
         state_ = openDirectory() ? State::searching : State::nextDirectory;
         if (state_ == State::searching) return true;
@@ -61,8 +59,7 @@ bool FileSearch::next() {
         if (FindNextFileW(find_, &found_)) return true;
         state_ = State::nextDirectory;
         break;
-      case State::done:
-        return false;
+      case State::done: return false;
     }
   }
 }

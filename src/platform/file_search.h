@@ -32,8 +32,8 @@ class FileSearch {
 
   State state_ = State::start;
   std::wstring pattern_;
-  std::wstring directories_;      // separated by semicolons
-  std::size_t position_ = 0;      // where the next folder is looked for
+  std::wstring directories_;  // separated by semicolons
+  std::size_t position_ = 0;  // where the next folder is looked for
   std::wstring directory_;
   HANDLE find_ = INVALID_HANDLE_VALUE;
   WIN32_FIND_DATAW found_{};

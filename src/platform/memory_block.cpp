@@ -36,8 +36,7 @@ bool BlockAlloc(MemoryBlock& block, std::uint32_t size) noexcept {
 bool BlockRealloc(MemoryBlock& block, std::uint32_t size) noexcept {
   if (!block) return BlockAlloc(block, size);
   const std::uint32_t oldSize = BlockSize(block);
-  void* const allocation =
-      std::realloc(allocationOf(block.get()), static_cast<std::size_t>(allocationSize(size)));
+  void* const allocation = std::realloc(allocationOf(block.get()), static_cast<std::size_t>(allocationSize(size)));
   if (!allocation) return false;
   block.release();  // its bytes are the new allocation's now
   block.reset(storeCount(allocation, size));

@@ -21,12 +21,12 @@ struct Language {
   wchar_t code[3];
 };
 
-constexpr Language languages[] = {
-    {LANG_GERMAN, L"QLMLCID7", L"de"},
-    {LANG_ENGLISH, L"QLMLCID9", L"en"},
-    {LANG_FRENCH, L"QLMLCID12", L"fr"},
-    {LANG_ITALIAN, L"QLMLCID16", L"it"},
-    {LANG_JAPANESE, L"QLMLCID17", L"jp"},  // not the ISO code (docs/compatibility.md)
+constexpr Language
+    languages[] =
+        {
+            {LANG_GERMAN, L"QLMLCID7", L"de"},    {LANG_ENGLISH, L"QLMLCID9", L"en"},
+            {LANG_FRENCH, L"QLMLCID12", L"fr"},   {LANG_ITALIAN, L"QLMLCID16", L"it"},
+            {LANG_JAPANESE, L"QLMLCID17", L"jp"},  // not the ISO code (docs/compatibility.md)
 };
 
 WORD g_libraryCount;

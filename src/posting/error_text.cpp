@@ -24,8 +24,10 @@ void ErrorText::formatCode(HRESULT code) noexcept {
 std::uint32_t mapResult(HRESULT result, ErrorText& errorText) noexcept {
   for (const KnownFailure& failure : knownFailures) {
     if (failure.result != result) continue;
-    if (failure.stringId != 0) errorText.load(failure.stringId, failure.text);
-    else if (failure.text) errorText.assign(failure.text);
+    if (failure.stringId != 0)
+      errorText.load(failure.stringId, failure.text);
+    else if (failure.text)
+      errorText.assign(failure.text);
     return failure.code;
   }
   errorText.formatCode(result);

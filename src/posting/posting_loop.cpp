@@ -70,14 +70,12 @@ class PostingLoop {
     ReportTexts texts;
     if (templateMode_) {
       switch (job_.naming.nameReport(name, path, folder_, texts)) {
-        case Naming::skip:
-          return;
+        case Naming::skip: return;
         case Naming::abort:
           result_ = MAPI_E_USER_CANCEL;
           aborted_ = true;
           return;
-        default:
-          break;
+        default: break;
       }
     } else {
       class_.append(extension ? extension : L"");

@@ -18,10 +18,10 @@ struct ReportTexts {
 
 // One report to be posted; everything is borrowed.
 struct Report {
-  const wchar_t* filePath;      // the bytes to attach
-  const wchar_t* name;          // report name, becomes the subject
-  const wchar_t* extension;     // of the name, without the dot
-  wchar_t* messageClass;        // upper-cased in place when the message is made
+  const wchar_t* filePath;   // the bytes to attach
+  const wchar_t* name;       // report name, becomes the subject
+  const wchar_t* extension;  // of the name, without the dot
+  wchar_t* messageClass;     // upper-cased in place when the message is made
   const SenderIdentity& sender;
   const ReportTexts& texts;
 };

@@ -54,11 +54,8 @@ INT_PTR CALLBACK CDestFolderTypeDialog::dialogProc(HWND hWnd, UINT message, WPAR
       EndDialog(hWnd, IDOK);
       return TRUE;
     }
-    case IDCANCEL:
-      EndDialog(hWnd, IDCANCEL);
-      return TRUE;
-    default:
-      return FALSE;
+    case IDCANCEL: EndDialog(hWnd, IDCANCEL); return TRUE;
+    default: return FALSE;
   }
 }
 

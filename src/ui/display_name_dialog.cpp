@@ -47,11 +47,8 @@ BOOL CDisplayNameDialog::onCommand(WORD id) noexcept {
       return TRUE;
     }
     case IDCANCEL:
-    case IDABORT:
-      EndDialog(m_hWnd, id);
-      return TRUE;
-    default:
-      return FALSE;
+    case IDABORT: EndDialog(m_hWnd, id); return TRUE;
+    default: return FALSE;
   }
 }
 

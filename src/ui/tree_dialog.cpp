@@ -60,11 +60,8 @@ BOOL CTreeDialog::OnCommand(WORD notifyCode, WORD id) noexcept {
     case IDOK:
       if (OnOK()) EndDialog(m_hDialog, IDOK);
       return TRUE;
-    case IDCANCEL:
-      EndDialog(m_hDialog, IDCANCEL);
-      return TRUE;
-    default:
-      return FALSE;
+    case IDCANCEL: EndDialog(m_hDialog, IDCANCEL); return TRUE;
+    default: return FALSE;
   }
 }
 
@@ -100,15 +97,12 @@ BOOL CTreeDialog::OnNotify(NMHDR* notifyHeader) noexcept {
   auto& notification = *reinterpret_cast<NMTREEVIEWW*>(notifyHeader);
   switch (notifyHeader->code) {
     case TVN_ITEMEXPANDINGW:
-    case TVN_ITEMEXPANDINGA:
-      expand(notification);
-      return TRUE;
+    case TVN_ITEMEXPANDINGA: expand(notification); return TRUE;
     case TVN_SELCHANGEDW:
     case TVN_SELCHANGEDA:
       if (auto* const node = reinterpret_cast<CNODE*>(notification.itemNew.lParam)) OnSelectionChanged(node);
       return TRUE;
-    default:
-      return FALSE;
+    default: return FALSE;
   }
 }
 
@@ -138,15 +132,11 @@ INT_PTR CALLBACK TreeDialogProc(HWND hWnd, UINT message, WPARAM wParam, LPARAM l
   auto* const dialog = findWnd<CTreeDialog>(hWnd);
   if (!dialog) return FALSE;
   switch (message) {
-    case WM_COMMAND:
-      return dialog->OnCommand(HIWORD(wParam), LOWORD(wParam));
-    case WM_NOTIFY:
-      return dialog->OnNotify(reinterpret_cast<NMHDR*>(lParam));
+    case WM_COMMAND: return dialog->OnCommand(HIWORD(wParam), LOWORD(wParam));
+    case WM_NOTIFY: return dialog->OnNotify(reinterpret_cast<NMHDR*>(lParam));
     case WM_INITDIALOG:  // without an object
-    case WM_DESTROY:
-      return dialog->OnDestroy();
-    default:
-      return FALSE;
+    case WM_DESTROY: return dialog->OnDestroy();
+    default: return FALSE;
   }
 }
 

@@ -70,8 +70,8 @@ void ContentSource::load(std::uint64_t block) {
   loaded_ = ~std::uint64_t{0};
   block_.resize(static_cast<std::size_t>(std::min<std::uint64_t>(contentBlockSize, size_ - start)));
   if (file_->read(start, block_) != block_.size() || checksum(block_) != checksums_[static_cast<std::size_t>(block)]) {
-    fail(Status::Corrupt, "The content file '" + name_ + "' is damaged in the 128 KiB from byte " +
-                              std::to_string(start) + " on.");
+    fail(Status::Corrupt,
+         "The content file '" + name_ + "' is damaged in the 128 KiB from byte " + std::to_string(start) + " on.");
   }
   loaded_ = block;
 }

@@ -23,7 +23,7 @@ constexpr std::uint64_t blocksOf(std::uint64_t size) {
 // Saved content, from memory or from a file. Every block is compared with its checksum before a byte of it is handed out;
 // what does not match is Corrupt. One thread at a time.
 class ContentSource {
-public:
+ public:
   // A short value out of its row, which its message's checksum covers.
   explicit ContentSource(Bytes bytes);
 
@@ -41,14 +41,14 @@ public:
   // Calls take(block) for all blocks in order.
   void readAll(const std::function<void(std::span<const std::byte>)>& take);
 
-private:
+ private:
   void load(std::uint64_t block);
 
   std::unique_ptr<DiskFile> file_;
   std::string name_;
   std::uint64_t size_;
   std::vector<std::uint64_t> checksums_;
-  Bytes block_;                           // the loaded block, or all bytes without a file
+  Bytes block_;  // the loaded block, or all bytes without a file
   std::uint64_t loaded_ = ~std::uint64_t{0};
 };
 

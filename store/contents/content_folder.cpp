@@ -15,9 +15,8 @@ constexpr std::wstring_view markEnding = L".open";  // what earlier programs kep
 bool isName(std::wstring_view name) {
   if (!name.ends_with(contentEnding)) return false;
   name.remove_suffix(contentEnding.size());
-  return !name.empty() && std::ranges::all_of(name, [](wchar_t c) {
-    return (c >= L'0' && c <= L'9') || (c >= L'a' && c <= L'z');
-  });
+  return !name.empty() &&
+         std::ranges::all_of(name, [](wchar_t c) { return (c >= L'0' && c <= L'9') || (c >= L'a' && c <= L'z'); });
 }
 
 }  // namespace

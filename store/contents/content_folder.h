@@ -25,12 +25,12 @@ constexpr std::uint64_t graceTime = 60ull * 60 * 10'000'000;
 std::wstring contentFileName(std::string_view stored);
 
 class ContentFolder {
-public:
+ public:
   struct File {
     std::unique_ptr<DiskFile> file;
-    std::wstring name;       // within the folder
-    std::wstring path;       // where it is now
-    bool isNamed = false;    // it has left tmp
+    std::wstring name;     // within the folder
+    std::wstring path;     // where it is now
+    bool isNamed = false;  // it has left tmp
   };
 
   // `store`: the path of the database. The disk outlives this object.
@@ -60,7 +60,7 @@ public:
   // Those that died with their programs: untouched for graceTime, and open nowhere. What cannot be deleted stays.
   void removeStaleTemporaryFiles() noexcept;
 
-private:
+ private:
   void makeFolders();
 
   std::wstring path_;

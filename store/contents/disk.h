@@ -15,7 +15,7 @@ namespace fendrel::store {
 
 // One thread at a time uses a file.
 class DiskFile {
-public:
+ public:
   virtual ~DiskFile() = default;
 
   virtual void write(std::uint64_t position, std::span<const std::byte> bytes) = 0;
@@ -36,7 +36,7 @@ public:
 };
 
 class Disk {
-public:
+ public:
   struct Entry {
     std::wstring name;
     FileTime modified;

@@ -7,11 +7,11 @@
 namespace fendrel::store {
 
 class LightMutex {
-public:
+ public:
   void lock() noexcept { AcquireSRWLockExclusive(&lock_); }
   void unlock() noexcept { ReleaseSRWLockExclusive(&lock_); }
 
-private:
+ private:
   SRWLOCK lock_ = SRWLOCK_INIT;
 };
 

@@ -25,13 +25,13 @@ struct LocalFreeOwner {
 };
 
 [[noreturn]] void failWindows(const char* doing, const std::wstring& path, DWORD code) {
-  fail(statusOfWindows(code), std::string(doing) + " '" + toUtf8(path) + "' failed (Windows error " +
-                                  std::to_string(code) + ").");
+  fail(statusOfWindows(code),
+       std::string(doing) + " '" + toUtf8(path) + "' failed (Windows error " + std::to_string(code) + ").");
 }
 
 // A security descriptor that lets the present user in and nobody else; what a folder holds inherits it.
 class OwnerOnly {
-public:
+ public:
   OwnerOnly() {
     HANDLE token = nullptr;
     if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token)) return;
@@ -59,7 +59,7 @@ public:
   // Null where the system could not tell: the file then gets the folder's rights.
   SECURITY_ATTRIBUTES* attributes() noexcept { return acl_ ? &attributes_ : nullptr; }
 
-private:
+ private:
   std::vector<std::byte> user_;
   std::unique_ptr<ACL, LocalFreeOwner> acl_;
   SECURITY_DESCRIPTOR descriptor_{};
@@ -67,7 +67,7 @@ private:
 };
 
 class WindowsFile final : public DiskFile {
-public:
+ public:
   explicit WindowsFile(std::wstring path) : path_(std::move(path)) {}
   void take(HANDLE handle) noexcept { handle_ = Handle(handle); }
 
@@ -134,7 +134,7 @@ public:
     path_ = std::move(named);
   }
 
-private:
+ private:
   // Not with a place in the call itself: that is an overlapped operation, which under Wine is reported to another
   // process and takes ten times as long.
   void seek(std::uint64_t position) {
@@ -148,7 +148,7 @@ private:
 };
 
 class WindowsDisk final : public Disk {
-public:
+ public:
   std::unique_ptr<DiskFile> create(const std::wstring& path) override {
     // Readable: a message's reader may be quicker than its writer's return from the commit.
     return file("Creating", path, GENERIC_READ | GENERIC_WRITE | DELETE, FILE_SHARE_READ, CREATE_NEW);
@@ -171,9 +171,7 @@ public:
     failWindows("Deleting", path, code);
   }
 
-  bool exists(const std::wstring& path) override {
-    return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
-  }
+  bool exists(const std::wstring& path) override { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
   bool isAbandoned(const std::wstring& path) override {
     const HANDLE handle = CreateFileW(path.c_str(), DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
@@ -184,9 +182,9 @@ public:
   }
 
   void createPrivateFile(const std::wstring& path) override {
-    const HANDLE handle = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                      ownerOnly().attributes(), CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE handle =
+        CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                    ownerOnly().attributes(), CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle != INVALID_HANDLE_VALUE) {
       CloseHandle(handle);
       return;
@@ -217,17 +215,17 @@ public:
     do {
       if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) continue;
       const FILETIME& time = found.ftLastWriteTime;
-      entries.push_back({found.cFileName,
-                         {static_cast<std::uint64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime}});
+      entries.push_back(
+          {found.cFileName, {static_cast<std::uint64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime}});
     } while (FindNextFileW(search, &found));
     return entries;
   }
 
   void flushFolder(const std::wstring& folder) override {
     // A system that does not flush folders keeps their entries safe by itself; there is nothing to report.
-    const HANDLE handle = CreateFileW(folder.c_str(), FILE_ADD_FILE | SYNCHRONIZE,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                                      FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    const HANDLE handle =
+        CreateFileW(folder.c_str(), FILE_ADD_FILE | SYNCHRONIZE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
     if (handle == INVALID_HANDLE_VALUE) return;
     FlushFileBuffers(handle);
     CloseHandle(handle);
@@ -242,7 +240,7 @@ public:
 
   const char* sqliteLayer() override { return "win32-longpath"; }
 
-private:
+ private:
   static OwnerOnly& ownerOnly() {
     static OwnerOnly descriptor;
     return descriptor;

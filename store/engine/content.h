@@ -11,7 +11,7 @@ namespace fendrel::store {
 
 // Random access to one value. One thread at a time.
 class ContentReader {
-public:
+ public:
   virtual ~ContentReader() = default;
   ContentReader(const ContentReader&) = delete;
   ContentReader& operator=(const ContentReader&) = delete;
@@ -21,7 +21,7 @@ public:
   // Reads up to the end; `count` < into.size() only there. Corrupt (then count is 0), Failed.
   virtual Status read(std::uint64_t position, std::span<std::byte> into, std::size_t& count) = 0;
 
-protected:
+ protected:
   ContentReader() = default;
 };
 
@@ -29,7 +29,7 @@ protected:
 // saveMessage takes it. Small writes one after another are cheap: they are gathered. A writer that is destroyed unsaved
 // leaves nothing.
 class ContentWriter : public ContentReader {
-public:
+ public:
   // Writes all of `bytes`; a gap between the end and `position` is filled with zeros.
   // NotEnoughDisk and Failed leave the size as it was, or cut it to what was written; Invalid after a save.
   virtual Status write(std::uint64_t position, std::span<const std::byte> bytes) = 0;

@@ -19,7 +19,7 @@ namespace fendrel::store {
 // Every call that changes something is durable when it returns Ok, and without effect otherwise.
 // Lifetime: ContentWriters must not outlive their engine, ContentReaders may.
 class Engine : public Origin {
-public:
+ public:
   // Two engines of one place have the same stores, with the same identifiers.
   virtual std::string place() const = 0;
 

@@ -21,18 +21,18 @@ struct FolderRights {
 
 // What the engine keeps right by itself. All of it is of one moment.
 struct FolderInfo {
-  Id id;                            // for the entry id and record key; never used again after a delete
+  Id id;  // for the entry id and record key; never used again after a delete
   Id store;
-  Id parent;                        // empty for a root
-  std::u16string name;              // unique among its siblings; letters count with their case
+  Id parent;            // empty for a root
+  std::u16string name;  // unique among its siblings; letters count with their case
   FileTime created{};
-  FileTime modified{};              // last change of name or properties
-  std::uint32_t messageCount = 0;   // ordinary messages
-  std::uint32_t unreadCount = 0;    // ordinary messages that are not read
+  FileTime modified{};             // last change of name or properties
+  std::uint32_t messageCount = 0;  // ordinary messages
+  std::uint32_t unreadCount = 0;   // ordinary messages that are not read
   std::uint32_t associatedCount = 0;
   bool hasSubfolders = false;
   FolderRights rights;
-  bool isStandard = false;          // one of StoreInfo's: cannot be renamed, moved or deleted
+  bool isStandard = false;  // one of StoreInfo's: cannot be renamed, moved or deleted
 };
 
 enum class IfExists { Refuse, Open };
@@ -48,7 +48,7 @@ enum class Depth { Children, AllBelow };
 
 struct FolderRow {
   FolderInfo folder;
-  std::uint32_t depth = 0;       // 1 for a child of the folder asked for
+  std::uint32_t depth = 0;  // 1 for a child of the folder asked for
   // One for each column asked for, in that order: the stored tag and value, or tag 0 and std::monostate.
   std::vector<Property> values;
 };

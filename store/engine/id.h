@@ -16,7 +16,7 @@ namespace fendrel::store {
 // object of the engine, whatever store that is in, and goes on doing so in other processes. Empty: none.
 // Copies share the bytes: after a save, nothing may fail for want of memory.
 class Id {
-public:
+ public:
   Id() = default;
   Id(const Guid& guid) : Id(std::as_bytes(std::span(guid.bytes))) {}
   explicit Id(std::string_view text) : text_(std::make_shared<const std::string>(text)) {}
@@ -30,7 +30,7 @@ public:
   bool operator==(const Id& other) const noexcept { return text() == other.text(); }
   auto operator<=>(const Id& other) const noexcept { return text() <=> other.text(); }
 
-private:
+ private:
   std::shared_ptr<const std::string> text_;
 };
 

@@ -18,12 +18,12 @@ enum class MessageKind { Ordinary = 0, Associated = 1 };
 // What the engine computes and keeps right by itself; none of it need be set as a property.
 // Left to the caller: every other property, among them flags other than "read", class, subject, display lists.
 struct MessageInfo {
-  Id id;                 // for the entry id and record key; kept by a move within a store, else never used again
+  Id id;  // for the entry id and record key; kept by a move within a store, else never used again
   Id folder;
   MessageKind kind = MessageKind::Ordinary;
   bool isRead = false;
   bool hasAttachments = false;
-  std::uint64_t size = 0;      // bytes of all values, attachments included; text counts two a code unit
+  std::uint64_t size = 0;  // bytes of all values, attachments included; text counts two a code unit
   FileTime created{};
   FileTime modified{};         // of the last save
   Guid searchKey{};            // given once, equal in copies
@@ -52,8 +52,8 @@ struct AttachmentChange {
 // Everything that one save does. Within `set`, `contents` and `remove` a property identifier occurs once.
 // Applied: removals, then values, then contents; a property is replaced whatever its type was.
 struct MessageDraft {
-  Id message;                   // to change; empty: a new message in `folder`
-  Id folder;                    // new messages only, as are the next three
+  Id message;  // to change; empty: a new message in `folder`
+  Id folder;   // new messages only, as are the next three
   MessageKind kind = MessageKind::Ordinary;
   std::optional<Guid> searchKey;    // else a new one; the same in each try to save, which tells that it is the same
   std::optional<FileTime> created;  // else now
@@ -80,7 +80,7 @@ using MessageRowSink = std::function<bool(MessageRow&&)>;
 
 struct AttachmentRow {
   std::uint32_t number = 0;
-  std::uint64_t size = 0;  // bytes of all its values
+  std::uint64_t size = 0;        // bytes of all its values
   std::vector<Property> values;  // as in MessageRow
 };
 

@@ -12,7 +12,7 @@
 namespace fendrel::store {
 
 class Origin {
-public:
+ public:
   virtual ~Origin() = default;
   Origin(const Origin&) = delete;
   Origin& operator=(const Origin&) = delete;
@@ -33,7 +33,7 @@ public:
   // All of them, or those of one set, by identifier.
   virtual Status listNamedProperties(const Guid* set, std::vector<NamedProperty>& properties) = 0;
 
-protected:
+ protected:
   Origin() = default;
 };
 

@@ -33,9 +33,9 @@ struct Profile {
   std::u16string name;      // unique; ASCII letters are compared without case
   std::u16string userName;  // shown in "Mailbox - USER"
   PasswordRecord password;
-  bool isDefault = false;   // at most one profile is; the first one created is
+  bool isDefault = false;  // at most one profile is; the first one created is
   FileTime created{};
-  Id mailbox;               // its store
+  Id mailbox;                          // its store
   std::optional<ServerAccess> server;  // empty: its messages are in the database
 };
 
@@ -43,7 +43,7 @@ struct Profile {
 enum class MailboxFate { Kept, Deleted };
 
 class ProfileBook : public Origin {
-public:
+ public:
   // Creates the profile with the mailbox that a profile of this user left, else with a new one. Of `profile`, name,
   // userName, password, isDefault and server are read; the other members are filled in.
   // AlreadyExists (nothing changed), Invalid (empty name).

@@ -6,7 +6,9 @@ namespace {
 
 struct Measure {
   template <class Fixed>
-  std::uint64_t operator()(const Fixed&) const { return sizeof(Fixed); }
+  std::uint64_t operator()(const Fixed&) const {
+    return sizeof(Fixed);
+  }
   std::uint64_t operator()(std::monostate) const { return 0; }
   std::uint64_t operator()(const UnloadedValue& value) const { return value.size; }
   std::uint64_t operator()(bool) const { return 2; }

@@ -34,12 +34,11 @@ struct UnloadedValue {
 };
 
 // std::monostate: no such property. UnloadedValue is only ever handed out, never taken in.
-using PropertyValue = std::variant<std::monostate, std::int16_t, std::int32_t, std::int64_t, float, double, bool,
-                                   FileTime, Guid, std::u16string, Bytes,
-                                   std::vector<std::int16_t>, std::vector<std::int32_t>, std::vector<std::int64_t>,
-                                   std::vector<float>, std::vector<double>, std::vector<FileTime>, std::vector<Guid>,
-                                   std::vector<std::u16string>, std::vector<Bytes>,
-                                   UnloadedValue>;
+using PropertyValue =
+    std::variant<std::monostate, std::int16_t, std::int32_t, std::int64_t, float, double, bool, FileTime, Guid,
+                 std::u16string, Bytes, std::vector<std::int16_t>, std::vector<std::int32_t>, std::vector<std::int64_t>,
+                 std::vector<float>, std::vector<double>, std::vector<FileTime>, std::vector<Guid>,
+                 std::vector<std::u16string>, std::vector<Bytes>, UnloadedValue>;
 
 struct Property {
   PropertyTag tag;
@@ -51,30 +50,30 @@ std::uint64_t valueSize(const PropertyValue& value);
 
 // The types (low half of a tag) that can be stored, each with the alternative that holds its value.
 namespace PropertyType {
-constexpr std::uint16_t unspecified = 0x0000;  // only in questions: any type
-constexpr std::uint16_t int16 = 0x0002;        // std::int16_t
-constexpr std::uint16_t int32 = 0x0003;        // std::int32_t
-constexpr std::uint16_t float32 = 0x0004;      // float
-constexpr std::uint16_t float64 = 0x0005;      // double
-constexpr std::uint16_t currency = 0x0006;     // std::int64_t
-constexpr std::uint16_t appTime = 0x0007;      // double
-constexpr std::uint16_t boolean = 0x000B;      // bool
-constexpr std::uint16_t int64 = 0x0014;        // std::int64_t
-constexpr std::uint16_t text = 0x001F;         // std::u16string
-constexpr std::uint16_t time = 0x0040;         // FileTime
-constexpr std::uint16_t guid = 0x0048;         // Guid
-constexpr std::uint16_t binary = 0x0102;       // Bytes
-constexpr std::uint16_t manyInt16 = 0x1002;    // std::vector<std::int16_t>
-constexpr std::uint16_t manyInt32 = 0x1003;    // std::vector<std::int32_t>
-constexpr std::uint16_t manyFloat32 = 0x1004;  // std::vector<float>
-constexpr std::uint16_t manyFloat64 = 0x1005;  // std::vector<double>
+constexpr std::uint16_t unspecified = 0x0000;   // only in questions: any type
+constexpr std::uint16_t int16 = 0x0002;         // std::int16_t
+constexpr std::uint16_t int32 = 0x0003;         // std::int32_t
+constexpr std::uint16_t float32 = 0x0004;       // float
+constexpr std::uint16_t float64 = 0x0005;       // double
+constexpr std::uint16_t currency = 0x0006;      // std::int64_t
+constexpr std::uint16_t appTime = 0x0007;       // double
+constexpr std::uint16_t boolean = 0x000B;       // bool
+constexpr std::uint16_t int64 = 0x0014;         // std::int64_t
+constexpr std::uint16_t text = 0x001F;          // std::u16string
+constexpr std::uint16_t time = 0x0040;          // FileTime
+constexpr std::uint16_t guid = 0x0048;          // Guid
+constexpr std::uint16_t binary = 0x0102;        // Bytes
+constexpr std::uint16_t manyInt16 = 0x1002;     // std::vector<std::int16_t>
+constexpr std::uint16_t manyInt32 = 0x1003;     // std::vector<std::int32_t>
+constexpr std::uint16_t manyFloat32 = 0x1004;   // std::vector<float>
+constexpr std::uint16_t manyFloat64 = 0x1005;   // std::vector<double>
 constexpr std::uint16_t manyCurrency = 0x1006;  // std::vector<std::int64_t>
-constexpr std::uint16_t manyAppTime = 0x1007;  // std::vector<double>
-constexpr std::uint16_t manyInt64 = 0x1014;    // std::vector<std::int64_t>
-constexpr std::uint16_t manyText = 0x101F;     // std::vector<std::u16string>
-constexpr std::uint16_t manyTime = 0x1040;     // std::vector<FileTime>
-constexpr std::uint16_t manyGuid = 0x1048;     // std::vector<Guid>
-constexpr std::uint16_t manyBinary = 0x1102;   // std::vector<Bytes>
+constexpr std::uint16_t manyAppTime = 0x1007;   // std::vector<double>
+constexpr std::uint16_t manyInt64 = 0x1014;     // std::vector<std::int64_t>
+constexpr std::uint16_t manyText = 0x101F;      // std::vector<std::u16string>
+constexpr std::uint16_t manyTime = 0x1040;      // std::vector<FileTime>
+constexpr std::uint16_t manyGuid = 0x1048;      // std::vector<Guid>
+constexpr std::uint16_t manyBinary = 0x1102;    // std::vector<Bytes>
 }  // namespace PropertyType
 
 constexpr std::uint16_t propertyId(PropertyTag tag) { return static_cast<std::uint16_t>(tag >> 16); }

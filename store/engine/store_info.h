@@ -11,16 +11,16 @@ enum class StoreKind { Mailbox = 1, Public = 2 };
 
 // A store's own folders; empty where it has none. They cannot be renamed, moved or deleted.
 struct StoreInfo {
-  Id id;                        // for the entry id and record key
+  Id id;  // for the entry id and record key
   StoreKind kind = StoreKind::Mailbox;
-  std::u16string displayName;   // "Mailbox - USER", "Public Folders"
-  Id root;                      // has no parent and no name
-  Id ipmSubtree;                // child of the root; its subfolders are what users see
-  Id commonViews;               // child of the root
-  Id finder;                    // child of the root, for search results
-  Id inbox;                     // mailbox only, as are the next three: children of the IPM subtree
+  std::u16string displayName;  // "Mailbox - USER", "Public Folders"
+  Id root;                     // has no parent and no name
+  Id ipmSubtree;               // child of the root; its subfolders are what users see
+  Id commonViews;              // child of the root
+  Id finder;                   // child of the root, for search results
+  Id inbox;                    // mailbox only, as are the next three: children of the IPM subtree
   Id outbox;
-  Id wastebasket;               // "Deleted Items"
+  Id wastebasket;  // "Deleted Items"
   Id sentItems;
 };
 

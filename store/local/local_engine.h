@@ -8,7 +8,7 @@ namespace fendrel::store {
 
 // Its stores: one mailbox, and the public store.
 class LocalEngine final : public OnDatabase<Engine> {
-public:
+ public:
   // Fails as reading the public store does.
   static Status open(const std::shared_ptr<Database>& database, const Id& mailbox, std::shared_ptr<Engine>& engine);
 
@@ -62,7 +62,7 @@ public:
   Status readAttachmentRows(const Id& message, std::span<const PropertyTag> columns,
                             std::vector<AttachmentRow>& rows) override;
 
-private:
+ private:
   Id mailbox_, publicStore_;
 };
 

@@ -12,7 +12,7 @@ namespace fendrel::store {
 // `Border`: the interface with an Origin that a class fulfils.
 template <class Border>
 class OnDatabase : public Border {
-public:
+ public:
   explicit OnDatabase(std::shared_ptr<Database> database) : database_(std::move(database)) {}
 
   EngineError lastFailure() const override { return database_->lastFailure(); }
@@ -27,11 +27,11 @@ public:
     return store::listNamedProperties(*database_, set, properties);
   }
 
-protected:
+ protected:
   Database& database() const noexcept { return *database_; }
   const std::shared_ptr<Database>& sharedDatabase() const noexcept { return database_; }
 
-private:
+ private:
   std::shared_ptr<Database> database_;
 };
 

@@ -23,7 +23,7 @@ namespace fendrel::store {
 namespace {
 
 class Backup {
-public:
+ public:
   Backup(const std::wstring& from, const std::wstring& to, Disk& disk, const Watch& watch)
       : disk_(disk), store_(from, disk_), copy_(to, disk_), watch_(watch) {}
 
@@ -42,7 +42,7 @@ public:
     return result_;
   }
 
-private:
+ private:
   // Before the moment is fixed, what cannot be read may have been deleted since its row was.
   enum class Unreadable { isPassedOver, isDamage };
 

@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t mostLines = 100;  // of one of SQLite's own checks; a damaged page can make thousands
 
 class Check {
-public:
+ public:
   Check(ReadingConnection& connection, const Watch& watch) : connection_(connection), watch_(watch) {}
 
   CheckResult run() {
@@ -38,7 +38,7 @@ public:
     return std::move(result_);
   }
 
-private:
+ private:
   void damage(std::string what) { result_.damage.push_back({{}, {}, {}, false, std::move(what)}); }
 
   void runPragma(const char* sql, const char* words, int column) {
@@ -100,8 +100,8 @@ private:
       if (!folders.stores.contains(folder.store)) say("Its message store is not there.");
       if (folder.role == "root" || folder.role == "ipm_subtree") ++roots[folder.store];
       const Counts& real = counts_[number];
-      const bool agrees = folder.messages == real.messages && folder.unread == real.unread &&
-                          folder.associated == real.associated;
+      const bool agrees =
+          folder.messages == real.messages && folder.unread == real.unread && folder.associated == real.associated;
       if (tablesAreWhole_ && !folder.isMended && !agrees) say("Its counts of messages are not those of its messages.");
     }
     for (const auto& [number, store] : folders.stores) {

@@ -23,12 +23,13 @@ CompactResult compact(Connection& connection) {
     connection.execute("VACUUM");
   } catch (const EngineError& error) {
     if (error.status != Status::Busy) throw;
-    fail(Status::Busy, "The store was not compacted: others are writing into it. Nothing was changed; try again when "
-                       "nobody posts.");
+    fail(Status::Busy,
+         "The store was not compacted: others are writing into it. Nothing was changed; try again when "
+         "nobody posts.");
   }
   // SQLite shortens the file and the log, unless a reader still needs what is there.
-  result.logIsEmpty = sqlite3_wal_checkpoint_v2(connection.handle(), "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr,
-                                                nullptr) == SQLITE_OK;
+  result.logIsEmpty =
+      sqlite3_wal_checkpoint_v2(connection.handle(), "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr) == SQLITE_OK;
   const Reclaimed reclaimed = reclaimEverything(connection);
   result.leftoverFiles = reclaimed.files;
   result.leftoverBytes = reclaimed.bytes;

@@ -90,8 +90,9 @@ void DamagedCopy::refuseNewer(const std::wstring& store) {
   if (version <= latestVersion()) return;
   // A changed bit in the number would make a store of ours a newer one.
   if (schemaOf(handle()) == schemaOfVersion(latestVersion())) return;
-  fail(Status::NewerVersion, "The store '" + toUtf8(store) + "' was written by a newer version of this program: it has " +
-                                 "version " + std::to_string(*version) + ", this program knows versions up to " +
+  fail(Status::NewerVersion, "The store '" + toUtf8(store) +
+                                 "' was written by a newer version of this program: it has " + "version " +
+                                 std::to_string(*version) + ", this program knows versions up to " +
                                  std::to_string(latestVersion()) + ". Install the newer version.");
 }
 

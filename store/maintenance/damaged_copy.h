@@ -12,7 +12,7 @@
 namespace fendrel::store {
 
 class DamagedCopy {
-public:
+ public:
   // Copies the database and its log from `store`, of which nothing is changed, to `path`, where nothing is. What the
   // disk cannot read is zeros in the copy. Throws EngineError: NotFound, NewerVersion, Corrupt (no store of ours).
   DamagedCopy(const std::wstring& store, const std::wstring& path, Disk& disk);
@@ -26,7 +26,7 @@ public:
   // Of the schema that its first page has; 0: it is not known where the tables and indexes begin.
   int version() const noexcept { return version_; }
 
-private:
+ private:
   bool open();
   void refuseNewer(const std::wstring& store);
   bool firstPageIsRight();

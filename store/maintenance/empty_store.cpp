@@ -1,8 +1,8 @@
 #include "empty_store.h"
 
 #include "engine_error.h"
-#include "open_database.h"
 #include "migrations.h"
+#include "open_database.h"
 #include "sqlite_statement.h"
 
 namespace fendrel::store {

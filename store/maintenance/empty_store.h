@@ -26,13 +26,13 @@ struct RootPage {
 };
 
 class EmptyStore {
-public:
+ public:
   explicit EmptyStore(const StoreForm& form);
 
   Bytes firstPage() const;
   std::vector<RootPage> roots() const;
 
-private:
+ private:
   StoreForm form_;
   DatabaseHandle database_;
 };

@@ -27,10 +27,10 @@ FolderMap::FolderMap(ReadingConnection& rows, ReadingConnection* indexes) {
 
 void FolderMap::readStores(ReadingConnection& connection) {
   std::string why;
-  const bool ended = readRows(connection, "SELECT id, guid, kind, display_name FROM store", why,
-                              [&](const Statement& row) {
-                                stores[row.integer(0)] = {row.guid(1), row.integer(2), textOf(row, 3), false};
-                              });
+  const bool ended =
+      readRows(connection, "SELECT id, guid, kind, display_name FROM store", why, [&](const Statement& row) {
+        stores[row.integer(0)] = {row.guid(1), row.integer(2), textOf(row, 3), false};
+      });
   if (!ended) lost_.push_back({{}, {}, {}, false, "The table of message stores is damaged: " + why});
 }
 

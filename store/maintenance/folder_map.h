@@ -34,7 +34,7 @@ struct FolderRecord {
 
 // Numbers are those of the rows.
 class FolderMap {
-public:
+ public:
   // Reads what can be read from the tables of `rows`, and what these lack from the indexes of `indexes`.
   FolderMap(ReadingConnection& rows, ReadingConnection* indexes);
 
@@ -53,7 +53,7 @@ public:
   // True for folders whose way up ends in nothing or in a circle.
   bool isAstray(std::int64_t folder) const;
 
-private:
+ private:
   bool isOpen(std::int64_t store) const;
   void readStores(ReadingConnection& connection);
   void readFolders(ReadingConnection& connection);

@@ -23,10 +23,9 @@ bool notesDroppedFiles(const ReadingConnection& store) { return store.version() 
 Leftovers unknownContentFiles(ReadingConnection& store) {
   const ContentFolder& folder = store.contents();
   Leftovers leftovers;
-  Statement known = store.statement(notesDroppedFiles(store)
-                                        ? "SELECT 1 FROM content WHERE file = ?1 "
-                                          "UNION ALL SELECT 1 FROM dropped_file WHERE name = ?1"
-                                        : "SELECT 1 FROM content WHERE file = ?1");
+  Statement known = store.statement(notesDroppedFiles(store) ? "SELECT 1 FROM content WHERE file = ?1 "
+                                                               "UNION ALL SELECT 1 FROM dropped_file WHERE name = ?1"
+                                                             : "SELECT 1 FROM content WHERE file = ?1");
   // A file that is being saved is held open until its row is there, so none of these gets its row only now.
   for (const Disk::Entry& entry : folder.files()) {
     const std::string name = toUtf8(entry.name);

@@ -85,12 +85,13 @@ void sortInto(sqlite3* database, const Shape& shape) {
   }
   if (shape.kinds[0] != '#') condition += " AND id IS NULL";
   execute(database, std::string("INSERT OR IGNORE INTO ") + shape.table + " (" + shape.columns + ") SELECT " + values +
-                    " FROM lost_and_found WHERE " + condition + " AND (" + shape.condition + ")");
+                        " FROM lost_and_found WHERE " + condition + " AND (" + shape.condition + ")");
 }
 
 // The table has as many columns as its longest row.
 std::size_t columnsOfLostRows(sqlite3* database) {
-  Statement asked(database, "SELECT count(*) FROM pragma_table_info('lost_and_found') WHERE name GLOB 'c[0-9]*'", false);
+  Statement asked(database, "SELECT count(*) FROM pragma_table_info('lost_and_found') WHERE name GLOB 'c[0-9]*'",
+                  false);
   asked.step();
   return static_cast<std::size_t>(asked.integer(0));
 }

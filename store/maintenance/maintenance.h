@@ -11,24 +11,24 @@
 namespace fendrel::store {
 
 enum class Trouble {
-  notFound,      // there is no such store
-  exists,        // the file to be made is there already
-  noAccess,      // a file may not be read or written
+  notFound,  // there is no such store
+  exists,    // the file to be made is there already
+  noAccess,  // a file may not be read or written
   notEnoughDisk,
-  busy,          // others kept the store locked for too long
-  damaged,       // so damaged that the call cannot go on; also: no store at all
-  newer,         // written by a newer version of this program
+  busy,     // others kept the store locked for too long
+  damaged,  // so damaged that the call cannot go on; also: no store at all
+  newer,    // written by a newer version of this program
   cancelled,
-  failed         // anything else
+  failed  // anything else
 };
 
 class MaintenanceFailure : public std::runtime_error {
-public:
+ public:
   // `text`: whole English sentences, UTF-8.
   MaintenanceFailure(Trouble trouble, const std::string& text) : std::runtime_error(text), trouble_(trouble) {}
   Trouble trouble() const noexcept { return trouble_; }
 
-private:
+ private:
   Trouble trouble_;
 };
 
@@ -39,7 +39,7 @@ using Watch = std::function<bool(std::uint64_t done, std::uint64_t total)>;
 std::wstring presentStore();
 
 struct StoreFacts {
-  int version = 0;              // of the schema
+  int version = 0;  // of the schema
   std::uint64_t databaseBytes = 0, logBytes = 0;
   std::uint64_t pages = 0, pageBytes = 0, freePages = 0;
   std::uint64_t profiles = 0, stores = 0, folders = 0, messages = 0, attachments = 0;
@@ -57,7 +57,7 @@ struct Finding {
   std::string message;     // with `isMessage` only: subject; its number without one, or where a password protects it
   std::string attachment;  // name; empty when it concerns the message itself
   bool isMessage = false;
-  std::string what;        // one sentence without its subject's name
+  std::string what;  // one sentence without its subject's name
 };
 
 struct CheckResult {
@@ -82,7 +82,7 @@ SalvageResult salvageStore(const std::wstring& from, const std::wstring& to, con
 struct CompactResult {
   std::uint64_t bytesBefore = 0, bytesAfter = 0;       // database and log
   std::uint64_t leftoverFiles = 0, leftoverBytes = 0;  // deleted
-  bool logIsEmpty = true;  // false: someone is reading; the log shrinks later
+  bool logIsEmpty = true;                              // false: someone is reading; the log shrinks later
 };
 
 // Gives free space back to the disk. Others may read meanwhile; who posts waits.

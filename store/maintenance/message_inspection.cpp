@@ -13,7 +13,7 @@ namespace {
 constexpr std::int64_t subjectId = 0x0037, longNameId = 0x3707, shortNameId = 0x3704, displayNameId = 0x3001;
 
 class Inspection {
-public:
+ public:
   Inspection(ReadingConnection& connection, std::int64_t message) : connection_(connection) { result_.id = message; }
 
   InspectedMessage run(const std::function<void(std::uint64_t)>& read) {
@@ -27,10 +27,10 @@ public:
     return std::move(result_);
   }
 
-private:
+ private:
   struct Part {
     std::string longName, shortName, displayName;
-    std::uint64_t size = 0;      // sum of its values
+    std::uint64_t size = 0;               // sum of its values
     std::optional<std::int64_t> rowSize;  // as its attachment row has it
     const std::string& name() const {
       return !longName.empty() ? longName : !shortName.empty() ? shortName : displayName;
@@ -182,7 +182,9 @@ private:
       }
       const auto source = contentAt(row, connection_.contents());
       use.file = source->fileName();
-      source->readAll([&](std::span<const std::byte> block) { if (read) read(block.size()); });
+      source->readAll([&](std::span<const std::byte> block) {
+        if (read) read(block.size());
+      });
     } catch (const EngineError& error) {
       if (!isDamage(error)) throw;
       problem(use.part, error.text);
@@ -225,8 +227,7 @@ MessageNumbers findMessageNumbers(ReadingConnection& rows, ReadingConnection* in
   read(rows, "SELECT message FROM message_property", "The table of the messages' properties");
   if (!indexes) return found;
   read(*indexes, "SELECT id FROM message INDEXED BY message_by_folder", "The index of messages by folder");
-  read(*indexes, "SELECT id FROM message INDEXED BY sqlite_autoindex_message_1",
-       "The index of messages by identifier");
+  read(*indexes, "SELECT id FROM message INDEXED BY sqlite_autoindex_message_1", "The index of messages by identifier");
   return found;
 }
 

@@ -60,8 +60,6 @@ std::unique_ptr<DiskFile> NewStore::createContent(const std::string& name) {
   return disk_.create(contentFolder() + L"\\" + contentFileName(name));
 }
 
-void NewStore::removeContent(const std::string& name) {
-  disk_.remove(contentFolder() + L"\\" + contentFileName(name));
-}
+void NewStore::removeContent(const std::string& name) { disk_.remove(contentFolder() + L"\\" + contentFileName(name)); }
 
 }  // namespace fendrel::store

@@ -10,7 +10,7 @@ namespace fendrel::store {
 
 // Its database has a name of its own until finish() is called; without that, its end deletes everything that was made.
 class NewStore {
-public:
+ public:
   // Throws EngineError: AlreadyExists if the file, its log or its folder of content files is there.
   NewStore(const std::wstring& path, Disk& disk);
   ~NewStore();
@@ -30,7 +30,7 @@ public:
   // Gives the database its name. Nobody has it open, and nothing is in its log.
   void finish();
 
-private:
+ private:
   std::wstring workFolder() const { return path_ + L".work"; }
 
   std::wstring path_;

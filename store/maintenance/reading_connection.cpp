@@ -31,16 +31,15 @@ std::wstring uriOf(const std::wstring& path) {
 
 bool isDamage(const EngineError& error) noexcept { return error.status != Status::Busy; }
 
-std::uint64_t fileSize(Disk& disk, const std::wstring& path) {
-  return disk.exists(path) ? disk.open(path)->size() : 0;
-}
+std::uint64_t fileSize(Disk& disk, const std::wstring& path) { return disk.exists(path) ? disk.open(path)->size() : 0; }
 
 ReadingConnection::ReadingConnection(const std::wstring& path, Disk& disk) : ReadingConnection(path, path, disk) {}
 
 ReadingConnection::ReadingConnection(const std::wstring& path, const std::wstring& contentsOf, Disk& disk)
     : path_(fullStorePath(path)), contents_(fullStorePath(contentsOf), disk) {
   if (!disk.exists(path_)) fail(Status::NotFound, "There is no store '" + toUtf8(path_) + "'.");
-  if (fileSize(disk, path_) == 0) fail(Status::Corrupt, "The file '" + toUtf8(path_) + "' is empty: it is not a store.");
+  if (fileSize(disk, path_) == 0)
+    fail(Status::Corrupt, "The file '" + toUtf8(path_) + "' is empty: it is not a store.");
   try {
     createLogFiles(path_, disk);  // empty, and they stay as they do with everyone who opens a store
     open(path_, 0);
@@ -58,8 +57,9 @@ void ReadingConnection::open(const std::wstring& name, int flags) {
   sqlite3_busy_handler(database, waitWhileBusy, nullptr);
   // The log is not emptied when this connection is the last one to close.
   sqlite3_db_config(database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-  execute(database, "PRAGMA query_only = ON; PRAGMA trusted_schema = OFF; PRAGMA cell_size_check = ON;"
-                    "PRAGMA cache_size = -8192;");
+  execute(database,
+          "PRAGMA query_only = ON; PRAGMA trusted_schema = OFF; PRAGMA cell_size_check = ON;"
+          "PRAGMA cache_size = -8192;");
 }
 
 // The index of the log cannot be made beside the store. Without a log none is needed.

@@ -14,7 +14,7 @@ namespace fendrel::store {
 // Changes nothing in the store's files (an empty log is made where there is none). Where the disk may not be written it
 // reads all the same, as long as nothing is in the write-ahead log.
 class ReadingConnection {
-public:
+ public:
   // Throws EngineError: NotFound, NewerVersion, NoAccess, Busy, Corrupt (also: the database of another program).
   ReadingConnection(const std::wstring& path, Disk& disk);
 
@@ -34,7 +34,7 @@ public:
   const ContentFolder& contents() const noexcept { return contents_; }
   int version() const noexcept { return version_; }
 
-private:
+ private:
   void open(const std::wstring& name, int flags);
   void openUnchanging();
   void readVersion();

@@ -23,8 +23,9 @@ struct Finish {
 [[noreturn]] void failRecovery(sqlite3_recover* recover) {
   const int code = sqlite3_recover_errcode(recover);
   if (code == SQLITE_NOMEM) {
-    fail(Status::Corrupt, "SQLite's recovery asked for more memory than there is. A changed length in a damaged store can "
-                          "make it do so.");
+    fail(Status::Corrupt,
+         "SQLite's recovery asked for more memory than there is. A changed length in a damaged store can "
+         "make it do so.");
   }
   const char* words = sqlite3_recover_errmsg(recover);
   fail(statusOfSqlite(code), std::string("SQLite's recovery of the store failed: ") + (words ? words : "no words") +
@@ -35,12 +36,12 @@ struct Finish {
 
 void recoverRows(const DamagedCopy& copy, const std::wstring& path, Disk& disk, const Watch& watch) {
   if (!sqlite3_compileoption_used("ENABLE_DBPAGE_VTAB")) {
-    fail(Status::Failed, "The SQLite library of this program was built without SQLITE_ENABLE_DBPAGE_VTAB, which its "
-                         "recovery needs.");
+    fail(Status::Failed,
+         "The SQLite library of this program was built without SQLITE_ENABLE_DBPAGE_VTAB, which its "
+         "recovery needs.");
   }
   const std::string output = toUtf8(uriOf(path)) + "?vfs=" + disk.sqliteLayer();
-  const std::unique_ptr<sqlite3_recover, Finish> recover(
-      sqlite3_recover_init(copy.handle(), "main", output.c_str()));
+  const std::unique_ptr<sqlite3_recover, Finish> recover(sqlite3_recover_init(copy.handle(), "main", output.c_str()));
   if (!recover) throw std::bad_alloc();
   char lostAndFound[] = "lost_and_found";
   sqlite3_recover_config(recover.get(), SQLITE_RECOVER_LOST_AND_FOUND, lostAndFound);
@@ -58,8 +59,8 @@ void recoverRows(const DamagedCopy& copy, const std::wstring& path, Disk& disk, 
     if (migration.version > copy.version()) execute(found.get(), migration.sql);
   }
   sortLostRows(found.get());
-  execute(found.get(), "PRAGMA application_id = " + std::to_string(applicationId) + "; PRAGMA user_version = " +
-                           std::to_string(schemaMigrations().back().version) + "; COMMIT");
+  execute(found.get(), "PRAGMA application_id = " + std::to_string(applicationId) +
+                           "; PRAGMA user_version = " + std::to_string(schemaMigrations().back().version) + "; COMMIT");
   // Who reads it then is not in the way of a transaction that takes rows out of it.
   execute(found.get(), "PRAGMA journal_mode = WAL");
 }

@@ -39,7 +39,7 @@ bool isRefusal(Status status) {
 
 // What was found in the old store.
 class Findings {
-public:
+ public:
   Findings(const std::wstring& from, NewStore& work, Disk& disk, const Watch& watch) {
     const std::wstring copyPath = work.workFile(L"copy.db"), foundPath = work.workFile(L"found.db");
     disk.createPrivateFile(foundPath);
@@ -59,7 +59,7 @@ public:
 };
 
 class Salvage {
-public:
+ public:
   Salvage(const std::wstring& from, const std::wstring& to, Disk& disk, const Watch& watch)
       : disk_(disk),
         files_(to, disk),
@@ -80,8 +80,9 @@ public:
     begin();
     into().execute("DELETE FROM store");  // a new store has public folders of its own
     if (old_.lostFirstPage) {
-      mended({}, "The first page, which tells where the tables are, cannot be read: they were looked for where a "
-                 "store has them.");
+      mended({},
+             "The first page, which tells where the tables are, cannot be read: they were looked for where a "
+             "store has them.");
     }
     for (const Finding& finding : folders_.lost()) result_.leftOut.push_back(finding);
     tree_.run();
@@ -102,7 +103,7 @@ public:
     return std::move(result_);
   }
 
-private:
+ private:
   Connection& into() { return database_->connection(); }
 
   void begin() { transaction_.emplace(into(), Transaction::Write); }
@@ -190,8 +191,10 @@ private:
       const auto copy = [&] {
         Query(into().statement("INSERT INTO profile SELECT * FROM found.profile WHERE id = ?"), rows.integer(0)).run();
       };
-      if (isText(name) && isText(std::string(rows.text(2))) && insert(copy, why)) ++result_.profiles;
-      else leaveOut("The profile '" + name + "' was refused: " + why);
+      if (isText(name) && isText(std::string(rows.text(2))) && insert(copy, why))
+        ++result_.profiles;
+      else
+        leaveOut("The profile '" + name + "' was refused: " + why);
     }
     if (old_.indexes) mendProfiles(known);
   }

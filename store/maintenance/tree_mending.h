@@ -13,7 +13,7 @@ namespace fendrel::store {
 bool isText(const std::string& utf8);
 
 class TreeMending {
-public:
+ public:
   // `mended` is told what was made anew, with its path. Folders made anew get numbers above `highestUsed`, so that none
   // gets messages of a lost one.
   using Mended = std::function<void(std::string folder, std::string what)>;
@@ -27,7 +27,7 @@ public:
 
   std::int64_t nextFolder() const;
 
-private:
+ private:
   void mendStores();
   bool hasPublicStore() const;
   std::int64_t ownFolder(std::int64_t store, const char* role, const char* name, std::optional<std::int64_t> parent);

@@ -11,9 +11,7 @@ constexpr std::string_view wordBegin = "=?utf-8?B?";
 constexpr std::string_view wordEnd = "?=";
 constexpr char hexDigits[] = "0123456789ABCDEF";
 
-bool isLetterOrDigit(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-}
+bool isLetterOrDigit(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); }
 
 // What an address or a message identifier is made of, besides dots.
 bool isAtomCharacter(char c) {

@@ -41,7 +41,7 @@ class QuotedPrintableLines {
 
   TextSink sink;
   std::string line;
-  char blank = 0;       // a blank or tab that is held back: at the end of a line it is encoded
+  char blank = 0;  // a blank or tab that is held back: at the end of a line it is encoded
   bool afterCr = false;
 };
 

@@ -11,7 +11,7 @@ namespace fendrel::store {
 namespace {
 
 class DatabaseProfiles final : public OnDatabase<ProfileBook> {
-public:
+ public:
   using OnDatabase::OnDatabase;
 
   Status create(Profile& profile) override { return createProfile(database(), profile); }

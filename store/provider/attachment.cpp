@@ -10,8 +10,8 @@
 namespace fendrel::provider {
 namespace {
 
-constexpr PropertyTag computedTags[] = {PR_OBJECT_TYPE,   PR_ATTACH_NUM,       PR_ATTACH_SIZE,     PR_RECORD_KEY,
-                                        PR_INSTANCE_KEY,  PR_ACCESS,           PR_ACCESS_LEVEL,    PR_STORE_ENTRYID,
+constexpr PropertyTag computedTags[] = {PR_OBJECT_TYPE,      PR_ATTACH_NUM,       PR_ATTACH_SIZE,  PR_RECORD_KEY,
+                                        PR_INSTANCE_KEY,     PR_ACCESS,           PR_ACCESS_LEVEL, PR_STORE_ENTRYID,
                                         PR_STORE_RECORD_KEY, PR_MAPPING_SIGNATURE};
 
 // Longer values do not come with "all properties"; asked for by name they do.
@@ -80,7 +80,10 @@ HRESULT attachmentRow(const StoreScope& scope, ULONG number, const DraftProperti
 }
 
 Attachment::Attachment(Message* message, ULONG number, DraftProperties draft, bool writable)
-    : MapiObject(homeOf(message->scope().session)), message_(message), number_(number), draft_(std::move(draft)),
+    : MapiObject(homeOf(message->scope().session)),
+      message_(message),
+      number_(number),
+      draft_(std::move(draft)),
       writable_(writable) {}
 
 Attachment::~Attachment() = default;

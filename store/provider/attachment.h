@@ -11,11 +11,11 @@ class Message;
 
 // SaveChanges gives its changes to the message, whose own SaveChanges puts them on disk.
 class Attachment final : public MapiObject<IAttach> {
-public:
+ public:
   Attachment(Message* message, ULONG number, DraftProperties draft, bool writable);
   ~Attachment() override;
 
-private:
+ private:
   HRESULT readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) override;
   HRESULT readAllProperties(std::vector<Property>& found) override;
   HRESULT checkWritable() const override { return writable_ ? S_OK : MAPI_E_NO_ACCESS; }

@@ -10,7 +10,7 @@ class Message;
 
 // Shows what the message's object has, changes and additions that are not saved yet included.
 class AttachmentRows final : public RowSource {
-public:
+ public:
   explicit AttachmentRows(Message* message);
   ~AttachmentRows() override;
 
@@ -20,7 +20,7 @@ public:
   bool hasBookmarks() const override { return false; }
   std::uint64_t state() const override;
 
-private:
+ private:
   ComPtr<Message> message_;
 };
 

@@ -45,9 +45,8 @@ HRESULT DraftProperties::readSaved(std::span<const PropertyTag> tags, std::uint6
                                    std::vector<Property>& found) const {
   found.clear();
   if (!isSaved()) return S_OK;
-  const auto status = attachment_
-                          ? engine_->readAttachmentProperties(message_, *attachment_, tags, found, limit)
-                          : engine_->readMessageProperties(message_, tags, found, limit);
+  const auto status = attachment_ ? engine_->readAttachmentProperties(message_, *attachment_, tags, found, limit)
+                                  : engine_->readMessageProperties(message_, tags, found, limit);
   return toResult(status);
 }
 
@@ -111,8 +110,7 @@ HRESULT DraftProperties::readAll(std::uint64_t limit, std::vector<Property>& fou
   return S_OK;
 }
 
-HRESULT DraftProperties::openContent(ULONG tag, bool writable, bool create,
-                                     std::shared_ptr<StreamContent>& content) {
+HRESULT DraftProperties::openContent(ULONG tag, bool writable, bool create, std::shared_ptr<StreamContent>& content) {
   const PropertyTag stored = storedTag(tag);
   const auto* change = changes_.find(tag);
   if (const auto* pending = change ? std::get_if<PropertyChanges::Content>(change) : nullptr) {

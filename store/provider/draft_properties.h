@@ -14,7 +14,7 @@ namespace fendrel::provider {
 
 // Changes by property identifier; the latest counts.
 class PropertyChanges {
-public:
+ public:
   struct Removed {};
   struct Content {
     PropertyTag tag;
@@ -36,12 +36,12 @@ public:
   HRESULT moveInto(std::vector<Property>& set, std::vector<PropertyTag>& remove,
                    std::vector<store::ContentChange>& contents) const;
 
-private:
+ private:
   std::map<ULONG, Change> changes_;
 };
 
 class DraftProperties {
-public:
+ public:
   explicit DraftProperties(std::shared_ptr<store::Engine> engine) : engine_(std::move(engine)) {}
 
   // Where the saved values are; none before the first save.
@@ -63,7 +63,7 @@ public:
   // What a client's OpenProperty for a stream gets. `create`: missing is not a failure, and what is there is discarded.
   HRESULT openContent(ULONG tag, bool writable, bool create, std::shared_ptr<StreamContent>& content);
 
-private:
+ private:
   HRESULT readSaved(std::span<const PropertyTag> tags, std::uint64_t limit, std::vector<Property>& found) const;
   HRESULT loadSaved(Property& property) const;
   HRESULT openForWriting(ULONG tag, const Property& present, bool create, std::shared_ptr<StreamContent>& content);

@@ -16,8 +16,8 @@ struct FixedEntryId {
   ULONG type;
   BYTE object[16];
 };
-static_assert(sizeof(FixedEntryId) == 56 && offsetof(FixedEntryId, store) == 20 &&
-              offsetof(FixedEntryId, type) == 36 && offsetof(FixedEntryId, object) == 40);
+static_assert(sizeof(FixedEntryId) == 56 && offsetof(FixedEntryId, store) == 20 && offsetof(FixedEntryId, type) == 36 &&
+              offsetof(FixedEntryId, object) == 40);
 
 struct OpenHead {
   Head head;

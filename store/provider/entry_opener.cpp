@@ -12,8 +12,7 @@ namespace {
 HRESULT openMessage(const ScopePointer& scope, const store::Id& id, LPCIID iid, ULONG flags, LPUNKNOWN* object) {
   if (!accepts<IMessage>(iid)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
   store::MessageInfo info;
-  if (const auto status = scope->engine().findMessage(id, info); status != store::Status::Ok)
-    return toResult(status);
+  if (const auto status = scope->engine().findMessage(id, info); status != store::Status::Ok) return toResult(status);
   store::FolderInfo folder;
   const auto status = scope->engine().findFolder(info.folder, folder);
   if (status != store::Status::Ok) return toResult(status);
@@ -27,8 +26,7 @@ HRESULT openMessage(const ScopePointer& scope, const store::Id& id, LPCIID iid, 
 HRESULT openUser(const SessionPointer& session, const store::Id& id, LPCIID iid, LPUNKNOWN* object) {
   if (!accepts<IMailUser>(iid)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
   std::vector<store::Profile> profiles;
-  if (const auto status = session->profiles->list(profiles); status != store::Status::Ok)
-    return toResult(status);
+  if (const auto status = session->profiles->list(profiles); status != store::Status::Ok) return toResult(status);
   for (const store::Profile& profile : profiles) {
     if (id != profile.id) continue;
     auto user = makeObject<MailUser>(session, profile);

@@ -37,8 +37,10 @@ HRESULT WINAPI MAPIInitialize(LPVOID given) {
   if (const HRESULT result = checkInitialization(wish); FAILED(result)) return result;
   if (!wish || !(wish->ulFlags & noComInitialization)) {
     const HRESULT result = CoInitialize(nullptr);
-    if (SUCCEEDED(result)) ++comInitializations;
-    else if (result != RPC_E_CHANGED_MODE) return result;  // in another mode, but initialized
+    if (SUCCEEDED(result))
+      ++comInitializations;
+    else if (result != RPC_E_CHANGED_MODE)
+      return result;  // in another mode, but initialized
   }
   ++initializations;
   return S_OK;

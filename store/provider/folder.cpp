@@ -4,9 +4,9 @@
 #include "folder_rows.h"
 #include "host_stream.h"
 #include "mapi_table.h"
-#include "object_reading.h"
 #include "message.h"
 #include "message_rows.h"
+#include "object_reading.h"
 #include "status_codes.h"
 
 namespace fendrel::provider {
@@ -46,8 +46,7 @@ std::span<const ULONG> Folder::objectTags() const { return objectsOfFolders; }
 
 HRESULT Folder::readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) {
   store::FolderInfo info;
-  if (const auto status = scope_->engine().findFolder(id_, info); status != Status::Ok)
-    return toResult(status);
+  if (const auto status = scope_->engine().findFolder(id_, info); status != Status::Ok) return toResult(status);
   std::vector<PropertyTag> stored;
   for (const PropertyTag tag : tags) {
     if (!isComputedFolderTag(tag)) stored.push_back(tag);
@@ -66,8 +65,7 @@ HRESULT Folder::readProperties(std::span<const PropertyTag> tags, std::vector<Pr
 
 HRESULT Folder::readAllProperties(std::vector<Property>& found) {
   store::FolderInfo info;
-  if (const auto status = scope_->engine().findFolder(id_, info); status != Status::Ok)
-    return toResult(status);
+  if (const auto status = scope_->engine().findFolder(id_, info); status != Status::Ok) return toResult(status);
   const auto status = scope_->engine().readFolderProperties(id_, {}, found);
   if (status != Status::Ok) return toResult(status);
   if (findProperty(found, PR_CONTAINER_CLASS_W).tag == 0) {
@@ -181,10 +179,12 @@ HRESULT Folder::copyWithin(const MessageList& list, const store::Id& target, boo
   if (const auto status = scope_->engine().checkFolder(target); status != Status::Ok) return toResult(status);
   bool partly = list.isPart;
   for (const store::Id& message : list.ids) {
-    const auto status = move ? scope_->engine().moveMessage(message, target, id_)
-                             : scope_->engine().copyMessage(message, target, id_);
-    if (status == Status::NotFound) partly = true;
-    else if (status != Status::Ok) return toResult(status);
+    const auto status =
+        move ? scope_->engine().moveMessage(message, target, id_) : scope_->engine().copyMessage(message, target, id_);
+    if (status == Status::NotFound)
+      partly = true;
+    else if (status != Status::Ok)
+      return toResult(status);
   }
   return partly ? MAPI_W_PARTIAL_COMPLETION : S_OK;
 }
@@ -203,8 +203,10 @@ HRESULT Folder::copyAcross(const MessageList& list, IMAPIFolder& target, bool mo
     const HRESULT result = copyMessageInto(*message.Get(), info.kind == store::MessageKind::Associated, target);
     if (FAILED(result)) return result;
     // What did not go over whole stays.
-    if (result != S_OK) partly = true;
-    else if (move && scope_->engine().deleteMessages(std::span(&id, 1), id_, nullptr) != Status::Ok) partly = true;
+    if (result != S_OK)
+      partly = true;
+    else if (move && scope_->engine().deleteMessages(std::span(&id, 1), id_, nullptr) != Status::Ok)
+      partly = true;
   }
   return partly ? MAPI_W_PARTIAL_COMPLETION : S_OK;
 }
@@ -215,8 +217,10 @@ HRESULT Folder::messagesOf(const ENTRYLIST* list, MessageList& messages) const {
   for (ULONG i = 0; i < list->cValues; ++i) {
     const auto id = decode(list->lpbin[i].cb, list->lpbin[i].lpb);
     if (!id || id->type != MAPI_MESSAGE) return MAPI_E_INVALID_ENTRYID;
-    if (id->store == scope_->store.id) messages.ids.push_back(id->object);
-    else messages.isPart = true;
+    if (id->store == scope_->store.id)
+      messages.ids.push_back(id->object);
+    else
+      messages.isPart = true;
   }
   return S_OK;
 }
@@ -342,8 +346,10 @@ STDMETHODIMP Folder::SetReadFlags(LPENTRYLIST messages, UlongPtr, LPMAPIPROGRESS
     bool partly = list.isPart;
     for (const store::Id& message : list.ids) {
       const auto status = scope_->engine().setRead(message, (flags & CLEAR_READ_FLAG) == 0, id_);
-      if (status == Status::NotFound) partly = true;
-      else if (status != Status::Ok) return toResult(status);
+      if (status == Status::NotFound)
+        partly = true;
+      else if (status != Status::Ok)
+        return toResult(status);
     }
     return partly ? MAPI_W_PARTIAL_COMPLETION : S_OK;
   });

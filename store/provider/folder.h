@@ -10,7 +10,7 @@ namespace fendrel::provider {
 
 // Changes of a folder take effect at once; there is nothing to save.
 class Folder final : public MapiObject<IMAPIFolder> {
-public:
+ public:
   Folder(ScopePointer scope, const store::Id& id, bool writable)
       : MapiObject(homeOf(scope->session)), scope_(std::move(scope)), id_(id), writable_(writable) {}
 
@@ -24,8 +24,8 @@ public:
                                  ULONG* state) override;
   // IMAPIFolder
   STDMETHODIMP CreateMessage(LPCIID iid, ULONG flags, LPMESSAGE* message) override;
-  STDMETHODIMP CopyMessages(LPENTRYLIST messages, LPCIID iid, LPVOID target, UlongPtr window,
-                            LPMAPIPROGRESS progress, ULONG flags) override;
+  STDMETHODIMP CopyMessages(LPENTRYLIST messages, LPCIID iid, LPVOID target, UlongPtr window, LPMAPIPROGRESS progress,
+                            ULONG flags) override;
   STDMETHODIMP DeleteMessages(LPENTRYLIST messages, UlongPtr window, LPMAPIPROGRESS progress, ULONG flags) override;
   STDMETHODIMP CreateFolder(ULONG type, LPTSTR name, LPTSTR comment, LPCIID iid, ULONG flags,
                             LPMAPIFOLDER* folder) override;
@@ -39,7 +39,7 @@ public:
   STDMETHODIMP SaveContentsSort(LPSSortOrderSet order, ULONG flags) override;
   STDMETHODIMP EmptyFolder(UlongPtr window, LPMAPIPROGRESS progress, ULONG flags) override;
 
-private:
+ private:
   HRESULT readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) override;
   HRESULT readAllProperties(std::vector<Property>& found) override;
   std::span<const ULONG> objectTags() const override;

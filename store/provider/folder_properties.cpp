@@ -5,12 +5,28 @@
 namespace fendrel::provider {
 namespace {
 
-constexpr PropertyTag folderTags[] = {
-    PR_OBJECT_TYPE,   PR_ENTRYID,         PR_RECORD_KEY,       PR_PARENT_ENTRYID,      PR_STORE_ENTRYID,
-    PR_DISPLAY_NAME_W, PR_FOLDER_TYPE,    PR_SUBFOLDERS,       PR_CONTENT_COUNT,       PR_CONTENT_UNREAD,
-    PR_ASSOC_CONTENT_COUNT, PR_ACCESS,    PR_ACCESS_LEVEL,     PR_CREATION_TIME,       PR_LAST_MODIFICATION_TIME,
-    PR_STORE_RECORD_KEY, PR_MDB_PROVIDER, PR_MAPPING_SIGNATURE, PR_STORE_SUPPORT_MASK, PR_INSTANCE_KEY,
-    PR_STATUS,        PR_DISPLAY_TYPE};
+constexpr PropertyTag folderTags[] = {PR_OBJECT_TYPE,
+                                      PR_ENTRYID,
+                                      PR_RECORD_KEY,
+                                      PR_PARENT_ENTRYID,
+                                      PR_STORE_ENTRYID,
+                                      PR_DISPLAY_NAME_W,
+                                      PR_FOLDER_TYPE,
+                                      PR_SUBFOLDERS,
+                                      PR_CONTENT_COUNT,
+                                      PR_CONTENT_UNREAD,
+                                      PR_ASSOC_CONTENT_COUNT,
+                                      PR_ACCESS,
+                                      PR_ACCESS_LEVEL,
+                                      PR_CREATION_TIME,
+                                      PR_LAST_MODIFICATION_TIME,
+                                      PR_STORE_RECORD_KEY,
+                                      PR_MDB_PROVIDER,
+                                      PR_MAPPING_SIGNATURE,
+                                      PR_STORE_SUPPORT_MASK,
+                                      PR_INSTANCE_KEY,
+                                      PR_STATUS,
+                                      PR_DISPLAY_TYPE};
 
 ULONG accessTo(const StoreScope& scope, const store::FolderInfo& folder) {
   ULONG access = MAPI_ACCESS_READ;

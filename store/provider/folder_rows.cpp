@@ -7,9 +7,9 @@
 namespace fendrel::provider {
 
 std::vector<PropertyTag> FolderRows::defaultColumns() const {
-  return {PR_ENTRYID,       PR_DISPLAY_NAME_W, PR_SUBFOLDERS, PR_CONTENT_COUNT, PR_CONTENT_UNREAD, PR_DEPTH,
-          PR_FOLDER_TYPE,   PR_COMMENT_W,      PR_OBJECT_TYPE, PR_STATUS,       PR_INSTANCE_KEY,
-          PR_DISPLAY_TYPE,  PR_CONTAINER_CLASS_W};
+  return {PR_ENTRYID,      PR_DISPLAY_NAME_W, PR_SUBFOLDERS,       PR_CONTENT_COUNT, PR_CONTENT_UNREAD,
+          PR_DEPTH,        PR_FOLDER_TYPE,    PR_COMMENT_W,        PR_OBJECT_TYPE,   PR_STATUS,
+          PR_INSTANCE_KEY, PR_DISPLAY_TYPE,   PR_CONTAINER_CLASS_W};
 }
 
 std::vector<PropertyTag> FolderRows::allColumns() const {
@@ -30,10 +30,12 @@ HRESULT FolderRows::fetch(std::span<const PropertyTag> columns) {
     row.key = found.folder.id;
     std::size_t nextStored = 0;
     for (const PropertyTag column : columns) {
-      if (PROP_ID(column) == PROP_ID(PR_DEPTH)) row.values.push_back(longProperty(PR_DEPTH, found.depth - 1));
+      if (PROP_ID(column) == PROP_ID(PR_DEPTH))
+        row.values.push_back(longProperty(PR_DEPTH, found.depth - 1));
       else if (isComputedFolderTag(column))
         row.values.push_back(computedFolderProperty(*scope_, found.folder, column, scope_->writable));
-      else row.values.push_back(storedFolderProperty(found.folder, column, std::move(found.values[nextStored++])));
+      else
+        row.values.push_back(storedFolderProperty(found.folder, column, std::move(found.values[nextStored++])));
     }
     return true;
   });

@@ -9,7 +9,7 @@ namespace fendrel::provider {
 // Folders are few: they are read in one go, with the columns asked for, when a question needs other columns than the
 // one before.
 class FolderRows final : public RowSource {
-public:
+ public:
   FolderRows(ScopePointer scope, const store::Id& folder, store::Depth depth)
       : scope_(std::move(scope)), folder_(folder), depth_(depth) {}
 
@@ -18,7 +18,7 @@ public:
   HRESULT scan(std::span<const PropertyTag> columns, const RowSink& sink) override;
   HRESULT read(std::span<const RowKey> rows, std::span<const PropertyTag> columns, const RowSink& sink) override;
 
-private:
+ private:
   struct Row {
     RowKey key;
     std::vector<Property> values;

@@ -38,7 +38,7 @@ HRESULT secretOf(const store::Profile& profile, std::u16string given, std::u16st
 
 // The one session that the programs of this process may share.
 class SharedSession {
-public:
+ public:
   std::shared_ptr<SharedLogon> get() {
     const std::lock_guard lock(mutex_);
     return logon_.lock();
@@ -53,7 +53,7 @@ public:
     return made;
   }
 
-private:
+ private:
   std::mutex mutex_;
   std::weak_ptr<SharedLogon> logon_;
 };

@@ -15,7 +15,7 @@ namespace fendrel::provider {
 namespace {
 
 class ChooseProfile {
-public:
+ public:
   explicit ChooseProfile(std::vector<store::Profile> profiles) : profiles_(std::move(profiles)) {}
 
   HRESULT show(HWND parent, store::Profile& profile) {
@@ -30,7 +30,7 @@ public:
     return answer == IDCANCEL ? MAPI_E_USER_CANCEL : MAPI_E_CALL_FAILED;
   }
 
-private:
+ private:
   static INT_PTR CALLBACK procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_INITDIALOG) SetWindowLongPtrW(window, DWLP_USER, lParam);
     auto* dialog = reinterpret_cast<ChooseProfile*>(GetWindowLongPtrW(window, DWLP_USER));

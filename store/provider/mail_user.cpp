@@ -23,16 +23,12 @@ store::Bytes searchKey(const store::Profile& profile) {
 }  // namespace
 
 MailUser::MailUser(const SessionPointer& session, const store::Profile& profile) : MapiObject(homeOf(session)) {
-  properties_ = {makeProperty(PR_ENTRYID, userEntryId(profile)),
-                 makeProperty(PR_RECORD_KEY, userEntryId(profile)),
-                 longProperty(PR_OBJECT_TYPE, MAPI_MAILUSER),
-                 longProperty(PR_DISPLAY_TYPE, DT_MAILUSER),
-                 makeProperty(PR_DISPLAY_NAME_W, profile.userName),
-                 makeProperty(PR_ADDRTYPE_W, std::u16string(addressType)),
-                 makeProperty(PR_EMAIL_ADDRESS_W, profile.userName),
-                 makeProperty(PR_ACCOUNT_W, profile.userName),
-                 makeProperty(PR_SEARCH_KEY, searchKey(profile)),
-                 longProperty(PR_ACCESS_LEVEL, 0)};
+  properties_ = {
+      makeProperty(PR_ENTRYID, userEntryId(profile)),     makeProperty(PR_RECORD_KEY, userEntryId(profile)),
+      longProperty(PR_OBJECT_TYPE, MAPI_MAILUSER),        longProperty(PR_DISPLAY_TYPE, DT_MAILUSER),
+      makeProperty(PR_DISPLAY_NAME_W, profile.userName),  makeProperty(PR_ADDRTYPE_W, std::u16string(addressType)),
+      makeProperty(PR_EMAIL_ADDRESS_W, profile.userName), makeProperty(PR_ACCOUNT_W, profile.userName),
+      makeProperty(PR_SEARCH_KEY, searchKey(profile)),    longProperty(PR_ACCESS_LEVEL, 0)};
 }
 
 HRESULT MailUser::readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) {

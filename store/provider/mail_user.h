@@ -7,10 +7,10 @@
 namespace fendrel::provider {
 
 class MailUser final : public MapiObject<IMailUser> {
-public:
+ public:
   MailUser(const SessionPointer& session, const store::Profile& profile);
 
-private:
+ private:
   HRESULT readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) override;
   HRESULT readAllProperties(std::vector<Property>& found) override;
   HRESULT checkProperty(PropertyTag) const override { return MAPI_E_NO_ACCESS; }

@@ -17,9 +17,8 @@ bool isImpossible(const SPropValue& value) {
 // PT_OBJECT carries no value: OpenProperty gives it.
 bool isObject(PropertyHost& host, ULONG asked) {
   const ULONG type = PROP_TYPE(asked);
-  return (type == PT_OBJECT || type == PT_UNSPECIFIED) && std::ranges::any_of(host.objectTags(), [&](ULONG tag) {
-           return PROP_ID(tag) == PROP_ID(asked);
-         });
+  return (type == PT_OBJECT || type == PT_UNSPECIFIED) &&
+         std::ranges::any_of(host.objectTags(), [&](ULONG tag) { return PROP_ID(tag) == PROP_ID(asked); });
 }
 
 Answer objectAnswer(ULONG tag) { return {PROP_TAG(PT_OBJECT, PROP_ID(tag)), S_OK, nullptr}; }
@@ -105,8 +104,10 @@ HRESULT deleteProps(PropertyHost& host, const SPropTagArray* tags, LPSPropProble
   for (std::size_t i = 0; i < asked.size(); ++i) {
     HRESULT problem = host.checkProperty(asked[i]);
     if (SUCCEEDED(problem) && found[i].tag == 0) problem = MAPI_E_NOT_FOUND;
-    if (FAILED(problem)) refused.add(static_cast<ULONG>(i), tags->aulPropTag[i], problem);
-    else if (std::ranges::find(remove, asked[i]) == remove.end()) remove.push_back(asked[i]);
+    if (FAILED(problem))
+      refused.add(static_cast<ULONG>(i), tags->aulPropTag[i], problem);
+    else if (std::ranges::find(remove, asked[i]) == remove.end())
+      remove.push_back(asked[i]);
   }
   if (!remove.empty()) {
     if (const HRESULT result = host.changeProperties({}, remove); FAILED(result)) return result;

@@ -6,8 +6,8 @@
 #include <span>
 #include <vector>
 
-#include "mapi_interfaces.h"
 #include "last_error.h"
+#include "mapi_interfaces.h"
 #include "named_properties_calls.h"
 #include "object_home.h"
 #include "property_copy.h"
@@ -17,7 +17,7 @@ namespace fendrel::provider {
 
 // An object's properties, computed ones included. Tags in questions name identifiers, of any type.
 class PropertyHost {
-public:
+ public:
   // One property for each tag, in that order; tag 0 where there is none.
   virtual HRESULT readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) = 0;
 
@@ -41,7 +41,7 @@ public:
   // `options` are the interface's own, STGM_ for a stream.
   virtual HRESULT openProperty(ULONG, REFIID, ULONG, ULONG, IUnknown**) { return MAPI_E_NO_SUPPORT; }
 
-protected:
+ protected:
   ~PropertyHost() = default;
 };
 
@@ -53,7 +53,7 @@ HRESULT deleteProps(PropertyHost& host, const SPropTagArray* tags, LPSPropProble
 
 template <class Interface>
 class MapiObject : public ComObject<Interface>, protected PropertyHost {
-public:
+ public:
   explicit MapiObject(ObjectHome home) : home_(std::move(home)) {}
 
   STDMETHODIMP GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) override {
@@ -72,9 +72,7 @@ public:
     if (!iid || !object) return MAPI_E_INVALID_PARAMETER;
     *object = nullptr;
     if (PROP_TYPE(tag) == PT_UNSPECIFIED || PROP_ID(tag) == 0) return MAPI_E_INVALID_PARAMETER;
-    return locked([&] {
-      return openProperty(tag, *iid, options, flags, object);
-    });
+    return locked([&] { return openProperty(tag, *iid, options, flags, object); });
   }
   STDMETHODIMP SetProps(ULONG count, LPSPropValue values, LPSPropProblemArray* problems) override {
     return locked([&] { return setProps(*this, count, values, problems); });
@@ -100,7 +98,7 @@ public:
     return locked([&] { return getIdsFromNames(*home_.origin, count, names, flags, tags); });
   }
 
-protected:
+ protected:
   template <class Call>
   HRESULT locked(Call&& call) noexcept {
     return guarded(*home_.mutex, std::forward<Call>(call));
@@ -108,7 +106,7 @@ protected:
   const ObjectHome& home() const noexcept { return home_; }
   const std::shared_ptr<std::recursive_mutex>& mutex() const noexcept { return home_.mutex; }
 
-private:
+ private:
   ObjectHome home_;
 };
 

@@ -200,8 +200,10 @@ HRESULT MapiTable::findFrom(const Restriction& wanted, std::size_t begin, std::s
       found = hit;
       return S_OK;
     }
-    if (backward) end -= count;
-    else begin += count;
+    if (backward)
+      end -= count;
+    else
+      begin += count;
   }
   return MAPI_E_NOT_FOUND;
 }
@@ -298,11 +300,11 @@ HRESULT MapiTable::readRows(std::size_t begin, std::size_t count, LPSRowSet* row
   std::size_t next = 0;
   const HRESULT result = source_->read(std::span(rows_).subspan(begin, count), columns,
                                        [&](const RowKey& row, std::vector<Property>& values) {
-    // A row that has gone since keeps its place, with nothing in it but errors.
-    for (; next < count && rows_[begin + next] != row; ++next) add(next, {});
-    if (next < count) add(next++, values);
-    return true;
-  });
+                                         // A row that has gone since keeps its place, with nothing in it but errors.
+                                         for (; next < count && rows_[begin + next] != row; ++next) add(next, {});
+                                         if (next < count) add(next++, values);
+                                         return true;
+                                       });
   if (FAILED(result)) return result;
   for (; next < count; ++next) add(next, {});
   *rows = set.release();

@@ -17,7 +17,7 @@ namespace fendrel::provider {
 // when the source says that it has others; their values are read when they are handed out. Only the rows' keys are
 // held.
 class MapiTable final : public ComObject<IMAPITable> {
-public:
+ public:
   MapiTable(ObjectHome home, std::unique_ptr<RowSource> source, TextForm form);
 
   STDMETHODIMP GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) override;
@@ -44,7 +44,7 @@ public:
   STDMETHODIMP GetCollapseState(ULONG flags, ULONG keySize, LPBYTE key, ULONG* stateSize, LPBYTE* state) override;
   STDMETHODIMP SetCollapseState(ULONG flags, ULONG stateSize, LPBYTE state, BOOKMARK* location) override;
 
-private:
+ private:
   // Makes rows_ right if it is not.
   HRESULT load();
   void forgetRows();

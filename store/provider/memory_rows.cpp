@@ -6,9 +6,8 @@
 namespace fendrel::provider {
 
 Property findProperty(std::span<const Property> properties, PropertyTag tag) {
-  const auto found = std::ranges::find(properties, PROP_ID(tag), [](const Property& property) {
-    return PROP_ID(property.tag);
-  });
+  const auto found =
+      std::ranges::find(properties, PROP_ID(tag), [](const Property& property) { return PROP_ID(property.tag); });
   return found == properties.end() ? Property{} : *found;
 }
 

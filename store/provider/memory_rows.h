@@ -6,7 +6,7 @@
 namespace fendrel::provider {
 
 class MemoryRows final : public RowSource {
-public:
+ public:
   using Row = std::vector<Property>;
 
   // `columns` is what the table shows; a row may lack some of them.
@@ -17,7 +17,7 @@ public:
   HRESULT scan(std::span<const PropertyTag> columns, const RowSink& sink) override;
   HRESULT read(std::span<const RowKey> rows, std::span<const PropertyTag> columns, const RowSink& sink) override;
 
-private:
+ private:
   bool hand(std::size_t index, std::span<const PropertyTag> columns, const RowSink& sink) const;
 
   std::vector<PropertyTag> columns_;

@@ -17,25 +17,32 @@ namespace {
 // Longer values do not come with "all properties"; asked for by name they do.
 constexpr std::uint64_t longestInAll = 1024 * 1024;
 
-constexpr PropertyTag recipientColumns[] = {PR_ROWID,       PR_RECIPIENT_TYPE, PR_DISPLAY_NAME_W, PR_ENTRYID,
-                                            PR_ADDRTYPE_W,  PR_EMAIL_ADDRESS_W, PR_SEARCH_KEY,    PR_OBJECT_TYPE,
-                                            PR_DISPLAY_TYPE};
+constexpr PropertyTag recipientColumns[] = {PR_ROWID,      PR_RECIPIENT_TYPE, PR_DISPLAY_NAME_W,
+                                            PR_ENTRYID,    PR_ADDRTYPE_W,     PR_EMAIL_ADDRESS_W,
+                                            PR_SEARCH_KEY, PR_OBJECT_TYPE,    PR_DISPLAY_TYPE};
 
 constexpr ULONG objectsOfMessages[] = {PR_MESSAGE_RECIPIENTS, PR_MESSAGE_ATTACHMENTS};
 
 }  // namespace
 
 Message::Message(ScopePointer scope, const store::Id& folder, store::MessageKind kind)
-    : MapiObject(homeOf(scope->session)), scope_(std::move(scope)), writable_(true), isSaved_(false),
+    : MapiObject(homeOf(scope->session)),
+      scope_(std::move(scope)),
+      writable_(true),
+      isSaved_(false),
       draft_(scope_->session->engine) {
   info_.folder = folder;
   info_.kind = kind;
   info_.searchKey = store::newGuid();  // the same however often the save is tried
-  readState_ = true;  // its maker has read it
+  readState_ = true;                   // its maker has read it
 }
 
 Message::Message(ScopePointer scope, const store::MessageInfo& info, bool writable)
-    : MapiObject(homeOf(scope->session)), scope_(std::move(scope)), writable_(writable), isSaved_(true), info_(info),
+    : MapiObject(homeOf(scope->session)),
+      scope_(std::move(scope)),
+      writable_(writable),
+      isSaved_(true),
+      info_(info),
       draft_(scope_->session->engine) {
   draft_.setSaved(info.id, std::nullopt);
 }
@@ -213,8 +220,10 @@ HRESULT Message::attachmentNumbers(std::vector<ULONG>& numbers) const {
     for (const auto& row : rows) numbers.push_back(row.number);
   }
   for (const auto& [number, pending] : attachments_) {
-    if (pending.state == AttachmentState::Removed) std::erase(numbers, number);
-    else if (pending.state == AttachmentState::Added) numbers.push_back(number);
+    if (pending.state == AttachmentState::Removed)
+      std::erase(numbers, number);
+    else if (pending.state == AttachmentState::Added)
+      numbers.push_back(number);
   }
   std::ranges::sort(numbers);
   return S_OK;
@@ -302,8 +311,10 @@ STDMETHODIMP Message::DeleteAttach(ULONG number, UlongPtr, LPMAPIPROGRESS, ULONG
     if (!std::ranges::binary_search(numbers, number)) return MAPI_E_NOT_FOUND;
     nextAttachment_ = std::max(nextAttachment_, numbers.back() + 1);
     const auto known = attachments_.find(number);
-    if (known != attachments_.end() && known->second.state == AttachmentState::Added) attachments_.erase(known);
-    else attachments_.insert_or_assign(number, PendingAttachment{AttachmentState::Removed, {}});
+    if (known != attachments_.end() && known->second.state == AttachmentState::Added)
+      attachments_.erase(known);
+    else
+      attachments_.insert_or_assign(number, PendingAttachment{AttachmentState::Removed, {}});
     ++attachmentState_;
     return S_OK;
   });

@@ -11,7 +11,7 @@ namespace fendrel::provider {
 
 // Everything that is changed is kept here until SaveChanges hands it to the engine in one transaction.
 class Message final : public MapiObject<IMessage> {
-public:
+ public:
   // A new one, which is in no folder before its first save.
   Message(ScopePointer scope, const store::Id& folder, store::MessageKind kind);
   // A saved one.
@@ -37,7 +37,7 @@ public:
 
   const StoreScope& scope() const noexcept { return *scope_; }
 
-private:
+ private:
   enum class AttachmentState { Saved, Added, Changed, Removed };
   struct PendingAttachment {
     AttachmentState state;
@@ -66,7 +66,7 @@ private:
   std::optional<bool> readState_;  // to be saved
   DraftProperties draft_;
   std::map<ULONG, PendingAttachment> attachments_;
-  ULONG nextAttachment_ = 0;       // never given out twice by this object
+  ULONG nextAttachment_ = 0;  // never given out twice by this object
   std::uint64_t attachmentState_ = 0;
 };
 

@@ -6,11 +6,11 @@ namespace fendrel::provider {
 namespace {
 
 constexpr PropertyTag messageTags[] = {
-    PR_OBJECT_TYPE,    PR_ENTRYID,       PR_RECORD_KEY,        PR_SEARCH_KEY,        PR_PARENT_ENTRYID,
-    PR_STORE_ENTRYID,  PR_MESSAGE_FLAGS, PR_MESSAGE_SIZE,      PR_HASATTACH,         PR_NORMALIZED_SUBJECT_W,
-    PR_SUBJECT_PREFIX_W, PR_ACCESS,      PR_ACCESS_LEVEL,      PR_CREATION_TIME,     PR_LAST_MODIFICATION_TIME,
-    PR_DISPLAY_TO_W,   PR_DISPLAY_CC_W,  PR_DISPLAY_BCC_W,     PR_STORE_RECORD_KEY,  PR_MDB_PROVIDER,
-    PR_MAPPING_SIGNATURE, PR_INSTANCE_KEY, PR_STORE_SUPPORT_MASK, PR_MSG_STATUS};
+    PR_OBJECT_TYPE,       PR_ENTRYID,       PR_RECORD_KEY,         PR_SEARCH_KEY,       PR_PARENT_ENTRYID,
+    PR_STORE_ENTRYID,     PR_MESSAGE_FLAGS, PR_MESSAGE_SIZE,       PR_HASATTACH,        PR_NORMALIZED_SUBJECT_W,
+    PR_SUBJECT_PREFIX_W,  PR_ACCESS,        PR_ACCESS_LEVEL,       PR_CREATION_TIME,    PR_LAST_MODIFICATION_TIME,
+    PR_DISPLAY_TO_W,      PR_DISPLAY_CC_W,  PR_DISPLAY_BCC_W,      PR_STORE_RECORD_KEY, PR_MDB_PROVIDER,
+    PR_MAPPING_SIGNATURE, PR_INSTANCE_KEY,  PR_STORE_SUPPORT_MASK, PR_MSG_STATUS};
 
 // "RE: " and the like: one to three letters, a colon and a blank.
 std::size_t prefixLength(std::u16string_view subject) {
@@ -84,16 +84,15 @@ Property computedMessageProperty(const StoreScope& scope, const store::MessageIn
       const auto* uid = reinterpret_cast<const std::byte*>(&providerId());
       return makeProperty(PR_MDB_PROVIDER, store::Bytes(uid, uid + sizeof(MAPIUID)));
     }
-    case PROP_ID(PR_MESSAGE_FLAGS):
-      return messageFlags(sources[0], message);
+    case PROP_ID(PR_MESSAGE_FLAGS): return messageFlags(sources[0], message);
     case PROP_ID(PR_MESSAGE_SIZE): return longProperty(PR_MESSAGE_SIZE, message.size);
     case PROP_ID(PR_HASATTACH): return makeProperty(PR_HASATTACH, message.hasAttachments);
     case PROP_ID(PR_NORMALIZED_SUBJECT_W): return subjectPart(sources[0], sources[1], PR_NORMALIZED_SUBJECT_W);
     case PROP_ID(PR_SUBJECT_PREFIX_W): return subjectPart(sources[0], sources[1], PR_SUBJECT_PREFIX_W);
     case PROP_ID(PR_MSG_STATUS): return makeProperty(PR_MSG_STATUS, static_cast<std::int32_t>(message.status));
     case PROP_ID(PR_ACCESS):
-      return longProperty(PR_ACCESS, scope.writable ? MAPI_ACCESS_READ | MAPI_ACCESS_MODIFY | MAPI_ACCESS_DELETE
-                                                    : MAPI_ACCESS_READ);
+      return longProperty(
+          PR_ACCESS, scope.writable ? MAPI_ACCESS_READ | MAPI_ACCESS_MODIFY | MAPI_ACCESS_DELETE : MAPI_ACCESS_READ);
     case PROP_ID(PR_ACCESS_LEVEL): return longProperty(PR_ACCESS_LEVEL, writable ? MAPI_MODIFY : 0);
     case PROP_ID(PR_CREATION_TIME): return makeProperty(PR_CREATION_TIME, message.created);
     case PROP_ID(PR_LAST_MODIFICATION_TIME): return makeProperty(PR_LAST_MODIFICATION_TIME, message.modified);

@@ -9,7 +9,7 @@ namespace {
 
 // Which of a table's columns the engine is asked for and how its row becomes ours.
 class Plan {
-public:
+ public:
   Plan(const StoreScope& scope, std::span<const PropertyTag> columns) : scope_(scope), columns_(columns) {
     for (const PropertyTag column : columns) {
       if (isComputedMessageTag(column)) {
@@ -39,7 +39,7 @@ public:
     return values;
   }
 
-private:
+ private:
   const StoreScope& scope_;
   std::span<const PropertyTag> columns_;
   std::vector<PropertyTag> stored_;  // those of each column, one after another
@@ -48,11 +48,12 @@ private:
 }  // namespace
 
 std::vector<PropertyTag> MessageRows::defaultColumns() const {
-  return {PR_ENTRYID,     PR_SUBJECT_W,     PR_MESSAGE_CLASS_W,    PR_MESSAGE_FLAGS,         PR_MESSAGE_SIZE,
-          PR_HASATTACH,   PR_SENDER_NAME_W, PR_CLIENT_SUBMIT_TIME, PR_MESSAGE_DELIVERY_TIME, PR_LAST_MODIFICATION_TIME,
-          PR_IMPORTANCE,  PR_SENSITIVITY,   PR_DISPLAY_TO_W,       PR_DISPLAY_NAME_W,        PR_NORMALIZED_SUBJECT_W,
-          PR_OBJECT_TYPE, PR_RECORD_KEY,    PR_INSTANCE_KEY,       PR_DISPLAY_CC_W,          PR_MSG_STATUS,
-          PR_PARENT_ENTRYID, PR_STORE_ENTRYID, PR_STORE_RECORD_KEY, PR_MAPPING_SIGNATURE};
+  return {
+      PR_ENTRYID,        PR_SUBJECT_W,     PR_MESSAGE_CLASS_W,    PR_MESSAGE_FLAGS,         PR_MESSAGE_SIZE,
+      PR_HASATTACH,      PR_SENDER_NAME_W, PR_CLIENT_SUBMIT_TIME, PR_MESSAGE_DELIVERY_TIME, PR_LAST_MODIFICATION_TIME,
+      PR_IMPORTANCE,     PR_SENSITIVITY,   PR_DISPLAY_TO_W,       PR_DISPLAY_NAME_W,        PR_NORMALIZED_SUBJECT_W,
+      PR_OBJECT_TYPE,    PR_RECORD_KEY,    PR_INSTANCE_KEY,       PR_DISPLAY_CC_W,          PR_MSG_STATUS,
+      PR_PARENT_ENTRYID, PR_STORE_ENTRYID, PR_STORE_RECORD_KEY,   PR_MAPPING_SIGNATURE};
 }
 
 std::vector<PropertyTag> MessageRows::allColumns() const {
@@ -63,10 +64,14 @@ std::vector<PropertyTag> MessageRows::allColumns() const {
     }
   };
   add(computedMessageTags());
-  constexpr PropertyTag usual[] = {PR_CONVERSATION_TOPIC_W,       PR_SENDER_ENTRYID,
-                                   PR_SENDER_SEARCH_KEY,          PR_SENT_REPRESENTING_NAME_W,
-                                   PR_SENT_REPRESENTING_ENTRYID,  PR_SENT_REPRESENTING_SEARCH_KEY,
-                                   PR_COMMENT_W,                  PR_PRIORITY};
+  constexpr PropertyTag usual[] = {PR_CONVERSATION_TOPIC_W,
+                                   PR_SENDER_ENTRYID,
+                                   PR_SENDER_SEARCH_KEY,
+                                   PR_SENT_REPRESENTING_NAME_W,
+                                   PR_SENT_REPRESENTING_ENTRYID,
+                                   PR_SENT_REPRESENTING_SEARCH_KEY,
+                                   PR_COMMENT_W,
+                                   PR_PRIORITY};
   add(usual);
   return columns;
 }
@@ -74,11 +79,10 @@ std::vector<PropertyTag> MessageRows::allColumns() const {
 HRESULT MessageRows::scan(std::span<const PropertyTag> columns, const RowSink& sink) {
   if (columns.empty()) return scanKeys(sink);
   const Plan plan(*scope_, columns);
-  return toResult(
-      scope_->engine().readMessageRows(folder_, kind_, plan.stored(), [&](store::MessageRow&& row) {
-        auto values = plan.rowOf(row);
-        return sink(row.message.id, values);
-      }));
+  return toResult(scope_->engine().readMessageRows(folder_, kind_, plan.stored(), [&](store::MessageRow&& row) {
+    auto values = plan.rowOf(row);
+    return sink(row.message.id, values);
+  }));
 }
 
 HRESULT MessageRows::scanKeys(const RowSink& sink) {
@@ -93,11 +97,10 @@ HRESULT MessageRows::scanKeys(const RowSink& sink) {
 
 HRESULT MessageRows::read(std::span<const RowKey> rows, std::span<const PropertyTag> columns, const RowSink& sink) {
   const Plan plan(*scope_, columns);
-  return toResult(
-      scope_->engine().readMessageRowsOf(folder_, rows, plan.stored(), [&](store::MessageRow&& row) {
-        auto values = plan.rowOf(row);
-        return sink(row.message.id, values);
-      }));
+  return toResult(scope_->engine().readMessageRowsOf(folder_, rows, plan.stored(), [&](store::MessageRow&& row) {
+    auto values = plan.rowOf(row);
+    return sink(row.message.id, values);
+  }));
 }
 
 }  // namespace fendrel::provider

@@ -7,7 +7,7 @@
 namespace fendrel::provider {
 
 class MessageRows final : public RowSource {
-public:
+ public:
   MessageRows(ScopePointer scope, const store::Id& folder, store::MessageKind kind)
       : scope_(std::move(scope)), folder_(folder), kind_(kind) {}
 
@@ -16,7 +16,7 @@ public:
   HRESULT scan(std::span<const PropertyTag> columns, const RowSink& sink) override;
   HRESULT read(std::span<const RowKey> rows, std::span<const PropertyTag> columns, const RowSink& sink) override;
 
-private:
+ private:
   HRESULT scanKeys(const RowSink& sink);
 
   ScopePointer scope_;

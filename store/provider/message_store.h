@@ -7,7 +7,7 @@
 namespace fendrel::provider {
 
 class MessageStore final : public MapiObject<IMsgStore> {
-public:
+ public:
   explicit MessageStore(ScopePointer scope) : MapiObject(homeOf(scope->session)), scope_(std::move(scope)) {}
 
   STDMETHODIMP Advise(ULONG size, LPENTRYID entryId, ULONG events, LPMAPIADVISESINK sink,
@@ -28,7 +28,7 @@ public:
   STDMETHODIMP FinishedMsg(ULONG flags, ULONG size, LPENTRYID entryId) override;
   STDMETHODIMP NotifyNewMail(LPNOTIFICATION notification) override;
 
-private:
+ private:
   HRESULT readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) override;
   HRESULT readAllProperties(std::vector<Property>& found) override;
   HRESULT checkWritable() const override { return scope_->writable ? S_OK : MAPI_E_NO_ACCESS; }

@@ -104,8 +104,7 @@ HRESULT listAll(store::Origin& origin, const GUID* set, ULONG flags, std::vector
 
 }  // namespace
 
-HRESULT getIdsFromNames(store::Origin& origin, ULONG count, MAPINAMEID** names, ULONG flags,
-                        LPSPropTagArray* tags) {
+HRESULT getIdsFromNames(store::Origin& origin, ULONG count, MAPINAMEID** names, ULONG flags, LPSPropTagArray* tags) {
   if (!tags || (count != 0) != (names != nullptr)) return MAPI_E_INVALID_PARAMETER;
   *tags = nullptr;
   std::vector<ULONG> answer;
@@ -129,8 +128,10 @@ HRESULT getIdsFromNames(store::Origin& origin, ULONG count, MAPINAMEID** names, 
   std::size_t next = 0;
   for (const PropertyName& name : asked) {
     ULONG id = 0;
-    if (name.set != mapiSet()) id = ids[next++];
-    else if (isOwnName(name)) id = static_cast<ULONG>(std::get<std::int32_t>(name.name));
+    if (name.set != mapiSet())
+      id = ids[next++];
+    else if (isOwnName(name))
+      id = static_cast<ULONG>(std::get<std::int32_t>(name.name));
     answer.push_back(id ? PROP_TAG(PT_UNSPECIFIED, id) : noSuchTag);
     complete = complete && id != 0;
   }

@@ -12,10 +12,10 @@ constexpr std::size_t saltSize = 16;
 constexpr std::size_t hashSize = 32;
 
 class HmacSha256 {
-public:
+ public:
   HmacSha256() {
-    if (!BCRYPT_SUCCESS(BCryptOpenAlgorithmProvider(&handle_, BCRYPT_SHA256_ALGORITHM, nullptr,
-                                                    BCRYPT_ALG_HANDLE_HMAC_FLAG))) {
+    if (!BCRYPT_SUCCESS(
+            BCryptOpenAlgorithmProvider(&handle_, BCRYPT_SHA256_ALGORITHM, nullptr, BCRYPT_ALG_HANDLE_HMAC_FLAG))) {
       handle_ = nullptr;
     }
   }
@@ -26,7 +26,7 @@ public:
   HmacSha256& operator=(const HmacSha256&) = delete;
   BCRYPT_ALG_HANDLE get() const noexcept { return handle_; }
 
-private:
+ private:
   BCRYPT_ALG_HANDLE handle_ = nullptr;
 };
 

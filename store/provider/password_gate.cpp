@@ -16,7 +16,7 @@ constexpr DWORD firstDelay = 1'000, longestDelay = 2'000;  // milliseconds
 
 // One for each profile, the same in every process; without it (another user's, no memory) a try waits for nobody.
 class Gate {
-public:
+ public:
   explicit Gate(const store::Profile& profile) : handle_(CreateMutexW(nullptr, FALSE, nameOf(profile).c_str())) {
     if (!handle_) return;
     const DWORD waited = WaitForSingleObject(handle_, longestGateWait);
@@ -29,7 +29,7 @@ public:
   Gate(const Gate&) = delete;
   Gate& operator=(const Gate&) = delete;
 
-private:
+ private:
   static std::wstring nameOf(const store::Profile& profile) {
     std::wstring name = L"Global\\Fendrel-password-";
     for (const std::byte byte : profile.id.bytes) {

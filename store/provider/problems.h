@@ -9,7 +9,7 @@
 namespace fendrel::provider {
 
 class Problems {
-public:
+ public:
   void add(ULONG index, ULONG tag, HRESULT problem) { problems_.push_back({index, tag, problem}); }
   bool empty() const noexcept { return problems_.empty(); }
 
@@ -23,7 +23,7 @@ public:
     *out = array.release();
   }
 
-private:
+ private:
   std::vector<SPropProblem> problems_;
 };
 

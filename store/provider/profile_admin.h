@@ -12,7 +12,7 @@
 namespace fendrel::provider {
 
 class ProfileAdmin final : public ComObject<IProfAdmin> {
-public:
+ public:
   explicit ProfileAdmin(std::shared_ptr<store::ProfileBook> profiles) : profiles_(std::move(profiles)) {}
 
   STDMETHODIMP GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) override;
@@ -27,7 +27,7 @@ public:
   STDMETHODIMP AdminServices(LPTSTR name, LPTSTR password, ULONG_PTR window, ULONG flags,
                              LPSERVICEADMIN* admin) override;
 
-private:
+ private:
   void noteMade(const std::u16string& name);
   bool hasMade(const std::u16string& name);
 

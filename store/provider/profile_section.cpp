@@ -8,17 +8,17 @@
 namespace fendrel::provider {
 
 ProfileSection::ProfileSection(std::shared_ptr<store::ProfileBook> profiles, std::u16string profile, bool writable)
-    : MapiObject({std::make_shared<std::recursive_mutex>(), profiles}), profiles_(std::move(profiles)),
-      profile_(std::move(profile)), writable_(writable) {}
+    : MapiObject({std::make_shared<std::recursive_mutex>(), profiles}),
+      profiles_(std::move(profiles)),
+      profile_(std::move(profile)),
+      writable_(writable) {}
 
 HRESULT ProfileSection::readAllProperties(std::vector<Property>& found) {
   store::Profile profile;
   const auto status = profiles_->find(profile_, profile);
   if (status != store::Status::Ok) return toResult(status);
-  found = {longProperty(PR_OBJECT_TYPE, MAPI_PROFSECT),
-           makeProperty(PR_PROFILE_NAME_W, profile.name),
-           makeProperty(PR_DISPLAY_NAME_W, profile.name),
-           makeProperty(PR_DEFAULT_PROFILE, profile.isDefault),
+  found = {longProperty(PR_OBJECT_TYPE, MAPI_PROFSECT), makeProperty(PR_PROFILE_NAME_W, profile.name),
+           makeProperty(PR_DISPLAY_NAME_W, profile.name), makeProperty(PR_DEFAULT_PROFILE, profile.isDefault),
            makeProperty(PR_MAILBOX_OWNER_NAME_W, profile.userName)};
   if (const auto& server = profile.server) {
     found.push_back(makeProperty(serverUrlTag, server->url));

@@ -9,10 +9,10 @@ namespace fendrel::provider {
 // PR_PROFILE_NAME, PR_DISPLAY_NAME, the server's properties (server_profile.h; all to read) and PR_MAILBOX_OWNER_NAME_W, the user's name, which also names the
 // mailbox. A profile that has gone since is MAPI_E_NOT_FOUND.
 class ProfileSection final : public MapiObject<IProfSect> {
-public:
+ public:
   ProfileSection(std::shared_ptr<store::ProfileBook> profiles, std::u16string profile, bool writable);
 
-private:
+ private:
   HRESULT readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) override;
   HRESULT readAllProperties(std::vector<Property>& found) override;
   HRESULT checkWritable() const override { return writable_ ? S_OK : MAPI_E_NO_ACCESS; }

@@ -17,18 +17,37 @@ constexpr ULONG firstNamed = 0x8000;
 constexpr std::size_t pieceSize = 64 * 1024;
 
 // What a provider computes of its own objects: a copy has its own.
-constexpr ULONG ownOfEachObject[] = {
-    PROP_ID(PR_OBJECT_TYPE),        PROP_ID(PR_ENTRYID),         PROP_ID(PR_RECORD_KEY),
-    PROP_ID(PR_SEARCH_KEY),         PROP_ID(PR_INSTANCE_KEY),    PROP_ID(PR_PARENT_ENTRYID),
-    PROP_ID(PR_STORE_ENTRYID),      PROP_ID(PR_STORE_RECORD_KEY), PROP_ID(PR_MAPPING_SIGNATURE),
-    PROP_ID(PR_MDB_PROVIDER),       PROP_ID(PR_ACCESS),          PROP_ID(PR_ACCESS_LEVEL),
-    PROP_ID(PR_STORE_SUPPORT_MASK), PROP_ID(PR_CREATION_TIME),   PROP_ID(PR_LAST_MODIFICATION_TIME),
-    PROP_ID(PR_MESSAGE_SIZE),       PROP_ID(PR_HASATTACH),       PROP_ID(PR_NORMALIZED_SUBJECT_W),
-    PROP_ID(PR_DISPLAY_TO_W),       PROP_ID(PR_DISPLAY_CC_W),    PROP_ID(PR_DISPLAY_BCC_W),
-    PROP_ID(PR_MSG_STATUS),         PROP_ID(PR_ATTACH_NUM),      PROP_ID(PR_ATTACH_SIZE),
-    PROP_ID(PR_FOLDER_TYPE),        PROP_ID(PR_SUBFOLDERS),      PROP_ID(PR_CONTENT_COUNT),
-    PROP_ID(PR_CONTENT_UNREAD),     PROP_ID(PR_ASSOC_CONTENT_COUNT), PROP_ID(PR_STATUS),
-    PROP_ID(PR_DISPLAY_TYPE)};
+constexpr ULONG ownOfEachObject[] = {PROP_ID(PR_OBJECT_TYPE),
+                                     PROP_ID(PR_ENTRYID),
+                                     PROP_ID(PR_RECORD_KEY),
+                                     PROP_ID(PR_SEARCH_KEY),
+                                     PROP_ID(PR_INSTANCE_KEY),
+                                     PROP_ID(PR_PARENT_ENTRYID),
+                                     PROP_ID(PR_STORE_ENTRYID),
+                                     PROP_ID(PR_STORE_RECORD_KEY),
+                                     PROP_ID(PR_MAPPING_SIGNATURE),
+                                     PROP_ID(PR_MDB_PROVIDER),
+                                     PROP_ID(PR_ACCESS),
+                                     PROP_ID(PR_ACCESS_LEVEL),
+                                     PROP_ID(PR_STORE_SUPPORT_MASK),
+                                     PROP_ID(PR_CREATION_TIME),
+                                     PROP_ID(PR_LAST_MODIFICATION_TIME),
+                                     PROP_ID(PR_MESSAGE_SIZE),
+                                     PROP_ID(PR_HASATTACH),
+                                     PROP_ID(PR_NORMALIZED_SUBJECT_W),
+                                     PROP_ID(PR_DISPLAY_TO_W),
+                                     PROP_ID(PR_DISPLAY_CC_W),
+                                     PROP_ID(PR_DISPLAY_BCC_W),
+                                     PROP_ID(PR_MSG_STATUS),
+                                     PROP_ID(PR_ATTACH_NUM),
+                                     PROP_ID(PR_ATTACH_SIZE),
+                                     PROP_ID(PR_FOLDER_TYPE),
+                                     PROP_ID(PR_SUBFOLDERS),
+                                     PROP_ID(PR_CONTENT_COUNT),
+                                     PROP_ID(PR_CONTENT_UNREAD),
+                                     PROP_ID(PR_ASSOC_CONTENT_COUNT),
+                                     PROP_ID(PR_STATUS),
+                                     PROP_ID(PR_DISPLAY_TYPE)};
 
 bool isOwn(ULONG tag) { return std::ranges::find(ownOfEachObject, PROP_ID(tag)) != std::end(ownOfEachObject); }
 
@@ -58,7 +77,7 @@ struct Item {
 };
 
 class Copy {
-public:
+ public:
   Copy(IMAPIProp& source, IMAPIProp& target, ULONG flags) : source_(source), target_(target), flags_(flags) {}
 
   // All values that are not long, with the tags of the long ones.
@@ -101,7 +120,7 @@ public:
 
   const Problems& problems() const { return problems_; }
 
-private:
+ private:
   const SPropValue* valueOf(ULONG tag) const {
     for (ULONG i = 0; i < valueCount_; ++i) {
       const SPropValue& value = values_.get()[i];
@@ -111,8 +130,10 @@ private:
   }
 
   void note(const Item& item, HRESULT result) {
-    if (FAILED(result)) problems_.add(item.index, item.from, result);
-    else copied_.push_back(item.from);
+    if (FAILED(result))
+      problems_.add(item.index, item.from, result);
+    else
+      copied_.push_back(item.from);
   }
 
   // Each store numbers names by itself, unless both say that they share the numbers.
@@ -192,8 +213,8 @@ private:
 
   HRESULT stream(const Item& item) {
     ComPtr<IStream> from, to;
-    HRESULT result = source_.OpenProperty(item.from, &IID_IStream, STGM_READ, 0,
-                                          reinterpret_cast<LPUNKNOWN*>(from.GetAddressOf()));
+    HRESULT result =
+        source_.OpenProperty(item.from, &IID_IStream, STGM_READ, 0, reinterpret_cast<LPUNKNOWN*>(from.GetAddressOf()));
     if (FAILED(result)) return result;
     const ULONG tag = PROP_TAG(PROP_TYPE(item.from), PROP_ID(item.to));
     result = target_.OpenProperty(tag, &IID_IStream, STGM_READWRITE | STGM_CREATE, MAPI_CREATE | MAPI_MODIFY,
@@ -403,13 +424,20 @@ HRESULT copyProps(IMAPIProp& source, const SPropTagArray* included, LPCIID iid, 
     const ULONG asked = included->aulPropTag[index], tag = copy.find(asked);
     const bool isOfMessages = bothAre(IID_IMessage), isOfFolders = bothAre(IID_IMAPIFolder);
     if (asked == PR_NULL) continue;
-    if (tag == 0) copy.addProblem(index, asked, MAPI_E_NOT_FOUND);
-    else if (PROP_TYPE(tag) != PT_OBJECT) copy.add(index, tag);
-    else if (tag == PR_MESSAGE_ATTACHMENTS && isOfMessages) company.attachments = true;
-    else if (tag == PR_CONTAINER_CONTENTS && isOfFolders) company.contents = true;
-    else if (tag == PR_FOLDER_ASSOCIATED_CONTENTS && isOfFolders) company.associated = true;
-    else if (tag == PR_CONTAINER_HIERARCHY && isOfFolders) company.folders = true;
-    else if (tag != PR_MESSAGE_RECIPIENTS) copy.addProblem(index, asked, MAPI_E_NO_SUPPORT);
+    if (tag == 0)
+      copy.addProblem(index, asked, MAPI_E_NOT_FOUND);
+    else if (PROP_TYPE(tag) != PT_OBJECT)
+      copy.add(index, tag);
+    else if (tag == PR_MESSAGE_ATTACHMENTS && isOfMessages)
+      company.attachments = true;
+    else if (tag == PR_CONTAINER_CONTENTS && isOfFolders)
+      company.contents = true;
+    else if (tag == PR_FOLDER_ASSOCIATED_CONTENTS && isOfFolders)
+      company.associated = true;
+    else if (tag == PR_CONTAINER_HIERARCHY && isOfFolders)
+      company.folders = true;
+    else if (tag != PR_MESSAGE_RECIPIENTS)
+      copy.addProblem(index, asked, MAPI_E_NO_SUPPORT);
   }
   if (const HRESULT result = copy.run(); FAILED(result)) return result;
   const HRESULT result = copyCompany(source, *to.Get(), company, flags);

@@ -51,9 +51,7 @@ struct KeyWriter {
       key += static_cast<char>(unit & 0xFF);
     }
   }
-  void operator()(const Bytes& bytes) const {
-    key.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-  }
+  void operator()(const Bytes& bytes) const { key.append(reinterpret_cast<const char*>(bytes.data()), bytes.size()); }
   template <class Value>
   void operator()(const std::vector<Value>& values) const {
     for (const Value& value : values) (*this)(value);

@@ -11,7 +11,7 @@ namespace fendrel::provider {
 
 // In direct mode: what is written is in the content at once. Clones share the content, not the position.
 class PropertyStream final : public ComObject<IStream> {
-public:
+ public:
   PropertyStream(std::shared_ptr<std::recursive_mutex> mutex, std::shared_ptr<StreamContent> content, bool writable,
                  std::uint64_t position = 0)
       : mutex_(std::move(mutex)), content_(std::move(content)), writable_(writable), position_(position) {}
@@ -28,7 +28,7 @@ public:
   STDMETHODIMP Stat(STATSTG* statistics, DWORD flag) override;
   STDMETHODIMP Clone(IStream** clone) override;
 
-private:
+ private:
   std::shared_ptr<std::recursive_mutex> mutex_;
   std::shared_ptr<StreamContent> content_;
   bool writable_;

@@ -71,7 +71,7 @@ constexpr std::size_t aligned(std::size_t size) { return (size + 7) & ~std::size
 
 // Gives out one block's bytes from front to back.
 class Arena {
-public:
+ public:
   explicit Arena(void* begin) : next_(static_cast<std::byte*>(begin)) {}
 
   template <class T>
@@ -99,7 +99,7 @@ public:
     return place;
   }
 
-private:
+ private:
   std::byte* next_;
 };
 
@@ -145,8 +145,10 @@ struct ValueWriter {
     out.lpguid = reinterpret_cast<LPGUID>(arena.copy(value.bytes, sizeof value.bytes));
   }
   void operator()(const std::u16string& value) const {
-    if (type == PT_UNICODE) out.lpszW = arena.wide(value);
-    else out.lpszA = arena.ansi(value);
+    if (type == PT_UNICODE)
+      out.lpszW = arena.wide(value);
+    else
+      out.lpszA = arena.ansi(value);
   }
   void operator()(const Bytes& value) const {
     out.bin.cb = static_cast<ULONG>(value.size());
@@ -162,8 +164,10 @@ struct ValueWriter {
     out.MVszW.cValues = static_cast<ULONG>(values.size());
     out.MVszW.lppszW = arena.take<LPWSTR>(values.size() * sizeof(LPWSTR));
     for (std::size_t i = 0; i < values.size(); ++i) {
-      if (type == PT_MV_UNICODE) out.MVszW.lppszW[i] = arena.wide(values[i]);
-      else out.MVszA.lppszA[i] = arena.ansi(values[i]);
+      if (type == PT_MV_UNICODE)
+        out.MVszW.lppszW[i] = arena.wide(values[i]);
+      else
+        out.MVszA.lppszA[i] = arena.ansi(values[i]);
     }
   }
   void operator()(const std::vector<Bytes>& values) const {
@@ -263,8 +267,10 @@ MapiBuffer<SPropValue> makeValues(std::span<const Answer> answers) {
   for (std::size_t i = 0; i < answers.size(); ++i) {
     SPropValue& value = values.get()[i];
     value.ulPropTag = answers[i].tag;
-    if (answers[i].value) std::visit(ValueWriter{value.Value, PROP_TYPE(answers[i].tag), arena}, *answers[i].value);
-    else value.Value.err = answers[i].error;
+    if (answers[i].value)
+      std::visit(ValueWriter{value.Value, PROP_TYPE(answers[i].tag), arena}, *answers[i].value);
+    else
+      value.Value.err = answers[i].error;
   }
   return values;
 }

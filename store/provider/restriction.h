@@ -10,7 +10,7 @@
 namespace fendrel::provider {
 
 class Restriction {
-public:
+ public:
   // MAPI_E_INVALID_PARAMETER (null where there must be something, an unknown kind or operator), MAPI_E_TOO_COMPLEX
   // (nested deeper than 64, patterns, sub-objects).
   static HRESULT copy(const SRestriction& source, std::unique_ptr<Restriction>& copied);
@@ -23,7 +23,7 @@ public:
   // `values` stand in the order of columns(). A comparison with an absent property is false.
   bool matches(std::span<const Property> values) const;
 
-private:
+ private:
   struct Node;
   Restriction();
   HRESULT copyNode(const SRestriction& source, Node& node, int depth);

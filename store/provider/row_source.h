@@ -19,7 +19,7 @@ using RowSink = std::function<bool(const RowKey&, std::vector<Property>&)>;
 
 // Columns are asked for by identifier, of any type.
 class RowSource {
-public:
+ public:
   virtual ~RowSource() = default;
 
   // What a table shows when nobody chose its columns, and all that it can show.

@@ -12,7 +12,7 @@ namespace {
 
 // What the system made, which is wiped.
 class SystemBlob {
-public:
+ public:
   SystemBlob() = default;
   ~SystemBlob() {
     if (!blob.pbData) return;

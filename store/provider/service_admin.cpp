@@ -128,16 +128,15 @@ STDMETHODIMP ServiceAdmin::GetProviderTable(ULONG flags, LPMAPITABLE* table) {
     *table = nullptr;
     store::Bytes uid;
     if (const HRESULT result = serviceUid(uid); FAILED(result)) return result;
-    return openTable(
-        {makeProperty(PR_PROVIDER_UID, providerUid()), makeProperty(PR_SERVICE_UID, uid),
-         makeProperty(PR_SERVICE_NAME_W, std::u16string(serviceName)),
-         makeProperty(PR_DISPLAY_NAME_W, std::u16string(serviceTitle)),
-         makeProperty(PR_PROVIDER_DISPLAY_W, std::u16string(serviceTitle)),
-         makeProperty(PR_PROVIDER_DLL_NAME_W, std::u16string(library)), longProperty(PR_PROVIDER_ORDINAL, 0),
-         longProperty(PR_RESOURCE_TYPE, MAPI_STORE_PROVIDER),
-         longProperty(PR_RESOURCE_FLAGS, STATUS_DEFAULT_STORE | STATUS_PRIMARY_STORE),
-         makeProperty(PR_INSTANCE_KEY, providerUid()), longProperty(PR_ROWID, 1)},
-        flags, table);
+    return openTable({makeProperty(PR_PROVIDER_UID, providerUid()), makeProperty(PR_SERVICE_UID, uid),
+                      makeProperty(PR_SERVICE_NAME_W, std::u16string(serviceName)),
+                      makeProperty(PR_DISPLAY_NAME_W, std::u16string(serviceTitle)),
+                      makeProperty(PR_PROVIDER_DISPLAY_W, std::u16string(serviceTitle)),
+                      makeProperty(PR_PROVIDER_DLL_NAME_W, std::u16string(library)),
+                      longProperty(PR_PROVIDER_ORDINAL, 0), longProperty(PR_RESOURCE_TYPE, MAPI_STORE_PROVIDER),
+                      longProperty(PR_RESOURCE_FLAGS, STATUS_DEFAULT_STORE | STATUS_PRIMARY_STORE),
+                      makeProperty(PR_INSTANCE_KEY, providerUid()), longProperty(PR_ROWID, 1)},
+                     flags, table);
   });
 }
 

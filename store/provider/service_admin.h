@@ -12,7 +12,7 @@
 namespace fendrel::provider {
 
 class ServiceAdmin final : public ComObject<IMsgServiceAdmin> {
-public:
+ public:
   // `profileIsNew`: whoever opens it has just made the profile.
   ServiceAdmin(std::shared_ptr<store::ProfileBook> profiles, std::u16string profile, bool profileIsNew)
       : profiles_(std::move(profiles)), profile_(std::move(profile)), profileIsNew_(profileIsNew) {}
@@ -32,7 +32,7 @@ public:
   STDMETHODIMP SetPrimaryIdentity(LPMAPIUID uid, ULONG flags) override;
   STDMETHODIMP GetProviderTable(ULONG flags, LPMAPITABLE* table) override;
 
-private:
+ private:
   HRESULT serviceUid(store::Bytes& uid) const;
   HRESULT changeServer(std::span<const SPropValue> values);
   HRESULT openTable(MemoryRows::Row row, ULONG flags, LPMAPITABLE* table) const;

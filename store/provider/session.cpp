@@ -14,8 +14,9 @@ namespace {
 
 // The stores table is about getting at stores, not about what is in them.
 std::vector<PropertyTag> storeColumns() {
-  return {PR_ENTRYID,    PR_DISPLAY_NAME_W, PR_DEFAULT_STORE, PR_RECORD_KEY,  PR_RESOURCE_TYPE, PR_RESOURCE_FLAGS,
-          PR_MDB_PROVIDER, PR_OBJECT_TYPE,  PR_INSTANCE_KEY,  PR_PROVIDER_DISPLAY_W, PR_STORE_SUPPORT_MASK};
+  return {PR_ENTRYID,       PR_DISPLAY_NAME_W,     PR_DEFAULT_STORE,     PR_RECORD_KEY,
+          PR_RESOURCE_TYPE, PR_RESOURCE_FLAGS,     PR_MDB_PROVIDER,      PR_OBJECT_TYPE,
+          PR_INSTANCE_KEY,  PR_PROVIDER_DISPLAY_W, PR_STORE_SUPPORT_MASK};
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ struct SharedLogon {
 
 // After Logoff the session answers MAPI_E_END_OF_SESSION; objects that it opened live on until they are released.
 class Session final : public ComObject<IMAPISession> {
-public:
+ public:
   // With `shared` it is one of those that have the shared session.
   explicit Session(SessionPointer context, std::shared_ptr<SharedLogon> shared = {})
       : context_(std::move(context)), shared_(std::move(shared)) {}
@@ -43,7 +43,7 @@ public:
                         ULONG flags, ULONG status, ULONG messageFlags, ULONG access, LPSTR messageClass) override;
   STDMETHODIMP PrepareForm(LPCIID iid, LPMESSAGE message, UlongPtr* token) override;
 
-private:
+ private:
   // Runs a call while the session is logged on.
   template <class Call>
   HRESULT loggedOn(Call&& call) noexcept {

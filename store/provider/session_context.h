@@ -47,8 +47,8 @@ inline store::Bytes userEntryId(const store::Profile& profile) {
 // PR_STORE_SUPPORT_MASK. STORE_UNICODE_OK is not in every copy of the headers.
 constexpr ULONG storeUnicodeOk = 0x00040000;
 constexpr ULONG storeSupportMask(bool writable) {
-  const ULONG always = STORE_ENTRYID_UNIQUE | STORE_ATTACH_OK | STORE_MV_PROPS_OK |
-                       STORE_RESTRICTION_OK | STORE_SORT_OK | storeUnicodeOk;
+  const ULONG always = STORE_ENTRYID_UNIQUE | STORE_ATTACH_OK | STORE_MV_PROPS_OK | STORE_RESTRICTION_OK |
+                       STORE_SORT_OK | storeUnicodeOk;
   return writable ? always | STORE_MODIFY_OK | STORE_CREATE_OK : always | STORE_READONLY;
 }
 

@@ -14,7 +14,7 @@
 namespace fendrel::provider {
 
 class StreamContent {
-public:
+ public:
   virtual ~StreamContent() = default;
   virtual std::uint64_t size() const = 0;
   // `count` < into.size() only at the end.
@@ -26,20 +26,20 @@ public:
 
 // A saved value, for reading alone.
 class SavedContent final : public StreamContent {
-public:
+ public:
   explicit SavedContent(std::shared_ptr<store::ContentReader> reader) : reader_(std::move(reader)) {}
   std::uint64_t size() const override { return reader_->size(); }
   HRESULT read(std::uint64_t position, std::span<std::byte> into, std::size_t& count) override;
   HRESULT write(std::uint64_t, std::span<const std::byte>) override { return STG_E_ACCESSDENIED; }
   HRESULT resize(std::uint64_t) override { return STG_E_ACCESSDENIED; }
 
-private:
+ private:
   std::shared_ptr<store::ContentReader> reader_;
 };
 
 // A value that the next save of its message takes over, whatever has been written until then.
 class DraftContent : public StreamContent {
-public:
+ public:
   // The content in the store's form.
   virtual HRESULT writer(std::shared_ptr<store::ContentWriter>& writer) = 0;
   virtual HRESULT value(PropertyTag tag, PropertyValue& value) = 0;
@@ -50,7 +50,7 @@ public:
 
 // Binary, or text in its wide form: bytes go as they come.
 class WideContent final : public DraftContent {
-public:
+ public:
   explicit WideContent(std::shared_ptr<store::Engine> engine);
   WideContent(std::shared_ptr<store::Engine> engine, std::shared_ptr<store::ContentWriter> writer);
   std::uint64_t size() const override { return writer_->size(); }
@@ -62,16 +62,16 @@ public:
   std::shared_ptr<DraftContent> shared() const override { return std::make_shared<WideContent>(engine_, writer_); }
   HRESULT copyFrom(store::ContentReader& reader);
 
-private:
+ private:
   HRESULT makeOwn();
 
-  std::shared_ptr<store::Engine> engine_;     // outlives the writer
+  std::shared_ptr<store::Engine> engine_;         // outlives the writer
   std::shared_ptr<store::ContentWriter> writer_;  // copied before it changes where others have it too
 };
 
 // Bytes in memory. What becomes of them at Commit or the end is the owner's business.
 class MemoryContent final : public StreamContent {
-public:
+ public:
   using Commit = std::function<HRESULT(std::span<const std::byte>)>;
   MemoryContent(store::Bytes bytes, Commit commit) : bytes_(std::move(bytes)), commit_(std::move(commit)) {}
   ~MemoryContent() override;
@@ -82,7 +82,7 @@ public:
   HRESULT commit() override;
   const store::Bytes& bytes() const noexcept { return bytes_; }
 
-private:
+ private:
   store::Bytes bytes_;
   Commit commit_;  // empty: for reading alone, or committed by a save
   bool changed_ = false;
@@ -90,7 +90,7 @@ private:
 
 // Text in the client's 8-bit form, kept in memory.
 class AnsiContent final : public DraftContent {
-public:
+ public:
   AnsiContent(std::shared_ptr<store::Engine> engine, std::u16string_view text);
   std::uint64_t size() const override { return content_.size(); }
   HRESULT read(std::uint64_t position, std::span<std::byte> into, std::size_t& count) override {
@@ -104,7 +104,7 @@ public:
   HRESULT value(PropertyTag tag, PropertyValue& value) override;
   std::shared_ptr<DraftContent> shared() const override { return std::make_shared<AnsiContent>(*this); }
 
-private:
+ private:
   std::shared_ptr<store::Engine> engine_;
   MemoryContent content_;
 };

@@ -13,9 +13,7 @@ struct MailId {
   std::string account, object;
 };
 
-inline Id idOf(const std::string& account, std::string_view object) {
-  return Id(account + "/" + std::string(object));
-}
+inline Id idOf(const std::string& account, std::string_view object) { return Id(account + "/" + std::string(object)); }
 
 // Both empty for what is none.
 inline MailId mailId(const Id& id) {

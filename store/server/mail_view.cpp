@@ -76,8 +76,10 @@ void sortById(std::vector<Property>& properties) {
 // What rows show of our own messages and the header of mail has no place for, and of others' what makes them no drafts.
 void addFlags(const Json& email, bool isOurs, std::vector<Property>& properties) {
   const std::string flags = headerIn(email, ownHeaders::flags), prefix = headerIn(email, ownHeaders::subjectPrefix);
-  if (!flags.empty()) putInto(properties, {tags::messageFlags, static_cast<std::int32_t>(numberOf(flags))});
-  else if (!isOurs) putInto(properties, {tags::messageFlags, std::int32_t{0}});
+  if (!flags.empty())
+    putInto(properties, {tags::messageFlags, static_cast<std::int32_t>(numberOf(flags))});
+  else if (!isOurs)
+    putInto(properties, {tags::messageFlags, std::int32_t{0}});
   if (!prefix.empty()) putInto(properties, {tags::subjectPrefix, wide(prefix)});
 }
 
@@ -111,8 +113,8 @@ std::vector<std::string> viewProperties(bool isWhole) {
 }
 
 bool isRowProperty(PropertyTag tag) {
-  constexpr PropertyTag shown[] = {tags::messageClass, tags::subject,     tags::senderName,   tags::submitTime,
-                                   tags::deliveryTime, tags::importance,  tags::sensitivity,  tags::displayName,
+  constexpr PropertyTag shown[] = {tags::messageClass, tags::subject,      tags::senderName,   tags::submitTime,
+                                   tags::deliveryTime, tags::importance,   tags::sensitivity,  tags::displayName,
                                    tags::comment,      tags::messageFlags, tags::subjectPrefix};
   return std::ranges::any_of(shown, [&](PropertyTag one) { return propertyId(one) == propertyId(tag); });
 }
@@ -140,8 +142,10 @@ MailView viewOf(const Json& email, bool isWhole, const std::string& account, con
   info.searchKey = key ? *key : keyFrom(mail.messageId.empty() ? mail.id : mail.messageId);
   info.revision = 1;
 
-  if (isWhole) addWhole(mail, identifierOf, view);
-  else view.properties = mime::headerProperties(mail);
+  if (isWhole)
+    addWhole(mail, identifierOf, view);
+  else
+    view.properties = mime::headerProperties(mail);
   addFlags(email, view.isOurs, view.properties);
   sortById(view.properties);
   return view;
@@ -151,9 +155,8 @@ std::vector<Property> chosenProperties(const std::vector<Property>& all, std::sp
                                        std::uint64_t valueLimit) {
   std::vector<Property> chosen;
   for (const Property& property : all) {
-    const bool isAsked = tags.empty() || std::ranges::any_of(tags, [&](PropertyTag asked) {
-      return answersTo(property.tag, asked);
-    });
+    const bool isAsked =
+        tags.empty() || std::ranges::any_of(tags, [&](PropertyTag asked) { return answersTo(property.tag, asked); });
     if (isAsked) chosen.push_back(limited(property, valueLimit));
   }
   return chosen;

@@ -104,8 +104,10 @@ void applyDraft(const MessageDraft& draft, OutgoingMail& mail) {
     if (change.action != AttachmentAction::Add && !isThere) {
       fail(Status::NotFound, "The message has no attachment number " + std::to_string(change.number) + ".");
     }
-    if (change.action == AttachmentAction::Remove) mail.attachments.erase(known);
-    else applyAttachment(change, mail.attachments[change.number]);
+    if (change.action == AttachmentAction::Remove)
+      mail.attachments.erase(known);
+    else
+      applyAttachment(change, mail.attachments[change.number]);
   }
 }
 

@@ -5,8 +5,8 @@
 #include <map>
 #include <vector>
 
-#include "message_info.h"
 #include "mail_properties.h"
+#include "message_info.h"
 #include "property_name.h"
 
 namespace fendrel::store {

@@ -16,7 +16,7 @@ namespace fendrel::store {
 // Rows are shown for half a minute after they were read; a change through the same engine drops them, and so does listing
 // the folder anew. One folder at a time, and no more rows than memory has room for. Threads: any number at once.
 class RowWindow {
-public:
+ public:
   // The order in which the folder's messages were listed.
   void begin(const Id& folder, std::vector<std::string> order);
 
@@ -29,7 +29,7 @@ public:
   void put(const Id& folder, std::map<std::string, MailView> rows);
   void clear();
 
-private:
+ private:
   void use(const Id& folder);
 
   std::mutex mutex_;

@@ -57,8 +57,11 @@ Status ServerEngine::open(const std::shared_ptr<Database>& database, const Profi
 }
 
 ServerEngine::ServerEngine(std::shared_ptr<Database> database, const Profile& profile, jmap::Settings settings)
-    : OnDatabase(database), userName_(profile.userName), publicAccount_(toUtf8(profile.server->publicAccount)),
-      server_(std::move(settings)), spools_(database->path(), windowsDisk()) {}
+    : OnDatabase(database),
+      userName_(profile.userName),
+      publicAccount_(toUtf8(profile.server->publicAccount)),
+      server_(std::move(settings)),
+      spools_(database->path(), windowsDisk()) {}
 
 void ServerEngine::note(EngineError failure) {
   const std::lock_guard lock(mutex_);
@@ -120,9 +123,8 @@ Status ServerEngine::listStores(std::vector<StoreInfo>& stores) {
     for (const auto& account : server_.session().accounts) all.push_back(storeOf(account));
     const Id own = storeIdOf(server_.session().primaryAccount, server_.name());
     std::ranges::stable_partition(all, [&](const StoreInfo& store) { return store.id == own; });
-    if (!publicAccount_.empty() && std::ranges::none_of(all, [](const StoreInfo& store) {
-          return store.kind == StoreKind::Public;
-        })) {
+    if (!publicAccount_.empty() &&
+        std::ranges::none_of(all, [](const StoreInfo& store) { return store.kind == StoreKind::Public; })) {
       fail(Status::NotFound, server_.name() + " has no account '" + publicAccount_ +
                                  "' for this user, which the profile names as public.");
     }

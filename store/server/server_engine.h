@@ -20,7 +20,7 @@ namespace fendrel::store {
 // new one in place of the old, with another identifier; programs' own bits (setStatus), and properties of folders and
 // stores, are NotSupported, and folders have no times.
 class ServerEngine final : public OnDatabase<Engine> {
-public:
+ public:
   // LogonFailed where the server refuses name or secret. A server that cannot be asked is no failure here: what asks it
   // next tells why. Invalid (no such address).
   static Status open(const std::shared_ptr<Database>& database, const Profile& profile, const std::u16string& secret,
@@ -77,7 +77,7 @@ public:
   Status readAttachmentRows(const Id& message, std::span<const PropertyTag> columns,
                             std::vector<AttachmentRow>& rows) override;
 
-private:
+ private:
   // The mailboxes of an account at one moment.
   struct Mailboxes {
     std::vector<jmap::Mailbox> all;

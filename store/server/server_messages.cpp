@@ -111,8 +111,8 @@ MailView ServerEngine::currentView(const Id& message) {
   accountOf(id.account);
   std::vector<MailView> found = views(id.account, {id.object}, true, {});
   if (found.empty()) failNoMessage();
-  if (const auto known = knownMailboxes(id.account); !found.front().mailboxes.empty() &&
-                                                     !known->find(found.front().mailboxes.front())) {
+  if (const auto known = knownMailboxes(id.account);
+      !found.front().mailboxes.empty() && !known->find(found.front().mailboxes.front())) {
     readMailboxes(id.account);  // it lies in a folder that was made since: which one says what kind of message it is
     found = views(id.account, {id.object}, true, {});
     if (found.empty()) failNoMessage();

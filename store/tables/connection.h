@@ -19,7 +19,7 @@
 namespace fendrel::store {
 
 class Connection {
-public:
+ public:
   // Opens the file, which exists, and sets everything that a connection needs. Throws EngineError.
   Connection(std::wstring path, Disk& disk);
   Connection(const Connection&) = delete;
@@ -51,7 +51,7 @@ public:
   // The lock of the whole connection.
   std::recursive_mutex& mutex() noexcept { return mutex_; }
 
-private:
+ private:
   friend class Transaction;
 
   void setUp();
@@ -71,7 +71,7 @@ private:
 
 // Rolls back unless committed. Nested use is a mistake of the engine.
 class Transaction {
-public:
+ public:
   enum Kind { Read, Write };
   Transaction(Connection& connection, Kind kind);
   ~Transaction();
@@ -81,7 +81,7 @@ public:
   // On disk when it returns.
   void commit();
 
-private:
+ private:
   Connection& connection_;
   Kind kind_;
   bool open_ = true;

@@ -3,8 +3,8 @@
 
 #include <memory>
 
-#include "content_folder.h"
 #include "content_blocks.h"
+#include "content_folder.h"
 #include "sqlite_statement.h"
 
 namespace fendrel::store {

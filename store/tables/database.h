@@ -19,7 +19,7 @@ class Disk;
 // Every call that changes something is one transaction: durable when it returns Ok, without effect otherwise.
 // Lifetime: ContentWriters must not outlive their Database, ContentReaders may.
 class Database {
-public:
+ public:
   // Opens the file, creating it (readable by its owner only) and its folders when missing, and brings an older
   // file to the present version. `path` is a full path of any length (UTF-16; "\\?\" is added where needed).
   // On failure `opened` is empty and `error` says what happened in one English sentence (UTF-8).
@@ -47,7 +47,7 @@ public:
   // For the engine's own files.
   Connection& connection() noexcept { return *connection_; }
 
-private:
+ private:
   friend Status openOnDisk(const std::wstring&, Disk&, bool, std::unique_ptr<Database>&, std::string&);
   explicit Database(std::unique_ptr<Connection> connection);
   std::unique_ptr<Connection> connection_;

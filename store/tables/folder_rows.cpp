@@ -7,7 +7,7 @@ namespace {
 
 // Breadth first would mix the levels: the children of each folder are read when its turn comes.
 class FolderReading {
-public:
+ public:
   FolderReading(Connection& connection, Depth depth, std::span<const PropertyTag> columns, const FolderRowSink& sink)
       : connection_(connection), depth_(depth), columns_(columns), sink_(sink) {}
 
@@ -26,7 +26,7 @@ public:
     }
   }
 
-private:
+ private:
   struct Pending {
     std::int64_t id;
     FolderRow row;

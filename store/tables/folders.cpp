@@ -57,8 +57,8 @@ bool isBelowOrSame(Connection& connection, std::int64_t folder, std::int64_t abo
 }
 
 // The folder and all below it, for use in "id IN (...)".
-#define FENDREL_TREE_OF_1                                  \
-  "(WITH RECURSIVE tree (id) AS (SELECT ?1 UNION "         \
+#define FENDREL_TREE_OF_1                          \
+  "(WITH RECURSIVE tree (id) AS (SELECT ?1 UNION " \
   "SELECT f.id FROM folder f JOIN tree ON f.parent = tree.id) SELECT id FROM tree)"
 
 }  // namespace

@@ -19,7 +19,7 @@ namespace fendrel::store {
 constexpr int versionWithChecksums = 3;
 
 class MessageChecksum {
-public:
+ public:
   // Prepares its statements. The tables are those of version 3; temporary tables of their names stand for them.
   explicit MessageChecksum(sqlite3* database);
 
@@ -29,7 +29,7 @@ public:
   // True if it is the one that the message's row carries, or if that row carries none. Throws as above.
   bool matches(std::int64_t message);
 
-private:
+ private:
   void takeRow(std::int64_t message);
   std::uint64_t sumOfAllRows(std::int64_t message);
 

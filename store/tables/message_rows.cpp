@@ -8,7 +8,8 @@ namespace {
 
 // One row a property asked for, and at least one a message; the properties of a message follow one another.
 constexpr const char* rowsWithProperties =
-    "SELECT " FENDREL_MESSAGE_COLUMNS ", p.id, p.type, p.size, p.value, p.content "
+    "SELECT " FENDREL_MESSAGE_COLUMNS
+    ", p.id, p.type, p.size, p.value, p.content "
     "FROM message m JOIN folder f ON f.id = m.folder "
     "LEFT JOIN message_property p ON p.message = m.id AND p.part = 0 AND p.id IN (SELECT value FROM json_each(?3)) "
     "WHERE m.folder = ?1 AND m.associated = ?2 ORDER BY m.id";
@@ -19,7 +20,8 @@ constexpr const char* rowsAlone = "SELECT " FENDREL_MESSAGE_COLUMNS
 // The same for chosen messages: ?2 is "[\"0123...\",...]", their identifiers in hexadecimal. CROSS JOIN keeps the list
 // outside, so that rows come in its order.
 constexpr const char* chosenRowsWithProperties =
-    "SELECT " FENDREL_MESSAGE_COLUMNS ", p.id, p.type, p.size, p.value, p.content "
+    "SELECT " FENDREL_MESSAGE_COLUMNS
+    ", p.id, p.type, p.size, p.value, p.content "
     "FROM json_each(?2) k CROSS JOIN message m ON m.guid = unhex(k.value) JOIN folder f ON f.id = m.folder "
     "LEFT JOIN message_property p ON p.message = m.id AND p.part = 0 AND p.id IN (SELECT value FROM json_each(?3)) "
     "WHERE m.folder = ?1";

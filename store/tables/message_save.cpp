@@ -19,7 +19,7 @@ ContentSpool& spoolOf(ContentWriter& content) {
 
 // The contents of one save. Whatever happens before the commit, their writers keep them.
 class Contents {
-public:
+ public:
   explicit Contents(Connection& connection) : connection_(connection) {}
 
   void add(const ContentChange& change) {
@@ -63,7 +63,7 @@ public:
     for (ContentSpool* spool : spools_) spool->finish();
   }
 
-private:
+ private:
   Connection& connection_;
   std::vector<std::unique_ptr<ContentSpool>> owned_;
   std::vector<ContentSpool*> spools_;
@@ -114,9 +114,8 @@ std::int64_t insertMessage(Connection& connection, const MessageDraft& draft) {
   const FileTime time = now();
   Query(connection.statement("INSERT INTO message (guid, folder, associated, is_read, size, attachment_count, created, "
                              "modified, search_key, revision) VALUES (?, ?, ?, ?, 0, 0, ?, ?, ?, 1)"),
-        newGuid(), folderRow(connection, draft.folder), static_cast<int>(draft.kind),
-        int{draft.isRead.value_or(false)}, draft.created.value_or(time).ticks, time.ticks,
-        draft.searchKey ? *draft.searchKey : newGuid())
+        newGuid(), folderRow(connection, draft.folder), static_cast<int>(draft.kind), int{draft.isRead.value_or(false)},
+        draft.created.value_or(time).ticks, time.ticks, draft.searchKey ? *draft.searchKey : newGuid())
       .run();
   return sqlite3_last_insert_rowid(connection.handle());
 }

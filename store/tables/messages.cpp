@@ -151,8 +151,8 @@ Status setRead(Database& database, const Id& message, bool isRead, const Id& in)
   });
 }
 
-Status setStatus(Database& database, const Id& message, std::uint32_t status, std::uint32_t mask,
-                 std::uint32_t& before, const Id& in) {
+Status setStatus(Database& database, const Id& message, std::uint32_t status, std::uint32_t mask, std::uint32_t& before,
+                 const Id& in) {
   return guarded(database, [&](Connection& connection) {
     Transaction transaction(connection, Transaction::Write);
     const std::int64_t row = messageRowIn(connection, message, in);
@@ -171,8 +171,7 @@ Status deleteMessage(Database& database, const Id& message) {
   });
 }
 
-Status deleteMessages(Database& database, std::span<const Id> messages, const Id& in,
-                      std::size_t* deleted) {
+Status deleteMessages(Database& database, std::span<const Id> messages, const Id& in, std::size_t* deleted) {
   return guarded(database, [&](Connection& connection) {
     std::size_t count = 0;
     Transaction transaction(connection, Transaction::Write);
@@ -197,8 +196,7 @@ Status moveMessage(Database& database, const Id& message, const Id& newFolder, c
   });
 }
 
-Status copyMessage(Database& database, const Id& message, const Id& newFolder, MessageInfo& copy,
-                   const Id& in) {
+Status copyMessage(Database& database, const Id& message, const Id& newFolder, MessageInfo& copy, const Id& in) {
   // The contents are streamed into writers outside of any transaction, then saved as a new message.
   MessageInfo original;
   Status status = findMessage(database, message, original);

@@ -23,12 +23,12 @@ Status readMessageProperties(Database& database, const Id& message, std::span<co
 Status readAttachmentProperties(Database& database, const Id& message, std::uint32_t number,
                                 std::span<const PropertyTag> tags, std::vector<Property>& properties,
                                 std::uint64_t valueLimit = defaultValueLimit);
-Status openContent(Database& database, const Id& message, std::optional<std::uint32_t> attachment,
-                   PropertyTag tag, std::shared_ptr<ContentReader>& reader);
+Status openContent(Database& database, const Id& message, std::optional<std::uint32_t> attachment, PropertyTag tag,
+                   std::shared_ptr<ContentReader>& reader);
 
 Status setRead(Database& database, const Id& message, bool isRead, const Id& in = {});
-Status setStatus(Database& database, const Id& message, std::uint32_t status, std::uint32_t mask,
-                 std::uint32_t& before, const Id& in = {});
+Status setStatus(Database& database, const Id& message, std::uint32_t status, std::uint32_t mask, std::uint32_t& before,
+                 const Id& in = {});
 
 // NotFound.
 Status deleteMessage(Database& database, const Id& message);
@@ -38,8 +38,8 @@ Status deleteMessages(Database& database, std::span<const Id> messages, const Id
 Status moveMessage(Database& database, const Id& message, const Id& newFolder, const Id& in = {});
 Status copyMessage(Database& database, const Id& message, const Id& newFolder, MessageInfo& copy, const Id& in = {});
 
-Status readMessageRows(Database& database, const Id& folder, MessageKind kind,
-                       std::span<const PropertyTag> columns, const MessageRowSink& sink);
+Status readMessageRows(Database& database, const Id& folder, MessageKind kind, std::span<const PropertyTag> columns,
+                       const MessageRowSink& sink);
 Status readMessageRowsOf(Database& database, const Id& folder, std::span<const Id> messages,
                          std::span<const PropertyTag> columns, const MessageRowSink& sink);
 Status readAttachmentRows(Database& database, const Id& message, std::span<const PropertyTag> columns,

@@ -16,8 +16,8 @@ std::int64_t pragma(Connection& connection, const char* sql) {
 std::int64_t ownVersion(Connection& connection) {
   const auto version = pragma(connection, "PRAGMA user_version");
   const auto application = pragma(connection, "PRAGMA application_id");
-  const bool isEmpty = version == 0 && application == 0 &&
-                       pragma(connection, "SELECT count(*) FROM sqlite_schema") == 0;
+  const bool isEmpty =
+      version == 0 && application == 0 && pragma(connection, "SELECT count(*) FROM sqlite_schema") == 0;
   if (!isEmpty && application != applicationId) {
     fail(Status::Corrupt, "The file is a database of another program, not a message store.");
   }

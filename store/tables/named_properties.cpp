@@ -12,8 +12,10 @@ constexpr int numberKind = 0, textKind = 1;
 PropertyName nameAt(const Statement& row, int column) {
   PropertyName name;
   name.set = row.guid(column);
-  if (row.integer(column + 1) == numberKind) name.name = static_cast<std::int32_t>(row.integer(column + 2));
-  else name.name = row.wideText(column + 2);
+  if (row.integer(column + 1) == numberKind)
+    name.name = static_cast<std::int32_t>(row.integer(column + 2));
+  else
+    name.name = row.wideText(column + 2);
   return name;
 }
 
@@ -22,8 +24,10 @@ void bindName(Statement& statement, int parameter, const PropertyName& name) {
   statement.bind(parameter, name.set);
   const auto* number = std::get_if<std::int32_t>(&name.name);
   statement.bind(parameter + 1, number ? numberKind : textKind);
-  if (number) statement.bind(parameter + 2, *number);
-  else statement.bindOwned(parameter + 2, toUtf8(std::get<std::u16string>(name.name)));
+  if (number)
+    statement.bind(parameter + 2, *number);
+  else
+    statement.bindOwned(parameter + 2, toUtf8(std::get<std::u16string>(name.name)));
 }
 
 // 0 if there is none.

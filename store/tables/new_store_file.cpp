@@ -36,9 +36,8 @@ bool isUnfinished(std::wstring_view file, std::wstring_view store) {
   }
   if (file.size() != store.size() + 1 + idLength + unfinishedEnding.size()) return false;
   if (!file.starts_with(store) || file[store.size()] != L'-' || !file.ends_with(unfinishedEnding)) return false;
-  return std::ranges::all_of(file.substr(store.size() + 1, idLength), [](wchar_t c) {
-    return (c >= L'0' && c <= L'9') || (c >= L'a' && c <= L'f');
-  });
+  return std::ranges::all_of(file.substr(store.size() + 1, idLength),
+                             [](wchar_t c) { return (c >= L'0' && c <= L'9') || (c >= L'a' && c <= L'f'); });
 }
 
 // Those of programs that died.

@@ -9,7 +9,7 @@ namespace fendrel::store {
 
 namespace {
 
-#define FENDREL_SELECT_PROFILES                                                                                  \
+#define FENDREL_SELECT_PROFILES                                                                                 \
   "SELECT p.guid, p.name, p.user_name, p.password_salt, p.password_iterations, p.password_hash, p.is_default, " \
   "p.created, s.guid, p.server_url, p.server_user, p.server_secret, p.server_public_account, "                  \
   "p.server_tls_ca_file FROM profile p JOIN store s ON s.id = p.mailbox "
@@ -31,8 +31,8 @@ Profile profileAt(const Statement& row) {
   profile.created = {static_cast<std::uint64_t>(row.integer(7))};
   profile.mailbox = row.guid(8);
   if (!row.isNull(9)) {
-    profile.server = ServerAccess{row.wideText(9), row.wideText(10), copyOf(row.bytes(11)), row.wideText(12),
-                                  row.wideText(13)};
+    profile.server =
+        ServerAccess{row.wideText(9), row.wideText(10), copyOf(row.bytes(11)), row.wideText(12), row.wideText(13)};
   }
   return profile;
 }
@@ -46,8 +46,9 @@ void bindPassword(Statement& statement, int first, const PasswordRecord& passwor
 
 void writeServer(Connection& connection, std::int64_t row, const ServerAccess& server) {
   if (server.url.empty()) fail(Status::Invalid, "A mail server needs an address, like https://mail.example.");
-  Query query(connection.statement("UPDATE profile SET server_url = ?, server_user = ?, server_secret = ?, "
-                                   "server_public_account = ?, server_tls_ca_file = ? WHERE id = ?"));
+  Query query(
+      connection.statement("UPDATE profile SET server_url = ?, server_user = ?, server_secret = ?, "
+                           "server_public_account = ?, server_tls_ca_file = ? WHERE id = ?"));
   query->bindOwned(1, toUtf8(server.url));
   query->bindOwned(2, toUtf8(server.user));
   query->bind(3, std::span<const std::byte>(server.sealedSecret));
@@ -134,14 +135,13 @@ Status createProfile(Database& database, Profile& profile) {
     }
     const std::u16string displayName = mailboxName(made.userName);
     const auto left = mailboxLeftBehind(connection, toUtf8(displayName));
-    const std::int64_t mailbox =
-        left ? *left : insertStore(connection, StoreKind::Mailbox, displayName, made.mailbox);
+    const std::int64_t mailbox = left ? *left : insertStore(connection, StoreKind::Mailbox, displayName, made.mailbox);
     if (left) made.mailbox = storeGuid(connection, mailbox);
     {
-      Query query(connection.statement(
-                      "INSERT INTO profile (guid, name, user_name, is_default, created, mailbox, "
-                      "password_salt, password_iterations, password_hash) VALUES (?, ?, ?, 0, ?, ?, ?, ?, ?)"),
-                  made.id, std::string_view(name), std::string_view(userName), made.created.ticks, mailbox);
+      Query query(
+          connection.statement("INSERT INTO profile (guid, name, user_name, is_default, created, mailbox, "
+                               "password_salt, password_iterations, password_hash) VALUES (?, ?, ?, 0, ?, ?, ?, ?, ?)"),
+          made.id, std::string_view(name), std::string_view(userName), made.created.ticks, mailbox);
       bindPassword(*query, 6, made.password);
       query.run();
     }
@@ -184,15 +184,15 @@ Status listProfiles(Database& database, std::vector<Profile>& profiles) {
 }
 
 Status setDefaultProfile(Database& database, const std::u16string& name) {
-  return changeProfile(database, name, [](Connection& connection, std::int64_t row, std::int64_t) {
-    makeDefault(connection, row);
-  });
+  return changeProfile(database, name,
+                       [](Connection& connection, std::int64_t row, std::int64_t) { makeDefault(connection, row); });
 }
 
 Status setPassword(Database& database, const std::u16string& name, const PasswordRecord& password) {
   return changeProfile(database, name, [&](Connection& connection, std::int64_t row, std::int64_t) {
-    Query query(connection.statement("UPDATE profile SET password_salt = ?1, password_iterations = ?2, "
-                                     "password_hash = ?3 WHERE id = ?4"));
+    Query query(
+        connection.statement("UPDATE profile SET password_salt = ?1, password_iterations = ?2, "
+                             "password_hash = ?3 WHERE id = ?4"));
     bindPassword(*query, 1, password);
     query->bind(4, row);
     query.run();

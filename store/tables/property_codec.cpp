@@ -117,8 +117,8 @@ std::int64_t integerIn(const Statement& statement, int column, std::int64_t leas
 
 template <class Integer>
 Integer integerAs(const Statement& statement, int column) {
-  return static_cast<Integer>(integerIn(statement, column, std::numeric_limits<Integer>::min(),
-                                        std::numeric_limits<Integer>::max()));
+  return static_cast<Integer>(
+      integerIn(statement, column, std::numeric_limits<Integer>::min(), std::numeric_limits<Integer>::max()));
 }
 
 double realAt(const Statement& statement, int column) {
@@ -176,8 +176,7 @@ PropertyValue readValue(const Statement& statement, int column, std::uint16_t ty
     case PropertyType::currency:
     case PropertyType::int64: return integerAs<std::int64_t>(statement, column);
     case PropertyType::boolean: return integerIn(statement, column, 0, 1) != 0;
-    case PropertyType::time:
-      return FileTime{static_cast<std::uint64_t>(integerAs<std::int64_t>(statement, column))};
+    case PropertyType::time: return FileTime{static_cast<std::uint64_t>(integerAs<std::int64_t>(statement, column))};
     case PropertyType::float32: return static_cast<float>(realAt(statement, column));
     case PropertyType::float64:
     case PropertyType::appTime: return realAt(statement, column);

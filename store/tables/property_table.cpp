@@ -12,14 +12,12 @@ struct OwnerSql {
   const char* remove;
 };
 
-constexpr OwnerSql folderSql = {
-    "SELECT id, type, value FROM folder_property WHERE owner = ? ORDER BY id",
-    "INSERT OR REPLACE INTO folder_property (owner, id, type, value) VALUES (?, ?, ?, ?)",
-    "DELETE FROM folder_property WHERE owner = ? AND id = ?"};
-constexpr OwnerSql storeSql = {
-    "SELECT id, type, value FROM store_property WHERE owner = ? ORDER BY id",
-    "INSERT OR REPLACE INTO store_property (owner, id, type, value) VALUES (?, ?, ?, ?)",
-    "DELETE FROM store_property WHERE owner = ? AND id = ?"};
+constexpr OwnerSql folderSql = {"SELECT id, type, value FROM folder_property WHERE owner = ? ORDER BY id",
+                                "INSERT OR REPLACE INTO folder_property (owner, id, type, value) VALUES (?, ?, ?, ?)",
+                                "DELETE FROM folder_property WHERE owner = ? AND id = ?"};
+constexpr OwnerSql storeSql = {"SELECT id, type, value FROM store_property WHERE owner = ? ORDER BY id",
+                               "INSERT OR REPLACE INTO store_property (owner, id, type, value) VALUES (?, ?, ?, ?)",
+                               "DELETE FROM store_property WHERE owner = ? AND id = ?"};
 
 const OwnerSql& sqlOf(OwnerTable table) { return table == OwnerTable::Folder ? folderSql : storeSql; }
 

@@ -81,7 +81,7 @@ Reclaimed removeUnnamedFiles(Connection& connection) {
 
 // Opening a store waits for nobody because of files that are left over.
 class NoWaiting {
-public:
+ public:
   explicit NoWaiting(Connection& connection) : connection_(connection) {
     sqlite3_busy_handler(connection.handle(), nullptr, nullptr);
   }
@@ -89,7 +89,7 @@ public:
   NoWaiting(const NoWaiting&) = delete;
   NoWaiting& operator=(const NoWaiting&) = delete;
 
-private:
+ private:
   Connection& connection_;
 };
 

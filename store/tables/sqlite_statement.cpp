@@ -85,9 +85,9 @@ void Statement::bindOwned(int parameter, std::string_view utf8) {
 }
 
 void Statement::bind(int parameter, std::span<const std::byte> bytes) {
-  const int code = bytes.empty() ? sqlite3_bind_zeroblob(statement_.get(), parameter, 0)
-                                 : sqlite3_bind_blob64(statement_.get(), parameter, bytes.data(), bytes.size(),
-                                                       SQLITE_STATIC);
+  const int code = bytes.empty()
+                       ? sqlite3_bind_zeroblob(statement_.get(), parameter, 0)
+                       : sqlite3_bind_blob64(statement_.get(), parameter, bytes.data(), bytes.size(), SQLITE_STATIC);
   checkSqlite(code, database_, "Binding bytes");
 }
 

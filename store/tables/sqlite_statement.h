@@ -23,7 +23,7 @@ Status statusOfSqlite(int code);
 void checkSqlite(int code, sqlite3* database, const char* doing);
 
 class Statement {
-public:
+ public:
   Statement(sqlite3* database, std::string_view sql, bool keptLong);
 
   // Parameters are numbered from 1. Text and bytes are borrowed until the statement is reset.
@@ -51,10 +51,10 @@ public:
   std::string_view text(int column) const;
   std::span<const std::byte> bytes(int column) const;
   int type(int column) const;
-  Guid guid(int column) const;             // Corrupt if it is not 16 bytes
+  Guid guid(int column) const;                // Corrupt if it is not 16 bytes
   std::u16string wideText(int column) const;  // Corrupt if it is not valid text
 
-private:
+ private:
   struct Finalize {
     void operator()(sqlite3_stmt* statement) const noexcept { sqlite3_finalize(statement); }
   };
@@ -64,7 +64,7 @@ private:
 
 // One use of a cached statement: binds the arguments in order; it is reset on every way out.
 class Query {
-public:
+ public:
   template <class... Arguments>
   explicit Query(Statement& statement, const Arguments&... arguments) : statement_(statement) {
     statement_.reset();
@@ -78,9 +78,12 @@ public:
   Statement* operator->() noexcept { return &statement_; }
   Statement& operator*() noexcept { return statement_; }
   bool step() { return statement_.step(); }
-  void run() { while (statement_.step()) {} }
+  void run() {
+    while (statement_.step()) {
+    }
+  }
 
-private:
+ private:
   Statement& statement_;
 };
 

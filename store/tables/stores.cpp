@@ -11,7 +11,7 @@ namespace {
 // Each standard folder: its role in the table, where its identifier goes, its name, its parent's role.
 struct StandardFolder {
   const char* role;
-  Id StoreInfo::* id;
+  Id StoreInfo::*id;
   const char* name;
   const char* parent;
   bool mailboxOnly;
@@ -29,9 +29,9 @@ constexpr StandardFolder standardFolders[] = {
 };
 
 void insertStandardFolder(Connection& connection, std::int64_t store, const StandardFolder& folder, FileTime time) {
-  Query query(connection.statement(
-      "INSERT INTO folder (guid, store, parent, name, role, created, modified) "
-      "VALUES (?1, ?2, (SELECT id FROM folder WHERE store = ?2 AND role = ?3), ?4, ?5, ?6, ?6)"));
+  Query query(
+      connection.statement("INSERT INTO folder (guid, store, parent, name, role, created, modified) "
+                           "VALUES (?1, ?2, (SELECT id FROM folder WHERE store = ?2 AND role = ?3), ?4, ?5, ?6, ?6)"));
   const Guid id = newGuid();
   query->bind(1, id);
   query->bind(2, store);

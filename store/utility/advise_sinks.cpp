@@ -7,14 +7,14 @@ namespace {
 using namespace fendrel::utility;
 
 class CallbackSink final : public ComObject<IMAPIAdviseSink> {
-public:
+ public:
   CallbackSink(LPNOTIFCALLBACK callback, void* context) : callback_(callback), context_(context) {}
 
   STDMETHODIMP_(ULONG) OnNotify(ULONG count, LPNOTIFICATION notifications) override {
     return static_cast<ULONG>(callback_(context_, count, notifications));
   }
 
-private:
+ private:
   LPNOTIFCALLBACK callback_;
   void* context_;
 };
@@ -36,7 +36,7 @@ LRESULT CALLBACK sinkWindow(HWND window, UINT message, WPARAM wParam, LPARAM lPa
 // Calls another sink on the thread that made this one: on others' the notice is sent to a window of that thread, which
 // takes it when it looks for messages or calls HrDispatchNotifications; until then the caller waits.
 class ThreadSink final : public ComObject<IMAPIAdviseSink> {
-public:
+ public:
   explicit ThreadSink(IMAPIAdviseSink* sink) : sink_(sink) {}
 
   HRESULT createWindow() {
@@ -51,7 +51,7 @@ public:
     return static_cast<ULONG>(SendMessageW(window_, noticeMessage, 0, reinterpret_cast<LPARAM>(&notice)));
   }
 
-private:
+ private:
   // A window can be destroyed by its own thread alone.
   ~ThreadSink() override {
     if (window_) PostMessageW(window_, WM_CLOSE, 0, 0);

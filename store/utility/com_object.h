@@ -39,9 +39,13 @@ HRESULT guarded(std::recursive_mutex& mutex, Call&& call) noexcept {
 template <class Interface>
 inline bool answersTo(REFIID iid);
 template <>
-inline bool answersTo<IUnknown>(REFIID iid) { return iid == IID_IUnknown; }
+inline bool answersTo<IUnknown>(REFIID iid) {
+  return iid == IID_IUnknown;
+}
 template <>
-inline bool answersTo<IMAPIAdviseSink>(REFIID iid) { return iid == IID_IMAPIAdviseSink || answersTo<IUnknown>(iid); }
+inline bool answersTo<IMAPIAdviseSink>(REFIID iid) {
+  return iid == IID_IMAPIAdviseSink || answersTo<IUnknown>(iid);
+}
 template <>
 inline bool answersTo<IStream>(REFIID iid) {
   return iid == IID_IStream || iid == IID_ISequentialStream || answersTo<IUnknown>(iid);
@@ -49,11 +53,13 @@ inline bool answersTo<IStream>(REFIID iid) {
 
 // Whether a client that asks for `iid` (null: the standard interface) can be given an Interface.
 template <class Interface>
-bool accepts(LPCIID iid) { return !iid || answersTo<Interface>(*iid); }
+bool accepts(LPCIID iid) {
+  return !iid || answersTo<Interface>(*iid);
+}
 
 template <class Interface>
 class ComObject : public Interface {
-public:
+ public:
   ComObject() = default;
   ComObject(const ComObject&) = delete;
   ComObject& operator=(const ComObject&) = delete;
@@ -73,10 +79,10 @@ public:
     return left;
   }
 
-protected:
+ protected:
   virtual ~ComObject() = default;
 
-private:
+ private:
   std::atomic<ULONG> references_{1};
 };
 

@@ -43,8 +43,10 @@ std::uint32_t checksum(std::span<const std::byte> bytes) {
 }
 
 class Ring {
-public:
-  Ring() { std::ranges::transform(usualWords, bytes_.begin(), [](char c) { return static_cast<std::byte>(c); }); }
+ public:
+  Ring() {
+    std::ranges::transform(usualWords, bytes_.begin(), [](char c) { return static_cast<std::byte>(c); });
+  }
 
   std::size_t next() const noexcept { return next_; }
   // How many of its bytes have been written.
@@ -56,7 +58,7 @@ public:
     filled_ = std::max(filled_, next_ == 0 ? ringSize : next_);
   }
 
-private:
+ private:
   std::array<std::byte, ringSize> bytes_{};
   std::size_t next_ = usualWords.size(), filled_ = usualWords.size();
 };
@@ -104,7 +106,7 @@ struct Match {
 
 // The longest run in the ring that the text goes on with. A match may reach into the bytes that it writes itself.
 class Matcher {
-public:
+ public:
   explicit Matcher(const Ring& ring) : ring_(ring) {
     heads_.fill(nowhere);
     before_.fill(nowhere);
@@ -131,7 +133,7 @@ public:
     return best;
   }
 
-private:
+ private:
   static constexpr std::uint16_t nowhere = 0xFFFF;
   static constexpr std::size_t mostTries = 256;
 

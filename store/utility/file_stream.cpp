@@ -25,7 +25,7 @@ HRESULT lastResult() {
 }
 
 class FileStream final : public ComObject<IStream> {
-public:
+ public:
   FileStream(HANDLE file, DWORD mode) : file_(file), mode_(mode) {}
 
   STDMETHODIMP Read(void* buffer, ULONG size, ULONG* read) override {
@@ -102,7 +102,7 @@ public:
     return S_OK;
   }
 
-private:
+ private:
   ~FileStream() override { CloseHandle(file_); }
 
   HANDLE file_;
@@ -112,8 +112,10 @@ private:
 // A file of its own in the folder that `place` names, or in the one for such files.
 HRESULT uniqueFile(const wchar_t* place, const wchar_t* prefix, std::wstring& path) {
   wchar_t folder[MAX_PATH + 1] = {}, made[MAX_PATH + 1] = {};
-  if (place && *place) path = place;
-  else if (GetTempPathW(MAX_PATH, folder)) path = folder;
+  if (place && *place)
+    path = place;
+  else if (GetTempPathW(MAX_PATH, folder))
+    path = folder;
   if (!GetTempFileNameW(path.c_str(), prefix && *prefix ? prefix : L"MAP", 0, made)) return lastResult();
   path = made;
   return S_OK;

@@ -115,10 +115,10 @@ HRESULT WINAPI HrValidateIPMSubtree(LPMDB store, ULONG, ULONG* count, LPSPropVal
   if (!store || !count || !values) return MAPI_E_INVALID_PARAMETER;
   *count = 0;
   *values = nullptr;
-  SizedSPropTagArray(8, tags) = {8,
-                                 {PR_VALID_FOLDER_MASK, PR_IPM_SUBTREE_ENTRYID, PR_IPM_OUTBOX_ENTRYID,
-                                  PR_IPM_WASTEBASKET_ENTRYID, PR_IPM_SENTMAIL_ENTRYID, PR_VIEWS_ENTRYID,
-                                  PR_COMMON_VIEWS_ENTRYID, PR_FINDER_ENTRYID}};
+  SizedSPropTagArray(8, tags) = {
+      8,
+      {PR_VALID_FOLDER_MASK, PR_IPM_SUBTREE_ENTRYID, PR_IPM_OUTBOX_ENTRYID, PR_IPM_WASTEBASKET_ENTRYID,
+       PR_IPM_SENTMAIL_ENTRYID, PR_VIEWS_ENTRYID, PR_COMMON_VIEWS_ENTRYID, PR_FINDER_ENTRYID}};
   LPSPropValue found = nullptr;
   ULONG foundCount = 0;
   const HRESULT result = store->GetProps(reinterpret_cast<LPSPropTagArray>(&tags), 0, &foundCount, &found);
@@ -156,8 +156,8 @@ SCODE WINAPI ScCreateConversationIndex(ULONG parentSize, LPBYTE parent, ULONG* s
       ULONGLONG since = ticks > begun ? ticks - begun : 0;
       // Up to 1.7 years in steps of 26 ms, longer ones in coarser steps, which the highest bit tells.
       const bool isCoarse = (since >> 49) != 0;
-      const auto steps = static_cast<ULONG>((isCoarse ? since >> 23 : since >> 18) & 0x7FFFFFFF) |
-                         (isCoarse ? 0x80000000u : 0u);
+      const auto steps =
+          static_cast<ULONG>((isCoarse ? since >> 23 : since >> 18) & 0x7FFFFFFF) | (isCoarse ? 0x80000000u : 0u);
       for (int i = 0; i < 4; ++i) to[parentSize + static_cast<ULONG>(i)] = static_cast<BYTE>(steps >> (24 - 8 * i));
       GUID random{};
       CoCreateGuid(&random);

@@ -44,10 +44,14 @@ void visitBelow(SPropValue& value, Visit&& visit) {
   const ULONG type = PROP_TYPE(value.ulPropTag);
   auto& held = value.Value;
   if (!isList(type)) {
-    if (type == PT_STRING8) visit(held.lpszA, textSize(held.lpszA));
-    else if (type == PT_UNICODE) visit(held.lpszW, textSize(held.lpszW));
-    else if (type == PT_BINARY) visit(held.bin.lpb, std::size_t{held.bin.cb});
-    else if (type == PT_CLSID) visit(held.lpguid, sizeof(GUID));
+    if (type == PT_STRING8)
+      visit(held.lpszA, textSize(held.lpszA));
+    else if (type == PT_UNICODE)
+      visit(held.lpszW, textSize(held.lpszW));
+    else if (type == PT_BINARY)
+      visit(held.bin.lpb, std::size_t{held.bin.cb});
+    else if (type == PT_CLSID)
+      visit(held.lpguid, sizeof(GUID));
     return;
   }
   // The arrays of all lists begin with their count.
@@ -151,10 +155,14 @@ SPropValue elementAt(const SPropValue& list, ULONG index) {
   SPropValue value{};
   const ULONG type = elementOf(PROP_TYPE(list.ulPropTag));
   value.ulPropTag = PROP_TAG(type, PROP_ID(list.ulPropTag));
-  if (type == PT_STRING8) value.Value.lpszA = list.Value.MVszA.lppszA[index];
-  else if (type == PT_UNICODE) value.Value.lpszW = list.Value.MVszW.lppszW[index];
-  else if (type == PT_BINARY) value.Value.bin = list.Value.MVbin.lpbin[index];
-  else if (type == PT_CLSID) value.Value.lpguid = list.Value.MVguid.lpguid + index;
+  if (type == PT_STRING8)
+    value.Value.lpszA = list.Value.MVszA.lppszA[index];
+  else if (type == PT_UNICODE)
+    value.Value.lpszW = list.Value.MVszW.lppszW[index];
+  else if (type == PT_BINARY)
+    value.Value.bin = list.Value.MVbin.lpbin[index];
+  else if (type == PT_CLSID)
+    value.Value.lpguid = list.Value.MVguid.lpguid + index;
   else {
     const auto* values = reinterpret_cast<const BYTE*>(list.Value.MVl.lpl);
     std::memcpy(&value.Value, values + index * fixedSize(type), fixedSize(type));
@@ -290,10 +298,14 @@ SCODE WINAPI ScRelocProps(int count, LPSPropValue values, LPVOID oldBase, LPVOID
     };
     const auto text = [](auto* one) { return textSize(one); };
     if (!isList(type)) {
-      if (type == PT_STRING8) relocate(held.lpszA, text);
-      else if (type == PT_UNICODE) relocate(held.lpszW, text);
-      else if (type == PT_BINARY) relocate(held.bin.lpb, [&](auto*) { return std::size_t{held.bin.cb}; });
-      else if (type == PT_CLSID) relocate(held.lpguid, [](auto*) { return sizeof(GUID); });
+      if (type == PT_STRING8)
+        relocate(held.lpszA, text);
+      else if (type == PT_UNICODE)
+        relocate(held.lpszW, text);
+      else if (type == PT_BINARY)
+        relocate(held.bin.lpb, [&](auto*) { return std::size_t{held.bin.cb}; });
+      else if (type == PT_CLSID)
+        relocate(held.lpguid, [](auto*) { return sizeof(GUID); });
       continue;
     }
     const auto relocateAll = [&](auto& array, auto&& each) {
@@ -302,8 +314,10 @@ SCODE WINAPI ScRelocProps(int count, LPSPropValue values, LPVOID oldBase, LPVOID
       for (ULONG k = 0; k < many; ++k) each(array[k]);
       toKeep(array);
     };
-    if (element == PT_STRING8) relocateAll(held.MVszA.lppszA, [&](LPSTR& one) { relocate(one, text); });
-    else if (element == PT_UNICODE) relocateAll(held.MVszW.lppszW, [&](LPWSTR& one) { relocate(one, text); });
+    if (element == PT_STRING8)
+      relocateAll(held.MVszA.lppszA, [&](LPSTR& one) { relocate(one, text); });
+    else if (element == PT_UNICODE)
+      relocateAll(held.MVszW.lppszW, [&](LPWSTR& one) { relocate(one, text); });
     else if (element == PT_BINARY) {
       relocateAll(held.MVbin.lpbin,
                   [&](SBinary& one) { relocate(one.lpb, [&](auto*) { return std::size_t{one.cb}; }); });

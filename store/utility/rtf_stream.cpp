@@ -26,7 +26,7 @@ HRESULT readAll(IStream& stream, RtfBytes& bytes) {
 
 // To read: the text. To write: what is written goes to the stream below at Commit, and at the end at the latest.
 class RtfStream final : public ComObject<IStream> {
-public:
+ public:
   RtfStream(IStream* below, ULONG flags, RtfBytes text)
       : below_(below), flags_(flags), text_(std::move(text)), isChanged_((flags & MAPI_MODIFY) != 0) {}
 
@@ -122,7 +122,7 @@ public:
     return S_OK;
   }
 
-private:
+ private:
   static constexpr LONGLONG longest = 1 << 30;
 
   // Who lets go of it without Commit has still written.

@@ -143,8 +143,7 @@ UINT WINAPI MNLS_GetACP() { return GetACP(); }
 int WINAPI MNLS_CompareStringA(LCID locale, DWORD flags, LPCSTR left, int leftLength, LPCSTR right, int rightLength) {
   return CompareStringA(locale, flags, left, leftLength, right, rightLength);
 }
-int WINAPI MNLS_CompareStringW(LCID locale, DWORD flags, LPCWSTR left, int leftLength, LPCWSTR right,
-                               int rightLength) {
+int WINAPI MNLS_CompareStringW(LCID locale, DWORD flags, LPCWSTR left, int leftLength, LPCWSTR right, int rightLength) {
   return CompareStringW(locale, flags, left, leftLength, right, rightLength);
 }
 int WINAPI MNLS_MultiByteToWideChar(UINT page, DWORD flags, LPCSTR text, int length, LPWSTR target, int room) {

@@ -62,7 +62,8 @@ TEST_P(LongPath, IsEncodedWholeAndComesBackAsFarAsItsSizeCanBeTold) {
   FileList files{L"report.txt"};
   EXPECT_EQ(tryToOpen(asOptions(kept), files), isPackable() ? FENDREL_SUCCESS : FENDREL_INVALID_ARGUMENT);
   DestinationOptionsA* ansi = nullptr;
-  EXPECT_EQ(plugin().optionsW2A(asOptions(kept), &ansi, &size), isPackable() ? FENDREL_SUCCESS : FENDREL_INVALID_ARGUMENT);
+  EXPECT_EQ(plugin().optionsW2A(asOptions(kept), &ansi, &size),
+            isPackable() ? FENDREL_SUCCESS : FENDREL_INVALID_ARGUMENT);
   if (ansi) {
     EXPECT_EQ(reinterpret_cast<const char*>(ansi) + ansi->folderPathOffset, ansiPath_);
     ansi->version = FENDREL_OPTIONS_VERSION;

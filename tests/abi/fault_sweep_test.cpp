@@ -151,12 +151,8 @@ class TwoFileExport : public JobTest {
     const Answer mapped{failure.code, failure.text};
     const bool savesTheMessage = step.name == "IMessage::SaveChanges";
     switch (step.effect) {
-      case Effect::creationFailsWithMinusOne:
-        EXPECT_EQ(outcome.creation, FENDREL_FAILED);
-        break;
-      case Effect::creationFails:
-        EXPECT_EQ(outcome.creation, failure.code);
-        break;
+      case Effect::creationFailsWithMinusOne: EXPECT_EQ(outcome.creation, FENDREL_FAILED); break;
+      case Effect::creationFails: EXPECT_EQ(outcome.creation, failure.code); break;
       case Effect::none:
         EXPECT_EQ(outcome.creation, FENDREL_SUCCESS);
         EXPECT_EQ(outcome.answer, success);

@@ -8,7 +8,7 @@ namespace {
 
 // Arguments and result must be the very same for a pointer to become one without noexcept.
 template <class Pointer, class Declared>
-constexpr bool sameButNoexcept = std::is_convertible_v<Declared, Pointer> && std::is_pointer_v<Pointer>;
+constexpr bool sameButNoexcept = std::is_convertible_v<Declared, Pointer>&& std::is_pointer_v<Pointer>;
 
 static_assert(sameButNoexcept<FendrelInitializeW_t, decltype(&NRVInitializeW)>);
 static_assert(sameButNoexcept<FendrelTerminateW_t, decltype(&NRVTerminateW)>);

@@ -21,7 +21,6 @@ class SloppyAnswers : public JobTest {
   void openPersonalReport() { open(unpackedOptions(L"Default", L"", nullptr, FENDREL_PERSONAL_REPORT)); }
 };
 
-
 TEST_F(SloppyAnswers, RowsWithoutTheirColumnsNameNoProfile) {
   mapi.answer("IMAPITable::QueryRows", 1, RECORDING_ROWS_WITHOUT_COLUMNS);
   EXPECT_EQ(tryToOpen(), FENDREL_FAILED);

@@ -56,11 +56,10 @@ TEST_F(Stop, TheLastOneEndsTheJobsThatAreLeftTheNewestFirst) {
   open(unpackedOptions(L"Ada", L"secret", L"Public Folders"));
   const std::size_t before = mapi.everything().size();
   EXPECT_EQ(plugin().terminate(), FENDREL_SUCCESS);
-  EXPECT_THAT(linesFrom(before),
-              ElementsAre("IMAPISession::Logoff [Ada] window=0x0 flags=0x0 reserved=0x0",
-                          "IMAPISession::Release [Ada] ", "MAPIUninitialize [] ",
-                          "IMAPISession::Logoff [Default] window=0x0 flags=0x0 reserved=0x0",
-                          "IMAPISession::Release [Default] ", "MAPIUninitialize [] "));
+  EXPECT_THAT(linesFrom(before), ElementsAre("IMAPISession::Logoff [Ada] window=0x0 flags=0x0 reserved=0x0",
+                                             "IMAPISession::Release [Ada] ", "MAPIUninitialize [] ",
+                                             "IMAPISession::Logoff [Default] window=0x0 flags=0x0 reserved=0x0",
+                                             "IMAPISession::Release [Default] ", "MAPIUninitialize [] "));
   startAgain();
 }
 

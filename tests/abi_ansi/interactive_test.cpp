@@ -46,9 +46,7 @@ class InteractiveCircle : public AnsiJobTest {
     FendrelJob wideJob = 0;
     FendrelResult* wideResult = nullptr;
     uint32_t code = FENDREL_FAILED;
-    choose([&] {
-      code = plugin().initExportDestination(nullptr, 0, nullptr, files.record(), &wideJob, &wideResult);
-    });
+    choose([&] { code = plugin().initExportDestination(nullptr, 0, nullptr, files.record(), &wideJob, &wideResult); });
     EXPECT_EQ(code, FENDREL_SUCCESS);
     DestinationOptions* block = nullptr;
     uint16_t size = 0;

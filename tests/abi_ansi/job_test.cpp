@@ -195,7 +195,8 @@ TEST_P(UnknownAnsiHandle, IsAnsweredLikeANullOne) {
   EXPECT_THAT(mapi.calls(), testing::IsEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Handles, UnknownAnsiHandle, testing::Values(Unknown{"Null", 0}, Unknown{"NeverGiven", 0x7654321}),
+INSTANTIATE_TEST_SUITE_P(Handles, UnknownAnsiHandle,
+                         testing::Values(Unknown{"Null", 0}, Unknown{"NeverGiven", 0x7654321}),
                          [](const auto& row) { return row.param.name; });
 
 TEST_F(AnsiHandles, ThatEndedAreUnknownAndASecondEndTouchesNothing) {

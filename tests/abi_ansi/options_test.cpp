@@ -18,9 +18,7 @@ class AnsiOptionsTest : public AnsiJobTest {
     EXPECT_EQ(host().decodeOptions(job, &record), FENDREL_SUCCESS);
     return record;
   }
-  static const char* textAt(const void* block, uint64_t offset) {
-    return static_cast<const char*>(block) + offset;
-  }
+  static const char* textAt(const void* block, uint64_t offset) { return static_cast<const char*>(block) + offset; }
   // The bytes as a host keeps them, with its own version in them.
   std::vector<std::byte> kept() {
     const auto* const block = reinterpret_cast<const std::byte*>(encode());
@@ -135,8 +133,7 @@ class AcrossTheSets : public AnsiOptionsTest {
     FileList files{L"report.txt"};
     FendrelJob made = 0;
     FendrelResult* wideResult = nullptr;
-    EXPECT_EQ(plugin().initExportDestination(nullptr, 0, options, files.record(), &made, &wideResult),
-              FENDREL_SUCCESS);
+    EXPECT_EQ(plugin().initExportDestination(nullptr, 0, options, files.record(), &made, &wideResult), FENDREL_SUCCESS);
     return made;
   }
 };

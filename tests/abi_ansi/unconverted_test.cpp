@@ -18,7 +18,9 @@ class Unconverted : public testing::TestWithParam<const char*> {
     DestinationOptions options = unpackedOptions(L"Default", L"", L"Public Folders@Reports");
     AnsiFileList files{L"report.txt"};
     ASSERT_EQ(host->initExportDestination(nullptr, 0, reinterpret_cast<DestinationOptionsA*>(&options), files.get(),
-                                          &job, &result), FENDREL_SUCCESS) << "wide options are taken as they are";
+                                          &job, &result),
+              FENDREL_SUCCESS)
+        << "wide options are taken as they are";
   }
   void TearDown() override {
     host->termExportDestination(job);

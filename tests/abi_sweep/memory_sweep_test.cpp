@@ -36,7 +36,8 @@ TEST_F(InteractiveMemory, IsACodeWhereverItRunsOut) {
   for (; nth < noLimit; ++nth) {
     SCOPED_TRACE(nth);
     uint32_t code = 0;
-    const auto outcome = withFailingAllocation(nth, [&] { code = setUp(); }, host.wide().module());
+    const auto outcome = withFailingAllocation(
+        nth, [&] { code = setUp(); }, host.wide().module());
     ScenarioHost::expectDocumented(code, "NRVInitExportDestinationW");
     EXPECT_EQ(job != 0, code == FENDREL_SUCCESS);
     outOfMemory += code == FENDREL_OUT_OF_MEMORY;

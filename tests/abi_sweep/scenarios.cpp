@@ -106,12 +106,8 @@ void withNames(ScenarioHost& host) {
 }  // namespace
 
 const std::vector<Scenario> scenarios = {
-    {"by path", byPath, 30},
-    {"folder report", asFolderReport, 15},
-    {"personal report", asPersonalReport, 25},
-    {"ANSI set", inAnsiSet, 25},
-    {"interactive", interactively, 3},
-    {"template mode", withNames, 2},
+    {"by path", byPath, 30},     {"folder report", asFolderReport, 15}, {"personal report", asPersonalReport, 25},
+    {"ANSI set", inAnsiSet, 25}, {"interactive", interactively, 3},     {"template mode", withNames, 2},
 };
 
 ScenarioHost::ScenarioHost(RecordingMapi& mapi) : mapi_(mapi) {

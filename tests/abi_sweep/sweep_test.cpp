@@ -11,15 +11,16 @@ namespace {
 
 // One thing that goes wrong: a planned answer, or a failure.
 struct Misbehaviour {
-  uint32_t nth;  // call of the scenario
+  uint32_t nth;            // call of the scenario
   RecordingAnswer answer;  // RECORDING_ANSWERS: `failure` instead
   int column;
   HRESULT failure;
 };
 
 const char* const answerNames[RECORDING_ANSWERS] = {
-    "",            "nothing",     "rows without columns", "error values", "other width",  "other type",   "null values",
-    "bad address", "long bytes",  "count high",           "count zero",   "other object", "with warning", "fewer bytes"};
+    "",           "nothing",      "rows without columns", "error values", "other width",
+    "other type", "null values",  "bad address",          "long bytes",   "count high",
+    "count zero", "other object", "with warning",         "fewer bytes"};
 
 std::string describe(const Misbehaviour& misbehaviour) {
   std::string text = "call " + std::to_string(misbehaviour.nth) + ": ";
@@ -56,7 +57,8 @@ class Sweep : public ::testing::Test {
   ~Sweep() override { RemoveVectoredExceptionHandler(handler_); }
 
   // Runs it, saying in every failure what went wrong; the number of answers that were given.
-  uint32_t run(const Scenario& scenario, const std::vector<Misbehaviour>& misbehaviours, const std::string& round = "") {
+  uint32_t run(const Scenario& scenario, const std::vector<Misbehaviour>& misbehaviours,
+               const std::string& round = "") {
     running = round + scenario.name;
     for (const Misbehaviour& misbehaviour : misbehaviours) running += ", " + describe(misbehaviour);
     running += '\n';
@@ -107,8 +109,13 @@ TEST_F(Sweep, EveryAnswerOfEveryCallAloneIsSurvived) {
 }
 
 TEST_F(Sweep, RandomMixturesAreSurvived) {
-  static constexpr HRESULT failures[] = {MAPI_E_CALL_FAILED, MAPI_E_NOT_ENOUGH_MEMORY, MAPI_E_NOT_FOUND, MAPI_E_BUSY,
-                                         MAPI_E_NO_ACCESS,   MAPI_E_USER_CANCEL,       E_FAIL};
+  static constexpr HRESULT failures[] = {MAPI_E_CALL_FAILED,
+                                         MAPI_E_NOT_ENOUGH_MEMORY,
+                                         MAPI_E_NOT_FOUND,
+                                         MAPI_E_BUSY,
+                                         MAPI_E_NO_ACCESS,
+                                         MAPI_E_USER_CANCEL,
+                                         E_FAIL};
   const unsigned long rounds = variable("FENDREL_TEST_ROUNDS", 2000);
   const unsigned long seed = variable("FENDREL_TEST_SEED", 1);
   std::vector<std::vector<Call>> calls;
@@ -136,8 +143,8 @@ TEST_F(Sweep, RandomMixturesAreSurvived) {
       }
       misbehaviours.push_back(misbehaviour);
     }
-    given += run(scenarios[scenario], misbehaviours, "FENDREL_TEST_SEED=" + std::to_string(seed + round) +
-                                                         " FENDREL_TEST_ROUNDS=1: ");
+    given += run(scenarios[scenario], misbehaviours,
+                 "FENDREL_TEST_SEED=" + std::to_string(seed + round) + " FENDREL_TEST_ROUNDS=1: ");
   }
   std::printf("%lu random mixtures from seed %lu, %lu answers\n", round, seed, given);
 }

@@ -15,13 +15,13 @@ using testing::HasSubstr;
 using testing::SizeIs;
 using testing::StartsWith;
 
-
 class ExportCommand : public FendrelTest {
  protected:
   void SetUp() override {
     addJane();
     ASSERT_EQ(fendrel({"post", "--to", daily, "--create", newFile(L"sales.csv", "1;2"), newFile(L"stock.csv", "3;4")})
-                  .exitCode, 0);
+                  .exitCode,
+              0);
   }
 
   // Paths below a directory of the test, of files and directories, without the keys in file names.
@@ -133,9 +133,9 @@ TEST_F(ExportCommand, AStoreBecomesATreeOfDirectories) {
     ASSERT_EQ(fendrel({"post", "--to", path, "--create", newFile(L"x.csv", "x")}).exitCode, 0) << path;
   const Outcome run = fendrel({"export", "Public Folders", "out"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
-  EXPECT_THAT(below(L"out"), ElementsAre("%43ON", "%43ON/x.csv", "Reports", "Reports/Daily", "Reports/Daily/sales.csv",
-                                         "Reports/Daily/stock.csv", "Reports/daily", "Reports/daily/x.csv", "a%2Fb",
-                                         "a%2Fb/x.csv"));
+  EXPECT_THAT(below(L"out"),
+              ElementsAre("%43ON", "%43ON/x.csv", "Reports", "Reports/Daily", "Reports/Daily/sales.csv",
+                          "Reports/Daily/stock.csv", "Reports/daily", "Reports/daily/x.csv", "a%2Fb", "a%2Fb/x.csv"));
 }
 
 TEST_F(ExportCommand, OnlyTheFolderLeavesOutThoseBelow) {

@@ -56,17 +56,35 @@ std::vector<Sample> samples(std::size_t largeBytes) {
   const FILETIME sent = timeAt(2031, 4, 5, 14, 7, 8), arrived = timeAt(2031, 4, 5, 14, 9, 10);
   if (largeBytes > 0) return {{L"large", L"Jane Doe", L"", sent, sent, {{L"large.bin", largeBytes}}}};
   return {
-      {L"Plain report", L"Jane Doe", L"See the attachment.\r\nIt has two  lines. \r\n", sent, arrived,
+      {L"Plain report",
+       L"Jane Doe",
+       L"See the attachment.\r\nIt has two  lines. \r\n",
+       sent,
+       arrived,
        {{L"plain.pdf", 1}}},
       {L"\u65E5\u6B21\u58F2\u4E0A\u5831\u544A\u66F8 \u2014 " + repeated(L"\u30EC\u30DD\u30FC\u30C8", 200),
-       L"\u5C71\u7530 \u592A\u90CE", L"\u672C\u6587 = 100 %\r\n", sent, sent,
+       L"\u5C71\u7530 \u592A\u90CE",
+       L"\u672C\u6587 = 100 %\r\n",
+       sent,
+       sent,
        {{L"\u58F2\u4E0A.pdf", 57}, {repeated(L"\u58F2\u4E0A\u5831", 296) + L".csv", 58}}},
-      {L"J\u00FCrgen's \"quoted\" \\ report; a=b <c@d>", L"J\u00FCrgen \"J\" Gro\u00DF, PhD",
-       repeated(L"\u00FCber ", 40'000), sent, arrived,
-       {{repeated(L"long name ", 296) + L".txt", 300'001}, {L"b;c'd\"e %41.txt", 0}}, 2, 2},
+      {L"J\u00FCrgen's \"quoted\" \\ report; a=b <c@d>",
+       L"J\u00FCrgen \"J\" Gro\u00DF, PhD",
+       repeated(L"\u00FCber ", 40'000),
+       sent,
+       arrived,
+       {{repeated(L"long name ", 296) + L".txt", 300'001}, {L"b;c'd\"e %41.txt", 0}},
+       2,
+       2},
       {L"", L"", L"", sent, sent, {}},
-      {L"Ends with a blank ", L"Jane Doe", L"From here\r\n.\r\n--=_fendrel_part_of_a_message--\r\n", sent, sent,
-       {{L"\xD83D\xDCC8.bin", 56}}, 0, 3},
+      {L"Ends with a blank ",
+       L"Jane Doe",
+       L"From here\r\n.\r\n--=_fendrel_part_of_a_message--\r\n",
+       sent,
+       sent,
+       {{L"\xD83D\xDCC8.bin", 56}},
+       0,
+       3},
   };
 }
 
@@ -115,8 +133,10 @@ Json setNamed(IMAPIProp& object) {
   for (Named named : namedSamples()) {
     MAPINAMEID name{&named.set, MNID_ID, {}};
     if (named.text) name.ulKind = MNID_STRING;
-    if (named.text) name.Kind.lpwstrName = const_cast<wchar_t*>(named.text);
-    else name.Kind.lID = named.number;
+    if (named.text)
+      name.Kind.lpwstrName = const_cast<wchar_t*>(named.text);
+    else
+      name.Kind.lID = named.number;
     LPMAPINAMEID list[] = {&name};
     LPSPropTagArray tags = nullptr;
     check(object.GetIDsFromNames(1, list, MAPI_CREATE, &tags), ExitCode::failed, "A name was refused");
@@ -177,11 +197,16 @@ Json make(IMAPIFolder& folder, const Sample& sample) {
     files.push_back({{"name", toUtf8(file.name)}, {"size", file.size}});
   }
   check(message->SaveChanges(0), ExitCode::failed, "The message was not saved");
-  return {{"subject", toUtf8(sample.subject)},       {"sender", toUtf8(sample.sender)},
-          {"body", toUtf8(sample.body)},             {"submitted", utcTime(sample.submitted)},
-          {"delivered", utcTime(sample.delivered)},  {"importance", sample.importance},
-          {"sensitivity", sample.sensitivity},       {"class", "IPM.DOCUMENT.*X"},
-          {"files", files},                          {"named", named}};
+  return {{"subject", toUtf8(sample.subject)},
+          {"sender", toUtf8(sample.sender)},
+          {"body", toUtf8(sample.body)},
+          {"submitted", utcTime(sample.submitted)},
+          {"delivered", utcTime(sample.delivered)},
+          {"importance", sample.importance},
+          {"sensitivity", sample.sensitivity},
+          {"class", "IPM.DOCUMENT.*X"},
+          {"files", files},
+          {"named", named}};
 }
 
 }  // namespace

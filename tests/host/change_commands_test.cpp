@@ -22,8 +22,7 @@ class ChangeCommands : public FendrelTest {
   std::vector<std::string> attachments(const char* path = daily) const {
     std::vector<std::string> names;
     const nlohmann::json list = fendrel({"list", path, "--json"}).json();
-    for (const auto& message : list["messages"])
-      names.push_back(message["attachments"][0]["name"].get<std::string>());
+    for (const auto& message : list["messages"]) names.push_back(message["attachments"][0]["name"].get<std::string>());
     return names;
   }
 };
@@ -31,8 +30,9 @@ class ChangeCommands : public FendrelTest {
 TEST_F(ChangeCommands, CreateMakesWhatIsMissing) {
   const Outcome run = fendrel({"folder", "create", "Public Folders@Reports@Weekly@Old"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
-  EXPECT_EQ(run.out, "Folder 'Public Folders@Reports@Weekly' was made.\n"
-                     "Folder 'Public Folders@Reports@Weekly@Old' was made.\n");
+  EXPECT_EQ(run.out,
+            "Folder 'Public Folders@Reports@Weekly' was made.\n"
+            "Folder 'Public Folders@Reports@Weekly@Old' was made.\n");
   const Outcome again = fendrel({"folder", "create", "Public Folders@Reports@Weekly@Old", "--json"});
   EXPECT_EQ(again.exitCode, 0) << again.err;
   EXPECT_EQ(again.json()["created"].size(), 0u);
@@ -53,9 +53,7 @@ TEST_F(ChangeCommands, BlankNamesAndControlCharactersAreRefused) {
   }
 }
 
-TEST_F(ChangeCommands, CreateMakesNoStore) {
-  EXPECT_EQ(fendrel({"folder", "create", "Nowhere@Reports"}).exitCode, 5);
-}
+TEST_F(ChangeCommands, CreateMakesNoStore) { EXPECT_EQ(fendrel({"folder", "create", "Nowhere@Reports"}).exitCode, 5); }
 
 TEST_F(ChangeCommands, RenamedFolderKeepsItsMessages) {
   const Outcome run = fendrel({"folder", "rename", daily, "Every day"});

@@ -16,11 +16,10 @@ TEST_F(ChooseCommand, ImposedLanguageIsThatOfTheDialogs) {
   for (const wchar_t* file : {L"R7Kqefr.dll", L"R7Kqede.dll"})
     std::filesystem::copy_file(buildFile(std::wstring(L"languages/") + file), copy / file);
   const auto chooseIn = [&](const std::string& language, const wchar_t* caption) {
-    const Outcome run = runProgram(program, {"choose", "--language", language}, folder.path(),
-                                   [&](DWORD threadId) {
-                                     logOn(DialogThread(threadId));
-                                     chooseReports(DialogThread(threadId), caption);
-                                   });
+    const Outcome run = runProgram(program, {"choose", "--language", language}, folder.path(), [&](DWORD threadId) {
+      logOn(DialogThread(threadId));
+      chooseReports(DialogThread(threadId), caption);
+    });
     EXPECT_EQ(run.exitCode, 0) << run.err;
   };
   chooseIn("fr", L"S\u00e9lection d\u2019un dossier");

@@ -74,7 +74,8 @@ TEST_F(Doctor, LibraryThatIsNoneIsACross) {
   const std::wstring program = copyOfProgram({L"fendrel.exe", L"FENDREL.DLL"});
   fs::create_directories(folder.path() / L"copy" / L"store");
   writeBytes(folder.path() / L"copy" / L"store" / L"MAPI32.DLL", "no library");
-  EXPECT_THAT(firstCross(runProgram(program, {"doctor"})), HasSubstr("is not a library, and fendrel is a 64-bit program"));
+  EXPECT_THAT(firstCross(runProgram(program, {"doctor"})),
+              HasSubstr("is not a library, and fendrel is a 64-bit program"));
 }
 
 TEST_F(Doctor, LibraryWithoutAnExportIsACross) {

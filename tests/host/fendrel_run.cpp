@@ -68,8 +68,7 @@ nlohmann::json Outcome::json() const {
 }
 
 Outcome runProgram(const std::wstring& program, const std::vector<std::string>& arguments,
-                   const std::wstring& workingDirectory, const Use& use, const std::wstring& input,
-                   HANDLE output) {
+                   const std::wstring& workingDirectory, const Use& use, const std::wstring& input, HANDLE output) {
   std::wstring command = quoted(program);
   for (const std::string& argument : arguments) command += L' ' + quoted(host::toWide(argument));
   Pipe out, err;

@@ -86,13 +86,14 @@ TEST_F(JobCommand, RetentionKeepsWhatIsNew) {
 }
 
 TEST_F(JobCommand, CheckNamesWhatIsWrongLineByLine) {
-  const Outcome run = fendrel({"run", "--check", job("folder = 'Public Folders@Daily'\n"
-                                                     "files = 'out/*.csv'\n"
-                                                     "retrys = 3\n"
-                                                     "wait = 'long'\n"
-                                                     "create = 'yes'\n"
-                                                     "[retention]\n"
-                                                     "older-than = '90 days'\n")});
+  const Outcome run = fendrel({"run", "--check",
+                               job("folder = 'Public Folders@Daily'\n"
+                                   "files = 'out/*.csv'\n"
+                                   "retrys = 3\n"
+                                   "wait = 'long'\n"
+                                   "create = 'yes'\n"
+                                   "[retention]\n"
+                                   "older-than = '90 days'\n")});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.err, HasSubstr("nightly.toml:3: 'retrys' is unknown; did you mean 'retries'?"));
   EXPECT_THAT(run.err, HasSubstr("nightly.toml:4: 'wait' is a whole number from 0 to 3600."));

@@ -129,7 +129,8 @@ TEST_F(LookCommands, SavedFileHasTheSameBytes) {
   EXPECT_EQ(run.out, "sales.bin -> new\\out\\sales.bin, 300,001 bytes\n");
   EXPECT_EQ(readFile((folder.path() / L"new" / L"out" / L"sales.bin").wstring()), content);
   std::size_t entries = 0;
-  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder.path() / L"new" / L"out")) ++entries;
+  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder.path() / L"new" / L"out"))
+    ++entries;
   EXPECT_EQ(entries, 1u) << "a temporary file was left";
 }
 

@@ -42,8 +42,10 @@ class MapiCommand : public FendrelTest {
 
   // An empty name: none is set.
   static void setDefaultClient(HKEY root, const std::wstring& name) {
-    if (name.empty()) RegDeleteKeyValueW(root, clients, nullptr);
-    else RegSetKeyValueW(root, clients, nullptr, REG_SZ, name.c_str(), static_cast<DWORD>((name.size() + 1) * 2));
+    if (name.empty())
+      RegDeleteKeyValueW(root, clients, nullptr);
+    else
+      RegSetKeyValueW(root, clients, nullptr, REG_SZ, name.c_str(), static_cast<DWORD>((name.size() + 1) * 2));
   }
 
   static bool isEntryThere(HKEY root) { return entryOf(root).has_value(); }

@@ -14,8 +14,7 @@ TEST(Progress, BarShowsShareFilesBytesRateAndName) {
 }
 
 TEST(Progress, BarOfEmptyFilesCountsFiles) {
-  EXPECT_EQ(Progress::render("saved", 1, 4, 0, 0, 0.1, "", 200),
-            "[#####...............]  25 %  1 of 4 files saved");
+  EXPECT_EQ(Progress::render("saved", 1, 4, 0, 0, 0.1, "", 200), "[#####...............]  25 %  1 of 4 files saved");
 }
 
 TEST(Progress, BarKeepsToTheWidth) {

@@ -54,14 +54,15 @@ TEST_P(SafeFileName, NeverLeavesTheDirectoryAndCanBeMade) {
   EXPECT_EQ(safeFileName(GetParam().attached), GetParam().file);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Names, SafeFileName,
-    testing::Values(NameCase{L"sales.pdf", L"sales.pdf"}, NameCase{L"..\\..\\evil.exe", L".._.._evil.exe"},
-                    NameCase{L"/etc/passwd", L"_etc_passwd"}, NameCase{L"a:b.txt", L"a_b.txt"},
-                    NameCase{L"..", L"attachment"}, NameCase{L"", L"attachment"}, NameCase{L"report. ", L"report"},
-                    NameCase{L"con.txt", L"_con.txt"}, NameCase{L"LPT1", L"_LPT1"}, NameCase{L"nul .txt", L"_nul .txt"},
-                    NameCase{L"console.txt", L"console.txt"}, NameCase{L"a\nb?.csv", L"a_b_.csv"},
-                    NameCase{L"\u65E5\u672C.pdf", L"\u65E5\u672C.pdf"}));
+INSTANTIATE_TEST_SUITE_P(Names, SafeFileName,
+                         testing::Values(NameCase{L"sales.pdf", L"sales.pdf"},
+                                         NameCase{L"..\\..\\evil.exe", L".._.._evil.exe"},
+                                         NameCase{L"/etc/passwd", L"_etc_passwd"}, NameCase{L"a:b.txt", L"a_b.txt"},
+                                         NameCase{L"..", L"attachment"}, NameCase{L"", L"attachment"},
+                                         NameCase{L"report. ", L"report"}, NameCase{L"con.txt", L"_con.txt"},
+                                         NameCase{L"LPT1", L"_LPT1"}, NameCase{L"nul .txt", L"_nul .txt"},
+                                         NameCase{L"console.txt", L"console.txt"}, NameCase{L"a\nb?.csv", L"a_b_.csv"},
+                                         NameCase{L"\u65E5\u672C.pdf", L"\u65E5\u672C.pdf"}));
 
 TEST(Paths, TooLongFileNameIsCutBeforeItsExtension) {
   const std::wstring safe = safeFileName(std::wstring(400, L'n') + L".pdf");

@@ -29,7 +29,8 @@ TEST_P(PluginAnswer, IsUnderstood) {
 
 INSTANTIATE_TEST_SUITE_P(
     Codes, PluginAnswer,
-    testing::Values(PluginCase{FENDREL_SUCCESS, L"", S_OK}, PluginCase{FENDREL_OUT_OF_MEMORY, L"", MAPI_E_NOT_ENOUGH_MEMORY},
+    testing::Values(PluginCase{FENDREL_SUCCESS, L"", S_OK},
+                    PluginCase{FENDREL_OUT_OF_MEMORY, L"", MAPI_E_NOT_ENOUGH_MEMORY},
                     PluginCase{FENDREL_NOT_ENOUGH_DISK, L"", MAPI_E_NOT_ENOUGH_DISK},
                     PluginCase{FENDREL_INVALID_ARGUMENT, L"", MAPI_E_INVALID_PARAMETER},
                     PluginCase{FENDREL_CANCELLED, L"", MAPI_E_USER_CANCEL},

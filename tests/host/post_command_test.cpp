@@ -45,8 +45,8 @@ TEST_F(PostCommand, EachFileHasAClassOfItsOwnExtension) {
 }
 
 TEST_F(PostCommand, FilesTogetherGoThroughOneExport) {
-  const Outcome run = fendrel({"post", "--to", daily, "--create", "--together", newFile(L"a.csv", "1"),
-                           newFile(L"b.pdf", "22"), "--json"});
+  const Outcome run = fendrel(
+      {"post", "--to", daily, "--create", "--together", newFile(L"a.csv", "1"), newFile(L"b.pdf", "22"), "--json"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(run.json()["posted"], 2);
   const auto messages = listed(daily);
@@ -55,8 +55,8 @@ TEST_F(PostCommand, FilesTogetherGoThroughOneExport) {
 }
 
 TEST_F(PostCommand, FilesTogetherArePostedAllOrNotAtAll) {
-  const Outcome run = fendrel({"post", "--to", daily, "--create", "--together", newFile(L"a.csv", "1"),
-                           inFolder(L"missing.pdf")});
+  const Outcome run =
+      fendrel({"post", "--to", daily, "--create", "--together", newFile(L"a.csv", "1"), inFolder(L"missing.pdf")});
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_THAT(run.err, HasSubstr("missing.pdf"));
   EXPECT_THAT(run.err, HasSubstr("Nothing was posted"));
@@ -79,8 +79,8 @@ TEST_F(PostCommand, JsonTellsEveryFile) {
 }
 
 TEST_F(PostCommand, MissingFileIsNamedAndTheOthersArePosted) {
-  const Outcome run = fendrel({"post", "--to", daily, "--create", newFile(L"a.csv", "1"), inFolder(L"missing.pdf"),
-                           newFile(L"c.csv", "3")});
+  const Outcome run = fendrel(
+      {"post", "--to", daily, "--create", newFile(L"a.csv", "1"), inFolder(L"missing.pdf"), newFile(L"c.csv", "3")});
   EXPECT_EQ(run.exitCode, 3);
   EXPECT_THAT(run.err, HasSubstr("missing.pdf"));
   EXPECT_THAT(run.err, HasSubstr("ERROR_FILE_NOT_FOUND, 0x80070002"));
@@ -139,7 +139,8 @@ TEST_F(PostCommand, FolderNameThatThePluginWouldCutIsNotMade) {
   const Outcome run = fendrel({"post", "--to", "Public Folders@" + name, "--create", newFile(L"a.csv", "1")});
   EXPECT_EQ(run.exitCode, 5);
   EXPECT_THAT(run.err, HasSubstr("at most 79"));
-  const Outcome longest = fendrel({"post", "--to", "Public Folders@" + name.substr(1), "--create", newFile(L"a.csv", "1")});
+  const Outcome longest =
+      fendrel({"post", "--to", "Public Folders@" + name.substr(1), "--create", newFile(L"a.csv", "1")});
   EXPECT_EQ(longest.exitCode, 0) << longest.err;
 }
 
@@ -217,7 +218,7 @@ TEST_F(PostCommand, FilesOfOneNameAreEachFound) {
   std::filesystem::create_directory(folder.path() / L"one");
   std::filesystem::create_directory(folder.path() / L"two");
   const Outcome run = fendrel({"post", "--to", daily, "--create", newFile(L"one\\same.csv", "1"),
-                           newFile(L"two\\same.csv", "22"), newFile(L"same.csv", "22")});
+                               newFile(L"two\\same.csv", "22"), newFile(L"same.csv", "22")});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(listed(daily).size(), 3u);
 }

@@ -19,14 +19,21 @@ TEST_F(ProfileCommand, ListOfNoneTellsHowToMakeOne) {
 }
 
 TEST_F(ProfileCommand, AddedProfileIsListedWithItsUser) {
-  const Outcome added = fendrel({"profile", "add", "jane", "--user", "Jane D\xC3\xB6" "e", "--default"});
+  const Outcome added = fendrel({"profile", "add", "jane", "--user",
+                                 "Jane D\xC3\xB6"
+                                 "e",
+                                 "--default"});
   ASSERT_EQ(added.exitCode, 0) << added.err;
   EXPECT_EQ(added.out, "Profile 'jane' was made and is the default.\n");
-  EXPECT_EQ(fendrel({"profile", "list"}).out, "jane  Jane D\xC3\xB6" "e  (default)\n");
+  EXPECT_EQ(fendrel({"profile", "list"}).out,
+            "jane  Jane D\xC3\xB6"
+            "e  (default)\n");
   const auto profiles = fendrel({"profile", "list", "--json"}).json()["profiles"];
   ASSERT_EQ(profiles.size(), 1u);
   EXPECT_EQ(profiles[0]["name"], "jane");
-  EXPECT_EQ(profiles[0]["user"], "Jane D\xC3\xB6" "e");
+  EXPECT_EQ(profiles[0]["user"],
+            "Jane D\xC3\xB6"
+            "e");
   EXPECT_EQ(profiles[0]["default"], true);
 }
 
@@ -82,7 +89,9 @@ TEST_F(ProfileWithMessages, PasswordIsAskedForBeforeAnythingIsRemoved) {
     EXPECT_EQ(fendrel({"profile", "remove", "jane", option, "--password-file", secret("wrong")}).exitCode, 4);
   }
   EXPECT_EQ(fendrel({"list", "Mailbox - Jane Doe@Reports", "--password-file", secret("sesame"), "--json"})
-                .json()["messages"].size(), 2u);
+                .json()["messages"]
+                .size(),
+            2u);
   EXPECT_EQ(fendrel({"profile", "remove", "jane", "--password-file", secret("sesame")}).exitCode, 0);
   addJane();
   EXPECT_EQ(exitCodeOfList(), 0);

@@ -26,7 +26,9 @@ using testing::HasSubstr;
 class Caught {
  public:
   Caught(DWORD which, const std::filesystem::path& file)
-      : standard(which), before(GetStdHandle(which)), path(file),
+      : standard(which),
+        before(GetStdHandle(which)),
+        path(file),
         handle(CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, 0, nullptr)) {
     SetStdHandle(standard, handle);
   }
@@ -73,8 +75,8 @@ class RefusedPost : public testing::Test {
   }
 
   Outcome post(std::vector<std::string> files, std::vector<std::string> more = {}) {
-    std::vector<std::string> arguments = {"post",      "--mapi", "system", "--profile",
-                                          "Default", "--to", "Public Folders@Reports@Daily"};
+    std::vector<std::string> arguments = {
+        "post", "--mapi", "system", "--profile", "Default", "--to", "Public Folders@Reports@Daily"};
     for (const std::string& file : files) arguments.push_back(host::toUtf8((folder.path() / file).wstring()));
     arguments.insert(arguments.end(), more.begin(), more.end());
     return run(arguments);

@@ -28,8 +28,15 @@ class ServerCommand : public FendrelTest {
   Outcome add(const std::string& name, const std::string& user, const std::string& password,
               const std::string& server = url()) const {
     const bool hasPublic = user != "carol";
-    std::vector<std::string> words = {"profile", "add", name, "--server", server, "--user", user,
-                                      "--password-file", secret(password, L"of-" + std::wstring(user.begin(), user.end()))};
+    std::vector<std::string> words = {"profile",
+                                      "add",
+                                      name,
+                                      "--server",
+                                      server,
+                                      "--user",
+                                      user,
+                                      "--password-file",
+                                      secret(password, L"of-" + std::wstring(user.begin(), user.end()))};
     if (hasPublic) words.insert(words.end(), {"--public", "public"});
     return fendrel(words);
   }
@@ -63,8 +70,8 @@ TEST_F(ServerCommand, AccountsAreMessageStores) {
   addProfile("alice");
   const Outcome folders = fendrel({"folders"});
   EXPECT_EQ(folders.exitCode, 0) << folders.err;
-  EXPECT_THAT(folders.out, AllOf(HasSubstr("Mailbox - alice  (default store)"), HasSubstr("Public Folders"),
-                                 HasSubstr("Reports")));
+  EXPECT_THAT(folders.out,
+              AllOf(HasSubstr("Mailbox - alice  (default store)"), HasSubstr("Public Folders"), HasSubstr("Reports")));
 }
 
 TEST_F(ServerCommand, PostedReportIsListedAndComesBackByteByByte) {
@@ -168,8 +175,8 @@ TEST_F(ServerCommand, PersonalReportsAreInNoFolderThatIsShown) {
   const Outcome listed = fendrel({"list", "--personal", "--json"});
   ASSERT_EQ(listed.exitCode, 0) << listed.err;
   EXPECT_EQ(listed.json()["messages"].size(), 1u);
-  EXPECT_THAT(fendrel({"folders"}).out, Not(HasSubstr("Personal Reports"))) << "their mailbox is not a folder among others";
+  EXPECT_THAT(fendrel({"folders"}).out, Not(HasSubstr("Personal Reports")))
+      << "their mailbox is not a folder among others";
 }
-
 
 }  // namespace fendrel::test

@@ -6,7 +6,9 @@ namespace fendrel::host {
 namespace {
 
 TEST(Text, Utf8AndUtf16GoBothWays) {
-  const std::string utf8 = "\xC3\x9C" "bersicht \xE6\x97\xA5\xE6\x9C\xAC \xF0\x9F\x93\x88";
+  const std::string utf8 =
+      "\xC3\x9C"
+      "bersicht \xE6\x97\xA5\xE6\x9C\xAC \xF0\x9F\x93\x88";
   EXPECT_EQ(toWide(utf8), L"\u00DCbersicht \u65E5\u672C \U0001F4C8");
   EXPECT_EQ(toUtf8(toWide(utf8)), utf8);
   EXPECT_EQ(toUtf8(L""), "");
@@ -14,13 +16,20 @@ TEST(Text, Utf8AndUtf16GoBothWays) {
 
 TEST(Text, UnpairedSurrogateBecomesReplacementCharacter) {
   const std::wstring broken = {L'a', static_cast<wchar_t>(0xD800), L'b'};
-  EXPECT_EQ(toUtf8(broken), "a\xEF\xBF\xBD" "b");
+  EXPECT_EQ(toUtf8(broken),
+            "a\xEF\xBF\xBD"
+            "b");
 }
 
 TEST(Text, PrintableReplacesWhatSteersATerminal) {
-  EXPECT_EQ(printable(std::string_view("a\x1b[31mb\nc\td")), "a\xEF\xBF\xBD[31mb\xEF\xBF\xBD" "c\xEF\xBF\xBD" "d");
+  EXPECT_EQ(printable(std::string_view("a\x1b[31mb\nc\td")),
+            "a\xEF\xBF\xBD[31mb\xEF\xBF\xBD"
+            "c\xEF\xBF\xBD"
+            "d");
   EXPECT_EQ(printable(std::string_view("\xE2\x80\xAEgpj.exe")), "\xEF\xBF\xBDgpj.exe");  // right-to-left override
-  EXPECT_EQ(printable(std::wstring_view(L"Stra\u00DFe \u65E5")), "Stra\xC3\x9F" "e \xE6\x97\xA5");
+  EXPECT_EQ(printable(std::wstring_view(L"Stra\u00DFe \u65E5")),
+            "Stra\xC3\x9F"
+            "e \xE6\x97\xA5");
 }
 
 TEST(Text, NumbersHaveThousandsSeparators) {

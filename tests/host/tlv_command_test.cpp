@@ -17,8 +17,8 @@ class TlvCommandTest : public FendrelTest {};
 
 TEST_F(TlvCommandTest, ListsEachRecordWithOffsetTagLengthAndPreview) {
   const std::string wide("\xF2\x58\x0A\x4E\0\0", 6);
-  const std::string file = newFile(L"a.rpt", record(4121, wide) + record(4122, "body") + record(7, "") +
-                                                 record(8, std::string("\0\1\2\xFF", 4)));
+  const std::string file = newFile(
+      L"a.rpt", record(4121, wide) + record(4122, "body") + record(7, "") + record(8, std::string("\0\1\2\xFF", 4)));
   const Outcome run = fendrel({"--json", "tlv", file});
   EXPECT_EQ(run.exitCode, 0);
   EXPECT_EQ(run.err, "");
@@ -33,7 +33,8 @@ TEST_F(TlvCommandTest, ListsEachRecordWithOffsetTagLengthAndPreview) {
 
 TEST_F(TlvCommandTest, AFileOfManyRecordsIsListedToItsEnd) {
   std::string content;
-  for (int count = 0; count < 200; ++count) content += record(5, std::string(static_cast<std::size_t>(count) * 300, 'x'));
+  for (int count = 0; count < 200; ++count)
+    content += record(5, std::string(static_cast<std::size_t>(count) * 300, 'x'));
   const Outcome run = fendrel({"--json", "tlv", newFile(L"a.rpt", content)});
   EXPECT_EQ(run.exitCode, 0);
   EXPECT_EQ(run.json()["records"].size(), 200u);

@@ -38,8 +38,7 @@ TEST_F(Usage, HelpOfACommandHasAnExample) {
 
 TEST_F(Usage, NoHelpLineIsWiderThanATerminalOfAHundredAndTenColumns) {
   for (const char* command :
-       {"post", "run", "doctor", "folders", "folder", "list", "show", "save", "export", "delete", "profile",
-        "store"}) {
+       {"post", "run", "doctor", "folders", "folder", "list", "show", "save", "export", "delete", "profile", "store"}) {
     const Outcome run = fendrel({command, "--help"});
     std::size_t start = 0;
     for (std::size_t end = run.out.find('\n'); end != std::string::npos; end = run.out.find('\n', start = end + 1))
@@ -86,7 +85,8 @@ TEST_F(Usage, HelpFitsTheTerminal) {
   SetEnvironmentVariableW(L"FENDREL_COLUMNS", nullptr);
   std::size_t start = 0;
   const std::size_t options = run.out.find("Options:");
-  for (std::size_t end = run.out.find('\n'); end != std::string::npos && end < options; end = run.out.find('\n', start = end + 1))
+  for (std::size_t end = run.out.find('\n'); end != std::string::npos && end < options;
+       end = run.out.find('\n', start = end + 1))
     EXPECT_LE(end - start, 72u) << run.out.substr(start, end - start);
 }
 

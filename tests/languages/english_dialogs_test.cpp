@@ -39,7 +39,10 @@ const Dialog englishDialogs[] = {
     {"Folder",
      MAKEINTRESOURCEW(101),
      L"Select a folder",
-     0, 0, 245, 235,
+     0,
+     0,
+     245,
+     235,
      DS_MODALFRAME | DS_CENTER | DS_SETFONT | WS_POPUP | WS_CAPTION | WS_SYSMENU,
      {{button, 1, L"OK", 188, 12, 50, 14, shown | WS_TABSTOP | BS_DEFPUSHBUTTON},
       {button, 2, L"Cancel", 188, 31, 50, 14, shown | WS_TABSTOP | BS_PUSHBUTTON},
@@ -51,7 +54,10 @@ const Dialog englishDialogs[] = {
     {"Type",
      L"IDD_FOLDER_DEST_TYPE",
      L"Export to Exchange Folder",
-     50, 50, 185, 87,
+     50,
+     50,
+     185,
+     87,
      DS_MODALFRAME | DS_SETFONT | WS_POPUP | WS_CAPTION | WS_SYSMENU,
      {{button, noId, L"As", 7, 6, 113, 69, shown | BS_GROUPBOX},
       {L"BUTTON", 1011, L"Report &Instance", 16, 22, 90, 10, shown | BS_AUTORADIOBUTTON},
@@ -62,7 +68,10 @@ const Dialog englishDialogs[] = {
     {"Name",
      L"IDD_REPORT_NAME",
      L"Enter Report Name",
-     50, 50, 207, 62,
+     50,
+     50,
+     207,
+     62,
      DS_MODALFRAME | DS_SETFONT | WS_POPUP | WS_CAPTION | WS_SYSMENU,
      {{label, 1013, L"For \"xxxx.RPT\":", 8, 8, 188, 8, shown | WS_GROUP | SS_LEFT | SS_NOPREFIX | SS_ENDELLIPSIS},
       {edit, 1012, L"", 8, 20, 192, 13, shown | WS_BORDER | WS_TABSTOP | ES_AUTOHSCROLL},
@@ -103,6 +112,7 @@ TEST_P(EnglishDialog, HasItsPlaceItsFontAndItsControls) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(, EnglishDialog, testing::ValuesIn(englishDialogs), [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(, EnglishDialog, testing::ValuesIn(englishDialogs),
+                         [](const auto& row) { return row.param.name; });
 
 }  // namespace

@@ -133,12 +133,9 @@ int reservedWidth(HWND control) {
   GetClassNameW(control, windowClass, 32);
   if (std::wstring(windowClass) != L"Button") return 0;
   switch (GetWindowLongW(control, GWL_STYLE) & BS_TYPEMASK) {
-    case BS_GROUPBOX:
-      return 16;
-    case BS_AUTORADIOBUTTON:
-      return 18;
-    default:
-      return 8;
+    case BS_GROUPBOX: return 16;
+    case BS_AUTORADIOBUTTON: return 18;
+    default: return 8;
   }
 }
 

@@ -10,7 +10,7 @@
 
 // Exists as long as the object; then it is removed with everything in it.
 class TempFolder {
-public:
+ public:
   TempFolder() {
     static std::atomic<unsigned> number{0};
     const std::wstring name = L"fendrel-test-" + std::to_wstring(GetCurrentProcessId()) + L"-" +
@@ -30,6 +30,6 @@ public:
   // The full path of a file in it.
   std::wstring file(std::wstring_view name) const { return (path_ / name).wstring(); }
 
-private:
+ private:
   std::filesystem::path path_;
 };

@@ -16,9 +16,9 @@ constexpr UINT crashExitCode = 99;
 LONG WINAPI reportCrash(EXCEPTION_POINTERS* exception) {
   char name[200];
   char text[400];
-  const int length = std::snprintf(text, sizeof text, "CRASH in %s: exception 0x%08lX at %p\n", runningCase(name),
-                                   exception->ExceptionRecord->ExceptionCode,
-                                   exception->ExceptionRecord->ExceptionAddress);
+  const int length =
+      std::snprintf(text, sizeof text, "CRASH in %s: exception 0x%08lX at %p\n", runningCase(name),
+                    exception->ExceptionRecord->ExceptionCode, exception->ExceptionRecord->ExceptionAddress);
   DWORD written = 0;
   WriteFile(GetStdHandle(STD_ERROR_HANDLE), text, static_cast<DWORD>(length), &written, nullptr);
   TerminateProcess(GetCurrentProcess(), crashExitCode);

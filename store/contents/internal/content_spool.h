@@ -14,7 +14,7 @@
 namespace fendrel::store {
 
 class ContentSpool {
-public:
+ public:
   // The folder must outlive this object.
   explicit ContentSpool(ContentFolder& folder) : folder_(folder) {}
   ~ContentSpool();
@@ -33,9 +33,9 @@ public:
   // folder's names are not flushed yet.
   void prepare();
   bool isFile() const noexcept { return file_.file != nullptr; }
-  std::span<const std::byte> data() const noexcept { return block_; }       // !isFile()
+  std::span<const std::byte> data() const noexcept { return block_; }  // !isFile()
   const std::vector<std::uint64_t>& checksums() const noexcept { return checksums_; }
-  const std::wstring& fileName() const noexcept { return file_.name; }      // isFile()
+  const std::wstring& fileName() const noexcept { return file_.name; }  // isFile()
 
   // The transaction that names the file is about to be committed: from now on it is not deleted here, since a commit
   // that was answered with a failure may have reached the disk all the same.
@@ -47,7 +47,7 @@ public:
   // It was saved in another place: nothing of it stays here.
   void discard() noexcept;
 
-private:
+ private:
   std::uint64_t blockCount() const noexcept { return blocksOf(size_); }
   std::size_t lengthOf(std::uint64_t block) const noexcept;
   void makeCurrent(std::uint64_t block);
@@ -58,9 +58,9 @@ private:
 
   ContentFolder& folder_;
   std::uint64_t size_ = 0;
-  Bytes block_;                 // the current block's bytes, as many as lie below size_
-  std::uint64_t current_ = 0;   // its number
-  bool dirty_ = false;          // it differs from the file
+  Bytes block_;                           // the current block's bytes, as many as lie below size_
+  std::uint64_t current_ = 0;             // its number
+  bool dirty_ = false;                    // it differs from the file
   std::vector<std::uint64_t> checksums_;  // one a block; right for all that are not current
   ContentFolder::File file_;
   bool isHandedOver_ = false, isSaved_ = false;

@@ -11,7 +11,7 @@ namespace fendrel::store {
 
 // Memory: about contentBlockSize, whatever the size. No lock of the database is held.
 class SpooledContent final : public ContentWriter {
-public:
+ public:
   using FailureNote = std::function<void(EngineError&&)>;
 
   // The folder, and what `noteFailure` needs, must outlive this object.
@@ -28,7 +28,7 @@ public:
   // For saveMessage.
   ContentSpool& spool() noexcept { return spool_; }
 
-private:
+ private:
   template <class Work>
   Status spooling(Work&& work);
 

@@ -7,9 +7,9 @@
 namespace fendrel::store {
 
 // The columns that folderAt reads, from column 0 on; "f" is the folder.
-#define FENDREL_FOLDER_COLUMNS                                                                                     \
+#define FENDREL_FOLDER_COLUMNS                                                                                       \
   "f.guid, (SELECT s.guid FROM store s WHERE s.id = f.store), (SELECT p.guid FROM folder p WHERE p.id = f.parent), " \
-  "f.name, f.created, f.modified, f.message_count, f.unread_count, f.associated_count, "                            \
+  "f.name, f.created, f.modified, f.message_count, f.unread_count, f.associated_count, "                             \
   "EXISTS (SELECT 1 FROM folder c WHERE c.parent = f.id), f.role IS NOT NULL, f.id"
 constexpr int folderColumnCount = 12;
 constexpr int folderRowColumn = 11;

@@ -7,7 +7,7 @@
 namespace fendrel::store {
 
 // The columns that messageAt reads, from column 0 on; "m" is the message, "f" its folder.
-#define FENDREL_MESSAGE_COLUMNS                                                                                  \
+#define FENDREL_MESSAGE_COLUMNS                                                                                \
   "m.guid, f.guid, m.associated, m.is_read, m.attachment_count, m.size, m.created, m.modified, m.search_key, " \
   "m.revision, m.id, m.status"
 constexpr int messageRowColumn = 10;

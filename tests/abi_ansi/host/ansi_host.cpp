@@ -145,8 +145,7 @@ int main(int count, char** arguments) {
   auto* const again = reinterpret_cast<DestinationOptionsA*>(kept.data());
   again->version = FENDREL_OPTIONS_VERSION;
   // A profile name in letters of two bytes is overwritten in the packed form by what follows it.
-  if (std::strcmp(kept.data() + again->profileNameOffset, profile) == 0)
-    postOnce(host, again, file, "from kept bytes");
+  if (std::strcmp(kept.data() + again->profileNameOffset, profile) == 0) postOnce(host, again, file, "from kept bytes");
   record->version = FENDREL_OPTIONS_VERSION;
   postOnce(host, record, file, "from a kept record");
   host.free(1, record);

@@ -46,8 +46,7 @@ class AnsiHostTest : public FendrelTest {
       EXPECT_EQ(messages[at]["attachments"][0]["name"], utf8(fileName()));
       EXPECT_EQ(messages[at]["attachments"][0]["size"], content.size());
     }
-    const Outcome saved =
-        fendrel({"--profile", utf8(profile), "save", utf8(folderPath()), "2", inFolder(L"saved")});
+    const Outcome saved = fendrel({"--profile", utf8(profile), "save", utf8(folderPath()), "2", inFolder(L"saved")});
     EXPECT_EQ(saved.exitCode, 0) << saved.err;
     EXPECT_EQ(readFile(folder.file(L"saved\\" + fileName())), content);
   }

@@ -53,8 +53,7 @@ void walkFolders(const std::basic_string<Char>& text) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string narrow(reinterpret_cast<const char*>(data), size);
   std::u16string wide;
-  for (std::size_t at = 0; at + 1 < size; at += 2)
-    wide += static_cast<char16_t>(data[at] | data[at + 1] << 8);
+  for (std::size_t at = 0; at + 1 < size; at += 2) wide += static_cast<char16_t>(data[at] | data[at + 1] << 8);
   splitFile(narrow);
   splitFile(wide);
   walkFolders(narrow);

@@ -14,7 +14,8 @@ void walk(std::span<const std::byte> stream) {
   for (;;) {
     const TlvItem item = tlvItemAt(stream, offset);
     if (item.finding == TlvFinding::cutValue)
-      require(item.value.data() + item.value.size() == stream.data() + stream.size(), "a cut value ends with the stream");
+      require(item.value.data() + item.value.size() == stream.data() + stream.size(),
+              "a cut value ends with the stream");
     if (item.finding != TlvFinding::item) break;
     require(item.header.isWellFormed(), "an item's header is well-formed");
     require(item.value.data() == stream.data() + offset + tlvHeaderSize, "a value stands behind its header");
@@ -38,7 +39,8 @@ void readAll(MemoryBlock& block, std::uint16_t sought) {
     MemoryBlock value;
     const FileCode code = stream->ReadItem(tag, length, value);
     if (item.finding != TlvFinding::item) {
-      require(code == (item.finding == TlvFinding::end ? fileEnd : fileMalformed), "the end and a fault are told apart");
+      require(code == (item.finding == TlvFinding::end ? fileEnd : fileMalformed),
+              "the end and a fault are told apart");
       require(stream->position() == offset, "a stream stands before what it cannot read");
       break;
     }

@@ -20,9 +20,12 @@ class Conditions {
   }
   SRestriction number(ULONG relop, ULONG tag, std::int64_t wanted) {
     SPropValue* const value = newValue(tag);
-    if (PROP_TYPE(tag) == PT_SYSTIME || PROP_TYPE(tag) == PT_I8) value->Value.li.QuadPart = wanted;
-    else if (PROP_TYPE(tag) == PT_BOOLEAN) value->Value.b = wanted != 0;
-    else value->Value.l = static_cast<LONG>(wanted);
+    if (PROP_TYPE(tag) == PT_SYSTIME || PROP_TYPE(tag) == PT_I8)
+      value->Value.li.QuadPart = wanted;
+    else if (PROP_TYPE(tag) == PT_BOOLEAN)
+      value->Value.b = wanted != 0;
+    else
+      value->Value.l = static_cast<LONG>(wanted);
     return property(relop, tag, value);
   }
   SRestriction binary(ULONG relop, ULONG tag, const Bytes& wanted) {

@@ -1,6 +1,6 @@
 #define INITGUID
-#include <windows.h>
 #include <initguid.h>
+#include <windows.h>
 #define USES_IID_IMAPITable
 #define USES_IID_IMessage
 #define USES_IID_IMAPIFolder
@@ -239,8 +239,8 @@ ComPtr<IMAPIFolder> Session::openFolder(std::wstring_view path, ULONG flags) {
   std::size_t end = path.find(L'@');
   const ComPtr<IMsgStore> store = openStore(path.substr(0, end));
   if (!store) return nullptr;
-  ComPtr<IMAPIFolder> folder = openEntry<IMAPIFolder>(*store.Get(), getOne(*store.Get(), PR_IPM_SUBTREE_ENTRYID).bytes,
-                                                      flags);
+  ComPtr<IMAPIFolder> folder =
+      openEntry<IMAPIFolder>(*store.Get(), getOne(*store.Get(), PR_IPM_SUBTREE_ENTRYID).bytes, flags);
   while (folder && end != std::wstring_view::npos) {
     const std::size_t begin = end + 1;
     end = path.find(L'@', begin);

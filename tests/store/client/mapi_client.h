@@ -3,10 +3,10 @@
 
 #include <windows.h>
 
-#include <mapix.h>
 #include <mapicode.h>
 #include <mapitags.h>
 #include <mapiutil.h>
+#include <mapix.h>
 #include <wrl/client.h>
 
 #include <cstdint>

@@ -49,9 +49,9 @@ class PostedMessages : public testing::Test {
     const Bytes identity(reinterpret_cast<const char*>(id), size);
     ComPtr<IMailUser> user;
     ULONG type = 0;
-    EXPECT_EQ(session.mapi().OpenEntry(size, id, &IID_IMailUser, 0, &type,
-                                       reinterpret_cast<LPUNKNOWN*>(user.GetAddressOf())),
-              S_OK);
+    EXPECT_EQ(
+        session.mapi().OpenEntry(size, id, &IID_IMailUser, 0, &type, reinterpret_cast<LPUNKNOWN*>(user.GetAddressOf())),
+        S_OK);
     const Bytes key = getOne(*user.Get(), PR_SEARCH_KEY).bytes;
     EXPECT_FALSE(key.empty());
     return {{.tag = PR_SUBJECT_W, .text = report.name},
@@ -85,9 +85,9 @@ class PostedMessages : public testing::Test {
   static Bytes ansi(const std::wstring& text) {
     Bytes bytes(text.size() * 4, '\0');
     if (text.empty()) return bytes;
-    bytes.resize(static_cast<std::size_t>(WideCharToMultiByte(CP_ACP, 0, text.data(), static_cast<int>(text.size()),
-                                                              bytes.data(), static_cast<int>(bytes.size()), nullptr,
-                                                              nullptr)));
+    bytes.resize(
+        static_cast<std::size_t>(WideCharToMultiByte(CP_ACP, 0, text.data(), static_cast<int>(text.size()),
+                                                     bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr)));
     return bytes;
   }
 
@@ -105,8 +105,7 @@ class PostedMessages : public testing::Test {
     }
     std::vector<Value> inAnsi = expected;
     for (std::size_t i = 0; i < inAnsi.size(); ++i)
-      if (PROP_TYPE(inAnsi[i].tag) == PT_UNICODE)
-        inAnsi[i] = {.tag = narrow[i], .bytes = ansi(expected[i].text)};
+      if (PROP_TYPE(inAnsi[i].tag) == PT_UNICODE) inAnsi[i] = {.tag = narrow[i], .bytes = ansi(expected[i].text)};
     EXPECT_THAT(getProps(object, Tags(anyType), MAPI_UNICODE).values, testing::ElementsAreArray(expected));
     EXPECT_THAT(getProps(object, Tags(anyType)).values, testing::ElementsAreArray(inAnsi)) << "8-bit by default";
     EXPECT_THAT(getProps(object, Tags(narrow), MAPI_UNICODE).values, testing::ElementsAreArray(inAnsi))
@@ -131,9 +130,7 @@ class PostedMessages : public testing::Test {
 };
 
 TEST_F(PostedMessages, HaveEveryPropertyInEveryForm) {
-  forEachReport([&](const PostedReport& report, IMessage& message) {
-    expectInEveryForm(message, written(report));
-  });
+  forEachReport([&](const PostedReport& report, IMessage& message) { expectInEveryForm(message, written(report)); });
 }
 
 TEST_F(PostedMessages, WereSubmittedAndDeliveredAtOneTime) {

@@ -91,8 +91,10 @@ class Posting : public testing::Environment {
  private:
   void post(const std::wstring& folder) {
     std::vector<std::wstring> arguments{L"post"};
-    if (folder.empty()) arguments.push_back(L"--personal");
-    else arguments.insert(arguments.end(), {L"--to", folder, L"--create"});
+    if (folder.empty())
+      arguments.push_back(L"--personal");
+    else
+      arguments.insert(arguments.end(), {L"--to", folder, L"--create"});
     for (const PostedReport& report : reportsIn(folder)) {
       const std::filesystem::path path = folder_->path() / report.name;
       std::ofstream(std::filesystem::path(LR"(\\?\)" + path.wstring()), std::ios::binary) << report.content;

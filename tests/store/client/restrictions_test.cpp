@@ -44,46 +44,57 @@ class PostedRestrictions : public testing::Test {
 };
 
 TEST_F(PostedRestrictions, ContentAsWholePrefixAndPart) {
-  expectSame(is.content(PR_SUBJECT_W, L"block.bin", FL_FULLSTRING),
-             [](const PostedReport& report) { return report.name == L"block.bin"; }, 1);
-  expectSame(is.content(PR_SUBJECT_W, L"over ", FL_PREFIX),
-             [](const PostedReport& report) { return report.name.starts_with(L"over "); }, 2);
-  expectSame(is.content(PR_SUBJECT_W, L"bin", FL_SUBSTRING),
-             [](const PostedReport& report) { return contains(report.name, L"bin"); }, 2);
-  expectSame(is.content(PR_SUBJECT_W, L"報告", FL_SUBSTRING),
-             [](const PostedReport& report) { return contains(report.name, L"報告"); }, 1);
+  expectSame(
+      is.content(PR_SUBJECT_W, L"block.bin", FL_FULLSTRING),
+      [](const PostedReport& report) { return report.name == L"block.bin"; }, 1);
+  expectSame(
+      is.content(PR_SUBJECT_W, L"over ", FL_PREFIX),
+      [](const PostedReport& report) { return report.name.starts_with(L"over "); }, 2);
+  expectSame(
+      is.content(PR_SUBJECT_W, L"bin", FL_SUBSTRING),
+      [](const PostedReport& report) { return contains(report.name, L"bin"); }, 2);
+  expectSame(
+      is.content(PR_SUBJECT_W, L"報告", FL_SUBSTRING),
+      [](const PostedReport& report) { return contains(report.name, L"報告"); }, 1);
 }
 
 TEST_F(PostedRestrictions, ContentWithoutCase) {
-  expectSame(is.content(PR_SUBJECT_W, L"BIN", FL_SUBSTRING | FL_IGNORECASE),
-             [](const PostedReport& report) { return contains(upperCase(report.name), L"BIN"); }, 3);
-  expectSame(is.content(PR_SUBJECT_W, L"ÜBERSICHT FÜR", FL_PREFIX | FL_IGNORECASE),
-             [](const PostedReport& report) { return upperCase(report.name).starts_with(L"ÜBERSICHT FÜR"); }, 1);
-  expectSame(is.content(PR_SUBJECT_W, L"may.rpt", FL_PREFIX | FL_LOOSE),
-             [](const PostedReport& report) { return upperCase(report.name).starts_with(L"MAY.RPT"); }, 2);
+  expectSame(
+      is.content(PR_SUBJECT_W, L"BIN", FL_SUBSTRING | FL_IGNORECASE),
+      [](const PostedReport& report) { return contains(upperCase(report.name), L"BIN"); }, 3);
+  expectSame(
+      is.content(PR_SUBJECT_W, L"ÜBERSICHT FÜR", FL_PREFIX | FL_IGNORECASE),
+      [](const PostedReport& report) { return upperCase(report.name).starts_with(L"ÜBERSICHT FÜR"); }, 1);
+  expectSame(
+      is.content(PR_SUBJECT_W, L"may.rpt", FL_PREFIX | FL_LOOSE),
+      [](const PostedReport& report) { return upperCase(report.name).starts_with(L"MAY.RPT"); }, 2);
 }
 
 TEST_F(PostedRestrictions, ContentIn8BitForm) {
-  expectSame(is.content(PR_SUBJECT_A, L".txt", FL_SUBSTRING),
-             [](const PostedReport& report) { return contains(report.name, L".txt"); }, 3);
+  expectSame(
+      is.content(PR_SUBJECT_A, L".txt", FL_SUBSTRING),
+      [](const PostedReport& report) { return contains(report.name, L".txt"); }, 3);
 }
 
 TEST_F(PostedRestrictions, TextByEveryRelation) {
   const std::wstring middle = L"two.dots.txt";
-  expectSame(is.text(RELOP_EQ, PR_SUBJECT_W, middle),
-             [&](const PostedReport& report) { return report.name == middle; }, 1);
-  expectSame(is.text(RELOP_NE, PR_SUBJECT_W, middle),
-             [&](const PostedReport& report) { return report.name != middle; }, 12);
-  expectSame(is.text(RELOP_EQ, PR_MESSAGE_CLASS_W, L"IPM.DOCUMENT.*BIN"),
-             [](const PostedReport& report) { return classOf(report.name) == L"IPM.DOCUMENT.*BIN"; }, 3);
+  expectSame(
+      is.text(RELOP_EQ, PR_SUBJECT_W, middle), [&](const PostedReport& report) { return report.name == middle; }, 1);
+  expectSame(
+      is.text(RELOP_NE, PR_SUBJECT_W, middle), [&](const PostedReport& report) { return report.name != middle; }, 12);
+  expectSame(
+      is.text(RELOP_EQ, PR_MESSAGE_CLASS_W, L"IPM.DOCUMENT.*BIN"),
+      [](const PostedReport& report) { return classOf(report.name) == L"IPM.DOCUMENT.*BIN"; }, 3);
   // Text is ordered as people order it, without case.
   const auto order = [&](const PostedReport& report) {
     return CompareStringW(LOCALE_USER_DEFAULT, NORM_IGNORECASE, report.name.c_str(), -1, middle.c_str(), -1);
   };
-  expectSame(is.text(RELOP_LT, PR_SUBJECT_W, middle),
-             [&](const PostedReport& report) { return order(report) == CSTR_LESS_THAN; }, 5);
-  expectSame(is.text(RELOP_GE, PR_SUBJECT_W, middle),
-             [&](const PostedReport& report) { return order(report) != CSTR_LESS_THAN; }, 1);
+  expectSame(
+      is.text(RELOP_LT, PR_SUBJECT_W, middle),
+      [&](const PostedReport& report) { return order(report) == CSTR_LESS_THAN; }, 5);
+  expectSame(
+      is.text(RELOP_GE, PR_SUBJECT_W, middle),
+      [&](const PostedReport& report) { return order(report) != CSTR_LESS_THAN; }, 1);
 }
 
 TEST_F(PostedRestrictions, NumbersByEveryRelation) {
@@ -105,12 +116,14 @@ TEST_F(PostedRestrictions, ExistenceBitsAndSizes) {
   expectSame(is.negated(is.exists(PR_CONVERSATION_TOPIC_W)), none, 0);
   expectSame(is.bits(BMR_EQZ, PR_MESSAGE_FLAGS, MSGFLAG_HASATTACH), none, 0);
   expectSame(is.bits(BMR_NEZ, PR_MESSAGE_FLAGS, MSGFLAG_READ), none, 0);
-  expectSame(is.all({is.bits(BMR_NEZ, PR_MESSAGE_FLAGS, MSGFLAG_HASATTACH | MSGFLAG_READ),
-                     is.text(RELOP_EQ, PR_SUBJECT_W, L"one.bin")}),
-             [](const PostedReport& report) { return report.name == L"one.bin"; }, 1);
+  expectSame(
+      is.all({is.bits(BMR_NEZ, PR_MESSAGE_FLAGS, MSGFLAG_HASATTACH | MSGFLAG_READ),
+              is.text(RELOP_EQ, PR_SUBJECT_W, L"one.bin")}),
+      [](const PostedReport& report) { return report.name == L"one.bin"; }, 1);
   // Measured as the value is held: two bytes a character and the end.
-  expectSame(is.size(RELOP_GT, PR_SUBJECT_W, 100),
-             [](const PostedReport& report) { return (report.name.size() + 1) * 2 > 100; }, 1);
+  expectSame(
+      is.size(RELOP_GT, PR_SUBJECT_W, 100),
+      [](const PostedReport& report) { return (report.name.size() + 1) * 2 > 100; }, 1);
   expectSame(is.size(RELOP_EQ, PR_SENDER_SEARCH_KEY, 0), none, 0);
 }
 
@@ -126,14 +139,16 @@ TEST_F(PostedRestrictions, JoinedByAndOrNot) {
   const auto isText = is.content(PR_SUBJECT_W, L".txt", FL_SUBSTRING);
   const auto isSmall = [](const PostedReport& report) { return report.content.size() < 15'000; };
   const auto hasText = [](const PostedReport& report) { return contains(report.name, L".txt"); };
-  expectSame(is.all({small, is.negated(isText)}), [&](const PostedReport& report) {
-    return isSmall(report) && !hasText(report);
-  }, 3);
-  expectSame(is.any({isText, is.negated(small)}), [&](const PostedReport& report) {
-    return hasText(report) || !isSmall(report);
-  }, 5);
-  expectSame(is.negated(is.any({small, isText, is.all({})})), [](const PostedReport&) { return false; }, 0);
-  expectSame(is.all({is.any({}), small}), [](const PostedReport&) { return false; }, 0);
+  expectSame(
+      is.all({small, is.negated(isText)}),
+      [&](const PostedReport& report) { return isSmall(report) && !hasText(report); }, 3);
+  expectSame(
+      is.any({isText, is.negated(small)}),
+      [&](const PostedReport& report) { return hasText(report) || !isSmall(report); }, 5);
+  expectSame(
+      is.negated(is.any({small, isText, is.all({})})), [](const PostedReport&) { return false; }, 0);
+  expectSame(
+      is.all({is.any({}), small}), [](const PostedReport&) { return false; }, 0);
 }
 
 TEST_F(PostedRestrictions, OnSubObjectsAndPatternsAreTooComplexAsPublished) {

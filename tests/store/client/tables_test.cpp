@@ -199,11 +199,26 @@ TEST_F(PostedTables, GiveTheirColumnsInBothForms) {
 
 TEST_F(PostedTables, GiveForEveryRowWhatItsMessageSays) {
   const ComPtr<IMsgStore> store = session.openStore(publicStore);
-  const std::vector<ULONG> tags{PR_ENTRYID,         PR_SUBJECT_W,          PR_NORMALIZED_SUBJECT_W, PR_MESSAGE_CLASS_W,
-                                PR_MESSAGE_FLAGS,   PR_MESSAGE_SIZE,       PR_HASATTACH,            PR_SENDER_NAME_W,
-                                PR_SENDER_ENTRYID,  PR_CLIENT_SUBMIT_TIME, PR_MESSAGE_DELIVERY_TIME, PR_IMPORTANCE,
-                                PR_SENSITIVITY,     PR_RECORD_KEY,         PR_SEARCH_KEY,           PR_INSTANCE_KEY,
-                                PR_PARENT_ENTRYID,  PR_CREATION_TIME,      PR_CONVERSATION_TOPIC_W, PR_BODY_W};
+  const std::vector<ULONG> tags{PR_ENTRYID,
+                                PR_SUBJECT_W,
+                                PR_NORMALIZED_SUBJECT_W,
+                                PR_MESSAGE_CLASS_W,
+                                PR_MESSAGE_FLAGS,
+                                PR_MESSAGE_SIZE,
+                                PR_HASATTACH,
+                                PR_SENDER_NAME_W,
+                                PR_SENDER_ENTRYID,
+                                PR_CLIENT_SUBMIT_TIME,
+                                PR_MESSAGE_DELIVERY_TIME,
+                                PR_IMPORTANCE,
+                                PR_SENSITIVITY,
+                                PR_RECORD_KEY,
+                                PR_SEARCH_KEY,
+                                PR_INSTANCE_KEY,
+                                PR_PARENT_ENTRYID,
+                                PR_CREATION_TIME,
+                                PR_CONVERSATION_TOPIC_W,
+                                PR_BODY_W};
   for (const Row& row : queryAll(*table.Get(), Tags(tags))) {
     const ComPtr<IMessage> message = openEntry<IMessage>(*store.Get(), row[0].bytes);
     EXPECT_THAT(getProps(*message.Get(), Tags(tags)).values, ElementsAreArray(row));

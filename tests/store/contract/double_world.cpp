@@ -6,9 +6,9 @@
 #include "basic_rules.h"
 #include "contract_world.h"
 
+using fendrel::test::expectBasicRules;
 using fendrel::test::RecordingMapi;
 using fendrel::test::World;
-using fendrel::test::expectBasicRules;
 
 namespace {
 

@@ -101,8 +101,8 @@ Reading readEverything(DiskImage image, const std::vector<Expected>& expected) {
   reading.opening = openOnDisk(storePath, disk, false, database, error);
   if (reading.opening != Status::Ok) return reading;
   for (std::string& difference : differences(*database, expected, &reading.refused)) {
-    const bool isWrong = difference.find("has other") != std::string::npos ||
-                         difference.find("nobody posted") != std::string::npos;
+    const bool isWrong =
+        difference.find("has other") != std::string::npos || difference.find("nobody posted") != std::string::npos;
     (isWrong ? reading.wrong : reading.missing).push_back(std::move(difference));
   }
   return reading;

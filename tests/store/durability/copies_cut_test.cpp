@@ -28,7 +28,8 @@ std::vector<std::string> judgeCopy(DiskImage image, bool mustBeThere) {
   SimulatedDisk disk(std::move(image));
   std::unique_ptr<Database> database;
   std::string error;
-  if (openOnDisk(copyPath, disk, false, database, error) != Status::Ok) return {"the new store does not open: " + error};
+  if (openOnDisk(copyPath, disk, false, database, error) != Status::Ok)
+    return {"the new store does not open: " + error};
   auto wrong = differences(*database, oldSamples());
   if (const auto verdict = integrityOf(*database); verdict != "ok") wrong.push_back("integrity_check: " + verdict);
   return wrong;

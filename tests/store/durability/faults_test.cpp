@@ -57,22 +57,22 @@ struct Fault {
   std::vector<Call> calls;
 };
 
-const std::vector<Call> everyCall = {Call::Write,  Call::Resize,       Call::Flush, Call::FlushFolder,
-                                     Call::Create, Call::Rename,       Call::Remove, Call::CreateFolder,
-                                     Call::Open,   Call::Read,         Call::Look};
+const std::vector<Call> everyCall = {Call::Write,  Call::Resize, Call::Flush,  Call::FlushFolder,
+                                     Call::Create, Call::Rename, Call::Remove, Call::CreateFolder,
+                                     Call::Open,   Call::Read,   Call::Look};
 const std::vector<Call> growing = {Call::Write, Call::Resize, Call::Create, Call::CreateFolder};
 const std::vector<Call> forbidden = {Call::Write, Call::Create, Call::Rename, Call::CreateFolder};
 
 const Fault faults[] = {
-    {"ErrorOnce", Status::Failed, false, everyCall},        {"ErrorForAWhile", Status::Failed, true, everyCall},
-    {"FullOnce", Status::NotEnoughDisk, false, growing},    {"FullForAWhile", Status::NotEnoughDisk, true, growing},
-    {"ForbiddenOnce", Status::NoAccess, false, forbidden},  {"ForbiddenForAWhile", Status::NoAccess, true, forbidden},
+    {"ErrorOnce", Status::Failed, false, everyCall},       {"ErrorForAWhile", Status::Failed, true, everyCall},
+    {"FullOnce", Status::NotEnoughDisk, false, growing},   {"FullForAWhile", Status::NotEnoughDisk, true, growing},
+    {"ForbiddenOnce", Status::NoAccess, false, forbidden}, {"ForbiddenForAWhile", Status::NoAccess, true, forbidden},
     {"LockedOnce", Status::Busy, false, {Call::Lock}},
 };
 
 // Makes the nth call that the fault is about fail; tells whether there was one.
 class Injection {
-public:
+ public:
   Injection(SimulatedDisk& disk, const Fault& fault, int nth) : disk_(disk) {
     disk.onCall = [this, &fault, nth](Call call, bool) -> std::optional<Status> {
       if (std::ranges::find(fault.calls, call) == fault.calls.end()) return std::nullopt;
@@ -84,7 +84,7 @@ public:
   ~Injection() { disk_.onCall = nullptr; }
   bool reached() const noexcept { return reached_; }
 
-private:
+ private:
   SimulatedDisk& disk_;
   int count_ = 0;
   bool reached_ = false;
@@ -164,7 +164,7 @@ INSTANTIATE_TEST_SUITE_P(Each, OpeningFaultsTest, testing::ValuesIn(faults),
 
 // On the machine's own disk: the simulated one would fail for want of memory itself.
 class NoMemoryTest : public EngineTest {
-protected:
+ protected:
   // Runs the action with its nth allocation failing, for each n (or each `step`th); returns how many there were.
   int failEachAllocation(int step, Status (*run)(Database&), const std::function<void(bool)>& afterEach) {
     for (int nth = 1;; nth += step) {
@@ -187,10 +187,12 @@ protected:
 TEST_F(NoMemoryTest, PostingLeavesNothingOrAllOfIt) {
   std::uint64_t count = 0;
   static const Sample sample{u"s", {smallSize, contentBlockSize * 2}};
-  const int allocations = failEachAllocation(1, [](Database& into) { return post(into, sample); }, [&](bool succeeded) {
-    count += succeeded;
-    ASSERT_EQ(folderNow(top).messageCount, count);
-  });
+  const int allocations = failEachAllocation(
+      1, [](Database& into) { return post(into, sample); },
+      [&](bool succeeded) {
+        count += succeeded;
+        ASSERT_EQ(folderNow(top).messageCount, count);
+      });
   std::printf("%d allocations\n", allocations);
   EXPECT_EQ(post(*database, sample), Status::Ok);
   EXPECT_EQ(subjectsIn(top).size(), count + 1);
@@ -221,11 +223,12 @@ TEST_F(NoMemoryTest, WhatFailedIsRepeatedAndTheContentIsRight) {
     draft.contents = {{attachDataTag, writer}};
     MessageInfo saved;
     failed = withFailingAllocation(++nth, [&] {
-      onceMore([&] { return writer->write(0, bytes); });
-      onceMore([&] { return saveMessage(*database, draft, saved); });
-    }).failed;
+               onceMore([&] { return writer->write(0, bytes); });
+               onceMore([&] { return saveMessage(*database, draft, saved); });
+             }).failed;
     Bytes found;
-    ASSERT_EQ(readAll(saved.id, std::nullopt, attachDataTag, found), Status::Ok) << nth << ": " << database->lastError();
+    ASSERT_EQ(readAll(saved.id, std::nullopt, attachDataTag, found), Status::Ok)
+        << nth << ": " << database->lastError();
     ASSERT_TRUE(found == bytes) << nth;
   }
   std::printf("%d allocations\n", nth);

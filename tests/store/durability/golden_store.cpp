@@ -50,7 +50,7 @@ void putRuns(Bytes& out, const Bytes& file) {
 }
 
 class Unpacker {
-public:
+ public:
   explicit Unpacker(std::span<const std::byte> bytes) : bytes_(bytes) {}
   bool atEnd() const { return bytes_.empty(); }
 
@@ -80,7 +80,7 @@ public:
     return file;
   }
 
-private:
+ private:
   std::span<const std::byte> take(std::uint64_t count) {
     if (count > bytes_.size()) throw std::runtime_error("the packed store is cut off");
     const auto taken = bytes_.first(static_cast<std::size_t>(count));
@@ -124,7 +124,7 @@ std::string shown(const PropertyValue& value) {
 }
 
 class Lister {
-public:
+ public:
   explicit Lister(Database& database) : database_(database) {}
 
   std::string list() {
@@ -137,13 +137,14 @@ public:
     return std::move(text_);
   }
 
-private:
+ private:
   void profile(const Profile& profile) {
     line(0, "profile", toUtf8(profile.name) + ", " + toUtf8(profile.userName));
     if (!profile.server) return;
-    line(1, "server", toUtf8(profile.server->url) + ", " + toUtf8(profile.server->user) + ", " +
-                          toUtf8(profile.server->publicAccount) + ", " + toUtf8(profile.server->tlsCaFile) + ", " +
-                          hex(checksum(profile.server->sealedSecret)));
+    line(1, "server",
+         toUtf8(profile.server->url) + ", " + toUtf8(profile.server->user) + ", " +
+             toUtf8(profile.server->publicAccount) + ", " + toUtf8(profile.server->tlsCaFile) + ", " +
+             hex(checksum(profile.server->sealedSecret)));
   }
 
   void folder(const Id& id, std::size_t depth) {
@@ -169,8 +170,9 @@ private:
   }
 
   void message(const MessageInfo& info, std::size_t depth) {
-    line(depth, "message", hex(info.id) + ", " + std::to_string(info.size) + " bytes, created " +
-                               std::to_string(info.created.ticks) + (info.isRead ? ", read" : ", not read"));
+    line(depth, "message",
+         hex(info.id) + ", " + std::to_string(info.size) + " bytes, created " + std::to_string(info.created.ticks) +
+             (info.isRead ? ", read" : ", not read"));
     std::vector<Property> values;
     check(readMessageProperties(database_, info.id, {}, values), "properties");
     properties(info.id, std::nullopt, values, depth + 1);

@@ -62,8 +62,10 @@ TEST(OtherDatabasesTest, StoreOfANewerProgramIsRefusedUntouchedAndSaysWhatToDo) 
   std::unique_ptr<Database> opened;
   std::string error;
   EXPECT_EQ(openOnDisk(storePath, disk, true, opened, error), Status::NewerVersion);
-  EXPECT_EQ(error, "The store was written by a newer version of this program: it has version 99, this program knows "
-                   "versions up to " + std::to_string(everyVersion().back()) + ". Install the newer version.");
+  EXPECT_EQ(error,
+            "The store was written by a newer version of this program: it has version 99, this program knows "
+            "versions up to " +
+                std::to_string(everyVersion().back()) + ". Install the newer version.");
   EXPECT_TRUE(disk.now().files.at(storePath) == before.files.at(storePath));
 }
 

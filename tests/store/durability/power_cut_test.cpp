@@ -14,7 +14,7 @@ namespace {
 
 // What one run did so far: samples whose save returned must be found, one whose save was cut may be.
 class Course {
-public:
+ public:
   explicit Course(std::vector<Expected> expected) : expected_(std::move(expected)) {}
 
   void post(Database& database, const Sample& sample) {
@@ -30,7 +30,7 @@ public:
 
   const std::vector<Expected>& expected() const { return expected_; }
 
-private:
+ private:
   std::vector<Expected> expected_;
 };
 

@@ -9,8 +9,8 @@
 #include "connection.h"
 #include "engine_fixture.h"
 #include "maintenance.h"
-#include "reclaim.h"
 #include "posting_child.h"
+#include "reclaim.h"
 #include "sample_store.h"
 
 namespace fendrel::store {
@@ -23,7 +23,7 @@ struct CloseHandleOwner {
 using Handle = std::unique_ptr<HANDLE, CloseHandleOwner>;
 
 class Child {
-public:
+ public:
   Child(const std::wstring& action, const std::wstring& store, const std::wstring& name, int number) {
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
     HANDLE reading = nullptr, writing = nullptr;
@@ -38,8 +38,8 @@ public:
     std::wstring command = L"\"" + buildFile(L"tests/posting_child.exe") + L"\" " + action + L" \"" + store + L"\" \"" +
                            name + L"\" " + std::to_wstring(number);
     PROCESS_INFORMATION started{};
-    EXPECT_TRUE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                               &started));
+    EXPECT_TRUE(
+        CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &started));
     process_.reset(started.hProcess);
     CloseHandle(started.hThread);
   }
@@ -58,12 +58,12 @@ public:
     WaitForSingleObject(process_.get(), INFINITE);
   }
 
-private:
+ private:
   Handle process_, output_;
 };
 
 class RealProcessesTest : public EngineTest {
-protected:
+ protected:
   std::size_t contentRows() {
     Query query(database->connection().statement("SELECT count(*) FROM content WHERE file IS NOT NULL"));
     return query.step() ? static_cast<std::size_t>(query->integer(0)) : 0;
@@ -164,7 +164,7 @@ TEST_F(RealProcessesTest, FourPostAtOnceWhileAnotherStreamsAndNothingIsLostOrDou
 }
 
 class KilledCopy : public RealProcessesTest, public testing::WithParamInterface<const wchar_t*> {
-protected:
+ protected:
   static constexpr int messages = 10;
 
   static void expectWhole(const std::wstring& store) {
@@ -200,8 +200,9 @@ TEST_P(KilledCopy, IsAWholeStoreOrNoneAndTheOldOneStaysAsItIs) {
               finished);
 }
 
-INSTANTIATE_TEST_SUITE_P(By, KilledCopy, testing::Values(L"backup", L"salvage"),
-                         [](const auto& row) { return row.param == std::wstring_view(L"backup") ? "Backup" : "Salvage"; });
+INSTANTIATE_TEST_SUITE_P(By, KilledCopy, testing::Values(L"backup", L"salvage"), [](const auto& row) {
+  return row.param == std::wstring_view(L"backup") ? "Backup" : "Salvage";
+});
 
 }  // namespace
 }  // namespace fendrel::store

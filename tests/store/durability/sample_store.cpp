@@ -46,9 +46,9 @@ DiskImage storeOfVersion1() {
   const std::string path(storePath.begin(), storePath.end());
   EXPECT_EQ(sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, disk.sqliteLayer()),
             SQLITE_OK);
-  const std::string sql = "PRAGMA page_size = 16384; PRAGMA journal_mode = WAL; BEGIN;" +
-                          std::string(schemaMigrations()[0].sql) + "PRAGMA application_id = " +
-                          std::to_string(applicationId) + "; PRAGMA user_version = 1; COMMIT;";
+  const std::string sql =
+      "PRAGMA page_size = 16384; PRAGMA journal_mode = WAL; BEGIN;" + std::string(schemaMigrations()[0].sql) +
+      "PRAGMA application_id = " + std::to_string(applicationId) + "; PRAGMA user_version = 1; COMMIT;";
   EXPECT_EQ(sqlite3_exec(raw, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(raw);
   sqlite3_close(raw);
   return disk.now();
@@ -59,14 +59,15 @@ DiskImage oldStore() {
   {
     const auto database = openOn(disk);
     for (const Expected& sample : oldSamples()) EXPECT_EQ(post(*database, sample.sample), Status::Ok);
-    database->connection().execute("ALTER TABLE profile DROP COLUMN server_url; ALTER TABLE profile DROP COLUMN server_user;"
-                                   "ALTER TABLE profile DROP COLUMN server_secret;"
-                                   "ALTER TABLE profile DROP COLUMN server_public_account;"
-                                   "ALTER TABLE profile DROP COLUMN server_tls_ca_file;"
-                                   "DROP TABLE named_property; ALTER TABLE message DROP COLUMN status;"
-                                   "DROP TRIGGER message_changed; DROP TRIGGER content_deleted;"
-                                   "DROP TABLE dropped_file; ALTER TABLE message DROP COLUMN checksum;"
-                                   "PRAGMA user_version = 1");
+    database->connection().execute(
+        "ALTER TABLE profile DROP COLUMN server_url; ALTER TABLE profile DROP COLUMN server_user;"
+        "ALTER TABLE profile DROP COLUMN server_secret;"
+        "ALTER TABLE profile DROP COLUMN server_public_account;"
+        "ALTER TABLE profile DROP COLUMN server_tls_ca_file;"
+        "DROP TABLE named_property; ALTER TABLE message DROP COLUMN status;"
+        "DROP TRIGGER message_changed; DROP TRIGGER content_deleted;"
+        "DROP TABLE dropped_file; ALTER TABLE message DROP COLUMN checksum;"
+        "PRAGMA user_version = 1");
   }
   return disk.now();
 }

@@ -20,7 +20,7 @@ std::vector<Expected> oldSamples();
 DiskImage emptyDisk();
 DiskImage storeWithSamples();
 DiskImage storeOfVersion1();  // without messages
-DiskImage oldStore();  // the messages in a store of version 1
+DiskImage oldStore();         // the messages in a store of version 1
 
 // Fails the test where the power is on and the answer is not Ok.
 std::unique_ptr<Database> openOn(SimulatedDisk& disk);

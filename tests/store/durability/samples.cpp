@@ -28,7 +28,7 @@ Status findTop(Database& database, Id& top) {
 }
 
 class Comparison {
-public:
+ public:
   Comparison(Database& database, int* refused) : database_(database), refused_(refused) {}
 
   // The answer to one reading: true if it may be compared.
@@ -83,7 +83,7 @@ public:
 
   std::vector<std::string> wrong_;
 
-private:
+ private:
   Database& database_;
   int* refused_;
 };
@@ -115,8 +115,8 @@ Status removeSamples(Database& database, const std::u16string& subject) {
   Id top;
   if (const Status status = findTop(database, top); status != Status::Ok) return status;
   std::vector<Id> found;
-  const Status read = readMessageRows(database, top, MessageKind::Ordinary,
-                                      std::vector<PropertyTag>{subjectTag}, [&](MessageRow&& row) {
+  const Status read = readMessageRows(database, top, MessageKind::Ordinary, std::vector<PropertyTag>{subjectTag},
+                                      [&](MessageRow&& row) {
                                         const auto* text = std::get_if<std::u16string>(&row.values[0].value);
                                         if (text && *text == subject) found.push_back(row.message.id);
                                         return true;

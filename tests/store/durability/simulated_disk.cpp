@@ -52,7 +52,7 @@ bool isLostWithFolder(const Names& names, const std::wstring& path) {
 }
 
 class OpenFile final : public DiskFile {
-public:
+ public:
   OpenFile(SimulatedDisk& disk, SimulatedDisk::NodePointer node, std::wstring path, bool holds)
       : disk_(disk), node_(std::move(node)), path_(std::move(path)), holds_(holds) {
     if (holds_) node_->isHeld = true;
@@ -79,7 +79,7 @@ public:
     path_ = path;
   }
 
-private:
+ private:
   SimulatedDisk& disk_;
   SimulatedDisk::NodePointer node_;
   std::wstring path_;

@@ -26,7 +26,7 @@ struct DiskImage {
 enum class Unflushed { Lost, Kept, Some };
 
 class SimulatedDisk final : public Disk {
-public:
+ public:
   // Read, Look and Lock change nothing and are not places for a cut.
   enum class Call { Write, Resize, Flush, FlushFolder, Create, Rename, Remove, CreateFolder, Open, Read, Look, Lock };
 
@@ -94,7 +94,7 @@ public:
   // Counts a call; throws the EngineError of one that is to fail.
   void reach(Call call, bool isSqlite);
 
-private:
+ private:
   // One name that appears or disappears; a folder's name has no node.
   struct NameChange {
     std::wstring path;

@@ -12,7 +12,7 @@ namespace fendrel::store {
 namespace {
 
 class ContentTest : public EngineTest {
-protected:
+ protected:
   // Saves the bytes as an attachment and returns the message.
   Id saveBytes(const Bytes& bytes) { return save(draftWithAttachment(top, bytes)).id; }
 
@@ -55,15 +55,13 @@ TEST_P(ContentSizeTest, ComesBackUnchangedFromWhereItBelongs) {
   EXPECT_TRUE(found == bytes);
 }
 
-INSTANTIATE_TEST_SUITE_P(Sizes, ContentSizeTest,
-                         testing::Values(SizeCase{"Empty", 0, 0}, SizeCase{"OneByte", 1, 0},
-                                         SizeCase{"BlockLessOne", contentBlockSize - 1, 0},
-                                         SizeCase{"Block", contentBlockSize, 0},
-                                         SizeCase{"BlockAndOne", contentBlockSize + 1, 1},
-                                         SizeCase{"TwoBlocks", contentBlockSize * 2, 1},
-                                         SizeCase{"TwoBlocksAndOne", contentBlockSize * 2 + 1, 1},
-                                         SizeCase{"Megabytes", 5'000'003, 1}),
-                         [](const auto& test) { return test.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    Sizes, ContentSizeTest,
+    testing::Values(SizeCase{"Empty", 0, 0}, SizeCase{"OneByte", 1, 0},
+                    SizeCase{"BlockLessOne", contentBlockSize - 1, 0}, SizeCase{"Block", contentBlockSize, 0},
+                    SizeCase{"BlockAndOne", contentBlockSize + 1, 1}, SizeCase{"TwoBlocks", contentBlockSize * 2, 1},
+                    SizeCase{"TwoBlocksAndOne", contentBlockSize * 2 + 1, 1}, SizeCase{"Megabytes", 5'000'003, 1}),
+    [](const auto& test) { return test.param.name; });
 
 TEST_F(ContentTest, SmallWritesOneAfterAnotherAddUp) {
   const Bytes bytes = pattern(1'000'000);
@@ -108,8 +106,7 @@ TEST_F(ContentTest, BehavesLikeAVectorOfBytes) {
           Bytes found(random(extent));
           std::size_t count = 99;
           ASSERT_EQ(writer->read(position, found, count), Status::Ok);
-          const std::size_t expected =
-              position >= model.size() ? 0 : std::min(found.size(), model.size() - position);
+          const std::size_t expected = position >= model.size() ? 0 : std::min(found.size(), model.size() - position);
           ASSERT_EQ(count, expected);
           ASSERT_TRUE(std::equal(found.begin(), found.begin() + static_cast<std::ptrdiff_t>(count),
                                  model.begin() + static_cast<std::ptrdiff_t>(std::min(position, model.size()))));

@@ -161,7 +161,7 @@ TEST_F(DatabaseTest, NewStoreIsItsOwnersAlone) {
 }
 
 class RemoteDiskTest : public EngineTest {
-protected:
+ protected:
   ~RemoteDiskTest() override { SetEnvironmentVariableW(L"FENDREL_ALLOW_NETWORK_STORE", nullptr); }
 
   static Status open(const std::wstring& path, std::string& error) {
@@ -171,7 +171,8 @@ protected:
 };
 
 TEST_F(RemoteDiskTest, StoreOnANetworkDriveIsRefusedWithWordsUnlessItIsAllowed) {
-  for (const wchar_t* path : {L"\\\\nowhere.invalid\\share\\store.db", L"\\\\?\\UNC\\nowhere.invalid\\share\\store.db"}) {
+  for (const wchar_t* path :
+       {L"\\\\nowhere.invalid\\share\\store.db", L"\\\\?\\UNC\\nowhere.invalid\\share\\store.db"}) {
     std::string error;
     EXPECT_EQ(open(path, error), Status::OnNetwork) << error;
     EXPECT_NE(error.find("network drive"), std::string::npos) << error;
@@ -206,11 +207,13 @@ TEST_F(DatabaseTest, StatementsAreNotPreparedAnewForOtherValues) {
     EXPECT_EQ(findMessage(*database, saved.id, found), Status::Ok);
     folderNow(folder);
     propertiesOf(saved.id);
-    EXPECT_EQ(readMessageRows(*database, folder, MessageKind::Ordinary, {}, [](MessageRow) { return true; }), Status::Ok);
+    EXPECT_EQ(readMessageRows(*database, folder, MessageKind::Ordinary, {}, [](MessageRow) { return true; }),
+              Status::Ok);
   };
   sqlite3* sqlite = database->connection().handle();
   const auto forEach = [&](auto&& look) {
-    for (sqlite3_stmt* each = sqlite3_next_stmt(sqlite, nullptr); each; each = sqlite3_next_stmt(sqlite, each)) look(each);
+    for (sqlite3_stmt* each = sqlite3_next_stmt(sqlite, nullptr); each; each = sqlite3_next_stmt(sqlite, each))
+      look(each);
   };
   useAll();
   forEach([](sqlite3_stmt* each) { sqlite3_stmt_status(each, SQLITE_STMTSTATUS_REPREPARE, true); });

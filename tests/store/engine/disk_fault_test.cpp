@@ -12,7 +12,7 @@ namespace {
 
 // The machine's disk, whose n-th call of a kind fails.
 class FaultyDisk final : public Disk {
-public:
+ public:
   enum Call { None, Create, Write, Flush, Rename, FlushFolder };
 
   void failNext(Call call, Status status, int after = 0) {
@@ -49,9 +49,9 @@ public:
   std::vector<Call> calls;
   std::function<void(Call)> onCall;
 
-private:
+ private:
   class File final : public DiskFile {
-  public:
+   public:
     File(FaultyDisk& disk, std::unique_ptr<DiskFile> file) : disk_(disk), file_(std::move(file)) {}
     void write(std::uint64_t position, std::span<const std::byte> bytes) override {
       disk_.reach(Write);
@@ -69,7 +69,7 @@ private:
       file_->rename(path);
     }
 
-  private:
+   private:
     FaultyDisk& disk_;
     std::unique_ptr<DiskFile> file_;
   };
@@ -80,7 +80,7 @@ private:
 };
 
 class DiskFaultTest : public EngineTest {
-protected:
+ protected:
   DiskFaultTest() {
     database.reset();
     std::string error;

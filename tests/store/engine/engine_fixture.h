@@ -43,7 +43,7 @@ constexpr PropertyTag attachNameTag = 0x3707001F;
 constexpr PropertyTag commentTag = 0x3004001F;
 
 class EngineTest : public testing::Test {
-protected:
+ protected:
   EngineTest() { reopen(); }
 
   void reopen() {

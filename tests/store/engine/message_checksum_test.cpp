@@ -8,7 +8,7 @@ namespace fendrel::store {
 namespace {
 
 class MessageChecksumTest : public EngineTest {
-protected:
+ protected:
   Status statusOfOpening(const MessageInfo& message) {
     MessageInfo found;
     return findMessage(*database, message.id, found);

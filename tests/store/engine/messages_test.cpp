@@ -4,7 +4,7 @@ namespace fendrel::store {
 namespace {
 
 class MessagesTest : public EngineTest {
-protected:
+ protected:
   MessagesTest() : folder(makeFolder(u"Reports")) {}
   Id folder;
 };

@@ -7,7 +7,7 @@ namespace fendrel::store {
 namespace {
 
 class MigrationsTest : public testing::Test {
-protected:
+ protected:
   std::unique_ptr<Connection> connect() {
     windowsDisk().createPrivateFile(temp.file(L"m.db"));
     return std::make_unique<Connection>(temp.file(L"m.db"), windowsDisk());

@@ -8,7 +8,7 @@ namespace fendrel::store {
 namespace {
 
 class NewStoreTest : public EngineTest {
-protected:
+ protected:
   static std::string read(const std::wstring& file) {
     std::ifstream stream(std::filesystem::path(file), std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};

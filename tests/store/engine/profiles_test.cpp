@@ -4,7 +4,7 @@ namespace fendrel::store {
 namespace {
 
 class ProfilesTest : public EngineTest {
-protected:
+ protected:
   Profile add(const std::u16string& profileName, const std::u16string& user) {
     Profile profile;
     profile.name = profileName;

@@ -16,7 +16,7 @@ namespace {
 constexpr std::chrono::minutes young{5}, old{90};
 
 class ReclaimTest : public EngineTest {
-protected:
+ protected:
   std::wstring spool(const std::wstring& file) const { return contentFolder() + L"\\tmp\\" + file; }
 
   static void age(const std::wstring& file, std::chrono::minutes by) {
@@ -59,9 +59,9 @@ TEST_F(ReclaimTest, ContentThatIsBeingWrittenStaysHoweverOld) {
   reopen();
   ASSERT_EQ(spoolFiles().size(), 1u);
   put(spool(L"dead.tmp"), old);
-  const HANDLE handle = CreateFileW(spool(spoolFiles()[0]).c_str(), FILE_WRITE_ATTRIBUTES,
-                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, 0,
-                                    nullptr);
+  const HANDLE handle =
+      CreateFileW(spool(spoolFiles()[0]).c_str(), FILE_WRITE_ATTRIBUTES,
+                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, 0, nullptr);
   const FILETIME longAgo{};
   SetFileTime(handle, nullptr, nullptr, &longAgo);
   CloseHandle(handle);

@@ -8,7 +8,7 @@ namespace fendrel::store {
 namespace {
 
 class RowsTest : public EngineTest {
-protected:
+ protected:
   std::vector<MessageRow> rowsOf(const Id& folder, std::vector<PropertyTag> columns,
                                  MessageKind kind = MessageKind::Ordinary) {
     std::vector<MessageRow> rows;
@@ -41,8 +41,8 @@ TEST_F(RowsTest, ColumnsComeInTheOrderAskedFor) {
 
 TEST_F(RowsTest, SameColumnTwiceOtherTypeAndAnyType) {
   save(draftWith(top, u"s"));
-  const auto rows = rowsOf(top, {subjectTag, subjectTag, makeTag(0x0037, PropertyType::binary),
-                                 makeTag(0x0037, PropertyType::unspecified)});
+  const auto rows = rowsOf(
+      top, {subjectTag, subjectTag, makeTag(0x0037, PropertyType::binary), makeTag(0x0037, PropertyType::unspecified)});
   ASSERT_EQ(rows.size(), 1u);
   EXPECT_EQ(rows[0].values[0].value, PropertyValue(u"s"));
   EXPECT_EQ(rows[0].values[1].value, PropertyValue(u"s"));
@@ -193,10 +193,13 @@ void fill(Database& database, const Id& folder, int first, int count) {
   const std::string id = std::to_string(folderId->integer(0));
   folderId->reset();
   connection.execute("BEGIN; WITH RECURSIVE n (i) AS (SELECT " + from + " UNION ALL SELECT i + 1 FROM n WHERE i < " +
-                     to + ") INSERT INTO message (id, guid, folder, associated, is_read, size, attachment_count, "
-                     "created, modified, search_key, revision) SELECT i, randomblob(16), " + id +
+                     to +
+                     ") INSERT INTO message (id, guid, folder, associated, is_read, size, attachment_count, "
+                     "created, modified, search_key, revision) SELECT i, randomblob(16), " +
+                     id +
                      ", 0, 0, 10, 0, 1, 1, randomblob(16), 1 FROM n;"
-                     "WITH RECURSIVE n (i) AS (SELECT " + from + " UNION ALL SELECT i + 1 FROM n WHERE i < " + to +
+                     "WITH RECURSIVE n (i) AS (SELECT " +
+                     from + " UNION ALL SELECT i + 1 FROM n WHERE i < " + to +
                      "), p (id) AS (VALUES (55), (26), (3591), (4096), (3613), (100)) "
                      "INSERT INTO message_property (message, part, id, type, size, value) "
                      "SELECT i, 0, id, 31, 40, 'property ' || id || ' of ' || i FROM n, p; COMMIT");
@@ -215,9 +218,9 @@ TEST_F(RowsTest, TimeIsLinearInTheRows) {
       const auto start = Clock::now();
       std::size_t rows = 0;
       const PropertyTag columns[] = {subjectTag, classTag, bodyTag};
-      EXPECT_EQ(readMessageRows(*database, folder, MessageKind::Ordinary, columns,
-                                [&](MessageRow&&) { return ++rows > 0; }),
-                Status::Ok);
+      EXPECT_EQ(
+          readMessageRows(*database, folder, MessageKind::Ordinary, columns, [&](MessageRow&&) { return ++rows > 0; }),
+          Status::Ok);
       EXPECT_EQ(rows, expected);
       best = std::min(best, Clock::now() - start);
     }

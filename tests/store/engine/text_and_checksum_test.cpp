@@ -65,7 +65,7 @@ INSTANTIATE_TEST_SUITE_P(Bytes, BadUtf8,
                          testing::Values(BadBytes{"LoneContinuation", "\x80"}, BadBytes{"CutOff", "\xE6\x9C"},
                                          BadBytes{"Overlong", "\xC0\x80"}, BadBytes{"OverlongThree", "\xE0\x80\x80"},
                                          BadBytes{"TooHigh", "\xF4\x90\x80\x80"}, BadBytes{"FF", "\xFF"},
-                                         BadBytes{"WrongSecond", "\xC3(" }),
+                                         BadBytes{"WrongSecond", "\xC3("}),
                          [](const auto& test) { return test.param.name; });
 
 }  // namespace

@@ -10,7 +10,7 @@ namespace {
 using testing::IsEmpty;
 
 class BackupTest : public MaintenanceTest {
-protected:
+ protected:
   std::wstring copy() const { return temp.file(L"copy.db"); }
 
   Trouble troubleOfBackup(const Watch& watch = {}) const {
@@ -113,10 +113,12 @@ TEST_F(BackupTest, ChangesBetweenThePassesAreFollowed) {
   fill();
   const auto other = openAnother();
   std::vector<Id> ids;
-  EXPECT_EQ(readMessageRows(*database, reports, MessageKind::Ordinary, {}, [&](MessageRow&& row) {
-    ids.push_back(row.message.id);
-    return true;
-  }), Status::Ok);
+  EXPECT_EQ(readMessageRows(*database, reports, MessageKind::Ordinary, {},
+                            [&](MessageRow&& row) {
+                              ids.push_back(row.message.id);
+                              return true;
+                            }),
+            Status::Ok);
   bool isDone = false;
   const Watch meddle = [&](std::uint64_t, std::uint64_t) {
     if (isDone) return true;

@@ -63,8 +63,7 @@ TEST_F(CheckTest, FlippedBitOfAContentFileIsNamed) {
 TEST_F(CheckTest, ChangedContentInTheDatabaseIsNamed) {
   fill();
   spoil("UPDATE content SET data = zeroblob(size) WHERE data IS NOT NULL");
-  EXPECT_THAT(checked().damage,
-              testing::ElementsAre(IsFinding("middle", "middle.pdf", "does not match its checksum")));
+  EXPECT_THAT(checked().damage, testing::ElementsAre(IsFinding("middle", "middle.pdf", "does not match its checksum")));
 }
 
 TEST_F(CheckTest, MissingContentRowIsNamed) {

@@ -9,13 +9,15 @@ namespace {
 using testing::IsEmpty;
 
 class CompactTest : public MaintenanceTest {
-protected:
+ protected:
   std::vector<Id> messagesIn(const Id& folder) {
     std::vector<Id> ids;
-    EXPECT_EQ(readMessageRows(*database, folder, MessageKind::Ordinary, {}, [&](MessageRow&& row) {
-      ids.push_back(row.message.id);
-      return true;
-    }), Status::Ok);
+    EXPECT_EQ(readMessageRows(*database, folder, MessageKind::Ordinary, {},
+                              [&](MessageRow&& row) {
+                                ids.push_back(row.message.id);
+                                return true;
+                              }),
+              Status::Ok);
     return ids;
   }
 };

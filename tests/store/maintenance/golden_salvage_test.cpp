@@ -14,7 +14,7 @@ namespace {
 using testing::IsEmpty;
 
 class GoldenSalvageTest : public testing::TestWithParam<int> {
-protected:
+ protected:
   static std::string contentsOf(const std::wstring& name) {
     std::ifstream file(std::filesystem::path(buildFile(L"tests/stores/" + name)), std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};

@@ -18,7 +18,7 @@ inline std::ostream& operator<<(std::ostream& out, const Finding& finding) {
 inline std::ostream& operator<<(std::ostream& out, Trouble trouble) { return out << static_cast<int>(trouble); }
 
 class MaintenanceTest : public EngineTest {
-protected:
+ protected:
   // A folder "Reports" with one message of each kind: small, with a content in the database, with a content file.
   void fill() {
     reports = makeFolder(u"Reports");

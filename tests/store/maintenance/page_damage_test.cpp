@@ -14,7 +14,7 @@ namespace {
 using testing::IsEmpty;
 
 class PageDamageTest : public MaintenanceTest {
-protected:
+ protected:
   std::wstring rescued() const { return temp.file(L"rescued.db"); }
 
   // Enough for trees of several levels: rows of a few bytes and of many, and long ones that go on in other pages.
@@ -70,8 +70,8 @@ protected:
   }
 
   void learnSubjects() {
-    Query subjects(database->connection().statement(
-        "SELECT message, value FROM message_property WHERE part = 0 AND id = 55"));
+    Query subjects(
+        database->connection().statement("SELECT message, value FROM message_property WHERE part = 0 AND id = 55"));
     while (subjects.step()) numberOf[std::string(subjects->text(1))] = subjects->integer(0);
   }
 
@@ -101,7 +101,8 @@ protected:
     SCOPED_TRACE(where);
     write(path(), bytes);
     const auto holds = [&](const char* what) {
-      return std::ranges::any_of(pages, [&](std::uint32_t page) { return map.nameOf(page).find(what) != std::string::npos; });
+      return std::ranges::any_of(pages,
+                                 [&](std::uint32_t page) { return map.nameOf(page).find(what) != std::string::npos; });
     };
     expectAllBut(touched, holds("folder"));
   }
@@ -112,8 +113,10 @@ protected:
   // A page that is lost as a whole, or one with another bit.
   void damagePage(std::vector<std::byte>& bytes, std::uint32_t page, std::size_t at) const {
     const std::size_t first = (page - 1) * std::size_t{8192};
-    if (isZeroed) std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(first), 8192, std::byte{0});
-    else bytes[first + at] ^= std::byte{64};
+    if (isZeroed)
+      std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(first), 8192, std::byte{0});
+    else
+      bytes[first + at] ^= std::byte{64};
   }
 
   static void eraseFolderAndReadState(std::string& words) {
@@ -253,7 +256,7 @@ TEST_F(PageDamageTest, DeletedMessagesStayDeleted) {
 }
 
 class LogDamageTest : public PageDamageTest {
-protected:
+ protected:
   void learnAndCrash() {
     described = describeMessages(database->connection());
     for (const auto& [number, words] : described) numberOf["message number " + std::to_string(number)] = number;

@@ -8,7 +8,7 @@ namespace {
 constexpr std::size_t mappedPageSize = 8192;
 
 class Mapper {
-public:
+ public:
   Mapper(const std::vector<std::byte>& file) : file_(file), usable_(mappedPageSize - byte(20)) {
     map_.pages = static_cast<std::uint32_t>(number(28, 4));
     map_.names[1] = "first page";
@@ -41,7 +41,7 @@ public:
 
   PageMap take() { return std::move(map_); }
 
-private:
+ private:
   static std::size_t startOf(std::uint32_t page) { return static_cast<std::size_t>(page - 1) * mappedPageSize; }
   std::uint64_t byte(std::size_t at) const { return std::to_integer<std::uint64_t>(file_.at(at)); }
 
@@ -118,7 +118,8 @@ std::map<std::int64_t, std::string> describe(sqlite3* database) {
   };
   add("SELECT id, 'folder ' || folder FROM message");
   add("SELECT id, 'message ' || hex(guid) || '|' || associated || '|' || is_read || '|' || size || "
-      "'|' || attachment_count || '|' || created || '|' || modified || '|' || hex(search_key) || '|' || revision || '|' || "
+      "'|' || attachment_count || '|' || created || '|' || modified || '|' || hex(search_key) || '|' || revision || "
+      "'|' || "
       "ifnull(checksum, 'none') "
       "FROM message ORDER BY id");
   add("SELECT message, 'attachment ' || number || '|' || size FROM attachment ORDER BY message, number");

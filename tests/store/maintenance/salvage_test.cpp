@@ -13,7 +13,7 @@ using testing::Contains;
 using testing::IsEmpty;
 
 class SalvageTest : public MaintenanceTest {
-protected:
+ protected:
   std::wstring rescued() const { return temp.file(L"rescued.db"); }
 
   void removeRescued() const {

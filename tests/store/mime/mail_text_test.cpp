@@ -5,7 +5,6 @@
 
 #include <algorithm>
 
-
 namespace fendrel::mime {
 namespace {
 
@@ -48,8 +47,8 @@ std::string decodedBase64(std::string_view text) {
 }
 
 bool isWellFormed(const std::string& utf8) {
-  return utf8.empty() || MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, utf8.data(), static_cast<int>(utf8.size()),
-                                             nullptr, 0) > 0;
+  return utf8.empty() ||
+         MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, utf8.data(), static_cast<int>(utf8.size()), nullptr, 0) > 0;
 }
 
 // The text of encoded words, each decoded by itself and well-formed by itself.
@@ -129,9 +128,7 @@ TEST(QuotedPrintable, EncodesBlanksAtTheEndOfALine) {
   EXPECT_EQ(quotedPrintable("a b\tc"), "a b\tc");
 }
 
-TEST(QuotedPrintable, EncodesWhatIsNotPlain) {
-  EXPECT_EQ(quotedPrintable("1=2 \xC3\xBC\x01"), "1=3D2 =C3=BC=01");
-}
+TEST(QuotedPrintable, EncodesWhatIsNotPlain) { EXPECT_EQ(quotedPrintable("1=2 \xC3\xBC\x01"), "1=3D2 =C3=BC=01"); }
 
 TEST(QuotedPrintable, LongLinesComeBackHoweverTheyAreCut) {
   for (const std::string piece : {"x", "x ", " ", "\xE3\x83\xAA", "="})
@@ -160,12 +157,13 @@ TEST(Header, LineEndsInTheTextBeginNoOtherHeader) {
 }
 
 TEST(Header, ZeroAndOtherControlsBecomeBlanks) {
-  EXPECT_EQ(unstructuredHeader("Subject", std::string_view("a\0b\x7F" "c", 5)), "Subject: a b c\r\n");
+  EXPECT_EQ(unstructuredHeader("Subject", std::string_view("a\0b\x7F"
+                                                           "c",
+                                                           5)),
+            "Subject: a b c\r\n");
 }
 
-TEST(Header, BlanksAtTheEndsComeBack) {
-  EXPECT_EQ(decodedWords(unstructuredHeader("Subject", " a ")), " a ");
-}
+TEST(Header, BlanksAtTheEndsComeBack) { EXPECT_EQ(decodedWords(unstructuredHeader("Subject", " a ")), " a "); }
 
 TEST(Header, WhatLooksLikeAnEncodedWordComesBack) {
   EXPECT_EQ(decodedWords(unstructuredHeader("Subject", "=?utf-8?B?YQ==?=")), "=?utf-8?B?YQ==?=");
@@ -266,8 +264,8 @@ TEST(Parameter, FallbackIsInEncodedWords) {
 
 TEST(MediaType, OnlyPlainTypesAreTaken) {
   EXPECT_TRUE(isPlainMediaType("application/pdf"));
-  for (const char* type : {"", "pdf", "a/b/c", "a/", "/b", "text/plain; charset=x", "message/rfc822",
-                           "Multipart/mixed", "a/b\r\nX: y"})
+  for (const char* type :
+       {"", "pdf", "a/b/c", "a/", "/b", "text/plain; charset=x", "message/rfc822", "Multipart/mixed", "a/b\r\nX: y"})
     EXPECT_FALSE(isPlainMediaType(type)) << type;
 }
 

@@ -58,13 +58,11 @@ void World::compareFolders() {
   for (const auto& [top, one] : contents_.folders) {
     if (one.parent != top) continue;
     const ComPtr<IMAPIFolder> real = openFolder(top);
-    for (const client::Row& row :
-         client::queryAll(*client::hierarchy(*real.Get(), CONVENIENT_DEPTH).Get(),
-                          {PR_ENTRYID, PR_DISPLAY_NAME_W, PR_PARENT_ENTRYID, PR_CONTENT_COUNT, PR_CONTENT_UNREAD,
-                           PR_ASSOC_CONTENT_COUNT, PR_SUBFOLDERS})) {
-      const auto known = std::ranges::find_if(contents_.folders, [&](const auto& folder) {
-        return folder.second.entryId == row[0].bytes;
-      });
+    for (const client::Row& row : client::queryAll(*client::hierarchy(*real.Get(), CONVENIENT_DEPTH).Get(),
+                                                   {PR_ENTRYID, PR_DISPLAY_NAME_W, PR_PARENT_ENTRYID, PR_CONTENT_COUNT,
+                                                    PR_CONTENT_UNREAD, PR_ASSOC_CONTENT_COUNT, PR_SUBFOLDERS})) {
+      const auto known = std::ranges::find_if(
+          contents_.folders, [&](const auto& folder) { return folder.second.entryId == row[0].bytes; });
       ASSERT_TRUE(known != contents_.folders.end()) << "an unknown folder";
       const auto& [id, folder] = *known;
       EXPECT_EQ(row[1].text, folder.name);
@@ -97,9 +95,8 @@ void World::compareTable(int folder, bool associated) {
   const client::Rows rows = client::queryAll(*table.Get(), client::Tags(columns));
   EXPECT_EQ(rows.size(), contents_.messagesIn(folder, associated).size());
   for (const client::Row& row : rows) {
-    const auto known = std::ranges::find_if(contents_.messages, [&](const auto& message) {
-      return message.second.entryId == row[0].bytes;
-    });
+    const auto known = std::ranges::find_if(
+        contents_.messages, [&](const auto& message) { return message.second.entryId == row[0].bytes; });
     ASSERT_TRUE(known != contents_.messages.end()) << "a message that should not be";
     const Message& message = known->second;
     SCOPED_TRACE(testing::Message() << "message " << keyOf(message));

@@ -47,11 +47,13 @@ void World::checkDatabase() {
   if (std::filesystem::exists(folder))
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
       if (entry.is_regular_file()) files.insert(entry.path().filename().string());
-  const std::vector<std::string> named = ask(opened, "SELECT file FROM content WHERE file IS NOT NULL "
-                                                     "UNION ALL SELECT name FROM dropped_file");
+  const std::vector<std::string> named = ask(opened,
+                                             "SELECT file FROM content WHERE file IS NOT NULL "
+                                             "UNION ALL SELECT name FROM dropped_file");
   EXPECT_EQ(files, std::multiset<std::string>(named.begin(), named.end()));
-  EXPECT_EQ(ask(opened, "SELECT count(*) FROM content WHERE id NOT IN "
-                        "(SELECT content FROM message_property WHERE content IS NOT NULL)"),
+  EXPECT_EQ(ask(opened,
+                "SELECT count(*) FROM content WHERE id NOT IN "
+                "(SELECT content FROM message_property WHERE content IS NOT NULL)"),
             std::vector<std::string>{"0"});
 }
 

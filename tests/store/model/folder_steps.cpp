@@ -31,8 +31,8 @@ void World::createFolder() {
     EXPECT_EQ(id, contents_.folders.at(known).entryId);
     return;
   }
-  contents_.folders[nextFolder_++] = {.store = contents_.folders.at(parent).store, .parent = parent, .name = name,
-                                      .properties = {}, .entryId = id};
+  contents_.folders[nextFolder_++] = {
+      .store = contents_.folders.at(parent).store, .parent = parent, .name = name, .properties = {}, .entryId = id};
 }
 
 void World::renameFolder() {
@@ -55,8 +55,10 @@ void World::changeFolder() {
   Folder& one = contents_.folders.at(folder);
   const ComPtr<IMAPIFolder> real = openFolder(folder);
   const ULONG id = random_.propertyId();
-  if (random_.oneIn(4)) removeSome(*real.Get(), one.properties, id);
-  else setSome(*real.Get(), one.properties, id);
+  if (random_.oneIn(4))
+    removeSome(*real.Get(), one.properties, id);
+  else
+    setSome(*real.Get(), one.properties, id);
 }
 
 void World::deleteFolder() {
@@ -73,8 +75,10 @@ void World::deleteFolder() {
                              ->DeleteFolder(client::sizeOf(one.entryId), client::entryId(one.entryId), 0, nullptr,
                                             (withFolders ? DEL_FOLDERS : 0) | (withMessages ? DEL_MESSAGES : 0));
   HRESULT expected = S_OK;
-  if (hasFolders && !withFolders) expected = MAPI_E_HAS_FOLDERS;
-  else if (hasMessages && !withMessages) expected = MAPI_E_HAS_MESSAGES;
+  if (hasFolders && !withFolders)
+    expected = MAPI_E_HAS_FOLDERS;
+  else if (hasMessages && !withMessages)
+    expected = MAPI_E_HAS_MESSAGES;
   ASSERT_EQ(result, expected);
   if (result == S_OK) contents_.eraseTree(folder);
 }

@@ -38,9 +38,12 @@ Bytes inStream(const Value& value, ULONG type) {
 
 Value ofStream(const Bytes& bytes, ULONG type, ULONG id) {
   Value value{.tag = PROP_TAG(type == PT_BINARY ? PT_BINARY : PT_UNICODE, id)};
-  if (type == PT_BINARY) value.bytes = bytes;
-  else if (type == PT_STRING8) value.text.assign(bytes.begin(), bytes.end());
-  else value.text.assign(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / sizeof(wchar_t));
+  if (type == PT_BINARY)
+    value.bytes = bytes;
+  else if (type == PT_STRING8)
+    value.text.assign(bytes.begin(), bytes.end());
+  else
+    value.text.assign(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / sizeof(wchar_t));
   return value;
 }
 
@@ -92,8 +95,10 @@ void World::edit(IMessage& message, Message& draft, std::optional<int>& saved) {
       default: editProperties(message, draft.properties, random_.propertyId()); break;
     }
   }
-  if (random_.oneIn(5)) note("  is dropped");
-  else save(message, draft, saved, 0);
+  if (random_.oneIn(5))
+    note("  is dropped");
+  else
+    save(message, draft, saved, 0);
 }
 
 void World::save(IMessage& message, Message& draft, std::optional<int>& saved, ULONG flags) {
@@ -214,8 +219,10 @@ void World::editAttachments(IMessage& message, Message& draft) {
   note("  attachment " + std::to_string(number));
   for (std::size_t left = random_.below(3); left > 0; --left) {
     const bool data = random_.oneIn(3);
-    if (data) rewriteStream(*attachment.Get(), properties, PROP_ID(PR_ATTACH_DATA_BIN), random_.oneIn(2));
-    else editProperties(*attachment.Get(), properties, random_.propertyId());
+    if (data)
+      rewriteStream(*attachment.Get(), properties, PROP_ID(PR_ATTACH_DATA_BIN), random_.oneIn(2));
+    else
+      editProperties(*attachment.Get(), properties, random_.propertyId());
   }
   if (random_.oneIn(6)) return note("  is let go of");
   EXPECT_EQ(attachment->SaveChanges(random_.oneIn(2) ? KEEP_OPEN_READWRITE : 0), S_OK);

@@ -20,7 +20,8 @@ Bytes Random::bytes(std::size_t size) {
 
 // Letters of several scripts, half of a surrogate pair among them, but no character that ends a text.
 std::wstring Random::text(std::size_t length) {
-  constexpr wchar_t letters[] = {L'a', L'b', L'c', L'X', L'Y', L' ', L'.', L'7', L'\'', L'%', L'\u00E4', L'\u00DF',
+  constexpr wchar_t letters[] = {L'a',      L'b',      L'c',      L'X',      L'Y',      L' ',
+                                 L'.',      L'7',      L'\'',     L'%',      L'\u00E4', L'\u00DF',
                                  L'\u65E5', L'\u5831', L'\xD83D', L'\xDE00', L'\xFFFF', L'\x1'};
   const bool plain = oneIn(2);
   std::wstring text(length, L'\0');
@@ -31,9 +32,9 @@ std::wstring Random::text(std::size_t length) {
 ULONG Random::propertyId() { return static_cast<ULONG>(0x6810 + below(12)); }
 
 Value Random::value(ULONG id) {
-  constexpr ULONG types[] = {PT_I2,      PT_LONG,    PT_R4,      PT_DOUBLE,     PT_APPTIME,  PT_CURRENCY,
-                             PT_I8,      PT_BOOLEAN, PT_SYSTIME, PT_CLSID,      PT_UNICODE,  PT_UNICODE,
-                             PT_BINARY,  PT_BINARY,  PT_MV_LONG, PT_MV_UNICODE, PT_MV_BINARY};
+  constexpr ULONG types[] = {PT_I2,     PT_LONG,    PT_R4,      PT_DOUBLE,     PT_APPTIME,  PT_CURRENCY,
+                             PT_I8,     PT_BOOLEAN, PT_SYSTIME, PT_CLSID,      PT_UNICODE,  PT_UNICODE,
+                             PT_BINARY, PT_BINARY,  PT_MV_LONG, PT_MV_UNICODE, PT_MV_BINARY};
   Value value;
   const ULONG type = of(types);
   value.tag = PROP_TAG(type, id);

@@ -29,8 +29,12 @@ World::World(std::uint64_t seed) : random_(seed) {
     contents_.folders[top].entryId = client::getOne(*stores_[store].Get(), PR_IPM_SUBTREE_ENTRYID).bytes;
     const auto table = client::hierarchy(*openFolder(top).Get());
     for (const client::Row& row : client::queryAll(*table.Get(), {PR_DISPLAY_NAME_W, PR_ENTRYID}))
-      contents_.folders[nextFolder_++] = {.store = store, .parent = top, .name = row[0].text, .properties = {},
-                                          .entryId = row[1].bytes, .isOurs = false};
+      contents_.folders[nextFolder_++] = {.store = store,
+                                          .parent = top,
+                                          .name = row[0].text,
+                                          .properties = {},
+                                          .entryId = row[1].bytes,
+                                          .isOurs = false};
   }
 }
 
@@ -66,13 +70,17 @@ std::string World::history() const {
 
 void World::step() {
   constexpr void (World::*steps[])() = {
-      &World::createMessage, &World::createMessage, &World::createMessage, &World::createMessage, &World::createMessage,
-      &World::changeMessage, &World::changeMessage, &World::changeMessage, &World::changeMessage, &World::changeByTwo,
-      &World::deleteMessages, &World::setReadFlags, &World::setReadFlags, &World::copyOrMove, &World::copyOrMove,
-      &World::createFolder,  &World::createFolder,  &World::renameFolder, &World::changeFolder};
-  if (random_.oneIn(25)) deleteFolder();
-  else if (random_.oneIn(50)) emptyFolder();
-  else (this->*random_.of(steps))();
+      &World::createMessage, &World::createMessage, &World::createMessage,  &World::createMessage,
+      &World::createMessage, &World::changeMessage, &World::changeMessage,  &World::changeMessage,
+      &World::changeMessage, &World::changeByTwo,   &World::deleteMessages, &World::setReadFlags,
+      &World::setReadFlags,  &World::copyOrMove,    &World::copyOrMove,     &World::createFolder,
+      &World::createFolder,  &World::renameFolder,  &World::changeFolder};
+  if (random_.oneIn(25))
+    deleteFolder();
+  else if (random_.oneIn(50))
+    emptyFolder();
+  else
+    (this->*random_.of(steps))();
 }
 
 ComPtr<IMAPIFolder> World::openFolder(int folder, ULONG flags) {

@@ -19,9 +19,9 @@ class World {
   ~World();
 
   void step();
-  void compareSome();        // a random folder and the counts of all
+  void compareSome();  // a random folder and the counts of all
   void compareAll();
-  void reopen();             // ends the session, looks at the database and logs on again
+  void reopen();                // ends the session, looks at the database and logs on again
   std::string history() const;  // the last steps
 
  private:
@@ -69,7 +69,7 @@ class World {
   ComPtr<IMAPIFolder> openFolder(int folder, ULONG flags = MAPI_MODIFY);
   ComPtr<IMessage> openMessage(const Message& message, ULONG flags = 0);
   int anyFolder() { return std::next(contents_.folders.begin(), at(contents_.folders.size()))->first; }
-  int anyOwnFolder();                       // -1: none
+  int anyOwnFolder();                         // -1: none
   std::vector<int> someMessages(int folder);  // of both kinds, none twice by key
   std::ptrdiff_t at(std::size_t size) { return static_cast<std::ptrdiff_t>(random_.below(size)); }
 

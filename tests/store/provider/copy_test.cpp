@@ -99,8 +99,8 @@ TEST_F(CopyTest, AMessageIsCopiedWithAllItHas) {
   postReport(*reports.Get(), L"Sales");
   auto copy = create(*archive.Get());
   Block<SPropProblemArray> problems;
-  ASSERT_THAT(openFirst(*reports.Get())->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMessage, copy.Get(), 0,
-                                                receive(problems)),
+  ASSERT_THAT(openFirst(*reports.Get())
+                  ->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMessage, copy.Get(), 0, receive(problems)),
               Gives(S_OK));
   EXPECT_EQ(problems, nullptr);
   EXPECT_THAT(subjects(*archive.Get()), ElementsAre()) << "the target is saved by its owner";

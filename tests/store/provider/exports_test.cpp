@@ -24,21 +24,66 @@ TEST_P(HelperExportTest, IsExportedUnderBothNames) {
   EXPECT_EQ(GetProcAddress(mapi().module, (std::string(name) + "@" + std::to_string(bytes)).c_str()), plain) << name;
 }
 
-constexpr std::pair<const char*, int> helpers[] = {
-    {"CbOfEncoded", 4}, {"DeinitMapiUtil", 0}, {"FBinFromHex", 8}, {"FEqualNames", 8}, {"FPropCompareProp", 12},
-    {"FPropContainsProp", 12}, {"FPropExists", 8}, {"FreePadrlist", 4}, {"FreeProws", 4}, {"FtAddFt", 16},
-    {"FtMulDw", 12}, {"FtMulDwDw", 8}, {"FtNegFt", 8}, {"FtSubFt", 16}, {"GetInstance", 12}, {"HexFromBin", 12},
-    {"HrAddColumns", 16}, {"HrAddColumnsEx", 20}, {"HrAllocAdviseSink", 12}, {"HrDispatchNotifications", 4},
-    {"HrEntryIDFromSz", 12}, {"HrGetOneProp", 12}, {"HrQueryAllRows", 24}, {"HrSetOneProp", 8},
-    {"HrSzFromEntryID", 12}, {"HrThisThreadAdviseSink", 8}, {"HrValidateIPMSubtree", 20}, {"LPropCompareProp", 8},
-    {"LpValFindProp", 12}, {"MAPIGetDefaultMalloc", 0}, {"MNLS_CompareStringA", 24}, {"MNLS_CompareStringW", 24},
-    {"MNLS_GetACP", 0}, {"MNLS_GetUserDefaultLCID", 0}, {"MNLS_IsBadStringPtrW", 8}, {"MNLS_lstrcmpW", 8},
-    {"MNLS_lstrcpyW", 8}, {"MNLS_lstrlenW", 4}, {"MNLS_MultiByteToWideChar", 24}, {"MNLS_WideCharToMultiByte", 32},
-    {"OpenStreamOnFile", 24}, {"OpenStreamOnFileW", 24}, {"PpropFindProp", 12}, {"PropCopyMore", 16},
-    {"ScBinFromHexBounded", 12}, {"ScCopyProps", 16}, {"ScCountProps", 12}, {"ScCreateConversationIndex", 16},
-    {"ScDupPropset", 16}, {"ScInitMapiUtil", 4}, {"ScRelocProps", 20}, {"SzFindCh", 8}, {"SzFindLastCh", 8},
-    {"SzFindSz", 8}, {"UFromSz", 4}, {"UlAddRef", 4}, {"UlFromSzHex", 4}, {"UlPropSize", 4}, {"UlRelease", 4},
-    {"WrapCompressedRTFStream", 12}};
+constexpr std::pair<const char*, int> helpers[] = {{"CbOfEncoded", 4},
+                                                   {"DeinitMapiUtil", 0},
+                                                   {"FBinFromHex", 8},
+                                                   {"FEqualNames", 8},
+                                                   {"FPropCompareProp", 12},
+                                                   {"FPropContainsProp", 12},
+                                                   {"FPropExists", 8},
+                                                   {"FreePadrlist", 4},
+                                                   {"FreeProws", 4},
+                                                   {"FtAddFt", 16},
+                                                   {"FtMulDw", 12},
+                                                   {"FtMulDwDw", 8},
+                                                   {"FtNegFt", 8},
+                                                   {"FtSubFt", 16},
+                                                   {"GetInstance", 12},
+                                                   {"HexFromBin", 12},
+                                                   {"HrAddColumns", 16},
+                                                   {"HrAddColumnsEx", 20},
+                                                   {"HrAllocAdviseSink", 12},
+                                                   {"HrDispatchNotifications", 4},
+                                                   {"HrEntryIDFromSz", 12},
+                                                   {"HrGetOneProp", 12},
+                                                   {"HrQueryAllRows", 24},
+                                                   {"HrSetOneProp", 8},
+                                                   {"HrSzFromEntryID", 12},
+                                                   {"HrThisThreadAdviseSink", 8},
+                                                   {"HrValidateIPMSubtree", 20},
+                                                   {"LPropCompareProp", 8},
+                                                   {"LpValFindProp", 12},
+                                                   {"MAPIGetDefaultMalloc", 0},
+                                                   {"MNLS_CompareStringA", 24},
+                                                   {"MNLS_CompareStringW", 24},
+                                                   {"MNLS_GetACP", 0},
+                                                   {"MNLS_GetUserDefaultLCID", 0},
+                                                   {"MNLS_IsBadStringPtrW", 8},
+                                                   {"MNLS_lstrcmpW", 8},
+                                                   {"MNLS_lstrcpyW", 8},
+                                                   {"MNLS_lstrlenW", 4},
+                                                   {"MNLS_MultiByteToWideChar", 24},
+                                                   {"MNLS_WideCharToMultiByte", 32},
+                                                   {"OpenStreamOnFile", 24},
+                                                   {"OpenStreamOnFileW", 24},
+                                                   {"PpropFindProp", 12},
+                                                   {"PropCopyMore", 16},
+                                                   {"ScBinFromHexBounded", 12},
+                                                   {"ScCopyProps", 16},
+                                                   {"ScCountProps", 12},
+                                                   {"ScCreateConversationIndex", 16},
+                                                   {"ScDupPropset", 16},
+                                                   {"ScInitMapiUtil", 4},
+                                                   {"ScRelocProps", 20},
+                                                   {"SzFindCh", 8},
+                                                   {"SzFindLastCh", 8},
+                                                   {"SzFindSz", 8},
+                                                   {"UFromSz", 4},
+                                                   {"UlAddRef", 4},
+                                                   {"UlFromSzHex", 4},
+                                                   {"UlPropSize", 4},
+                                                   {"UlRelease", 4},
+                                                   {"WrapCompressedRTFStream", 12}};
 
 INSTANTIATE_TEST_SUITE_P(Names, HelperExportTest, testing::ValuesIn(helpers));
 
@@ -176,7 +221,9 @@ TEST(Initialization, VersionAndFlagsAreChecked) {
 
 // On a thread of its own, which nobody has initialized anything on.
 template <class Work>
-void onFreshThread(Work work) { std::thread(work).join(); }
+void onFreshThread(Work work) {
+  std::thread(work).join();
+}
 
 bool comIsInitialized() {
   APTTYPE type;

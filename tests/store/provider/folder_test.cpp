@@ -44,7 +44,8 @@ TEST_F(FoldersTest, ATakenNameCollidesOrOpens) {
       reports->CreateFolder(FOLDER_GENERIC, wide(L"Daily"), nullptr, nullptr, MAPI_UNICODE, again.GetAddressOf()),
       Gives(MAPI_E_COLLISION));
   ASSERT_THAT(reports->CreateFolder(FOLDER_GENERIC, wide(L"Daily"), nullptr, nullptr, MAPI_UNICODE | OPEN_IF_EXISTS,
-                                    again.GetAddressOf()), Gives(S_OK));
+                                    again.GetAddressOf()),
+              Gives(S_OK));
   EXPECT_EQ(idOf(*again.Get()), idOf(*daily.Get()));
 }
 
@@ -62,7 +63,8 @@ TEST_F(FoldersTest, NameAndCommentAreTakenIn8BitFormToo) {
   ComPtr<IMAPIFolder> created;
   ASSERT_EQ(reports->CreateFolder(FOLDER_GENERIC, reinterpret_cast<LPTSTR>(const_cast<char*>("Daily")),
                                   reinterpret_cast<LPTSTR>(const_cast<char*>("each day")), &IID_IMAPIFolder, 0,
-                                  created.GetAddressOf()), S_OK);
+                                  created.GetAddressOf()),
+            S_OK);
   EXPECT_EQ(text(*created.Get(), PR_DISPLAY_NAME_W), L"Daily");
   EXPECT_EQ(text(*created.Get(), PR_COMMENT_W), L"each day");
 }
@@ -133,7 +135,8 @@ TEST_F(FoldersTest, AFolderOpenedForReadingCannotBeChanged) {
   ComPtr<IMAPIFolder> readOnly;
   ULONG type = 0;
   ASSERT_EQ(store->OpenEntry(static_cast<ULONG>(id.size()), reinterpret_cast<LPENTRYID>(id.data()), nullptr, 0, &type,
-                             unknownOut(readOnly)), S_OK);
+                             unknownOut(readOnly)),
+            S_OK);
   SPropValue name = textValue(PR_DISPLAY_NAME_W, L"x");
   EXPECT_THAT(readOnly->SetProps(1, &name, nullptr), Gives(MAPI_E_NO_ACCESS));
   ComPtr<IMessage> message;
@@ -274,9 +277,9 @@ struct StaleListTest : FoldersTest {
     auto theirs = openAgain(*reports.Get(), *others.Get());
     const auto ids = messageIds(*theirs.Get());
     Entries filed({ids[0]}), gone({ids[1]});
-    EXPECT_EQ(theirs->CopyMessages(filed, nullptr, openAgain(*archive.Get(), *others.Get()).Get(), 0, nullptr,
-                                   MESSAGE_MOVE),
-              S_OK);
+    EXPECT_EQ(
+        theirs->CopyMessages(filed, nullptr, openAgain(*archive.Get(), *others.Get()).Get(), 0, nullptr, MESSAGE_MOVE),
+        S_OK);
     EXPECT_EQ(theirs->DeleteMessages(gone, 0, nullptr, 0), S_OK);
   }
 

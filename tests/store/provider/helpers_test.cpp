@@ -88,8 +88,8 @@ struct PropertySetTest : testing::Test {
 };
 
 TEST_F(PropertySetTest, APropertyIsFoundByItsTagOrItsIdentifier) {
-  for (const auto find : {+[](ULONG tag, ULONG many, SPropValue* in) { return CALL(PpropFindProp)(in, many, tag); },
-                          +[](ULONG tag, ULONG many, SPropValue* in) { return CALL(LpValFindProp)(tag, many, in); }}) {
+  for (const auto find : {+[](ULONG tag, ULONG many, SPropValue*in) { return CALL(PpropFindProp)(in, many, tag); },
+                          +[](ULONG tag, ULONG many, SPropValue*in) { return CALL(LpValFindProp)(tag, many, in); }}) {
     EXPECT_EQ(find(PR_SUBJECT_W, count, values), &values[1]);
     EXPECT_EQ(find(PR_SUBJECT_A, count, values), nullptr);
     EXPECT_EQ(find(PROP_TAG(PT_UNSPECIFIED, PROP_ID(PR_SUBJECT_W)), count, values), &values[1]);
@@ -204,30 +204,74 @@ struct ComparisonTest : testing::Test {
 };
 
 TEST_F(ComparisonTest, ValuesOfEveryTypeHaveAnOrder) {
-  expectOrderOf(PT_I2, [](auto& a, auto& b) { a.i = -1; b.i = 1; });
-  expectOrderOf(PT_LONG, [](auto& a, auto& b) { a.l = -70000; b.l = 1; });
-  expectOrderOf(PT_R4, [](auto& a, auto& b) { a.flt = -1.5f; b.flt = 0.5f; });
-  expectOrderOf(PT_DOUBLE, [](auto& a, auto& b) { a.dbl = 1.25; b.dbl = 1.5; });
-  expectOrderOf(PT_APPTIME, [](auto& a, auto& b) { a.at = 1.25; b.at = 1.5; });
-  expectOrderOf(PT_CURRENCY, [](auto& a, auto& b) { a.cur.int64 = -5'000'000'000; b.cur.int64 = 0; });
-  expectOrderOf(PT_I8, [](auto& a, auto& b) { a.li.QuadPart = -5'000'000'000; b.li.QuadPart = 5'000'000'000; });
-  expectOrderOf(PT_BOOLEAN, [](auto& a, auto& b) { a.b = 0; b.b = 1; });
-  expectOrderOf(PT_SYSTIME, [](auto& a, auto& b) { a.ft = {0xFFFFFFFF, 1}; b.ft = {0, 2}; });
+  expectOrderOf(PT_I2, [](auto& a, auto& b) {
+    a.i = -1;
+    b.i = 1;
+  });
+  expectOrderOf(PT_LONG, [](auto& a, auto& b) {
+    a.l = -70000;
+    b.l = 1;
+  });
+  expectOrderOf(PT_R4, [](auto& a, auto& b) {
+    a.flt = -1.5f;
+    b.flt = 0.5f;
+  });
+  expectOrderOf(PT_DOUBLE, [](auto& a, auto& b) {
+    a.dbl = 1.25;
+    b.dbl = 1.5;
+  });
+  expectOrderOf(PT_APPTIME, [](auto& a, auto& b) {
+    a.at = 1.25;
+    b.at = 1.5;
+  });
+  expectOrderOf(PT_CURRENCY, [](auto& a, auto& b) {
+    a.cur.int64 = -5'000'000'000;
+    b.cur.int64 = 0;
+  });
+  expectOrderOf(PT_I8, [](auto& a, auto& b) {
+    a.li.QuadPart = -5'000'000'000;
+    b.li.QuadPart = 5'000'000'000;
+  });
+  expectOrderOf(PT_BOOLEAN, [](auto& a, auto& b) {
+    a.b = 0;
+    b.b = 1;
+  });
+  expectOrderOf(PT_SYSTIME, [](auto& a, auto& b) {
+    a.ft = {0xFFFFFFFF, 1};
+    b.ft = {0, 2};
+  });
   expectOrderOf(PT_STRING8, [](auto& a, auto& b) {
     a.lpszA = const_cast<LPSTR>("a");
     b.lpszA = const_cast<LPSTR>("b");
   });
-  expectOrderOf(PT_UNICODE,
-                [](auto& a, auto& b) { a.lpszW = const_cast<LPWSTR>(L"a"); b.lpszW = const_cast<LPWSTR>(L"aa"); });
+  expectOrderOf(PT_UNICODE, [](auto& a, auto& b) {
+    a.lpszW = const_cast<LPWSTR>(L"a");
+    b.lpszW = const_cast<LPWSTR>(L"aa");
+  });
   BYTE low[] = {1, 2}, high[] = {1, 3};
-  expectOrderOf(PT_BINARY, [&](auto& a, auto& b) { a.bin = {2, low}; b.bin = {2, high}; });
-  expectOrderOf(PT_BINARY, [&](auto& a, auto& b) { a.bin = {1, low}; b.bin = {2, low}; });
+  expectOrderOf(PT_BINARY, [&](auto& a, auto& b) {
+    a.bin = {2, low};
+    b.bin = {2, high};
+  });
+  expectOrderOf(PT_BINARY, [&](auto& a, auto& b) {
+    a.bin = {1, low};
+    b.bin = {2, low};
+  });
   GUID first{}, second{};
   second.Data4[7] = 1;
-  expectOrderOf(PT_CLSID, [&](auto& a, auto& b) { a.lpguid = &first; b.lpguid = &second; });
+  expectOrderOf(PT_CLSID, [&](auto& a, auto& b) {
+    a.lpguid = &first;
+    b.lpguid = &second;
+  });
   LONG less[] = {1, 2}, more[] = {1, 3};
-  expectOrderOf(PT_MV_LONG, [&](auto& a, auto& b) { a.MVl = {2, less}; b.MVl = {2, more}; });
-  expectOrderOf(PT_MV_LONG, [&](auto& a, auto& b) { a.MVl = {1, less}; b.MVl = {2, less}; });
+  expectOrderOf(PT_MV_LONG, [&](auto& a, auto& b) {
+    a.MVl = {2, less};
+    b.MVl = {2, more};
+  });
+  expectOrderOf(PT_MV_LONG, [&](auto& a, auto& b) {
+    a.MVl = {1, less};
+    b.MVl = {2, less};
+  });
 }
 
 TEST_F(ComparisonTest, ValuesOfTwoTypesAreNeitherEqualNorUnequal) {

@@ -1,7 +1,7 @@
 // The interface identifiers are defined here for all tests.
 #define INITGUID
-#include <windows.h>
 #include <initguid.h>
+#include <windows.h>
 #define USES_IID_IMAPISession
 #define USES_IID_IMAPITable
 #define USES_IID_IProfAdmin

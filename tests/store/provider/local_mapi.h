@@ -3,8 +3,8 @@
 
 #include <windows.h>
 
-#include <mapix.h>
 #include <mapiutil.h>
+#include <mapix.h>
 #include <wrl/client.h>
 
 #include <memory>
@@ -48,12 +48,12 @@ using Rows = std::unique_ptr<SRowSet, FreeRows>;
 // For one call's out-parameter: Block<SPropValue> value; call(receive(value)).
 template <class T, class Deleter>
 class Receiver {
-public:
+ public:
   explicit Receiver(std::unique_ptr<T, Deleter>& owner) : owner_(owner) { owner_.reset(); }
   ~Receiver() { owner_.reset(raw_); }
   operator T**() { return &raw_; }
 
-private:
+ private:
   std::unique_ptr<T, Deleter>& owner_;
   T* raw_ = nullptr;
 };

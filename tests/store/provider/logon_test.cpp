@@ -37,7 +37,7 @@ TEST_F(LogonTest, WrongPasswordsAreAnsweredLaterAndLater) {
     EXPECT_THAT(tryLogon(L"Bernd", L"guess"), Gives(MAPI_E_LOGON_FAILED));
     return GetTickCount64() - start;
   };
-  EXPECT_GE(wrongTry(), 980u);   // the clock ticks in steps
+  EXPECT_GE(wrongTry(), 980u);  // the clock ticks in steps
   EXPECT_GE(wrongTry(), 1980u);
   EXPECT_THAT(tryLogon(L"Bernd", L"secret"), Gives(S_OK));
 }
@@ -100,7 +100,7 @@ TEST_F(LogonTest, TheStoreFileIsAskedForAnewAtEachLogon) {
 // The user's own places, where a store may be in use: what is there is put aside for the test. (The tests of this suite
 // run one at a time.)
 class StorePlaces {
-public:
+ public:
   StorePlaces() : local(placeOf(L"LOCALAPPDATA")), roaming(placeOf(L"APPDATA")) {
     SetEnvironmentVariableW(L"FENDREL_STORE", nullptr);
     for (const auto& place : {local, roaming}) {
@@ -124,7 +124,7 @@ public:
 
   const std::filesystem::path local, roaming;
 
-private:
+ private:
   static std::filesystem::path placeOf(const wchar_t* variable) {
     wchar_t data[MAX_PATH] = {};
     EXPECT_NE(GetEnvironmentVariableW(variable, data, MAX_PATH), 0u);
@@ -161,25 +161,26 @@ TEST_F(LogonTest, AFileThatIsNoStoreIsCorrupt) {
 
 // Does something to the "Choose Profile" dialog of this process as soon as it is there.
 class DialogUser {
-public:
+ public:
   template <class Act>
-  explicit DialogUser(Act act) : thread_([this, act] {
-    for (int tries = 0; tries < 1500 && !stop_; ++tries) {
-      Sleep(10);
-      const HWND window = FindWindowW(L"#32770", L"Choose Profile");
-      DWORD process = 0;
-      if (!window || !GetWindowThreadProcessId(window, &process) || process != GetCurrentProcessId()) continue;
-      if (!IsWindowVisible(window)) continue;
-      act(window);
-      return;
-    }
-  }) {}
+  explicit DialogUser(Act act)
+      : thread_([this, act] {
+          for (int tries = 0; tries < 1500 && !stop_; ++tries) {
+            Sleep(10);
+            const HWND window = FindWindowW(L"#32770", L"Choose Profile");
+            DWORD process = 0;
+            if (!window || !GetWindowThreadProcessId(window, &process) || process != GetCurrentProcessId()) continue;
+            if (!IsWindowVisible(window)) continue;
+            act(window);
+            return;
+          }
+        }) {}
   ~DialogUser() {
     stop_ = true;
     thread_.join();
   }
 
-private:
+ private:
   std::atomic<bool> stop_{false};
   std::thread thread_;
 };

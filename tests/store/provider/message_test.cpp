@@ -34,7 +34,8 @@ TEST_F(MessageTest, ASavedMessageIsSeenByAnotherSessionAtOnce) {
   auto otherSubtree = openSubtree(*openStore(*other.Get(), L"Public").Get());
   ComPtr<IMAPIFolder> same;
   ASSERT_EQ(otherSubtree->CreateFolder(FOLDER_GENERIC, const_cast<LPTSTR>(L"Reports"), nullptr, nullptr,
-                                       MAPI_UNICODE | OPEN_IF_EXISTS, same.GetAddressOf()), S_OK);
+                                       MAPI_UNICODE | OPEN_IF_EXISTS, same.GetAddressOf()),
+            S_OK);
   EXPECT_THAT(subjects(*same.Get()), ElementsAre(L"one"));
 }
 
@@ -45,20 +46,31 @@ TEST_F(MessageTest, EveryPropertyTypeComesBack) {
   LPWSTR texts[] = {const_cast<LPWSTR>(L"x"), const_cast<LPWSTR>(L"\u00e4\u3042")};
   SBinary binaries[] = {{3, bytes.data()}, {0, nullptr}};
   SPropValue values[14]{};
-  values[0].ulPropTag = PROP_TAG(PT_I2, 0x6610); values[0].Value.i = -5;
+  values[0].ulPropTag = PROP_TAG(PT_I2, 0x6610);
+  values[0].Value.i = -5;
   values[1] = longValue(PROP_TAG(PT_LONG, 0x6611), -70000);
-  values[2].ulPropTag = PROP_TAG(PT_R4, 0x6612); values[2].Value.flt = 1.5f;
-  values[3].ulPropTag = PROP_TAG(PT_DOUBLE, 0x6613); values[3].Value.dbl = -2.25;
-  values[4].ulPropTag = PROP_TAG(PT_CURRENCY, 0x6614); values[4].Value.cur.int64 = 123456789012;
-  values[5].ulPropTag = PROP_TAG(PT_APPTIME, 0x6615); values[5].Value.at = 40000.5;
+  values[2].ulPropTag = PROP_TAG(PT_R4, 0x6612);
+  values[2].Value.flt = 1.5f;
+  values[3].ulPropTag = PROP_TAG(PT_DOUBLE, 0x6613);
+  values[3].Value.dbl = -2.25;
+  values[4].ulPropTag = PROP_TAG(PT_CURRENCY, 0x6614);
+  values[4].Value.cur.int64 = 123456789012;
+  values[5].ulPropTag = PROP_TAG(PT_APPTIME, 0x6615);
+  values[5].Value.at = 40000.5;
   values[6] = boolValue(PROP_TAG(PT_BOOLEAN, 0x6616), true);
-  values[7].ulPropTag = PROP_TAG(PT_I8, 0x6617); values[7].Value.li.QuadPart = -1234567890123;
-  values[8].ulPropTag = PROP_TAG(PT_SYSTIME, 0x6618); values[8].Value.ft = {0x89ABCDEF, 0x01D00000};
-  values[9].ulPropTag = PROP_TAG(PT_CLSID, 0x6619); values[9].Value.lpguid = &guid;
+  values[7].ulPropTag = PROP_TAG(PT_I8, 0x6617);
+  values[7].Value.li.QuadPart = -1234567890123;
+  values[8].ulPropTag = PROP_TAG(PT_SYSTIME, 0x6618);
+  values[8].Value.ft = {0x89ABCDEF, 0x01D00000};
+  values[9].ulPropTag = PROP_TAG(PT_CLSID, 0x6619);
+  values[9].Value.lpguid = &guid;
   values[10] = binaryValue(PROP_TAG(PT_BINARY, 0x661A), bytes);
-  values[11].ulPropTag = PROP_TAG(PT_MV_LONG, 0x661C); values[11].Value.MVl = {3, longs};
-  values[12].ulPropTag = PROP_TAG(PT_MV_UNICODE, 0x661D); values[12].Value.MVszW = {2, texts};
-  values[13].ulPropTag = PROP_TAG(PT_MV_BINARY, 0x661E); values[13].Value.MVbin = {2, binaries};
+  values[11].ulPropTag = PROP_TAG(PT_MV_LONG, 0x661C);
+  values[11].Value.MVl = {3, longs};
+  values[12].ulPropTag = PROP_TAG(PT_MV_UNICODE, 0x661D);
+  values[12].Value.MVszW = {2, texts};
+  values[13].ulPropTag = PROP_TAG(PT_MV_BINARY, 0x661E);
+  values[13].Value.MVbin = {2, binaries};
   auto message = create();
   Block<SPropProblemArray> problems;
   ASSERT_EQ(message->SetProps(14, values, receive(problems)), S_OK);
@@ -66,8 +78,8 @@ TEST_F(MessageTest, EveryPropertyTypeComesBack) {
   ASSERT_EQ(message->SaveChanges(0), S_OK);
 
   auto again = openFirst(*reports.Get());
-  Tags tags{values[0].ulPropTag, values[1].ulPropTag, values[2].ulPropTag, values[3].ulPropTag, values[4].ulPropTag,
-            values[5].ulPropTag, values[6].ulPropTag, values[7].ulPropTag, values[8].ulPropTag, values[9].ulPropTag,
+  Tags tags{values[0].ulPropTag,  values[1].ulPropTag,  values[2].ulPropTag,  values[3].ulPropTag, values[4].ulPropTag,
+            values[5].ulPropTag,  values[6].ulPropTag,  values[7].ulPropTag,  values[8].ulPropTag, values[9].ulPropTag,
             values[10].ulPropTag, values[11].ulPropTag, values[12].ulPropTag, values[13].ulPropTag};
   ULONG count = 0;
   Block<SPropValue> read;
@@ -135,8 +147,8 @@ TEST_F(MessageTest, AllPropertiesComeWithoutATagArray) {
 
 TEST_F(MessageTest, ComputedPropertiesAreProblemsNotFailures) {
   auto message = create();
-  SPropValue values[] = {textValue(PR_SUBJECT_W, L"one"), longValue(PR_MESSAGE_SIZE, 5),
-                         boolValue(PR_HASATTACH, true), longValue(PR_OBJECT_TYPE, 1)};
+  SPropValue values[] = {textValue(PR_SUBJECT_W, L"one"), longValue(PR_MESSAGE_SIZE, 5), boolValue(PR_HASATTACH, true),
+                         longValue(PR_OBJECT_TYPE, 1)};
   Block<SPropProblemArray> problems;
   ASSERT_EQ(message->SetProps(4, values, receive(problems)), S_OK);
   ASSERT_NE(problems, nullptr);
@@ -397,8 +409,8 @@ INSTANTIATE_TEST_SUITE_P(Types, MessageListTest,
 
 TEST_F(MessageTest, AValueThatIsAnErrorIsPassedOver) {
   auto message = create();
-  SPropValue values[] = {longValue(PROP_TAG(PT_ERROR, PROP_ID(PR_BODY_W)), MAPI_E_NOT_FOUND),
-                         longValue(PR_NULL, 0), textValue(PR_SUBJECT_W, L"one")};
+  SPropValue values[] = {longValue(PROP_TAG(PT_ERROR, PROP_ID(PR_BODY_W)), MAPI_E_NOT_FOUND), longValue(PR_NULL, 0),
+                         textValue(PR_SUBJECT_W, L"one")};
   Block<SPropProblemArray> problems;
   EXPECT_THAT(message->SetProps(3, values, receive(problems)), Gives(S_OK));
   EXPECT_EQ(problems, nullptr);

@@ -14,7 +14,10 @@ constexpr GUID mapiSet{0x00020328, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 
 // One name, with the set it stands in.
 struct Name {
-  Name(const GUID& set, LONG number) : guid(set) { id = {&guid, MNID_ID, {}}; id.Kind.lID = number; }
+  Name(const GUID& set, LONG number) : guid(set) {
+    id = {&guid, MNID_ID, {}};
+    id.Kind.lID = number;
+  }
   Name(const GUID& set, const wchar_t* text) : guid(set) {
     id = {&guid, MNID_STRING, {}};
     id.Kind.lpwstrName = const_cast<LPWSTR>(text);
@@ -55,9 +58,12 @@ struct NamedPropertiesTest : FolderTest {
   static std::vector<std::wstring> shown(ULONG count, LPMAPINAMEID* names) {
     std::vector<std::wstring> all;
     for (ULONG i = 0; i < count; ++i) {
-      if (!names[i]) all.push_back(L"");
-      else if (names[i]->ulKind == MNID_ID) all.push_back(setOf(*names[i]) + std::to_wstring(names[i]->Kind.lID));
-      else all.push_back(setOf(*names[i]) + names[i]->Kind.lpwstrName);
+      if (!names[i])
+        all.push_back(L"");
+      else if (names[i]->ulKind == MNID_ID)
+        all.push_back(setOf(*names[i]) + std::to_wstring(names[i]->Kind.lID));
+      else
+        all.push_back(setOf(*names[i]) + names[i]->Kind.lpwstrName);
     }
     return all;
   }
@@ -91,7 +97,7 @@ TEST_F(NamedPropertiesTest, ANameHasNoIdentifierBeforeOneIsAskedFor) {
 TEST_F(NamedPropertiesTest, SetKindAndNameTellNamesApart) {
   auto message = create();
   const std::vector<Name> names = {{namedSet, L"Period"}, {otherSet, L"Period"}, {namedSet, L"period"},
-                                   {namedSet, 7},         {namedSet, L"7"},     {namedSet, -7}};
+                                   {namedSet, 7},         {namedSet, L"7"},      {namedSet, -7}};
   auto ids = idsOf(*message.Get(), names, MAPI_CREATE);
   ASSERT_EQ(ids.size(), names.size());
   EXPECT_THAT(namesOf(*message.Get(), ids), ElementsAre(L"reports:Period", L"other:Period", L"reports:period",

@@ -169,9 +169,9 @@ TEST_F(ProfilesTest, ACopyHasTheSameUserAndPasswordAndAMailboxOfItsOwn) {
   EXPECT_THAT(admin->CopyProfile(wide(L"Nobody"), nullptr, wide(L"Other"), 0, MAPI_UNICODE), Gives(MAPI_E_NOT_FOUND));
   const auto mailboxOf = [&](const wchar_t* profile) {
     ComPtr<IMAPISession> session;
-    EXPECT_THAT(mapi().logonEx(0, wide(profile), wide(L"secret"), MAPI_UNICODE | MAPI_NEW_SESSION,
-                               session.GetAddressOf()),
-                Gives(S_OK));
+    EXPECT_THAT(
+        mapi().logonEx(0, wide(profile), wide(L"secret"), MAPI_UNICODE | MAPI_NEW_SESSION, session.GetAddressOf()),
+        Gives(S_OK));
     return binary(*openStore(*session.Get(), L"Mailbox - Bernd").Get(), PR_RECORD_KEY);
   };
   EXPECT_NE(mailboxOf(L"Copy"), mailboxOf(L"Bernd"));
@@ -202,8 +202,7 @@ TEST_F(ServicesTest, AProfileHasOneServiceWithOneProvider) {
   ASSERT_EQ(mapi().hrQueryAllRows(providers.Get(), providerColumns, nullptr, nullptr, 0, receive(rows)), S_OK);
   ASSERT_EQ(rows->cRows, 1u);
   EXPECT_EQ(bytesOf(rows->aRow[0].lpProps[0]), uid);
-  EXPECT_EQ(bytesOf(rows->aRow[0].lpProps[1]),
-            binary(*openStore(*logon().Get(), L"Mailbox").Get(), PR_MDB_PROVIDER));
+  EXPECT_EQ(bytesOf(rows->aRow[0].lpProps[1]), binary(*openStore(*logon().Get(), L"Mailbox").Get(), PR_MDB_PROVIDER));
   EXPECT_EQ(rows->aRow[0].lpProps[2].Value.l, static_cast<LONG>(MAPI_STORE_PROVIDER));
 }
 
@@ -280,7 +279,8 @@ TEST_F(ServerProfileTest, AConfiguredProfileTellsItsServerAndNeverItsSecret) {
 TEST_F(ServerProfileTest, TheSecretStandsNowhereInTheFileInClear) {
   ASSERT_THAT(configure({url(L"https://mail.example"), secret(L"geheim-7Q")}), Gives(S_OK));
   const std::string bytes = databaseBytes();
-  EXPECT_NE(bytes.find("https://mail.example"), std::string::npos) << "the bytes that are looked through hold the profile";
+  EXPECT_NE(bytes.find("https://mail.example"), std::string::npos)
+      << "the bytes that are looked through hold the profile";
   EXPECT_EQ(bytes.find("geheim-7Q"), std::string::npos);
   const std::wstring wideSecret = L"geheim-7Q";
   EXPECT_EQ(bytes.find(std::string(reinterpret_cast<const char*>(wideSecret.data()), wideSecret.size() * 2)),

@@ -126,7 +126,8 @@ TEST_F(SessionTest, OpenMsgStoreKnowsItsInterfaceAlone) {
   Bytes id = binary(*openStore(*session.Get(), L"Public").Get(), PR_ENTRYID);
   ComPtr<IMsgStore> store;
   EXPECT_THAT(session->OpenMsgStore(0, static_cast<ULONG>(id.size()), reinterpret_cast<LPENTRYID>(id.data()),
-                                    &IID_IMAPIFolder, 0, store.GetAddressOf()), Gives(MAPI_E_INTERFACE_NOT_SUPPORTED));
+                                    &IID_IMAPIFolder, 0, store.GetAddressOf()),
+              Gives(MAPI_E_INTERFACE_NOT_SUPPORTED));
 }
 
 TEST_F(SessionTest, EntryIdentifiersCompareByObject) {
@@ -135,10 +136,12 @@ TEST_F(SessionTest, EntryIdentifiersCompareByObject) {
   ULONG equal = 7;
   const auto size = static_cast<ULONG>(first.size());
   EXPECT_EQ(session->CompareEntryIDs(size, reinterpret_cast<LPENTRYID>(first.data()), size,
-                                     reinterpret_cast<LPENTRYID>(first.data()), 0, &equal), S_OK);
+                                     reinterpret_cast<LPENTRYID>(first.data()), 0, &equal),
+            S_OK);
   EXPECT_EQ(equal, 1u);
   EXPECT_EQ(session->CompareEntryIDs(size, reinterpret_cast<LPENTRYID>(first.data()), size,
-                                     reinterpret_cast<LPENTRYID>(second.data()), 0, &equal), S_OK);
+                                     reinterpret_cast<LPENTRYID>(second.data()), 0, &equal),
+            S_OK);
   EXPECT_EQ(equal, 0u);
   EXPECT_THAT(session->CompareEntryIDs(3, reinterpret_cast<LPENTRYID>(first.data()), size,
                                        reinterpret_cast<LPENTRYID>(second.data()), 0, &equal),

@@ -12,22 +12,39 @@ void require(HRESULT result, const char* step) {
 
 std::string resultName(HRESULT result) {
   static const std::pair<HRESULT, const char*> names[] = {
-      {S_OK, "S_OK"}, {S_FALSE, "S_FALSE"}, {MAPI_E_CALL_FAILED, "MAPI_E_CALL_FAILED"},
-      {MAPI_E_NOT_ENOUGH_MEMORY, "MAPI_E_NOT_ENOUGH_MEMORY"}, {MAPI_E_INVALID_PARAMETER, "MAPI_E_INVALID_PARAMETER"},
-      {MAPI_E_INTERFACE_NOT_SUPPORTED, "MAPI_E_INTERFACE_NOT_SUPPORTED"}, {MAPI_E_NO_ACCESS, "MAPI_E_NO_ACCESS"},
-      {MAPI_E_NO_SUPPORT, "MAPI_E_NO_SUPPORT"}, {MAPI_E_INVALID_ENTRYID, "MAPI_E_INVALID_ENTRYID"},
-      {MAPI_E_NOT_FOUND, "MAPI_E_NOT_FOUND"}, {MAPI_E_LOGON_FAILED, "MAPI_E_LOGON_FAILED"},
-      {MAPI_E_USER_CANCEL, "MAPI_E_USER_CANCEL"}, {MAPI_E_COMPUTED, "MAPI_E_COMPUTED"},
-      {MAPI_E_COLLISION, "MAPI_E_COLLISION"}, {MAPI_E_HAS_FOLDERS, "MAPI_E_HAS_FOLDERS"},
-      {MAPI_E_HAS_MESSAGES, "MAPI_E_HAS_MESSAGES"}, {MAPI_E_OBJECT_CHANGED, "MAPI_E_OBJECT_CHANGED"},
-      {MAPI_E_OBJECT_DELETED, "MAPI_E_OBJECT_DELETED"}, {MAPI_E_TOO_COMPLEX, "MAPI_E_TOO_COMPLEX"},
-      {MAPI_E_INVALID_BOOKMARK, "MAPI_E_INVALID_BOOKMARK"}, {MAPI_E_TABLE_TOO_BIG, "MAPI_E_TABLE_TOO_BIG"},
-      {MAPI_E_NOT_INITIALIZED, "MAPI_E_NOT_INITIALIZED"}, {MAPI_E_END_OF_SESSION, "MAPI_E_END_OF_SESSION"},
-      {MAPI_E_INVALID_TYPE, "MAPI_E_INVALID_TYPE"}, {MAPI_E_TYPE_NO_SUPPORT, "MAPI_E_TYPE_NO_SUPPORT"},
-      {MAPI_W_ERRORS_RETURNED, "MAPI_W_ERRORS_RETURNED"}, {STG_E_ACCESSDENIED, "STG_E_ACCESSDENIED"},
-      {MAPI_W_PARTIAL_COMPLETION, "MAPI_W_PARTIAL_COMPLETION"}, {MAPI_E_UNKNOWN_ENTRYID, "MAPI_E_UNKNOWN_ENTRYID"},
-      {MAPI_E_UNKNOWN_FLAGS, "MAPI_E_UNKNOWN_FLAGS"}, {MAPI_E_FOLDER_CYCLE, "MAPI_E_FOLDER_CYCLE"},
-      {MAPI_E_CORRUPT_DATA, "MAPI_E_CORRUPT_DATA"}, {MAPI_E_VERSION, "MAPI_E_VERSION"}};
+      {S_OK, "S_OK"},
+      {S_FALSE, "S_FALSE"},
+      {MAPI_E_CALL_FAILED, "MAPI_E_CALL_FAILED"},
+      {MAPI_E_NOT_ENOUGH_MEMORY, "MAPI_E_NOT_ENOUGH_MEMORY"},
+      {MAPI_E_INVALID_PARAMETER, "MAPI_E_INVALID_PARAMETER"},
+      {MAPI_E_INTERFACE_NOT_SUPPORTED, "MAPI_E_INTERFACE_NOT_SUPPORTED"},
+      {MAPI_E_NO_ACCESS, "MAPI_E_NO_ACCESS"},
+      {MAPI_E_NO_SUPPORT, "MAPI_E_NO_SUPPORT"},
+      {MAPI_E_INVALID_ENTRYID, "MAPI_E_INVALID_ENTRYID"},
+      {MAPI_E_NOT_FOUND, "MAPI_E_NOT_FOUND"},
+      {MAPI_E_LOGON_FAILED, "MAPI_E_LOGON_FAILED"},
+      {MAPI_E_USER_CANCEL, "MAPI_E_USER_CANCEL"},
+      {MAPI_E_COMPUTED, "MAPI_E_COMPUTED"},
+      {MAPI_E_COLLISION, "MAPI_E_COLLISION"},
+      {MAPI_E_HAS_FOLDERS, "MAPI_E_HAS_FOLDERS"},
+      {MAPI_E_HAS_MESSAGES, "MAPI_E_HAS_MESSAGES"},
+      {MAPI_E_OBJECT_CHANGED, "MAPI_E_OBJECT_CHANGED"},
+      {MAPI_E_OBJECT_DELETED, "MAPI_E_OBJECT_DELETED"},
+      {MAPI_E_TOO_COMPLEX, "MAPI_E_TOO_COMPLEX"},
+      {MAPI_E_INVALID_BOOKMARK, "MAPI_E_INVALID_BOOKMARK"},
+      {MAPI_E_TABLE_TOO_BIG, "MAPI_E_TABLE_TOO_BIG"},
+      {MAPI_E_NOT_INITIALIZED, "MAPI_E_NOT_INITIALIZED"},
+      {MAPI_E_END_OF_SESSION, "MAPI_E_END_OF_SESSION"},
+      {MAPI_E_INVALID_TYPE, "MAPI_E_INVALID_TYPE"},
+      {MAPI_E_TYPE_NO_SUPPORT, "MAPI_E_TYPE_NO_SUPPORT"},
+      {MAPI_W_ERRORS_RETURNED, "MAPI_W_ERRORS_RETURNED"},
+      {STG_E_ACCESSDENIED, "STG_E_ACCESSDENIED"},
+      {MAPI_W_PARTIAL_COMPLETION, "MAPI_W_PARTIAL_COMPLETION"},
+      {MAPI_E_UNKNOWN_ENTRYID, "MAPI_E_UNKNOWN_ENTRYID"},
+      {MAPI_E_UNKNOWN_FLAGS, "MAPI_E_UNKNOWN_FLAGS"},
+      {MAPI_E_FOLDER_CYCLE, "MAPI_E_FOLDER_CYCLE"},
+      {MAPI_E_CORRUPT_DATA, "MAPI_E_CORRUPT_DATA"},
+      {MAPI_E_VERSION, "MAPI_E_VERSION"}};
   for (const auto& [code, name] : names) {
     if (code == result) return name;
   }
@@ -112,7 +129,8 @@ void StoreTest::createProfile(const wchar_t* name, const wchar_t* password) {
 ComPtr<IMAPISession> StoreTest::logon(const wchar_t* profile) {
   ComPtr<IMAPISession> opened;
   require(mapi().logonEx(0, const_cast<LPTSTR>(profile), nullptr, MAPI_UNICODE | MAPI_EXTENDED | MAPI_NEW_SESSION,
-                         opened.GetAddressOf()), "MAPILogonEx");
+                         opened.GetAddressOf()),
+          "MAPILogonEx");
   return opened;
 }
 
@@ -127,7 +145,8 @@ ComPtr<IMsgStore> StoreTest::openStore(IMAPISession& session, std::wstring_view 
     if (!std::wstring_view(values[1].Value.lpszW).starts_with(name)) continue;
     ComPtr<IMsgStore> store;
     require(session.OpenMsgStore(0, values[0].Value.bin.cb, reinterpret_cast<LPENTRYID>(values[0].Value.bin.lpb),
-                                 &IID_IMsgStore, flags, store.GetAddressOf()), "OpenMsgStore");
+                                 &IID_IMsgStore, flags, store.GetAddressOf()),
+            "OpenMsgStore");
     return store;
   }
   throw std::runtime_error("no such store");
@@ -139,14 +158,16 @@ ComPtr<IMAPIFolder> StoreTest::openSubtree(IMsgStore& store) {
   ComPtr<IMAPIFolder> opened;
   ULONG type = 0;
   require(store.OpenEntry(id->Value.bin.cb, reinterpret_cast<LPENTRYID>(id->Value.bin.lpb), nullptr, MAPI_BEST_ACCESS,
-                          &type, unknownOut(opened)), "OpenEntry");
+                          &type, unknownOut(opened)),
+          "OpenEntry");
   return opened;
 }
 
 ComPtr<IMAPIFolder> StoreTest::createFolder(IMAPIFolder& parent, const wchar_t* name) {
   ComPtr<IMAPIFolder> created;
   require(parent.CreateFolder(FOLDER_GENERIC, const_cast<LPTSTR>(name), nullptr, nullptr, MAPI_UNICODE,
-                              created.GetAddressOf()), "CreateFolder");
+                              created.GetAddressOf()),
+          "CreateFolder");
   return created;
 }
 

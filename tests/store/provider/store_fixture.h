@@ -26,8 +26,8 @@ MATCHER_P(Gives, expected, "gives " + resultName(expected)) {
 
 using Bytes = std::vector<unsigned char>;
 
-Bytes bytesOf(const SPropValue& value);                     // of a PT_BINARY value
-Bytes patternBytes(std::size_t count, unsigned seed = 1);   // that repeat nowhere near
+Bytes bytesOf(const SPropValue& value);                    // of a PT_BINARY value
+Bytes patternBytes(std::size_t count, unsigned seed = 1);  // that repeat nowhere near
 
 SPropValue textValue(ULONG tag, const wchar_t* text);
 SPropValue ansiValue(ULONG tag, const char* text);
@@ -37,11 +37,11 @@ SPropValue binaryValue(ULONG tag, Bytes& bytes);
 
 // SPropTagArray of any length.
 class Tags {
-public:
+ public:
   Tags(std::initializer_list<ULONG> tags);
   operator LPSPropTagArray() { return reinterpret_cast<LPSPropTagArray>(words_.data()); }
 
-private:
+ private:
   std::vector<ULONG> words_;
 };
 
@@ -56,7 +56,7 @@ struct Bookmark {
 
 // The entry identifiers of messages, for calls that take a list.
 class Entries {
-public:
+ public:
   explicit Entries(std::vector<Bytes> ids) : ids_(std::move(ids)) {
     for (Bytes& id : ids_) entries_.push_back({static_cast<ULONG>(id.size()), id.data()});
     list_ = {static_cast<ULONG>(entries_.size()), entries_.data()};
@@ -65,7 +65,7 @@ public:
   Entries& operator=(const Entries&) = delete;
   operator LPENTRYLIST() { return &list_; }
 
-private:
+ private:
   std::vector<Bytes> ids_;
   std::vector<SBinary> entries_;
   ENTRYLIST list_{};
@@ -73,7 +73,7 @@ private:
 
 // A store with the profile "Anna", initialized for MAPI. Each test has a file of its own.
 class StoreTest : public testing::Test {
-protected:
+ protected:
   StoreTest();
   ~StoreTest() override;
 
@@ -107,7 +107,7 @@ protected:
 
 // A test that starts with a session, the public store and a folder "Reports" in it.
 class FolderTest : public StoreTest {
-protected:
+ protected:
   FolderTest();
   ComPtr<IMAPISession> session;
   ComPtr<IMsgStore> store;

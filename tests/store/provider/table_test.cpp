@@ -440,8 +440,8 @@ TEST_F(TableTest, ContentsOfferWhereTheirMessagesAre) {
     const std::vector<ULONG> tags(preset->aulPropTag, preset->aulPropTag + preset->cValues);
     EXPECT_THAT(tags, testing::IsSupersetOf({PR_DISPLAY_CC_A, PR_MAPPING_SIGNATURE, PR_MSG_STATUS, PR_PARENT_ENTRYID,
                                              PR_STORE_ENTRYID, PR_STORE_RECORD_KEY}));
-    Tags columns{PR_DISPLAY_CC_W, PR_MAPPING_SIGNATURE, PR_MSG_STATUS, PR_PARENT_ENTRYID, PR_STORE_ENTRYID,
-                 PR_STORE_RECORD_KEY};
+    Tags columns{PR_DISPLAY_CC_W,   PR_MAPPING_SIGNATURE, PR_MSG_STATUS,
+                 PR_PARENT_ENTRYID, PR_STORE_ENTRYID,     PR_STORE_RECORD_KEY};
     ASSERT_EQ(table->SetColumns(columns, 0), S_OK);
     Rows rows;
     ASSERT_EQ(table->QueryRows(1, 0, receive(rows)), S_OK);

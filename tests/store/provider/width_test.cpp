@@ -15,23 +15,33 @@ HRESULT callSlot(IUnknown* object, std::size_t slot, Arguments... arguments) {
 }
 
 // IUnknown has 3 slots; the slots are those of the published interfaces.
-namespace Prop { constexpr std::size_t copyTo = 10, copyProps = 11; }
+namespace Prop {
+constexpr std::size_t copyTo = 10, copyProps = 11;
+}
 namespace Table {
 constexpr std::size_t advise = 4, unadvise = 5, seekRow = 10, findRow = 13, createBookmark = 15, freeBookmark = 16,
                       setCollapseState = 25;
 }
-namespace Store { constexpr std::size_t advise = 14, unadvise = 15; }
+namespace Store {
+constexpr std::size_t advise = 14, unadvise = 15;
+}
 namespace Folder {
 constexpr std::size_t copyMessages = 20, deleteMessages = 21, copyFolder = 23, deleteFolder = 24, setReadFlags = 25,
                       emptyFolder = 29;
 }
-namespace Message { constexpr std::size_t deleteAttach = 17; }
+namespace Message {
+constexpr std::size_t deleteAttach = 17;
+}
 namespace Session {
 constexpr std::size_t openMsgStore = 5, openAddressBook = 6, advise = 11, unadvise = 12, messageOptions = 13,
                       logoff = 17, showForm = 20, prepareForm = 21;
 }
-namespace Profiles { constexpr std::size_t createProfile = 5, copyProfile = 8, renameProfile = 9, adminServices = 11; }
-namespace Services { constexpr std::size_t createMsgService = 5, copyMsgService = 7, configureMsgService = 9; }
+namespace Profiles {
+constexpr std::size_t createProfile = 5, copyProfile = 8, renameProfile = 9, adminServices = 11;
+}
+namespace Services {
+constexpr std::size_t createMsgService = 5, copyMsgService = 7, configureMsgService = 9;
+}
 
 struct WidthTest : FolderTest {};
 
@@ -126,9 +136,9 @@ TEST_F(WidthTest, WindowsOfSessionsAndProfiles) {
   Bytes id = binary(*store.Get(), PR_ENTRYID);
   const auto size = static_cast<ULONG>(id.size());
   ComPtr<IMsgStore> opened;
-  EXPECT_THAT(callSlot(session.Get(), Session::openMsgStore, allBits, size, id.data(), none, ULONG{0},
-                       opened.GetAddressOf()),
-              Gives(S_OK));
+  EXPECT_THAT(
+      callSlot(session.Get(), Session::openMsgStore, allBits, size, id.data(), none, ULONG{0}, opened.GetAddressOf()),
+      Gives(S_OK));
   ComPtr<IUnknown> book;
   EXPECT_THAT(callSlot(session.Get(), Session::openAddressBook, allBits, none, ULONG{0}, book.GetAddressOf()),
               Gives(MAPI_E_NO_SUPPORT));

@@ -57,9 +57,8 @@ Header* headerOf(const void* address) {
     GetModuleFileNameA(handle, module, sizeof module);
   const int length = std::snprintf(
       text, sizeof text, "GUARDED HEAP in %s: %s: %lld bytes from the start of a %s block of %zu bytes, by %s+0x%llx\n",
-      runningCase(name), what,
-      static_cast<long long>(static_cast<const std::byte*>(address) - header->block), header->freed ? "freed" : "live",
-      header->size, module,
+      runningCase(name), what, static_cast<long long>(static_cast<const std::byte*>(address) - header->block),
+      header->freed ? "freed" : "live", header->size, module,
       static_cast<unsigned long long>(static_cast<const char*>(code) - reinterpret_cast<const char*>(handle)));
   DWORD written = 0;
   WriteFile(GetStdHandle(STD_ERROR_HANDLE), text, static_cast<DWORD>(length), &written, nullptr);
@@ -104,8 +103,8 @@ void* allocate(std::size_t size) noexcept {
     return nullptr;
   }
   const std::size_t data = roundToPages(size == 0 ? 1 : size);
-  auto* const base = static_cast<std::byte*>(
-      VirtualAlloc(nullptr, pageSize + pageSize + data + pageSize, MEM_RESERVE, PAGE_NOACCESS));
+  auto* const base =
+      static_cast<std::byte*>(VirtualAlloc(nullptr, pageSize + pageSize + data + pageSize, MEM_RESERVE, PAGE_NOACCESS));
   if (!base || !VirtualAlloc(base, pageSize, MEM_COMMIT, PAGE_READWRITE) ||
       !VirtualAlloc(base + 2 * pageSize, data, MEM_COMMIT, PAGE_READWRITE)) {
     errno = ENOMEM;

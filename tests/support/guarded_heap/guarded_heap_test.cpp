@@ -64,7 +64,8 @@ End endWith(const std::string& bug) {
   start.dwFlags = STARTF_USESTDHANDLES;
   start.hStdError = words;
   PROCESS_INFORMATION process{};
-  const BOOL started = CreateProcessA(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &process);
+  const BOOL started =
+      CreateProcessA(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &process);
   SetEnvironmentVariableA("PLANTED_BUG", nullptr);
   CloseHandle(words);
   End end;

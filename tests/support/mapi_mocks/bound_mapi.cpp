@@ -13,10 +13,8 @@ FakeMapi* current;
 constexpr FakeMapiFunctions forwarded = {
     .initialize = [](void* init) -> HRESULT { return current->functions.initialize(init); },
     .uninitialize = [] { current->functions.uninitialize(); },
-    .logonEx = [](ULONG_PTR window, wchar_t* profile, wchar_t* password, ULONG flags,
-                  IMAPISession** session) -> HRESULT {
-      return current->functions.logonEx(window, profile, password, flags, session);
-    },
+    .logonEx = [](ULONG_PTR window, wchar_t* profile, wchar_t* password, ULONG flags, IMAPISession** session)
+        -> HRESULT { return current->functions.logonEx(window, profile, password, flags, session); },
     .allocateBuffer = [](ULONG size, void** block) -> SCODE { return current->heap.allocate(size, block); },
     .allocateMore = [](ULONG size, void* top, void** block) -> SCODE {
       return current->heap.allocateMore(size, top, block);

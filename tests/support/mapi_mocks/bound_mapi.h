@@ -1,8 +1,8 @@
 // A MAPI subsystem under a test's control: MAPI32.DLL is loaded and bound, its functions are mocks.
 #pragma once
 
-#include "mapi_mocks.h"
 #include "mapi_heap.h"
+#include "mapi_mocks.h"
 
 // The functions with a behaviour of their own; memory comes from a MapiHeap.
 class MockMapiFunctions {

@@ -32,12 +32,12 @@ auto handsOutAs(Object& object, ULONG type) {
 
 // Answers GetProps with these values.
 inline auto givesValues(MapiHeap& heap, TestRow values, HRESULT result = S_OK) {
-  return [&heap, values = std::move(values), result](SPropTagArray*, ULONG, ULONG* count,
-                                                     SPropValue** array) -> HRESULT {
-    *count = static_cast<ULONG>(values.size());
-    *array = makeValues(heap, values);
-    return result;
-  };
+  return
+      [&heap, values = std::move(values), result](SPropTagArray*, ULONG, ULONG* count, SPropValue** array) -> HRESULT {
+        *count = static_cast<ULONG>(values.size());
+        *array = makeValues(heap, values);
+        return result;
+      };
 }
 
 // Matches the two arguments of an entry identifier: EXPECT_CALL(...).With(testing::Args<0, 1>(isEntry("inbox"))).

@@ -20,7 +20,7 @@ MockSession::~MockSession() = default;
 MockStream::MockStream() = default;
 MockStream::~MockStream() = default;
 
-#define FENDREL_INSTANTIATE_MOCK(mock)     \
-  template class testing::NiceMock<mock>;  \
+#define FENDREL_INSTANTIATE_MOCK(mock)    \
+  template class testing::NiceMock<mock>; \
   template class testing::StrictMock<mock>;
 FENDREL_MAPI_MOCKS(FENDREL_INSTANTIATE_MOCK)

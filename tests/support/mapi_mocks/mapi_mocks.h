@@ -238,8 +238,8 @@ extern template class MockPropertyObject<IMessage>;
 extern template class MockPropertyObject<IMAPIFolder>;
 extern template class MockPropertyObject<IMsgStore>;
 
-#define FENDREL_DECLARE_MOCK(mock)                     \
-  extern template class testing::NiceMock<mock>;       \
+#define FENDREL_DECLARE_MOCK(mock)               \
+  extern template class testing::NiceMock<mock>; \
   extern template class testing::StrictMock<mock>;
 FENDREL_MAPI_MOCKS(FENDREL_DECLARE_MOCK)
 #undef FENDREL_DECLARE_MOCK

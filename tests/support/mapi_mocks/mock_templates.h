@@ -40,31 +40,25 @@
   instantiate(HRESULT(IMAPIProp*, ULONG, SPropValue**));                      \
   instantiate(void())
 
-#define FENDREL_DECLARE_TYPE(...)                                                    \
-  extern template class testing::internal::FunctionMocker<__VA_ARGS__>;              \
-  extern template class testing::internal::MockSpec<__VA_ARGS__>;                    \
-  extern template class testing::internal::TypedExpectation<__VA_ARGS__>;            \
-  extern template class testing::internal::OnCallSpec<__VA_ARGS__>;                  \
+#define FENDREL_DECLARE_TYPE(...)                                         \
+  extern template class testing::internal::FunctionMocker<__VA_ARGS__>;   \
+  extern template class testing::internal::MockSpec<__VA_ARGS__>;         \
+  extern template class testing::internal::TypedExpectation<__VA_ARGS__>; \
+  extern template class testing::internal::OnCallSpec<__VA_ARGS__>;       \
   extern template class testing::Action<__VA_ARGS__>
 FENDREL_TABLE_TYPES(FENDREL_DECLARE_TYPE);
 FENDREL_OBJECT_TYPES(FENDREL_DECLARE_TYPE);
 FENDREL_SESSION_TYPES(FENDREL_DECLARE_TYPE);
 #undef FENDREL_DECLARE_TYPE
 
-#define FENDREL_INSTANTIATE_TYPE(...)                                  \
-  template class testing::internal::FunctionMocker<__VA_ARGS__>;       \
-  template class testing::internal::MockSpec<__VA_ARGS__>;             \
-  template class testing::internal::TypedExpectation<__VA_ARGS__>;     \
-  template class testing::internal::OnCallSpec<__VA_ARGS__>;           \
+#define FENDREL_INSTANTIATE_TYPE(...)                              \
+  template class testing::internal::FunctionMocker<__VA_ARGS__>;   \
+  template class testing::internal::MockSpec<__VA_ARGS__>;         \
+  template class testing::internal::TypedExpectation<__VA_ARGS__>; \
+  template class testing::internal::OnCallSpec<__VA_ARGS__>;       \
   template class testing::Action<__VA_ARGS__>
 
 // The mocks of mapi_mocks.h.
-#define FENDREL_MAPI_MOCKS(instantiate) \
-  instantiate(MockTable)                \
-  instantiate(MockProperties)           \
-  instantiate(MockAttachment)           \
-  instantiate(MockMessage)              \
-  instantiate(MockFolder)               \
-  instantiate(MockStore)                \
-  instantiate(MockSession)              \
-  instantiate(MockStream)
+#define FENDREL_MAPI_MOCKS(instantiate)                                                                   \
+  instantiate(MockTable) instantiate(MockProperties) instantiate(MockAttachment) instantiate(MockMessage) \
+      instantiate(MockFolder) instantiate(MockStore) instantiate(MockSession) instantiate(MockStream)

@@ -51,56 +51,67 @@ void SessionObject::lastReferenceGone() {
 }
 
 STDMETHODIMP SessionObject::GetMsgStoresTable(ULONG flags, LPMAPITABLE* table) {
-  return perform("GetMsgStoresTable", "flags=" + hex(flags), [&]() -> HRESULT {
-    std::vector<PropertyBag> rows;
-    for (const auto& store : world().stores()) rows.push_back(store->row);
-    *table = objects().make<Table>("message stores", std::move(rows));
-    return S_OK;
-  }, {.object = asObject(table)});
+  return perform("GetMsgStoresTable", "flags=" + hex(flags),
+                 [&]() -> HRESULT {
+                   std::vector<PropertyBag> rows;
+                   for (const auto& store : world().stores()) rows.push_back(store->row);
+                   *table = objects().make<Table>("message stores", std::move(rows));
+                   return S_OK;
+                 },
+                 {.object = asObject(table)});
 }
 
 STDMETHODIMP SessionObject::GetStatusTable(ULONG flags, LPMAPITABLE* table) {
-  return perform("GetStatusTable", "flags=" + hex(flags), [&]() -> HRESULT {
-    *table = objects().make<Table>("status", world().statusRows(profileName_));
-    return S_OK;
-  }, {.object = asObject(table)});
+  return perform("GetStatusTable", "flags=" + hex(flags),
+                 [&]() -> HRESULT {
+                   *table = objects().make<Table>("status", world().statusRows(profileName_));
+                   return S_OK;
+                 },
+                 {.object = asObject(table)});
 }
 
 STDMETHODIMP SessionObject::OpenMsgStore(ULONG_PTR window, ULONG size, LPENTRYID entryId, LPCIID interfaceId,
                                          ULONG flags, LPMDB* store) {
   const std::string arguments = "window=" + hex(window) + " " + entryArguments(size, entryId, interfaceId, flags);
-  return perform("OpenMsgStore", arguments, [&]() -> HRESULT {
-    Store* const known = world().findStore(bytesOf(size, entryId));
-    if (!known) return MAPI_E_NOT_FOUND;
-    LPUNKNOWN object = nullptr;
-    const HRESULT result = handOut(objects().make<StoreObject>(*known), interfaceId, MAPI_STORE, nullptr, &object);
-    if (SUCCEEDED(result)) *store = static_cast<IMsgStore*>(object);
-    return result;
-  }, {.object = asObject(store)});
+  return perform("OpenMsgStore", arguments,
+                 [&]() -> HRESULT {
+                   Store* const known = world().findStore(bytesOf(size, entryId));
+                   if (!known) return MAPI_E_NOT_FOUND;
+                   LPUNKNOWN object = nullptr;
+                   const HRESULT result =
+                       handOut(objects().make<StoreObject>(*known), interfaceId, MAPI_STORE, nullptr, &object);
+                   if (SUCCEEDED(result)) *store = static_cast<IMsgStore*>(object);
+                   return result;
+                 },
+                 {.object = asObject(store)});
 }
 
 STDMETHODIMP SessionObject::OpenEntry(ULONG size, LPENTRYID entryId, LPCIID interfaceId, ULONG flags, ULONG* objectType,
                                       LPUNKNOWN* object) {
-  return perform("OpenEntry", entryArguments(size, entryId, interfaceId, flags), [&]() -> HRESULT {
-    const Bytes wanted = bytesOf(size, entryId);
-    if (world().identity() == wanted)
-      return handOut(objects().make<UserObject>(), interfaceId, MAPI_MAILUSER, objectType, object);
-    if (Store* const store = world().findStore(wanted))
-      return handOut(objects().make<StoreObject>(*store), interfaceId, MAPI_STORE, objectType, object);
-    return openEntry(wanted, interfaceId, objectType, object);
-  }, {.object = object, .objectType = objectType});
+  return perform("OpenEntry", entryArguments(size, entryId, interfaceId, flags),
+                 [&]() -> HRESULT {
+                   const Bytes wanted = bytesOf(size, entryId);
+                   if (world().identity() == wanted)
+                     return handOut(objects().make<UserObject>(), interfaceId, MAPI_MAILUSER, objectType, object);
+                   if (Store* const store = world().findStore(wanted))
+                     return handOut(objects().make<StoreObject>(*store), interfaceId, MAPI_STORE, objectType, object);
+                   return openEntry(wanted, interfaceId, objectType, object);
+                 },
+                 {.object = object, .objectType = objectType});
 }
 
 STDMETHODIMP SessionObject::QueryIdentity(ULONG* size, LPENTRYID* entryId) {
-  return perform("QueryIdentity", "", [&]() -> HRESULT {
-    if (!world().identity()) return MAPI_E_NOT_FOUND;
-    const Bytes& identity = *world().identity();
-    auto* const copy = static_cast<BYTE*>(buffers().allocate(identity.size(), "QueryIdentity"));
-    std::ranges::copy(identity, copy);
-    *size = static_cast<ULONG>(identity.size());
-    *entryId = reinterpret_cast<LPENTRYID>(copy);
-    return S_OK;
-  }, {.block = reinterpret_cast<void**>(entryId), .count = size});
+  return perform("QueryIdentity", "",
+                 [&]() -> HRESULT {
+                   if (!world().identity()) return MAPI_E_NOT_FOUND;
+                   const Bytes& identity = *world().identity();
+                   auto* const copy = static_cast<BYTE*>(buffers().allocate(identity.size(), "QueryIdentity"));
+                   std::ranges::copy(identity, copy);
+                   *size = static_cast<ULONG>(identity.size());
+                   *entryId = reinterpret_cast<LPENTRYID>(copy);
+                   return S_OK;
+                 },
+                 {.block = reinterpret_cast<void**>(entryId), .count = size});
 }
 
 STDMETHODIMP SessionObject::Logoff(ULONG_PTR window, ULONG flags, ULONG reserved) {
@@ -141,23 +152,27 @@ STDMETHODIMP FolderObject::GetProps(LPSPropTagArray tags, ULONG flags, ULONG* co
 }
 
 STDMETHODIMP FolderObject::GetContentsTable(ULONG flags, LPMAPITABLE* table) {
-  return perform("GetContentsTable", "flags=" + hex(flags), [&]() -> HRESULT {
-    std::vector<PropertyBag> rows;
-    for (const Message* const message : folder_.messages)
-      if (message->saved && message->associated == ((flags & MAPI_ASSOCIATED) != 0))
-        rows.push_back(message->saved->properties);
-    *table = objects().make<Table>("contents of " + label(), std::move(rows));
-    return S_OK;
-  }, {.object = asObject(table)});
+  return perform("GetContentsTable", "flags=" + hex(flags),
+                 [&]() -> HRESULT {
+                   std::vector<PropertyBag> rows;
+                   for (const Message* const message : folder_.messages)
+                     if (message->saved && message->associated == ((flags & MAPI_ASSOCIATED) != 0))
+                       rows.push_back(message->saved->properties);
+                   *table = objects().make<Table>("contents of " + label(), std::move(rows));
+                   return S_OK;
+                 },
+                 {.object = asObject(table)});
 }
 
 STDMETHODIMP FolderObject::GetHierarchyTable(ULONG flags, LPMAPITABLE* table) {
-  return perform("GetHierarchyTable", "flags=" + hex(flags), [&]() -> HRESULT {
-    std::vector<PropertyBag> rows;
-    for (const Folder* const child : folder_.children) rows.push_back(child->properties);
-    *table = objects().make<Table>("hierarchy of " + label(), std::move(rows));
-    return S_OK;
-  }, {.object = asObject(table)});
+  return perform("GetHierarchyTable", "flags=" + hex(flags),
+                 [&]() -> HRESULT {
+                   std::vector<PropertyBag> rows;
+                   for (const Folder* const child : folder_.children) rows.push_back(child->properties);
+                   *table = objects().make<Table>("hierarchy of " + label(), std::move(rows));
+                   return S_OK;
+                 },
+                 {.object = asObject(table)});
 }
 
 STDMETHODIMP FolderObject::OpenEntry(ULONG size, LPENTRYID entryId, LPCIID interfaceId, ULONG flags, ULONG* objectType,
@@ -168,10 +183,13 @@ STDMETHODIMP FolderObject::OpenEntry(ULONG size, LPENTRYID entryId, LPCIID inter
 }
 
 STDMETHODIMP FolderObject::CreateMessage(LPCIID interfaceId, ULONG flags, LPMESSAGE* message) {
-  return perform("CreateMessage", "interface=" + interfaceName(interfaceId) + " flags=" + hex(flags), [&]() -> HRESULT {
-    *message = objects().make<MessageObject>(world().addMessage(folder_, (flags & MAPI_ASSOCIATED) != 0), true);
-    return S_OK;
-  }, {.object = asObject(message)});
+  return perform("CreateMessage", "interface=" + interfaceName(interfaceId) + " flags=" + hex(flags),
+                 [&]() -> HRESULT {
+                   *message =
+                       objects().make<MessageObject>(world().addMessage(folder_, (flags & MAPI_ASSOCIATED) != 0), true);
+                   return S_OK;
+                 },
+                 {.object = asObject(message)});
 }
 
 UserObject::UserObject() : RefusingProp("IMailUser", "user", {&IID_IMAPIProp, &IID_IMailUser}) {}

@@ -100,20 +100,23 @@ void WINAPI FreeProws(LPSRowSet rows) {
 }
 
 HRESULT WINAPI HrGetOneProp(LPMAPIPROP object, ULONG tag, LPSPropValue* value) {
-  return recorder().perform("HrGetOneProp", "", "property=" + propertyName(tag), [&]() -> HRESULT {
-    SizedSPropTagArray(1, tags) = {1, {tag}};
-    ULONG count = 0;
-    SPropValue* found = nullptr;
-    const HRESULT result = object->GetProps(reinterpret_cast<SPropTagArray*>(&tags), 0, &count, &found);
-    if (FAILED(result)) return result;
-    if (PROP_TYPE(found->ulPropTag) == PT_ERROR) {
-      const HRESULT missing = found->Value.err;
-      buffers().free(found);
-      return missing;
-    }
-    *value = found;
-    return S_OK;
-  }, {.values = value});
+  return recorder().perform("HrGetOneProp", "", "property=" + propertyName(tag),
+                            [&]() -> HRESULT {
+                              SizedSPropTagArray(1, tags) = {1, {tag}};
+                              ULONG count = 0;
+                              SPropValue* found = nullptr;
+                              const HRESULT result =
+                                  object->GetProps(reinterpret_cast<SPropTagArray*>(&tags), 0, &count, &found);
+                              if (FAILED(result)) return result;
+                              if (PROP_TYPE(found->ulPropTag) == PT_ERROR) {
+                                const HRESULT missing = found->Value.err;
+                                buffers().free(found);
+                                return missing;
+                              }
+                              *value = found;
+                              return S_OK;
+                            },
+                            {.values = value});
 }
 
 HRESULT WINAPI HrQueryAllRows(LPMAPITABLE table, LPSPropTagArray columns, LPSRestriction restriction,

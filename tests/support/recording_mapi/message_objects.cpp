@@ -88,14 +88,17 @@ STDMETHODIMP MessageObject::OpenAttach(ULONG number, LPCIID interfaceId, ULONG f
 }
 
 STDMETHODIMP MessageObject::CreateAttach(LPCIID interfaceId, ULONG flags, ULONG* number, LPATTACH* attachment) {
-  return perform("CreateAttach", "interface=" + interfaceName(interfaceId) + " flags=" + hex(flags), [&]() -> HRESULT {
-    if (!writable_) return MAPI_E_NO_ACCESS;
-    if (!number || !attachment) return MAPI_E_INVALID_PARAMETER;
-    *number = static_cast<ULONG>(message_.attachments.size());
-    auto made = message_.attachments.emplace_back(std::make_shared<Attachment>());
-    *attachment = objects().make<AttachObject>(label() + " attachment " + std::to_string(*number), made, true);
-    return S_OK;
-  }, {.object = asObject(attachment)});
+  return perform("CreateAttach", "interface=" + interfaceName(interfaceId) + " flags=" + hex(flags),
+                 [&]() -> HRESULT {
+                   if (!writable_) return MAPI_E_NO_ACCESS;
+                   if (!number || !attachment) return MAPI_E_INVALID_PARAMETER;
+                   *number = static_cast<ULONG>(message_.attachments.size());
+                   auto made = message_.attachments.emplace_back(std::make_shared<Attachment>());
+                   *attachment =
+                       objects().make<AttachObject>(label() + " attachment " + std::to_string(*number), made, true);
+                   return S_OK;
+                 },
+                 {.object = asObject(attachment)});
 }
 
 STDMETHODIMP MessageObject::SetReadFlag(ULONG flags) {
@@ -165,15 +168,17 @@ STDMETHODIMP ContentStream::Read(void* bytes, ULONG size, ULONG* read) {
 }
 
 STDMETHODIMP ContentStream::Write(const void* bytes, ULONG size, ULONG* written) {
-  return perform("Write", "bytes=" + std::to_string(size), [&]() -> HRESULT {
-    if (!writable_) return STG_E_ACCESSDENIED;
-    Bytes& content = attachment_->content;
-    if (content.size() < position_ + size) content.resize(position_ + size);
-    if (size) std::memcpy(content.data() + position_, bytes, size);
-    position_ += size;
-    if (written) *written = size;
-    return S_OK;
-  }, {.written = written});
+  return perform("Write", "bytes=" + std::to_string(size),
+                 [&]() -> HRESULT {
+                   if (!writable_) return STG_E_ACCESSDENIED;
+                   Bytes& content = attachment_->content;
+                   if (content.size() < position_ + size) content.resize(position_ + size);
+                   if (size) std::memcpy(content.data() + position_, bytes, size);
+                   position_ += size;
+                   if (written) *written = size;
+                   return S_OK;
+                 },
+                 {.written = written});
 }
 
 STDMETHODIMP ContentStream::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) {

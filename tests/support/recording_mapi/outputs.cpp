@@ -52,8 +52,7 @@ bool changeValue(RecordingAnswer kind, SPropValue& value, void* block) {
     case RECORDING_LONG_BYTES:
       if (type == PT_BINARY) value.Value.bin.cb = farTooMany;
       return type == PT_BINARY;
-    default:
-      return false;
+    default: return false;
   }
 }
 
@@ -116,8 +115,7 @@ bool changeRows(Answer answer, SRowSet*& rows) {
         return true;
       }
       break;
-    default:
-      break;
+    default: break;
   }
   bool changed = false;
   for (SRow& row : all) changed = changeValues(answer, {row.lpProps, row.cValues}) || changed;

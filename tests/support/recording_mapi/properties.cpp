@@ -26,24 +26,15 @@ Property binaryProperty(ULONG tag, Bytes bytes) { return {.tag = tag, .bytes = s
 Property decode(const SPropValue& value) {
   const ULONG tag = value.ulPropTag;
   switch (PROP_TYPE(tag)) {
-    case PT_I2:
-      return numberProperty(tag, value.Value.i);
-    case PT_LONG:
-      return numberProperty(tag, value.Value.l);
-    case PT_BOOLEAN:
-      return numberProperty(tag, value.Value.b != 0);
-    case PT_I8:
-      return numberProperty(tag, value.Value.li.QuadPart);
-    case PT_ERROR:
-      return numberProperty(tag, static_cast<ULONG>(value.Value.err));
-    case PT_SYSTIME:
-      return numberProperty(tag, timeNumber(value.Value.ft));
-    case PT_STRING8:
-      return textProperty(tag, value.Value.lpszA ? wide(value.Value.lpszA) : std::wstring());
-    case PT_UNICODE:
-      return textProperty(tag, value.Value.lpszW ? value.Value.lpszW : L"");
-    case PT_BINARY:
-      return binaryProperty(tag, Bytes(value.Value.bin.lpb, value.Value.bin.lpb + value.Value.bin.cb));
+    case PT_I2: return numberProperty(tag, value.Value.i);
+    case PT_LONG: return numberProperty(tag, value.Value.l);
+    case PT_BOOLEAN: return numberProperty(tag, value.Value.b != 0);
+    case PT_I8: return numberProperty(tag, value.Value.li.QuadPart);
+    case PT_ERROR: return numberProperty(tag, static_cast<ULONG>(value.Value.err));
+    case PT_SYSTIME: return numberProperty(tag, timeNumber(value.Value.ft));
+    case PT_STRING8: return textProperty(tag, value.Value.lpszA ? wide(value.Value.lpszA) : std::wstring());
+    case PT_UNICODE: return textProperty(tag, value.Value.lpszW ? value.Value.lpszW : L"");
+    case PT_BINARY: return binaryProperty(tag, Bytes(value.Value.bin.lpb, value.Value.bin.lpb + value.Value.bin.cb));
     default:
       recorder().fault(
           fmt::format("property {:#010x} has a type that the double does not know", static_cast<unsigned long>(tag)));
@@ -118,21 +109,13 @@ bool encode(const PropertyBag& bag, ULONG tag, ULONG stringType, void* block, SP
       value.Value.bin.lpb = static_cast<BYTE*>(buffers().allocateMore(property->bytes.size(), block));
       std::ranges::copy(property->bytes, value.Value.bin.lpb);
       break;
-    case PT_BOOLEAN:
-      value.Value.b = static_cast<unsigned short>(property->number);
-      break;
-    case PT_I2:
-      value.Value.i = static_cast<short>(property->number);
-      break;
-    case PT_I8:
-      value.Value.li.QuadPart = property->number;
-      break;
+    case PT_BOOLEAN: value.Value.b = static_cast<unsigned short>(property->number); break;
+    case PT_I2: value.Value.i = static_cast<short>(property->number); break;
+    case PT_I8: value.Value.li.QuadPart = property->number; break;
     case PT_SYSTIME:
       value.Value.ft = {static_cast<DWORD>(property->number), static_cast<DWORD>(property->number >> 32)};
       break;
-    default:
-      value.Value.l = static_cast<LONG>(property->number);
-      break;
+    default: value.Value.l = static_cast<LONG>(property->number); break;
   }
   return true;
 }

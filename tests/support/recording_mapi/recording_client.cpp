@@ -117,15 +117,16 @@ void RecordingMapi::reset(const World& world) {
 
 void RecordingMapi::interrupt(const char* name, uint32_t nth, std::function<void()> function) {
   interruption_ = std::move(function);
-  interrupt_(name, nth, [](void* context) { (*static_cast<std::function<void()>*>(context))(); }, &interruption_);
+  interrupt_(
+      name, nth, [](void* context) { (*static_cast<std::function<void()>*>(context))(); }, &interruption_);
 }
 
 std::vector<Call> RecordingMapi::everything() const {
   std::vector<Call> calls;
   for (uint32_t index = 0; index < callCount_(); ++index) {
     const RecordedCall& call = *call_(index);
-    calls.push_back(
-        {call.kind, call.canFail != 0, call.name, call.object, call.arguments, call.result, call.waitCursor != 0, call.answers});
+    calls.push_back({call.kind, call.canFail != 0, call.name, call.object, call.arguments, call.result,
+                     call.waitCursor != 0, call.answers});
   }
   return calls;
 }

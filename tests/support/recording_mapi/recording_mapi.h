@@ -84,15 +84,15 @@ void WINAPI recordingFailNothing(void);
 
 /* What a sloppy provider answers in a call that succeeds. */
 typedef enum RecordingAnswer {
-  RECORDING_NOTHING = 1,  /* null in place of the object, the block, the values or the rows; counts stay */
+  RECORDING_NOTHING = 1,          /* null in place of the object, the block, the values or the rows; counts stay */
   RECORDING_ROWS_WITHOUT_COLUMNS, /* rows that count their columns and have none */
-  RECORDING_ERROR_VALUES, /* values that could not be given */
-  RECORDING_OTHER_WIDTH,  /* 8-bit text where wide text belongs, and the other way round */
-  RECORDING_OTHER_TYPE,   /* numbers where text and bytes belong */
-  RECORDING_NULL_VALUES,  /* text and bytes without an address */
-  RECORDING_BAD_ADDRESS,  /* text and bytes at an address that cannot be read */
-  RECORDING_LONG_BYTES,   /* bytes that are counted far past their end */
-  RECORDING_COUNT_HIGH,   /* more rows, columns, values or bytes than there are */
+  RECORDING_ERROR_VALUES,         /* values that could not be given */
+  RECORDING_OTHER_WIDTH,          /* 8-bit text where wide text belongs, and the other way round */
+  RECORDING_OTHER_TYPE,           /* numbers where text and bytes belong */
+  RECORDING_NULL_VALUES,          /* text and bytes without an address */
+  RECORDING_BAD_ADDRESS,          /* text and bytes at an address that cannot be read */
+  RECORDING_LONG_BYTES,           /* bytes that are counted far past their end */
+  RECORDING_COUNT_HIGH,           /* more rows, columns, values or bytes than there are */
   RECORDING_COUNT_ZERO,
   RECORDING_OTHER_OBJECT, /* an object type that was not asked for */
   RECORDING_WARNING,      /* MAPI_W_ERRORS_RETURNED */

@@ -42,10 +42,12 @@ STDMETHODIMP Table::QueryColumns(ULONG flags, LPSPropTagArray* columns) {
 }
 
 STDMETHODIMP Table::GetRowCount(ULONG flags, ULONG* count) {
-  return perform("GetRowCount", "flags=" + hex(flags), [&]() -> HRESULT {
-    *count = static_cast<ULONG>(rows_.size());
-    return S_OK;
-  }, {.count = count});
+  return perform("GetRowCount", "flags=" + hex(flags),
+                 [&]() -> HRESULT {
+                   *count = static_cast<ULONG>(rows_.size());
+                   return S_OK;
+                 },
+                 {.count = count});
 }
 
 STDMETHODIMP Table::SeekRow(BOOKMARK origin, LONG rows, LONG* sought) {
@@ -69,7 +71,8 @@ STDMETHODIMP Table::Restrict(LPSRestriction restriction, ULONG flags) {
 
 STDMETHODIMP Table::QueryRows(LONG count, ULONG flags, LPSRowSet* rows) {
   return perform(
-      "QueryRows", fmt::format("rows={} flags={:#x}", count, static_cast<unsigned long>(flags)), [&]() -> HRESULT {
+      "QueryRows", fmt::format("rows={} flags={:#x}", count, static_cast<unsigned long>(flags)),
+      [&]() -> HRESULT {
         if (count < 0) return MAPI_E_NO_SUPPORT;
         const std::size_t batch = std::min<std::size_t>(static_cast<std::size_t>(count), rows_.size() - position_);
         auto* const set = static_cast<SRowSet*>(buffers().allocate(CbNewSRowSet(static_cast<ULONG>(batch)), "row set"));

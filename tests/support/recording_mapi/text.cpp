@@ -81,30 +81,18 @@ std::string interfaceName(const IID* interfaceId) {
   if (!interfaceId) return "null";
   // The interfaces of MAPI differ in the first number alone.
   switch (interfaceId->Data1) {
-    case 0x00000000:
-      return "IID_IUnknown";
-    case 0x0000000C:
-      return "IID_IStream";
-    case 0x00020300:
-      return "IID_IMAPISession";
-    case 0x00020301:
-      return "IID_IMAPITable";
-    case 0x00020303:
-      return "IID_IMAPIProp";
-    case 0x00020306:
-      return "IID_IMsgStore";
-    case 0x00020307:
-      return "IID_IMessage";
-    case 0x00020308:
-      return "IID_IAttachment";
-    case 0x0002030A:
-      return "IID_IMailUser";
-    case 0x0002030B:
-      return "IID_IMAPIContainer";
-    case 0x0002030C:
-      return "IID_IMAPIFolder";
-    default:
-      return fmt::format("{{{:08x}}}", static_cast<unsigned long>(interfaceId->Data1));
+    case 0x00000000: return "IID_IUnknown";
+    case 0x0000000C: return "IID_IStream";
+    case 0x00020300: return "IID_IMAPISession";
+    case 0x00020301: return "IID_IMAPITable";
+    case 0x00020303: return "IID_IMAPIProp";
+    case 0x00020306: return "IID_IMsgStore";
+    case 0x00020307: return "IID_IMessage";
+    case 0x00020308: return "IID_IAttachment";
+    case 0x0002030A: return "IID_IMailUser";
+    case 0x0002030B: return "IID_IMAPIContainer";
+    case 0x0002030C: return "IID_IMAPIFolder";
+    default: return fmt::format("{{{:08x}}}", static_cast<unsigned long>(interfaceId->Data1));
   }
 }
 

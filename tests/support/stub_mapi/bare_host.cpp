@@ -2,8 +2,8 @@
 // message store. Exit code 3: MAPI did not start.
 #include <windows.h>
 
-#include <mapix.h>
 #include <mapiutil.h>
+#include <mapix.h>
 
 #include <cstdio>
 #include <cstdlib>

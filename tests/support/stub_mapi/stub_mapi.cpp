@@ -2,8 +2,8 @@
 // names under Clients\Mail, the user's before the machine's, its DLLPathEx.
 #include <windows.h>
 
-#include <mapix.h>
 #include <mapiutil.h>
+#include <mapix.h>
 
 #include <string>
 

@@ -57,20 +57,21 @@ TEST_P(ReportNameOfATemplate, ReplacesWhatIsMissingOrAWildcard) {
   EXPECT_EQ(fromTemplate(GetParam().fileNameTemplate), GetParam().expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    , ReportNameOfATemplate,
-    testing::Values(Template{"None", nullptr, L"untitled.txt"}, Template{"Empty", L"", L"untitled.txt"},
-                    Template{"Complete", L"sales.rpt", L"sales.rpt"},
-                    Template{"FullPath", L"C:\\out\\sales.rpt", L"sales.rpt"},
-                    Template{"BothWildcards", L"*.*", L"untitled.txt"},
-                    Template{"WildcardExtension", L"sales.*", L"sales.txt"},
-                    Template{"QuestionMarkInTheExtension", L"sales.rp?", L"sales.txt"},
-                    Template{"QuestionMarkInTheName", L"sa?es.rpt", L"untitled.rpt"},
-                    Template{"AsteriskInTheName", L"sales*.rpt", L"untitled.rpt"},
-                    Template{"NoExtension", L"sales", L"sales.txt"}, Template{"NoName", L".rpt", L"untitled.rpt"},
-                    Template{"DotAlone", L"sales.", L"sales."},
-                    Template{"DirectoryAlone", L"C:\\out\\", L"untitled.txt"},
-                    Template{"WildcardInTheDirectory", L"C:\\o*t\\sales.rpt", L"sales.rpt"}),
-    [](const auto& row) { return std::string(row.param.row); });
+INSTANTIATE_TEST_SUITE_P(, ReportNameOfATemplate,
+                         testing::Values(Template{"None", nullptr, L"untitled.txt"},
+                                         Template{"Empty", L"", L"untitled.txt"},
+                                         Template{"Complete", L"sales.rpt", L"sales.rpt"},
+                                         Template{"FullPath", L"C:\\out\\sales.rpt", L"sales.rpt"},
+                                         Template{"BothWildcards", L"*.*", L"untitled.txt"},
+                                         Template{"WildcardExtension", L"sales.*", L"sales.txt"},
+                                         Template{"QuestionMarkInTheExtension", L"sales.rp?", L"sales.txt"},
+                                         Template{"QuestionMarkInTheName", L"sa?es.rpt", L"untitled.rpt"},
+                                         Template{"AsteriskInTheName", L"sales*.rpt", L"untitled.rpt"},
+                                         Template{"NoExtension", L"sales", L"sales.txt"},
+                                         Template{"NoName", L".rpt", L"untitled.rpt"},
+                                         Template{"DotAlone", L"sales.", L"sales."},
+                                         Template{"DirectoryAlone", L"C:\\out\\", L"untitled.txt"},
+                                         Template{"WildcardInTheDirectory", L"C:\\o*t\\sales.rpt", L"sales.rpt"}),
+                         [](const auto& row) { return std::string(row.param.row); });
 
 }  // namespace

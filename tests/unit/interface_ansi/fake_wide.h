@@ -17,8 +17,8 @@ struct FakeWide {
   DWORD listDelay = 0;  // milliseconds
   FendrelResult result{.size = sizeof(FendrelResult)};
   const wchar_t* errorText = L"";
-  DestinationOptions* encoded = nullptr;               // given out by the encoder
-  std::function<DestinationOptions*()> makeDecoded;    // by the decoder
+  DestinationOptions* encoded = nullptr;             // given out by the encoder
+  std::function<DestinationOptions*()> makeDecoded;  // by the decoder
 
   // What they were called with.
   std::function<void()> atEnd;  // of a job

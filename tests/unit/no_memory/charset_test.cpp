@@ -59,7 +59,6 @@ long long number(Result result) {
     return static_cast<long long>(result);
 }
 
-
 std::vector<Operation> operations() {
   using namespace charset;
   const HINSTANCE module = GetModuleHandleW(nullptr);
@@ -81,9 +80,8 @@ std::vector<Operation> operations() {
   return {
       {"DialogBoxParam", 1, [=] { return number(dialogBoxParam(module, L"name", nullptr, nullptr, 0)); }, -1},
       {"CreateWindowEx", 2,
-       [=] {
-         return number(createWindowEx(0, L"EDIT", L"name", 0, 0, 0, 1, 1, nullptr, nullptr, module, nullptr));
-       }, 0},
+       [=] { return number(createWindowEx(0, L"EDIT", L"name", 0, 0, 0, 1, 1, nullptr, nullptr, module, nullptr)); },
+       0},
       {"LoadBitmap", 1, [=] { return number(loadBitmap(module, L"name")); }, 0},
       {"LoadString", 2, [=] { return number(loadString(module, 1, g_buffer, 64)); }, 0},
       {"SendMessageSetText", 1, [=] { return number(sendMessage(edit, WM_SETTEXT, 0, text)); }, 0},
@@ -109,14 +107,14 @@ std::vector<Operation> operations() {
       {"GetPrivateProfileInt", 3, [] { return number(getPrivateProfileInt(L"a", L"b", 5, L"C:\\none.ini")); }, 0},
       {"GlobalFindAtom", 1, [] { return number(globalFindAtom(L"name")); }, 0},
       {"GetLocaleInfo", 2, [] { return number(getLocaleInfo(0x409, LOCALE_SENGLANGUAGE, g_buffer, 64)); }, 0},
-      {"CreateFont", 1,
-       [] { return number(createFont(1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, L"name")); }, 0},
+      {"CreateFont", 1, [] { return number(createFont(1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, L"name")); }, 0},
       {"CreateFontIndirect", 1, [] { return number(createFontIndirect(&font)); }, 0},
       {"GetFontObject", 1,
        [] {
          static LOGFONTW described;
          return number(getFontObject(static_cast<HFONT>(GetStockObject(SYSTEM_FONT)), sizeof described, &described));
-       }, 0},
+       },
+       0},
       {"CreateMetaFile", 1, [] { return number(createMetaFile(L"name")); }, 0},
       {"CreateIC", 5, [] { return number(createIC(L"DISPLAY", L"b", L"c", &mode)); }, 0},
       {"ShellExecuteEx", 5, [] { return number(shellExecuteEx(&execute)); }, 0},

@@ -19,7 +19,11 @@ using Owned = std::unique_ptr<Options, OptionsFree>;
 
 // Text outside ASCII in the two forms, for the code page in use.
 const wchar_t* wideText() { return GetACP() == 932 ? L"日本" : L"Grüße"; }
-const char* ansiText() { return GetACP() == 932 ? "\x93\xFA\x96{" : "Gr\xFC\xDF" "e"; }
+const char* ansiText() {
+  return GetACP() == 932 ? "\x93\xFA\x96{"
+                         : "Gr\xFC\xDF"
+                           "e";
+}
 
 class UnpackedConversion : public testing::Test {
  protected:

@@ -173,7 +173,7 @@ TEST_F(TlvFileTest, CreatingAnExistingFileReturns259AndNoStream) {
 TEST_F(TlvFileTest, DestroyingReturnsTheResultOfTheClosing) {
   open("");
   EXPECT_EQ(DestroyTLVFile(stream), 0);
-  EXPECT_EQ(DestroyTLVFile(stream), 0);  // there is none
+  EXPECT_EQ(DestroyTLVFile(stream), 0);                                                        // there is none
   stream = std::make_unique<TLVFile>(reinterpret_cast<HANDLE>(static_cast<INT_PTR>(0x7FFC)));  // no such handle
   EXPECT_EQ(DestroyTLVFile(stream), 263);
 }

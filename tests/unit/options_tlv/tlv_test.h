@@ -33,7 +33,8 @@ inline MemoryBlock blockOf(std::string_view content) {
 // An item as it stands in a stream.
 inline std::string item(int tag, std::string_view value) {
   std::string result;
-  for (const int part : {tag & 0xFF, tag >> 8, static_cast<int>(value.size() & 0xFF), static_cast<int>(value.size() >> 8)})
+  for (const int part :
+       {tag & 0xFF, tag >> 8, static_cast<int>(value.size() & 0xFF), static_cast<int>(value.size() >> 8)})
     result += static_cast<char>(part);
   return result.append(value);
 }

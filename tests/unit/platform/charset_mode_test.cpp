@@ -3,8 +3,8 @@
 
 #include "charset_mode.h"
 
-extern int systemAsked;          // how often
-extern int systemAskedAtStart;   // before any code of the program ran
+extern int systemAsked;         // how often
+extern int systemAskedAtStart;  // before any code of the program ran
 
 namespace fendrel {
 namespace {

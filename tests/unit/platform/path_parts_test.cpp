@@ -29,21 +29,18 @@ TEST_P(SplitPath, GivesThePartsThatMakeThePathAgain) {
 
 INSTANTIATE_TEST_SUITE_P(
     , SplitPath,
-    testing::Values(Row{"FullPath", L"C:\\out\\daily\\sales.rpt", L"C:", L"\\out\\daily\\", L"sales", L".rpt"},
-                    Row{"NameOnly", L"sales", L"", L"", L"sales", L""},
-                    Row{"NameAndExtension", L"sales.rpt", L"", L"", L"sales", L".rpt"},
-                    Row{"Empty", L"", L"", L"", L"", L""},
-                    Row{"ExtensionOnly", L".rpt", L"", L"", L"", L".rpt"},
-                    Row{"DotAtTheEnd", L"sales.", L"", L"", L"sales", L"."},
-                    Row{"SeveralDots", L"sales.2024.rpt", L"", L"", L"sales.2024", L".rpt"},
-                    Row{"DotInTheDirectoryOnly", L"C:\\v1.2\\sales", L"C:", L"\\v1.2\\", L"sales", L""},
-                    Row{"DirectoryOnly", L"C:\\out\\", L"C:", L"\\out\\", L"", L""},
-                    Row{"DriveOnly", L"C:", L"C:", L"", L"", L""},
-                    Row{"DriveRelative", L"C:sales.rpt", L"C:", L"", L"sales", L".rpt"},
-                    Row{"SlashesAndBackslashes", L"/out\\daily/sales.rpt", L"", L"/out\\daily/", L"sales", L".rpt"},
-                    Row{"NetworkShare", L"\\\\server\\share\\sales.rpt", L"", L"\\\\server\\share\\", L"sales",
-                        L".rpt"},
-                    Row{"ColonFurtherBehind", L"ab:cd.rpt", L"", L"", L"ab:cd", L".rpt"}),
+    testing::Values(
+        Row{"FullPath", L"C:\\out\\daily\\sales.rpt", L"C:", L"\\out\\daily\\", L"sales", L".rpt"},
+        Row{"NameOnly", L"sales", L"", L"", L"sales", L""},
+        Row{"NameAndExtension", L"sales.rpt", L"", L"", L"sales", L".rpt"}, Row{"Empty", L"", L"", L"", L"", L""},
+        Row{"ExtensionOnly", L".rpt", L"", L"", L"", L".rpt"}, Row{"DotAtTheEnd", L"sales.", L"", L"", L"sales", L"."},
+        Row{"SeveralDots", L"sales.2024.rpt", L"", L"", L"sales.2024", L".rpt"},
+        Row{"DotInTheDirectoryOnly", L"C:\\v1.2\\sales", L"C:", L"\\v1.2\\", L"sales", L""},
+        Row{"DirectoryOnly", L"C:\\out\\", L"C:", L"\\out\\", L"", L""}, Row{"DriveOnly", L"C:", L"C:", L"", L"", L""},
+        Row{"DriveRelative", L"C:sales.rpt", L"C:", L"", L"sales", L".rpt"},
+        Row{"SlashesAndBackslashes", L"/out\\daily/sales.rpt", L"", L"/out\\daily/", L"sales", L".rpt"},
+        Row{"NetworkShare", L"\\\\server\\share\\sales.rpt", L"", L"\\\\server\\share\\", L"sales", L".rpt"},
+        Row{"ColonFurtherBehind", L"ab:cd.rpt", L"", L"", L"ab:cd", L".rpt"}),
     [](const auto& row) { return std::string(row.param.row); });
 
 TEST(SplitPathOfBytes, WorksOnEightBitText) {
@@ -54,9 +51,7 @@ TEST(SplitPathOfBytes, WorksOnEightBitText) {
   EXPECT_EQ(parts.extension, ".txt");
 }
 
-TEST(ExtensionOf, IsTheTextBehindTheLastDot) {
-  EXPECT_EQ(extensionOf(std::wstring_view(L"sales.2024.rpt")), L"rpt");
-}
+TEST(ExtensionOf, IsTheTextBehindTheLastDot) { EXPECT_EQ(extensionOf(std::wstring_view(L"sales.2024.rpt")), L"rpt"); }
 
 TEST(ExtensionOf, IsEmptyWithoutADot) { EXPECT_EQ(extensionOf(std::wstring_view(L"sales")), L""); }
 

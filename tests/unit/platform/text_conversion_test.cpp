@@ -20,7 +20,10 @@ struct Sample {
 };
 Sample ansiSample() {
   if (GetACP() == japanese) return {"\x93\xFA\x96{-A", L"日本-A"};
-  return {"Gr\xFC\xDF" "e", L"Grüße"};
+  return {
+      "Gr\xFC\xDF"
+      "e",
+      L"Grüße"};
 }
 
 class TextConversion : public testing::Test {

@@ -44,7 +44,7 @@ TEST_F(CharsetFile, CreateFileMakesTheSameFileOnBothPaths) {
 TEST_F(CharsetFile, APathThatConvertsToMoreThan520BytesCannotBeOpenedOnTheAnsiPath) {
   const AnsiPath ansi;
   const std::wstring longest = L"C:\\" + std::wstring(516, L'x');  // 519 bytes and the terminator
-  EXPECT_EQ(createNew(longest), INVALID_HANDLE_VALUE);              // no such folder, but tried
+  EXPECT_EQ(createNew(longest), INVALID_HANDLE_VALUE);             // no such folder, but tried
   EXPECT_THROW(createNew(longest + L'x'), int);
   try {
     createNew(longest + L'x');
@@ -203,7 +203,8 @@ TEST_F(CharsetCurrentDirectory, CurrentDirectoryIntoABufferOneTooSmallFailsOnThe
 
 TEST_F(CharsetFile, StatAndAccessSeeTheSameFileOnBothPaths) {
   make(nativePath());
-  struct _stat64 wide{}, ansi{};
+  struct _stat64 wide {
+  }, ansi{};
   EXPECT_EQ(charset::stat(nativePath().c_str(), &wide), 0);
   EXPECT_EQ(wide.st_size, 7);
   EXPECT_EQ(charset::access(nativePath().c_str(), 0), 0);

@@ -64,7 +64,8 @@ TEST_F(CharsetRegistry, CreateOpensTheKeyThatIsThereOnBothPaths) {
     HKEY made = nullptr;
     DWORD disposition = 0;
     EXPECT_EQ(charset::regCreateKeyEx(HKEY_CURRENT_USER, path.c_str(), 0, L"class", 0, KEY_READ, nullptr, &made,
-                                      &disposition), ERROR_SUCCESS);
+                                      &disposition),
+              ERROR_SUCCESS);
     RegCloseKey(made);
     return disposition;
   };

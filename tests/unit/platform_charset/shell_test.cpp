@@ -80,7 +80,8 @@ TEST(CharsetShell, ShellExecuteExReadsTheTextsThatTheMaskNamesAlone) {
 
 TEST(CharsetShell, SaveFileNameWithACustomFilterThatHasNoEndIsRefusedOnTheAnsiPath) {
   const AnsiPath ansi;
-  for (const std::wstring& filter : {std::wstring(8, L'x'), std::wstring(L"x\0xxxxxx", 8), std::wstring(L"xxxxxxx\0", 8)}) {
+  for (const std::wstring& filter :
+       {std::wstring(8, L'x'), std::wstring(L"x\0xxxxxx", 8), std::wstring(L"xxxxxxx\0", 8)}) {
     std::wstring custom = filter;
     OPENFILENAMEW dialog{};
     dialog.lStructSize = sizeof dialog;
@@ -98,16 +99,17 @@ std::wstring dialogTitle() { return L"Fendrel save test " + std::to_wstring(GetC
 // Presses a button of the save dialog once it is there.
 class Presser {
  public:
-  explicit Presser(int button) : thread_([button] {
-    for (int attempt = 0; attempt < 300; ++attempt) {
-      if (const HWND dialog = FindWindowW(nullptr, dialogTitle().c_str()); dialog && GetDlgItem(dialog, button)) {
-        Sleep(200);
-        PostMessageW(dialog, WM_COMMAND, static_cast<WPARAM>(button), 0);
-        return;
-      }
-      Sleep(100);
-    }
-  }) {}
+  explicit Presser(int button)
+      : thread_([button] {
+          for (int attempt = 0; attempt < 300; ++attempt) {
+            if (const HWND dialog = FindWindowW(nullptr, dialogTitle().c_str()); dialog && GetDlgItem(dialog, button)) {
+              Sleep(200);
+              PostMessageW(dialog, WM_COMMAND, static_cast<WPARAM>(button), 0);
+              return;
+            }
+            Sleep(100);
+          }
+        }) {}
   ~Presser() { thread_.join(); }
 
  private:

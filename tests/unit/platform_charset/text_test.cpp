@@ -217,8 +217,9 @@ TEST(CharsetText, LocaleInfoInTheCodePagesOwnLettersGivesTheSameOnBothPaths) {
 TEST(CharsetText, LocaleInfoAsANumberGivesTheSameOnBothPaths) {
   const auto number = [] {
     DWORD value = 0;
-    EXPECT_EQ(charset::getLocaleInfo(german, LOCALE_ILANGUAGE | LOCALE_RETURN_NUMBER,
-                                     reinterpret_cast<wchar_t*>(&value), 2), 2);
+    EXPECT_EQ(
+        charset::getLocaleInfo(german, LOCALE_ILANGUAGE | LOCALE_RETURN_NUMBER, reinterpret_cast<wchar_t*>(&value), 2),
+        2);
     return value;
   };
   const DWORD wide = number();

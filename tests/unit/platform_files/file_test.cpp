@@ -138,8 +138,7 @@ INSTANTIATE_TEST_SUITE_P(Modes, FileSharing,
                          testing::Values(Sharing{"Compatibility", 0x00, false, false},
                                          Sharing{"Exclusive", 0x10, false, false},
                                          Sharing{"DenyWrite", 0x20, true, false},
-                                         Sharing{"DenyRead", 0x30, false, true},
-                                         Sharing{"DenyNone", 0x40, true, true}),
+                                         Sharing{"DenyRead", 0x30, false, true}, Sharing{"DenyNone", 0x40, true, true}),
                          [](const auto& row) { return row.param.name; });
 
 TEST_F(FileHelpers, CreateOfANewFileReturns0) {

@@ -25,9 +25,11 @@ TEST_P(StripsTrailingSlash, OneAtTheEnd) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Paths, StripsTrailingSlash,
-                         testing::Values(Stripped{"Backslash", L"C:\\a\\", L"C:\\a"}, Stripped{"Slash", L"C:/a/", L"C:/a"},
-                                         Stripped{"Two", L"C:\\a\\\\", L"C:\\a\\"}, Stripped{"None", L"C:\\a", L"C:\\a"},
-                                         Stripped{"Empty", L"", L""}, Stripped{"Alone", L"\\", L""}),
+                         testing::Values(Stripped{"Backslash", L"C:\\a\\", L"C:\\a"},
+                                         Stripped{"Slash", L"C:/a/", L"C:/a"},
+                                         Stripped{"Two", L"C:\\a\\\\", L"C:\\a\\"},
+                                         Stripped{"None", L"C:\\a", L"C:\\a"}, Stripped{"Empty", L"", L""},
+                                         Stripped{"Alone", L"\\", L""}),
                          [](const auto& row) { return row.param.name; });
 
 TEST(StringHelpers, StripTrailingSlashOfNullDoesNothing) { StripTrailingSlash(nullptr); }

@@ -13,9 +13,13 @@ class AnsiPosting : public PostingFixture {
 };
 
 TEST_F(AnsiPosting, ClassIsUpperCasedThroughTheCodePage) {
-  addFile(L"sales.gr\xF6\xDF" L"e");
+  addFile(
+      L"sales.gr\xF6\xDF"
+      L"e");
   EXPECT_EQ(post(), 0u);
-  EXPECT_EQ(message(0).find(PR_MESSAGE_CLASS_W)->text, L"IPM.DOCUMENT.*GR\xD6\xDF" L"E");
+  EXPECT_EQ(message(0).find(PR_MESSAGE_CLASS_W)->text,
+            L"IPM.DOCUMENT.*GR\xD6\xDF"
+            L"E");
 }
 
 TEST_F(AnsiPosting, FileIsFoundByItsConvertedName) {

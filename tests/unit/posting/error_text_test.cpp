@@ -38,21 +38,22 @@ TEST_P(ErrorMapping, GivesCodeAndWords) {
 
 INSTANTIATE_TEST_SUITE_P(
     Of, ErrorMapping,
-    testing::Values(
-        Mapping{"Success", 0, 0, nullptr}, Mapping{"Abort", 0x80004004, 6, nullptr},
-        Mapping{"UserCancel", 0x80040113, 6, nullptr}, Mapping{"Cancel", 0x80040501, 6, nullptr},
-        Mapping{"NotEnoughMemory", 0x8007000E, 2, nullptr}, Mapping{"NotEnoughDisk", 0x8004010D, 3, nullptr},
-        Mapping{"CallFailed", 0x80004005, failed, L"MAPI_E_CALL_FAILED"},
-        Mapping{"CorruptData", 0x8004011B, failed, L"MAPI_E_CORRUPT_DATA"},
-        Mapping{"FailOneProvider", 0x8004011D, failed, L"MAPI Error: Fail on provider."},
-        Mapping{"InvalidParameter", 0x80070057, failed, L"MAPI_E_INVALID_PARAMETER"},
-        Mapping{"NoSupport", 0x80040102, failed, L"Such posting is not supported by the Message Service Provider."},
-        Mapping{"NotFound", 0x8004010F, failed, L"MAPI object not found."},
-        Mapping{"NoAccess", 0x80070005, failed, L"No access right to post file to Exchange Folders."},
-        Mapping{"AnyOther", 0x8004AbCd, failed, L"Error code 0x8004ABCD returned."},
-        Mapping{"Busy", 0x8004010B, failed, L"Error code 0x8004010B returned."},
-        Mapping{"SystemError", 0x80070021, failed, L"Error code 0x80070021 returned."},
-        Mapping{"Warning", 0x00040380, failed, L"Error code 0x00040380 returned."}),
+    testing::Values(Mapping{"Success", 0, 0, nullptr}, Mapping{"Abort", 0x80004004, 6, nullptr},
+                    Mapping{"UserCancel", 0x80040113, 6, nullptr}, Mapping{"Cancel", 0x80040501, 6, nullptr},
+                    Mapping{"NotEnoughMemory", 0x8007000E, 2, nullptr},
+                    Mapping{"NotEnoughDisk", 0x8004010D, 3, nullptr},
+                    Mapping{"CallFailed", 0x80004005, failed, L"MAPI_E_CALL_FAILED"},
+                    Mapping{"CorruptData", 0x8004011B, failed, L"MAPI_E_CORRUPT_DATA"},
+                    Mapping{"FailOneProvider", 0x8004011D, failed, L"MAPI Error: Fail on provider."},
+                    Mapping{"InvalidParameter", 0x80070057, failed, L"MAPI_E_INVALID_PARAMETER"},
+                    Mapping{"NoSupport", 0x80040102, failed,
+                            L"Such posting is not supported by the Message Service Provider."},
+                    Mapping{"NotFound", 0x8004010F, failed, L"MAPI object not found."},
+                    Mapping{"NoAccess", 0x80070005, failed, L"No access right to post file to Exchange Folders."},
+                    Mapping{"AnyOther", 0x8004AbCd, failed, L"Error code 0x8004ABCD returned."},
+                    Mapping{"Busy", 0x8004010B, failed, L"Error code 0x8004010B returned."},
+                    Mapping{"SystemError", 0x80070021, failed, L"Error code 0x80070021 returned."},
+                    Mapping{"Warning", 0x00040380, failed, L"Error code 0x00040380 returned."}),
     [](const auto& row) { return std::string(row.param.row); });
 
 TEST(ErrorText, IsEmptyAtFirst) { EXPECT_STREQ(ErrorText().get(), L""); }

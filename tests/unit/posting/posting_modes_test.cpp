@@ -19,20 +19,18 @@ class PostingMode : public PostingFixture, public testing::WithParamInterface<Mo
 
 TEST_P(PostingMode, FollowsFromTypeAndSetUp) {
   destination.type = GetParam().type;
-  const PostingJob job{&world.session, GetParam().optionsSupplied, destination, fileNames, sender,
-                       L"",            L"",                        noNaming,    errorText};
+  const PostingJob job{&world.session, GetParam().optionsSupplied, destination, fileNames, sender, L"", L"", noNaming,
+                       errorText};
   EXPECT_EQ(isTemplateMode(job), GetParam().isTemplate);
 }
 
-INSTANTIATE_TEST_SUITE_P(, PostingMode,
-                         testing::Values(Mode{"InteractivePersonal", 1009, false, true},
-                                         Mode{"InteractiveFolder", 1010, false, true},
-                                         Mode{"InteractiveInstance", 1011, false, false},
-                                         Mode{"SilentPersonal", 1009, true, false},
-                                         Mode{"SilentFolder", 1010, true, false},
-                                         Mode{"SilentInstance", 1011, true, false},
-                                         Mode{"InteractiveUnknown", 0, false, true}),
-                         [](const auto& row) { return std::string(row.param.row); });
+INSTANTIATE_TEST_SUITE_P(
+    , PostingMode,
+    testing::Values(Mode{"InteractivePersonal", 1009, false, true}, Mode{"InteractiveFolder", 1010, false, true},
+                    Mode{"InteractiveInstance", 1011, false, false}, Mode{"SilentPersonal", 1009, true, false},
+                    Mode{"SilentFolder", 1010, true, false}, Mode{"SilentInstance", 1011, true, false},
+                    Mode{"InteractiveUnknown", 0, false, true}),
+    [](const auto& row) { return std::string(row.param.row); });
 
 class MockNaming : public NamingStep {
  public:

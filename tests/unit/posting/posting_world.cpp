@@ -14,20 +14,11 @@ std::vector<SetProperty> copyProperties(const SPropValue* values, ULONG count) {
     const SPropValue& value = values[i];
     SetProperty copy{.tag = value.ulPropTag};
     switch (PROP_TYPE(value.ulPropTag)) {
-      case PT_UNICODE:
-        copy.text = value.Value.lpszW;
-        break;
-      case PT_BINARY:
-        copy.bytes.assign(reinterpret_cast<const char*>(value.Value.bin.lpb), value.Value.bin.cb);
-        break;
-      case PT_SYSTIME:
-        std::memcpy(&copy.number, &value.Value.ft, sizeof value.Value.ft);
-        break;
-      case PT_LONG:
-        copy.number = value.Value.l;
-        break;
-      default:
-        ADD_FAILURE() << "a property of an unexpected type: " << std::hex << value.ulPropTag;
+      case PT_UNICODE: copy.text = value.Value.lpszW; break;
+      case PT_BINARY: copy.bytes.assign(reinterpret_cast<const char*>(value.Value.bin.lpb), value.Value.bin.cb); break;
+      case PT_SYSTIME: std::memcpy(&copy.number, &value.Value.ft, sizeof value.Value.ft); break;
+      case PT_LONG: copy.number = value.Value.l; break;
+      default: ADD_FAILURE() << "a property of an unexpected type: " << std::hex << value.ulPropTag;
     }
     copies.push_back(std::move(copy));
   }

@@ -39,17 +39,16 @@ TEST_F(ReportProperties, OfAMessageWithEverything) {
   const auto& set = post().properties;
   ASSERT_EQ(set.size(), 16u);
   const std::vector<SetProperty> fromSender(set.begin() + 6, set.end());
-  EXPECT_THAT(fromSender,
-              testing::ElementsAre(SetProperty{.tag = PR_SENDER_ENTRYID, .bytes = "id"},
-                                   SetProperty{.tag = PR_SENDER_NAME_W, .text = L"Ann"},
-                                   SetProperty{.tag = PR_SENDER_SEARCH_KEY, .bytes = "KEY"},
-                                   SetProperty{.tag = PR_SENT_REPRESENTING_ENTRYID, .bytes = "id"},
-                                   SetProperty{.tag = PR_SENT_REPRESENTING_NAME_W, .text = L"Ann"},
-                                   SetProperty{.tag = PR_SENT_REPRESENTING_SEARCH_KEY, .bytes = "KEY"},
-                                   SetProperty{.tag = PR_DISPLAY_NAME_W, .text = L"Sales of May"},
-                                   SetProperty{.tag = PR_COMMENT_W, .text = L"Draft"},
-                                   SetProperty{.tag = PR_BODY_W, .text = L"All sales"},
-                                   SetProperty{.tag = PR_IMPORTANCE, .number = 1}));
+  EXPECT_THAT(fromSender, testing::ElementsAre(SetProperty{.tag = PR_SENDER_ENTRYID, .bytes = "id"},
+                                               SetProperty{.tag = PR_SENDER_NAME_W, .text = L"Ann"},
+                                               SetProperty{.tag = PR_SENDER_SEARCH_KEY, .bytes = "KEY"},
+                                               SetProperty{.tag = PR_SENT_REPRESENTING_ENTRYID, .bytes = "id"},
+                                               SetProperty{.tag = PR_SENT_REPRESENTING_NAME_W, .text = L"Ann"},
+                                               SetProperty{.tag = PR_SENT_REPRESENTING_SEARCH_KEY, .bytes = "KEY"},
+                                               SetProperty{.tag = PR_DISPLAY_NAME_W, .text = L"Sales of May"},
+                                               SetProperty{.tag = PR_COMMENT_W, .text = L"Draft"},
+                                               SetProperty{.tag = PR_BODY_W, .text = L"All sales"},
+                                               SetProperty{.tag = PR_IMPORTANCE, .number = 1}));
 }
 
 TEST_F(ReportProperties, TextsAreSetOneByOne) {
@@ -84,17 +83,17 @@ TEST_P(AttachmentShortName, HasAtMostEightCharactersAndTheWholeExtension) {
   EXPECT_EQ(post(GetParam().name.c_str()).attachmentProperties[3].text, GetParam().expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    , AttachmentShortName,
-    testing::Values(ShortName{"OfEight", L"12345678.rpt", L"12345678.rpt"},
-                    ShortName{"OfNine", L"123456789.rpt", L"12345678.rpt"},
-                    ShortName{"OfTen", L"1234567890.report", L"12345678.report"},
-                    ShortName{"WithoutExtension", L"1234567890", L"12345678"},
-                    ShortName{"WithTwoDots", L"sales.2024.rpt", L"sales.20.rpt"},
-                    ShortName{"WithDirectory", L"C:\\out\\1234567890.rpt", L"C:\\out\\12345678.rpt"},
-                    ShortName{"OfNothing", L"", L""},
-                    ShortName{"CutTo260Characters", L"name." + std::wstring(300, L'e'),
-                              L"name." + std::wstring(255, L'e')}),
-    [](const auto& row) { return std::string(row.param.row); });
+INSTANTIATE_TEST_SUITE_P(, AttachmentShortName,
+                         testing::Values(ShortName{"OfEight", L"12345678.rpt", L"12345678.rpt"},
+                                         ShortName{"OfNine", L"123456789.rpt", L"12345678.rpt"},
+                                         ShortName{"OfTen", L"1234567890.report", L"12345678.report"},
+                                         ShortName{"WithoutExtension", L"1234567890", L"12345678"},
+                                         ShortName{"WithTwoDots", L"sales.2024.rpt", L"sales.20.rpt"},
+                                         ShortName{"WithDirectory", L"C:\\out\\1234567890.rpt",
+                                                   L"C:\\out\\12345678.rpt"},
+                                         ShortName{"OfNothing", L"", L""},
+                                         ShortName{"CutTo260Characters", L"name." + std::wstring(300, L'e'),
+                                                   L"name." + std::wstring(255, L'e')}),
+                         [](const auto& row) { return std::string(row.param.row); });
 
 }  // namespace

@@ -86,8 +86,7 @@ TEST_F(UsedNames, TableIsAskedForHiddenMessagesAndTheirNamesAlone) {
 TEST_F(UsedNames, RowsWhoseNameIsAnErrorOrWideDoNotCount) {
   addMessage("A");
   for (const RecordingAnswer answer : {RECORDING_ERROR_VALUES, RECORDING_OTHER_WIDTH, RECORDING_OTHER_TYPE,
-                                       RECORDING_NULL_VALUES, RECORDING_BAD_ADDRESS,
-                                       RECORDING_ROWS_WITHOUT_COLUMNS}) {
+                                       RECORDING_NULL_VALUES, RECORDING_BAD_ADDRESS, RECORDING_ROWS_WITHOUT_COLUMNS}) {
     mapi.failNothing();
     mapi.answer("IMAPITable::QueryRows", 1, answer);
     EXPECT_FALSE(isReportNameUsed(folder(), L"A")) << answer;

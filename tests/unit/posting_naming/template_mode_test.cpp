@@ -210,7 +210,8 @@ int WINAPI noteBox(HWND owner, const wchar_t*, const wchar_t*, UINT type) {
 }
 
 TEST_F(TemplateExport, BoxAboutATakenNameHasTheInformationIconAndTheParentWindowAsOwner) {
-  const HWND parent = CreateWindowW(L"STATIC", L"host", WS_OVERLAPPED, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
+  const HWND parent =
+      CreateWindowW(L"STATIC", L"host", WS_OVERLAPPED, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
   const ImportHook hook("USER32.dll", "MessageBoxW", &noteBox);
   for (const HWND owner : {HWND{nullptr}, parent}) {
     g_boxType = 0;

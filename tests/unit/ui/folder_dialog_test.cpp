@@ -253,8 +253,8 @@ TEST_F(FolderDialogTest, WarningHasTheInformationIconAndTheDialogAsOwner) {
 TEST_F(FolderDialogTest, StandsOverTheHostsWindow) {
   std::atomic<HWND> parent = nullptr;
   ModalCall shown([&] {
-    parent = CreateWindowW(L"STATIC", L"host", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 100, 100, nullptr, nullptr, nullptr,
-                           nullptr);
+    parent = CreateWindowW(L"STATIC", L"host", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 100, 100, nullptr, nullptr,
+                           nullptr, nullptr);
     CMAPIContainerDlg(g_hResInstance).DoModal(parent, session(), L"Default");
     DestroyWindow(parent);
   });

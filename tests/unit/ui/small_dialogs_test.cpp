@@ -210,7 +210,8 @@ TEST_F(NameDialog, BuiltInWordsStandInForAMissingString) {
 // A dialog that could not be found by its window could not be closed.
 TEST_F(NameDialog, ThatTheMapHasNoMemoryForEndsAtOnceWithMinus1) {
   INT_PTR result = 0;
-  EXPECT_TRUE(withFailingAllocation(1, [&] { result = CDisplayNameDialog::DoModal(nullptr, L"report.rpt", name); }).failed);
+  EXPECT_TRUE(
+      withFailingAllocation(1, [&] { result = CDisplayNameDialog::DoModal(nullptr, L"report.rpt", name); }).failed);
   EXPECT_EQ(result, -1);
   EXPECT_EQ(name, nullptr);
 }
