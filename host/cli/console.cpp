@@ -135,9 +135,9 @@ void watchForCancel() {
 
 bool cancelRequested() { return cancel; }
 
-CancelWords::CancelWords(const char* words) : before(cancelWords.exchange(words)) {}
+CancelWords::CancelWords(const char* words) : before_(cancelWords.exchange(words)) {}
 
-CancelWords::~CancelWords() { cancelWords = before; }
+CancelWords::~CancelWords() { cancelWords = before_; }
 
 bool waitUnlessCancelled(std::uint32_t milliseconds) {
   if (cancelEvent) return WaitForSingleObject(cancelEvent, milliseconds) == WAIT_TIMEOUT;

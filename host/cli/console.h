@@ -46,7 +46,7 @@ class CancelWords {
   CancelWords& operator=(const CancelWords&) = delete;
 
  private:
-  const char* before;
+  const char* before_;
 };
 
 // False when the wait was ended by the wish to cancel.

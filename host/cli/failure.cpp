@@ -10,7 +10,7 @@ namespace fendrel::host {
 
 bool isDamage(HRESULT code) noexcept { return code == MAPI_E_CORRUPT_STORE || code == MAPI_E_CORRUPT_DATA; }
 
-bool Failure::retryable() const noexcept { return passing || passesByItself(result); }
+bool Failure::retryable() const noexcept { return passing_ || passesByItself(result_); }
 
 Failure failureOf(ExitCode exitCode, const std::string& subject, HRESULT code, const std::string& wayOut) {
   std::string text = fmt::format("{}: {}.", subject, describeError(code));

@@ -18,23 +18,23 @@ class Failure : public std::runtime_error {
   // text: whole sentences in UTF-8. code: the HRESULT behind the failure, S_OK when there is none. A code that means
   // damage decides about the exit code, wherever the damage is met.
   Failure(ExitCode exitCode, const std::string& text, HRESULT code = S_OK)
-      : std::runtime_error(text), exit(isDamage(code) ? ExitCode::damageFound : exitCode), result(code) {}
+      : std::runtime_error(text), exit_(isDamage(code) ? ExitCode::damageFound : exitCode), result_(code) {}
 
-  ExitCode exitCode() const noexcept { return exit; }
-  HRESULT code() const noexcept { return result; }
+  ExitCode exitCode() const noexcept { return exit_; }
+  HRESULT code() const noexcept { return result_; }
 
   // True when the same may go well a little later, though nobody does anything about it: see passesByItself(code).
   bool retryable() const noexcept;
   // Says so of a failure whose code does not.
   Failure& mayPass() noexcept {
-    passing = true;
+    passing_ = true;
     return *this;
   }
 
  private:
-  ExitCode exit;
-  HRESULT result;
-  bool passing = false;
+  ExitCode exit_;
+  HRESULT result_;
+  bool passing_ = false;
 };
 
 // "SUBJECT: CAUSE (NAME, 0xCODE). WAY OUT", the cause, the name and, when no way out is given, the way out

@@ -31,9 +31,9 @@ std::size_t terminalWidth() {
 }  // namespace
 
 Progress::Progress(std::string verb, std::uint64_t fileCount, std::uint64_t byteCount)
-    : what(std::move(verb)), files(fileCount), bytes(byteCount), startTicks(GetTickCount64()) {
-  if ((files < manyFiles && bytes < manyBytes) || !errorIsTerminal()) return;
-  painter = std::jthread([this](std::stop_token stop) {
+    : what_(std::move(verb)), files_(fileCount), bytes_(byteCount), startTicks_(GetTickCount64()) {
+  if ((files_ < manyFiles && bytes_ < manyBytes) || !errorIsTerminal()) return;
+  painter_ = std::jthread([this](std::stop_token stop) {
     std::mutex sleeping;
     std::condition_variable_any wake;
     std::unique_lock lock(sleeping);
@@ -43,38 +43,38 @@ Progress::Progress(std::string verb, std::uint64_t fileCount, std::uint64_t byte
 }
 
 Progress::~Progress() {
-  if (!painter.joinable()) return;
-  painter.request_stop();
-  painter.join();
+  if (!painter_.joinable()) return;
+  painter_.request_stop();
+  painter_.join();
 }
 
 void Progress::startFile(const std::string& name) {
-  const std::scoped_lock lock(guard);
-  current = printable(name);
-  currentTicks = GetTickCount64();
+  const std::scoped_lock lock(guard_);
+  current_ = printable(name);
+  currentTicks_ = GetTickCount64();
 }
 
 void Progress::addBytes(std::uint64_t more) {
-  const std::scoped_lock lock(guard);
-  bytesDone += more;
+  const std::scoped_lock lock(guard_);
+  bytesDone_ += more;
 }
 
 void Progress::endFile() {
-  const std::scoped_lock lock(guard);
-  ++filesDone;
-  current.clear();
+  const std::scoped_lock lock(guard_);
+  ++filesDone_;
+  current_.clear();
 }
 
 void Progress::draw() {
   std::string text;
   {
-    const std::scoped_lock lock(guard);
+    const std::scoped_lock lock(guard_);
     const ULONGLONG now = GetTickCount64();
-    const double seconds = static_cast<double>(now - startTicks) / 1000;
-    std::string name = current;
+    const double seconds = static_cast<double>(now - startTicks_) / 1000;
+    std::string name = current_;
     // The plug-in tells nothing while it posts a file; the seconds show that something goes on.
-    if (!name.empty() && now - currentTicks >= longFile) name += fmt::format(", {} s", (now - currentTicks) / 1000);
-    text = render(what, filesDone, files, bytesDone, bytes, seconds, name, terminalWidth());
+    if (!name.empty() && now - currentTicks_ >= longFile) name += fmt::format(", {} s", (now - currentTicks_) / 1000);
+    text = render(what_, filesDone_, files_, bytesDone_, bytes_, seconds, name, terminalWidth());
   }
   showProgress(text);
 }

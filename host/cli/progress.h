@@ -30,14 +30,14 @@ class Progress {
  private:
   void draw();
 
-  const std::string what;
-  const std::uint64_t files, bytes;
-  const ULONGLONG startTicks;
-  std::mutex guard;
-  std::uint64_t filesDone = 0, bytesDone = 0;
-  std::string current;
-  ULONGLONG currentTicks = 0;  // when the current file was begun
-  std::jthread painter;
+  const std::string what_;
+  const std::uint64_t files_, bytes_;
+  const ULONGLONG startTicks_;
+  std::mutex guard_;
+  std::uint64_t filesDone_ = 0, bytesDone_ = 0;
+  std::string current_;
+  ULONGLONG currentTicks_ = 0;  // when the current file was begun
+  std::jthread painter_;
 };
 
 }  // namespace fendrel::host

@@ -50,67 +50,67 @@ bool endsEverything(const Failure& failure) {
 
 class Exporting {
  public:
-  Exporting(CommandContext& running, const ExportOptions& chosen) : context(running), options(chosen) {}
+  Exporting(CommandContext& running, const ExportOptions& chosen) : context_(running), options_(chosen) {}
 
   // What run() would do with it.
   ExitCode tellPlan() {
-    collect(options.place.open(context.session()), fullPath(options.directory), options.directory);
+    collect(options_.place.open(context_.session()), fullPath(options_.directory), options_.directory);
     Json list = Json::array();
-    for (const ExportFolder& folder : folders) {
-      context.tell({Level::info,
-                    "would export",
-                    {},
-                    fmt::format("{} -> {}, {} would be exported", printable(folder.folder.path),
-                                printable(folder.shown), counted(folder.messages.size(), "message"))});
+    for (const ExportFolder& folder : folders_) {
+      context_.tell({Level::info,
+                     "would export",
+                     {},
+                     fmt::format("{} -> {}, {} would be exported", printable(folder.folder.path),
+                                 printable(folder.shown), counted(folder.messages.size(), "message"))});
       list.push_back(
           {{"folder", toUtf8(folder.folder.path)}, {"directory", folder.shown}, {"messages", folder.messages.size()}});
     }
-    context.document({{"folders", list}, {"dryRun", true}});
+    context_.document({{"folders", list}, {"dryRun", true}});
     return ExitCode::done;
   }
 
   ExitCode run() {
-    std::wstring top = fullPath(options.directory);
+    std::wstring top = fullPath(options_.directory);
     while (top.size() > 3 && top.back() == L'\\') top.pop_back();
-    collect(options.place.open(context.session()), top, options.directory);
+    collect(options_.place.open(context_.session()), top, options_.directory);
     std::uint64_t messages = 0, bytes = 0;
-    for (const ExportFolder& folder : folders) {
+    for (const ExportFolder& folder : folders_) {
       messages += folder.messages.size();
       for (const MessageRow& message : folder.messages) bytes += message.size;
     }
-    progress.emplace("exported", messages, bytes);
+    progress_.emplace("exported", messages, bytes);
     try {
-      for (const ExportFolder& folder : folders) exportFolder(folder);
+      for (const ExportFolder& folder : folders_) exportFolder(folder);
     } catch (const Failure& failure) {
-      progress.reset();
+      progress_.reset();
       throw Failure(failure.exitCode(),
                     fmt::format("{} Exported by now: {} of {}. The same command does the others.", failure.what(),
-                                withThousands(total.written + total.present), counted(messages, "message")),
+                                withThousands(total_.written + total_.present), counted(messages, "message")),
                     failure.code());
     }
-    progress.reset();
-    context.document({{"folders", shownFolders}, {"errors", errors}});
-    if (errors.empty()) return ExitCode::done;
-    return total.written + total.present > 0 ? ExitCode::somePosted : ExitCode::failed;
+    progress_.reset();
+    context_.document({{"folders", shownFolders_}, {"errors", errors_}});
+    if (errors_.empty()) return ExitCode::done;
+    return total_.written + total_.present > 0 ? ExitCode::somePosted : ExitCode::failed;
   }
 
  private:
   void tell(const Failure& failure) {
-    context.tell("failed", {}, failure);
-    errors.push_back(jsonError(failure));
+    context_.tell("failed", {}, failure);
+    errors_.push_back(jsonError(failure));
   }
 
   void collect(OpenFolder folder, const std::wstring& directory, const std::string& shown) {
     if (cancelRequested()) throw Failure(ExitCode::cancelled, "Cancelled.");
     ExportFolder next{folder, directory, shown, {}};
-    MessageTable table(folder, options.place.hidden);
-    for (ChosenMessage& message : chooseMessages(table, options.numbers, options.filter))
+    MessageTable table(folder, options_.place.hidden);
+    for (ChosenMessage& message : chooseMessages(table, options_.numbers, options_.filter))
       next.messages.push_back(std::move(message.row));
-    folders.push_back(std::move(next));
+    folders_.push_back(std::move(next));
     // Numbers and identifiers are those of one folder.
-    const bool isOne = !options.numbers.empty() || !options.filter.ids.empty();
-    if (options.onlyFolder || options.place.personal || isOne) return;
-    Session& session = context.session();
+    const bool isOne = !options_.numbers.empty() || !options_.filter.ids.empty();
+    if (options_.onlyFolder || options_.place.personal || isOne) return;
+    Session& session = context_.session();
     const std::vector<FolderEntry> below = session.foldersOf(*folder.folder.Get(), folder.path);
     // Folders tell upper from lower case; many file systems do not.
     std::map<std::wstring, unsigned> uses;
@@ -142,9 +142,9 @@ class Exporting {
     for (const MessageRow& message : folder.messages) {
       if (cancelRequested()) throw Failure(ExitCode::cancelled, "Cancelled; no half file was left.");
       Counts one;
-      progress->startFile(toUtf8(message.subject));
+      progress_->startFile(toUtf8(message.subject));
       try {
-        one = options.form.isWholeMessage() ? exportMessage(folder, message) : exportFiles(folder, message);
+        one = options_.form.isWholeMessage() ? exportMessage(folder, message) : exportFiles(folder, message);
       } catch (const Failure& failure) {
         if (endsEverything(failure)) throw;
         one.failed = 1;
@@ -152,9 +152,9 @@ class Exporting {
                      fmt::format("Message '{}' of '{}' was not exported. {}", printable(message.subject),
                                  printable(folder.folder.path), failure.what())));
       }
-      progress->endFile();
+      progress_->endFile();
       counts += one;
-      total += one;
+      total_ += one;
     }
     report(folder, counts);
   }
@@ -175,13 +175,13 @@ class Exporting {
 
   Counts exportMessage(const ExportFolder& folder, const MessageRow& row) {
     const std::wstring name = keyedName(row.subject.empty() ? std::wstring_view(L"message") : row.subject,
-                                        nameKey(row.id), options.form.extension());
+                                        nameKey(row.id), options_.form.extension());
     if (isThere(folder, name)) {
-      progress->addBytes(row.size);
+      progress_->addBytes(row.size);
       return {.present = 1};
     }
     NewFile file(folder.directory);
-    writeMessage(*openMessage(folder.folder, row).Get(), options.form, file, *progress);
+    writeMessage(*openMessage(folder.folder, row).Get(), options_.form, file, *progress_);
     const bool first = giveName(file, folder, name);
     return {.written = first, .present = !first};
   }
@@ -203,11 +203,11 @@ class Exporting {
       const std::wstring name = keyedName(stem.empty() ? std::wstring_view(L"attachment") : stem,
                                           files == 1 ? key : key + L'-' + std::to_wstring(files), extension);
       if (isThere(folder, name)) {
-        progress->addBytes(attachment.size);
+        progress_->addBytes(attachment.size);
         continue;
       }
       NewFile file(folder.directory);
-      writeAttachment(attachment, file, *progress);
+      writeAttachment(attachment, file, *progress_);
       written += giveName(file, folder, name);
     }
     if (files == 0) return {.empty = 1};
@@ -220,21 +220,21 @@ class Exporting {
     if (counts.present > 0) words += fmt::format(", {} there already", withThousands(counts.present));
     if (counts.empty > 0) words += fmt::format(", {} without a file", withThousands(counts.empty));
     if (counts.failed > 0) words += fmt::format(", {} failed", withThousands(counts.failed));
-    context.tell({Level::info, "exported", {}, words});
-    shownFolders.push_back({{"folder", toUtf8(folder.folder.path)},
-                            {"directory", folder.shown},
-                            {"exported", counts.written},
-                            {"present", counts.present},
-                            {"withoutFile", counts.empty},
-                            {"failed", counts.failed}});
+    context_.tell({Level::info, "exported", {}, words});
+    shownFolders_.push_back({{"folder", toUtf8(folder.folder.path)},
+                             {"directory", folder.shown},
+                             {"exported", counts.written},
+                             {"present", counts.present},
+                             {"withoutFile", counts.empty},
+                             {"failed", counts.failed}});
   }
 
-  CommandContext& context;
-  const ExportOptions& options;
-  std::vector<ExportFolder> folders;
-  std::optional<Progress> progress;
-  Counts total;
-  Json shownFolders = Json::array(), errors = Json::array();
+  CommandContext& context_;
+  const ExportOptions& options_;
+  std::vector<ExportFolder> folders_;
+  std::optional<Progress> progress_;
+  Counts total_;
+  Json shownFolders_ = Json::array(), errors_ = Json::array();
 };
 
 ExitCode exportMessages(CommandContext& context, const ExportOptions& options) {

@@ -49,25 +49,25 @@ Json jsonRow(const ChosenMessage& chosen, const std::vector<Attachment>* attachm
 // Lines of cells, each column as wide as its widest cell.
 class TextTable {
  public:
-  explicit TextTable(std::vector<bool> alignRight) : right(std::move(alignRight)), widths(right.size()) {}
+  explicit TextTable(std::vector<bool> alignRight) : right_(std::move(alignRight)), widths_(right_.size()) {}
 
   void add(std::vector<std::string> cells) {
     for (std::size_t column = 0; column < cells.size(); ++column)
-      widths[column] = std::max(widths[column], displayWidth(cells[column]));
-    lines.push_back(std::move(cells));
+      widths_[column] = std::max(widths_[column], displayWidth(cells[column]));
+    lines_.push_back(std::move(cells));
   }
 
   // In at most `width` columns, names shortened; 0: as wide as they are.
   void print(const CommandContext& context, std::size_t width) {
     if (width > 0) fit(width);
-    for (std::vector<std::string>& cells : lines) {
+    for (std::vector<std::string>& cells : lines_) {
       std::string text;
       for (std::size_t column = 0; column < cells.size(); ++column)
-        cells[column] = shortened(cells[column], widths[column]);
+        cells[column] = shortened(cells[column], widths_[column]);
       for (std::size_t column = 0; column < cells.size(); ++column) {
         if (column > 0) text += "  ";
-        if (right[column]) text.append(widths[column] - displayWidth(cells[column]), ' ');
-        text += right[column] || column + 1 == cells.size() ? cells[column] : padded(cells[column], widths[column]);
+        if (right_[column]) text.append(widths_[column] - displayWidth(cells[column]), ' ');
+        text += right_[column] || column + 1 == cells.size() ? cells[column] : padded(cells[column], widths_[column]);
       }
       context.line(text);
     }
@@ -78,19 +78,19 @@ class TextTable {
   void fit(std::size_t width) {
     constexpr std::size_t narrowest = 12;
     for (;;) {
-      std::size_t total = 2 * (widths.size() - 1), widest = 0;
-      for (std::size_t column = 0; column < widths.size(); ++column) {
-        total += widths[column];
-        if (!right[column] && (right[widest] || widths[column] > widths[widest])) widest = column;
+      std::size_t total = 2 * (widths_.size() - 1), widest = 0;
+      for (std::size_t column = 0; column < widths_.size(); ++column) {
+        total += widths_[column];
+        if (!right_[column] && (right_[widest] || widths_[column] > widths_[widest])) widest = column;
       }
-      if (total <= width || widths[widest] <= narrowest) return;
-      --widths[widest];
+      if (total <= width || widths_[widest] <= narrowest) return;
+      --widths_[widest];
     }
   }
 
-  std::vector<bool> right;
-  std::vector<std::size_t> widths;
-  std::vector<std::vector<std::string>> lines;
+  std::vector<bool> right_;
+  std::vector<std::size_t> widths_;
+  std::vector<std::vector<std::string>> lines_;
 };
 
 ExitCode listMessages(CommandContext& context, const ListOptions& options) {

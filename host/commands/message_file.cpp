@@ -12,23 +12,23 @@ namespace {
 // Collects small pieces, so that the file is written in large ones.
 class Collector {
  public:
-  explicit Collector(NewFile& to) : file(to) {}
+  explicit Collector(NewFile& to) : file_(to) {}
   void add(std::span<const std::uint8_t> bytes) {
-    if (waiting.size() + bytes.size() > most) flush();
+    if (waiting_.size() + bytes.size() > most) flush();
     if (bytes.size() > most)
-      file.write(bytes.data(), bytes.size());
+      file_.write(bytes.data(), bytes.size());
     else
-      waiting.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+      waiting_.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   }
   void flush() {
-    file.write(waiting.data(), waiting.size());
-    waiting.clear();
+    file_.write(waiting_.data(), waiting_.size());
+    waiting_.clear();
   }
 
  private:
   static constexpr std::size_t most = 256 * 1024;
-  NewFile& file;
-  std::string waiting;
+  NewFile& file_;
+  std::string waiting_;
 };
 
 }  // namespace

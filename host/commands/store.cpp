@@ -19,7 +19,7 @@ struct Files {
 // A share in percent on standard error, for a person only; takes itself away at the end.
 class Share {
  public:
-  explicit Share(std::string doing) : what(std::move(doing)) {}
+  explicit Share(std::string doing) : what_(std::move(doing)) {}
   ~Share() { showProgress({}); }
   Share(const Share&) = delete;
   Share& operator=(const Share&) = delete;
@@ -28,18 +28,18 @@ class Share {
     return [this](std::uint64_t done, std::uint64_t total) {
       constexpr ULONGLONG redrawEvery = 200;  // milliseconds
       const ULONGLONG now = GetTickCount64();
-      if (errorIsTerminal() && now - shown >= redrawEvery && now - start >= redrawEvery) {
-        shown = now;
+      if (errorIsTerminal() && now - shown_ >= redrawEvery && now - start_ >= redrawEvery) {
+        shown_ = now;
         const double share = total == 0 ? 1 : static_cast<double>(done) / static_cast<double>(total);
-        showProgress(fmt::format("{} {:3.0f} %", what, 100 * (share < 1 ? share : 1)));
+        showProgress(fmt::format("{} {:3.0f} %", what_, 100 * (share < 1 ? share : 1)));
       }
       return !cancelRequested();
     };
   }
 
  private:
-  std::string what;
-  ULONGLONG start = GetTickCount64(), shown = 0;
+  std::string what_;
+  ULONGLONG start_ = GetTickCount64(), shown_ = 0;
 };
 
 Json jsonOf(const store::Finding& finding) {

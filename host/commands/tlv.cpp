@@ -19,34 +19,34 @@ namespace {
 // A window over the file that always holds the whole item at its start, however large the file is.
 class RecordFile {
  public:
-  explicit RecordFile(const std::wstring& path) : file(std::filesystem::path(path), std::ios::binary) {}
+  explicit RecordFile(const std::wstring& path) : file_(std::filesystem::path(path), std::ios::binary) {}
 
-  bool isOpen() const { return file.is_open(); }
+  bool isOpen() const { return file_.is_open(); }
 
   // What stands at `offset`; offsets must not go back. Valid until the next call.
   TlvItem at(std::uint64_t offset) {
-    if (!ended && offset + tlvHeaderSize + tlvMaxLength > start + buffer.size()) refill(offset);
-    return tlvItemAt(buffer, static_cast<std::size_t>(offset - start));
+    if (!ended_ && offset + tlvHeaderSize + tlvMaxLength > start_ + buffer_.size()) refill(offset);
+    return tlvItemAt(buffer_, static_cast<std::size_t>(offset - start_));
   }
-  bool failed() const { return file.bad(); }
+  bool failed() const { return file_.bad(); }
 
  private:
   void refill(std::uint64_t offset) {
     constexpr std::size_t windowSize = 1 << 20;
-    const std::size_t used = std::min(static_cast<std::size_t>(offset - start), buffer.size());
-    buffer.erase(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(used));
-    start += used;
-    const std::size_t kept = buffer.size();
-    buffer.resize(windowSize);
-    file.read(reinterpret_cast<char*>(buffer.data() + kept), static_cast<std::streamsize>(windowSize - kept));
-    buffer.resize(kept + static_cast<std::size_t>(file.gcount()));
-    ended = !file;
+    const std::size_t used = std::min(static_cast<std::size_t>(offset - start_), buffer_.size());
+    buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(used));
+    start_ += used;
+    const std::size_t kept = buffer_.size();
+    buffer_.resize(windowSize);
+    file_.read(reinterpret_cast<char*>(buffer_.data() + kept), static_cast<std::streamsize>(windowSize - kept));
+    buffer_.resize(kept + static_cast<std::size_t>(file_.gcount()));
+    ended_ = !file_;
   }
 
-  std::ifstream file;
-  std::vector<std::byte> buffer;
-  std::uint64_t start = 0;  // of the buffer in the file
-  bool ended = false;
+  std::ifstream file_;
+  std::vector<std::byte> buffer_;
+  std::uint64_t start_ = 0;  // of the buffer in the file
+  bool ended_ = false;
 };
 
 constexpr std::size_t shownItemBytes = 64;  // of a value, at most

@@ -71,7 +71,7 @@ InputFile lookAtFile(const std::string& given) {
 }
 
 void InputFiles::addName(const std::string& name) {
-  if (when == Look::now) {
+  if (when_ == Look::now) {
     files.push_back(lookAtFile(name));
     return;
   }
@@ -82,7 +82,7 @@ void InputFiles::addName(const std::string& name) {
   file.path = longPath(readablePath(full));
 }
 
-InputFiles::InputFiles(const FileSelection& selection, Look look) : when(look) {
+InputFiles::InputFiles(const FileSelection& selection, Look look) : when_(look) {
   const bool inputIsList = selection.filesFrom == "-";
   const bool inputIsFile = std::ranges::find(selection.words, "-") != selection.words.end();
   if (inputIsList && inputIsFile)
@@ -159,7 +159,7 @@ void InputFiles::addStandardInput(const std::string& name) {
   std::wstring directory(folder, length);
   while (directory.size() > 3 && directory.back() == L'\\') directory.pop_back();
   deleteUnfinishedFiles(directory);
-  keptInput = std::make_unique<NewFile>(directory);
+  keptInput_ = std::make_unique<NewFile>(directory);
   const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
   std::vector<char> block(256 * 1024);
   for (;;) {
@@ -171,9 +171,9 @@ void InputFiles::addStandardInput(const std::string& name) {
     }
     if (read == 0) break;
     if (cancelRequested()) throw Failure(ExitCode::cancelled, "Cancelled; nothing was posted.");
-    keptInput->write(block.data(), read);
+    keptInput_->write(block.data(), read);
   }
-  InputFile file = lookAtFile(toUtf8(keptInput->handOver()));
+  InputFile file = lookAtFile(toUtf8(keptInput_->handOver()));
   file.given = "-";
   file.name = toWide(name);
   if (fileNameOf(file.name) != file.name)

@@ -52,8 +52,8 @@ class InputFiles {
   void addStandardInput(const std::string& name);
   void addName(const std::string& name);
 
-  Look when;
-  std::unique_ptr<NewFile> keptInput;  // standard input's bytes, while the files are used
+  Look when_;
+  std::unique_ptr<NewFile> keptInput_;  // standard input's bytes, while the files are used
 };
 
 // What is known of one file.

@@ -26,17 +26,17 @@ DWORD appendTo(const std::wstring& path, std::string_view bytes) {
 
 }  // namespace
 
-LogFile::LogFile(std::string file) : given(std::move(file)), path(longPath(fullPath(given))) {
-  if (const DWORD error = appendTo(path, {}); error != ERROR_SUCCESS)
-    throw systemFailure(ExitCode::failed, fmt::format("Log file '{}' cannot be written", printable(given)), error);
+LogFile::LogFile(std::string file) : given_(std::move(file)), path_(longPath(fullPath(given_))) {
+  if (const DWORD error = appendTo(path_, {}); error != ERROR_SUCCESS)
+    throw systemFailure(ExitCode::failed, fmt::format("Log file '{}' cannot be written", printable(given_)), error);
 }
 
 bool LogFile::append(std::string_view level, std::string_view event, std::string_view file,
                      std::string_view words) const {
   FILETIME now{};
   GetSystemTimeAsFileTime(&now);
-  return appendTo(path, fmt::format("{}\t{}\t{}\t{}\t{}\n", utcTime(now), level, event, printable(file),
-                                    printable(words))) == ERROR_SUCCESS;
+  return appendTo(path_, fmt::format("{}\t{}\t{}\t{}\t{}\n", utcTime(now), level, event, printable(file),
+                                     printable(words))) == ERROR_SUCCESS;
 }
 
 }  // namespace fendrel::host

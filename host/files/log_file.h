@@ -17,8 +17,8 @@ class LogFile {
   bool append(std::string_view level, std::string_view event, std::string_view file, std::string_view words) const;
 
  private:
-  std::string given;
-  std::wstring path;
+  std::string given_;
+  std::wstring path_;
 };
 
 }  // namespace fendrel::host

@@ -44,17 +44,18 @@ void makeDirectory(const std::wstring& full) {
 }
 
 NewFile::NewFile(const std::wstring& directory)
-    : folder(directory),
-      temporary(longPath(directory + L'\\' + temporaryName())),
-      handle(CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)) {
-  if (handle == INVALID_HANDLE_VALUE)
+    : folder_(directory),
+      temporary_(longPath(directory + L'\\' + temporaryName())),
+      handle_(
+          CreateFileW(temporary_.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)) {
+  if (handle_ == INVALID_HANDLE_VALUE)
     throw systemFailure(ExitCode::failed, fmt::format("No file can be made in '{}'", printable(directory)),
                         GetLastError());
 }
 
 NewFile::~NewFile() {
   close();
-  if (!named) DeleteFileW(temporary.c_str());
+  if (!named_) DeleteFileW(temporary_.c_str());
 }
 
 void NewFile::write(const void* bytes, std::size_t size) {
@@ -62,9 +63,9 @@ void NewFile::write(const void* bytes, std::size_t size) {
   const auto* next = static_cast<const char*>(bytes);
   while (size > 0) {
     DWORD written = 0;
-    if (!WriteFile(handle, next, static_cast<DWORD>(size < mostAtOnce ? size : mostAtOnce), &written, nullptr) ||
+    if (!WriteFile(handle_, next, static_cast<DWORD>(size < mostAtOnce ? size : mostAtOnce), &written, nullptr) ||
         written == 0)
-      throw systemFailure(ExitCode::failed, fmt::format("A file in '{}' cannot be written", printable(folder)),
+      throw systemFailure(ExitCode::failed, fmt::format("A file in '{}' cannot be written", printable(folder_)),
                           GetLastError());
     next += written;
     size -= written;
@@ -73,7 +74,7 @@ void NewFile::write(const void* bytes, std::size_t size) {
 
 const std::wstring& NewFile::handOver() {
   close();
-  return temporary;
+  return temporary_;
 }
 
 std::wstring NewFile::giveName(const std::wstring& wanted, bool replace) {
@@ -82,20 +83,20 @@ std::wstring NewFile::giveName(const std::wstring& wanted, bool replace) {
   std::wstring name = shortFileName(wanted);
   DWORD error = ERROR_SUCCESS;
   if (!replace)
-    error = moveToFreeName(temporary, folder, name, 0, name);
-  else if (!MoveFileExW(temporary.c_str(), longPath(folder + L'\\' + name).c_str(), MOVEFILE_REPLACE_EXISTING))
+    error = moveToFreeName(temporary_, folder_, name, 0, name);
+  else if (!MoveFileExW(temporary_.c_str(), longPath(folder_ + L'\\' + name).c_str(), MOVEFILE_REPLACE_EXISTING))
     error = GetLastError();
   if (error != ERROR_SUCCESS) refuseName(name, error);
-  named = true;
+  named_ = true;
   return name;
 }
 
 bool NewFile::giveExactName(const std::wstring& name) {
   finish();
-  const DWORD error = moveUnlessTaken(temporary, longPath(folder + L'\\' + name), 0);
+  const DWORD error = moveUnlessTaken(temporary_, longPath(folder_ + L'\\' + name), 0);
   if (error != ERROR_SUCCESS && error != ERROR_ALREADY_EXISTS) refuseName(name, error);
-  named = error == ERROR_SUCCESS;
-  return named;
+  named_ = error == ERROR_SUCCESS;
+  return named_;
 }
 
 void NewFile::refuseName(const std::wstring& name, DWORD error) const {
@@ -103,16 +104,16 @@ void NewFile::refuseName(const std::wstring& name, DWORD error) const {
 }
 
 void NewFile::close() {
-  if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
-  handle = INVALID_HANDLE_VALUE;
+  if (handle_ != INVALID_HANDLE_VALUE) CloseHandle(handle_);
+  handle_ = INVALID_HANDLE_VALUE;
 }
 
 // What bears a whole file's name must be whole after a power cut, too.
 void NewFile::finish() {
-  if (handle == INVALID_HANDLE_VALUE)
-    handle = CreateFileW(temporary.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (handle == INVALID_HANDLE_VALUE || !FlushFileBuffers(handle))
-    throw systemFailure(ExitCode::failed, fmt::format("A file in '{}' cannot be written", printable(folder)),
+  if (handle_ == INVALID_HANDLE_VALUE)
+    handle_ = CreateFileW(temporary_.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (handle_ == INVALID_HANDLE_VALUE || !FlushFileBuffers(handle_))
+    throw systemFailure(ExitCode::failed, fmt::format("A file in '{}' cannot be written", printable(folder_)),
                         GetLastError());
   close();
 }

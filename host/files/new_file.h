@@ -35,9 +35,9 @@ class NewFile {
   void finish();
   [[noreturn]] void refuseName(const std::wstring& name, DWORD error) const;
 
-  std::wstring folder, temporary;
-  HANDLE handle;
-  bool named = false;
+  std::wstring folder_, temporary_;
+  HANDLE handle_;
+  bool named_ = false;
 };
 
 // Moves a file into a directory and names it so or, while a name is taken, "name (2).ext" and so on; `name` is the last

@@ -30,46 +30,47 @@ std::optional<std::chrono::sys_seconds> secondOf(const std::optional<FILETIME>& 
 // What mail has a place for, out of the message's properties.
 class EmlSource {
  public:
-  EmlSource(IMessage& from, const WriteEvents& told) : message(from), events(told), properties(from, "The message") {}
+  EmlSource(IMessage& from, const WriteEvents& told)
+      : message_(from), events_(told), properties_(from, "The message") {}
 
   mime::MailMessage mail() {
     mime::MailMessage mail;
-    mail.senderName = toUtf8(properties.text(PR_SENDER_NAME_W));
-    if (properties.text(PR_SENDER_ADDRTYPE_W) == L"SMTP")
-      mail.senderAddress = toUtf8(properties.text(PR_SENDER_EMAIL_ADDRESS_W));
-    mail.subject = toUtf8(properties.text(PR_SUBJECT_W));
-    const std::optional<FILETIME> submitted = properties.time(PR_CLIENT_SUBMIT_TIME);
-    const std::optional<FILETIME> delivered = properties.time(PR_MESSAGE_DELIVERY_TIME);
+    mail.senderName = toUtf8(properties_.text(PR_SENDER_NAME_W));
+    if (properties_.text(PR_SENDER_ADDRTYPE_W) == L"SMTP")
+      mail.senderAddress = toUtf8(properties_.text(PR_SENDER_EMAIL_ADDRESS_W));
+    mail.subject = toUtf8(properties_.text(PR_SUBJECT_W));
+    const std::optional<FILETIME> submitted = properties_.time(PR_CLIENT_SUBMIT_TIME);
+    const std::optional<FILETIME> delivered = properties_.time(PR_MESSAGE_DELIVERY_TIME);
     // Mail must have a date: the best there is.
-    mail.date = secondOf(submitted ? submitted : delivered ? delivered : properties.time(PR_CREATION_TIME));
+    mail.date = secondOf(submitted ? submitted : delivered ? delivered : properties_.time(PR_CREATION_TIME));
     mail.delivered = secondOf(delivered);
     mail.messageId = messageId();
-    mail.messageClass = toUtf8(properties.text(PR_MESSAGE_CLASS_W));
-    mail.importance = properties.number(PR_IMPORTANCE);
-    mail.sensitivity = properties.number(PR_SENSITIVITY);
+    mail.messageClass = toUtf8(properties_.text(PR_MESSAGE_CLASS_W));
+    mail.importance = properties_.number(PR_IMPORTANCE);
+    mail.sensitivity = properties_.number(PR_SENSITIVITY);
     mail.text = [this](const mime::TextSink& to) { writeText(to); };
-    for (const Attachment& attachment : attachmentsOf(message)) {
+    for (const Attachment& attachment : attachmentsOf(message_)) {
       if (attachment.isFile)
         mail.attachments.push_back(mailAttachment(attachment));
       else
-        events.leftOut(attachment.name);
+        events_.leftOut(attachment.name);
     }
     return mail;
   }
 
  private:
   std::string messageId() const {
-    if (const std::string given = toUtf8(properties.text(PR_INTERNET_MESSAGE_ID_W)); !given.empty()) return given;
-    const SPropValue* key = properties.find(PR_SEARCH_KEY);
+    if (const std::string given = toUtf8(properties_.text(PR_INTERNET_MESSAGE_ID_W)); !given.empty()) return given;
+    const SPropValue* key = properties_.find(PR_SEARCH_KEY);
     if (!key || key->Value.bin.cb == 0 || !key->Value.bin.lpb) return {};
     return mime::messageIdOf(std::as_bytes(std::span(key->Value.bin.lpb, key->Value.bin.cb)));
   }
 
   void writeText(const mime::TextSink& to) const {
-    if (properties.isLong(PR_BODY_W))
+    if (properties_.isLong(PR_BODY_W))
       writeLongText(to);
     else
-      to(toUtf8(properties.text(PR_BODY_W)));
+      to(toUtf8(properties_.text(PR_BODY_W)));
   }
 
   void writeLongText(const mime::TextSink& to) const {
@@ -80,7 +81,7 @@ class EmlSource {
       to(toUtf8(text));
       waiting.erase(waiting.begin(), waiting.begin() + static_cast<std::ptrdiff_t>(units * sizeof(wchar_t)));
     };
-    copyStream(*properties.openLong(PR_BODY_W).stream.Get(), "The message's text",
+    copyStream(*properties_.openLong(PR_BODY_W).stream.Get(), "The message's text",
                [&](std::span<const std::uint8_t> bytes) {
                  waiting.insert(waiting.end(), bytes.begin(), bytes.end());
                  std::size_t units = waiting.size() / sizeof(wchar_t);
@@ -100,16 +101,16 @@ class EmlSource {
       const ComPtr<IStream> stream = openBytes(*attachment.object.Get());
       const std::uint64_t copied = copyStream(*stream.Get(), subject, [&](std::span<const std::uint8_t> bytes) {
         to(std::as_bytes(bytes));
-        events.copied(bytes.size());
+        events_.copied(bytes.size());
       });
       checkWhole(attachment, copied);
     };
     return mail;
   }
 
-  IMessage& message;
-  const WriteEvents& events;
-  ObjectProperties properties;
+  IMessage& message_;
+  const WriteEvents& events_;
+  ObjectProperties properties_;
 };
 
 }  // namespace

@@ -33,7 +33,7 @@ constexpr ULONG streamTag(ULONG id) { return id << 16 | PT_BINARY; }
 void MsgNames::add(IMAPIProp& object, std::span<const ULONG> tags) {
   std::vector<ULONG> asked{0};
   for (const ULONG tag : tags) {
-    if (PROP_ID(tag) >= firstNameNumber && !numbers.contains(PROP_ID(tag))) asked.push_back(tag);
+    if (PROP_ID(tag) >= firstNameNumber && !numbers_.contains(PROP_ID(tag))) asked.push_back(tag);
   }
   asked[0] = static_cast<ULONG>(asked.size() - 1);
   if (asked[0] == 0) return;
@@ -51,14 +51,14 @@ void MsgNames::add(IMAPIProp& object, std::span<const ULONG> tags) {
       name.text = raw[i]->Kind.lpwstrName;
     else
       name.number = raw[i]->Kind.lID;
-    numbers[PROP_ID(asked[1 + i])] = names.size();
-    names.push_back(std::move(name));
+    numbers_[PROP_ID(asked[1 + i])] = names_.size();
+    names_.push_back(std::move(name));
   }
 }
 
 ULONG MsgNames::tagInFile(ULONG tag) const {
-  const auto found = numbers.find(PROP_ID(tag));
-  if (found == numbers.end()) return 0;
+  const auto found = numbers_.find(PROP_ID(tag));
+  if (found == numbers_.end()) return 0;
   return PROP_TAG(PROP_TYPE(tag), firstNameNumber + static_cast<ULONG>(found->second));
 }
 
@@ -66,8 +66,8 @@ std::vector<MsgNames::Stream> MsgNames::streams() const {
   std::vector<std::uint8_t> sets, entries, texts;
   std::vector<GUID> known;
   std::map<ULONG, std::vector<std::uint8_t>> sorted;
-  for (std::size_t index = 0; index < names.size(); ++index) {
-    const Name& name = names[index];
+  for (std::size_t index = 0; index < names_.size(); ++index) {
+    const Name& name = names_[index];
     std::size_t set = name.set == mapiSet ? mapiNumber : name.set == publicStrings ? publicStringsNumber : 0;
     if (set == 0) {
       const auto found = std::ranges::find(known, name.set);

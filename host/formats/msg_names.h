@@ -42,8 +42,8 @@ class MsgNames {
     bool operator==(const Name&) const = default;
   };
 
-  std::vector<Name> names;
-  std::map<ULONG, std::size_t> numbers;  // by the identifier in the store
+  std::vector<Name> names_;
+  std::map<ULONG, std::size_t> numbers_;  // by the identifier in the store
 };
 
 }  // namespace fendrel::host

@@ -97,19 +97,19 @@ std::wstring streamName(ULONG tag) { return toWide(fmt::format("__substg1.0_{:08
 //        8     8  the value, or the length of what stands in the property's stream (4) and zeros (4)
 class PropertyStorage {
  public:
-  PropertyStorage(ComPtr<IStorage> target, std::size_t headerSize) : storage(std::move(target)), list(headerSize) {}
+  PropertyStorage(ComPtr<IStorage> target, std::size_t headerSize) : storage_(std::move(target)), list_(headerSize) {}
 
-  IStorage& get() const { return *storage.Get(); }
+  IStorage& get() const { return *storage_.Get(); }
   void addNumber(ULONG tag, std::uint64_t bits);
   void addText(ULONG tag, std::wstring_view text);
   void addBytes(ULONG tag, std::span<const std::uint8_t> bytes);
   void addLength(ULONG tag, std::uint64_t length) { addNumber(tag, length); }
   void addValue(SPropValue value, ULONG tag);
   void addLong(LongValue value, ULONG tag);
-  void setHeader(std::size_t offset, std::uint32_t number) { putNumber(list, offset, number, sizeof number); }
+  void setHeader(std::size_t offset, std::uint32_t number) { putNumber(list_, offset, number, sizeof number); }
 
   // The list, last of all.
-  void finish() { writeStream(get(), L"__properties_version1.0", list); }
+  void finish() { writeStream(get(), L"__properties_version1.0", list_); }
 
  private:
   template <class Value>
@@ -124,15 +124,15 @@ class PropertyStorage {
       to[offset + index] = static_cast<std::uint8_t>(number >> 8 * index);
   }
 
-  ComPtr<IStorage> storage;
-  std::vector<std::uint8_t> list;
+  ComPtr<IStorage> storage_;
+  std::vector<std::uint8_t> list_;
 };
 
 void PropertyStorage::addNumber(ULONG tag, std::uint64_t bits) {
-  const std::size_t offset = list.size();
-  putNumber(list, offset, tag, 4);
-  putNumber(list, offset + 4, readable | writable, 4);
-  putNumber(list, offset + 8, bits, 8);
+  const std::size_t offset = list_.size();
+  putNumber(list_, offset, tag, 4);
+  putNumber(list_, offset + 4, readable | writable, 4);
+  putNumber(list_, offset + 8, bits, 8);
 }
 
 void PropertyStorage::addText(ULONG tag, std::wstring_view text) {

@@ -15,32 +15,32 @@ constexpr ULONG chunkSize = 256 * 1024;
 
 }  // namespace
 
-ObjectProperties::ObjectProperties(IMAPIProp& object, const std::string& subject) : owner(object), name(subject) {
+ObjectProperties::ObjectProperties(IMAPIProp& object, const std::string& subject) : owner_(object), name_(subject) {
   ULONG count = 0;
-  check(object.GetProps(nullptr, MAPI_UNICODE, &count, receive(block)), ExitCode::failed, subject + " cannot be read");
-  for (const SPropValue& value : std::span(block.get(), block ? count : 0)) {
+  check(object.GetProps(nullptr, MAPI_UNICODE, &count, receive(block_)), ExitCode::failed, subject + " cannot be read");
+  for (const SPropValue& value : std::span(block_.get(), block_ ? count : 0)) {
     if (PROP_TYPE(value.ulPropTag) != PT_ERROR) {
-      present.push_back(&value);
+      present_.push_back(&value);
     } else if (value.Value.err == MAPI_E_NOT_ENOUGH_MEMORY) {  // stands for "open it as a stream"
       for (const ULONG type : {PT_BINARY, PT_UNICODE}) {
         ComPtr<IUnknown> opened;
         const ULONG tag = CHANGE_PROP_TYPE(value.ulPropTag, type);
         if (FAILED(object.OpenProperty(tag, &IID_IStream, STGM_READ, 0, &opened))) continue;
-        tooLong.push_back(tag);
+        tooLong_.push_back(tag);
         break;
       }
     }
   }
-  std::ranges::sort(present, {}, [](const SPropValue* value) { return value->ulPropTag; });
-  std::ranges::sort(tooLong);
+  std::ranges::sort(present_, {}, [](const SPropValue* value) { return value->ulPropTag; });
+  std::ranges::sort(tooLong_);
 }
 
 LongValue ObjectProperties::openLong(ULONG tag) const {
-  const std::string subject = fmt::format("{} of {} cannot be read", propertyName(tag), name);
+  const std::string subject = fmt::format("{} of {} cannot be read", propertyName(tag), name_);
   LongValue value{tag, 0, nullptr};
   ComPtr<IUnknown> opened;
   STATSTG state{};
-  check(owner.OpenProperty(tag, &IID_IStream, STGM_READ, 0, &opened), ExitCode::failed, subject);
+  check(owner_.OpenProperty(tag, &IID_IStream, STGM_READ, 0, &opened), ExitCode::failed, subject);
   check(opened.CopyTo(IID_IStream, reinterpret_cast<void**>(value.stream.GetAddressOf())), ExitCode::failed, subject);
   check(value.stream->Stat(&state, STATFLAG_NONAME), ExitCode::failed, subject);
   value.size = state.cbSize.QuadPart;
@@ -48,8 +48,8 @@ LongValue ObjectProperties::openLong(ULONG tag) const {
 }
 
 const SPropValue* ObjectProperties::find(ULONG tag) const {
-  const auto found = std::ranges::find(present, tag, [](const SPropValue* value) { return value->ulPropTag; });
-  return found == present.end() ? nullptr : *found;
+  const auto found = std::ranges::find(present_, tag, [](const SPropValue* value) { return value->ulPropTag; });
+  return found == present_.end() ? nullptr : *found;
 }
 
 std::wstring ObjectProperties::text(ULONG tag) const {
@@ -71,7 +71,7 @@ std::optional<FILETIME> ObjectProperties::time(ULONG tag) const {
   return value->Value.ft;
 }
 
-bool ObjectProperties::isLong(ULONG tag) const { return std::ranges::find(tooLong, tag) != tooLong.end(); }
+bool ObjectProperties::isLong(ULONG tag) const { return std::ranges::find(tooLong_, tag) != tooLong_.end(); }
 
 std::uint64_t copyStream(IStream& from, const std::string& subject, const ByteSink& to) {
   std::vector<std::uint8_t> chunk(chunkSize);

@@ -24,9 +24,9 @@ class ObjectProperties {
   ObjectProperties(IMAPIProp& object, const std::string& subject);
 
   // Those that were handed over, in the order of their identifiers, errors left out.
-  std::span<const SPropValue* const> values() const { return present; }
+  std::span<const SPropValue* const> values() const { return present_; }
   // Those that were not; each is opened when it is asked for.
-  std::span<const ULONG> longTags() const { return tooLong; }
+  std::span<const ULONG> longTags() const { return tooLong_; }
   LongValue openLong(ULONG tag) const;
 
   // Null or nothing where the object does not have it.
@@ -37,11 +37,11 @@ class ObjectProperties {
   bool isLong(ULONG tag) const;
 
  private:
-  IMAPIProp& owner;
-  std::string name;
-  MapiBuffer<SPropValue> block;
-  std::vector<const SPropValue*> present;
-  std::vector<ULONG> tooLong;
+  IMAPIProp& owner_;
+  std::string name_;
+  MapiBuffer<SPropValue> block_;
+  std::vector<const SPropValue*> present_;
+  std::vector<ULONG> tooLong_;
 };
 
 using ByteSink = std::function<void(std::span<const std::uint8_t>)>;

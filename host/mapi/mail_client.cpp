@@ -23,27 +23,27 @@ class Key {
  public:
   Key() = default;
   ~Key() {
-    if (key) RegCloseKey(key);
+    if (key_) RegCloseKey(key_);
   }
   Key(const Key&) = delete;
   Key& operator=(const Key&) = delete;
 
   LSTATUS open(ClientScope scope, const wchar_t* path, REGSAM access) {
-    return RegOpenKeyExW(rootOf(scope), path, 0, access, &key);
+    return RegOpenKeyExW(rootOf(scope), path, 0, access, &key_);
   }
   LSTATUS create(ClientScope scope, const wchar_t* path) {
-    return RegCreateKeyExW(rootOf(scope), path, 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &key, nullptr);
+    return RegCreateKeyExW(rootOf(scope), path, 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &key_, nullptr);
   }
 
   // Null names the default value. Nothing where there is none, or none of text.
   std::optional<std::wstring> text(const wchar_t* name, DWORD kinds = asItStands) const {
     std::wstring value;
     DWORD size = 0;
-    LSTATUS status = RegGetValueW(key, nullptr, name, kinds, nullptr, nullptr, &size);
+    LSTATUS status = RegGetValueW(key_, nullptr, name, kinds, nullptr, nullptr, &size);
     while (status == ERROR_SUCCESS || status == ERROR_MORE_DATA) {
       value.resize(size / sizeof(wchar_t));
       size = static_cast<DWORD>(value.size() * sizeof(wchar_t));
-      status = RegGetValueW(key, nullptr, name, kinds, nullptr, value.data(), &size);
+      status = RegGetValueW(key_, nullptr, name, kinds, nullptr, value.data(), &size);
       if (status == ERROR_MORE_DATA) continue;
       if (status != ERROR_SUCCESS) break;
       value.resize(wcsnlen(value.c_str(), value.size()));
@@ -56,16 +56,17 @@ class Key {
   void set(const wchar_t* name, const std::wstring& value) const {
     const auto* bytes = reinterpret_cast<const BYTE*>(value.c_str());
     const auto size = static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t));
-    if (const LSTATUS status = RegSetValueExW(key, name, 0, REG_SZ, bytes, size); status != ERROR_SUCCESS) fail(status);
+    if (const LSTATUS status = RegSetValueExW(key_, name, 0, REG_SZ, bytes, size); status != ERROR_SUCCESS)
+      fail(status);
   }
 
   void remove(const wchar_t* name) const {
-    const LSTATUS status = RegDeleteValueW(key, name);
+    const LSTATUS status = RegDeleteValueW(key_, name);
     if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND) fail(status);
   }
 
  private:
-  HKEY key = nullptr;
+  HKEY key_ = nullptr;
 };
 
 // False where there is no such key.

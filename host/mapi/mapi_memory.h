@@ -26,15 +26,15 @@ using RowSet = std::unique_ptr<SRowSet, RowsFree>;
 template <class Owner>
 class Receiver {
  public:
-  explicit Receiver(Owner& target) : owner(target) { owner.reset(); }
+  explicit Receiver(Owner& target) : owner_(target) { owner_.reset(); }
   Receiver(const Receiver&) = delete;
   Receiver& operator=(const Receiver&) = delete;
-  ~Receiver() { owner.reset(raw); }
-  operator typename Owner::pointer *() noexcept { return &raw; }
+  ~Receiver() { owner_.reset(raw_); }
+  operator typename Owner::pointer *() noexcept { return &raw_; }
 
  private:
-  Owner& owner;
-  typename Owner::pointer raw = nullptr;
+  Owner& owner_;
+  typename Owner::pointer raw_ = nullptr;
 };
 template <class Owner>
 Receiver<Owner> receive(Owner& owner) {
@@ -44,13 +44,13 @@ Receiver<Owner> receive(Owner& owner) {
 // A property tag array, its count in front of the tags.
 class Tags {
  public:
-  Tags(std::initializer_list<ULONG> tags) : block{static_cast<ULONG>(tags.size())} {
-    block.insert(block.end(), tags.begin(), tags.end());
+  Tags(std::initializer_list<ULONG> tags) : block_{static_cast<ULONG>(tags.size())} {
+    block_.insert(block_.end(), tags.begin(), tags.end());
   }
-  operator SPropTagArray*() noexcept { return reinterpret_cast<SPropTagArray*>(block.data()); }
+  operator SPropTagArray*() noexcept { return reinterpret_cast<SPropTagArray*>(block_.data()); }
 
  private:
-  std::vector<ULONG> block;
+  std::vector<ULONG> block_;
 };
 
 }  // namespace fendrel::host

@@ -43,17 +43,17 @@ ComPtr<IMAPITable> contentsOf(const OpenFolder& folder, const std::string& subje
 }  // namespace
 
 MessageTable::MessageTable(const OpenFolder& folder, bool hidden)
-    : subject(fmt::format("Folder '{}'", printable(folder.path))), table(contentsOf(folder, subject, hidden)) {
+    : subject_(fmt::format("Folder '{}'", printable(folder.path))), table_(contentsOf(folder, subject_, hidden)) {
   SizedSSortOrderSet(1, order) = {1, 0, 0, {{PR_MESSAGE_DELIVERY_TIME, TABLE_SORT_ASCEND}}};
   // A store that does not sort keeps an order of its own.
-  const HRESULT code = table->SortTable(reinterpret_cast<SSortOrderSet*>(&order), 0);
+  const HRESULT code = table_->SortTable(reinterpret_cast<SSortOrderSet*>(&order), 0);
   if (code != MAPI_E_NO_SUPPORT && code != MAPI_E_TOO_COMPLEX)
-    check(code, ExitCode::failed, subject + " cannot be sorted", *table.Get());
+    check(code, ExitCode::failed, subject_ + " cannot be sorted", *table_.Get());
 }
 
 std::uint64_t MessageTable::count() {
   ULONG rows = 0;
-  check(table->GetRowCount(0, &rows), ExitCode::failed, subject + " cannot be counted", *table.Get());
+  check(table_->GetRowCount(0, &rows), ExitCode::failed, subject_ + " cannot be counted", *table_.Get());
   return rows;
 }
 
@@ -61,12 +61,12 @@ void MessageTable::read(std::uint64_t first, std::uint64_t limit,
                         const std::function<void(std::uint64_t, const MessageRow&)>& use) {
   if (first == 0 || first > LONG_MAX) return;
   LONG moved = 0;
-  check(table->SeekRow(BOOKMARK_BEGINNING, static_cast<LONG>(first - 1), &moved), ExitCode::failed,
-        subject + " cannot be read");
+  check(table_->SeekRow(BOOKMARK_BEGINNING, static_cast<LONG>(first - 1), &moved), ExitCode::failed,
+        subject_ + " cannot be read");
   if (moved != static_cast<LONG>(first - 1)) return;
   std::uint64_t number = first;
   forEachRow(
-      *table.Get(), subject, [&](const SRow& row) { use(number++, messageFrom(row)); }, limit);
+      *table_.Get(), subject_, [&](const SRow& row) { use(number++, messageFrom(row)); }, limit);
 }
 
 MessageRow MessageTable::at(std::uint64_t number) {
@@ -74,7 +74,7 @@ MessageRow MessageTable::at(std::uint64_t number) {
   read(number, 1, [&](std::uint64_t, const MessageRow& row) { found.push_back(row); });
   if (found.empty())
     throw Failure(ExitCode::folderRefused,
-                  fmt::format("{} has no message {}: it holds {}. \"fendrel list\" shows their numbers.", subject,
+                  fmt::format("{} has no message {}: it holds {}. \"fendrel list\" shows their numbers.", subject_,
                               number, counted(count(), "message")),
                   MAPI_E_NOT_FOUND);
   return found.front();

@@ -31,8 +31,8 @@ class MessageTable {
   MessageRow at(std::uint64_t number);
 
  private:
-  std::string subject;
-  ComPtr<IMAPITable> table;
+  std::string subject_;
+  ComPtr<IMAPITable> table_;
 };
 
 // The folder's messages whose subject is one of these, compared exactly.

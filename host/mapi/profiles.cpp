@@ -29,12 +29,12 @@ constexpr const char* howToAdd = "Make one with: fendrel profile add NAME --user
 
 }  // namespace
 
-Profiles::Profiles() { check(mapi().adminProfiles(0, &admin), ExitCode::mapiUnusable, "The profiles cannot be read"); }
+Profiles::Profiles() { check(mapi().adminProfiles(0, &admin_), ExitCode::mapiUnusable, "The profiles cannot be read"); }
 
 std::vector<ProfileEntry> Profiles::list() {
   const std::string subject = "The list of profiles";
   ComPtr<IMAPITable> table;
-  check(admin->GetProfileTable(0, &table), ExitCode::mapiUnusable, subject + " cannot be opened");
+  check(admin_->GetProfileTable(0, &table), ExitCode::mapiUnusable, subject + " cannot be opened");
   setColumns(*table.Get(), {PR_DISPLAY_NAME_W, PR_DISPLAY_NAME_A, PR_DEFAULT_PROFILE}, subject);
   std::vector<ProfileEntry> found;
   forEachRow(*table.Get(), subject, [&](const SRow& row) {
@@ -50,8 +50,8 @@ std::vector<ProfileEntry> Profiles::list() {
 ComPtr<IProfSect> Profiles::section(const std::wstring& profile, const std::wstring& password, bool toWrite,
                                     HRESULT& code) {
   ComPtr<IMsgServiceAdmin> services;
-  code = admin->AdminServices(asMapiText(profile), password.empty() ? nullptr : asMapiText(password), 0, MAPI_UNICODE,
-                              &services);
+  code = admin_->AdminServices(asMapiText(profile), password.empty() ? nullptr : asMapiText(password), 0, MAPI_UNICODE,
+                               &services);
   if (FAILED(code)) return nullptr;
   MAPIUID whole;
   static_assert(sizeof whole == sizeof MUID_PROFILE_INSTANCE);
@@ -71,7 +71,7 @@ std::optional<std::wstring> Profiles::userName(const std::wstring& profile, cons
 
 void Profiles::add(const std::wstring& name, const std::wstring& password) {
   const HRESULT code =
-      admin->CreateProfile(asMapiText(name), password.empty() ? nullptr : asMapiText(password), 0, MAPI_UNICODE);
+      admin_->CreateProfile(asMapiText(name), password.empty() ? nullptr : asMapiText(password), 0, MAPI_UNICODE);
   check(code, ExitCode::failed, fmt::format("Profile '{}' cannot be made", printable(name)));
 }
 
@@ -104,7 +104,7 @@ std::optional<ServerProfile> Profiles::server(const std::wstring& profile, const
 void Profiles::setServer(const std::wstring& profile, const ServerProfile& server, const std::wstring& secret) {
   const std::string subject = fmt::format("Profile '{}' cannot be put on the mail server", printable(profile));
   ComPtr<IMsgServiceAdmin> services;
-  check(admin->AdminServices(asMapiText(profile), nullptr, 0, MAPI_UNICODE, &services), ExitCode::failed, subject);
+  check(admin_->AdminServices(asMapiText(profile), nullptr, 0, MAPI_UNICODE, &services), ExitCode::failed, subject);
   ComPtr<IMAPITable> table;
   check(services->GetMsgServiceTable(0, &table), ExitCode::failed, subject);
   setColumns(*table.Get(), {PR_SERVICE_UID}, subject);
@@ -128,14 +128,14 @@ void Profiles::setServer(const std::wstring& profile, const ServerProfile& serve
 }
 
 void Profiles::makeDefault(const std::wstring& name) {
-  check(admin->SetDefaultProfile(asMapiText(name), MAPI_UNICODE), ExitCode::failed,
+  check(admin_->SetDefaultProfile(asMapiText(name), MAPI_UNICODE), ExitCode::failed,
         fmt::format("Profile '{}' cannot be made the default", printable(name)));
 }
 
 void Profiles::remove(const std::wstring& name, const std::wstring& password, bool withMailbox) {
   const std::string subject = fmt::format("Profile '{}' cannot be removed", printable(name));
   if (!password.empty()) setPassword(name, password, {});  // which the local store asks for before it removes one
-  const HRESULT code = admin->DeleteProfile(asMapiText(name), MAPI_UNICODE | (withMailbox ? deleteWithMailbox : 0));
+  const HRESULT code = admin_->DeleteProfile(asMapiText(name), MAPI_UNICODE | (withMailbox ? deleteWithMailbox : 0));
   if (code == MAPI_E_NO_ACCESS && password.empty())
     throw Failure(ExitCode::mapiUnusable,
                   subject + ": it has a password (MAPI_E_NO_ACCESS, 0x80070005). Give it with --password-file.", code);
@@ -143,14 +143,14 @@ void Profiles::remove(const std::wstring& name, const std::wstring& password, bo
 }
 
 void Profiles::rename(const std::wstring& name, const std::wstring& password, const std::wstring& newName) {
-  check(admin->RenameProfile(asMapiText(name), password.empty() ? nullptr : asMapiText(password), asMapiText(newName),
-                             0, MAPI_UNICODE),
+  check(admin_->RenameProfile(asMapiText(name), password.empty() ? nullptr : asMapiText(password), asMapiText(newName),
+                              0, MAPI_UNICODE),
         ExitCode::failed, fmt::format("Profile '{}' cannot be renamed", printable(name)));
 }
 
 void Profiles::setPassword(const std::wstring& name, const std::wstring& password, const std::wstring& newPassword) {
-  check(admin->ChangeProfilePassword(asMapiText(name), password.empty() ? nullptr : asMapiText(password),
-                                     newPassword.empty() ? nullptr : asMapiText(newPassword), MAPI_UNICODE),
+  check(admin_->ChangeProfilePassword(asMapiText(name), password.empty() ? nullptr : asMapiText(password),
+                                      newPassword.empty() ? nullptr : asMapiText(newPassword), MAPI_UNICODE),
         ExitCode::mapiUnusable, fmt::format("The password of profile '{}' cannot be changed", printable(name)));
 }
 

@@ -49,8 +49,8 @@ class Profiles {
  private:
   ComPtr<IProfSect> section(const std::wstring& profile, const std::wstring& password, bool toWrite, HRESULT& code);
 
-  MapiStart start;
-  ComPtr<IProfAdmin> admin;
+  MapiStart start_;
+  ComPtr<IProfAdmin> admin_;
 };
 
 }  // namespace fendrel::host

@@ -42,21 +42,21 @@ MapiStart::MapiStart() { check(mapi().initialize(nullptr), ExitCode::mapiUnusabl
 
 MapiStart::~MapiStart() { mapi().uninitialize(); }
 
-Session::Session(const std::wstring& profile, const std::wstring& password) : profileName(profile) {
+Session::Session(const std::wstring& profile, const std::wstring& password) : profileName_(profile) {
   const ULONG flags = MAPI_UNICODE | MAPI_NO_MAIL | MAPI_EXTENDED | MAPI_NEW_SESSION;
   const HRESULT code =
-      mapi().logonEx(0, asMapiText(profile), password.empty() ? nullptr : asMapiText(password), flags, &session);
+      mapi().logonEx(0, asMapiText(profile), password.empty() ? nullptr : asMapiText(password), flags, &session_);
   check(code, ExitCode::mapiUnusable, fmt::format("Profile '{}' cannot be used", printable(profile)));
 }
 
 Session::~Session() {
-  if (session) session->Logoff(0, 0, 0);
+  if (session_) session_->Logoff(0, 0, 0);
 }
 
 std::vector<StoreEntry> Session::stores() {
-  const std::string subject = fmt::format("The list of message stores of profile '{}'", printable(profileName));
+  const std::string subject = fmt::format("The list of message stores of profile '{}'", printable(profileName_));
   ComPtr<IMAPITable> table;
-  check(session->GetMsgStoresTable(0, &table), ExitCode::mapiUnusable, subject + " cannot be opened", *session.Get());
+  check(session_->GetMsgStoresTable(0, &table), ExitCode::mapiUnusable, subject + " cannot be opened", *session_.Get());
   setColumns(*table.Get(), {PR_DISPLAY_NAME_W, PR_ENTRYID, PR_DEFAULT_STORE}, subject);
   std::vector<StoreEntry> found;
   forEachRow(*table.Get(), subject, [&](const SRow& row) {
@@ -69,9 +69,9 @@ ComPtr<IMsgStore> Session::openStore(const StoreEntry& store, bool toWrite) {
   ComPtr<IMsgStore> opened;
   const ULONG flags = MDB_NO_DIALOG | (toWrite ? MDB_WRITE : 0);
   const HRESULT code =
-      session->OpenMsgStore(0, static_cast<ULONG>(store.id.size()), asEntryId(store.id), nullptr, flags, &opened);
+      session_->OpenMsgStore(0, static_cast<ULONG>(store.id.size()), asEntryId(store.id), nullptr, flags, &opened);
   check(code, folderExitCode(code), fmt::format("Message store '{}' cannot be opened", printable(store.name)),
-        *session.Get());
+        *session_.Get());
   return opened;
 }
 
@@ -208,7 +208,7 @@ OpenFolder Session::personalReports(bool toWrite) {
     throw Failure(ExitCode::folderRefused,
                   fmt::format("Profile '{}' has no default message store, which personal reports go to "
                               "(MAPI_E_NOT_FOUND, 0x8004010F).",
-                              printable(profileName)),
+                              printable(profileName_)),
                   MAPI_E_NOT_FOUND);
   OpenFolder found{openStore(*store, toWrite), nullptr, L"Personal reports of " + store->name, {}};
   MapiBuffer<SPropValue> id;

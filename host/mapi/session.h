@@ -56,7 +56,7 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  const std::wstring& profile() const { return profileName; }
+  const std::wstring& profile() const { return profileName_; }
   std::vector<StoreEntry> stores();
   ComPtr<IMsgStore> openStore(const StoreEntry& store, bool toWrite);
   // The folder below which people see a store's folders.
@@ -79,9 +79,9 @@ class Session {
  private:
   OpenFolder walk(std::wstring_view path, bool create, bool toWrite, std::vector<std::wstring>* created);
 
-  MapiStart start;
-  std::wstring profileName;
-  ComPtr<IMAPISession> session;
+  MapiStart start_;
+  std::wstring profileName_;
+  ComPtr<IMAPISession> session_;
 };
 
 }  // namespace fendrel::host

@@ -20,10 +20,10 @@ std::vector<std::string> knownLanguages() {
 
 ImposedLanguage::ImposedLanguage(const std::string& code) {
   for (const auto& [known, key] : languages)
-    if (code == known) atom = GlobalAddAtomW(key);
-  if (atom == 0) throw systemFailure(ExitCode::failed, "The language '" + code + "' cannot be set", GetLastError());
+    if (code == known) atom_ = GlobalAddAtomW(key);
+  if (atom_ == 0) throw systemFailure(ExitCode::failed, "The language '" + code + "' cannot be set", GetLastError());
 }
 
-ImposedLanguage::~ImposedLanguage() { GlobalDeleteAtom(atom); }
+ImposedLanguage::~ImposedLanguage() { GlobalDeleteAtom(atom_); }
 
 }  // namespace fendrel::host

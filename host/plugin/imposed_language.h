@@ -21,7 +21,7 @@ class ImposedLanguage {
   ImposedLanguage& operator=(const ImposedLanguage&) = delete;
 
  private:
-  ATOM atom = 0;
+  ATOM atom_ = 0;
 };
 
 }  // namespace fendrel::host

@@ -61,21 +61,21 @@ std::wstring stringAt(const Bytes& record, std::uint32_t offset) {
 
 }  // namespace
 
-KeptChoice::KeptChoice(Bytes record, const std::string& source) : packed(std::move(record)) {
-  if (packed.size() < sizeof(DestinationOptions)) throw noChoice(source);
-  const DestinationOptions header = headerOf(packed);
+KeptChoice::KeptChoice(Bytes record, const std::string& source) : packed_(std::move(record)) {
+  if (packed_.size() < sizeof(DestinationOptions)) throw noChoice(source);
+  const DestinationOptions header = headerOf(packed_);
   if (header.packedSize == 0 || !postingRules(header.destinationType).isKnown ||
-      header.packedSize != static_cast<std::uint16_t>(packed.size() - packedSizeShortfall))
+      header.packedSize != static_cast<std::uint16_t>(packed_.size() - packedSizeShortfall))
     throw noChoice(source);
-  const auto strings = findPackedStrings(packed, sizeof(wchar_t));
+  const auto strings = findPackedStrings(packed_, sizeof(wchar_t));
   if (!strings) throw noChoice(source);
-  profileName = stringAt(packed, strings->profileName);
-  if (strings->profilePassword != 0) profilePassword = stringAt(packed, strings->profilePassword);
-  path = stringAt(packed, strings->folderPath);
-  if (profileName.empty()) throw noChoice(source);
+  profileName_ = stringAt(packed_, strings->profileName);
+  if (strings->profilePassword != 0) profilePassword_ = stringAt(packed_, strings->profilePassword);
+  path_ = stringAt(packed_, strings->folderPath);
+  if (profileName_.empty()) throw noChoice(source);
 }
 
-std::uint16_t KeptChoice::type() const { return headerOf(packed).destinationType; }
+std::uint16_t KeptChoice::type() const { return headerOf(packed_).destinationType; }
 
 KeptChoice KeptChoice::load(const std::string& file) {
   Bytes bytes = readWhole(file);
@@ -84,11 +84,11 @@ KeptChoice KeptChoice::load(const std::string& file) {
 }
 
 void KeptChoice::save(const std::string& file) const {
-  Bytes content = packed;
-  if (profilePassword) {
+  Bytes content = packed_;
+  if (profilePassword_) {
     const auto mark = std::as_bytes(std::span(protectedMark));
     content.assign(mark.begin(), mark.end());
-    const Bytes hidden = protect(packed);
+    const Bytes hidden = protect(packed_);
     content.insert(content.end(), hidden.begin(), hidden.end());
   }
   const std::wstring target = fullPath(file), name = fileNameOf(target);

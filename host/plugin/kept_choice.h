@@ -28,18 +28,18 @@ class KeptChoice {
   // Replaces the file as a whole or not at all. Throws Failure(failed).
   void save(const std::string& file) const;
 
-  const std::wstring& profile() const { return profileName; }
-  const std::optional<std::wstring>& password() const { return profilePassword; }
-  const std::wstring& folderPath() const { return path; }  // empty for a personal report
+  const std::wstring& profile() const { return profileName_; }
+  const std::optional<std::wstring>& password() const { return profilePassword_; }
+  const std::wstring& folderPath() const { return path_; }  // empty for a personal report
   std::uint16_t type() const;
 
   // The record as the plug-in takes it back; every use makes a fresh copy.
-  const Bytes& record() const { return packed; }
+  const Bytes& record() const { return packed_; }
 
  private:
-  Bytes packed;
-  std::wstring profileName, path;
-  std::optional<std::wstring> profilePassword;
+  Bytes packed_;
+  std::wstring profileName_, path_;
+  std::optional<std::wstring> profilePassword_;
 };
 
 }  // namespace fendrel::host

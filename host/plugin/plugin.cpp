@@ -52,21 +52,21 @@ HMODULE textsOf(HMODULE plugin) {
 class FileList {
  public:
   FileList(std::span<const std::wstring> paths, std::span<const std::wstring> names) {
-    descriptions.resize(names.size());
+    descriptions_.resize(names.size());
     for (std::size_t index = 0; index < names.size(); ++index) {
-      FendrelFileDescription& description = descriptions[index];
+      FendrelFileDescription& description = descriptions_[index];
       description.size = sizeof description;
       description.nameGiven = 1;
       description.givenName = names[index].c_str();
-      descriptionPointers.push_back(&description);
-      pathPointers.push_back(paths[index].c_str());
+      descriptionPointers_.push_back(&description);
+      pathPointers_.push_back(paths[index].c_str());
     }
     list.size = sizeof list;
     list.fileCount = static_cast<std::uint16_t>(names.size());
-    list.files = descriptionPointers.data();
+    list.files = descriptionPointers_.data();
     exported.size = sizeof exported;
     exported.fileCount = static_cast<std::uint16_t>(paths.size());
-    exported.filePaths = pathPointers.data();
+    exported.filePaths = pathPointers_.data();
   }
   FileList(const FileList&) = delete;
   FileList& operator=(const FileList&) = delete;
@@ -75,20 +75,20 @@ class FileList {
   FendrelExportDescription exported{};
 
  private:
-  std::vector<FendrelFileDescription> descriptions;
-  std::vector<const FendrelFileDescription*> descriptionPointers;
-  std::vector<const wchar_t*> pathPointers;
+  std::vector<FendrelFileDescription> descriptions_;
+  std::vector<const FendrelFileDescription*> descriptionPointers_;
+  std::vector<const wchar_t*> pathPointers_;
 };
 
 // A destination as the plug-in takes it. The plug-in reads the strings and leaves the record as it is.
 class OptionsRecord {
  public:
-  explicit OptionsRecord(const Destination& destination) : packed(destination.packed) {
-    if (packed.empty()) {
-      unpacked.profileName = const_cast<wchar_t*>(destination.profile.c_str());
-      unpacked.profilePassword = const_cast<wchar_t*>(destination.password.c_str());
-      unpacked.destinationType = destination.type;
-      if (!destination.folderPath.empty()) unpacked.folderPath = const_cast<wchar_t*>(destination.folderPath.c_str());
+  explicit OptionsRecord(const Destination& destination) : packed_(destination.packed) {
+    if (packed_.empty()) {
+      unpacked_.profileName = const_cast<wchar_t*>(destination.profile.c_str());
+      unpacked_.profilePassword = const_cast<wchar_t*>(destination.password.c_str());
+      unpacked_.destinationType = destination.type;
+      if (!destination.folderPath.empty()) unpacked_.folderPath = const_cast<wchar_t*>(destination.folderPath.c_str());
     }
     get()->version = FENDREL_OPTIONS_VERSION;
   }
@@ -96,37 +96,37 @@ class OptionsRecord {
   OptionsRecord& operator=(const OptionsRecord&) = delete;
 
   DestinationOptions* get() {
-    return packed.empty() ? &unpacked : reinterpret_cast<DestinationOptions*>(packed.data());
+    return packed_.empty() ? &unpacked_ : reinterpret_cast<DestinationOptions*>(packed_.data());
   }
 
  private:
-  Bytes packed;
-  DestinationOptions unpacked{};
+  Bytes packed_;
+  DestinationOptions unpacked_{};
 };
 
 }  // namespace
 
 Plugin::Plugin() {
   const std::wstring path = programFolder() + L"\\FENDREL.DLL";
-  module.reset(LoadLibraryW(path.c_str()));
-  if (!module)
+  module_.reset(LoadLibraryW(path.c_str()));
+  if (!module_)
     throw systemFailure(ExitCode::mapiUnusable, fmt::format("The plug-in '{}' did not load", toUtf8(path)),
                         GetLastError(), "Put FENDREL.DLL beside fendrel.exe.");
-  const auto handle = static_cast<HMODULE>(module.get());
-  findExport(handle, exports.initialize, "NRVInitializeW");
-  findExport(handle, exports.terminate, "NRVTerminateW");
-  findExport(handle, exports.getVersion, "NRVGetVersionW");
-  findExport(handle, exports.initExport, "NRVInitExportDestinationW");
-  findExport(handle, exports.termExport, "NRVTermExportDestinationW");
-  findExport(handle, exports.exportTo, "NRVExportToDestinationW");
-  findExport(handle, exports.getErrorText, "NRVGetErrorTextW");
-  findExport(handle, exports.encode, "NRVEncodeDestinationOptionsW");
-  if (const unsigned version = exports.getVersion(); version != FENDREL_VERSION)
+  const auto handle = static_cast<HMODULE>(module_.get());
+  findExport(handle, exports_.initialize, "NRVInitializeW");
+  findExport(handle, exports_.terminate, "NRVTerminateW");
+  findExport(handle, exports_.getVersion, "NRVGetVersionW");
+  findExport(handle, exports_.initExport, "NRVInitExportDestinationW");
+  findExport(handle, exports_.termExport, "NRVTermExportDestinationW");
+  findExport(handle, exports_.exportTo, "NRVExportToDestinationW");
+  findExport(handle, exports_.getErrorText, "NRVGetErrorTextW");
+  findExport(handle, exports_.encode, "NRVEncodeDestinationOptionsW");
+  if (const unsigned version = exports_.getVersion(); version != FENDREL_VERSION)
     throw Failure(ExitCode::mapiUnusable,
                   fmt::format("FENDREL.DLL speaks version 0x{:04X} of the interface, fendrel.exe speaks 0x{:04X}. "
                               "Install both of one release.",
                               version, FENDREL_VERSION));
-  if (const std::uint32_t code = exports.initialize(); code != FENDREL_SUCCESS)
+  if (const std::uint32_t code = exports_.initialize(); code != FENDREL_SUCCESS)
     throw Failure(ExitCode::mapiUnusable,
                   fmt::format("The plug-in did not start, its code is {}: {}.", static_cast<std::int32_t>(code),
                               code == FENDREL_STRING_NOT_LOADED ? "one of its texts is missing"
@@ -135,12 +135,12 @@ Plugin::Plugin() {
   try {
     checkMapiIsTheOne();
   } catch (...) {
-    exports.terminate();
+    exports_.terminate();
     throw;
   }
 }
 
-Plugin::~Plugin() { exports.terminate(); }
+Plugin::~Plugin() { exports_.terminate(); }
 
 ExportAnswer Plugin::exportFiles(const Destination& destination, std::span<const std::wstring> paths,
                                  std::span<const std::wstring> names) {
@@ -149,17 +149,17 @@ ExportAnswer Plugin::exportFiles(const Destination& destination, std::span<const
   FendrelJob job = 0;
   FendrelResult* result = nullptr;
   ExportAnswer answer;
-  answer.code = exports.initExport(nullptr, 0, options.get(), &files.list, &job, &result);
+  answer.code = exports_.initExport(nullptr, 0, options.get(), &files.list, &job, &result);
   if (answer.code == FENDREL_SUCCESS) {
     answer.jobMade = true;
-    answer.code = exports.exportTo(job, &files.exported);
+    answer.code = exports_.exportTo(job, &files.exported);
     if (answer.code != FENDREL_SUCCESS)
-      if (const wchar_t* text = exports.getErrorText(job)) answer.errorText = text;
-    exports.termExport(job);
+      if (const wchar_t* text = exports_.getErrorText(job)) answer.errorText = text;
+    exports_.termExport(job);
   }
   answer.meaning =
       pluginFailure(answer.code, answer.errorText,
-                    [texts = textsOf(static_cast<HMODULE>(module.get()))](UINT id) { return stringOf(texts, id); });
+                    [texts = textsOf(static_cast<HMODULE>(module_.get()))](UINT id) { return stringOf(texts, id); });
   return answer;
 }
 
@@ -172,16 +172,16 @@ ChoiceAnswer Plugin::encodeJob(DestinationOptions* options) {
   FendrelJob job = 0;
   FendrelResult* result = nullptr;
   ChoiceAnswer answer;
-  answer.code = exports.initExport(nullptr, 0, options, &noFiles.list, &job, &result);
+  answer.code = exports_.initExport(nullptr, 0, options, &noFiles.list, &job, &result);
   if (answer.code != FENDREL_SUCCESS) return answer;
   DestinationOptions* block = nullptr;
   std::uint16_t size = 0;
-  answer.code = exports.encode(job, &block, &size);
+  answer.code = exports_.encode(job, &block, &size);
   if (answer.code == FENDREL_SUCCESS) {
     const auto* const start = reinterpret_cast<const std::byte*>(block);
     answer.record.assign(start, start + size + packedSizeShortfall);
   }
-  exports.termExport(job);
+  exports_.termExport(job);
   return answer;
 }
 

@@ -69,8 +69,8 @@ class Plugin {
     decltype(&NRVEncodeDestinationOptionsW) encode;
   };
 
-  std::unique_ptr<void, ModuleFree> module;
-  Exports exports{};
+  std::unique_ptr<void, ModuleFree> module_;
+  Exports exports_{};
 };
 
 }  // namespace fendrel::host

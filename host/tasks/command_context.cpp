@@ -31,11 +31,11 @@ void CommandContext::useMapi() {
 }
 
 Profiles& CommandContext::profiles() {
-  if (!profileAdmin) {
+  if (!profileAdmin_) {
     useMapi();
-    profileAdmin.emplace();
+    profileAdmin_.emplace();
   }
-  return *profileAdmin;
+  return *profileAdmin_;
 }
 
 bool CommandContext::isStoreMissing() const {
@@ -53,17 +53,17 @@ std::vector<ProfileEntry> CommandContext::knownProfiles() {
 // A password is asked for only where the logon shows that one is needed.
 void CommandContext::logOn(const std::wstring& profile) {
   try {
-    logon = std::make_unique<Session>(profile, password());
+    logon_ = std::make_unique<Session>(profile, password());
   } catch (const Failure& refused) {
     if (refused.code() != MAPI_E_LOGON_FAILED || !options.password.empty() || !inputIsTerminal()) throw;
     options.password = askForPassword(fmt::format("Password of profile '{}': ", printable(profile)));
     if (options.password.empty()) throw;
-    logon = std::make_unique<Session>(profile, password());
+    logon_ = std::make_unique<Session>(profile, password());
   }
 }
 
 Session& CommandContext::session() {
-  if (logon) return *logon;
+  if (logon_) return *logon_;
   const std::wstring named = toWide(options.profile);
   if (isStoreMissing()) {
     useMapi();  // a library that is missing is the first thing to say
@@ -71,7 +71,7 @@ Session& CommandContext::session() {
   }
   if (named.empty()) {
     logOn(profiles().choose({}));
-    return *logon;
+    return *logon_;
   }
   useMapi();
   try {
@@ -87,12 +87,12 @@ Session& CommandContext::session() {
     chooseProfile(known, named);
     throw;
   }
-  return *logon;
+  return *logon_;
 }
 
 void CommandContext::endSession() {
-  logon.reset();
-  profileAdmin.reset();
+  logon_.reset();
+  profileAdmin_.reset();
 }
 
 std::wstring CommandContext::password() {
@@ -140,7 +140,7 @@ void CommandContext::tell(const Event& event) {
     if (!event.fields.contains("error")) record["words"] = event.words;
     printLine(textOf(record, -1));
   }
-  if (log && !log->append(level, event.name, event.file, event.words) && !std::exchange(logLost, true))
+  if (log_ && !log_->append(level, event.name, event.file, event.words) && !std::exchange(logLost_, true))
     printError(fmt::format("fendrel: Log file '{}' cannot be written; the work goes on.", printable(options.logFile)));
 }
 
@@ -149,7 +149,7 @@ void CommandContext::tell(const char* name, const std::string& file, const Failu
 }
 
 void CommandContext::keepLog(const std::string& file) {
-  log.emplace(file);
+  log_.emplace(file);
   options.logFile = file;
 }
 

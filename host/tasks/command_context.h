@@ -72,17 +72,17 @@ class CommandContext {
   // What happens from now on goes into this log, too. Throws Failure(failed).
   void keepLog(const std::string& file);
   // A line of the log could not be written.
-  bool logIsLost() const { return logLost; }
+  bool logIsLost() const { return logLost_; }
 
  private:
   void useMapi();
   void logOn(const std::wstring& profile);
   bool isStoreMissing() const;
 
-  std::optional<Profiles> profileAdmin;
-  std::unique_ptr<Session> logon;
-  std::optional<LogFile> log;
-  bool logLost = false;
+  std::optional<Profiles> profileAdmin_;
+  std::unique_ptr<Session> logon_;
+  std::optional<LogFile> log_;
+  bool logLost_ = false;
 };
 
 // A failure as every document shows it: code, name, words, retryable.

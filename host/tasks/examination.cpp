@@ -20,23 +20,23 @@ std::string shown(const std::wstring& path) { return "'" + printable(displayPath
 class Examination {
  public:
   Examination(CommandContext& running, const DoctorOrder& what, const std::function<void(const DoctorFinding&)>& use)
-      : context(running), order(what), tell(use), isLocal(context.options.mapi != "system") {}
+      : context_(running), order_(what), tell_(use), isLocal_(context_.options.mapi != "system") {}
 
   void run() {
     const bool mapiWorks = step("MAPI library", [&] { return lookAtLibrary(); }) &&
                            step("Exports", [&] { return lookAtExports(); }) &&
                            step("Initialise", [&] { return initialise(); });
-    const bool storeThere = !isLocal || !mapiWorks || step("Local store", [&] { return lookAtStore(); });
+    const bool storeThere = !isLocal_ || !mapiWorks || step("Local store", [&] { return lookAtStore(); });
     if (mapiWorks && storeThere && step("Profiles", [&] { return lookAtProfiles(); }) &&
         step("Logon", [&] { return logOn(); })) {
       step("Stores", [&] { return lookAtStores(); });
-      if (!order.to.empty() && step("Target folder", [&] { return openFolder(); })) {
+      if (!order_.to.empty() && step("Target folder", [&] { return openFolder(); })) {
         step("Right to post", [&] { return tryToCreate(); });
         step("Names", [&] { return lookAtNames(); });
       }
     }
     step("Languages", [&] { return lookAtLanguages(); });
-    if (isLocal && mapiWorks && storeThere) step("Store check", [&] { return checkStore(); });
+    if (isLocal_ && mapiWorks && storeThere) step("Store check", [&] { return checkStore(); });
     step("Versions", [&] { return tellVersions(); });
   }
 
@@ -45,10 +45,10 @@ class Examination {
   template <class Look>
   bool step(const char* what, Look look) {
     try {
-      tell({what, true, look(), ExitCode::done, nullptr});
+      tell_({what, true, look(), ExitCode::done, nullptr});
       return true;
     } catch (const Failure& failure) {
-      tell({what, false, failure.what(), failure.exitCode(), jsonError(failure)});
+      tell_({what, false, failure.what(), failure.exitCode(), jsonError(failure)});
       return false;
     }
   }
@@ -56,14 +56,14 @@ class Examination {
   static Failure unusable(const std::string& words) { return Failure(ExitCode::mapiUnusable, words); }
 
   std::string lookAtLibrary() {
-    if (isLocal) {
-      library = programFolder() + L"\\store\\MAPI32.DLL";
-      if (!fileExists(library))
+    if (isLocal_) {
+      library_ = programFolder() + L"\\store\\MAPI32.DLL";
+      if (!fileExists(library_))
         throw unusable(
             fmt::format("The local store {} is missing. Install fendrel completely, or use the system's "
                         "MAPI with --mapi system.",
-                        shown(library)));
-      return fmt::format("{}, {}, the local store", shown(library), bitsOfLibrary(library));
+                        shown(library_)));
+      return fmt::format("{}, {}, the local store", shown(library_), bitsOfLibrary(library_));
     }
     return lookAtMailClient();
   }
@@ -77,8 +77,8 @@ class Examination {
   }
 
   std::string lookAtMailClient() {
-    library = L"MAPI32.DLL";
-    if (GetModuleHandleW(library.c_str())) return "MAPI32.DLL is loaded in this process already";
+    library_ = L"MAPI32.DLL";
+    if (GetModuleHandleW(library_.c_str())) return "MAPI32.DLL is loaded in this process already";
     const DefaultClient client = defaultClient();
     if (!client.library.empty()) {
       if (!fileExists(client.library))
@@ -104,38 +104,38 @@ class Examination {
   }
 
   std::string lookAtExports() {
-    const HMODULE module = LoadLibraryW(library.c_str());
+    const HMODULE module = LoadLibraryW(library_.c_str());
     if (!module)
-      throw systemFailure(ExitCode::mapiUnusable, fmt::format("{} did not load", shown(library)), GetLastError());
+      throw systemFailure(ExitCode::mapiUnusable, fmt::format("{} did not load", shown(library_)), GetLastError());
     const std::vector<std::string> missing = missingMapiFunctions(module);
     if (missing.empty()) return "all there";
     std::string names;
     for (const std::string& name : missing) names += (names.empty() ? "" : ", ") + name;
     throw unusable(fmt::format("{} has no {}. It is not a complete Extended MAPI; use --mapi local, or install one.",
-                               shown(library), names));
+                               shown(library_), names));
   }
 
   std::string initialise() {
-    loadMapi(isLocal ? MapiSubsystem::local : MapiSubsystem::system);
+    loadMapi(isLocal_ ? MapiSubsystem::local : MapiSubsystem::system);
     const MapiStart start;
     return "MAPI started";
   }
 
   std::string lookAtStore() {
-    place = storePlace(context);
-    if (!fileExists(place))
+    place_ = storePlace(context_);
+    if (!fileExists(place_))
       throw Failure(ExitCode::mapiUnusable,
                     fmt::format("There is no store yet; it would be {}. Make it with: fendrel profile add NAME --user "
                                 "\"Your Name\"",
-                                shown(place)),
+                                shown(place_)),
                     MAPI_E_NOT_FOUND);
-    if (!looksLikeStore(place)) throw noStore(place);
-    const store::StoreFacts facts = keepHouse([&] { return store::readStoreFacts(place); });
-    const std::wstring folder = place.substr(0, place.find_last_of(L"\\/"));
+    if (!looksLikeStore(place_)) throw noStore(place_);
+    const store::StoreFacts facts = keepHouse([&] { return store::readStoreFacts(place_); });
+    const std::wstring folder = place_.substr(0, place_.find_last_of(L"\\/"));
     ULARGE_INTEGER free{};
     GetDiskFreeSpaceExW(longPath(folder).c_str(), &free, nullptr, nullptr);
-    const std::string owner = ownerOf(place);
-    return fmt::format("{}, {} and {} of contents, {} free on its disk{}", shown(place),
+    const std::string owner = ownerOf(place_);
+    return fmt::format("{}, {} and {} of contents, {} free on its disk{}", shown(place_),
                        shortSize(facts.databaseBytes + facts.logBytes), shortSize(facts.contentFileBytes),
                        shortSize(free.QuadPart), owner.empty() ? "" : ", owner " + printable(owner));
   }
@@ -143,20 +143,20 @@ class Examination {
   std::string lookAtProfiles() {
     std::vector<ProfileEntry> profiles;
     try {
-      profiles = context.profiles().list();
+      profiles = context_.profiles().list();
     } catch (const Failure& failure) {
       // Some systems log on to a profile that is named, and list none.
-      if (failure.code() != MAPI_E_NO_SUPPORT || context.options.profile.empty()) throw;
-      return fmt::format("'{}' is used; this MAPI lists none", printable(context.options.profile));
+      if (failure.code() != MAPI_E_NO_SUPPORT || context_.options.profile.empty()) throw;
+      return fmt::format("'{}' is used; this MAPI lists none", printable(context_.options.profile));
     }
-    const std::wstring chosen = chooseProfile(profiles, toWide(context.options.profile));
+    const std::wstring chosen = chooseProfile(profiles, toWide(context_.options.profile));
     return fmt::format("{}; '{}' is used", counted(profiles.size(), "profile"), printable(chosen));
   }
 
-  std::string logOn() { return fmt::format("'{}' is logged on", printable(context.session().profile())); }
+  std::string logOn() { return fmt::format("'{}' is logged on", printable(context_.session().profile())); }
 
   std::string lookAtStores() {
-    Session& session = context.session();
+    Session& session = context_.session();
     std::string names;
     const std::vector<StoreEntry> stores = session.stores();
     if (stores.empty()) throw unusable("The profile has no message store. Add one in the mail program's settings.");
@@ -169,23 +169,23 @@ class Examination {
   }
 
   std::string openFolder() {
-    target = openTarget(context, {.to = order.to, .create = order.create, .lookOnly = true});
-    return target.missing ? fmt::format("'{}' would be made", printable(target.path))
-                          : fmt::format("'{}' is there", printable(target.path));
+    target_ = openTarget(context_, {.to = order_.to, .create = order_.create, .lookOnly = true});
+    return target_.missing ? fmt::format("'{}' would be made", printable(target_.path))
+                           : fmt::format("'{}' is there", printable(target_.path));
   }
 
   // A message that is not saved was never there.
   std::string tryToCreate() {
-    if (target.missing) return "not known before the folder is made";
-    const OpenFolder folder = context.session().walkToChange(target.path);
+    if (target_.missing) return "not known before the folder is made";
+    const OpenFolder folder = context_.session().walkToChange(target_.path);
     ComPtr<IMessage> message;
     const HRESULT code = folder.folder->CreateMessage(nullptr, 0, &message);
-    check(code, folderExitCode(code), fmt::format("No message can be made in '{}'", printable(target.path)));
+    check(code, folderExitCode(code), fmt::format("No message can be made in '{}'", printable(target_.path)));
     return "messages can be made there";
   }
 
   std::string lookAtNames() {
-    for (const std::wstring& name : target.folder.names) checkPostableName(name);
+    for (const std::wstring& name : target_.folder.names) checkPostableName(name);
     return fmt::format("all in this system's code page {}", GetACP());
   }
 
@@ -211,14 +211,14 @@ class Examination {
 
   std::string checkStore() {
     const store::CheckResult result =
-        keepHouse([&] { return store::checkStore(place, [](std::uint64_t, std::uint64_t) { return true; }); });
+        keepHouse([&] { return store::checkStore(place_, [](std::uint64_t, std::uint64_t) { return true; }); });
     if (result.damage.empty())
       return fmt::format("{} and {} of content are whole", counted(result.messages, "message"),
                          shortSize(result.contentBytes));
     throw Failure(ExitCode::damageFound,
                   fmt::format("{} found in {}. Keep it; \"fendrel store check\" names the damage, and \"fendrel store "
                               "salvage\" carries over what is whole.",
-                              counted(result.damage.size(), "damage"), shown(place)),
+                              counted(result.damage.size(), "damage"), shown(place_)),
                   MAPI_E_CORRUPT_STORE);
   }
 
@@ -234,12 +234,12 @@ class Examination {
     return words;
   }
 
-  CommandContext& context;
-  const DoctorOrder& order;
-  const std::function<void(const DoctorFinding&)>& tell;
-  const bool isLocal;
-  std::wstring library, place;
-  Target target;
+  CommandContext& context_;
+  const DoctorOrder& order_;
+  const std::function<void(const DoctorFinding&)>& tell_;
+  const bool isLocal_;
+  std::wstring library_, place_;
+  Target target_;
 };
 
 }  // namespace

@@ -48,14 +48,14 @@ std::string directoryPart(const std::string& file) {
 
 class Reader {
  public:
-  explicit Reader(const std::string& file) : directory(directoryPart(file)) {
-    reading.job.file = file;
-    reading.job.request.skipExisting = true;
-    reading.job.request.retries = 5;
+  explicit Reader(const std::string& file) : directory_(directoryPart(file)) {
+    reading_.job.file = file;
+    reading_.job.request.skipExisting = true;
+    reading_.job.request.retries = 5;
   }
 
   JobReading read(const std::string& text) {
-    Job& job = reading.job;
+    Job& job = reading_.job;
     toml::table table;
     try {
       table = toml::parse(text);
@@ -63,7 +63,7 @@ class Reader {
       std::string said(error.description());
       if (said.find("escape") != std::string::npos) said += std::string(". ") + quoteWords;
       problem(error.source().begin.line, said + '.');
-      return reading;
+      return reading_;
     }
     const Keys keys = {
         {"store", path(job.store)},
@@ -93,26 +93,26 @@ class Reader {
     if (!job.passwordFile.empty() && !job.passwordCommand.empty())
       problem(0, "'password-file' and 'password-command' are both given; one is enough.");
     // What is missing comes after what stands in a line, which may be it with a slip of the pen.
-    std::ranges::stable_sort(reading.problems, {}, [](const JobProblem& each) { return each.line - 1; });
-    return std::move(reading);
+    std::ranges::stable_sort(reading_.problems, {}, [](const JobProblem& each) { return each.line - 1; });
+    return std::move(reading_);
   }
 
  private:
   using Use = std::function<void(const toml::node&)>;
   using Keys = std::vector<std::pair<std::string, Use>>;
 
-  void problem(std::uint32_t line, const std::string& words) { reading.problems.push_back({line, words}); }
+  void problem(std::uint32_t line, const std::string& words) { reading_.problems.push_back({line, words}); }
   void problem(const toml::node& node, const std::string& words) { problem(node.source().begin.line, words); }
 
   void readTable(const toml::table& table, const Keys& keys, const std::string& prefix) {
     std::vector<std::string> names;
     for (const auto& [name, use] : keys) names.push_back(name);
     for (const auto& [key, node] : table) {
-      current = prefix + std::string(key.str());
+      current_ = prefix + std::string(key.str());
       const auto known = std::ranges::find(keys, std::string(key.str()), &Keys::value_type::first);
       if (known == keys.end())
-        problem(key.source().begin.line,
-                fmt::format("'{}' is unknown{}", printable(current), words(didYouMean(std::string(key.str()), names))));
+        problem(key.source().begin.line, fmt::format("'{}' is unknown{}", printable(current_),
+                                                     words(didYouMean(std::string(key.str()), names))));
       else
         known->second(node);
     }
@@ -126,7 +126,7 @@ class Reader {
       problem(node, "'retention' is a table: write [retention], and below it older-than = \"90d\".");
       return;
     }
-    MessageFilter& filter = reading.job.retention;
+    MessageFilter& filter = reading_.job.retention;
     readTable(*table,
               {{"older-than", text_(filter.olderThan)},
                {"subject", text_(filter.subject)},
@@ -147,18 +147,18 @@ class Reader {
     return [this, &target](const toml::node& node) {
       const auto value = node.value<std::string>();
       if (value && printable(*value) != *value)
-        problem(node, fmt::format("'{}' holds control characters. {}.", current, quoteWords));
+        problem(node, fmt::format("'{}' holds control characters. {}.", current_, quoteWords));
       else if (value && !value->empty())
         target = *value;
       else
-        problem(node, fmt::format("'{}' is a text in quotes that is not empty.", current));
+        problem(node, fmt::format("'{}' is a text in quotes that is not empty.", current_));
     };
   }
 
   Use path(std::string& target) {
     return [this, &target](const toml::node& node) {
       text_(target)(node);
-      if (!target.empty() && !isAbsolute(target)) target = directory + target;
+      if (!target.empty() && !isAbsolute(target)) target = directory_ + target;
     };
   }
 
@@ -168,7 +168,7 @@ class Reader {
       if (value && std::ranges::find(values, *value) != values.end())
         target = *value;
       else
-        problem(node, fmt::format("'{}' is \"{}\" or \"{}\".", current, values[0], values[1]));
+        problem(node, fmt::format("'{}' is \"{}\" or \"{}\".", current_, values[0], values[1]));
     };
   }
 
@@ -177,7 +177,7 @@ class Reader {
       if (const toml::value<bool>* value = node.as_boolean())
         target = value->get();
       else
-        problem(node, fmt::format("'{}' is true or false, without quotes.", current));
+        problem(node, fmt::format("'{}' is true or false, without quotes.", current_));
     };
   }
 
@@ -187,7 +187,7 @@ class Reader {
       if (value && value->get() >= 0 && value->get() <= most)
         target = static_cast<unsigned>(value->get());
       else
-        problem(node, fmt::format("'{}' is a whole number from 0 to {}.", current, most));
+        problem(node, fmt::format("'{}' is a whole number from 0 to {}.", current_, most));
     };
   }
 
@@ -202,7 +202,7 @@ class Reader {
           if (!one.empty()) target.push_back(one);
         }
       } else if (array) {
-        problem(node, fmt::format("'{}' is empty.", current));
+        problem(node, fmt::format("'{}' is empty.", current_));
       } else {
         text_(one)(node);
         if (!one.empty()) target.push_back(one);
@@ -217,12 +217,12 @@ class Reader {
         if (each == "-")
           problem(node, "a job reads no standard input; name files.");
         else if (!isAbsolute(each))
-          each = directory + each;
+          each = directory_ + each;
     };
   }
 
-  std::string directory, current;
-  JobReading reading;
+  std::string directory_, current_;
+  JobReading reading_;
 };
 
 }  // namespace

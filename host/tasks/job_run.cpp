@@ -43,11 +43,11 @@ JobLock::JobLock(const Job& job) {
   CharUpperBuffW(path.data(), static_cast<DWORD>(path.size()));
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(path.data());
   const std::wstring name = L"Global\\Fendrel job " + nameKey({bytes, path.size() * sizeof(wchar_t)});
-  mutex.reset(CreateMutexW(nullptr, TRUE, name.c_str()));
+  mutex_.reset(CreateMutexW(nullptr, TRUE, name.c_str()));
   const DWORD error = GetLastError();
   // Another user's mutex can be seen, but not opened.
-  if (mutex && error != ERROR_ALREADY_EXISTS) return;
-  if (mutex || error == ERROR_ACCESS_DENIED)
+  if (mutex_ && error != ERROR_ALREADY_EXISTS) return;
+  if (mutex_ || error == ERROR_ACCESS_DENIED)
     throw Failure(ExitCode::failed, fmt::format("Job '{}' is running already; nothing was done. Wait for its end, or "
                                                 "stop it.",
                                                 printable(job.file)))

@@ -16,7 +16,7 @@ class JobLock {
   explicit JobLock(const Job& job);
 
  private:
-  FileHandle mutex;
+  FileHandle mutex_;
 };
 
 // The job's files, without those that were put away. later: they are named, not opened.

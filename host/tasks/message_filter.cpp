@@ -133,37 +133,37 @@ std::uint64_t parseAge(const std::string& given, const char* what) {
 }
 
 MessageTest::MessageTest(const MessageFilter& filter)
-    : subject(toWide(filter.subject)), messageClass(toWide(filter.messageClass)) {
-  if (!filter.since.empty()) from = parseMoment(filter.since, "--since").units;
+    : subject_(toWide(filter.subject)), messageClass_(toWide(filter.messageClass)) {
+  if (!filter.since.empty()) from_ = parseMoment(filter.since, "--since").units;
   if (!filter.until.empty()) {
     const Moment moment = parseMoment(filter.until, "--until");
-    before = moment.units + (moment.isDay ? dayUnits : 1);
+    before_ = moment.units + (moment.isDay ? dayUnits : 1);
   }
   if (!filter.olderThan.empty()) {
     FILETIME now{};
     GetSystemTimeAsFileTime(&now);
     const std::uint64_t age = parseAge(filter.olderThan, "--older-than");
     const std::uint64_t limit = unitsOf(now) > age ? unitsOf(now) - age : 0;
-    before = before ? std::min(*before, limit) : limit;
+    before_ = before_ ? std::min(*before_, limit) : limit;
   }
   for (const std::string& id : filter.ids) {
     const bool isId = id.size() == idDigits && id.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
     if (!isId)
       throw Failure(ExitCode::wrongUsage,
                     fmt::format("--id '{}' is not an identifier; \"fendrel list --ids\" shows them.", printable(id)));
-    keys.push_back(toWide(id));
+    keys_.push_back(toWide(id));
   }
 }
 
 bool MessageTest::matches(const MessageRow& message) const {
-  if (!subject.empty() && !matchesPattern(message.subject, subject)) return false;
-  if (!messageClass.empty() && !matchesPattern(message.messageClass, messageClass)) return false;
+  if (!subject_.empty() && !matchesPattern(message.subject, subject_)) return false;
+  if (!messageClass_.empty() && !matchesPattern(message.messageClass, messageClass_)) return false;
   const std::uint64_t time = keptTime(message);
-  if ((from || before) && time == 0) return false;  // who knows how old it is
-  if ((from && time < *from) || (before && time >= *before)) return false;
-  if (keys.empty()) return true;
+  if ((from_ || before_) && time == 0) return false;  // who knows how old it is
+  if ((from_ && time < *from_) || (before_ && time >= *before_)) return false;
+  if (keys_.empty()) return true;
   const std::wstring key = nameKey(message.id);
-  return std::ranges::any_of(keys, [&](const std::wstring& wanted) { return matchesPattern(key, wanted); });
+  return std::ranges::any_of(keys_, [&](const std::wstring& wanted) { return matchesPattern(key, wanted); });
 }
 
 std::string messageId(const MessageRow& message) { return toUtf8(nameKey(message.id)); }

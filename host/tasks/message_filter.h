@@ -33,9 +33,9 @@ class MessageTest {
   bool matches(const MessageRow& message) const;
 
  private:
-  std::wstring subject, messageClass;
-  std::optional<std::uint64_t> from, before;  // as file times; before: exclusive
-  std::vector<std::wstring> keys;
+  std::wstring subject_, messageClass_;
+  std::optional<std::uint64_t> from_, before_;  // as file times; before: exclusive
+  std::vector<std::wstring> keys_;
 };
 
 // A message's identifier in sixteen digits, the same in every run and in the names of exported files.

@@ -7,33 +7,33 @@
 namespace fendrel::host {
 
 PostedCheck::PostedCheck(const std::vector<MessageRow>& present) {
-  for (const MessageRow& row : present) taken.insert(hexadecimal(row.id));
+  for (const MessageRow& row : present) taken_.insert(hexadecimal(row.id));
 }
 
 void PostedCheck::expect(Expected file) {
-  if (pending.empty()) sinceTicks = GetTickCount64();
-  pending.push_back(std::move(file));
+  if (pending_.empty()) sinceTicks_ = GetTickCount64();
+  pending_.push_back(std::move(file));
 }
 
-ULONGLONG PostedCheck::waiting() const { return pending.empty() ? 0 : GetTickCount64() - sinceTicks; }
+ULONGLONG PostedCheck::waiting() const { return pending_.empty() ? 0 : GetTickCount64() - sinceTicks_; }
 
 std::vector<Found> PostedCheck::look(const OpenFolder& folder) {
   std::vector<Found> results;
-  if (!pending.empty()) {
+  if (!pending_.empty()) {
     struct Candidate {
       MessageRow row;
       std::uint64_t attachedBytes;
     };
     std::vector<Candidate> candidates;
     std::set<std::wstring> names;
-    for (const Expected& file : pending) names.insert(file.name);
+    for (const Expected& file : pending_) names.insert(file.name);
     for (MessageRow& row : messagesNamed(folder, names)) {
-      if (taken.contains(hexadecimal(row.id))) continue;
+      if (taken_.contains(hexadecimal(row.id))) continue;
       const std::vector<Attachment> attachments = attachmentsOf(*openMessage(folder, row).Get());
       const std::uint64_t bytes = attachments.size() == 1 ? attachments.front().size : 0;
       candidates.push_back({std::move(row), bytes});
     }
-    for (const Expected& file : pending) {
+    for (const Expected& file : pending_) {
       Found found{file.file, false, 0, {}};
       // Of several messages with one name, that of the right size is this file's.
       auto match = std::ranges::find_if(candidates, [&](const Candidate& each) {
@@ -45,13 +45,13 @@ std::vector<Found> PostedCheck::look(const OpenFolder& folder) {
         found.there = true;
         found.attachedBytes = match->attachedBytes;
         found.messageClass = match->row.messageClass;
-        taken.insert(hexadecimal(match->row.id));
+        taken_.insert(hexadecimal(match->row.id));
         candidates.erase(match);
       }
       results.push_back(std::move(found));
     }
   }
-  pending.clear();
+  pending_.clear();
   return results;
 }
 

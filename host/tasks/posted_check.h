@@ -40,9 +40,10 @@ class PostedCheck {
   std::vector<Found> look(const OpenFolder& folder);
 
  private:
-  std::vector<Expected> pending;
-  ULONGLONG sinceTicks = 0;
-  std::set<std::string> taken;  // entry identifiers of messages that were there before, or answered for an earlier file
+  std::vector<Expected> pending_;
+  ULONGLONG sinceTicks_ = 0;
+  std::set<std::string>
+      taken_;  // entry identifiers of messages that were there before, or answered for an earlier file
 };
 
 }  // namespace fendrel::host

@@ -43,89 +43,89 @@ std::string totalsWords(const PostTotals& totals, double seconds) {
 }
 
 Posting::Posting(CommandContext& running, const PostRequest& chosen, std::vector<InputFile> inputs)
-    : context(running), request(chosen), files(std::move(inputs)), states(files.size()) {}
+    : context_(running), request_(chosen), files_(std::move(inputs)), states_(files_.size()) {}
 
 void Posting::fail(std::size_t file, Failure failure) {
   // Where another pass follows, the failure is not the last word.
-  const bool again = triesLeft && failure.retryable();
+  const bool again = triesLeft_ && failure.retryable();
   if (again)
-    context.tell({Level::notice, "tried", files[file].given, failure.what(), {{"error", jsonError(failure)}}});
+    context_.tell({Level::notice, "tried", files_[file].given, failure.what(), {{"error", jsonError(failure)}}});
   else
-    context.tell("failed", files[file].given, failure);
-  states[file].state = again ? State::open : State::failed;
-  states[file].failure = std::move(failure);
+    context_.tell("failed", files_[file].given, failure);
+  states_[file].state = again ? State::open : State::failed;
+  states_[file].failure = std::move(failure);
 }
 
 void Posting::takeProblems() {
-  for (std::size_t file = 0; file < files.size(); ++file)
-    if (files[file].problem) fail(file, *files[file].problem);
+  for (std::size_t file = 0; file < files_.size(); ++file)
+    if (files_[file].problem) fail(file, *files_[file].problem);
 }
 
 void Posting::leaveOutRepeated() {
   std::set<std::wstring> seen;
-  for (std::size_t file = 0; file < files.size(); ++file) {
-    if (states[file].state != State::open || seen.insert(files[file].identity).second) continue;
-    states[file].state = State::leftOut;
-    context.tell({Level::notice, "left out", files[file].given,
-                  fmt::format("'{}' is named twice and is posted once.", printable(files[file].given))});
+  for (std::size_t file = 0; file < files_.size(); ++file) {
+    if (states_[file].state != State::open || seen.insert(files_[file].identity).second) continue;
+    states_[file].state = State::leftOut;
+    context_.tell({Level::notice, "left out", files_[file].given,
+                   fmt::format("'{}' is named twice and is posted once.", printable(files_[file].given))});
   }
 }
 
 void Posting::open() {
-  context.endSession();
-  target = openTarget(context, request.target);
-  for (const std::wstring& path : target.created) {
-    created.push_back(path);
-    context.tell(
+  context_.endSession();
+  target_ = openTarget(context_, request_.target);
+  for (const std::wstring& path : target_.created) {
+    created_.push_back(path);
+    context_.tell(
         {Level::info, "folder made", {}, fmt::format("Made folder {}", printable(path)), {{"folder", toUtf8(path)}}});
   }
-  if (target.missing)
-    context.tell({Level::info,
-                  "folder missing",
-                  {},
-                  fmt::format("Folder {} would be made", printable(target.path)),
-                  {{"folder", toUtf8(target.path)}}});
-  if (!request.dryRun && !plugin) plugin.emplace();
-  if (posted || target.missing) return;
+  if (target_.missing)
+    context_.tell({Level::info,
+                   "folder missing",
+                   {},
+                   fmt::format("Folder {} would be made", printable(target_.path)),
+                   {{"folder", toUtf8(target_.path)}}});
+  if (!request_.dryRun && !plugin_) plugin_.emplace();
+  if (posted_ || target_.missing) return;
   std::set<std::wstring> names;
-  for (const InputFile& file : files)
+  for (const InputFile& file : files_)
     if (!file.problem) names.insert(file.name);
-  const std::vector<MessageRow> rows = messagesNamed(target.folder, names);
-  if (request.skipExisting) leaveOutPresent(rows);
-  posted.emplace(rows);
+  const std::vector<MessageRow> rows = messagesNamed(target_.folder, names);
+  if (request_.skipExisting) leaveOutPresent(rows);
+  posted_.emplace(rows);
 }
 
 void Posting::leaveOutPresent(const std::vector<MessageRow>& rows) {
-  PresentReports present(target.folder, rows);
-  for (std::size_t file = 0; file < files.size(); ++file) {
-    if (states[file].state != State::open) continue;
+  PresentReports present(target_.folder, rows);
+  for (std::size_t file = 0; file < files_.size(); ++file) {
+    if (states_[file].state != State::open) continue;
     if (cancelRequested()) return;
-    const std::optional<MessageRow> there = present.take(files[file]);
+    const std::optional<MessageRow> there = present.take(files_[file]);
     if (!there) continue;
-    states[file].state = State::leftOut;
-    context.tell(
+    states_[file].state = State::leftOut;
+    context_.tell(
         {Level::info,
          "left out",
-         files[file].given,
-         fmt::format("{} is there already, message of {}", shownName(files[file]), shortTime(there->delivered)),
+         files_[file].given,
+         fmt::format("{} is there already, message of {}", shownName(files_[file]), shortTime(there->delivered)),
          {{"delivered", jsonTime(there->delivered)}}});
   }
 }
 
 void Posting::tellPlan() {
-  for (std::size_t file = 0; file < files.size(); ++file)
-    if (states[file].state == State::open)
-      context.tell({Level::info,
-                    "would post",
-                    files[file].given,
-                    fmt::format("{} would be posted to {}, {}", shownName(files[file]), printable(target.path),
-                                counted(files[file].size, "byte")),
-                    {{"folder", toUtf8(target.path)}, {"size", files[file].size}}});
+  for (std::size_t file = 0; file < files_.size(); ++file)
+    if (states_[file].state == State::open)
+      context_.tell({Level::info,
+                     "would post",
+                     files_[file].given,
+                     fmt::format("{} would be posted to {}, {}", shownName(files_[file]), printable(target_.path),
+                                 counted(files_[file].size, "byte")),
+                     {{"folder", toUtf8(target_.path)}, {"size", files_[file].size}}});
 }
 
 Failure Posting::refusal(std::size_t file, const ExportAnswer& answer) const {
-  const std::string subject = fmt::format("{} was not posted. ", shownName(files[file]));
-  const Destination& destination = target.destination;
+  const std::string subject = fmt::format("{} was not posted. ", shownName(files_[file]));
+  const Destination& destination = target_.destination;
   if (!answer.jobMade) {
     const std::string what =
         fmt::format("{}The plug-in cannot use profile '{}'", subject, printable(destination.profile));
@@ -133,7 +133,7 @@ Failure Posting::refusal(std::size_t file, const ExportAnswer& answer) const {
     return Failure(ExitCode::mapiUnusable, fmt::format("{} (plug-in code {}). Check the profile and its password.",
                                                        what, static_cast<std::int32_t>(answer.code)));
   }
-  const std::string what = fmt::format("{}Folder '{}' refused the message", subject, printable(target.path));
+  const std::string what = fmt::format("{}Folder '{}' refused the message", subject, printable(target_.path));
   if (answer.meaning != S_OK) return failureOf(folderExitCode(answer.meaning), what, answer.meaning);
   return Failure(ExitCode::failed,
                  fmt::format("{}: {} (plug-in code {}).", what,
@@ -142,41 +142,41 @@ Failure Posting::refusal(std::size_t file, const ExportAnswer& answer) const {
 }
 
 Failure Posting::notThere(std::size_t file, const Found& found) const {
-  const InputFile& input = files[file];
+  const InputFile& input = files_[file];
   if (!found.there)
     // A store that refuses a message says so earlier; what fails as late as this is the disk, a lock, or the network.
     return Failure(ExitCode::failed,
                    fmt::format("{} was not posted. The plug-in reported success, but folder '{}' did not keep the "
                                "message. Check the store's free disk space and your rights, and post it again.",
-                               shownName(input), printable(target.path)))
+                               shownName(input), printable(target_.path)))
         .mayPass();
   const std::optional<std::uint64_t> now = sizeNow(input);
   return Failure(
       ExitCode::failed,
       fmt::format("{} was not posted whole: its message in '{}' holds {} of {} bytes. {}", shownName(input),
-                  printable(target.path), withThousands(found.attachedBytes), withThousands(input.size),
+                  printable(target_.path), withThousands(found.attachedBytes), withThousands(input.size),
                   now && *now != input.size ? "The file changed meanwhile; delete the message and post again."
                                             : "Delete the message, check the store and post again."));
 }
 
 void Posting::look(const ExportAnswer* together) {
   const ULONGLONG begun = GetTickCount64();
-  const std::vector<Found> results = posted->look(target.folder);
-  lookTicks = GetTickCount64() - begun;
+  const std::vector<Found> results = posted_->look(target_.folder);
+  lookTicks_ = GetTickCount64() - begun;
   for (const Found& found : results) {
-    const InputFile& file = files[found.file];
+    const InputFile& file = files_[found.file];
     if (found.there && found.attachedBytes == file.size) {
-      states[found.file].state = State::posted;
-      states[found.file].failure.reset();
-      states[found.file].messageClass = found.messageClass;
-      context.tell({Level::info,
-                    "posted",
-                    file.given,
-                    fmt::format("{} -> {}, {}", shownName(file), printable(target.path), counted(file.size, "byte")),
-                    {{"name", toUtf8(file.name)},
-                     {"folder", toUtf8(target.path)},
-                     {"size", file.size},
-                     {"class", toUtf8(found.messageClass)}}});
+      states_[found.file].state = State::posted;
+      states_[found.file].failure.reset();
+      states_[found.file].messageClass = found.messageClass;
+      context_.tell({Level::info,
+                     "posted",
+                     file.given,
+                     fmt::format("{} -> {}, {}", shownName(file), printable(target_.path), counted(file.size, "byte")),
+                     {{"name", toUtf8(file.name)},
+                      {"folder", toUtf8(target_.path)},
+                      {"size", file.size},
+                      {"class", toUtf8(found.messageClass)}}});
     } else if (!found.there && together && together->code != FENDREL_SUCCESS) {
       fail(found.file, refusal(found.file, *together));
     } else {
@@ -186,30 +186,30 @@ void Posting::look(const ExportAnswer* together) {
 }
 
 bool Posting::isToBeTriedAgain() const {
-  return std::ranges::any_of(states, [](const PostedFile& each) { return each.state == State::open && each.failure; });
+  return std::ranges::any_of(states_, [](const PostedFile& each) { return each.state == State::open && each.failure; });
 }
 
 void Posting::postEach(bool isLast) {
-  for (std::size_t file = 0; file < files.size(); ++file) {
-    if (states[file].state != State::open) continue;
+  for (std::size_t file = 0; file < files_.size(); ++file) {
+    if (states_[file].state != State::open) continue;
     // The others would fare no better now.
     if (!isLast && isToBeTriedAgain()) break;
     if (cancelRequested()) {
-      cancelled = true;
+      cancelled_ = true;
       break;
     }
-    progress->startFile(shownName(files[file]));
-    context.tell(
-        {Level::detail, "begun", files[file].given, fmt::format("{} is being posted", shownName(files[file]))});
+    progress_->startFile(shownName(files_[file]));
+    context_.tell(
+        {Level::detail, "begun", files_[file].given, fmt::format("{} is being posted", shownName(files_[file]))});
     const ExportAnswer answer =
-        plugin->exportFiles(target.destination, std::span(&files[file].path, 1), std::span(&files[file].name, 1));
+        plugin_->exportFiles(target_.destination, std::span(&files_[file].path, 1), std::span(&files_[file].name, 1));
     if (answer.code == FENDREL_SUCCESS)
-      posted->expect({file, files[file].name, files[file].size});
+      posted_->expect({file, files_[file].name, files_[file].size});
     else
       fail(file, refusal(file, answer));
-    progress->addBytes(files[file].size);
-    progress->endFile();
-    if (posted->waiting() >= std::max(lookEvery, lookShare * lookTicks)) look(nullptr);
+    progress_->addBytes(files_[file].size);
+    progress_->endFile();
+    if (posted_->waiting() >= std::max(lookEvery, lookShare * lookTicks_)) look(nullptr);
   }
   look(nullptr);
 }
@@ -217,97 +217,97 @@ void Posting::postEach(bool isLast) {
 void Posting::postTogether() {
   std::vector<std::wstring> paths, names;
   std::vector<std::size_t> numbers;
-  for (std::size_t file = 0; file < files.size(); ++file) {
-    if (states[file].state != State::open) continue;
+  for (std::size_t file = 0; file < files_.size(); ++file) {
+    if (states_[file].state != State::open) continue;
     numbers.push_back(file);
-    paths.push_back(files[file].path);
-    names.push_back(files[file].name);
+    paths.push_back(files_[file].path);
+    names.push_back(files_[file].name);
   }
   if (numbers.empty()) return;
-  progress->startFile("all together");
-  const ExportAnswer answer = plugin->exportFiles(target.destination, paths, names);
-  for (const std::size_t file : numbers) posted->expect({file, files[file].name, files[file].size});
+  progress_->startFile("all together");
+  const ExportAnswer answer = plugin_->exportFiles(target_.destination, paths, names);
+  for (const std::size_t file : numbers) posted_->expect({file, files_[file].name, files_[file].size});
   look(&answer);
   const bool allThere =
-      std::ranges::all_of(numbers, [&](std::size_t file) { return states[file].state == State::posted; });
+      std::ranges::all_of(numbers, [&](std::size_t file) { return states_[file].state == State::posted; });
   if (answer.code != FENDREL_SUCCESS && allThere) {
-    whole = Failure(
+    whole_ = Failure(
         ExitCode::failed,
         fmt::format("Every file is in folder '{}', but the plug-in reported a failure: {} (code {}).",
-                    printable(target.path), printable(answer.errorText), static_cast<std::int32_t>(answer.code)));
-    context.tell("failed", {}, *whole);
+                    printable(target_.path), printable(answer.errorText), static_cast<std::int32_t>(answer.code)));
+    context_.tell("failed", {}, *whole_);
   }
 }
 
 // One try at everything that is still open.
 void Posting::pass(bool isLast) {
-  triesLeft = !isLast;
+  triesLeft_ = !isLast;
   open();
-  if (request.dryRun) {
+  if (request_.dryRun) {
     tellPlan();
     return;
   }
-  for (PostedFile& each : states)
+  for (PostedFile& each : states_)
     if (each.state == State::open) each.failure.reset();
   look(nullptr);  // for what the last session left in doubt
   std::uint64_t readable = 0, bytes = 0;
-  for (std::size_t file = 0; file < files.size(); ++file)
-    if (states[file].state == State::open) {
+  for (std::size_t file = 0; file < files_.size(); ++file)
+    if (states_[file].state == State::open) {
       ++readable;
-      bytes += files[file].size;
+      bytes += files_[file].size;
     }
   if (readable == 0) return;
-  progress.emplace("posted", readable, bytes);
-  request.together ? postTogether() : postEach(isLast);
-  progress.reset();
+  progress_.emplace("posted", readable, bytes);
+  request_.together ? postTogether() : postEach(isLast);
+  progress_.reset();
 }
 
 bool Posting::waitForNextPass(unsigned attempt, const std::string& why) {
-  const std::uint64_t seconds = std::min(longestWait, std::uint64_t{request.wait} << std::min(attempt, 20u));
-  context.tell(
+  const std::uint64_t seconds = std::min(longestWait, std::uint64_t{request_.wait} << std::min(attempt, 20u));
+  context_.tell(
       {Level::notice,
        "waiting",
        {},
-       fmt::format("{}Trying again in {} ({} of {}).", why, counted(seconds, "second"), attempt + 1, request.retries),
-       {{"seconds", seconds}, {"try", attempt + 1}, {"tries", request.retries}}});
+       fmt::format("{}Trying again in {} ({} of {}).", why, counted(seconds, "second"), attempt + 1, request_.retries),
+       {{"seconds", seconds}, {"try", attempt + 1}, {"tries", request_.retries}}});
   const CancelWords words("stopping");
-  cancelled = !waitUnlessCancelled(static_cast<std::uint32_t>(seconds * 1000));
-  return !cancelled;
+  cancelled_ = !waitUnlessCancelled(static_cast<std::uint32_t>(seconds * 1000));
+  return !cancelled_;
 }
 
 ExitCode Posting::run() {
   const CancelWords words("stopping after this file");
   takeProblems();
   leaveOutRepeated();
-  const bool isAnyOpen = std::ranges::any_of(states, [](const auto& each) { return each.state == State::open; });
-  const bool isAnyFailed = std::ranges::any_of(states, [](const auto& each) { return each.state == State::failed; });
+  const bool isAnyOpen = std::ranges::any_of(states_, [](const auto& each) { return each.state == State::open; });
+  const bool isAnyFailed = std::ranges::any_of(states_, [](const auto& each) { return each.state == State::failed; });
   // An export of all files together is whole or not at all.
-  if (isAnyOpen && request.together && isAnyFailed)
+  if (isAnyOpen && request_.together && isAnyFailed)
     printError("fendrel: Nothing was posted: files that go together are posted all or not at all.");
   else if (isAnyOpen)
     for (unsigned attempt = 0;; ++attempt) {
-      const bool isLast = attempt >= request.retries;
+      const bool isLast = attempt >= request_.retries;
       std::string why;
       try {
         pass(isLast);
-        if (cancelled || isLast || !isToBeTriedAgain()) break;
+        if (cancelled_ || isLast || !isToBeTriedAgain()) break;
       } catch (const Failure& failure) {
-        progress.reset();
+        progress_.reset();
         if (failure.exitCode() == ExitCode::cancelled) {
-          cancelled = true;
+          cancelled_ = true;
           break;
         }
         if (isLast || !failure.retryable()) {
           if (totals().posted == 0) throw;
-          whole = failure;
-          context.tell("failed", {}, failure);
+          whole_ = failure;
+          context_.tell("failed", {}, failure);
           break;
         }
         why = std::string(failure.what()) + ' ';
       }
       if (!waitForNextPass(attempt, why)) break;
     }
-  if (cancelled) printError("fendrel: Cancelled; the files listed above are posted, the others are not.");
+  if (cancelled_) printError("fendrel: Cancelled; the files listed above are posted, the others are not.");
   const ExitCode exit = outcome();
   tellTotals(exit);
   return exit;
@@ -315,11 +315,11 @@ ExitCode Posting::run() {
 
 PostTotals Posting::totals() const {
   PostTotals totals;
-  for (std::size_t file = 0; file < files.size(); ++file) {
-    switch (states[file].state) {
+  for (std::size_t file = 0; file < files_.size(); ++file) {
+    switch (states_[file].state) {
       case State::posted:
         ++totals.posted;
-        totals.bytes += files[file].size;
+        totals.bytes += files_[file].size;
         break;
       case State::leftOut: ++totals.leftOut; break;
       case State::failed: ++totals.failed; break;
@@ -330,42 +330,42 @@ PostTotals Posting::totals() const {
 }
 
 ExitCode Posting::outcome() const {
-  if (cancelled) return ExitCode::cancelled;
+  if (cancelled_) return ExitCode::cancelled;
   const PostTotals sums = totals();
-  if (whole) return sums.open + sums.failed > 0 ? ExitCode::somePosted : whole->exitCode();
-  if (sums.failed == 0 && (sums.open == 0 || request.dryRun)) return ExitCode::done;
+  if (whole_) return sums.open + sums.failed > 0 ? ExitCode::somePosted : whole_->exitCode();
+  if (sums.failed == 0 && (sums.open == 0 || request_.dryRun)) return ExitCode::done;
   if (sums.posted + sums.leftOut > 0) return ExitCode::somePosted;
-  for (const PostedFile& each : states)
+  for (const PostedFile& each : states_)
     if (each.failure) return each.failure->exitCode();
   return ExitCode::failed;
 }
 
 void Posting::tellTotals(ExitCode exit) {
-  if (request.dryRun) return;
+  if (request_.dryRun) return;
   const PostTotals sums = totals();
-  const double seconds = static_cast<double>(GetTickCount64() - startTicks) / 1000;
+  const double seconds = static_cast<double>(GetTickCount64() - startTicks_) / 1000;
   // The line of a single file says it all.
-  context.tell({files.size() > 1 ? Level::info : Level::record,
-                "total",
-                {},
-                totalsWords(sums, seconds),
-                {{"posted", sums.posted},
-                 {"leftOut", sums.leftOut},
-                 {"failed", sums.failed},
-                 {"notTried", sums.open},
-                 {"bytes", sums.bytes},
-                 {"seconds", seconds},
-                 {"exitCode", static_cast<int>(exit)}}});
+  context_.tell({files_.size() > 1 ? Level::info : Level::record,
+                 "total",
+                 {},
+                 totalsWords(sums, seconds),
+                 {{"posted", sums.posted},
+                  {"leftOut", sums.leftOut},
+                  {"failed", sums.failed},
+                  {"notTried", sums.open},
+                  {"bytes", sums.bytes},
+                  {"seconds", seconds},
+                  {"exitCode", static_cast<int>(exit)}}});
 }
 
 Json Posting::document(ExitCode exit) const {
   static constexpr const char* names[] = {"not tried", "posted", "left out", "failed"};
   Json list = Json::array();
-  for (std::size_t file = 0; file < files.size(); ++file) {
-    const PostedFile& result = states[file];
-    Json item = {{"file", files[file].given},
-                 {"name", toUtf8(files[file].name)},
-                 {"size", files[file].size},
+  for (std::size_t file = 0; file < files_.size(); ++file) {
+    const PostedFile& result = states_[file];
+    Json item = {{"file", files_[file].given},
+                 {"name", toUtf8(files_[file].name)},
+                 {"size", files_[file].size},
                  {"posted", result.state == State::posted},
                  {"result", names[static_cast<int>(result.state)]}};
     if (result.state == State::posted) item["class"] = toUtf8(result.messageClass);
@@ -373,10 +373,10 @@ Json Posting::document(ExitCode exit) const {
     list.push_back(item);
   }
   Json made = Json::array();
-  for (const std::wstring& path : created) made.push_back(toUtf8(path));
-  const std::wstring& profile = target.destination.profile;
+  for (const std::wstring& path : created_) made.push_back(toUtf8(path));
+  const std::wstring& profile = target_.destination.profile;
   const PostTotals sums = totals();
-  Json all = {{"folder", target.path.empty() ? Json(nullptr) : Json(toUtf8(target.path))},
+  Json all = {{"folder", target_.path.empty() ? Json(nullptr) : Json(toUtf8(target_.path))},
               {"profile", profile.empty() ? Json(nullptr) : Json(toUtf8(profile))},
               {"created", made},
               {"files", list},
@@ -384,10 +384,10 @@ Json Posting::document(ExitCode exit) const {
               {"leftOut", sums.leftOut},
               {"failed", sums.failed},
               {"bytes", sums.bytes},
-              {"cancelled", cancelled},
+              {"cancelled", cancelled_},
               {"exitCode", static_cast<int>(exit)}};
-  if (request.dryRun) all["dryRun"] = true;
-  if (whole) all["error"] = jsonError(*whole);
+  if (request_.dryRun) all["dryRun"] = true;
+  if (whole_) all["error"] = jsonError(*whole_);
   return all;
 }
 

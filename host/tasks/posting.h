@@ -39,11 +39,11 @@ class Posting {
   // Tells every event. Throws Failure when nothing at all could be posted for a reason that is no file's own.
   ExitCode run();
 
-  const std::vector<InputFile>& inputs() const { return files; }
-  const std::vector<PostedFile>& results() const { return states; }
+  const std::vector<InputFile>& inputs() const { return files_; }
+  const std::vector<PostedFile>& results() const { return states_; }
   PostTotals totals() const;
   // The failure of the whole after some files were posted.
-  const std::optional<Failure>& wholeFailure() const { return whole; }
+  const std::optional<Failure>& wholeFailure() const { return whole_; }
   Json document(ExitCode exit) const;
 
  private:
@@ -64,19 +64,19 @@ class Posting {
   ExitCode outcome() const;
   void tellTotals(ExitCode exit);
 
-  CommandContext& context;
-  const PostRequest& request;
-  std::vector<InputFile> files;
-  std::vector<PostedFile> states;
-  Target target;
-  std::vector<std::wstring> created;
-  std::optional<PostedCheck> posted;
-  std::optional<Plugin> plugin;
-  std::optional<Progress> progress;
-  std::optional<Failure> whole;
-  const ULONGLONG startTicks = GetTickCount64();
-  ULONGLONG lookTicks = 0;  // that the last look took
-  bool cancelled = false, triesLeft = false;
+  CommandContext& context_;
+  const PostRequest& request_;
+  std::vector<InputFile> files_;
+  std::vector<PostedFile> states_;
+  Target target_;
+  std::vector<std::wstring> created_;
+  std::optional<PostedCheck> posted_;
+  std::optional<Plugin> plugin_;
+  std::optional<Progress> progress_;
+  std::optional<Failure> whole_;
+  const ULONGLONG startTicks_ = GetTickCount64();
+  ULONGLONG lookTicks_ = 0;  // that the last look took
+  bool cancelled_ = false, triesLeft_ = false;
 };
 
 // What a file is called in words.

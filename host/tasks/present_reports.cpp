@@ -53,21 +53,21 @@ std::uint64_t deliveryOf(const MessageRow& row) {
 
 }  // namespace
 
-PresentReports::PresentReports(const OpenFolder& where, const std::vector<MessageRow>& rows) : folder(where) {
-  for (const MessageRow& row : rows) byName[row.subject].push_back(row);
-  for (auto& [name, messages] : byName) std::ranges::stable_sort(messages, {}, deliveryOf);
+PresentReports::PresentReports(const OpenFolder& where, const std::vector<MessageRow>& rows) : folder_(where) {
+  for (const MessageRow& row : rows) byName_[row.subject].push_back(row);
+  for (auto& [name, messages] : byName_) std::ranges::stable_sort(messages, {}, deliveryOf);
 }
 
 bool PresentReports::holds(const MessageRow& row, const InputFile& file) const {
-  const ComPtr<IMessage> message = openMessage(folder, row);
+  const ComPtr<IMessage> message = openMessage(folder_, row);
   const std::vector<Attachment> attachments = attachmentsOf(*message.Get());
   if (attachments.size() != 1 || !attachments.front().isFile || attachments.front().size != file.size) return false;
   return sameBytes(file, *openBytes(*attachments.front().object.Get()).Get());
 }
 
 std::optional<MessageRow> PresentReports::take(const InputFile& file) {
-  const auto named = byName.find(file.name);
-  if (named == byName.end()) return std::nullopt;
+  const auto named = byName_.find(file.name);
+  if (named == byName_.end()) return std::nullopt;
   std::vector<MessageRow>& messages = named->second;
   for (std::size_t left = messages.size(); left > 0; --left) {
     const MessageRow row = messages[left - 1];

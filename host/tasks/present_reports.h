@@ -23,8 +23,8 @@ class PresentReports {
  private:
   bool holds(const MessageRow& row, const InputFile& file) const;
 
-  const OpenFolder& folder;
-  std::map<std::wstring, std::vector<MessageRow>> byName;  // the newest last
+  const OpenFolder& folder_;
+  std::map<std::wstring, std::vector<MessageRow>> byName_;  // the newest last
 };
 
 }  // namespace fendrel::host

@@ -30,19 +30,19 @@ bool isSame(const Seen& seen, const InputFile& file) {
 
 class Watch {
  public:
-  Watch(CommandContext& running, const Job& watched) : context(running), job(watched) {
-    job.request.skipExisting = true;  // the folder alone tells what an earlier watch has posted
+  Watch(CommandContext& running, const Job& watched) : context_(running), job_(watched) {
+    job_.request.skipExisting = true;  // the folder alone tells what an earlier watch has posted
   }
 
   ExitCode run() {
-    const JobLock lock(job);
+    const JobLock lock(job_);
     const CancelWords words("stopping after this file");
-    context.tell({Level::info, "watching", {}, fmt::format("Watching for the files of {}", printable(job.file))});
+    context_.tell({Level::info, "watching", {}, fmt::format("Watching for the files of {}", printable(job_.file))});
     while (!cancelRequested()) {
-      if (GetTickCount64() >= pauseEnd) step();
+      if (GetTickCount64() >= pauseEnd_) step();
       waitUnlessCancelled(pollEvery);
     }
-    context.tell({Level::info, "stopped", {}, "Stopped watching"});
+    context_.tell({Level::info, "stopped", {}, "Stopped watching"});
     return ExitCode::done;
   }
 
@@ -52,68 +52,68 @@ class Watch {
       const std::vector<InputFile> ready = completeFiles();
       bool isWhole = true;
       if (!ready.empty()) isWhole = post(ready);
-      if (isWhole && !job.retention.isEmpty() && (!houseKept || GetTickCount64() - houseTicks >= houseEvery)) {
-        keepHouseForJob(context, job, false);
-        houseKept = true;
-        houseTicks = GetTickCount64();
+      if (isWhole && !job_.retention.isEmpty() && (!houseKept_ || GetTickCount64() - houseTicks_ >= houseEvery)) {
+        keepHouseForJob(context_, job_, false);
+        houseKept_ = true;
+        houseTicks_ = GetTickCount64();
       }
-      context.endSession();
-      if (isWhole) pause = 0;
+      context_.endSession();
+      if (isWhole) pause_ = 0;
     } catch (const Failure& failure) {
-      context.endSession();
+      context_.endSession();
       if (failure.exitCode() == ExitCode::cancelled) return;
       if (!failure.retryable()) throw;
-      context.tell("failed", {}, failure);
+      context_.tell("failed", {}, failure);
       waitLonger();
     }
   }
 
   void waitLonger() {
-    pause = std::clamp(pause * 2, shortestPause, longestPause);
-    pauseEnd = GetTickCount64() + pause;
+    pause_ = std::clamp(pause_ * 2, shortestPause, longestPause);
+    pauseEnd_ = GetTickCount64() + pause_;
   }
 
   // Those that are new and complete. Files that are gone are forgotten.
   std::vector<InputFile> completeFiles() {
-    const InputFiles inputs = jobFiles(job, Look::later);
+    const InputFiles inputs = jobFiles(job_, Look::later);
     const ULONGLONG now = GetTickCount64();
     std::map<std::wstring, Seen> present;
     std::vector<InputFile> ready;
     for (InputFile file : inputs.files) {
       if (file.problem || !readDirectoryEntry(file)) continue;
-      const auto known = seen.find(file.path);
-      Seen entry = known != seen.end() && isSame(known->second, file) ? known->second
-                                                                      : Seen{file.size, file.written, now, false};
-      if (!entry.isDone && now - entry.since >= ULONGLONG{job.settle} * 1000 && isClosedByOthers(file)) {
+      const auto known = seen_.find(file.path);
+      Seen entry = known != seen_.end() && isSame(known->second, file) ? known->second
+                                                                       : Seen{file.size, file.written, now, false};
+      if (!entry.isDone && now - entry.since >= ULONGLONG{job_.settle} * 1000 && isClosedByOthers(file)) {
         InputFile looked = lookAtFile(file.given);
         if (!looked.problem && isSame(entry, looked)) ready.push_back(std::move(looked));
       }
       present.emplace(file.path, entry);
     }
-    seen = std::move(present);
+    seen_ = std::move(present);
     return ready;
   }
 
   // False when some are to be tried again.
   bool post(const std::vector<InputFile>& ready) {
-    const JobOutcome outcome = postForJob(context, job, ready);
+    const JobOutcome outcome = postForJob(context_, job_, ready);
     bool isAgain = false;
     for (std::size_t file = 0; file < ready.size(); ++file) {
       const PostedFile& result = outcome.results[file];
       const bool passes = result.state == PostedFile::State::open ||
                           (result.failure && result.failure->retryable() && result.state == PostedFile::State::failed);
       isAgain = isAgain || passes;
-      if (const auto entry = seen.find(ready[file].path); entry != seen.end()) entry->second.isDone = !passes;
+      if (const auto entry = seen_.find(ready[file].path); entry != seen_.end()) entry->second.isDone = !passes;
     }
     if (isAgain) waitLonger();
     return !isAgain;
   }
 
-  CommandContext& context;
-  Job job;
-  std::map<std::wstring, Seen> seen;  // by path
-  ULONGLONG pause = 0, pauseEnd = 0, houseTicks = 0;
-  bool houseKept = false;
+  CommandContext& context_;
+  Job job_;
+  std::map<std::wstring, Seen> seen_;  // by path
+  ULONGLONG pause_ = 0, pauseEnd_ = 0, houseTicks_ = 0;
+  bool houseKept_ = false;
 };
 
 }  // namespace
