@@ -85,16 +85,9 @@ void loadMapi(MapiSubsystem subsystem) {
   findFunction(module, functions.initialize, "MAPIInitialize");
   findFunction(module, functions.uninitialize, "MAPIUninitialize");
   findFunction(module, functions.logonEx, "MAPILogonEx");
-  findFunction(module, functions.allocateBuffer, "MAPIAllocateBuffer");
-  findFunction(module, functions.allocateMore, "MAPIAllocateMore");
   findFunction(module, functions.freeBuffer, "MAPIFreeBuffer");
-  findFunction(module, functions.openFormMgr, "MAPIOpenFormMgr");
   findFunction(module, functions.adminProfiles, "MAPIAdminProfiles");
-  findFunction(module, functions.freeProws, "FreeProws");
   findFunction(module, functions.hrGetOneProp, "HrGetOneProp");
-  findFunction(module, functions.hrQueryAllRows, "HrQueryAllRows");
-  findFunction(module, functions.ftMulDwDw, "FtMulDwDw");
-  findFunction(module, functions.ftNegFt, "FtNegFt");
 }
 
 std::vector<std::string> missingMapiFunctions(HMODULE library) {

@@ -13,16 +13,9 @@ struct MapiFunctions {
   decltype(&MAPIInitialize) initialize = nullptr;
   decltype(&MAPIUninitialize) uninitialize = nullptr;
   decltype(&MAPILogonEx) logonEx = nullptr;
-  decltype(&MAPIAllocateBuffer) allocateBuffer = nullptr;
-  decltype(&MAPIAllocateMore) allocateMore = nullptr;
   decltype(&MAPIFreeBuffer) freeBuffer = nullptr;
-  FARPROC openFormMgr = nullptr;
   decltype(&MAPIAdminProfiles) adminProfiles = nullptr;
-  decltype(&FreeProws) freeProws = nullptr;
   decltype(&HrGetOneProp) hrGetOneProp = nullptr;
-  decltype(&HrQueryAllRows) hrQueryAllRows = nullptr;
-  decltype(&FtMulDwDw) ftMulDwDw = nullptr;
-  decltype(&FtNegFt) ftNegFt = nullptr;
 };
 
 enum class MapiSubsystem {

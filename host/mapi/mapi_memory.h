@@ -1,4 +1,4 @@
-// Owners of MAPI's memory: nobody frees a block or a row set by hand.
+// The host's owners of MAPI's memory.
 #pragma once
 
 #include <mapix.h>
@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "mapi_library.h"
+#include "owners.h"
 
 namespace fendrel::host {
 
@@ -17,29 +18,7 @@ struct MapiFree {
 template <class T>
 using MapiBuffer = std::unique_ptr<T, MapiFree>;
 
-struct RowsFree {
-  void operator()(SRowSet* rows) const noexcept { mapi().freeProws(rows); }
-};
-using RowSet = std::unique_ptr<SRowSet, RowsFree>;
-
-// Lets a C function fill an owner: receive(owner) converts to the out-parameter and empties the owner first.
-template <class Owner>
-class Receiver {
- public:
-  explicit Receiver(Owner& target) : owner_(target) { owner_.reset(); }
-  Receiver(const Receiver&) = delete;
-  Receiver& operator=(const Receiver&) = delete;
-  ~Receiver() { owner_.reset(raw_); }
-  operator typename Owner::pointer *() noexcept { return &raw_; }
-
- private:
-  Owner& owner_;
-  typename Owner::pointer raw_ = nullptr;
-};
-template <class Owner>
-Receiver<Owner> receive(Owner& owner) {
-  return Receiver<Owner>(owner);
-}
+using RowSet = std::unique_ptr<SRowSet, RowSetFree<MapiFree>>;
 
 // A property tag array, its count in front of the tags.
 class Tags {

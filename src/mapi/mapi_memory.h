@@ -1,4 +1,4 @@
-// Owners of what MAPI allocates and of MAPI's interfaces.
+// The plug-in's owners of what MAPI allocates, and of MAPI's interfaces.
 #pragma once
 
 #include <wrl/client.h>
@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "mapi_binding.h"
+#include "owners.h"
 
 namespace fendrel {
 
@@ -19,29 +20,7 @@ struct MapiFree {
 template <class T>
 using MapiBuffer = std::unique_ptr<T, MapiFree>;
 
-// Rows come with a property array each, allocated one by one.
-struct RowSetFree {
-  void operator()(SRowSet* rows) const noexcept {
-    for (ULONG row = 0; row < rows->cRows; ++row) MapiBuffer<SPropValue>(rows->aRow[row].lpProps);
-    MapiFree{}(rows);
-  }
-};
-using RowSet = std::unique_ptr<SRowSet, RowSetFree>;
-
-// Turns an owner into a C out-parameter: empties it, and takes what was written at the end of the expression.
-template <class Owner>
-class Receiver {
- public:
-  explicit Receiver(Owner& owner) noexcept : owner_(owner) { owner_.reset(); }
-  ~Receiver() { owner_.reset(pointer_); }
-  Receiver(const Receiver&) = delete;
-  Receiver& operator=(const Receiver&) = delete;
-  operator typename Owner::pointer *() noexcept { return &pointer_; }
-
- private:
-  Owner& owner_;
-  typename Owner::pointer pointer_ = nullptr;
-};
+using RowSet = std::unique_ptr<SRowSet, RowSetFree<MapiFree>>;
 
 // Gives `owner` the reference that `object` holds, as the interface that it was opened for. Not by Attach: the
 // cross-compiler's ComPtr counts another reference there, the published one does not.
@@ -54,11 +33,6 @@ void adopt(ComPtr<Interface>& owner, ComPtr<IUnknown>& object) noexcept {
 template <class T>
 HRESULT checkReceived(HRESULT result, const ComPtr<T>& object) noexcept {
   return SUCCEEDED(result) && !object ? MAPI_E_CALL_FAILED : result;
-}
-
-template <class Owner>
-Receiver<Owner> receive(Owner& owner) noexcept {
-  return Receiver<Owner>(owner);
 }
 
 }  // namespace fendrel
