@@ -130,7 +130,7 @@ class Examination {
                                 shown(place_)),
                     MAPI_E_NOT_FOUND);
     if (!looksLikeStore(place_)) throw noStore(place_);
-    const store::StoreFacts facts = keepHouse([&] { return store::readStoreFacts(place_); });
+    const store::StoreFacts facts = maintain([&] { return store::readStoreFacts(place_); });
     const std::wstring folder = place_.substr(0, place_.find_last_of(L"\\/"));
     ULARGE_INTEGER free{};
     GetDiskFreeSpaceExW(longPath(folder).c_str(), &free, nullptr, nullptr);
@@ -211,15 +211,15 @@ class Examination {
 
   std::string checkStore() {
     const store::CheckResult result =
-        keepHouse([&] { return store::checkStore(place_, [](std::uint64_t, std::uint64_t) { return true; }); });
+        maintain([&] { return store::checkStore(place_, [](std::uint64_t, std::uint64_t) { return true; }); });
     if (result.damage.empty())
       return fmt::format("{} and {} of content are whole", counted(result.messages, "message"),
                          shortSize(result.contentBytes));
     throw Failure(ExitCode::damageFound,
                   fmt::format("{} found in {}. Keep it; \"fendrel store check\" names the damage, and \"fendrel store "
                               "salvage\" carries over what is whole.",
-                              counted(result.damage.size(), "damage"), shown(place_)),
-                  MAPI_E_CORRUPT_STORE);
+                              counted(result.damage.size(), "problem"), shown(place_)),
+                  MAPI_E_CORRUPT_DATA);
   }
 
   std::string tellVersions() {

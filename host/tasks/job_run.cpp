@@ -84,7 +84,7 @@ JobOutcome postForJob(CommandContext& context, const Job& job, std::vector<Input
   return outcome;
 }
 
-Json keepHouseForJob(CommandContext& context, const Job& job, bool dryRun) {
+Json maintainForJob(CommandContext& context, const Job& job, bool dryRun) {
   Json list = Json::array();
   if (job.retention.isEmpty()) return list;
   context.endSession();
@@ -113,7 +113,7 @@ ExitCode runJob(CommandContext& context, const Job& job) {
     outcome = postForJob(context, job, inputs.files);
   // Where posting fails, old reports are the only ones that there are.
   if (outcome.exit == ExitCode::done)
-    deleted = keepHouseForJob(context, job, false);
+    deleted = maintainForJob(context, job, false);
   else if (!job.retention.isEmpty())
     context.tell({Level::notice, "kept", {}, "No old message was deleted, because not every file was posted."});
   if (!context.options.jsonLines)
@@ -149,7 +149,7 @@ ExitCode tellJobPlan(CommandContext& context, const Job& job) {
   move(job.failed, "cannot be posted");
   Json deleted = Json::array();
   try {
-    deleted = keepHouseForJob(context, job, true);
+    deleted = maintainForJob(context, job, true);
   } catch (const Failure& failure) {
     // A folder that is still to be made holds nothing old.
     if (failure.code() != MAPI_E_NOT_FOUND || !job.request.target.create) throw;

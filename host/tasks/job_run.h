@@ -33,7 +33,7 @@ struct JobOutcome {
 JobOutcome postForJob(CommandContext& context, const Job& job, std::vector<InputFile> files);
 
 // Deletes what the job's retention does not keep; dryRun: says what. Answers what JSON says of it.
-Json keepHouseForJob(CommandContext& context, const Job& job, bool dryRun);
+Json maintainForJob(CommandContext& context, const Job& job, bool dryRun);
 
 // A whole run.
 ExitCode runJob(CommandContext& context, const Job& job);

@@ -1,7 +1,5 @@
 #include "store_files.h"
 
-#include <mapicode.h>
-
 #include "file_handle.h"
 #include "paths.h"
 #include "text.h"
@@ -38,27 +36,12 @@ Failure noStore(const std::wstring& path) {
                  fmt::format("'{}' is not a store of fendrel's, or its beginning is destroyed. Name another file with "
                              "--store or FENDREL_STORE; \"fendrel store salvage\" carries over what is whole.",
                              printable(displayPath(path))),
-                 MAPI_E_CORRUPT_STORE);
+                 MAPI_E_CORRUPT_DATA);
 }
 
-HRESULT codeOf(store::Trouble trouble) {
-  switch (trouble) {
-    case store::Trouble::notFound: return MAPI_E_NOT_FOUND;
-    case store::Trouble::exists: return MAPI_E_COLLISION;
-    case store::Trouble::noAccess: return MAPI_E_NO_ACCESS;
-    case store::Trouble::notEnoughDisk: return MAPI_E_NOT_ENOUGH_DISK;
-    case store::Trouble::busy: return MAPI_E_BUSY;
-    case store::Trouble::damaged: return MAPI_E_CORRUPT_STORE;
-    case store::Trouble::newer: return MAPI_E_VERSION;
-    case store::Trouble::cancelled: return MAPI_E_USER_CANCEL;
-    case store::Trouble::failed: break;
-  }
-  return MAPI_E_CALL_FAILED;
-}
-
-ExitCode exitCodeOf(store::Trouble trouble) {
-  if (trouble == store::Trouble::damaged) return ExitCode::damageFound;
-  return trouble == store::Trouble::cancelled ? ExitCode::cancelled : ExitCode::failed;
+ExitCode exitCodeOf(store::Status status) {
+  if (status == store::Status::Corrupt) return ExitCode::damageFound;
+  return status == store::Status::Cancelled ? ExitCode::cancelled : ExitCode::failed;
 }
 
 }  // namespace fendrel::host

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <maintenance.h>
+#include <status_codes.h>
 
 #include <string>
 
@@ -24,17 +25,16 @@ bool looksLikeStore(const std::wstring& path);
 // Says that it is none.
 Failure noStore(const std::wstring& path);
 
-HRESULT codeOf(store::Trouble trouble);
-ExitCode exitCodeOf(store::Trouble trouble);
+ExitCode exitCodeOf(store::Status status);
 
 // Calls the store's maintenance; its failure becomes a Failure.
 template <class Work>
-auto keepHouse(Work&& work) {
+auto maintain(Work&& work) {
   try {
     return work();
   } catch (const store::MaintenanceFailure& failure) {
-    const HRESULT code = codeOf(failure.trouble());
-    throw Failure(exitCodeOf(failure.trouble()), fmt::format("{} ({})", failure.what(), errorName(code)), code);
+    const HRESULT code = store::toResult(failure.status());
+    throw Failure(exitCodeOf(failure.status()), fmt::format("{} ({})", failure.what(), errorName(code)), code);
   }
 }
 

@@ -53,7 +53,7 @@ class Watch {
       bool isWhole = true;
       if (!ready.empty()) isWhole = post(ready);
       if (isWhole && !job_.retention.isEmpty() && (!houseKept_ || GetTickCount64() - houseTicks_ >= houseEvery)) {
-        keepHouseForJob(context_, job_, false);
+        maintainForJob(context_, job_, false);
         houseKept_ = true;
         houseTicks_ = GetTickCount64();
       }

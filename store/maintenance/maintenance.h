@@ -8,28 +8,20 @@
 #include <string>
 #include <vector>
 
+#include "status.h"
+
 namespace fendrel::store {
 
-enum class Trouble {
-  notFound,  // there is no such store
-  exists,    // the file to be made is there already
-  noAccess,  // a file may not be read or written
-  notEnoughDisk,
-  busy,     // others kept the store locked for too long
-  damaged,  // so damaged that the call cannot go on; also: no store at all
-  newer,    // written by a newer version of this program
-  cancelled,
-  failed  // anything else
-};
-
+// NotFound (no such store), AlreadyExists (the file to be made), NoAccess, NotEnoughDisk, Busy, Corrupt (also: not a
+// store at all), NewerVersion, OnNetwork, Cancelled (by the watch), Failed.
 class MaintenanceFailure : public std::runtime_error {
  public:
   // `text`: whole English sentences, UTF-8.
-  MaintenanceFailure(Trouble trouble, const std::string& text) : std::runtime_error(text), trouble_(trouble) {}
-  Trouble trouble() const noexcept { return trouble_; }
+  MaintenanceFailure(Status status, const std::string& text) : std::runtime_error(text), status_(status) {}
+  Status status() const noexcept { return status_; }
 
  private:
-  Trouble trouble_;
+  Status status_;
 };
 
 // Asked every moment of long work with how much is done; false ends it (cancelled).

@@ -113,7 +113,7 @@ bool isFoundDamaged(DiskImage image) {
   try {
     return !checkOnDisk(storePath, disk, {}).damage.empty();
   } catch (const MaintenanceFailure& failure) {
-    return failure.trouble() == Trouble::damaged;
+    return failure.status() == Status::Corrupt;
   }
 }
 

@@ -13,14 +13,14 @@ class BackupTest : public MaintenanceTest {
  protected:
   std::wstring copy() const { return temp.file(L"copy.db"); }
 
-  Trouble troubleOfBackup(const Watch& watch = {}) const {
+  Status statusOfBackup(const Watch& watch = {}) const {
     try {
       backupStore(path(), copy(), watch);
     } catch (const MaintenanceFailure& failure) {
-      return failure.trouble();
+      return failure.status();
     }
     ADD_FAILURE() << "the backup succeeded";
-    return Trouble::failed;
+    return Status::Failed;
   }
 
   std::vector<std::wstring> filesOfCopy() const {
@@ -56,33 +56,33 @@ TEST_F(BackupTest, CopyIsWholeAndOpens) {
 TEST_F(BackupTest, ExistingFileOrFolderIsNotTouched) {
   fill();
   write(copy(), std::vector<std::byte>(3));
-  EXPECT_EQ(troubleOfBackup(), Trouble::exists);
+  EXPECT_EQ(statusOfBackup(), Status::AlreadyExists);
   EXPECT_EQ(read(copy()).size(), 3u);
   std::filesystem::remove(copy());
   std::filesystem::create_directory(copy() + L".files");
   write(copy() + L".files\\mine", std::vector<std::byte>(3));
-  EXPECT_EQ(troubleOfBackup(), Trouble::exists);
+  EXPECT_EQ(statusOfBackup(), Status::AlreadyExists);
   EXPECT_TRUE(std::filesystem::exists(copy() + L".files\\mine"));
 }
 
 TEST_F(BackupTest, DamagedStoreIsNotCopied) {
   fill();
   flip(onlyContentFile(), 10);
-  EXPECT_EQ(troubleOfBackup(), Trouble::damaged);
+  EXPECT_EQ(statusOfBackup(), Status::Corrupt);
   expectNothing();
 }
 
 TEST_F(BackupTest, MissingContentFileIsNotCopied) {
   fill();
   std::filesystem::remove(onlyContentFile());
-  EXPECT_EQ(troubleOfBackup(), Trouble::damaged);
+  EXPECT_EQ(statusOfBackup(), Status::Corrupt);
   expectNothing();
 }
 
 TEST_F(BackupTest, DamagedMessageIsNotCopied) {
   fill();
   spoil("UPDATE message_property SET value = 'smell' WHERE message = 1 AND id = 55");
-  EXPECT_EQ(troubleOfBackup(), Trouble::damaged);
+  EXPECT_EQ(statusOfBackup(), Status::Corrupt);
   expectNothing();
 }
 
@@ -91,14 +91,14 @@ TEST_F(BackupTest, DamagedPageIsNotCopied) {
   const auto page = rootPage("message_property");
   close();
   flip(path(), (page - 1) * 8192);  // its kind
-  EXPECT_EQ(troubleOfBackup(), Trouble::damaged);
+  EXPECT_EQ(statusOfBackup(), Status::Corrupt);
   expectNothing();
 }
 
 TEST_F(BackupTest, CancelledLeavesNothing) {
   fill();
   int asked = 0;
-  EXPECT_EQ(troubleOfBackup([&](std::uint64_t, std::uint64_t) { return ++asked < 3; }), Trouble::cancelled);
+  EXPECT_EQ(statusOfBackup([&](std::uint64_t, std::uint64_t) { return ++asked < 3; }), Status::Cancelled);
   EXPECT_GE(asked, 3);
   expectNothing();
 }

@@ -174,7 +174,7 @@ TEST_F(CheckTest, NewerStoreIsRefused) {
     checked();
     FAIL();
   } catch (const MaintenanceFailure& failure) {
-    EXPECT_EQ(failure.trouble(), Trouble::newer);
+    EXPECT_EQ(failure.status(), Status::NewerVersion);
   }
 }
 
@@ -184,7 +184,7 @@ TEST_F(CheckTest, WatchCancels) {
     checkStore(path(), [](std::uint64_t, std::uint64_t) { return false; });
     FAIL();
   } catch (const MaintenanceFailure& failure) {
-    EXPECT_EQ(failure.trouble(), Trouble::cancelled);
+    EXPECT_EQ(failure.status(), Status::Cancelled);
   }
 }
 
@@ -237,7 +237,7 @@ TEST_F(CheckTest, FlippedBitOfAnyPageLeavesNoMessageSilentlyChanged) {
         continue;
       }
     } catch (const MaintenanceFailure& failure) {
-      EXPECT_EQ(failure.trouble(), Trouble::damaged) << failure.what();
+      EXPECT_EQ(failure.status(), Status::Corrupt) << failure.what();
       ++found;
       continue;
     }

@@ -61,7 +61,7 @@ TEST_F(CompactTest, BusyStoreIsLeftAsItIs) {
     compactStore(path());
     ADD_FAILURE() << "it was compacted";
   } catch (const MaintenanceFailure& failure) {
-    EXPECT_EQ(failure.trouble(), Trouble::busy) << failure.what();
+    EXPECT_EQ(failure.status(), Status::Busy) << failure.what();
   }
   other->connection().execute("ROLLBACK");
   EXPECT_THAT(checked().damage, IsEmpty());

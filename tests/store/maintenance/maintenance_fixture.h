@@ -15,8 +15,6 @@ inline std::ostream& operator<<(std::ostream& out, const Finding& finding) {
   return out << finding.folder << " / " << finding.message << " / " << finding.attachment << ": " << finding.what;
 }
 
-inline std::ostream& operator<<(std::ostream& out, Trouble trouble) { return out << static_cast<int>(trouble); }
-
 class MaintenanceTest : public EngineTest {
  protected:
   // A folder "Reports" with one message of each kind: small, with a content in the database, with a content file.

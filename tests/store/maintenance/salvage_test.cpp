@@ -231,7 +231,7 @@ TEST_F(SalvageTest, DatabaseOfAnotherProgramIsNoStore) {
     salvageStore(temp.file(L"other.db"), rescued(), {});
     FAIL();
   } catch (const MaintenanceFailure& failure) {
-    EXPECT_EQ(failure.trouble(), Trouble::damaged) << failure.what();
+    EXPECT_EQ(failure.status(), Status::Corrupt) << failure.what();
   }
 }
 
@@ -241,7 +241,7 @@ TEST_F(SalvageTest, NewerStoreIsRefused) {
     salvage();
     FAIL();
   } catch (const MaintenanceFailure& failure) {
-    EXPECT_EQ(failure.trouble(), Trouble::newer) << failure.what();
+    EXPECT_EQ(failure.status(), Status::NewerVersion) << failure.what();
   }
 }
 
@@ -252,7 +252,7 @@ TEST_F(SalvageTest, ExistingStoreIsNotTouched) {
     salvage();
     FAIL();
   } catch (const MaintenanceFailure& failure) {
-    EXPECT_EQ(failure.trouble(), Trouble::exists);
+    EXPECT_EQ(failure.status(), Status::AlreadyExists);
   }
   EXPECT_EQ(read(rescued()).size(), 3u);
 }
