@@ -287,6 +287,8 @@ def check_large(form, path, message):
         check_eml(data, message, path)
     elif form == "msg":
         check_msg(data, message, path)
+        sector_shift, = struct.unpack_from("<H", data, 30)
+        expect_equal(1 << sector_shift, 4096 if len(data) > 256 << 20 else 512, "size of a sector of " + path)
     else:
         expect(data == content(message["files"][0]["size"]), "bytes of " + path)
 

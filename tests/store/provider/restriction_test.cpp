@@ -243,6 +243,29 @@ TEST_F(RestrictionTest, WhatMakesNoSenseIsRefused) {
   EXPECT_THAT(restrict(restriction), Gives(MAPI_E_INVALID_PARAMETER));
 }
 
+TEST_F(RestrictionTest, AValueOfMoreThan32KiBIsSeenByExistenceAndSizeAlone) {
+  constexpr ULONG tagText = PROP_TAG(PT_UNICODE, 0x6611);
+  for (const std::size_t length : {std::size_t{16 * 1024}, std::size_t{16 * 1024 + 1}}) {
+    const std::wstring subject = std::to_wstring(length), longText(length, L'x');
+    ComPtr<IMessage> message;
+    ASSERT_EQ(reports->CreateMessage(nullptr, 0, message.GetAddressOf()), S_OK);
+    SPropValue values[] = {textValue(PR_SUBJECT_W, subject.c_str()), textValue(tagText, longText.c_str())};
+    ASSERT_EQ(message->SetProps(2, values, nullptr), S_OK);
+    ASSERT_EQ(message->SaveChanges(0), S_OK);
+  }
+  SPropValue x = textValue(tagText, L"x");
+  SRestriction holds = content(FL_SUBSTRING, x);
+  EXPECT_THAT(matching(holds), ElementsAre(L"16384"));
+  SRestriction exists{};
+  exists.rt = RES_EXIST;
+  exists.res.resExist.ulPropTag = tagText;
+  EXPECT_THAT(matching(exists), ElementsAre(L"16384", L"16385"));
+  SRestriction isLong{};
+  isLong.rt = RES_SIZE;
+  isLong.res.resSize = {RELOP_GT, tagText, 32 * 1024};
+  EXPECT_THAT(matching(isLong), ElementsAre(L"16384", L"16385")) << "the end counts";
+}
+
 TEST_F(RestrictionTest, PatternsAndSubObjectsAreTooComplex) {
   SPropValue value = textValue(PR_SUBJECT_W, L"G*");
   auto pattern = property(RELOP_RE, value);

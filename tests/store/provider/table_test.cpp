@@ -115,6 +115,32 @@ TEST_F(TableTest, AMissingColumnIsAnErrorValue) {
   EXPECT_EQ(rows->aRow[0].lpProps[1].ulPropTag, PROP_TAG(PT_ERROR, PROP_ID(PR_SUBJECT_W)));
 }
 
+TEST_F(TableTest, AValueOfMoreThan32KiBIsNotReadForAColumn) {
+  constexpr ULONG tagData = PROP_TAG(PT_BINARY, 0x6610);
+  for (const std::size_t size : {std::size_t{32 * 1024}, std::size_t{32 * 1024 + 1}}) {
+    ComPtr<IMessage> message;
+    ASSERT_EQ(reports->CreateMessage(nullptr, 0, message.GetAddressOf()), S_OK);
+    std::vector<BYTE> bytes(size, 7);
+    SPropValue value{};
+    value.ulPropTag = tagData;
+    value.Value.bin = {static_cast<ULONG>(size), bytes.data()};
+    ASSERT_EQ(message->SetProps(1, &value, nullptr), S_OK);
+    ASSERT_EQ(message->SaveChanges(0), S_OK);
+  }
+  open();
+  Tags columns{tagData};
+  ASSERT_EQ(table->SetColumns(columns, 0), S_OK);
+  Rows rows;
+  ASSERT_EQ(table->QueryRows(2, 0, receive(rows)), S_OK);
+  ASSERT_EQ(rows->cRows, 2u);
+  const SPropValue& whole = rows->aRow[0].lpProps[0];
+  ASSERT_EQ(whole.ulPropTag, tagData);
+  EXPECT_EQ(whole.Value.bin.cb, 32u * 1024);
+  const SPropValue& tooLong = rows->aRow[1].lpProps[0];
+  ASSERT_EQ(tooLong.ulPropTag, PROP_TAG(PT_ERROR, PROP_ID(tagData)));
+  EXPECT_EQ(tooLong.Value.err, MAPI_E_NOT_ENOUGH_MEMORY);
+}
+
 TEST_F(TableTest, ColumnsAreThoseThatWereSet) {
   open();
   Block<SPropTagArray> columns;
