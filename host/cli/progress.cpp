@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <utility>
 
 #include "console.h"
 #include "text.h"
@@ -30,14 +31,23 @@ std::size_t terminalWidth() {
 
 }  // namespace
 
-Progress::Progress(std::string verb, std::uint64_t fileCount, std::uint64_t byteCount)
-    : what_(std::move(verb)), files_(fileCount), bytes_(byteCount), startTicks_(GetTickCount64()) {
+std::uint64_t bytesReadByProcess() {
+  IO_COUNTERS counters{};
+  return GetProcessIoCounters(GetCurrentProcess(), &counters) ? counters.ReadTransferCount : 0;
+}
+
+Progress::Progress(std::string verb, std::uint64_t fileCount, std::uint64_t byteCount, std::uint64_t (*bytesRead)())
+    : what_(std::move(verb)),
+      files_(fileCount),
+      bytes_(byteCount),
+      bytesRead_(bytesRead),
+      startTicks_(GetTickCount64()) {
   if ((files_ < manyFiles && bytes_ < manyBytes) || !errorIsTerminal()) return;
   painter_ = std::jthread([this](std::stop_token stop) {
     std::mutex sleeping;
     std::condition_variable_any wake;
     std::unique_lock lock(sleeping);
-    while (!wake.wait_for(lock, stop, redrawEvery, [&] { return stop.stop_requested(); })) draw();
+    while (!wake.wait_for(lock, stop, redrawEvery, [&] { return stop.stop_requested(); })) showProgress(text());
     showProgress({});
   });
 }
@@ -54,6 +64,13 @@ void Progress::startFile(const std::string& name) {
   currentTicks_ = GetTickCount64();
 }
 
+void Progress::startUntoldFile(const std::string& name, std::uint64_t size) {
+  startFile(name);
+  const std::scoped_lock lock(guard_);
+  untold_ = size;
+  readBefore_ = bytesRead_();
+}
+
 void Progress::addBytes(std::uint64_t more) {
   const std::scoped_lock lock(guard_);
   bytesDone_ += more;
@@ -62,21 +79,18 @@ void Progress::addBytes(std::uint64_t more) {
 void Progress::endFile() {
   const std::scoped_lock lock(guard_);
   ++filesDone_;
+  bytesDone_ += std::exchange(untold_, 0);
   current_.clear();
 }
 
-void Progress::draw() {
-  std::string text;
-  {
-    const std::scoped_lock lock(guard_);
-    const ULONGLONG now = GetTickCount64();
-    const double seconds = static_cast<double>(now - startTicks_) / 1000;
-    std::string name = current_;
-    // The plug-in tells nothing while it posts a file; the seconds show that something goes on.
-    if (!name.empty() && now - currentTicks_ >= longFile) name += fmt::format(", {} s", (now - currentTicks_) / 1000);
-    text = render(what_, filesDone_, files_, bytesDone_, bytes_, seconds, name, terminalWidth());
-  }
-  showProgress(text);
+std::string Progress::text() {
+  const std::scoped_lock lock(guard_);
+  const ULONGLONG now = GetTickCount64();
+  const double seconds = static_cast<double>(now - startTicks_) / 1000;
+  std::string name = current_;
+  if (!name.empty() && now - currentTicks_ >= longFile) name += fmt::format(", {} s", (now - currentTicks_) / 1000);
+  const std::uint64_t inside = untold_ > 0 ? std::min(untold_, bytesRead_() - readBefore_) : 0;
+  return render(what_, filesDone_, files_, bytesDone_ + inside, bytes_, seconds, name, terminalWidth());
 }
 
 std::string Progress::render(const std::string& what, std::uint64_t filesDone, std::uint64_t files,
@@ -103,6 +117,17 @@ std::string Progress::render(const std::string& what, std::uint64_t filesDone, s
   }
   if (!name.empty()) text += "  " + name;
   return clipped(text, width);
+}
+
+Share::~Share() { showProgress({}); }
+
+void Share::show(std::uint64_t done, std::uint64_t total) {
+  constexpr ULONGLONG redrawAfter = 200;  // milliseconds
+  const ULONGLONG now = GetTickCount64();
+  if (!errorIsTerminal() || now - shown_ < redrawAfter || now - start_ < redrawAfter) return;
+  shown_ = now;
+  const double share = total == 0 ? 1 : static_cast<double>(done) / static_cast<double>(total);
+  showProgress(fmt::format("{} {:3.0f} %", doing_, 100 * std::min(share, 1.0)));
 }
 
 }  // namespace fendrel::host

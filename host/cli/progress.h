@@ -1,4 +1,4 @@
-// A bar with the rate on standard error, for many or large files, shown to a person only.
+// How far long work is, in a line of standard error that a person alone sees and that goes at the end.
 #pragma once
 
 #include <windows.h>
@@ -10,17 +10,28 @@
 
 namespace fendrel::host {
 
+// Bytes that this process has read from files so far. Some systems do not count them: always 0 then.
+std::uint64_t bytesReadByProcess();
+
+// A bar with the rate, for many or large files.
 class Progress {
  public:
   // what: "posted" or "saved". Nothing is shown for little work, or when standard error is not a terminal.
-  Progress(std::string what, std::uint64_t files, std::uint64_t bytes);
+  Progress(std::string what, std::uint64_t files, std::uint64_t bytes,
+           std::uint64_t (*bytesRead)() = bytesReadByProcess);
   ~Progress();  // takes the bar away
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
   void startFile(const std::string& name);
+  // The same for a file that somebody reads who tells nothing meanwhile, as the plug-in does: until endFile(), what the
+  // process reads counts as done, up to `size`.
+  void startUntoldFile(const std::string& name, std::uint64_t size);
   void addBytes(std::uint64_t bytes);
   void endFile();
+
+  // The bar as it is now.
+  std::string text();
 
   // The bar as text, `width` columns at most.
   static std::string render(const std::string& what, std::uint64_t filesDone, std::uint64_t files,
@@ -28,16 +39,32 @@ class Progress {
                             std::size_t width);
 
  private:
-  void draw();
-
   const std::string what_;
   const std::uint64_t files_, bytes_;
+  std::uint64_t (*const bytesRead_)();
   const ULONGLONG startTicks_;
   std::mutex guard_;
   std::uint64_t filesDone_ = 0, bytesDone_ = 0;
   std::string current_;
   ULONGLONG currentTicks_ = 0;  // when the current file was begun
+  std::uint64_t untold_ = 0;    // its size, where nobody tells how far it is
+  std::uint64_t readBefore_ = 0;
   std::jthread painter_;
+};
+
+// A share in percent, after a moment; for work that is watched by its steps.
+class Share {
+ public:
+  explicit Share(std::string doing) : doing_(std::move(doing)) {}
+  ~Share();  // takes it away
+  Share(const Share&) = delete;
+  Share& operator=(const Share&) = delete;
+
+  void show(std::uint64_t done, std::uint64_t total);
+
+ private:
+  std::string doing_;
+  ULONGLONG start_ = GetTickCount64(), shown_ = 0;
 };
 
 }  // namespace fendrel::host

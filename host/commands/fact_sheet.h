@@ -24,10 +24,19 @@ class FactSheet {
  public:
   explicit FactSheet(CommandContext& context) : context_(context) {}
 
+  // A line without facts.
+  void line(const std::string& words) { context_.line(words); }
+
   // A line with a {} for the words of each fact.
   template <class... Facts>
-  void line(const char* words, const Facts&... facts) {
-    context_.line(fmt::format(fmt::runtime(words), facts.words...));
+  void line(const char* words, const Fact& first, const Facts&... more) {
+    lineIf(true, words, first, more...);
+  }
+
+  // The facts are in JSON always, the line is shown where `isShown` says so.
+  template <class... Facts>
+  void lineIf(bool isShown, const char* words, const Facts&... facts) {
+    if (isShown) context_.line(fmt::format(fmt::runtime(words), facts.words...));
     (add(facts), ...);
   }
 
@@ -38,7 +47,7 @@ class FactSheet {
     (add(facts), ...);
   }
 
-  // Facts that have no words, or words only at times.
+  // A fact without words.
   void add(const Fact& fact) { document_[fact.name] = fact.value; }
 
   // The document, where JSON is wanted. Call once, at the end.

@@ -5,7 +5,9 @@
 
 #include "commands.h"
 #include "console.h"
+#include "fact_sheet.h"
 #include "paths.h"
+#include "progress.h"
 #include "store_files.h"
 #include "text.h"
 
@@ -16,189 +18,135 @@ struct Files {
   std::string file, to;
 };
 
-// A share in percent on standard error, for a person only; takes itself away at the end.
-class Share {
- public:
-  explicit Share(std::string doing) : what_(std::move(doing)) {}
-  ~Share() { showProgress({}); }
-  Share(const Share&) = delete;
-  Share& operator=(const Share&) = delete;
-
-  store::Watch watch() {
-    return [this](std::uint64_t done, std::uint64_t total) {
-      constexpr ULONGLONG redrawEvery = 200;  // milliseconds
-      const ULONGLONG now = GetTickCount64();
-      if (errorIsTerminal() && now - shown_ >= redrawEvery && now - start_ >= redrawEvery) {
-        shown_ = now;
-        const double share = total == 0 ? 1 : static_cast<double>(done) / static_cast<double>(total);
-        showProgress(fmt::format("{} {:3.0f} %", what_, 100 * (share < 1 ? share : 1)));
-      }
-      return !cancelRequested();
-    };
-  }
-
- private:
-  std::string what_;
-  ULONGLONG start_ = GetTickCount64(), shown_ = 0;
-};
-
-Json jsonOf(const store::Finding& finding) {
-  Json item = {{"folder", finding.folder.empty() ? Json(nullptr) : Json(printable(finding.folder))}};
-  item["message"] = finding.isMessage ? Json(printable(finding.message)) : Json(nullptr);
-  item["attachment"] = finding.attachment.empty() ? Json(nullptr) : Json(printable(finding.attachment));
-  item["what"] = printable(finding.what);
-  return item;
+store::Watch watchOf(Share& share) {
+  return [&share](std::uint64_t done, std::uint64_t total) {
+    share.show(done, total);
+    return !cancelRequested();
+  };
 }
 
-Json jsonOf(const std::vector<store::Finding>& findings) {
+// The parts of a finding, each once: a person reads "Folder 'A', message 'B': what is wrong".
+void addFindings(FactSheet& sheet, const char* name, const std::vector<store::Finding>& findings) {
   Json list = Json::array();
-  for (const store::Finding& finding : findings) list.push_back(jsonOf(finding));
-  return list;
+  for (const store::Finding& finding : findings) {
+    Json item = Json::object();
+    std::string where;
+    const auto add = [&](const char* part, const char* words, const auto& text, bool isThere) {
+      item[part] = isThere ? Json(printable(text)) : Json(nullptr);
+      if (isThere) where += fmt::format("{}{} '{}'", where.empty() ? "" : ", ", words, printable(text));
+    };
+    add("folder", "Folder", finding.folder, !finding.folder.empty());
+    add("message", "message", finding.message, finding.isMessage);
+    add("attachment", "attachment", finding.attachment, !finding.attachment.empty());
+    item["what"] = printable(finding.what);
+    sheet.line(fmt::format("  {}{}{}", where, where.empty() ? "" : ": ", printable(finding.what)));
+    list.push_back(std::move(item));
+  }
+  sheet.add({name, std::move(list), {}});
 }
 
-std::string wordsOf(const store::Finding& finding) {
-  std::string where;
-  const auto add = [&](const std::string& part) { where += (where.empty() ? "" : ", ") + part; };
-  if (!finding.folder.empty()) add(fmt::format("Folder '{}'", printable(finding.folder)));
-  if (finding.isMessage) add(fmt::format("message '{}'", printable(finding.message)));
-  if (!finding.attachment.empty()) add(fmt::format("attachment '{}'", printable(finding.attachment)));
-  return "  " + (where.empty() ? "" : where + ": ") + printable(finding.what);
+Fact pathFact(const char* name, const std::wstring& path) {
+  const std::string shown = displayPath(path);
+  return {name, shown, printable(shown)};
 }
 
 ExitCode showFacts(CommandContext& context, const std::string& file) {
   const std::wstring path = storePath(context, file);
-  const store::StoreFacts facts = keepHouse([&] { return store::readStoreFacts(path); });
-  const auto line = [&](const char* name, const std::string& words) {
-    context.line(fmt::format("{:<15} {}", name, words));
-  };
-  line("Store", printable(displayPath(path)));
-  line("Schema version", fmt::format("{}", facts.version));
-  line("Database",
-       fmt::format("{}, {} of {}, {} of them free", counted(facts.databaseBytes, "byte"), counted(facts.pages, "page"),
-                   counted(facts.pageBytes, "byte"), withThousands(facts.freePages)));
-  line("Log", counted(facts.logBytes, "byte"));
-  line("Content files",
-       fmt::format("{}, {}", counted(facts.contentFiles, "file"), counted(facts.contentFileBytes, "byte")));
-  line("Profiles", withThousands(facts.profiles));
-  line("Message stores", withThousands(facts.stores));
-  line("Folders", withThousands(facts.folders));
-  line("Messages", fmt::format("{}, {}, {} of them with checksums", withThousands(facts.messages),
-                               counted(facts.messageBytes, "byte"), withThousands(facts.messagesWithChecksum)));
-  line("Attachments", withThousands(facts.attachments));
-  line("Orphaned files", facts.leftoverFiles == 0 ? "none"
-                                                  : fmt::format("{}, {}", counted(facts.leftoverFiles, "file"),
-                                                                counted(facts.leftoverBytes, "byte")));
-  context.document({{"store", displayPath(path)},
-                    {"version", facts.version},
-                    {"databaseBytes", facts.databaseBytes},
-                    {"logBytes", facts.logBytes},
-                    {"pages", facts.pages},
-                    {"pageBytes", facts.pageBytes},
-                    {"freePages", facts.freePages},
-                    {"profiles", facts.profiles},
-                    {"stores", facts.stores},
-                    {"folders", facts.folders},
-                    {"messages", facts.messages},
-                    {"messagesWithChecksum", facts.messagesWithChecksum},
-                    {"messageBytes", facts.messageBytes},
-                    {"attachments", facts.attachments},
-                    {"contentFiles", facts.contentFiles},
-                    {"contentFileBytes", facts.contentFileBytes},
-                    {"leftoverFiles", facts.leftoverFiles},
-                    {"leftoverBytes", facts.leftoverBytes}});
+  const store::StoreFacts facts = maintain([&] { return store::readStoreFacts(path); });
+  FactSheet sheet(context);
+  sheet.labelled("Store", "{}", pathFact("store", path));
+  sheet.labelled("Schema version", "{}", numberFact("version", static_cast<std::uint64_t>(facts.version)));
+  sheet.labelled("Database", "{}, {} of {}, {} of them free", numberFact("databaseBytes", facts.databaseBytes, "byte"),
+                 numberFact("pages", facts.pages, "page"), numberFact("pageBytes", facts.pageBytes, "byte"),
+                 numberFact("freePages", facts.freePages));
+  sheet.labelled("Log", "{}", numberFact("logBytes", facts.logBytes, "byte"));
+  sheet.labelled("Content files", "{}, {}", numberFact("contentFiles", facts.contentFiles, "file"),
+                 numberFact("contentFileBytes", facts.contentFileBytes, "byte"));
+  sheet.labelled("Profiles", "{}", numberFact("profiles", facts.profiles));
+  sheet.labelled("Message stores", "{}", numberFact("stores", facts.stores));
+  sheet.labelled("Folders", "{}", numberFact("folders", facts.folders));
+  sheet.labelled("Messages", "{}, {}, {} of them with checksums", numberFact("messages", facts.messages),
+                 numberFact("messageBytes", facts.messageBytes, "byte"),
+                 numberFact("messagesWithChecksum", facts.messagesWithChecksum));
+  sheet.labelled("Attachments", "{}", numberFact("attachments", facts.attachments));
+  sheet.labelled("Orphaned files", "{}, {}", numberFact("leftoverFiles", facts.leftoverFiles, "file"),
+                 numberFact("leftoverBytes", facts.leftoverBytes, "byte"));
+  sheet.finish();
   return ExitCode::done;
 }
 
 ExitCode checkFiles(CommandContext& context, const std::string& file) {
   const std::wstring path = storePath(context, file);
   Share share("Checking");
-  const store::CheckResult result = keepHouse([&] { return store::checkStore(path, share.watch()); });
-  context.line(fmt::format("Store {}: read {}, {}, {}, {} of content, {}.", printable(displayPath(path)),
-                           counted(result.folders, "folder"), counted(result.messages, "message"),
-                           counted(result.attachments, "attachment"), counted(result.contentBytes, "byte"),
-                           counted(result.pages, "page")));
-  for (const store::Finding& finding : result.damage) context.line(wordsOf(finding));
-  if (result.leftoverFiles > 0)
-    context.line(fmt::format("{} of {} left over; \"fendrel store compact\" deletes them.",
-                             counted(result.leftoverFiles, "file"), counted(result.leftoverBytes, "byte")));
-  if (result.damage.empty())
-    context.line("Everything is whole.");
+  const store::CheckResult result = maintain([&] { return store::checkStore(path, watchOf(share)); });
+  const bool isWhole = result.damage.empty();
+  FactSheet sheet(context);
+  sheet.add({"whole", isWhole, {}});
+  sheet.line("Store {}: read {}, {}, {}, {} of content, {}.", pathFact("store", path),
+             numberFact("folders", result.folders, "folder"), numberFact("messages", result.messages, "message"),
+             numberFact("attachments", result.attachments, "attachment"),
+             numberFact("contentBytes", result.contentBytes, "byte"), numberFact("pages", result.pages, "page"));
+  sheet.add(numberFact("contents", result.contents));
+  addFindings(sheet, "damage", result.damage);
+  sheet.lineIf(result.leftoverFiles > 0, "{} of {}; \"fendrel store compact\" deletes them.",
+               numberFact("leftoverFiles", result.leftoverFiles, "orphaned file"),
+               numberFact("leftoverBytes", result.leftoverBytes, "byte"));
+  if (isWhole)
+    sheet.line("Everything is whole.");
   else
-    context.line(fmt::format("{} found. Keep this file; \"fendrel store salvage\" carries over what is whole.",
-                             counted(result.damage.size(), "damage")));
-  context.document({{"store", displayPath(path)},
-                    {"whole", result.damage.empty()},
-                    {"folders", result.folders},
-                    {"messages", result.messages},
-                    {"attachments", result.attachments},
-                    {"contents", result.contents},
-                    {"contentBytes", result.contentBytes},
-                    {"pages", result.pages},
-                    {"leftoverFiles", result.leftoverFiles},
-                    {"leftoverBytes", result.leftoverBytes},
-                    {"damage", jsonOf(result.damage)}});
-  return result.damage.empty() ? ExitCode::done : ExitCode::damageFound;
+    sheet.line(fmt::format("{} found. Keep this file; \"fendrel store salvage\" carries over what is whole.",
+                           counted(result.damage.size(), "problem")));
+  sheet.finish();
+  return isWhole ? ExitCode::done : ExitCode::damageFound;
 }
 
 ExitCode salvageFiles(CommandContext& context, const Files& files) {
   const std::wstring from = fullPath(files.file), to = fullPath(files.to);
   Share share("Salvaging");
-  const store::SalvageResult result = keepHouse([&] { return store::salvageStore(from, to, share.watch()); });
-  context.line(fmt::format("Carried over to {}: {}, {}, {}, {}.", printable(displayPath(to)),
-                           counted(result.profiles, "profile"), counted(result.folders, "folder"),
-                           counted(result.messages, "message"), counted(result.attachments, "attachment")));
-  if (!result.mended.empty()) context.line("Carried over with something made anew:");
-  for (const store::Finding& finding : result.mended) context.line(wordsOf(finding));
-  if (result.leftOut.empty())
-    context.line("Nothing was left out.");
-  else
-    context.line("Left out:");
-  for (const store::Finding& finding : result.leftOut) context.line(wordsOf(finding));
-  context.document({{"from", displayPath(from)},
-                    {"to", displayPath(to)},
-                    {"profiles", result.profiles},
-                    {"stores", result.stores},
-                    {"folders", result.folders},
-                    {"messages", result.messages},
-                    {"attachments", result.attachments},
-                    {"contentBytes", result.contentBytes},
-                    {"mended", jsonOf(result.mended)},
-                    {"leftOut", jsonOf(result.leftOut)}});
+  const store::SalvageResult result = maintain([&] { return store::salvageStore(from, to, watchOf(share)); });
+  FactSheet sheet(context);
+  sheet.add(pathFact("from", from));
+  sheet.line("Carried over to {}: {}, {}, {}, {}.", pathFact("to", to),
+             numberFact("profiles", result.profiles, "profile"), numberFact("folders", result.folders, "folder"),
+             numberFact("messages", result.messages, "message"),
+             numberFact("attachments", result.attachments, "attachment"));
+  sheet.add(numberFact("stores", result.stores));
+  sheet.add(numberFact("contentBytes", result.contentBytes));
+  if (!result.mended.empty()) sheet.line("Carried over with something made anew:");
+  addFindings(sheet, "mended", result.mended);
+  sheet.line(result.leftOut.empty() ? "Nothing was left out." : "Left out:");
+  addFindings(sheet, "leftOut", result.leftOut);
+  sheet.finish();
   return result.leftOut.empty() ? ExitCode::done : ExitCode::damageFound;
 }
 
 ExitCode compactFiles(CommandContext& context, const std::string& file) {
   const std::wstring path = storePath(context, file);
-  const store::CompactResult result = keepHouse([&] { return store::compactStore(path); });
-  context.line(fmt::format("Store {}: {} before, {} now.", printable(displayPath(path)),
-                           counted(result.bytesBefore, "byte"), counted(result.bytesAfter, "byte")));
-  if (result.leftoverFiles > 0)
-    context.line(fmt::format("{} of {} left over were deleted.", counted(result.leftoverFiles, "file"),
-                             counted(result.leftoverBytes, "byte")));
-  if (!result.logIsEmpty) context.line("Someone is reading; the log will shrink when they have done.");
-  context.document({{"store", displayPath(path)},
-                    {"bytesBefore", result.bytesBefore},
-                    {"bytesAfter", result.bytesAfter},
-                    {"leftoverFiles", result.leftoverFiles},
-                    {"leftoverBytes", result.leftoverBytes},
-                    {"logIsEmpty", result.logIsEmpty}});
+  const store::CompactResult result = maintain([&] { return store::compactStore(path); });
+  FactSheet sheet(context);
+  sheet.line("Store {}: {} before, {} now.", pathFact("store", path),
+             numberFact("bytesBefore", result.bytesBefore, "byte"),
+             numberFact("bytesAfter", result.bytesAfter, "byte"));
+  sheet.lineIf(result.leftoverFiles > 0, "{} of {} were deleted.",
+               numberFact("leftoverFiles", result.leftoverFiles, "orphaned file"),
+               numberFact("leftoverBytes", result.leftoverBytes, "byte"));
+  if (!result.logIsEmpty) sheet.line("Another program is reading; the log shrinks when it is done.");
+  sheet.add({"logIsEmpty", result.logIsEmpty, {}});
+  sheet.finish();
   return ExitCode::done;
 }
 
 ExitCode backUp(CommandContext& context, const std::string& file) {
   const std::wstring from = storePath(context, {}), to = fullPath(file);
   Share share("Copying");
-  const store::BackupResult result = keepHouse([&] { return store::backupStore(from, to, share.watch()); });
-  context.line(fmt::format("Store {} was copied to {}: {}, {} in the database and {} in {}.",
-                           printable(displayPath(from)), printable(displayPath(to)),
-                           counted(result.messages, "message"), counted(result.databaseBytes, "byte"),
-                           counted(result.contentFileBytes, "byte"), counted(result.contentFiles, "content file")));
-  context.document({{"store", displayPath(from)},
-                    {"copy", displayPath(to)},
-                    {"messages", result.messages},
-                    {"databaseBytes", result.databaseBytes},
-                    {"contentFiles", result.contentFiles},
-                    {"contentFileBytes", result.contentFileBytes}});
+  const store::BackupResult result = maintain([&] { return store::backupStore(from, to, watchOf(share)); });
+  FactSheet sheet(context);
+  sheet.line("Store {} was copied to {}: {}, {} in the database and {} in {}.", pathFact("store", from),
+             pathFact("copy", to), numberFact("messages", result.messages, "message"),
+             numberFact("databaseBytes", result.databaseBytes, "byte"),
+             numberFact("contentFileBytes", result.contentFileBytes, "byte"),
+             numberFact("contentFiles", result.contentFiles, "content file"));
+  sheet.finish();
   return ExitCode::done;
 }
 

@@ -198,7 +198,7 @@ void Posting::postEach(bool isLast) {
       cancelled_ = true;
       break;
     }
-    progress_->startFile(shownName(files_[file]));
+    progress_->startUntoldFile(shownName(files_[file]), files_[file].size);
     context_.tell(
         {Level::detail, "begun", files_[file].given, fmt::format("{} is being posted", shownName(files_[file]))});
     const ExportAnswer answer =
@@ -207,7 +207,6 @@ void Posting::postEach(bool isLast) {
       posted_->expect({file, files_[file].name, files_[file].size});
     else
       fail(file, refusal(file, answer));
-    progress_->addBytes(files_[file].size);
     progress_->endFile();
     if (posted_->waiting() >= std::max(lookEvery, lookShare * lookTicks_)) look(nullptr);
   }
@@ -217,14 +216,16 @@ void Posting::postEach(bool isLast) {
 void Posting::postTogether() {
   std::vector<std::wstring> paths, names;
   std::vector<std::size_t> numbers;
+  std::uint64_t bytes = 0;
   for (std::size_t file = 0; file < files_.size(); ++file) {
     if (states_[file].state != State::open) continue;
     numbers.push_back(file);
     paths.push_back(files_[file].path);
     names.push_back(files_[file].name);
+    bytes += files_[file].size;
   }
   if (numbers.empty()) return;
-  progress_->startFile("all together");
+  progress_->startUntoldFile("all together", bytes);
   const ExportAnswer answer = plugin_->exportFiles(target_.destination, paths, names);
   for (const std::size_t file : numbers) posted_->expect({file, files_[file].name, files_[file].size});
   look(&answer);

@@ -1,4 +1,4 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <mapitags.h>
 
 #include "progress.h"
@@ -20,6 +20,23 @@ TEST(Progress, BarOfEmptyFilesCountsFiles) {
 TEST(Progress, BarKeepsToTheWidth) {
   const std::string text = Progress::render("posted", 1, 2, 1, 2, 0.1, std::string(500, 'n'), 79);
   EXPECT_EQ(text.size(), 78u + 3u);  // the ellipsis takes one column and three bytes
+}
+
+std::uint64_t g_bytesRead = 0;
+
+TEST(Progress, BytesThatTheProcessReadsCountWhileAFileIsPosted) {
+  using testing::HasSubstr;
+  g_bytesRead = 100;
+  Progress progress("posted", 2, 8u << 20, [] { return g_bytesRead; });
+  progress.startUntoldFile("a.pdf", 6u << 20);
+  EXPECT_THAT(progress.text(), HasSubstr("  0 %  0 of 2 files posted  a.pdf"));
+  g_bytesRead += 2u << 20;
+  EXPECT_THAT(progress.text(), HasSubstr(" 25 %  0 of 2 files posted, 2.0 MiB"));
+  g_bytesRead += 40u << 20;
+  EXPECT_THAT(progress.text(), HasSubstr(" 75 %  0 of 2 files posted, 6.0 MiB")) << "never more than the file has";
+  progress.endFile();
+  g_bytesRead += 1u << 20;
+  EXPECT_THAT(progress.text(), HasSubstr(" 75 %  1 of 2 files posted, 6.0 MiB"));
 }
 
 TEST(PropertyNames, NameIsFoundWhateverTheType) {
