@@ -60,8 +60,8 @@ std::string nameOf(const NewAttachment& attachment) {
 // Sorted, the first of each identifier.
 std::vector<Property> inOrder(std::vector<Property> properties) {
   std::ranges::stable_sort(properties, {}, [](const Property& one) { return propertyId(one.tag); });
-  const auto rest = std::ranges::unique(properties, {}, [](const Property& one) { return propertyId(one.tag); });
-  properties.erase(rest.begin(), rest.end());
+  const auto isSame = [](const Property& a, const Property& b) { return propertyId(a.tag) == propertyId(b.tag); };
+  properties.erase(std::unique(properties.begin(), properties.end(), isSame), properties.end());
   return properties;
 }
 

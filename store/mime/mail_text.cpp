@@ -102,77 +102,77 @@ bool isDotAtom(std::string_view text) {
 void Base64Lines::write(std::span<const std::byte> bytes) {
   std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   std::string lines;
-  lines.reserve((rest.size() + text.size()) / lineBytes * (longestLine + lineEnd.size()));
-  if (!rest.empty()) {
-    const std::size_t missing = std::min(lineBytes - rest.size(), text.size());
-    rest += text.substr(0, missing);
+  lines.reserve((rest_.size() + text.size()) / lineBytes * (longestLine + lineEnd.size()));
+  if (!rest_.empty()) {
+    const std::size_t missing = std::min(lineBytes - rest_.size(), text.size());
+    rest_ += text.substr(0, missing);
     text.remove_prefix(missing);
-    if (rest.size() < lineBytes) return;
-    appendBase64(lines, rest);
+    if (rest_.size() < lineBytes) return;
+    appendBase64(lines, rest_);
     lines += lineEnd;
   }
   for (; text.size() >= lineBytes; text.remove_prefix(lineBytes)) {
     appendBase64(lines, text.substr(0, lineBytes));
     lines += lineEnd;
   }
-  rest = text;
-  if (!lines.empty()) sink(lines);
+  rest_ = text;
+  if (!lines.empty()) sink_(lines);
 }
 
 void Base64Lines::end() {
-  if (rest.empty()) return;
+  if (rest_.empty()) return;
   std::string line;
-  appendBase64(line, rest);
-  rest.clear();
-  sink(line += lineEnd);
+  appendBase64(line, rest_);
+  rest_.clear();
+  sink_(line += lineEnd);
 }
 
 void QuotedPrintableLines::endLine() {
-  if (blank) put(blank, true);
-  blank = 0;
-  line += lineEnd;
-  sink(line);
-  line.clear();
+  if (blank_) put(blank_, true);
+  blank_ = 0;
+  line_ += lineEnd;
+  sink_(line_);
+  line_.clear();
 }
 
 void QuotedPrintableLines::put(char byte, bool lastOfLine) {
   const auto value = static_cast<unsigned char>(byte);
   const bool plain = (byte > ' ' && byte <= '~' && byte != '=') || ((byte == ' ' || byte == '\t') && !lastOfLine);
   const std::size_t width = plain ? 1 : 3;
-  if (line.size() + width > longestLine - 1) {  // room for the mark of a line that goes on
-    line += "=\r\n";
-    sink(line);
-    line.clear();
+  if (line_.size() + width > longestLine - 1) {  // room for the mark of a line that goes on
+    line_ += "=\r\n";
+    sink_(line_);
+    line_.clear();
   }
   if (plain) {
-    line += byte;
+    line_ += byte;
   } else {
-    line += '=';
-    line += hexDigits[value >> 4];
-    line += hexDigits[value & 15];
+    line_ += '=';
+    line_ += hexDigits[value >> 4];
+    line_ += hexDigits[value & 15];
   }
 }
 
 void QuotedPrintableLines::write(std::string_view text) {
   for (const char c : text) {
-    const bool wasCr = afterCr;
-    afterCr = c == '\r';
+    const bool wasCr = afterCr_;
+    afterCr_ = c == '\r';
     if (c == '\n' && wasCr) continue;  // the line has ended with its CR
     if (c == '\r' || c == '\n') {
       endLine();
       continue;
     }
-    if (blank) put(blank, false);
-    blank = c == ' ' || c == '\t' ? c : 0;
-    if (!blank) put(c, false);
+    if (blank_) put(blank_, false);
+    blank_ = c == ' ' || c == '\t' ? c : 0;
+    if (!blank_) put(c, false);
   }
 }
 
 void QuotedPrintableLines::end() {
-  if (blank) put(blank, true);
-  blank = 0;
-  if (!line.empty()) sink(line);
-  line.clear();
+  if (blank_) put(blank_, true);
+  blank_ = 0;
+  if (!line_.empty()) sink_(line_);
+  line_.clear();
 }
 
 std::uint64_t base64LinesLength(std::uint64_t bytes) {

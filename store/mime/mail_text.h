@@ -17,21 +17,21 @@ using TextSink = std::function<void(std::string_view)>;
 // Bytes in lines of 76 characters, handed on as they come.
 class Base64Lines {
  public:
-  explicit Base64Lines(TextSink to) : sink(std::move(to)) {}
+  explicit Base64Lines(TextSink to) : sink_(std::move(to)) {}
   void write(std::span<const std::byte> bytes);
   void end();  // the last, shorter line
 
   static constexpr std::size_t lineBytes = 57;  // 76 characters
 
  private:
-  TextSink sink;
-  std::string rest;  // less than a line
+  TextSink sink_;
+  std::string rest_;  // less than a line
 };
 
 // UTF-8 text in quoted-printable lines of at most 76 characters; CR, LF and CR LF alike end a line.
 class QuotedPrintableLines {
  public:
-  explicit QuotedPrintableLines(TextSink to) : sink(std::move(to)) {}
+  explicit QuotedPrintableLines(TextSink to) : sink_(std::move(to)) {}
   void write(std::string_view text);
   void end();  // what is left; no line end is added
 
@@ -39,10 +39,10 @@ class QuotedPrintableLines {
   void put(char byte, bool lastOfLine);
   void endLine();
 
-  TextSink sink;
-  std::string line;
-  char blank = 0;  // a blank or tab that is held back: at the end of a line it is encoded
-  bool afterCr = false;
+  TextSink sink_;
+  std::string line_;
+  char blank_ = 0;  // a blank or tab that is held back: at the end of a line it is encoded
+  bool afterCr_ = false;
 };
 
 // What so many bytes come to in such lines.

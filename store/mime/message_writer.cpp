@@ -39,77 +39,77 @@ std::string mediaTypeFor(const MailAttachment& attachment) {
 class Writing {
  public:
   Writing(const MailMessage& from, TextSink to, bool withContents)
-      : message(from), put(std::move(to)), hasContents(withContents) {}
+      : message_(from), put_(std::move(to)), hasContents_(withContents) {}
 
   void write() {
     writeHeader();
-    put(beginOfPart(boundary));
-    if (message.properties.empty()) {
+    put_(beginOfPart(boundary));
+    if (message_.properties.empty()) {
       writeText();
     } else {
       // Two forms of one text: mail programs show the last one that they know.
-      put(headerOfParts("alternative", formBoundary));
-      put(beginOfPart(formBoundary));
+      put_(headerOfParts("alternative", formBoundary));
+      put_(beginOfPart(formBoundary));
       writeProperties();
-      put(beginOfPart(formBoundary));
+      put_(beginOfPart(formBoundary));
       writeText();
-      put(endOfParts(formBoundary));
+      put_(endOfParts(formBoundary));
     }
-    for (const MailAttachment& attachment : message.attachments) writeAttachment(attachment);
-    put(endOfParts(boundary));
+    for (const MailAttachment& attachment : message_.attachments) writeAttachment(attachment);
+    put_(endOfParts(boundary));
   }
 
  private:
   void writeHeader() {
-    const std::string& given = message.senderAddress;
-    put(mailboxHeader("From", message.senderName,
-                      isPlainAddress(given) ? given : unreachableAddress(message.senderName)));
-    put(unstructuredHeader("Subject", message.subject));
-    const std::string date = mailDate(message.date.value_or(noDate));
-    put("Date: " + date + "\r\n");
-    const std::string arrived = message.delivered ? mailDate(*message.delivered) : date;
-    if (arrived != date) put("Delivery-Date: " + arrived + "\r\n");
-    if (isMessageId(message.messageId)) put("Message-ID: " + message.messageId + "\r\n");
-    put(unstructuredHeader(MailHeader::messageClass, message.messageClass));
+    const std::string& given = message_.senderAddress;
+    put_(mailboxHeader("From", message_.senderName,
+                      isPlainAddress(given) ? given : unreachableAddress(message_.senderName)));
+    put_(unstructuredHeader("Subject", message_.subject));
+    const std::string date = mailDate(message_.date.value_or(noDate));
+    put_("Date: " + date + "\r\n");
+    const std::string arrived = message_.delivered ? mailDate(*message_.delivered) : date;
+    if (arrived != date) put_("Delivery-Date: " + arrived + "\r\n");
+    if (isMessageId(message_.messageId)) put_("Message-ID: " + message_.messageId + "\r\n");
+    put_(unstructuredHeader(MailHeader::messageClass, message_.messageClass));
     constexpr std::array importances{"low", "normal", "high"};
-    if (const int value = message.importance.value_or(-1); value >= 0 && value <= 2)
-      put(unstructuredHeader("Importance", importances[static_cast<std::size_t>(value)]));
+    if (const int value = message_.importance.value_or(-1); value >= 0 && value <= 2)
+      put_(unstructuredHeader("Importance", importances[static_cast<std::size_t>(value)]));
     constexpr std::array sensitivities{"Personal", "Private", "Company-Confidential"};
-    if (const int value = message.sensitivity.value_or(0); value >= 1 && value <= 3)
-      put(unstructuredHeader("Sensitivity", sensitivities[static_cast<std::size_t>(value - 1)]));
-    for (const auto& [name, text] : message.moreHeaders) put(unstructuredHeader(name, text));
-    put("MIME-Version: 1.0\r\n");
-    put(headerOfParts("mixed", boundary));
+    if (const int value = message_.sensitivity.value_or(0); value >= 1 && value <= 3)
+      put_(unstructuredHeader("Sensitivity", sensitivities[static_cast<std::size_t>(value - 1)]));
+    for (const auto& [name, text] : message_.moreHeaders) put_(unstructuredHeader(name, text));
+    put_("MIME-Version: 1.0\r\n");
+    put_(headerOfParts("mixed", boundary));
   }
 
   void writeText() {
-    put(headerOfText("text/plain"));
-    QuotedPrintableLines lines(put);
-    if (message.text) message.text([&](std::string_view text) { lines.write(text); });
+    put_(headerOfText("text/plain"));
+    QuotedPrintableLines lines(put_);
+    if (message_.text) message_.text([&](std::string_view text) { lines.write(text); });
     lines.end();
   }
 
   void writeProperties() {
-    put(headerOfText(propertyPartType));
-    QuotedPrintableLines lines(put);
-    lines.write(message.properties);
+    put_(headerOfText(propertyPartType));
+    QuotedPrintableLines lines(put_);
+    lines.write(message_.properties);
     lines.end();
   }
 
   void writeAttachment(const MailAttachment& attachment) {
-    put(beginOfPart(boundary) + "Content-Type: " + mediaTypeFor(attachment) +
+    put_(beginOfPart(boundary) + "Content-Type: " + mediaTypeFor(attachment) +
         encodedWordParameter("name", attachment.name) + "\r\nContent-Transfer-Encoding: base64\r\n" +
         "Content-Disposition: attachment" + parameter("filename", attachment.name) +
         ";\r\n size=" + std::to_string(attachment.size) + "\r\n\r\n");
-    if (!hasContents) return;
-    Base64Lines lines(put);
+    if (!hasContents_) return;
+    Base64Lines lines(put_);
     attachment.content([&](std::span<const std::byte> bytes) { lines.write(bytes); });
     lines.end();
   }
 
-  const MailMessage& message;
-  const TextSink put;
-  const bool hasContents;
+  const MailMessage& message_;
+  const TextSink put_;
+  const bool hasContents_;
 };
 
 }  // namespace

@@ -122,7 +122,7 @@ Status ServerEngine::listStores(std::vector<StoreInfo>& stores) {
     std::vector<StoreInfo> all;
     for (const auto& account : server_.session().accounts) all.push_back(storeOf(account));
     const Id own = storeIdOf(server_.session().primaryAccount, server_.name());
-    std::ranges::stable_partition(all, [&](const StoreInfo& store) { return store.id == own; });
+    std::stable_partition(all.begin(), all.end(), [&](const StoreInfo& store) { return store.id == own; });
     if (!publicAccount_.empty() &&
         std::ranges::none_of(all, [](const StoreInfo& store) { return store.kind == StoreKind::Public; })) {
       fail(Status::NotFound, server_.name() + " has no account '" + publicAccount_ +
