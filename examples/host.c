@@ -3,14 +3,14 @@
  *   host PROFILE FOLDER FILE...
  *   host nightly "Public Folders@Reports@Daily" C:\reports\sales.pdf
  *
- * One file an export, because an export answers for its last file alone. Files have full paths. The exit code is 0 when
- * every file was posted. */
+ * Each file is an export of its own, because an export returns its last file's result. Files have full paths. The exit
+ * code is 0 if every file was posted. */
 #include <fendrel/fendrel.h>
 #include <stdio.h>
 #include <wchar.h>
 
-/* The local store stands beside this program, where Windows does not look for MAPI32.DLL: whoever wants it loads it
- * before the plug-in starts. Without it the plug-in takes the machine's own MAPI. */
+/* Loads the local store from a subfolder, where Windows does not look for MAPI32.DLL, before the plug-in starts.
+ * Without this the plug-in uses the machine's own MAPI. */
 static void load_local_store(void) {
   wchar_t path[MAX_PATH];
   const DWORD length = GetModuleFileNameW(NULL, path, MAX_PATH);

@@ -1,5 +1,5 @@
-/* Lets the user choose profile and folder in the plug-in's dialogs and posts one file there. The plug-in is loaded when
- * it is needed, so that the program runs without it:
+/* Lets the user choose profile and folder in the plug-in's dialogs and posts one file there. The plug-in is loaded at
+ * run time, so that the program starts without it:
  *
  *   host_dynamic FILE
  *   host_dynamic FILE PROFILE FOLDER      without a dialog */
@@ -27,7 +27,7 @@ static FARPROC find(HMODULE library, const char *name, int *missing) {
 }
 
 static int load(Plugin *plugin) {
-  /* Beside this program; a full path does as well. */
+  /* Beside this program; a full path works too. */
   const HMODULE library = LoadLibraryW(L"FENDREL.DLL");
   if (library == NULL) {
     fprintf(stderr, "FENDREL.DLL does not load: error %lu\n", GetLastError());
@@ -63,11 +63,11 @@ static uint32_t post(const Plugin *plugin, const wchar_t *file, wchar_t *profile
   list.fileCount = 1;
   list.files = descriptions;
 
-  /* Without a choice the plug-in asks; the window that is in front owns its dialogs. */
+  /* Without a choice the plug-in asks; the foreground window owns its dialogs. */
   FendrelJob job = 0;
   FendrelResult *result = NULL;
   uint32_t code = plugin->set_up(GetForegroundWindow(), 0, profile ? &choice : NULL, &list, &job, &result);
-  if (code == FENDREL_CANCELLED) return code; /* nothing was posted, and nobody need be told */
+  if (code == FENDREL_CANCELLED) return code; /* by the user: no message needed */
   if (code != FENDREL_SUCCESS) {
     fprintf(stderr, "The set-up failed with code %u\n", code);
     return code;

@@ -1,4 +1,4 @@
-/* FENDREL.DLL: the export-destination plug-in's interface for hosts.
+/* FENDREL.DLL: the interface of the export-destination plug-in for hosts.
  *
  * A host loads FENDREL.DLL, calls NRVInitializeW, and for each export NRVInitExportDestinationW,
  * NRVExportToDestinationW and NRVTermExportDestinationW; at the end it calls NRVTerminateW once for every
@@ -9,20 +9,19 @@
  *
  * Threads: all calls come from one thread (IsThreadSafeW answers 0). Text ends with a 0.
  *
- * MAPI and the dialogs may run the host's own code in the middle of a call, because they take messages from its queue.
- * While a call on a job runs, a further one on that job is refused with 5 (NRVGetErrorTextW: null); its end is
- * remembered, answered with 0, and carried out when the running call returns. The last NRVTerminateW does the same.
+ * MAPI and the dialogs may run the host's own code in the middle of a call, because they process messages from its
+ * queue. While a call on a job runs, another call on that job is refused with 5 (NRVGetErrorTextW: null). Ending the
+ * job answers 0 and is deferred until the running call returns; so is the last NRVTerminateW.
  *
- * MAPI: the plug-in loads MAPI32.DLL by its name alone, in the system's ordinary order of search. A host that brings a
- * MAPI32.DLL of its own loads that by its full path before NRVInitializeW; no other host does anything about it.
+ * MAPI: the plug-in loads MAPI32.DLL by its name alone, in the system's ordinary order of search. A host that ships its
+ * own MAPI32.DLL loads it by its full path before NRVInitializeW; other hosts do nothing.
  *
- * Bounds: 65,535 files an export, because counts have 16 bits. Texts are as long as memory allows, but packed records
- * have a size of 16 bits: one whose header and texts take more than 65,565 bytes in the wide form (a folder path of some
- * 32,700 characters) comes from the encoder with a size that has wrapped, and is refused with 5 when it comes back; the
- * ANSI encoder refuses it at once. The decoders have no such bound. Files are opened by the system, within its own
- * bounds.
- * Records are little-endian with the offsets shown; sizes are in bytes. The two forms of a record have the same
- * layout and differ in their text alone.
+ * Limits: 65,535 files per export, because counts have 16 bits. Texts are limited by memory only, but packed records
+ * have a size of 16 bits. If header and texts take more than 65,565 bytes in the wide form (a folder path of some
+ * 32,700 characters), the size wraps: the wide encoder returns such a block, which is refused with 5 when it is handed
+ * back; the ANSI encoder refuses it at once. The decoders have no such limit. The system limits file names. Records are
+ * little-endian with the offsets shown; sizes are in bytes. The two forms of a record have the same layout and differ
+ * only in their text.
  */
 #ifndef FENDREL_FENDREL_H
 #define FENDREL_FENDREL_H
@@ -51,7 +50,7 @@ extern "C" {
 #define FENDREL_INVALID_ARGUMENT 5u
 #define FENDREL_CANCELLED 6u         /* by the user */
 #define FENDREL_STRING_NOT_LOADED 7u /* a text is missing from the resources */
-#define FENDREL_FAILED 0xFFFFFFFFu   /* the words stand in the job's error text */
+#define FENDREL_FAILED 0xFFFFFFFFu   /* see the job's error text */
 
 /* What NRVGetVersionW answers. */
 #define FENDREL_VERSION 0x0100u
@@ -65,7 +64,7 @@ extern "C" {
  * a host sets 2 before it hands one back. */
 #define FENDREL_OPTIONS_VERSION 2u
 
-/* An export job, opaque; 0 is none. Never an address. */
+/* An opaque export job, never an address; 0: no job. */
 typedef uint32_t FendrelJob;
 
 /* One destination that the plug-in offers.
@@ -111,11 +110,11 @@ typedef struct FendrelDestinationListA {
 /* What the host says about one file of an export.
  *   offset  size
  *        0     2  size               64
- *        4     4  nameGiven          not 0: givenName counts, else fileNameTemplate
+ *        4     4  nameGiven          not 0: givenName is used, else fileNameTemplate
  *        8     8  givenName          its file name and extension become the report name
  *       16    32  unread1            four texts or null; not read, but converted by the ANSI set
  *       48     8  fileNameTemplate   file name and extension, each possibly with wildcards
- *       56     8  unread2            likewise a text or null
+ *       56     8  unread2            a text or null, likewise
  */
 typedef struct FendrelFileDescription {
   uint16_t size;
@@ -170,7 +169,7 @@ typedef struct FendrelFileListA {
   uint64_t unread4;
 } FendrelFileListA;
 
-/* What the host hands in for one export, owned by the host, read during NRVExportToDestinationW.
+/* The files of one export, owned by the host, read during NRVExportToDestinationW.
  *   offset  size
  *        0     2  size        64
  *        2     2  fileCount   number of entries of filePaths
@@ -220,16 +219,16 @@ typedef struct FendrelResultA {
  *   offset  size
  *        0     2  version            2 or more from the host, 1 from the plug-in
  *        8     8  profileName        MAPI profile
- *       16     8  profilePassword    unpacked, where there is none: an empty text; a set-up answers null with 2
+ *       16     8  profilePassword    unpacked: empty if there is none; a set-up refuses null with 2
  *       24     2  destinationType    FENDREL_PERSONAL_REPORT, FENDREL_FOLDER_REPORT or FENDREL_REPORT_INSTANCE
  *       32     8  folderPath         display names joined by '@', message store first; absent for a personal report.
- *                                    Characters that the code page lacks are a '?' in it; where that leaves two
- *                                    folders with one name, neither is found
+ *                                    Characters that the code page lacks become '?'; if this makes the names of two
+ *                                    folders equal, neither is found
  *       40     2  packedSize         0: unpacked; else the size in bytes of the block that this header starts
  *
  * Unpacked, the string fields are pointers (null when absent), each string a block of its own from malloc.
- * Packed, they are byte offsets from the start of the block (0 when absent), the strings standing
- * after the header. DestinationOptionsA has the same layout with strings in the ANSI code page.
+ * Packed, they are byte offsets from the start of the block (0 when absent), and the strings follow
+ * the header. DestinationOptionsA has the same layout with strings in the ANSI code page.
  */
 typedef struct DestinationOptions {
   uint16_t version;
@@ -320,8 +319,8 @@ FENDREL_ASSERT(sizeof(FendrelResultA) == 112 && offsetof(FendrelResultA, count) 
 /* Counted: the first call loads the texts and MAPI32.DLL. 0, 2, 7, or FENDREL_FAILED when MAPI is not usable. */
 FENDREL_API uint32_t WINAPI NRVInitializeW(void) FENDREL_NOEXCEPT;
 
-/* Undoes one successful NRVInitializeW; the last one ends the jobs that are left, the newest first, and releases
- * everything. Always 0. */
+/* Undoes one successful NRVInitializeW; the last one ends the remaining jobs, newest first, and releases everything.
+ * Always 0. */
 FENDREL_API uint32_t WINAPI NRVTerminateW(void) FENDREL_NOEXCEPT;
 
 FENDREL_API uint16_t WINAPI NRVGetVersionW(void) FENDREL_NOEXCEPT;
@@ -329,24 +328,24 @@ FENDREL_API const FendrelDestinationList* WINAPI NRVGetExportDestinationsW(void)
 
 /* Makes an export job and logs it on: silently with options, else the user chooses profile and folder.
  * parentWindow owns every dialog; hostValue is not read. On success *job is ended by NRVTermExportDestinationW
- * and *result lives as long as the job. options->version is 2 or more and left as it was.
- * 0, 2, 3, 5 (options, or a null argument), 6, or FENDREL_FAILED (without words: there is no job; also for a host that
- * ends the plug-in in the middle of the call). */
+ * and *result lives as long as the job. options->version must be 2 or more and is not changed.
+ * 0, 2, 3, 5 (options, or a null argument), 6, or FENDREL_FAILED (without error text, as there is no job; also if the
+ * host ends the plug-in during the call). */
 FENDREL_API uint32_t WINAPI NRVInitExportDestinationW(HWND parentWindow, uint32_t hostValue,
                                                       DestinationOptions* options, const FendrelFileList* files,
                                                       FendrelJob* job, FendrelResult** result) FENDREL_NOEXCEPT;
 
-/* Logs off and ends the job; 0 is allowed, an unknown job is left alone. Always 0. */
+/* Logs off and ends the job; 0 is allowed, an unknown job is ignored. Always 0. */
 FENDREL_API uint32_t WINAPI NRVTermExportDestinationW(FendrelJob job) FENDREL_NOEXCEPT;
 
 /* Posts every file as one message. The result is that of the last file: 0, 2, 3, 5 (no such job or a
- * null argument), 6, or FENDREL_FAILED. The failure of a file before it is not reported, nor that of a message's last
- * step, its saving: a host that must know looks into the folder, or posts one file an export and looks there. */
+ * null argument), 6, or FENDREL_FAILED. An earlier file's failure is not reported, nor is a failure to save a message:
+ * a host that must know exports one file at a time and looks in the folder. */
 FENDREL_API uint32_t WINAPI NRVExportToDestinationW(FendrelJob job,
                                                     const FendrelExportDescription* files) FENDREL_NOEXCEPT;
 
-/* The words of the job's latest failure that has any, at most 299 characters, empty before;
- * owned by the job. Null for an unknown job. */
+/* The text of the job's latest failure that has one, at most 299 characters, empty before the first; owned by the job.
+ * Null for an unknown job. */
 FENDREL_API const wchar_t* WINAPI NRVGetErrorTextW(FendrelJob job) FENDREL_NOEXCEPT;
 
 /* The job's choice as one packed block, owned by the job until the next call or its end. *size is the block's
@@ -377,8 +376,8 @@ FENDREL_API uint32_t WINAPI IsThreadSafeW(void) FENDREL_NOEXCEPT;    /* 0: it is
 FENDREL_API uint32_t WINAPI InitPerThreadW(void) FENDREL_NOEXCEPT;   /* 0, does nothing */
 FENDREL_API uint32_t WINAPI UninitPerThreadW(void) FENDREL_NOEXCEPT; /* 0, does nothing */
 
-/* The ANSI set: each function does and answers what its wide counterpart does, and 2 where a text or record cannot be
- * converted for want of memory. A job handle of one set is unknown to the other. */
+/* The ANSI set: each function does and answers what its wide counterpart does, and 2 if there is no memory to convert a
+ * text or record. A job handle of one set is unknown to the other. */
 FENDREL_API uint32_t WINAPI NRVInitialize(void) FENDREL_NOEXCEPT;
 FENDREL_API uint32_t WINAPI NRVTerminate(void) FENDREL_NOEXCEPT;
 FENDREL_API uint16_t WINAPI NRVGetVersion(void) FENDREL_NOEXCEPT;
@@ -410,7 +409,7 @@ FENDREL_API uint32_t WINAPI IsThreadSafe(void) FENDREL_NOEXCEPT;
 FENDREL_API uint32_t WINAPI InitPerThread(void) FENDREL_NOEXCEPT;
 FENDREL_API uint32_t WINAPI UninitPerThread(void) FENDREL_NOEXCEPT;
 
-/* A type for a pointer to each function, for hosts that look them up by name: that of NRVInitExportDestinationW is
+/* Function pointer types for hosts that look functions up by name: that of NRVInitExportDestinationW is
  * FendrelInitExportDestinationW_t. */
 typedef uint32_t(WINAPI* FendrelInitializeW_t)(void);
 typedef uint32_t(WINAPI* FendrelTerminateW_t)(void);
