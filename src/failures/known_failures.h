@@ -1,5 +1,5 @@
-// What the plug-in makes of a MAPI result: its code, and the error text where the code says only "failed". The host
-// reads the same table backwards, because an export answers code and text alone.
+// Maps a MAPI result to the plug-in's code and, where that is only "failed", to the error text. The host uses the table
+// in reverse, because an export returns only code and text.
 #pragma once
 
 #include <windows.h>
@@ -19,7 +19,7 @@ struct KnownFailure {
   HRESULT result;
   std::uint32_t code;
   UINT stringId;        // 0: `text` in every language
-  const wchar_t* text;  // null: the error text stays as it is
+  const wchar_t* text;  // null: the error text does not change
 };
 
 inline constexpr KnownFailure knownFailures[] = {

@@ -1,4 +1,4 @@
-// The ANSI entry points: each converts what the host hands in and what it gets, around a call of the wide function.
+// The ANSI entry points: each converts arguments and results around a call of the wide function.
 #include "ansi_job.h"
 #include "ansi_layer.h"
 #include "ansi_options.h"
@@ -8,14 +8,14 @@ using namespace fendrel;
 
 namespace {
 
-// The wide set's handle of a job; one that this set does not know, the other set does not know either.
+// The wide set's handle of a job; an unknown handle is unknown there too.
 FendrelJob wideJobOf(FendrelJob job) noexcept {
   if (job == 0) return 0;
   const AnsiJob* const known = ansiJobs().find(job);
   return known ? known->wideJob : noHandle;
 }
 
-// Ends the wide job again when the host cannot be given its record.
+// Ends the wide job if its record cannot be converted for the host.
 std::uint32_t giveUp(FendrelJob wideJob) noexcept {
   wide().termExportDestination(wideJob);
   return FENDREL_OUT_OF_MEMORY;

@@ -4,7 +4,7 @@
 
 namespace fendrel {
 
-// Apart from the wide set's handles: one of the other set is unknown here.
+// Keeps the handles different from the wide set's, so that those are unknown here.
 constexpr std::uint32_t beforeFirstHandle = 0x40000000;
 
 HandleTable<AnsiJob>& ansiJobs() noexcept {

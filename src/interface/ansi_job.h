@@ -1,4 +1,4 @@
-// The record that a job handle of the ANSI set names: the wide job, and what the host was given of it.
+// The record that a job handle of the ANSI set names: the wide job, and what the host got from it.
 #pragma once
 
 #include <memory>
@@ -9,7 +9,7 @@
 
 namespace fendrel {
 
-// Frees options of the wide or the ANSI form with the free function of that form, which is told the job's context.
+// Frees wide or ANSI options with the free function of their form, which gets the job's context.
 struct FreeWideOptions {
   std::uint32_t context;
   void operator()(DestinationOptions* options) const noexcept { wide().freeOptions(context, options); }
@@ -29,7 +29,7 @@ struct AnsiJob {
   std::uint32_t context;
   FendrelJob wideJob = 0;
   std::unique_ptr<AnsiResult> result;
-  HeapAnsiText errorText;      // the last one handed out
+  HeapAnsiText errorText;      // the last one returned
   AnsiOptions encodedOptions;  // likewise
 };
 

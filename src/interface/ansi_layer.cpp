@@ -32,7 +32,7 @@ class Lock {
 Lock g_startLock;  // around the choice of the code page
 Lock g_listLock;   // around the building of the list
 NeverDestroyed<std::unique_ptr<AnsiDestinationList>> g_list;
-NeverDestroyed<std::unique_ptr<AnsiDestinationList>> g_listWithoutNames;  // for hosts before NRVInitialize
+NeverDestroyed<std::unique_ptr<AnsiDestinationList>> g_listWithoutNames;  // for calls before NRVInitialize
 
 }  // namespace
 

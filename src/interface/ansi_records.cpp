@@ -6,7 +6,7 @@
 namespace fendrel {
 namespace {
 
-// Keeps the converted text and hands out its address.
+// Keeps the converted text and returns its address.
 const wchar_t* keep(std::vector<HeapText>& texts, const char* text) {
   return texts.emplace_back(wideFromAnsiHost(text)).get();
 }

@@ -1,4 +1,4 @@
-// Text of the ANSI entry points. The options records have conversions of their own, always in the system's ANSI code page.
+// Text of the ANSI entry points. The options records have separate conversions, always in the system's ANSI code page.
 #pragma once
 
 #include <windows.h>
@@ -13,7 +13,7 @@ extern UINT g_ansiCodePage;
 // The calling thread's ANSI code page on systems of the NT family from version 5 on, else the system's.
 UINT chooseAnsiCodePage() noexcept;
 
-// Null stays null. A text that does not convert becomes empty. Throw std::bad_alloc.
+// Null stays null; text that does not convert becomes empty. Throw std::bad_alloc.
 HeapAnsiText ansiFromWide(const wchar_t* text);
 HeapText wideFromAnsiHost(const char* text);
 

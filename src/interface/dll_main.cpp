@@ -10,8 +10,8 @@ BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* processEnds) {
       DisableThreadLibraryCalls(module);
       return fendrel::attachAnsiLayer(module);
     case DLL_PROCESS_DETACH:
-      // When the process ends, other threads may have been stopped while they held the heap: nothing is touched, nor
-      // by destructors, which no static object of the module has.
+      // When the process ends, other threads may have been stopped while they held the heap, so nothing is freed. No
+      // static object of the module has a destructor.
       if (!processEnds) fendrel::detachAnsiLayer();
       return TRUE;
     default: return TRUE;

@@ -29,7 +29,7 @@ uint32_t WINAPI NRVInitExportDestinationW(HWND parentWindow, uint32_t, Destinati
   if (job) *job = 0;
   if (!job || !result || !files || (files->fileCount != 0 && !files->files)) return FENDREL_INVALID_ARGUMENT;
   const ModuleUse use;
-  // A failure further on leaves MAPI initialised: only the end of a job undoes it, and there is none.
+  // A later failure leaves MAPI initialised: only the end of a job undoes it, and there is no job.
   if (!use.holds() || MapiStart() != 0) return FENDREL_FAILED;
   const WaitCursor wait;
   return guarded([&] {
@@ -38,7 +38,7 @@ uint32_t WINAPI NRVInitExportDestinationW(HWND parentWindow, uint32_t, Destinati
     if (code != FENDREL_SUCCESS) return code;
     FendrelResult* const record = &made->resultRecord;
     const FendrelJob handle = jobTable().add(std::move(made));
-    if (!use.holds()) {  // the host has stopped the module in the middle of this
+    if (!use.holds()) {  // the host has stopped the module during this call
       endJob(handle);
       return FENDREL_FAILED;
     }
@@ -50,7 +50,7 @@ uint32_t WINAPI NRVInitExportDestinationW(HWND parentWindow, uint32_t, Destinati
 
 uint32_t WINAPI NRVTermExportDestinationW(FendrelJob job) noexcept {
   const WaitCursor wait;
-  // An unknown handle has nothing to undo; without one, MAPI is let go of all the same.
+  // An unknown handle has nothing to undo; handle 0 still uninitialises MAPI.
   if (job != 0)
     endJob(job);
   else if (IsMapiBound())

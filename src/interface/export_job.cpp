@@ -11,7 +11,7 @@ std::uint32_t JobLogonFailure::noProfileName(HRESULT result) noexcept {
   return map(result, IDS_NO_PROFILE_NAME, L"" TEXT_NO_PROFILE_NAME);
 }
 
-// The words say what could not be done instead of what the MAPI code says.
+// The text says what failed instead of what the MAPI code means.
 std::uint32_t JobLogonFailure::map(HRESULT result, UINT stringId, const wchar_t* fallback) noexcept {
   const std::uint32_t code = mapResult(result, words_);
   if (code == FENDREL_FAILED) words_.load(stringId, fallback);

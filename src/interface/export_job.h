@@ -12,7 +12,7 @@
 
 namespace fendrel {
 
-// The words of a failed logon go into the job's error text.
+// Writes a failed logon into the job's error text.
 class JobLogonFailure final : public LogonFailure {
  public:
   explicit JobLogonFailure(ErrorText& words) noexcept : words_(words) {}
@@ -26,7 +26,7 @@ class JobLogonFailure final : public LogonFailure {
   ErrorText& words_;
 };
 
-// A job that the host knows has a session. It logs off when it is destroyed.
+// A job that the host knows has a session. Its destructor logs off.
 struct ExportJob {
   ExportJob() = default;
   ~ExportJob() { closeSession(session); }
@@ -35,7 +35,7 @@ struct ExportJob {
 
   ComPtr<IMAPISession> session;
   HWND parentWindow = nullptr;
-  bool optionsSupplied = false;  // set up silently, from a record of the host
+  bool optionsSupplied = false;  // set up silently, from the host's record
   FendrelResult resultRecord{.size = sizeof(FendrelResult)};
   std::vector<std::wstring> fileNames;  // report names, in the host's order
   Destination destination;
@@ -44,10 +44,10 @@ struct ExportJob {
   EncodedOptions encodedOptions;  // the last block handed to the host
   JobLogonFailure logonFailure{errorText};
 
-  bool callRuns = false;   // further ones are refused
-  bool endWanted = false;  // by the host, while a call ran
+  bool callRuns = false;   // nested calls are refused
+  bool endWanted = false;  // the host ended the job while a call ran
 
-  // The job as its logon takes it.
+  // The fields that the logon uses.
   operator LogonJob() noexcept { return {session, optionsSupplied, destination.profileName, sender, logonFailure}; }
 };
 

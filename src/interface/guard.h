@@ -13,8 +13,8 @@
 
 namespace fendrel {
 
-// Runs the body of an entry point. Running out of memory, also inside the standard library, is code 2. Whatever else is
-// thrown is a failed call, also in `words` where the call has a job to leave them in.
+// Runs the body of an entry point. Running out of memory, also inside the standard library, is code 2. Any other
+// exception counts as MAPI_E_CALL_FAILED, with its text in the job's `words` if there is a job.
 template <class Body>
 std::uint32_t guarded(Body body, ErrorText* words = nullptr) noexcept {
   try {

@@ -1,4 +1,4 @@
-// 32-bit handles that stand for objects and are never addresses.
+// 32-bit handles of objects; never addresses.
 #pragma once
 
 #include <cstdint>
@@ -10,15 +10,15 @@
 
 namespace fendrel {
 
-// A handle that no table gives out, besides 0.
+// Besides 0, the only handle that no table assigns.
 inline constexpr std::uint32_t noHandle = std::numeric_limits<std::uint32_t>::max();
 
-// Owns the objects that the host holds handles of. A handle is not given out again while the table can avoid it, so
-// that an ended one stays unknown.
+// Owns the objects whose handles the host holds. Handles are reused as late as possible, so that an ended one stays
+// unknown.
 template <class Object>
 class HandleTable {
  public:
-  // The handles follow `before`, so that tables can keep theirs apart.
+  // The first handle is `before` + 1, so that tables can use different ranges.
   explicit HandleTable(std::uint32_t before = 0) noexcept : last_(before) {}
 
   std::uint32_t add(std::unique_ptr<Object> object) {
@@ -34,13 +34,13 @@ class HandleTable {
     return found == objects_.end() ? nullptr : found->second.get();
   }
 
-  // Hands the object back and forgets its handle; null when there is none.
+  // Releases the object and forgets its handle; null if there is none.
   std::unique_ptr<Object> take(std::uint32_t handle) noexcept {
     const auto node = objects_.extract(handle);
     return node ? std::move(node.mapped()) : nullptr;
   }
 
-  // The handle given out last of those still known, and of those given out before one; 0 when there is none.
+  // The largest known handle; 0 if there is none.
   std::uint32_t newest() const noexcept { return objects_.empty() ? 0 : objects_.rbegin()->first; }
   std::uint32_t newestBefore(std::uint32_t handle) const noexcept {
     const auto next = objects_.lower_bound(handle);

@@ -19,7 +19,7 @@ std::optional<std::wstring> copyOf(const wchar_t* text) {
 
 // Takes the destination of a checked record into the job. 0, 2 or 5.
 std::uint32_t takeDestination(const OptionsCopy<DestinationOptions>& options, Destination& destination) {
-  // An unpacked record names profile and password; one that does not is answered like a failed allocation.
+  // An unpacked record must name profile and password; otherwise the result is that of a failed allocation.
   if (!options.isPacked() && (!options.profileName() || !options.profilePassword())) return FENDREL_OUT_OF_MEMORY;
   destination.profileName = copyOf(options.profileName());
   destination.profilePassword = copyOf(options.profilePassword());
@@ -30,13 +30,13 @@ std::uint32_t takeDestination(const OptionsCopy<DestinationOptions>& options, De
 
 std::uint32_t logOnSilently(ExportJob& job) {
   if (!job.destination.profileName) return FENDREL_OUT_OF_MEMORY;
-  // The logon begins by letting go of the job's profile name.
+  // The logon first clears the job's profile name.
   const std::wstring profileName = *job.destination.profileName;
   const auto& password = job.destination.profilePassword;
   return Logon(job, profileName.c_str(), password ? password->c_str() : nullptr);
 }
 
-// Writes a version back that a check has replaced by 1.
+// Restores a version that a check has replaced by 1.
 class VersionRestorer {
  public:
   VersionRestorer(DestinationOptions& options, std::uint16_t version) noexcept : options_(options), version_(version) {}
@@ -54,7 +54,7 @@ std::uint32_t setUpSilently(ExportJob& job, DestinationOptions& options) {
   if (!CheckOptionsVersion(&options)) return FENDREL_INVALID_ARGUMENT;
   OptionsCopy<DestinationOptions> copy;
   std::uint32_t code = copy.take(options);
-  if (code == FENDREL_OUT_OF_MEMORY) return code;  // leaves 1 in the caller's version, as hosts know it
+  if (code == FENDREL_OUT_OF_MEMORY) return code;  // leaves the caller's version at 1, as hosts expect
   const VersionRestorer restorer(options, version);
   if (code != FENDREL_SUCCESS) return code;
   job.optionsSupplied = true;
@@ -62,8 +62,7 @@ std::uint32_t setUpSilently(ExportJob& job, DestinationOptions& options) {
   return logOnSilently(job);
 }
 
-// The scan for files that are not reports has no effect on the destination; an interactive export is always a
-// report instance.
+// The scan has no effect on the destination: an interactive export is always a report instance.
 void scanForReports(const std::vector<std::wstring>& fileNames) noexcept {
   for (const std::wstring& name : fileNames)
     if (const auto extension = extensionOf(std::wstring_view(name));

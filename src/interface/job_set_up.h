@@ -7,8 +7,8 @@
 
 namespace fendrel {
 
-// Makes a job with a report name for every file of the list and logs it on: silently with `options`, else by asking the
-// user. On failure `job` is empty. 0, 2, 3, 5, 6 or FENDREL_FAILED.
+// Makes a job with a report name for every file of the list and logs it on, silently with `options`, else with dialogs.
+// On failure `job` is empty. 0, 2, 3, 5, 6 or FENDREL_FAILED.
 std::uint32_t setUpJob(HWND parentWindow, DestinationOptions* options, const FendrelFileList& files,
                        std::unique_ptr<ExportJob>& job);
 

@@ -19,7 +19,7 @@ void endJob(FendrelJob handle) noexcept {
   }
   const ModuleUse use;
   const WaitCursor wait;
-  // Taken out first: for the host's code that a logoff may let run, the job is ended.
+  // Removed first: the host's code, which may run during the logoff, must not find the job.
   jobTable().take(handle).reset();
   MapiStop();
 }

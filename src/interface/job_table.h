@@ -12,15 +12,15 @@ using JobTable = HandleTable<ExportJob>;
 // The module's jobs.
 JobTable& jobTable() noexcept;
 
-// Ends a job: logs off, and undoes the MAPIInitialize that it was made with. A job on which a call runs is ended when
-// that returns. Does nothing for an unknown handle.
+// Ends a job: logs off, and undoes the MAPIInitialize that it was made with. A job with a running call ends when that
+// returns. Ignores an unknown handle.
 void endJob(FendrelJob handle) noexcept;
 
-// Ends every job, the newest first.
+// Ends every job, newest first.
 void endAllJobs() noexcept;
 
-// One call on a job. MAPI and the dialogs may let the host's own code run in the middle of it; a further call on the
-// job is then refused, as if there were no such job.
+// One call on a job. MAPI and the dialogs may run the host's own code during it; a nested call on the job is refused as
+// if the job did not exist.
 class JobCall {
  public:
   explicit JobCall(FendrelJob handle) noexcept;

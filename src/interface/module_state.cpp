@@ -10,9 +10,9 @@ namespace fendrel {
 namespace {
 
 std::uint32_t g_initialisations;
-std::uint32_t g_start;  // counts starts and last stops, so that a call sees those in the middle of it; odd: started
-std::uint32_t g_uses;   // calls that run
-bool g_releaseWanted;   // when they have returned
+std::uint32_t g_start;  // counts first starts and last stops, so that a call notices them; odd: started
+std::uint32_t g_uses;   // running calls
+bool g_releaseWanted;   // once they have returned
 NeverDestroyed<HeapText> g_destinationName;
 wchar_t g_templateClass[256];
 wchar_t g_documentClass[256];
@@ -48,7 +48,7 @@ std::uint32_t startModule() noexcept {
         release();
         return code;
       }
-    g_releaseWanted = false;  // what a running call still needs is there
+    g_releaseWanted = false;  // a running call has kept everything loaded
     ++g_start;
   }
   ++g_initialisations;

@@ -1,6 +1,4 @@
-// What the module loads once for all jobs, and the destination that it offers.
-//
-// Threads: one; the state is not guarded.
+// What the module loads once for all jobs, and the destination that it offers. Not guarded: one thread.
 #pragma once
 
 #include <cstdint>
@@ -9,13 +7,13 @@
 
 namespace fendrel {
 
-// Counted start and stop. startModule: 0, 2, 7, or FENDREL_FAILED when MAPI cannot be bound; a failed first
-// start leaves nothing. The last stop ends the jobs that are left, then lets texts and MAPI go: at once, or when
-// the call has returned in the middle of which the host stops the module.
+// Counted start and stop. startModule: 0, 2, 7, or FENDREL_FAILED when MAPI cannot be bound; a failed first start
+// leaves nothing loaded. The last stop ends the remaining jobs, then releases texts and MAPI: at once, or after the
+// running call if the host stops the module during one.
 std::uint32_t startModule() noexcept;
 void stopModule() noexcept;
 
-// While one lives, a call runs that needs the module's texts and MAPI.
+// Held by a running call: keeps the module's texts and MAPI loaded.
 class ModuleUse {
  public:
   ModuleUse() noexcept;

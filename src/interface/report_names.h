@@ -1,4 +1,4 @@
-// The report name of each file of an export, by which the posted message is known.
+// The report name of each file of an export; it becomes the message's subject.
 #pragma once
 
 #include <string>
@@ -10,8 +10,8 @@ namespace fendrel {
 // The longest report name, in characters; longer ones are cut.
 inline constexpr std::size_t maxReportNameLength = 260;
 
-// From the name that the host gives, else from its file-name template, wildcards replaced: "untitled", ".txt". A
-// missing description (null) gives "untitled.txt".
+// From the host's name, else from its file-name template with wildcards replaced by "untitled" and ".txt". A null
+// description gives "untitled.txt".
 std::wstring reportName(const FendrelFileDescription* file);
 
 }  // namespace fendrel

@@ -1,4 +1,4 @@
-// The module's own wide exports, found by name: the ANSI set calls them through this table alone.
+// The module's own wide exports, found by name: the ANSI set calls them only through this table.
 #pragma once
 
 #include "fendrel/fendrel.h"
@@ -20,7 +20,7 @@ struct WideEntryPoints {
   decltype(&IsThreadSafeW) isThreadSafe;
   decltype(&InitPerThreadW) initPerThread;
   decltype(&UninitPerThreadW) uninitPerThread;
-  // All three or none. Without them options cross between host and wide functions as they are.
+  // All three or none. Without them options pass unconverted between host and wide functions.
   decltype(&NRVFreeDestinationOptionsA) freeAnsiOptions;
   decltype(&NRVDestinationOptionsA2W) optionsToWide;
   decltype(&NRVDestinationOptionsW2A) optionsToAnsi;
@@ -30,7 +30,7 @@ struct WideEntryPoints {
 
 const WideEntryPoints& wide() noexcept;
 
-// Looks the exports of `module` up in the order of the table. False when a required one is missing.
+// Looks up the exports of `module` in the table's order. False if a required one is missing.
 bool bindWideEntryPoints(HMODULE module) noexcept;
 
 }  // namespace fendrel

@@ -10,7 +10,7 @@ namespace {
 
 HeapText copyOf(const wchar_t* text) noexcept { return HeapText(text ? _wcsdup(text) : nullptr); }
 
-// "parent@name", or null when there is no memory.
+// "parent@name", or null without memory.
 HeapText joined(const wchar_t* parentLabel, const wchar_t* name) noexcept {
   const std::size_t count = std::wcslen(parentLabel) + 1 + std::wcslen(name) + 1;
   HeapText text(static_cast<wchar_t*>(std::malloc(count * sizeof(wchar_t))));

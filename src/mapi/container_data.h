@@ -1,4 +1,4 @@
-// A node that stands for a MAPI container.
+// A tree node that represents a MAPI container.
 #pragma once
 
 #include <cstddef>
@@ -11,11 +11,11 @@
 
 namespace fendrel {
 
-// Names, identifies and labels the container; what kind it is, and so how it opens, is the derived class's business.
+// Names, identifies and labels the container; the derived class knows its kind and how to open it.
 class CContainerData : public CNODE {
  public:
-  // Copies identifier and name; valid only when there is a name and it could be copied. The session is borrowed
-  // and outlives the node.
+  // Copies identifier and name; valid only if there is a name and it could be copied. The session is borrowed and
+  // outlives the node.
   CContainerData(IMAPISession* session, BinaryView entryId, const wchar_t* displayName, bool hasSubfolders) noexcept;
   ~CContainerData() override = default;
 
@@ -26,14 +26,14 @@ class CContainerData : public CNODE {
   // The container's folder, or null.
   virtual ComPtr<IMAPIFolder> OpenFolder() noexcept = 0;
 
-  // Opens `hierarchy` on the container's folder, when it may have children.
+  // Opens `hierarchy` on the container's folder, if it may have children.
   virtual void OpenHierarchyTable() noexcept = 0;
 
   // Adds a child for every usable row of `hierarchy`.
   virtual void ReadChildren() noexcept = 0;
 
-  // The display names from the store down to this container joined by '@'; set when the container is added to a
-  // parent, null for the root.
+  // The display names from the store to this container, joined by '@'; set when the container is added to a parent,
+  // null for the root.
   void setLabel(const CContainerData& parentContainer) noexcept;
 
   BinaryView entryIdBytes() const noexcept { return {entryId.get(), entryIdSize}; }
@@ -42,7 +42,7 @@ class CContainerData : public CNODE {
   std::unique_ptr<std::byte[], HeapFree> entryId;
   HeapText displayName;
   HeapText label;
-  DWORD hasSubfolders;  // as the row said; after expansion, whether there is any child
+  DWORD hasSubfolders;  // as the row says; after expansion, whether there is a child
   DWORD reserved = 0;
   CMAPITable hierarchy;
   IMAPISession* session;

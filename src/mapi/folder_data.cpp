@@ -13,14 +13,14 @@ namespace {
 enum { id, name, subfolders, contentCount };
 constexpr auto columns = propertyTags(PR_ENTRYID, PR_DISPLAY_NAME_A, PR_SUBFOLDERS, PR_CONTENT_COUNT);
 
-// The identifier of a row of folders: whatever binary property stands in its column.
+// The identifier in a row of folders: any binary property in its column.
 BinaryView binaryColumn(const SRow& row, ULONG column) noexcept {
   const auto values = columnsOf(row);
   if (column >= values.size() || PROP_TYPE(values[column].ulPropTag) != PT_BINARY) return {};
   return binaryOf(values[column]);
 }
 
-// A folder of which it is not told counts as having subfolders: expanding it shows what is true.
+// A folder whose row does not say is assumed to have subfolders: expanding it shows whether it does.
 bool mayHaveSubfolders(const SRow& row) noexcept {
   const SPropValue* const value = valueAt(row, subfolders, PR_SUBFOLDERS);
   return !value || value->Value.b;
@@ -107,8 +107,8 @@ void FOLDERDATA::readStores() noexcept {
   });
 }
 
-// A child finds its place by walking over the names before it. Handing the children over from the last name to
-// the first, equal names in the order of their rows, makes every one the new head at once.
+// AddChild searches for the place from the first sibling on. Adding the children from the last name to the first, equal
+// names in the order of their rows, makes each the new head without a search.
 template <class MakeNode>
 void FOLDERDATA::addChildrenFrom(CMAPITable& table, MakeNode makeNode) noexcept {
   if (!table.Prepare(columns.array())) return;
@@ -117,7 +117,7 @@ void FOLDERDATA::addChildrenFrom(CMAPITable& table, MakeNode makeNode) noexcept 
     while (const SRow* const row = table.NextRow())
       if (Node child = makeNode(*row)) children.push_back(std::move(child));
   } catch (const std::bad_alloc&) {
-    // The listing ends here, as with a table that fails.
+    // The listing ends here, as if the table had failed.
   }
   std::ranges::stable_sort(children, [](const Node& left, const Node& right) { return isNameLess(*right, *left); });
   for (Node& child : children) AddChildLabelled(std::move(child));

@@ -7,15 +7,14 @@
 
 namespace fendrel {
 
-// A message store or one of its folders. Children are read from MAPI when the node is expanded, once.
-//
-// Nothing here reports a failure: a store or table that does not open shows no children.
+// The profile, a message store or a folder. Children are read from MAPI once, when the node is first expanded.
+// Failures are not reported: a store or table that does not open shows no children.
 class FOLDERDATA : public CContainerData {
  public:
   FOLDERDATA(IMAPISession* session, BinaryView entryId, const wchar_t* displayName, bool hasSubfolders, bool isStore)
   noexcept;
 
-  // The root. Its children are the message stores of the session; their labels begin with their own names.
+  // The root. Its children are the message stores of the session, whose names begin the labels.
   FOLDERDATA(IMAPISession* session, const wchar_t* displayName) noexcept;
 
   ~FOLDERDATA() override = default;
@@ -28,7 +27,7 @@ class FOLDERDATA : public CContainerData {
   // Adds `child`, labels it and, unless it is a store, gives it this node's store.
   void AddChildLabelled(std::unique_ptr<FOLDERDATA> child) noexcept;
 
-  // Holds the store open: opened by a store node, shared by the folders below it.
+  // The open store: opened by a store node, shared by the folders below it.
   ComPtr<IMsgStore> store;
   DWORD isStore;
 
@@ -40,7 +39,7 @@ class FOLDERDATA : public CContainerData {
   void addChildrenFrom(CMAPITable& table, MakeNode makeNode) noexcept;
 };
 
-// Makes a node; a store node opens its store, and goes without it when that fails. Null when the node is not valid.
+// Makes a node; a store node opens its store, and has none if that fails. Null if the node is not valid.
 std::unique_ptr<FOLDERDATA> CreateFolderNode(IMAPISession* session, BinaryView entryId, const wchar_t* displayName,
                                              bool hasSubfolders, bool isStore) noexcept;
 

@@ -5,7 +5,7 @@ namespace fendrel {
 HRESULT openFolderEntry(IMsgStore* store, BinaryView entryId, LPCIID interfaceId, ULONG flags,
                         ComPtr<IMAPIFolder>& folder) noexcept {
   if (entryId.empty()) return MAPI_E_NOT_FOUND;  // it would open the store's root
-  // A call may leave the type alone; where it tells one it must be a folder, because the result is used as one.
+  // A call may not set the type; if it does, it must be a folder, because the result is used as one.
   ULONG objectType = MAPI_FOLDER;
   ComPtr<IUnknown> object;
   const HRESULT result =

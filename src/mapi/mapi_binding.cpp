@@ -7,7 +7,7 @@ namespace {
 
 MapiBinding g_mapi;
 
-// Stores the entry point `name` in `function`; false when the library lacks it.
+// Stores the entry point `name` in `function`; false if the library lacks it.
 template <class Function>
 bool resolve(const char* name, Function& function) noexcept {
   FARPROC proc = nullptr;

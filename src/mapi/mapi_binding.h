@@ -1,6 +1,5 @@
 // MAPI32.DLL, loaded at run time: the thirteen entry points that the plug-in binds, in one table.
-//
-// Threads: one; the table is process-wide and not guarded. Nothing here is called while it is unbound.
+// Threads: one; the table is process-wide and not guarded. Nothing calls it while it is unbound.
 #pragma once
 
 #include <windows.h>
@@ -35,21 +34,21 @@ const MapiBinding& mapi() noexcept;
 bool LoadMapiLibrary() noexcept;
 void UnloadMapiLibrary() noexcept;
 
-// Looks `name` up in the loaded library; true when it is there.
+// Looks `name` up in the loaded library; true if it exists.
 bool GetMapiProc(const char* name, FARPROC& proc) noexcept;
 
-// Resolves all entry points in order and stops at the first that is missing.
+// Resolves all entry points in order and stops at the first missing one.
 bool BindMapiFunctions() noexcept;
 void ClearMapiFunctions() noexcept;
 
-// Loads and binds; on failure nothing stays loaded or set.
+// Loads and binds; on failure nothing remains loaded or set.
 bool BindMapi() noexcept;
 void UnbindMapi() noexcept;
 bool IsMapiBound() noexcept;
 
 // Thin pass-throughs.
 HRESULT MapiLogon(ULONG_PTR uiParam, LPWSTR profileName, LPWSTR password, FLAGS flags, IMAPISession** session) noexcept;
-int MapiStart() noexcept;  // MAPIInitialize without a record: 0, or -1 when it fails
+int MapiStart() noexcept;  // MAPIInitialize without a record: 0, or -1 on failure
 int MapiStop() noexcept;   // MAPIUninitialize: 0
 
 }  // namespace fendrel

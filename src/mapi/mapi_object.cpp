@@ -5,7 +5,7 @@ namespace fendrel {
 const char* CMAPIObject::GetLastErrorText() noexcept {
   FreeLastError();
   if (SUCCEEDED(lastResult) || GetLastError() != S_OK || !lastError) return nullptr;
-  // The record was asked for in its 8-bit form.
+  // The record was requested in its 8-bit form.
   return reinterpret_cast<const char*>(lastError->lpszError);
 }
 

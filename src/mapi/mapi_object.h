@@ -9,12 +9,12 @@ class CMAPIObject {
  public:
   virtual ~CMAPIObject() = default;
 
-  // Fills lastError for lastResult; the MAPI result of that request.
+  // Fills lastError for lastResult; returns the MAPI result of that request.
   virtual HRESULT GetLastError() noexcept = 0;
 
   void FreeLastError() noexcept { lastError.reset(); }
 
-  // The provider's words for a negative lastResult, 8-bit, or null. Owned by the object until the next call.
+  // The provider's text for a negative lastResult, 8-bit, or null. Owned by the object until the next call.
   const char* GetLastErrorText() noexcept;
 
   HRESULT lastResult = 0;

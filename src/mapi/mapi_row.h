@@ -1,5 +1,5 @@
-// Reading values of a row or property array. A value that the provider could not give arrives with another tag,
-// so the tag is compared before the value is read.
+// Reads values of a row or property array. A value that the provider could not supply has another tag, so the tag is
+// compared before the value is read.
 #pragma once
 
 #include <cstddef>
@@ -26,18 +26,18 @@ constexpr auto propertyTags(Tags... tags) noexcept {
 
 using BinaryView = std::span<const std::byte>;
 
-// The columns of a row. One that counts columns and has no array has none.
+// The columns of a row; none without an array, whatever the count says.
 inline std::span<const SPropValue> columnsOf(const SRow& row) noexcept {
   return {row.lpProps, row.lpProps ? row.cValues : 0};
 }
 
-// The value at `column` when the row is that long and the value carries `tag`; else null.
+// The value at `column` if the row is that long and the value has `tag`; else null.
 inline const SPropValue* valueAt(const SRow& row, ULONG column, ULONG tag) noexcept {
   const auto columns = columnsOf(row);
   return column < columns.size() && columns[column].ulPropTag == tag ? &columns[column] : nullptr;
 }
 
-// 8-bit text; null also when its end does not lie in memory that can be read.
+// 8-bit text; null also if it does not end in readable memory.
 inline const char* readableTextOf(const SPropValue& value) noexcept {
   return isReadableText(value.Value.lpszA) ? value.Value.lpszA : nullptr;
 }
@@ -47,7 +47,7 @@ inline const char* textAt(const SRow& row, ULONG column, ULONG tag) noexcept {
   return value ? readableTextOf(*value) : nullptr;
 }
 
-// Counted bytes, which are copied by their count: none when that reaches past what can be read.
+// Counted bytes; none if the count reaches past readable memory, because they are copied by their count.
 inline BinaryView binaryOf(const void* bytes, ULONG size) noexcept {
   if (!bytes || readableBytes(bytes, size) < size) return {};
   return {static_cast<const std::byte*>(bytes), size};
@@ -63,10 +63,10 @@ inline BinaryView binaryAt(const SRow& row, ULONG column, ULONG tag) noexcept {
   return value ? binaryOf(*value) : BinaryView();
 }
 
-// Properties of an object, as columns in the order of the tags that they were read by.
+// Properties of an object, as columns in the order of the requested tags.
 class ObjectProperties {
  public:
-  // The result of GetProps; one that succeeds without values has failed all the same.
+  // The result of GetProps; success without values is a failure.
   HRESULT read(IMAPIProp* object, SPropTagArray* tags) noexcept {
     const HRESULT result = object->GetProps(tags, 0, &row_.cValues, receive(values_));
     row_.lpProps = values_.get();

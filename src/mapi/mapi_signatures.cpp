@@ -1,5 +1,6 @@
 // The published 64-bit interface has ULONG_PTR where the cross-compiler's headers have ULONG in some methods.
-// Here stands the signature of each method that the plug-in calls, so that a header that differs does not build.
+// This file asserts the signature of each method that the plug-in calls, so that it does not compile with other
+// headers.
 #include <windows.h>
 
 #include <mapix.h>
@@ -11,7 +12,7 @@ namespace {
 template <class Interface, class... Arguments>
 using Method = HRESULT (STDMETHODCALLTYPE Interface::*)(Arguments...);
 
-// Some headers declare that no method throws, which counts in its type.
+// Some headers declare methods noexcept, which is part of their type.
 template <class Declared>
 struct MayThrow {
   using Type = Declared;
@@ -41,7 +42,7 @@ static_assert(same<decltype(&IMAPITable::WaitForCompletion), Method<IMAPITable, 
 static_assert(same<decltype(&IMAPITable::SetColumns), Method<IMAPITable, LPSPropTagArray, ULONG>>);
 static_assert(same<decltype(&IMAPITable::QueryColumns), Method<IMAPITable, ULONG, LPSPropTagArray*>>);
 static_assert(same<decltype(&IMAPITable::GetRowCount), Method<IMAPITable, ULONG, ULONG*>>);
-// A bookmark is pointer-sized in the published interface; the three that are predefined fit both widths.
+// A bookmark is pointer-sized in the published interface; the three predefined ones fit both widths.
 static_assert(same<decltype(&IMAPITable::SeekRow), Method<IMAPITable, BOOKMARK, LONG, LONG*>>);
 static_assert(same<decltype(&IMAPITable::Restrict), Method<IMAPITable, LPSRestriction, ULONG>>);
 static_assert(same<decltype(&IMAPITable::SortTable), Method<IMAPITable, LPSSortOrderSet, ULONG>>);

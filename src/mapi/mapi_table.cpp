@@ -69,7 +69,7 @@ bool CMAPITable::QueryBatch() noexcept {
   if (!rows) return true;
   const std::size_t size = CbNewSRowSet(rows->cRows);
   if (readableBytes(rows.get(), size) == size) return true;
-  // It counts rows that are not there; which of them are, nobody can tell.
+  // It counts missing rows; which ones exist is unknown.
   MapiFree{}(rows.release());
   lastResult = MAPI_E_CALL_FAILED;
   return false;

@@ -1,14 +1,14 @@
-// One open MAPI table and the batch of rows last read from it.
+// One open MAPI table and its current batch of rows.
 #pragma once
 
 #include "mapi_object.h"
 
 namespace fendrel {
 
-// Every operation that calls MAPI keeps the call's result in lastResult; a true result means that it is not negative.
-// A call that answers MAPI_E_BUSY is waited for, once, and not issued again: when the wait succeeds the operation
-// counts as successful, although its out-value may be as it was. Without a table Prepare, QueryBatch, ClearRestriction
-// and GetLastError fail with MAPI_E_CALL_FAILED.
+// Every operation that calls MAPI stores the call's result in lastResult; true means that it is not negative. After
+// MAPI_E_BUSY the operation waits once and does not repeat the call: if the wait succeeds it returns success, although
+// its out-value may be unset. Without a table Prepare, QueryBatch, ClearRestriction and GetLastError fail with
+// MAPI_E_CALL_FAILED.
 class CMAPITable : public CMAPIObject {
  public:
   static constexpr LONG batchSize = 50;       // rows
@@ -17,14 +17,14 @@ class CMAPITable : public CMAPIObject {
   ~CMAPITable() override { Close(); }
   HRESULT GetLastError() noexcept override;
 
-  // Each closes first and is false for a null interface, leaving lastResult alone.
+  // Each closes the table first; false for a null interface, without changing lastResult.
   bool OpenHierarchyTable(IMAPIContainer* container) noexcept;
   bool OpenContentsTable(IMAPIContainer* folder) noexcept;
   bool OpenAssociatedContentsTable(IMAPIContainer* folder) noexcept;
   bool OpenMsgStoresTable(IMAPISession* session) noexcept;
   bool OpenStatusTable(IMAPISession* session) noexcept;  // also reads rowCount
 
-  // Chooses columns, restriction and sort order (either may be null) and stands before the first row.
+  // Sets columns, restriction and sort order (both may be null) and seeks to the first row.
   bool Prepare(const SPropTagArray& columns, const SRestriction* restriction = nullptr,
                const SSortOrderSet* sortOrder = nullptr) noexcept;
 
@@ -37,10 +37,10 @@ class CMAPITable : public CMAPIObject {
   bool Close() noexcept;
   bool ClearRestriction() noexcept;
 
-  // All columns that the table can give, or null.
+  // All columns that the table has, or null.
   MapiBuffer<SPropTagArray> QueryAllColumns() noexcept;
 
-  // Waits when lastResult is MAPI_E_BUSY; the wait's result becomes lastResult. `timeout` in milliseconds.
+  // Waits if lastResult is MAPI_E_BUSY; the wait's result becomes lastResult. `timeout` in milliseconds.
   void WaitIfBusy(ULONG timeout) noexcept;
 
   ComPtr<IMAPITable> table;

@@ -8,7 +8,7 @@ bool isNameLess(const CNODE& left, const CNODE& right) noexcept {
   return lstrcmpiW(left.GetName(), right.GetName()) < 0;
 }
 
-// One after the other: a folder may have tens of thousands of siblings.
+// Iterative: a folder may have tens of thousands of siblings.
 CNODE::~CNODE() {
   while (firstChild) {
     const std::unique_ptr<CNODE> child(firstChild);

@@ -13,30 +13,30 @@ class CNODE {
   CNODE(const CNODE&) = delete;
   CNODE& operator=(const CNODE&) = delete;
 
-  // The display name; null when it could not be copied.
+  // The display name; null if it could not be copied.
   virtual const wchar_t* GetName() const noexcept = 0;
 
-  // Reads the children unless they have been read; always true.
+  // Reads the children once; always true.
   virtual bool Expand() noexcept = 0;
 
   virtual bool HasChildren() const noexcept { return firstChild != nullptr; }
   virtual bool IsRoot() const noexcept { return parent == nullptr; }
   virtual bool CanSelect() const noexcept { return true; }
 
-  // Takes `child` over and puts it before the first child whose name is not less than its own: names ascend without
-  // regard to case, and of equal names the one added later stands first.
+  // Takes ownership of `child` and inserts it before the first child whose name is not less: names ascend ignoring
+  // case, and of equal names the later one comes first.
   virtual void AddChild(CNODE* child) noexcept;
 
-  DWORD valid = 0;  // 1 when the name could be copied
+  DWORD valid = 0;  // 1 if the name could be copied
   DWORD depth = 0;  // 0 for the root
   CNODE* firstChild = nullptr;
   CNODE* nextSibling = nullptr;
   CNODE* parent = nullptr;
   DWORD expanded = 0;     // 1 once the children have been read
-  UINT_PTR viewItem = 0;  // the view's handle of the node; not used here
+  UINT_PTR viewItem = 0;  // for the view: its handle of the node
 };
 
-// The order of names: the user's, without regard to case.
+// The user's order of names, ignoring case.
 bool isNameLess(const CNODE& left, const CNODE& right) noexcept;
 
 }  // namespace fendrel

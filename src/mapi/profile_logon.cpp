@@ -33,7 +33,7 @@ HRESULT readIdentity(IMAPISession* session, BinaryView entryId, SenderIdentity& 
   enum { displayName, searchKey };
   static constexpr auto tags = propertyTags(PR_DISPLAY_NAME_A, PR_SEARCH_KEY);
   ObjectProperties user;
-  // Without an interface asked for, an entry is opened as what it is: a mail user, which is a property object.
+  // Without a requested interface the entry opens as its own type: a mail user, which is an IMAPIProp.
   if (result = user.read(static_cast<IMAPIProp*>(object.Get()), tags.argument()); FAILED(result)) return result;
   const SRow& properties = user.row();
 
@@ -55,7 +55,7 @@ HRESULT readIdentity(IMAPISession* session, BinaryView entryId, SenderIdentity& 
 
 HRESULT openSession(const wchar_t* profileName, const wchar_t* password, bool silent,
                     ComPtr<IMAPISession>& session) noexcept {
-  // The handle is passed through 32 bits, as every window handle fits them.
+  // Every window handle fits into 32 bits.
   const auto window = static_cast<ULONG>(reinterpret_cast<ULONG_PTR>(GetActiveWindow()));
   const HRESULT result = MapiLogon(window, const_cast<wchar_t*>(profileName), const_cast<wchar_t*>(password),
                                    logonFlags(silent), session.ReleaseAndGetAddressOf());

@@ -1,4 +1,4 @@
-// Where an export goes: what a user chose, or what a host kept of that choice.
+// The destination of an export: chosen by the user, or kept by the host.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@ namespace fendrel {
 struct Destination {
   std::optional<std::wstring> profileName;
   std::optional<std::wstring> profilePassword;
-  std::optional<std::wstring> folderPath;  // display names joined by '@', message store first
+  std::optional<std::wstring> folderPath;  // display names joined by '@', from the message store on
   std::uint16_t type = 0;                  // see postingRules(); 0 before it is known
 };
 

@@ -7,8 +7,8 @@
 namespace fendrel {
 namespace {
 
-// A block whose packed size counts to 0 modulo 65,536 is told from an unpacked record by its first string, which
-// stands right after the header: that offset is not an address.
+// A block whose packed size is 0 modulo 65,536 differs from an unpacked record by its first string, directly after the
+// header: that offset is not an address.
 template <class Options>
 bool holdsOffsets(const Options& options) noexcept {
   for (const std::uint64_t field : {options.profileNameOffset, options.profilePasswordOffset, options.folderPathOffset})

@@ -1,5 +1,5 @@
 // The destination options record: its check, its freeing and the working copy that readers use.
-// The layout stands in fendrel/fendrel.h.
+// The layout is in fendrel/fendrel.h.
 #pragma once
 
 #include <cstdint>
@@ -9,8 +9,8 @@
 
 namespace fendrel {
 
-// False for a null record or a version below 2. Otherwise true, and the record's version is now 1: the caller
-// keeps the version found before and writes it back.
+// False for a null record or a version below 2. Otherwise true, and the record's version is now 1: the caller saves the
+// version before and restores it.
 template <class Options>
 bool CheckOptionsVersion(Options* options) noexcept {
   if (!options || options->version < FENDREL_OPTIONS_VERSION) return false;
@@ -18,7 +18,7 @@ bool CheckOptionsVersion(Options* options) noexcept {
   return true;
 }
 
-// Frees a record and, when it is unpacked, its strings. Null is allowed.
+// Frees a record and, if unpacked, its strings. Null is allowed.
 void freeOptions(DestinationOptions* options) noexcept;
 void freeOptions(DestinationOptionsA* options) noexcept;
 

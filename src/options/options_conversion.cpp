@@ -16,9 +16,9 @@ namespace {
 std::size_t lengthOf(const wchar_t* text) noexcept { return text ? std::wcslen(text) + 1 : 0; }
 std::size_t lengthOf(const char* text) noexcept { return text ? std::strlen(text) + 1 : 0; }
 
-// Per-field conversions: `length` characters of `source` with the terminator go into a field of 2 * `length` bytes,
-// which is allocated first when `allocate` is set. 0 or 2. What does not convert is left as the conversion
-// wrote it, but always ends inside the field.
+// Per-field conversions: copy `length` characters of `source`, terminator included, into a field of 2 * `length` bytes,
+// allocated if `allocate` is set. 0 or 2. Text that does not convert is left as the conversion wrote it, but always
+// terminated inside the field.
 std::uint32_t ConvertWideField(const wchar_t* source, std::size_t length, char*& field, bool allocate) noexcept {
   if (!source) {
     field = nullptr;
@@ -74,8 +74,8 @@ std::uint32_t convertUnpacked(const OptionsCopy<From>& from, To*& result) noexce
   return FENDREL_SUCCESS;
 }
 
-// The ANSI strings are as many bytes apart as their wide sources have characters, so that a long double-byte string is
-// overwritten by the next one (docs/compatibility.md).
+// The distance of the ANSI strings in bytes is the length of their wide sources in characters, so the next string
+// overwrites the end of a long double-byte string (docs/compatibility.md).
 template <class From, class To>
 std::uint32_t convertPacked(const OptionsCopy<From>& from, To*& result) noexcept {
   using Character = typename OptionsCopy<To>::Character;
@@ -109,7 +109,7 @@ std::uint32_t convert(From* options, To*& result, std::uint16_t* size) noexcept 
   const std::uint16_t version = options->version;
   if (!CheckOptionsVersion(options)) return FENDREL_INVALID_ARGUMENT;
 
-  if (size && options->packedSize == 0) *size = 0;  // stands also when memory runs out on the way
+  if (size && options->packedSize == 0) *size = 0;  // stays set if memory runs out later
   OptionsCopy<From> from;
   std::uint32_t code = from.take(*options);
   if (code == FENDREL_SUCCESS) code = from.isPacked() ? convertPacked(from, result) : convertUnpacked(from, result);

@@ -10,7 +10,7 @@
 namespace fendrel {
 namespace {
 
-// The part of a packed record that may be read. The shortest record states less than its header takes.
+// The readable part of a packed record. The stated size of the shortest record is less than its header.
 template <class Options>
 std::span<const std::byte> readableBlock(const Options& options) noexcept {
   const auto* const start = reinterpret_cast<const std::byte*>(&options);

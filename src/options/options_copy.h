@@ -1,4 +1,4 @@
-// A private working copy of an options record, packed or not, wide or ANSI, with its strings found.
+// A private working copy of an options record, packed or not, wide or ANSI, with its strings located.
 #pragma once
 
 #include <cstddef>
@@ -21,18 +21,18 @@ struct OptionsCharacter<DestinationOptionsA> {
   using Type = char;
 };
 
-// What a packed record's copy covers: the strings as they lie in the caller's block, each up to its terminator,
-// because the stated packed size is shorter than the block. Bytes past the stated size, and the strings of an unpacked
-// record, are read only where the system says that they can be.
+// The copy of a packed record includes each string up to its terminator in the caller's block, because the stated
+// packed size is less than the block. Bytes past the stated size, and the strings of an unpacked record, are read only
+// from memory that the system reports as readable.
 template <class Options>
 class OptionsCopy {
  public:
   using Character = typename OptionsCharacter<Options>::Type;
 
-  // Copies `options`, whose version has been checked. 0, 2, or 5 when its strings do not end in readable memory.
+  // Copies `options`, whose version has been checked. 0, 2, or 5 if its strings do not end in readable memory.
   std::uint32_t take(const Options& options) noexcept;
 
-  // Valid after a successful take. The strings are null when absent; those of an unpacked record are the caller's.
+  // Valid after a successful take. Absent strings are null; those of an unpacked record belong to the caller.
   const Options& header() const noexcept { return *reinterpret_cast<const Options*>(block_.get()); }
   bool isPacked() const noexcept { return header().packedSize != 0; }
   const Character* profileName() const noexcept { return profileName_; }

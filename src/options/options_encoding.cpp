@@ -16,7 +16,7 @@ std::size_t bytesOf(const std::optional<std::wstring>& text) noexcept {
 
 wchar_t* heapCopy(const std::wstring& text) noexcept { return _wcsdup(text.c_str()); }
 
-// Writes `text` at the end of the block and moves the end; the offset, or 0 when there is no text.
+// Appends `text` to the block and moves the end; returns the offset, or 0 without text.
 std::uint64_t append(DestinationOptions* block, std::size_t& end, const std::optional<std::wstring>& text) noexcept {
   if (!text) return 0;
   const std::size_t offset = end;
@@ -34,7 +34,7 @@ std::uint32_t encodeDestination(const Destination& destination, EncodedOptions& 
                                 bytesOf(destination.profilePassword) + bytesOf(destination.folderPath);
   size = static_cast<std::uint16_t>(blockSize - packedSizeShortfall);  // modulo 65,536
 
-  // The new block is allocated while the old one still lives, so that a host never sees the same address twice.
+  // The new block is allocated before the old one is freed, so that a host never gets the same address twice.
   EncodedOptions block(static_cast<DestinationOptions*>(std::calloc(1, blockSize)));
   encoded.reset();
   if (!block) return FENDREL_OUT_OF_MEMORY;

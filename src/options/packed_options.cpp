@@ -12,7 +12,7 @@ std::uint32_t offsetAt(std::span<const std::byte> block, std::size_t field) noex
   return offset;
 }
 
-// The offset after the terminator of the string at `start`; nothing when the block ends first.
+// The offset after the terminator of the string at `start`; nothing if the block ends first.
 std::optional<std::size_t> endOfString(std::span<const std::byte> block, std::size_t start,
                                        std::size_t unitSize) noexcept {
   for (std::size_t unit = start; unit + unitSize <= block.size(); unit += unitSize) {

@@ -1,4 +1,4 @@
-// The kinds of posting, and all in which they differ: a new kind is a line of the enum and of the switch.
+// The kinds of posting and all their differences: a new kind is a line of the enum and of the switch.
 #pragma once
 
 #include <cstdint>
@@ -16,11 +16,11 @@ enum class PostingKind : std::uint16_t {
 
 struct PostingRules {
   bool isKnown;
-  bool intoCommonViews;  // of the default store; else into the folder of the path
-  bool templateMode;     // where no options were supplied
+  bool intoCommonViews;  // of the default store; else the folder of the path
+  bool templateMode;     // if no options were supplied
 };
 
-// The rules of a value from a host's record. An unknown one posts by path: a silent set-up lets it pass, an interactive
+// The rules for a value from a host's record. An unknown one posts by path: a silent set-up accepts it, an interactive
 // one refuses it.
 constexpr PostingRules postingRules(std::uint16_t type) noexcept {
   switch (static_cast<PostingKind>(type)) {

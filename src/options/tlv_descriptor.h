@@ -13,8 +13,8 @@ namespace fendrel {
 // The root of the stream classes.
 class TalmorObject {};
 
-// A stream of tagged items. Every operation answers 0 or a code of file_codes.h: 264 at the end of the stream, 268 for
-// an item that is malformed or cut, 267 for memory that cannot be had. Here the operations are not supported (257).
+// A stream of tagged items. Every operation returns 0 or a code of file_codes.h: 264 at the end of the stream, 268 for
+// a malformed or truncated item, 267 without memory. This base class supports no operation (257).
 class TLVDescriptor : public TalmorObject {
  public:
   TLVDescriptor() = default;
@@ -29,7 +29,7 @@ class TLVDescriptor : public TalmorObject {
   // The address of the next item's value inside the stream's own memory; steps past the item.
   virtual FileCode GetValuePointer(std::uint16_t& tag, std::uint16_t& length, std::byte*& value) noexcept;
 
-  // The next item's value in a new block; an empty value leaves `block` as it was.
+  // The next item's value in a new block; an empty value does not change `block`.
   virtual FileCode ReadItem(std::uint16_t& tag, std::uint16_t& length, MemoryBlock& block) noexcept;
 
   virtual FileCode WriteItem(std::uint16_t tag, std::uint16_t length, const void* data) noexcept;
@@ -37,7 +37,7 @@ class TLVDescriptor : public TalmorObject {
   // Writes `length` bytes of the block; 267 for a block that is empty or shorter.
   virtual FileCode WriteItemFromHandle(std::uint16_t tag, std::uint16_t length, const MemoryBlock& block) noexcept;
 
-  // Stands before the next item with that tag; the first error ends the search.
+  // Seeks to the next item with that tag; the first error ends the search.
   virtual FileCode FindTag(std::uint16_t tag) noexcept;
 
   // The next item's header; the stream does not move.

@@ -8,7 +8,7 @@
 
 namespace fendrel {
 
-// Owns its file handle. After a failed ReadItem it stands before the item that failed.
+// Owns its file handle. A failed ReadItem leaves the position before the item.
 class TLVFile : public TLVDescriptor {
  public:
   explicit TLVFile(HANDLE handle) noexcept : handle_(handle) {}
@@ -20,7 +20,7 @@ class TLVFile : public TLVDescriptor {
   FileCode ReadItem(std::uint16_t& tag, std::uint16_t& length, MemoryBlock& block) noexcept override;
   FileCode WriteItem(std::uint16_t tag, std::uint16_t length, const void* data) noexcept override;
 
-  // The position is after the header when that is malformed, else as before.
+  // A malformed header leaves the position after it; otherwise the position does not change.
   FileCode PeekItem(std::uint16_t& tag, std::uint16_t& length) noexcept override;
   FileCode SkipItem() noexcept override;
 
@@ -35,14 +35,14 @@ class TLVFile : public TLVDescriptor {
   HANDLE handle_;
 };
 
-// Opens a stream on an existing file, or makes one on a new file; `access` and `share` as of FileOpen. The code of FileOpen
-// or FileCreate, or 267.
+// Open a stream on an existing or a new file; `access` and `share` as for FileOpen. The code of FileOpen or FileCreate,
+// or 267.
 FileCode OpenTLVFile(const wchar_t* path, std::uint16_t access, std::uint16_t share,
                      std::unique_ptr<TLVFile>& stream) noexcept;
 FileCode CreateTLVFile(const wchar_t* path, std::uint16_t access, std::uint16_t share,
                        std::unique_ptr<TLVFile>& stream) noexcept;
 
-// Closes and frees the stream; the result of the closing.
+// Frees the stream; returns the result of Close.
 FileCode DestroyTLVFile(std::unique_ptr<TLVFile>& stream) noexcept;
 
 }  // namespace fendrel

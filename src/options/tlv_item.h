@@ -1,6 +1,6 @@
 // Items of a tagged stream as bytes. Portable: no system header.
 //
-// Item layout (little-endian, nothing between items; a stream has no header and no end mark):
+// Item layout (little-endian, no padding; a stream has no header and no end marker):
 //   offset  size
 //        0     2  tag       never 0
 //        2     2  length    of the value in bytes, at most 65,520
@@ -27,11 +27,11 @@ struct TlvHeader {
 TlvHeader readTlvHeader(std::span<const std::byte, tlvHeaderSize> bytes) noexcept;
 std::array<std::byte, tlvHeaderSize> tlvHeaderBytes(TlvHeader header) noexcept;
 
-// What stands at one place of a stream.
+// What is at a position of a stream.
 enum class TlvFinding {
   item,
   end,        // nothing more
-  cutHeader,  // fewer bytes than a header has
+  cutHeader,  // fewer bytes than a header
   noTag,
   lengthTooLarge,
   cutValue,  // the stream ends inside the value
@@ -40,7 +40,7 @@ enum class TlvFinding {
 struct TlvItem {
   TlvFinding finding = TlvFinding::end;
   TlvHeader header;                  // not for end and cutHeader
-  std::span<const std::byte> value;  // for an item; for cutValue what there is of it
+  std::span<const std::byte> value;  // for an item; for cutValue the bytes that exist
 };
 
 // Looks at the item that starts at `offset` of `stream`, which may lie past its end.

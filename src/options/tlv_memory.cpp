@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::uint32_t firstBlockSize = 256;
 constexpr std::uint32_t growthMargin = 256;
-constexpr std::uint32_t largestBlockSize = 65535;  // as far as the position reaches
+constexpr std::uint32_t largestBlockSize = 65535;  // the largest position
 
 FileCode makeStream(MemoryBlock& block, TLVMemory::Purpose purpose, std::unique_ptr<TLVMemory>& stream) noexcept {
   stream.reset(new (std::nothrow) TLVMemory(block, purpose));
@@ -54,7 +54,7 @@ FileCode TLVMemory::FindTag(std::uint16_t tag) noexcept {
     if (found == tag) return fileSuccess;
     const std::uint16_t before = position_;
     if (const FileCode code = SkipItem()) return code;
-    // In a block beyond the position's reach the walk comes round, and would do so for ever.
+    // In a larger block the position wraps, and the search would never end.
     if (position_ <= before) return fileEnd;
   }
 }
@@ -69,7 +69,7 @@ FileCode TLVMemory::GetValuePointer(std::uint16_t& tag, std::uint16_t& length, s
 FileCode TLVMemory::ReadItem(std::uint16_t& tag, std::uint16_t& length, MemoryBlock& block) noexcept {
   std::byte* value = nullptr;
   if (const FileCode code = GetValuePointer(tag, length, value)) return code;
-  // The caller may read into the very block that the stream reads; the value is copied before that goes.
+  // `block` may be the stream's own block, so the value is copied before that is freed.
   MemoryBlock copy;
   if (!BlockAlloc(copy, length)) return fileOutOfMemory;
   std::memcpy(copy.get(), value, length);
@@ -77,7 +77,7 @@ FileCode TLVMemory::ReadItem(std::uint16_t& tag, std::uint16_t& length, MemoryBl
   return fileSuccess;
 }
 
-// Leaves a margin after the item, as far as the largest block has room for one.
+// Leaves a margin after the item, up to the largest block.
 bool TLVMemory::makeRoom(std::uint16_t length) noexcept {
   const std::uint32_t need = position_ + itemSize(length);
   if (need <= BlockSize(block_)) return true;
@@ -86,7 +86,7 @@ bool TLVMemory::makeRoom(std::uint16_t length) noexcept {
 
 FileCode TLVMemory::WriteItem(std::uint16_t tag, std::uint16_t length, const void* data) noexcept {
   if (closed_ || (length != 0 && !data)) return fileOutOfMemory;
-  // Data in the stream's own block moves with it.
+  // Data in the stream's own block moves with the block.
   const auto* const start = static_cast<const std::byte*>(data);
   const bool isOwn =
       std::greater_equal<>()(start, block_.get()) && std::less<>()(start, block_.get() + BlockSize(block_));
@@ -94,7 +94,7 @@ FileCode TLVMemory::WriteItem(std::uint16_t tag, std::uint16_t length, const voi
   if (!makeRoom(length)) return fileOutOfMemory;
   std::byte* const item = block_.get() + position_;
   const auto header = tlvHeaderBytes({.tag = tag, .length = length});
-  // The value first: the header may fall on it.
+  // The value first: the header may overwrite its source.
   if (length != 0) std::memmove(item + tlvHeaderSize, isOwn ? block_.get() + offset : start, length);
   std::memcpy(item, header.data(), header.size());
   position_ = static_cast<std::uint16_t>(position_ + itemSize(length));

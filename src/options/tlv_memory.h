@@ -7,15 +7,15 @@
 
 namespace fendrel {
 
-// Works on the caller's block, which outlives the stream. The position counts modulo 65,536; a stream of which more is
-// in use cannot be written, and of a larger block only what the position reaches is read.
+// Works on the caller's block, which outlives the stream. The position is modulo 65,536: items past that cannot be
+// written, and only the part of a larger block that the position reaches is read.
 class TLVMemory : public TLVDescriptor {
  public:
   enum class Purpose : std::uint16_t { reading = 0, writing = 1 };
 
   TLVMemory(MemoryBlock& block, Purpose purpose) noexcept : block_(block), purpose_(purpose) {}
 
-  // A writer leaves the block exactly as long as the items.
+  // A writer shrinks the block to its items.
   ~TLVMemory() override;
 
   bool IsMemory() const noexcept override { return true; }
@@ -36,13 +36,13 @@ class TLVMemory : public TLVDescriptor {
  private:
   bool makeRoom(std::uint16_t length) noexcept;
 
-  MemoryBlock& block_;  // the data's address is always taken from it
+  MemoryBlock& block_;  // always read for the data's address, which may change
   bool closed_ = false;
   std::uint16_t position_ = 0;  // after the items written or read
   Purpose purpose_;
 };
 
-// Makes a stream that writes a new block of at first 256 bytes. 0 or 267.
+// Makes a stream that writes a new block, at first of 256 bytes. 0 or 267.
 FileCode CreateTLVMemory(MemoryBlock& block, std::unique_ptr<TLVMemory>& stream) noexcept;
 
 // Makes a stream that reads `block`. 0 or 267.

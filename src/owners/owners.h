@@ -8,7 +8,7 @@
 
 namespace fendrel {
 
-// Each row has a property array, allocated one by one.
+// Each row has its own property array, allocated separately.
 template <class FreeBlock>
 struct RowSetFree {
   void operator()(SRowSet* rows) const noexcept {
@@ -19,7 +19,7 @@ struct RowSetFree {
   }
 };
 
-// Turns an owner into a C out-parameter: empties it, and takes what was written at the end of the expression.
+// Turns an owner into a C out-parameter: empties it, and takes the written value at the end of the expression.
 template <class Owner>
 class Receiver {
  public:

@@ -7,7 +7,7 @@
 namespace fendrel::charset {
 namespace {
 
-// `length` without a last byte that is only the first half of a character.
+// `length` without a trailing lead byte.
 int wholeCharacters(const char* text, int length) noexcept {
   int position = 0;
   while (position < length) {

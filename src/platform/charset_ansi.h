@@ -1,4 +1,4 @@
-// What the wrappers of the character-set layer share on their ANSI path. Not for use outside it.
+// Shared by the wrappers of the character-set layer on their ANSI path. Not for use outside it.
 #pragma once
 
 #include <windows.h>
@@ -9,8 +9,8 @@
 
 namespace fendrel::charset {
 
-// An ANSI argument made of a wide one. Null stays null; with `Integers`, so does an integer resource id or atom.
-// When the text cannot be converted, isOk is false and the last error 8.
+// An ANSI argument made from a wide one. Null stays null; with `Integers`, an integer resource id or atom stays itself.
+// If the text cannot be converted, isOk is false and the last error is 8.
 class AnsiArgument {
  public:
   enum class Integers { convertedAsText, kept };
@@ -27,28 +27,27 @@ class AnsiArgument {
   bool ok_ = true;
 };
 
-// A name that may be an integer resource id or an atom in the place of an address.
+// A name that may be an integer resource id or an atom instead of an address.
 inline AnsiArgument ansiName(const wchar_t* name) noexcept { return AnsiArgument(name, AnsiArgument::Integers::kept); }
 
-// Makes a list of texts, each with its terminator and a further one at the end. Null stays null; null on failure.
+// Converts a list of terminated texts with an extra terminator at the end. Null stays null; null on failure.
 HeapAnsiText ansiList(const wchar_t* list) noexcept;
 
-// A zero-filled buffer for an ANSI result of at most `size` bytes, with one byte more. Null, with last error 8, when
-// there is no memory.
+// A zero-filled buffer for an ANSI result, of `size` + 1 bytes. Null, with last error 8, without memory.
 HeapAnsiText ansiBuffer(std::size_t size) noexcept;
 
-// An ANSI result on its way back: converted first, so that nothing of the caller's is touched when that fails.
+// Converts an ANSI result back before anything of the caller's is written, in case the conversion fails.
 class WideResult {
  public:
-  // Converts `length` bytes, zero bytes among them, without the first half of a character at their end. When they
-  // cannot be converted, isOk is false and the last error 8.
+  // Converts `length` bytes, including zero bytes, without a trailing lead byte. If they cannot be converted, isOk is
+  // false and the last error is 8.
   WideResult(const char* text, int length) noexcept;
-  explicit WideResult(const char* text) noexcept;  // up to its terminator; a null text is an empty one
+  explicit WideResult(const char* text) noexcept;  // up to its terminator; null counts as empty
 
   bool isOk() const noexcept { return ok_; }
   int length() const noexcept { return length_; }  // characters
 
-  // Copies into the caller's buffer of `size` characters, ended by a zero; what does not fit is cut. The characters
+  // Copies into the caller's buffer of `size` characters, terminated, truncated if necessary. Returns the characters
   // copied, without the terminator.
   int copyTo(wchar_t* buffer, int size) const noexcept;
 
@@ -58,7 +57,7 @@ class WideResult {
   bool ok_ = true;
 };
 
-// Converts and copies in one. -1, with the buffer as it was, when the result cannot be converted.
+// Converts and copies. -1, with the buffer unchanged, if the result cannot be converted.
 int copyBack(const char* text, int length, wchar_t* buffer, int size) noexcept;
 int copyBack(const char* text, wchar_t* buffer, int size) noexcept;
 

@@ -36,7 +36,7 @@ DWORD getTempPath(DWORD size, wchar_t* buffer) noexcept {
   const DWORD needed = GetTempPathA(0, nullptr);
   const HeapAnsiText ansi = ansiBuffer(needed);
   if (needed == 0 || !ansi || GetTempPathA(needed, ansi.get()) == 0) return 0;
-  // As the wide function: what does not fit is not cut, the room that it needs is told.
+  // Like the wide function: text that does not fit is not truncated; the required size is returned.
   const int characters = MultiByteToWideChar(CP_ACP, 0, ansi.get(), -1, nullptr, 0);
   if (static_cast<DWORD>(characters) > size) return static_cast<DWORD>(characters);
   return static_cast<DWORD>(std::max(copyBack(ansi.get(), buffer, static_cast<int>(size)), 0));
@@ -49,7 +49,7 @@ UINT getTempFileName(const wchar_t* directory, const wchar_t* prefix, UINT uniqu
   if (!ansiDirectory.isOk() || !ansiPrefix.isOk()) return 0;
   const UINT number = GetTempFileNameA(ansiDirectory.get(), ansiPrefix.get(), unique, name);
   if (number == 0 || copyBack(name, buffer, MAX_PATH) > 0) return number;
-  if (unique == 0) DeleteFileA(name);  // the system has made it, and nobody will know its name
+  if (unique == 0) DeleteFileA(name);  // the system has created it, but the caller does not get its name
   SetLastError(ERROR_NOT_ENOUGH_MEMORY);
   return 0;
 }
@@ -64,7 +64,7 @@ DWORD getModuleFileName(HMODULE module, wchar_t* buffer, DWORD size) noexcept {
   if (!name.isOk()) return 0;
   const int copied = name.copyTo(buffer, static_cast<int>(size));
   if (copied == name.length()) return static_cast<DWORD>(copied);
-  SetLastError(ERROR_INSUFFICIENT_BUFFER);  // the name is cut
+  SetLastError(ERROR_INSUFFICIENT_BUFFER);  // the name is truncated
   return size;
 }
 

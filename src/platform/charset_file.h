@@ -11,7 +11,7 @@
 
 namespace fendrel {
 
-// What createFile throws on the ANSI path when the name cannot be converted or takes more than 520 bytes.
+// createFile throws this on the ANSI path if the name cannot be converted or takes more than 520 bytes.
 inline constexpr int unconvertibleFileName = 1184;
 
 namespace charset {

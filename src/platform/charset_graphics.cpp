@@ -10,7 +10,7 @@
 namespace fendrel::charset {
 namespace {
 
-// A name in a field of fixed size, with its terminator. False when it does not convert or does not fit.
+// Converts a name into a field of fixed size, with its terminator. False if it does not convert or fit.
 template <std::size_t size>
 bool toField(const wchar_t* text, char (&field)[size]) noexcept {
   const AnsiArgument ansi(text);
@@ -19,12 +19,12 @@ bool toField(const wchar_t* text, char (&field)[size]) noexcept {
   return true;
 }
 
-// The fields before the face name are those of both forms.
+// The fields before the face name are the same in both forms.
 static_assert(offsetof(LOGFONTA, lfFaceName) == offsetof(LOGFONTW, lfFaceName));
 constexpr std::size_t logFontNumbers = offsetof(LOGFONTW, lfFaceName);
 
-// The device's settings after its names, as many bytes as the record says that it has: those of an older system end
-// early. The driver's own bytes that may follow are not passed on.
+// Copies the device's settings after its names, up to the record's size, which is smaller on older systems. The
+// driver's own bytes after them are not passed on.
 bool toAnsi(const DEVMODEW& given, DEVMODEA& ansi) noexcept {
   if (given.dmSize < offsetof(DEVMODEW, dmFields)) return false;
   const bool hasForm = given.dmSize >= offsetof(DEVMODEW, dmLogPixels);

@@ -32,7 +32,7 @@ UINT GetLocaleCodePage(LCID locale) noexcept {
   if (charset::getLocaleInfo(locale, LOCALE_IDEFAULTANSICODEPAGE, digits, static_cast<int>(std::size(digits))) == 0)
     return 0;
   const auto codePage = static_cast<UINT>(std::wcstoul(digits, nullptr, 10));
-  // 0 stands for the system's code page, 1 for the OEM one.
+  // 0 means the system's code page, 1 the OEM one.
   if (codePage <= 1 || IsValidCodePage(codePage)) return codePage;
   return 0;
 }

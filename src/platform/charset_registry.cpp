@@ -9,7 +9,7 @@ namespace {
 
 bool isText(DWORD type) noexcept { return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ; }
 
-// Hands out what was read as the wide function would: sizes in bytes of wide text.
+// Returns text like the wide function, with sizes in bytes of wide text.
 LSTATUS handOutText(const char* text, DWORD bytes, BYTE* data, DWORD* size) noexcept {
   const int characters = bytes == 0 ? 0 : MultiByteToWideChar(CP_ACP, 0, text, static_cast<int>(bytes), nullptr, 0);
   if (bytes != 0 && characters == 0) return ERROR_NOT_ENOUGH_MEMORY;
@@ -17,7 +17,7 @@ LSTATUS handOutText(const char* text, DWORD bytes, BYTE* data, DWORD* size) noex
   *size = static_cast<DWORD>(characters) * static_cast<DWORD>(sizeof(wchar_t));
   if (!data) return ERROR_SUCCESS;
   if (room < *size) return ERROR_MORE_DATA;
-  // The caller's block need not lie on an even address.
+  // The caller's block may have an odd address.
   const HeapText wide(static_cast<wchar_t*>(std::malloc(*size + sizeof(wchar_t))));
   if (!wide) return ERROR_NOT_ENOUGH_MEMORY;
   if (bytes != 0) MultiByteToWideChar(CP_ACP, 0, text, static_cast<int>(bytes), wide.get(), characters);
@@ -51,7 +51,7 @@ LSTATUS regSetValueEx(HKEY key, const wchar_t* name, DWORD reserved, DWORD type,
   const AnsiArgument ansiName(name);
   if (!ansiName.isOk()) return ERROR_NOT_ENOUGH_MEMORY;
   if (!isText(type) || !data) return RegSetValueExA(key, ansiName.get(), reserved, type, data, size);
-  // Of as many characters as the caller counts, terminators and lists among them.
+  // All characters that the caller counts, including terminators and lists.
   const int characters = static_cast<int>(size / sizeof(wchar_t));
   const HeapText wide(static_cast<wchar_t*>(std::malloc(size + sizeof(wchar_t))));
   const HeapAnsiText ansi = ansiBuffer(size);

@@ -8,8 +8,8 @@
 namespace fendrel::charset {
 namespace {
 
-// The ANSI form of a buffer that the dialog reads and writes: twice the bytes, as characters may take two. False
-// when its text cannot be converted.
+// The ANSI form of a buffer that the dialog reads and writes, with two bytes per character. False if its text cannot be
+// converted.
 bool ansiCopy(const wchar_t* buffer, DWORD size, HeapAnsiText& ansi) noexcept {
   if (!buffer || size == 0) return true;
   ansi = ansiBuffer(2 * static_cast<std::size_t>(size));
@@ -21,7 +21,7 @@ bool ansiCopy(const wchar_t* buffer, DWORD size, HeapAnsiText& ansi) noexcept {
   return false;
 }
 
-// The length of a custom filter, a description and the user's last pattern, each terminated; 0 when it does not end
+// The length of a custom filter: a description and the user's last pattern, each terminated. 0 if it does not end
 // within its buffer.
 DWORD customFilterLength(const wchar_t* filter, DWORD size) noexcept {
   const std::size_t description = wcsnlen(filter, size) + 1;
@@ -30,7 +30,7 @@ DWORD customFilterLength(const wchar_t* filter, DWORD size) noexcept {
   return length <= size ? static_cast<DWORD>(length) : 0;
 }
 
-// Characters of the first `bytes` bytes, by which positions in an ANSI path become positions in the wide one.
+// The number of characters in the first `bytes` bytes: converts a position in the ANSI path to one in the wide path.
 WORD widePosition(const char* path, WORD bytes) noexcept {
   return bytes == 0 ? 0 : static_cast<WORD>(MultiByteToWideChar(CP_ACP, 0, path, bytes, nullptr, 0));
 }
@@ -40,7 +40,7 @@ WORD widePosition(const char* path, WORD bytes) noexcept {
 BOOL shellExecuteEx(SHELLEXECUTEINFOW* info) noexcept {
   if (!g_bUseAnsi) return ShellExecuteExW(info);
   if (!info) return FALSE;
-  // Members that the mask does not name may hold anything.
+  // Members that the mask does not select may be uninitialised.
   const bool namesFile = (info->fMask & SEE_MASK_IDLIST) == 0;
   const bool namesClass = (info->fMask & SEE_MASK_CLASSKEY) == SEE_MASK_CLASSNAME;
   const AnsiArgument verb(info->lpVerb), file(namesFile ? info->lpFile : nullptr), parameters(info->lpParameters),

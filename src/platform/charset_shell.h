@@ -10,12 +10,11 @@
 
 namespace fendrel::charset {
 
-// The results stand in hInstApp and hProcess, as after the wide function. Texts that the mask does not name are not
-// read.
+// Sets hInstApp and hProcess like the wide function. Texts that the mask does not select are not read.
 BOOL shellExecuteEx(SHELLEXECUTEINFOW* info) noexcept;
 
-// The chosen path, its title and the filter's own pattern come back in the caller's buffers; a path that does not
-// fit lpstrFile gives FALSE. A custom filter without its two ends is refused.
+// The chosen path, its title and the custom filter's pattern are returned in the caller's buffers; a path that does not
+// fit lpstrFile gives FALSE. A custom filter without both terminators is refused.
 BOOL getSaveFileName(OPENFILENAMEW* dialog) noexcept;
 
 }  // namespace fendrel::charset

@@ -8,7 +8,7 @@
 namespace fendrel::charset {
 namespace {
 
-// A profile function's answer: one text, or a list of texts whose buffer ends with two zeros.
+// A profile function's result: one text, or a list of texts that ends with two zeros.
 template <class Read>
 DWORD profileText(bool isList, wchar_t* buffer, DWORD size, Read read) noexcept {
   const DWORD terminators = isList ? 2 : 1;
@@ -17,7 +17,7 @@ DWORD profileText(bool isList, wchar_t* buffer, DWORD size, Read read) noexcept 
     if (size != 0) buffer[0] = 0;
     return 0;
   }
-  const DWORD ansiSize = 2 * size;  // as many characters of two bytes as fit the caller's buffer
+  const DWORD ansiSize = 2 * size;  // as many double-byte characters as fit the caller's buffer
   const HeapAnsiText ansi = ansiBuffer(ansiSize);
   if (!ansi) return 0;
   const DWORD bytes = read(ansi.get(), ansiSize);
@@ -38,7 +38,7 @@ wchar_t* charUpper(wchar_t* text) noexcept {
   AnsiArgument ansi(text);
   if (!ansi.isOk()) return nullptr;
   CharUpperA(ansi.writable());
-  // Upper-casing changes no lengths.
+  // Upper-casing does not change the length.
   return copyBack(ansi.get(), text, static_cast<int>(std::wcslen(text)) + 1) < 0 ? nullptr : text;
 }
 
@@ -86,9 +86,9 @@ ATOM globalFindAtom(const wchar_t* name) noexcept {
 
 int getLocaleInfo(LCID locale, LCTYPE type, wchar_t* buffer, int size) noexcept {
   if (!g_bUseAnsi) return GetLocaleInfoW(locale, type, buffer, size);
-  if (type & LOCALE_RETURN_NUMBER)  // no text; the size is told in bytes there, in characters here
+  if (type & LOCALE_RETURN_NUMBER)  // not text; that size is in bytes, this one in characters
     return GetLocaleInfoA(locale, type, reinterpret_cast<char*>(buffer), 2 * size) / 2;
-  // Without this flag the answer comes in the locale's own code page.
+  // Without this flag the result is in the locale's own code page.
   type |= LOCALE_USE_CP_ACP;
   const int bytes = GetLocaleInfoA(locale, type, nullptr, 0);
   if (bytes <= 0) return 0;

@@ -22,7 +22,7 @@ LRESULT receiveWindowText(HWND window, WPARAM size, LPARAM buffer) noexcept {
   return std::max(copyBack(ansi.get(), reinterpret_cast<wchar_t*>(buffer), static_cast<int>(size)), 0);
 }
 
-// The caller's buffer holds the whole entry: a list box is not told a size.
+// The caller's buffer fits the whole entry: the message has no size.
 LRESULT receiveListText(HWND window, WPARAM index, LPARAM buffer) noexcept {
   const LRESULT length = SendMessageA(window, LB_GETTEXTLEN, index, 0);
   if (length == LB_ERR) return LB_ERR;
@@ -88,7 +88,7 @@ BOOL setWindowText(HWND window, const wchar_t* text) noexcept {
 int getWindowText(HWND window, wchar_t* buffer, int size) noexcept {
   if (!g_bUseAnsi) return GetWindowTextW(window, buffer, size);
   if (size <= 0) return 0;
-  // Room for as many characters of two bytes as fit the caller's buffer.
+  // Room for as many double-byte characters as fit the caller's buffer.
   const HeapAnsiText ansi = ansiBuffer(2 * static_cast<std::size_t>(size));
   if (!ansi) return 0;
   GetWindowTextA(window, ansi.get(), 2 * size);

@@ -14,11 +14,11 @@ inline constexpr FileCode fileNotFound = 260;      // also: could not be opened
 inline constexpr FileCode fileAccessDenied = 261;  // also: a read or write failed
 inline constexpr FileCode fileTooManyOpen = 262;
 inline constexpr FileCode fileInvalidHandle = 263;  // also: no direct access to a value in a file
-inline constexpr FileCode fileEnd = 264;            // also: less was read than asked for
+inline constexpr FileCode fileEnd = 264;            // also: fewer bytes read than requested
 inline constexpr FileCode fileSeekFailed = 265;
-inline constexpr FileCode fileDiskFull = 266;  // also: less was written than asked for
+inline constexpr FileCode fileDiskFull = 266;  // also: fewer bytes written than requested
 inline constexpr FileCode fileOutOfMemory = 267;
-inline constexpr FileCode fileMalformed = 268;  // an item of a tagged stream that cannot be
+inline constexpr FileCode fileMalformed = 268;  // an invalid item of a tagged stream
 inline constexpr FileCode fileNoMore = 269;     // the search has no further file
 
 }  // namespace fendrel

@@ -33,7 +33,7 @@ DWORD systemShare(std::uint16_t share) noexcept {
   return 0;
 }
 
-// A name that has no form for the system is one that cannot be opened.
+// A name that does not convert for the system cannot be opened.
 HANDLE openHandle(const wchar_t* path, std::uint16_t access, std::uint16_t share, DWORD disposition,
                   DWORD flags) noexcept {
   try {
@@ -44,7 +44,7 @@ HANDLE openHandle(const wchar_t* path, std::uint16_t access, std::uint16_t share
   }
 }
 
-// What a 16-bit count makes of a call's outcome.
+// The outcome of a call as a 16-bit count.
 constexpr std::uint16_t failedCount = 0xFFFF;
 
 FileCode writeWhole(HANDLE handle, const void* bytes, std::uint16_t count) noexcept {
@@ -72,7 +72,7 @@ FileCode FileCreate(const wchar_t* path, std::uint16_t access, std::uint16_t sha
   const FileCode code = MapLastError();
   if (handle == INVALID_HANDLE_VALUE) return code == fileSuccess ? fileOtherFailure : code;
   if (code == fileSuccess) return code;
-  CloseHandle(handle);  // the file was there before
+  CloseHandle(handle);  // the file existed before
   handle = INVALID_HANDLE_VALUE;
   return code;
 }
@@ -87,7 +87,7 @@ FileCode FileRead(HANDLE handle, std::uint16_t count, std::uint16_t& done, void*
 FileCode FileWrite(HANDLE handle, std::uint16_t count, std::uint16_t& done, const void* buffer) noexcept {
   DWORD bytes = 0;
   BOOL written = TRUE;
-  if (count == 0)  // as the file calls of old systems: writing nothing ends the file here
+  if (count == 0)  // like the file calls of old systems: writing 0 bytes truncates the file here
     written = SetEndOfFile(handle);
   else
     written = WriteFile(handle, buffer, count, &bytes, nullptr);

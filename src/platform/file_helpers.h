@@ -1,6 +1,5 @@
-// Files with one error convention: every function answers a code of file_codes.h.
-//
-// Counts are 16-bit, at most 65,534 bytes a call: 65,535 stands for a failed call and is answered as one.
+// Files with one error convention: every function returns a code of file_codes.h.
+// Counts are 16-bit, at most 65,534 bytes per call: 65,535 means a failed call and is treated as one.
 #pragma once
 
 #include <windows.h>
@@ -25,10 +24,10 @@ FileCode MapLastError() noexcept;
 // Opens an existing file. Every failure is 260.
 FileCode FileOpen(const wchar_t* path, std::uint16_t access, std::uint16_t share, HANDLE& handle) noexcept;
 
-// Makes a new file. A file that was there is emptied and closed, and the result is 259.
+// Makes a new file. An existing file is emptied and closed, and the result is 259.
 FileCode FileCreate(const wchar_t* path, std::uint16_t access, std::uint16_t share, HANDLE& handle) noexcept;
 
-// `done` receives the bytes read or written; fewer than asked are 264 (read) or 266 (write).
+// `done` receives the bytes read or written; fewer than requested give 264 (read) or 266 (write).
 FileCode FileRead(HANDLE handle, std::uint16_t count, std::uint16_t& done, void* buffer) noexcept;
 FileCode FileWrite(HANDLE handle, std::uint16_t count, std::uint16_t& done, const void* buffer) noexcept;
 
@@ -44,8 +43,8 @@ FileCode FileDelete(const wchar_t* path) noexcept;
 FileCode FileMove(const wchar_t* from, const wchar_t* to) noexcept;  // the wide function on every system
 bool FileExists(const wchar_t* path) noexcept;
 
-// A name for a temporary report in a new block: that of a new empty file, which stays, with the extension
-// replaced by ".rpt". 0 or 267.
+// A name for a temporary report in a new block: that of a new empty file, which is kept, with the extension replaced by
+// ".rpt". 0 or 267.
 FileCode MakeTempReportName(HeapText& result) noexcept;
 
 }  // namespace fendrel

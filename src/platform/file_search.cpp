@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t longestDirectory = 260;
 
-// The next non-empty folder of the list from `position` on, which moves after it; empty at the end.
+// The next non-empty folder of the list at `position`, which moves past it; empty at the end.
 std::wstring nextDirectory(const std::wstring& list, std::size_t& position) {
   const std::size_t start = list.find_first_not_of(L';', position);
   if (start == list.npos) {

@@ -33,7 +33,7 @@ class FileSearch {
   State state_ = State::start;
   std::wstring pattern_;
   std::wstring directories_;  // separated by semicolons
-  std::size_t position_ = 0;  // where the next folder is looked for
+  std::size_t position_ = 0;  // of the next folder
   std::wstring directory_;
   HANDLE find_ = INVALID_HANDLE_VALUE;
   WIN32_FIND_DATAW found_{};
@@ -43,13 +43,13 @@ class FileSearch {
 FileCode FileFindOpen(const wchar_t* pattern, const wchar_t* directoryList,
                       std::unique_ptr<FileSearch>& search) noexcept;
 
-// The next match's name without its folder in a new block. 0, 267, or 269 when there are no more. Folders of 261
-// characters or more are passed over.
+// The next match's name without its folder in a new block. 0, 267, or 269 if there are no more. Folders of 261
+// characters or more are skipped.
 FileCode FileFindNext(FileSearch* search, HeapText& name) noexcept;
 
 void FileFindClose(std::unique_ptr<FileSearch>& search) noexcept;
 
-// Loads the library `name` from the first folder of the list where that works, without a message box; or null.
+// Loads the library `name` from the first folder of the list where that succeeds, without a message box; else null.
 HMODULE LoadLibraryFromPathList(const wchar_t* name, const wchar_t* directoryList) noexcept;
 
 }  // namespace fendrel

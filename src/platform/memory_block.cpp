@@ -9,14 +9,14 @@ namespace {
 
 constexpr std::size_t countSize = sizeof(std::uint32_t);
 
-// Counted in 64 bits: nothing wraps.
+// In 64 bits, so that nothing wraps.
 constexpr std::uint64_t allocationSize(std::uint32_t size) noexcept {
   return (std::uint64_t{size} + countSize + 1) & ~std::uint64_t{1};
 }
 
 std::byte* allocationOf(std::byte* data) noexcept { return data - countSize; }
 
-// The data of an allocation whose count is stored.
+// Stores the size in the allocation; returns the address of the data.
 std::byte* storeCount(void* allocation, std::uint32_t size) noexcept {
   std::memcpy(allocation, &size, countSize);
   return static_cast<std::byte*>(allocation) + countSize;
@@ -38,7 +38,7 @@ bool BlockRealloc(MemoryBlock& block, std::uint32_t size) noexcept {
   const std::uint32_t oldSize = BlockSize(block);
   void* const allocation = std::realloc(allocationOf(block.get()), static_cast<std::size_t>(allocationSize(size)));
   if (!allocation) return false;
-  block.release();  // its bytes are the new allocation's now
+  block.release();  // now part of the new allocation
   block.reset(storeCount(allocation, size));
   if (size > oldSize) std::memset(block.get() + oldSize, 0, size - oldSize);
   return true;

@@ -1,6 +1,5 @@
 // A sized, movable block of bytes. Portable: no system header.
-//
-// The data is preceded by its size in 32 bits; the allocation is size + 4 bytes, rounded up to an even number.
+// A 32-bit size precedes the data; the allocation is size + 4 bytes, rounded up to an even number.
 #pragma once
 
 #include <cstddef>
@@ -16,10 +15,10 @@ struct BlockDelete {
 // Points to the data; null is the empty block.
 using MemoryBlock = std::unique_ptr<std::byte[], BlockDelete>;
 
-// Replaces `block` by a zero-filled one. False, and an empty block, when there is no memory.
+// Replaces `block` by a zero-filled one. False, and an empty block, without memory.
 bool BlockAlloc(MemoryBlock& block, std::uint32_t size) noexcept;
 
-// Resizes and possibly moves the block, zero-filling what is new. False, and the block as it was, when there is no memory.
+// Resizes and possibly moves the block, zero-filling new bytes. False, and the block unchanged, without memory.
 bool BlockRealloc(MemoryBlock& block, std::uint32_t size) noexcept;
 
 void BlockFree(MemoryBlock& block) noexcept;

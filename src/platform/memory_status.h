@@ -1,14 +1,14 @@
-// What the system says about memory.
+// The system's memory figures.
 #pragma once
 
 #include <cstddef>
 
 namespace fendrel {
 
-// Compacts the process heap; the largest free block of it, in bytes.
+// Compacts the process heap; returns its largest free block in bytes.
 std::size_t CompactHeap() noexcept;
 
-// Physical memory that is free, in bytes.
+// Free physical memory in bytes.
 std::size_t AvailablePhysicalMemory() noexcept;
 
 }  // namespace fendrel

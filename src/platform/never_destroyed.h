@@ -6,8 +6,8 @@
 
 namespace fendrel {
 
-// Holds an object from its construction on and never destroys it: when the process ends, other threads may have been
-// stopped while they held the heap, and MAPI may be gone before us.
+// Holds an object and never destroys it: when the process ends, other threads may have been stopped while they held the
+// heap, and MAPI may be unloaded already.
 template <class Object>
 class NeverDestroyed {
  public:

@@ -1,4 +1,4 @@
-// Splits file names the way the C runtime does. Portable: any character type, no system header.
+// Splits file names like the C runtime. Portable: any character type, no system header.
 #pragma once
 
 #include <string>
@@ -10,9 +10,9 @@ namespace fendrel {
 template <class Char>
 struct PathParts {
   std::basic_string_view<Char> drive;      // "C:" or empty
-  std::basic_string_view<Char> directory;  // up to and with the last slash or backslash
+  std::basic_string_view<Char> directory;  // up to and including the last slash or backslash
   std::basic_string_view<Char> name;
-  std::basic_string_view<Char> extension;  // from the last dot on, with it
+  std::basic_string_view<Char> extension;  // from the last dot on, including it
 };
 
 template <class Char>
@@ -36,7 +36,7 @@ constexpr PathParts<Char> splitPath(std::basic_string_view<Char> path) {
 
 inline PathParts<wchar_t> splitPath(const std::wstring& path) { return splitPath(std::wstring_view(path)); }
 
-// The text after the last dot of `name`, empty when there is none.
+// The text after the last dot of `name`, empty without a dot.
 template <class Char>
 constexpr std::basic_string_view<Char> extensionOf(std::basic_string_view<Char> name) {
   const auto dot = name.rfind(Char('.'));

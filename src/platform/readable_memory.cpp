@@ -14,14 +14,14 @@ bool isReadable(const MEMORY_BASIC_INFORMATION& pages) noexcept {
   return pages.State == MEM_COMMIT && (pages.Protect & readable) != 0 && (pages.Protect & PAGE_GUARD) == 0;
 }
 
-// The end of the committed, readable pages of one kind that `address` lies in; null when it does not lie in such pages.
+// The end of the region of committed, readable pages that contains `address`; null if there is none.
 const std::byte* endOfRegion(const std::byte* address) noexcept {
   MEMORY_BASIC_INFORMATION pages;
   if (VirtualQuery(address, &pages, sizeof pages) != sizeof pages || !isReadable(pages)) return nullptr;
   return static_cast<const std::byte*>(pages.BaseAddress) + pages.RegionSize;
 }
 
-// Goes from region to region. A character may lie across a border, because a host's text may have an odd address.
+// Walks from region to region. A character may cross a boundary, because a host's text may have an odd address.
 template <class Character>
 bool endsReadable(const Character* text) noexcept {
   const auto* next = reinterpret_cast<const std::byte*>(text);

@@ -39,7 +39,7 @@ std::wstring userLanguageCode() {
   return code;
 }
 
-// The library when it loads, exports GetResDllVersion and has the right version; else null.
+// The library, if it loads, exports GetResDllVersion and has the right version; else null.
 HMODULE loadCandidate(const std::wstring& path) noexcept {
   const UINT errorMode = SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
   HMODULE library = charset::loadLibrary(path.c_str());

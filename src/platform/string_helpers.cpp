@@ -27,7 +27,7 @@ int AnsiToWideNew(const char* text, HeapText& result) noexcept {
 }
 
 bool ByteBufferAssign(ByteBuffer& buffer, std::uint32_t size, const void* data) noexcept {
-  // The new bytes may lie in the old ones.
+  // The new bytes may be part of the old ones.
   std::unique_ptr<std::byte[], HeapFree> copy;
   if (size != 0 && data) copy.reset(static_cast<std::byte*>(std::malloc(size)));
   if (copy) std::memcpy(copy.get(), data, size);

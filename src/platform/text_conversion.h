@@ -34,7 +34,8 @@ int WideToAnsiInto(const wchar_t* text, char* buffer, int size, UINT codePage = 
 // Converts at most `maxChars` characters into a new zero-filled buffer of `maxChars` + 1 bytes.
 int WideToAnsiPrefixAlloc(const wchar_t* text, int maxChars, HeapAnsiText& result, UINT codePage = CP_ACP) noexcept;
 
-// `text` from the system's ANSI code page; nothing when it is null or cannot be converted. Throws std::bad_alloc.
+// Converts `text` from the system's ANSI code page; nothing if it is null or cannot be converted. Throws
+// std::bad_alloc.
 std::optional<std::wstring> wideFromAnsi(const char* text);
 
 }  // namespace fendrel

@@ -1,11 +1,11 @@
-// The hourglass over a long operation.
+// The hourglass during a long operation.
 #pragma once
 
 #include <windows.h>
 
 namespace fendrel {
 
-// Shows the system's wait cursor while it lives and then puts back the cursor that was current before.
+// Shows the system's wait cursor during its lifetime, then restores the previous cursor.
 class WaitCursor {
  public:
   WaitCursor() noexcept : before_(SetCursor(standard())) {}
@@ -14,7 +14,7 @@ class WaitCursor {
   WaitCursor& operator=(const WaitCursor&) = delete;
 
  private:
-  // Loaded once: the system's own cursors are shared and stay, and each loading asks Windows for the user's settings.
+  // Loaded once: system cursors are shared and permanent, and each load reads the user's settings.
   static HCURSOR standard() noexcept {
     static const HCURSOR cursor = LoadCursor(nullptr, IDC_WAIT);
     return cursor;

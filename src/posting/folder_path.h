@@ -1,4 +1,4 @@
-// Walks a folder path: display names joined by '@', message store first. Portable: no system header.
+// Walks a folder path: display names joined by '@', from the message store on. Portable: no system header.
 #pragma once
 
 #include <cstddef>
@@ -9,11 +9,11 @@ namespace fendrel {
 // The longest component that can name a folder, in characters.
 inline constexpr std::size_t maxComponentLength = 79;
 
-// The part of a path that is still to be matched, and how the names of one level match it.
+// The part of a path that is not yet matched, and how the names of one level match it.
 //
-// A name that equals the text up to the next '@' matches exactly. Mail systems also name mailboxes by their
-// address, so a name may hold an '@' itself: it matches when the rest of the path begins with it, followed by '@' or
-// the end. An exact match goes before those; of those the longest wins.
+// A name that equals the text up to the next '@' matches exactly. Mail systems also name mailboxes by their address, so
+// a name may contain '@': it matches if the rest of the path begins with it, followed by '@' or the end. An exact match
+// takes precedence, then the longest match.
 template <class Char>
 class FolderPath {
  public:
@@ -28,18 +28,18 @@ class FolderPath {
   // The text up to the next separator.
   View component() const noexcept { return rest_.substr(0, rest_.find(separator)); }
 
-  // A component that is too long names nothing; it is not cut, which could name another folder.
+  // A component that is too long matches nothing: truncated it could name another folder.
   bool matchesExactly(View name) const noexcept {
     return component().size() <= maxComponentLength && name == component();
   }
 
-  // True for a name with an '@' that the rest of the path begins with.
+  // True for a name containing '@' with which the rest of the path begins.
   bool matchesAddress(View name) const noexcept {
     return name.find(separator) != View::npos && rest_.starts_with(name) &&
            (rest_.size() == name.size() || rest_[name.size()] == separator);
   }
 
-  // Steps after a matched name of `length` characters.
+  // Steps past a matched name of `length` characters.
   void advance(std::size_t length) noexcept {
     atEnd_ = rest_.size() == length;
     rest_.remove_prefix(atEnd_ ? length : length + 1);

@@ -14,8 +14,8 @@ namespace {
 
 constexpr std::size_t classCapacity = 255;  // characters
 
-// The message class of the files, which grows with each file's extension in document mode: the second
-// file's class carries the first one's extension too. Readers of the folders know it that way.
+// The message class of the files. In document mode each file's extension is appended, so the second file's class also
+// contains the first one's extension; readers of the folders expect that.
 class MessageClass {
  public:
   explicit MessageClass(const wchar_t* initial) noexcept { append(initial); }
@@ -38,7 +38,7 @@ HRESULT openTargetFolder(const PostingJob& job, TargetFolder& target) {
                           target);
 }
 
-// Posts one file after the other and remembers how the last one went.
+// Posts the files in order and keeps the last one's result.
 class PostingLoop {
  public:
   PostingLoop(const PostingJob& job, IMAPIFolder* folder)

@@ -1,4 +1,4 @@
-// Posts every exported file of one call as a message with the file as its attachment.
+// Posts every file of one export call as a message with the file as its attachment.
 #pragma once
 
 #include <windows.h>
@@ -16,7 +16,7 @@
 
 namespace fendrel {
 
-// What the naming step answers for one file; any other value, of a dialog that could not be shown, posts too.
+// The naming step's result for one file; any other value, from a dialog that could not be shown, posts too.
 enum class Naming : std::intptr_t { post = 1, skip = 2, abort = 3 };
 
 // Asks for the display name, comment and body of a file. Used in template mode only.
@@ -27,7 +27,7 @@ class NamingStep {
                             ReportTexts& texts) = 0;
 };
 
-// What the loop needs of an export job; everything is borrowed for the call.
+// The fields of an export job that the loop uses, borrowed for the call.
 struct PostingJob {
   IMAPISession* session;
   bool optionsSupplied;  // set up silently
@@ -36,15 +36,15 @@ struct PostingJob {
   const SenderIdentity& sender;
   const wchar_t* templateClass;
   const wchar_t* documentClass;
-  NamingStep& naming;    // asked in template mode alone
-  ErrorText& errorText;  // receives the words of a failure
+  NamingStep& naming;    // used in template mode only
+  ErrorText& errorText;  // receives the text of a failure
 };
 
-// Template mode posts hidden messages under names that are asked for; document mode posts ordinary ones.
+// Template mode posts hidden messages under names that the user enters; document mode posts ordinary ones.
 bool isTemplateMode(const PostingJob& job) noexcept;
 
-// The result of the last file posted, in the host's codes: a failed file does not stop the ones after it.
-// A folder that does not open posts nothing.
+// Returns the host's code of the last file: a failed file does not stop later ones. If the folder does not open,
+// nothing is posted.
 std::uint32_t postReportFiles(const PostingJob& job, std::span<const wchar_t* const> filePaths);
 
 }  // namespace fendrel

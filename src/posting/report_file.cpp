@@ -7,7 +7,7 @@
 namespace fendrel {
 namespace {
 
-constexpr DWORD bufferSize = 32768;  // of which one read uses only the first part
+constexpr DWORD bufferSize = 32768;  // a read uses only the first part
 constexpr DWORD readSize = 4096;
 
 struct HandleClose {
@@ -21,14 +21,14 @@ FileHandle openForReading(const wchar_t* path) noexcept {
     const HANDLE handle = charset::createFile(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                               FILE_ATTRIBUTE_NORMAL, nullptr);
     return FileHandle(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
-  } catch (int) {  // the name has no form that the system takes
+  } catch (int) {  // the name does not convert for the system
     return nullptr;
   }
 }
 
 HRESULT lastErrorResult() noexcept {
   const DWORD error = ::GetLastError();
-  if (error == 0) return MAPI_E_CALL_FAILED;  // a failure never passes for the end of the file
+  if (error == 0) return MAPI_E_CALL_FAILED;  // a failure must not look like the end of the file
   return static_cast<LONG>(error) > 0 ? static_cast<HRESULT>(0x80070000 | (error & 0xFFFF))
                                       : static_cast<HRESULT>(error);
 }
@@ -38,7 +38,7 @@ HRESULT copyBytes(HANDLE file, BYTE* buffer, IStream* stream) noexcept {
     DWORD count = 0;
     if (!ReadFile(file, buffer, readSize, &count, nullptr)) return lastErrorResult();
     if (count != 0) {
-      ULONG written = count;  // of a stream that does not tell, all
+      ULONG written = count;  // all, if the stream does not say
       if (const HRESULT result = stream->Write(buffer, count, &written); FAILED(result)) return result;
       if (written < count) return MAPI_E_CALL_FAILED;
     }
@@ -54,7 +54,7 @@ HRESULT copyFile(const wchar_t* path, BYTE* buffer, IAttach* attachment) noexcep
   if (!object) return MAPI_E_CALL_FAILED;
   const FileHandle file = openForReading(path);
   if (!file) return MAPI_E_CALL_FAILED;
-  // The interface asked for is the one that comes back.
+  // The object has the requested interface.
   return copyBytes(file.get(), buffer, static_cast<IStream*>(object.Get()));
 }
 

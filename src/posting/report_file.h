@@ -5,9 +5,9 @@
 
 namespace fendrel {
 
-// Streams the file's bytes into the attachment's data and saves the attachment (its answer to that is not looked at).
-// MAPI_E_INVALID_PARAMETER without attachment, path or copy buffer, MAPI_E_CALL_FAILED for a file that does not
-// open, or the code of the call that failed.
+// Streams the file's bytes into the attachment's data and saves the attachment (the result of the save is ignored).
+// MAPI_E_INVALID_PARAMETER without attachment, path or copy buffer, MAPI_E_CALL_FAILED for a file that does not open,
+// or the code of the failed call.
 HRESULT copyFileIntoAttachment(const wchar_t* path, IAttach* attachment) noexcept;
 
 }  // namespace fendrel

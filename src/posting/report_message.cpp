@@ -10,7 +10,7 @@
 namespace fendrel {
 namespace {
 
-// A property array under construction, in one block of MAPI's memory; it points to text and bytes of others.
+// A property array under construction, in one MAPI block; text and bytes are borrowed.
 class PropertyList {
  public:
   HRESULT allocate(ULONG capacity) noexcept {
@@ -33,7 +33,7 @@ class PropertyList {
     if (text) add(tag, text->c_str());
   }
 
-  // MAPI_E_CALL_FAILED when there were more than the capacity: a message that lacks one is not sent.
+  // MAPI_E_CALL_FAILED above the capacity: a message must not lack a property.
   HRESULT setOn(IMAPIProp* object) noexcept {
     if (count_ > capacity_) return MAPI_E_CALL_FAILED;
     MapiBuffer<SPropProblemArray> problems;
@@ -50,7 +50,7 @@ class PropertyList {
   }
 
   MapiBuffer<SPropValue> values_;
-  SPropValue spare_{};  // takes what does not fit
+  SPropValue spare_{};  // receives values above the capacity
   ULONG capacity_ = 0, count_ = 0;
 };
 
@@ -88,8 +88,8 @@ HRESULT setMessageProperties(IMessage* message, const Report& report) noexcept {
   return properties.setOn(message);
 }
 
-// The report name with its file name cut to eight characters, as old mail clients show it; the
-// extension stays whole. At most 260 characters.
+// The report name with its file name truncated to eight characters, for old mail clients; the extension stays. At most
+// 260 characters.
 void makeShortName(const wchar_t* reportName, wchar_t (&shortName)[261]) noexcept {
   const PathParts<wchar_t> parts = splitPath(std::wstring_view(reportName));
   std::size_t length = 0;

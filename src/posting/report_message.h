@@ -1,4 +1,4 @@
-// The message that carries one report, and its properties in the order in which they are set.
+// The message of one report, and its properties in the order in which they are set.
 #pragma once
 
 #include <optional>
@@ -9,26 +9,26 @@
 
 namespace fendrel {
 
-// What the naming step gave for one file; each may be missing.
+// The naming step's texts for one file; each may be missing.
 struct ReportTexts {
   std::optional<std::wstring> displayName;
   std::optional<std::wstring> comment;
   std::optional<std::wstring> body;
 };
 
-// One report to be posted; everything is borrowed.
+// One report to post; everything is borrowed.
 struct Report {
   const wchar_t* filePath;   // the bytes to attach
-  const wchar_t* name;       // report name, becomes the subject
+  const wchar_t* name;       // becomes the subject
   const wchar_t* extension;  // of the name, without the dot
   wchar_t* messageClass;     // upper-cased in place when the message is made
   const SenderIdentity& sender;
   const ReportTexts& texts;
 };
 
-// Creates a message in `folder` and saves it with its attachment, the file's bytes. A message that could not be
-// completed is let go unsaved. MAPI_E_INVALID_PARAMETER without folder, path, name or class; else the first failure.
-// The result of saving the message is ignored: the answer is that of the copy, which hosts rely on.
+// Creates a message in `folder` and saves it with the file as its attachment. An incomplete message is released
+// unsaved. MAPI_E_INVALID_PARAMETER without folder, path, name or class; else the first failure. The result of saving
+// the message is ignored, as hosts rely on: the copy's result is returned.
 HRESULT postReport(IMAPIFolder* folder, bool associated, const Report& report) noexcept;
 
 }  // namespace fendrel

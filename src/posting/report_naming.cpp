@@ -15,19 +15,19 @@ namespace {
 
 // Tags of a report file.
 constexpr std::uint16_t commentTag = 4121;
-constexpr std::uint16_t bodyTag = 4122;  // nothing after it is read
+constexpr std::uint16_t bodyTag = 4122;  // the last one read
 
-// Compares 8-bit text as if it were wide, two bytes a character and no further than its terminator: of names in plain
-// letters, only those of one letter are found (docs/compatibility.md).
+// Compares 8-bit text as if it were wide, two bytes per character, up to its terminator: among names in plain letters,
+// only those of one letter match (docs/compatibility.md).
 bool equalsAsWide(const char* text, const wchar_t* name) noexcept {
   const std::size_t count = (std::strlen(text) + 1) / sizeof(wchar_t);
   const HeapText wide(static_cast<wchar_t*>(std::calloc(count + 1, sizeof(wchar_t))));
-  if (!wide) return false;  // as a table that cannot be read
+  if (!wide) return false;  // like a table that cannot be read
   std::memcpy(wide.get(), text, count * sizeof(wchar_t));
   return _wcsicmp(wide.get(), name) == 0;
 }
 
-// The text that `make` makes; none when there is no memory for it, so that the report is posted all the same.
+// The text from `make`; none without memory, so that the report is still posted.
 template <class Make>
 std::optional<std::wstring> textOrNone(Make make) noexcept {
   try {

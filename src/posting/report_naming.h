@@ -1,4 +1,4 @@
-// Asks the user under which name each report is posted, and takes its comment and body from the report itself.
+// Asks the user for each report's name, and reads its comment and body from the report file.
 #pragma once
 
 #include <windows.h>
@@ -11,8 +11,8 @@ class ReportNaming : public NamingStep {
  public:
   explicit ReportNaming(HWND parentWindow) noexcept : parentWindow_(parentWindow) {}
 
-  // Asks until the name is one that no other hidden message of `folder` carries. A dialog that cannot be shown posts
-  // the file without texts.
+  // Asks until no other hidden message of `folder` has the name. If the dialog cannot be shown, the file is posted
+  // without texts.
   Naming nameReport(const std::wstring& reportName, const wchar_t* filePath, IMAPIFolder* folder,
                     ReportTexts& texts) override;
 
@@ -20,10 +20,10 @@ class ReportNaming : public NamingStep {
   HWND parentWindow_;
 };
 
-// Whether a hidden message of `folder` carries `name`. A table that cannot be read carries none.
+// Whether a hidden message of `folder` has `name`; false if the table cannot be read.
 bool isReportNameUsed(IMAPIFolder* folder, const wchar_t* name) noexcept;
 
-// Reads comment and body from a file of tagged items; one that is none gives neither.
+// Reads comment and body from a file of tagged items; any other file gives neither.
 void readReportTexts(const wchar_t* filePath, ReportTexts& texts) noexcept;
 
 }  // namespace fendrel

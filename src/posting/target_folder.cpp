@@ -29,11 +29,11 @@ HRESULT findDefaultStore(IMAPISession* session, EntryId& entryId) {
   return FAILED(stores.lastResult) ? stores.lastResult : MAPI_E_NOT_FOUND;
 }
 
-// Names come in the code page, where a '?' stands for every character that it lacks: two folders may have one name.
+// Names are in the code page, with '?' for every character that it lacks: two folders may have the same name.
 bool mayStandForOthers(const std::wstring& displayName) noexcept { return displayName.find(L'?') != displayName.npos; }
 
-// Walks the rows of an open table of names for the one that the path's next component names, and steps the path
-// after it. The first exact match ends the walk, unless a further row may have the same name for another folder.
+// Searches an open table for the row that the path's next component names, and steps the path past it. The first exact
+// match ends the search, unless another row may have the same name.
 HRESULT findNamedRow(CMAPITable& table, FolderPath<wchar_t>& path, EntryId& entryId) {
   enum { name, id };
   static constexpr auto columns = propertyTags(PR_DISPLAY_NAME_A, PR_ENTRYID);

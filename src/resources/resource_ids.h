@@ -1,15 +1,15 @@
-// The ids of dialogs, controls, strings and bitmaps, for code and resource scripts. Hosts and language libraries know
-// them.
+// The ids of dialogs, controls, strings and bitmaps, for code and resource scripts. Hosts and language libraries use
+// them too.
 #pragma once
 
 #define IDD_FOLDER 101
 
 // In dialog IDD_FOLDER.
-#define IDC_TREE 1000  // made at run time
+#define IDC_TREE 1000  // created at run time
 #define IDC_FOLDER_LABEL 1001
 #define IDC_PROFILE_LABEL 1008
 
-// In dialog "IDD_FOLDER_DEST_TYPE"; each is the value of the posting type that it stands for.
+// In dialog "IDD_FOLDER_DEST_TYPE"; each is the value of its posting type.
 #define IDC_PERSONAL_REPORT 1009
 #define IDC_FOLDER_REPORT 1010
 #define IDC_REPORT_INSTANCE 1011
@@ -18,7 +18,7 @@
 #define IDC_NAME_EDIT 1012
 #define IDC_NAME_PROMPT 1013
 
-// Strings. There is no 5; those without a use here are for hosts.
+// Strings. There is no 5; those that are not used here are for hosts.
 #define IDS_DESTINATION 1
 #define IDS_NO_RIGHT_TO_POST 2
 #define IDS_NAME_EMPTY 3

@@ -1,6 +1,6 @@
 # cmake -D OUTPUT=bitmaps.rc -D "BITMAPS=103=store.xpm;..." -P xpm_to_rc.cmake
-# Writes 16x16 pixel maps as bitmap resources of 16 colours. The image lists of the dialogs have the
-# standard colours only, so a pixel map may use no other.
+# Writes 16x16 pixel maps as bitmap resources of 16 colours. The dialogs' image lists have only the standard colours, so
+# pixel maps must use those.
 cmake_minimum_required(VERSION 3.25)
 
 set(palette 000000 800000 008000 808000 000080 800080 008080 C0C0C0

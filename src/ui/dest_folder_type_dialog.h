@@ -1,4 +1,4 @@
-// Asks as what a report is posted.
+// Asks for the posting type of a report.
 #pragma once
 
 #include "iwnd.h"
@@ -11,13 +11,13 @@ class CDestFolderTypeDialog : public CIWnd {
   CDestFolderTypeDialog() noexcept;
   ~CDestFolderTypeDialog() override;
 
-  // Asks, with Report Instance checked. TRUE with the chosen type on OK; else `type` is left alone.
+  // Asks, with Report Instance checked. TRUE with the chosen type on OK; else `type` does not change.
   static BOOL DoModal(HWND hParent, WORD& type) noexcept;
 
   WORD GetDestType() const noexcept { return m_nDestType; }
   void SetDestType(WORD type) noexcept { m_nDestType = type; }
   void CheckDestTypeButton() const noexcept;
-  void ReadDestTypeButtons() noexcept;  // without any checked button: Report Instance
+  void ReadDestTypeButtons() noexcept;  // if no button is checked: Report Instance
 
  private:
   static INT_PTR CALLBACK dialogProc(HWND hWnd, UINT message, WPARAM wParam, LPARAM lParam) noexcept;

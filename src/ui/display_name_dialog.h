@@ -6,7 +6,7 @@
 
 namespace fendrel {
 
-// Does not close with OK before there is a name.
+// OK closes the dialog only if a name was entered.
 class CDisplayNameDialog : public CIWnd {
  public:
   enum Result : INT_PTR { failed = -1, ok = IDOK, cancelled = IDCANCEL, aborted = IDABORT };
@@ -14,8 +14,8 @@ class CDisplayNameDialog : public CIWnd {
   CDisplayNameDialog() = default;
   ~CDisplayNameDialog() override;
 
-  // Asks for the name of the report `reportFileName`: ok, cancelled, aborted or failed. On ok `name` is the name
-  // entered, at most 254 characters without trailing blanks, or null when there was no memory; else it is left alone.
+  // Asks for the name of the report `reportFileName`: ok, cancelled, aborted or failed. On ok `name` is the entered
+  // name, at most 254 characters without trailing spaces, or null without memory; else it does not change.
   static INT_PTR DoModal(HWND hParent, const wchar_t* reportFileName, HeapText& name) noexcept;
 
   void SetPromptText() const noexcept;

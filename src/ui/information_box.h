@@ -1,4 +1,4 @@
-// The plug-in's message box about something that the user is to put right.
+// The plug-in's message box about something that the user should correct.
 #pragma once
 
 #include <windows.h>

@@ -16,15 +16,15 @@ class CIObList {
   CIObList(const CIObList&) = delete;
   CIObList& operator=(const CIObList&) = delete;
 
-  // False when there is no memory.
+  // False without memory.
   bool AddTail(CIObject* object) noexcept;
 
-  // Takes the first entry of `object` out, if there is one.
+  // Removes the first entry of `object`, if any.
   void Remove(CIObject* object) noexcept;
 
   Position GetHeadPosition() const noexcept { return objects_.begin(); }
 
-  // The object at `position`, which moves on; null at the end.
+  // The object at `position`, which is advanced; null at the end.
   CIObject* GetNext(Position& position) const noexcept;
 
  private:

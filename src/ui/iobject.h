@@ -1,4 +1,4 @@
-// The root of the objects that windows belong to.
+// The base class of window objects.
 #pragma once
 
 namespace fendrel {

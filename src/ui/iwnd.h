@@ -1,4 +1,4 @@
-// The object of a dialog box.
+// A dialog box.
 #pragma once
 
 #include <windows.h>
@@ -7,8 +7,8 @@
 
 namespace fendrel {
 
-// Made by the caller, who keeps it until the dialog box has returned. The dialog procedure finds it in the window map,
-// which every derived class's destructor leaves.
+// The caller creates it and keeps it until the dialog box has returned. The dialog procedure finds it in the window
+// map; each derived destructor must remove it from there.
 class CIWnd : public CIObject {
  public:
   HWND GetHandle() const noexcept { return m_hWnd; }

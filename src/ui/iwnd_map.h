@@ -1,4 +1,4 @@
-// From window handles to their objects.
+// Maps window handles to their objects.
 #pragma once
 
 #include "iob_list.h"
@@ -18,8 +18,8 @@ class CIWndMap : public CIObList {
 // Every open dialog of the module.
 extern CIWndMap& theWndMap;
 
-// What a dialog procedure does first: the object knows its window, and the map the object, before `call` runs, whose
-// answer is answered. A dialog that the map has no memory for could never be closed: it ends at once with -1.
+// A dialog procedure's first step: stores the window in the object and the object in the map, then returns the result
+// of `call`. Without memory for the map the dialog could never be closed, so it ends at once with -1.
 template <class Wnd, class Call>
 INT_PTR openWnd(Wnd& wnd, HWND hWnd, Call call) noexcept {
   wnd.setHandle(hWnd);
@@ -28,7 +28,7 @@ INT_PTR openWnd(Wnd& wnd, HWND hWnd, Call call) noexcept {
   return TRUE;
 }
 
-// The object of `hWnd` as the class that its dialog procedure put into the map, or null.
+// The object of `hWnd`, as the class that its dialog procedure put into the map, or null.
 template <class Wnd>
 Wnd* findWnd(HWND hWnd) noexcept {
   CIWnd* wnd;

@@ -12,7 +12,7 @@ enum Image { profile, store, openedStore, folder, openedFolder, imageCount };
 constexpr WORD imageBitmaps[imageCount] = {IDB_PROFILE, IDB_STORE, IDB_OPENED_STORE, IDB_FOLDER, IDB_OPENED_FOLDER};
 constexpr int imageSize = 16;
 
-// Only this dialog makes nodes for its tree.
+// All nodes of this dialog's tree are FOLDERDATA.
 const FOLDERDATA& folderOf(const CNODE& node) noexcept { return static_cast<const FOLDERDATA&>(node); }
 
 HeapText windowText(HWND window) noexcept {
@@ -30,7 +30,7 @@ BOOL CMAPIContainerDlg::DoModal(HWND hParent, IMAPISession* session, const wchar
 }
 
 BOOL CMAPIContainerDlg::OnInitDialog(HWND hDlg) noexcept {
-  // Selects the root while the label is not known yet: it stays empty until the user selects something.
+  // This selects the root before the label is known, so the label stays empty until the user selects a node.
   CTreeDialog::OnInitDialog(hDlg);
   m_hFolderLabel = GetDlgItem(hDlg, IDC_FOLDER_LABEL);
   charset::setDlgItemText(hDlg, IDC_PROFILE_LABEL, m_pRootNode->GetName());
@@ -38,7 +38,7 @@ BOOL CMAPIContainerDlg::OnInitDialog(HWND hDlg) noexcept {
   return TRUE;
 }
 
-// The tree goes without images unless all could be made. The image list lives on when the dialog is gone.
+// The tree has images only if all could be created. The image list outlives the dialog.
 void CMAPIContainerDlg::InitImageList() noexcept {
   const HIMAGELIST images = ImageList_Create(imageSize, imageSize, ILC_COLOR, imageCount, 0);
   if (!images) return;

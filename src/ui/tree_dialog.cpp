@@ -84,7 +84,7 @@ void CTreeDialog::InsertNode(CNODE& node) noexcept {
   item.iSelectedImage = selectedImage;
   item.cChildren = node.HasChildren();
   item.lParam = reinterpret_cast<LPARAM>(&node);
-  HeapAnsiText ansiName;  // the ANSI structure differs from the wide one in nothing but the text
+  HeapAnsiText ansiName;  // the ANSI structure differs from the wide one only in its text
   if (g_bUseAnsi) {
     WideToAnsiAlloc(node.GetName(), ansiName);
     item.pszText = reinterpret_cast<wchar_t*>(ansiName.get());

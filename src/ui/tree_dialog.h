@@ -1,4 +1,4 @@
-// A modal dialog with a tree of nodes that are read when they are expanded.
+// A modal dialog with a tree whose nodes are read when they are expanded.
 #pragma once
 
 // clang-format off
@@ -11,8 +11,8 @@
 
 namespace fendrel {
 
-// Makes the tree control in the room that the template leaves for it and keeps control and nodes in step. What the
-// nodes are, how they look and when a choice is good is the derived class's business.
+// Creates the tree control in the space that the template leaves for it and keeps control and nodes in sync. The
+// derived class decides what the nodes are, how they look and which choice is valid.
 class CTreeDialog : public CIWnd {
  public:
   ~CTreeDialog() override;
@@ -27,17 +27,17 @@ class CTreeDialog : public CIWnd {
   virtual void GetItemImages(const CNODE& node, int& image, int& selectedImage) const noexcept = 0;
   virtual BOOL OnNotify(NMHDR* notifyHeader) noexcept;
 
-  // Runs the dialog over `rootNode`, which is borrowed. TRUE when it was closed with OK.
+  // Runs the dialog with `rootNode`, which is borrowed. TRUE if it was closed with OK.
   BOOL DoModal(HWND hParent, CNODE* rootNode) noexcept;
 
-  // Shows one node. Its item handle stays null when that fails.
+  // Shows one node. On failure its item handle stays null.
   void InsertNode(CNODE& node) noexcept;
 
   CNODE* GetRootNode() const noexcept { return m_pRootNode; }
   CNODE* GetSelectedNode() const noexcept { return m_pSelectedNode; }
 
  protected:
-  HINSTANCE m_hInstance = nullptr;  // module of template and bitmaps, set by whoever makes the object
+  HINSTANCE m_hInstance = nullptr;  // module of template and bitmaps, set by the derived class
   CNODE* m_pRootNode = nullptr;
   CNODE* m_pSelectedNode = nullptr;  // null until the first selection
   HWND m_hDialog = nullptr;
