@@ -1,4 +1,4 @@
-// fendrel.exe: posts reports through the plug-in and looks into folders through MAPI.
+// fendrel.exe: posts reports through the plug-in and reads folders through MAPI.
 #include <windows.h>
 // after windows.h
 #include <shellapi.h>

@@ -17,9 +17,9 @@ std::atomic<bool> cancel{false}, lost{false};
 std::atomic<const char*> cancelWords{"stopping"};
 HANDLE cancelEvent = nullptr;  // set together with `cancel`
 
-// Lines and progress come from several threads.
+// Several threads write lines and progress.
 std::timed_mutex writing;
-std::size_t progressWidth = 0;  // of the progress line that stands on standard error
+std::size_t progressWidth = 0;  // of the progress line shown on standard error
 
 bool isConsole(HANDLE handle) {
   DWORD mode = 0;
@@ -28,7 +28,7 @@ bool isConsole(HANDLE handle) {
 
 bool writeAll(HANDLE handle, std::string_view utf8) {
   if (isConsole(handle)) {
-    // A console takes UTF-16 whatever its code page is.
+    // A console accepts UTF-16 in any code page.
     const std::wstring wide = toWide(utf8);
     for (std::size_t done = 0; done < wide.size();) {
       DWORD written = 0;
@@ -47,7 +47,7 @@ bool writeAll(HANDLE handle, std::string_view utf8) {
   return true;
 }
 
-// Blanks and a carriage return: every terminal knows them.
+// Spaces and a carriage return: every terminal supports them.
 void replaceProgress(std::string_view utf8) {
   if (utf8.empty() && progressWidth == 0) return;
   const std::size_t width = displayWidth(utf8);
@@ -57,7 +57,7 @@ void replaceProgress(std::string_view utf8) {
   progressWidth = width;
 }
 
-// On a thread of the system's. The main thread may stand in the middle of a write that nobody reads.
+// Runs on a system thread. The main thread may be blocked in a write that nobody reads.
 void tellFromHandler(std::string_view utf8) {
   const std::unique_lock lock(writing, std::chrono::milliseconds(200));
   if (!lock.owns_lock()) return;
@@ -141,7 +141,7 @@ CancelWords::~CancelWords() { cancelWords = before_; }
 
 bool waitUnlessCancelled(std::uint32_t milliseconds) {
   if (cancelEvent) return WaitForSingleObject(cancelEvent, milliseconds) == WAIT_TIMEOUT;
-  Sleep(milliseconds);  // nobody watches
+  Sleep(milliseconds);  // cancelling is not set up
   return true;
 }
 

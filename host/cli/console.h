@@ -1,4 +1,4 @@
-// Standard output and standard error in UTF-8, and what is known about the terminal behind them.
+// Standard output and standard error in UTF-8, and facts about their terminal.
 #pragma once
 
 #include <cstdint>
@@ -7,37 +7,36 @@
 
 namespace fendrel::host {
 
-// Writes one line to standard output; the line's end is added. False when it cannot be written,
-// for example because the program that read it has ended.
+// Writes one line to standard output and adds the line end. False if it cannot be written, for example because the
+// reading program has ended.
 bool printLine(std::string_view utf8);
 
-// Writes one line to standard error, clearing a progress line that stands there.
+// Writes one line to standard error, after clearing a progress line.
 void printError(std::string_view utf8);
 
-// Shows this text in the progress line on standard error; an empty text takes the line away.
+// Shows this text in the progress line on standard error; an empty text removes the line.
 void showProgress(std::string_view utf8);
 
-// True when a person sees standard error come by. Under Wine the start script, which alone can know, says so in
-// FENDREL_TERMINAL.
+// Whether standard error is a terminal. Under Wine only the start script knows, and says so in FENDREL_TERMINAL.
 bool errorIsTerminal();
 
-// Columns of the terminal that standard output goes to; 0 where it goes elsewhere, for example into a pipe. Under Wine
-// the start script says so in FENDREL_COLUMNS.
+// Columns of the terminal of standard output; 0 if that is not a terminal. Under Wine the start script says so in
+// FENDREL_COLUMNS.
 std::size_t outputWidth();
 
-// True when a person sits at standard input and can be asked.
+// Whether standard input is a terminal, so that the user can be asked.
 bool inputIsTerminal();
 
-// A line was to be written to standard output and could not be.
+// Whether writing a line to standard output has failed.
 bool outputIsLost();
 
-// Ctrl+C, the closing of the terminal and the end of the system's session then end the work at the next safe place,
-// and the person is told so at once; a second Ctrl+C ends the process where it stands, with exit code 8. What the store
-// holds stays whole then: a message that is not saved yet was never there.
+// From now on Ctrl+C, closing the terminal and the end of the session end the work at the next safe place, with a
+// notice at once. A second Ctrl+C ends the process immediately, with exit code 8. The store stays consistent: an
+// unsaved message does not exist in it.
 void watchForCancel();
 bool cancelRequested();
 
-// While one lives, what the first Ctrl+C is answered with: "stopping after this file".
+// During its lifetime, the notice for the first Ctrl+C: "stopping after this file".
 class CancelWords {
  public:
   explicit CancelWords(const char* words);
@@ -49,7 +48,7 @@ class CancelWords {
   const char* before_;
 };
 
-// False when the wait was ended by the wish to cancel.
+// False if cancelling ended the wait.
 bool waitUnlessCancelled(std::uint32_t milliseconds);
 
 }  // namespace fendrel::host

@@ -86,7 +86,7 @@ bool passesByItself(HRESULT code) {
     case MAPI_E_DISK_ERROR:
     case MAPI_E_NOT_ENOUGH_DISK:
     case MAPI_E_NETWORK_ERROR:
-    case MAPI_E_FAILONEPROVIDER:  // what a profile answers while the server of one store is down
+    case MAPI_E_FAILONEPROVIDER:  // a profile's result while the server of one store is down
     case MAPI_E_END_OF_SESSION:
     case HRESULT_FROM_WIN32(ERROR_DISK_FULL):
     case HRESULT_FROM_WIN32(ERROR_NO_LOGON_SERVERS):

@@ -1,4 +1,4 @@
-// The one table that turns codes of MAPI and of the system into names and words.
+// The one table of names and messages for codes of MAPI and of the system.
 #pragma once
 
 #include <windows.h>
@@ -15,16 +15,16 @@ struct ErrorWords {
   HRESULT code;
   const char* name;    // "MAPI_E_NO_ACCESS"
   const char* cause;   // "no right to do this"
-  const char* wayOut;  // a whole sentence, or ""
+  const char* wayOut;  // a complete sentence, or ""
 };
 
-// The words for a code; null when the table does not hold it.
+// The entry for a code; null if the table has none.
 const ErrorWords* findErrorWords(HRESULT code);
 
-// True for what passes by itself: busy, out of time, disk, network, logon server down.
+// True for temporary failures: busy, time-out, disk, network, logon server down.
 bool passesByItself(HRESULT code);
 
-// "MAPI_E_NO_ACCESS", or "0x80070005" when the code has no name here.
+// "MAPI_E_NO_ACCESS", or "0x80070005" if the table has no name for the code.
 std::string errorName(HRESULT code);
 
 // "no right to do this (MAPI_E_NO_ACCESS, 0x80070005)"

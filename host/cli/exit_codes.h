@@ -1,4 +1,4 @@
-// What fendrel.exe answers to the program that started it.
+// The exit codes of fendrel.exe.
 #pragma once
 
 namespace fendrel::host {
@@ -9,8 +9,8 @@ enum class ExitCode : int {
   wrongUsage = 2,
   somePosted = 3,     // some files were posted and some were not
   mapiUnusable = 4,   // MAPI or the profile cannot be used
-  folderRefused = 5,  // the folder was not found, or refused what was asked
-  damageFound = 6,    // a store is damaged, or not all of it could be carried over
+  folderRefused = 5,  // the folder was not found, or refused access
+  damageFound = 6,    // a store is damaged, or not all of it could be recovered
   cancelled = 8
 };
 

@@ -1,4 +1,4 @@
-// A failure with the words for the user: what failed, why, the code, the way out.
+// A failure with its message for the user: what failed, why, the code, what to do.
 #pragma once
 
 #include <windows.h>
@@ -10,22 +10,22 @@
 
 namespace fendrel::host {
 
-// True for what a damaged store answers.
+// True for the codes of a damaged store.
 bool isDamage(HRESULT code) noexcept;
 
 class Failure : public std::runtime_error {
  public:
-  // text: whole sentences in UTF-8. code: the HRESULT behind the failure, S_OK when there is none. A code that means
-  // damage decides about the exit code, wherever the damage is met.
+  // text: complete sentences in UTF-8. code: the cause as an HRESULT, S_OK if there is none. A code that means damage
+  // overrides `exitCode`.
   Failure(ExitCode exitCode, const std::string& text, HRESULT code = S_OK)
       : std::runtime_error(text), exit_(isDamage(code) ? ExitCode::damageFound : exitCode), result_(code) {}
 
   ExitCode exitCode() const noexcept { return exit_; }
   HRESULT code() const noexcept { return result_; }
 
-  // True when the same may go well a little later, though nobody does anything about it: see passesByItself(code).
+  // True if trying again later may succeed: see passesByItself(code).
   bool retryable() const noexcept;
-  // Says so of a failure whose code does not.
+  // Marks a failure as retryable whose code does not say so.
   Failure& mayPass() noexcept {
     passing_ = true;
     return *this;
@@ -37,17 +37,17 @@ class Failure : public std::runtime_error {
   bool passing_ = false;
 };
 
-// "SUBJECT: CAUSE (NAME, 0xCODE). WAY OUT", the cause, the name and, when no way out is given, the way out
-// taken from the table of error words.
+// "SUBJECT: CAUSE (NAME, 0xCODE). WAY OUT", with cause, name and, if none is given, way out from the table of error
+// words.
 Failure failureOf(ExitCode exitCode, const std::string& subject, HRESULT code, const std::string& wayOut = {});
 
-// "SUBJECT: WORDS (NAME, 0xCODE)." Where there are no words, as failureOf.
+// "SUBJECT: WORDS (NAME, 0xCODE)."; without words like failureOf.
 Failure toldFailure(ExitCode exitCode, const std::string& subject, HRESULT code, const std::string& words);
 
-// The same for an error of the system (GetLastError).
+// The same for a system error (GetLastError).
 Failure systemFailure(ExitCode exitCode, const std::string& subject, DWORD error, const std::string& wayOut = {});
 
-// Throws failureOf() when the code is a failure.
+// Throws failureOf() if the code is a failure.
 void check(HRESULT code, ExitCode exitCode, const std::string& subject);
 
 }  // namespace fendrel::host

@@ -9,7 +9,7 @@ namespace fendrel::host {
 namespace {
 
 constexpr std::size_t nameColumn = 24;
-// In a pipe; on a terminal its own width, within reason.
+// The width in a pipe, and the maximum on a terminal.
 constexpr std::size_t widestLine = 100;
 
 std::size_t lineWidth() {
@@ -17,7 +17,7 @@ std::size_t lineWidth() {
   return terminal == 0 ? widestLine : std::clamp<std::size_t>(terminal - 1, 50, widestLine);
 }
 
-// NAME in its column, the words wrapped in the next one.
+// NAME in its column, the text wrapped in the next one.
 std::string entry(const std::string& name, const std::string& words) {
   std::string text = "  " + name;
   std::size_t column = text.size();
@@ -68,7 +68,7 @@ std::string HelpFormat::make_option(const CLI::Option* option, bool isPositional
   for (std::size_t comma = name.find(','); comma != std::string::npos; comma = name.find(',', comma + 2))
     name.replace(comma, 1, ", ");
   if (option->get_type_size() != 0) {
-    // A check appends its own words to the type's name.
+    // A check appends its own text to the type's name.
     const std::string type = option->get_type_name();
     name += ' ' + type.substr(0, type.find(':'));
   }

@@ -1,4 +1,4 @@
-// How help texts look: wrapped to the width of a terminal, without the parser's type words.
+// The layout of help texts: wrapped to the width of the terminal, without the parser's type names.
 #pragma once
 
 #include <CLI/CLI.hpp>

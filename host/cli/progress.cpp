@@ -13,11 +13,11 @@
 namespace fendrel::host {
 namespace {
 
-// Less than this is done before a person has read the bar.
+// Fewer files are done before anybody could read the bar.
 constexpr std::uint64_t manyFiles = 20;
 constexpr std::uint64_t manyBytes = 8u << 20;
 
-// A file that takes longer gets its seconds shown, in milliseconds.
+// Seconds are shown for a file that takes longer than this, in milliseconds.
 constexpr ULONGLONG longFile = 2000;
 
 constexpr auto redrawEvery = std::chrono::milliseconds(200);

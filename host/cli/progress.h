@@ -1,4 +1,4 @@
-// How far long work is, in a line of standard error that a person alone sees and that goes at the end.
+// Progress of long work, in a line of standard error; only on a terminal, removed at the end.
 #pragma once
 
 #include <windows.h>
@@ -10,22 +10,22 @@
 
 namespace fendrel::host {
 
-// Bytes that this process has read from files so far. Some systems do not count them: always 0 then.
+// Bytes that this process has read so far. 0 on systems that do not count them.
 std::uint64_t bytesReadByProcess();
 
 // A bar with the rate, for many or large files.
 class Progress {
  public:
-  // what: "posted" or "saved". Nothing is shown for little work, or when standard error is not a terminal.
+  // what: "posted" or "saved". Shows nothing for little work, or if standard error is not a terminal.
   Progress(std::string what, std::uint64_t files, std::uint64_t bytes,
            std::uint64_t (*bytesRead)() = bytesReadByProcess);
-  ~Progress();  // takes the bar away
+  ~Progress();  // removes the bar
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
   void startFile(const std::string& name);
-  // The same for a file that somebody reads who tells nothing meanwhile, as the plug-in does: until endFile(), what the
-  // process reads counts as done, up to `size`.
+  // The same for a file whose reader reports nothing, as the plug-in does: until endFile(), the bytes that the process
+  // reads count as done, at most `size`.
   void startUntoldFile(const std::string& name, std::uint64_t size);
   void addBytes(std::uint64_t bytes);
   void endFile();
@@ -33,7 +33,7 @@ class Progress {
   // The bar as it is now.
   std::string text();
 
-  // The bar as text, `width` columns at most.
+  // The bar as text, at most `width` columns.
   static std::string render(const std::string& what, std::uint64_t filesDone, std::uint64_t files,
                             std::uint64_t bytesDone, std::uint64_t bytes, double seconds, const std::string& name,
                             std::size_t width);
@@ -46,17 +46,17 @@ class Progress {
   std::mutex guard_;
   std::uint64_t filesDone_ = 0, bytesDone_ = 0;
   std::string current_;
-  ULONGLONG currentTicks_ = 0;  // when the current file was begun
-  std::uint64_t untold_ = 0;    // its size, where nobody tells how far it is
+  ULONGLONG currentTicks_ = 0;  // start of the current file
+  std::uint64_t untold_ = 0;    // its size, if its reader reports nothing
   std::uint64_t readBefore_ = 0;
   std::jthread painter_;
 };
 
-// A share in percent, after a moment; for work that is watched by its steps.
+// A percentage, for work that reports its steps.
 class Share {
  public:
   explicit Share(std::string doing) : doing_(std::move(doing)) {}
-  ~Share();  // takes it away
+  ~Share();  // removes it
   Share(const Share&) = delete;
   Share& operator=(const Share&) = delete;
 

@@ -6,7 +6,7 @@
 namespace fendrel::host {
 namespace {
 
-// How many letters must be changed, added, left out, or swapped with the next one.
+// The number of letters to change, add, remove, or swap with the next one.
 std::size_t slipsBetween(const std::string& one, const std::string& other) {
   std::vector<std::size_t> before, last(other.size() + 1), row(other.size() + 1);
   std::iota(last.begin(), last.end(), std::size_t{0});
@@ -27,7 +27,7 @@ std::size_t slipsBetween(const std::string& one, const std::string& other) {
 
 std::string closestWord(const std::string& word, const std::vector<std::string>& known) {
   std::string closest;
-  std::size_t fewest = word.size() < 5 ? 2 : 3;  // more is another word
+  std::size_t fewest = word.size() < 5 ? 2 : 3;  // more makes it another word
   for (const std::string& each : known)
     if (const std::size_t slips = slipsBetween(word, each); slips < fewest) {
       fewest = slips;

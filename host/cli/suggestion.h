@@ -6,7 +6,7 @@
 
 namespace fendrel::host {
 
-// The known word that differs from this one by a slip or two; empty when none is near.
+// The known word that differs from this one by a typing mistake or two; empty if there is none.
 std::string closestWord(const std::string& word, const std::vector<std::string>& known);
 
 // "; did you mean 'retries'?", or empty.

@@ -150,7 +150,7 @@ std::string shortened(std::string_view utf8, std::size_t width) {
     position = next;
   }
   text = std::string(utf8.substr(0, position)) + "\xE2\x80\xA6";
-  // What is left of the front is passed over until the rest fits.
+  // Skips more of the front until the rest fits.
   for (std::size_t left = whole - used; left > back && position < utf8.size();)
     left -= widthOf(nextCodePoint(utf8, position));
   return text += utf8.substr(position);

@@ -1,4 +1,4 @@
-// fendrel choose: the plug-in's own dialogs, and what was chosen in them.
+// fendrel choose: the plug-in's own dialogs and their result.
 #include <fmt/format.h>
 
 #include <memory>
@@ -26,8 +26,8 @@ Failure refusal(const ChoiceAnswer& answer) {
                              static_cast<std::int32_t>(answer.code)));
 }
 
-// Asks, and adds the password that was given, so that it is kept with the choice. The plug-in itself never
-// learns a password that was typed into a logon dialog.
+// Asks, and adds the given password to the choice. The plug-in does not get a password that is typed into a logon
+// dialog.
 KeptChoice ask(Plugin& plugin, const std::wstring& password) {
   ChoiceAnswer answer = plugin.choose();
   if (answer.code != FENDREL_SUCCESS) throw refusal(answer);
@@ -41,12 +41,12 @@ KeptChoice ask(Plugin& plugin, const std::wstring& password) {
 ExitCode choose(CommandContext& context, const ChooseOptions& options) {
   if (!context.options.profile.empty())
     throw Failure(ExitCode::wrongUsage, "choose asks for the profile itself; leave out --profile.");
-  // Under Wine without a display dialogs would open where nobody sees them, and wait.
+  // Under Wine without a display the dialogs would wait invisibly.
   if (startedFromUnixShell() && environmentText(L"DISPLAY").empty())
     throw Failure(ExitCode::failed,
                   "choose shows dialogs, and there is no display. Set DISPLAY, or post with --to PATH.");
   if (context.knownProfiles().empty()) chooseProfile({}, {});
-  context.profiles();  // MAPI is there before the plug-in asks for it
+  context.profiles();  // loads MAPI before the plug-in does
   std::optional<ImposedLanguage> language;
   if (!options.language.empty()) language.emplace(options.language);
   Plugin plugin;

@@ -50,7 +50,7 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
   app.add_option("--password-command", options.passwordCommand,
                  "The profile's password is the first line that this command writes")
       ->type_name("COMMAND");
-  // What stands on a command line can be read by others in the list of processes.
+  // Other users can read command lines in the list of processes.
   app.add_option("--password", "")->group("")->each([](const std::string&) {
     throw CLI::ValidationError(
         "A password on a command line can be read by others, so --password is not taken. Give "
@@ -88,7 +88,7 @@ ExitCode showHelp(const CLI::App& app, const std::vector<std::string>& words) {
     before += (before.empty() ? "" : " ") + at->get_name();
     at = at->get_subcommand(word);
   }
-  // help() of the program itself would be that of the command that is asked for help: this one.
+  // app.help() would show the help of the parsed command, which is this one.
   std::string help = words.empty() ? app.get_formatter()->make_help(&app, app.get_name(), CLI::AppFormatMode::Normal)
                                    : at->help(before);
   while (!help.empty() && help.back() == '\n') help.pop_back();
@@ -96,7 +96,7 @@ ExitCode showHelp(const CLI::App& app, const std::vector<std::string>& words) {
   return ExitCode::done;
 }
 
-// What was wrong with the arguments, and the help that explains it.
+// The mistake in the arguments, and where help is.
 std::string usageWords(const CLI::App& app, const CLI::ParseError& error) {
   std::string command = "fendrel";
   const CLI::App* at = &app;
@@ -105,7 +105,7 @@ std::string usageWords(const CLI::App& app, const CLI::ParseError& error) {
     command += ' ' + at->get_name();
   }
   std::string words = error.what();
-  if (!at->get_subcommands({}).empty()) {  // no command after a word that needs one
+  if (!at->get_subcommands({}).empty()) {  // a missing or unknown subcommand
     const std::vector<std::string> unknown = app.remaining(true);
     const bool named = !unknown.empty() && !unknown.front().starts_with('-');
     words = named
@@ -181,7 +181,7 @@ ExitCode parseAndDo(std::vector<std::string> arguments) {
     for (CLI::App* below : command->get_subcommands({})) below->group("Commands");
   }
 
-  std::ranges::reverse(arguments);  // as the parser takes them
+  std::ranges::reverse(arguments);  // the parser's order
   try {
     app.parse(std::move(arguments));
   } catch (const CLI::CallForVersion& version) {

@@ -1,4 +1,4 @@
-// The command line: options, commands, help, and the way from a failure to the exit code.
+// The command line: options, commands, help, and the exit code of a failure.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 
 namespace fendrel::host {
 
-// Parses and does what the arguments (without the program's name) ask. No exception leaves it.
+// Parses the arguments (without the program's name) and runs the command.
 ExitCode run(std::vector<std::string> arguments) noexcept;
 
 }  // namespace fendrel::host

@@ -1,5 +1,5 @@
-// fendrel completion: a script that lets a shell complete commands and options. It is made from the commands' own
-// definitions, so it knows what this program knows.
+// fendrel completion: a script with which a shell completes commands and options, generated from the commands'
+// definitions.
 #include <fmt/format.h>
 
 #include <memory>
@@ -10,7 +10,7 @@
 namespace fendrel::host {
 namespace {
 
-// A command's path ("profile add", or "" for the program) and the words that may follow it.
+// A command's path ("profile add", or "" for the program) and the words that can follow it.
 struct Completion {
   std::string path, words;
 };

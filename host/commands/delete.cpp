@@ -1,4 +1,4 @@
-// fendrel delete: deletes messages by their numbers or identifiers, or those that match.
+// fendrel delete: deletes messages by number or identifier, or those that match a filter.
 #include <fmt/format.h>
 
 #include <memory>
@@ -22,7 +22,7 @@ struct DeleteOptions {
 
 std::vector<std::string> wantedNumbers(const DeleteOptions& options) {
   std::vector<std::string> numbers = options.numbers;
-  // With --personal the word in PATH's place is the first number.
+  // With --personal the word parsed as PATH is the first number.
   if (options.place.personal && !options.place.path.empty()) numbers.insert(numbers.begin(), options.place.path);
   if ((numbers.empty() && options.filter.isEmpty()) || (!options.place.personal && options.place.path.empty()))
     throw Failure(ExitCode::wrongUsage,
@@ -31,7 +31,7 @@ std::vector<std::string> wantedNumbers(const DeleteOptions& options) {
   return numbers;
 }
 
-// What a person has named one by one is deleted; what a description found is shown first.
+// Messages given one by one are deleted at once; those found by a filter are shown first.
 void askFirst(const DeleteOptions& options, const OpenFolder& folder, const std::vector<ChosenMessage>& messages) {
   if (!options.filter.hasCriteria() || options.yes || messages.empty()) return;
   const std::string words = fmt::format("{} of '{}'", counted(messages.size(), "message"), printable(folder.path));
@@ -49,7 +49,7 @@ ExitCode deleteMessages(CommandContext& context, const DeleteOptions& options) {
   const OpenFolder folder = options.place.personal ? session.personalReports(toWrite)
                             : toWrite              ? session.walkToChange(toWide(options.place.path))
                                                    : session.walk(toWide(options.place.path));
-  // All are looked up before the first message goes and the others move up.
+  // All are looked up first, because deleting a message changes the numbers.
   MessageTable table(folder, options.place.hidden);
   const std::vector<ChosenMessage> messages = chooseMessages(table, numbers, options.filter);
   if (!options.dryRun) {

@@ -1,4 +1,4 @@
-// fendrel doctor: what posting needs, and what is wrong with it.
+// fendrel doctor: checks what posting needs.
 #include <fmt/format.h>
 
 #include <memory>
@@ -28,7 +28,7 @@ ExitCode callDoctor(CommandContext& context, const DoctorOptions& options) {
       item["words"] = finding.words;
     else
       item["error"] = finding.error;
-    // A cross is the result here, so it stands with the ticks.
+    // A cross is part of the result, so it goes to standard output like the ticks.
     context.tell({Level::info,
                   "finding",
                   {},

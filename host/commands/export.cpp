@@ -1,4 +1,4 @@
-// fendrel export: the messages of a folder or of a whole store become files.
+// fendrel export: writes the messages of a folder or of a whole store to files.
 #include <fmt/format.h>
 
 #include <map>
@@ -26,7 +26,7 @@ struct ExportOptions {
 struct ExportFolder {
   OpenFolder folder;
   std::wstring directory;  // the full path
-  std::string shown;       // the same as the user reads it
+  std::string shown;       // the same for display
   std::vector<MessageRow> messages;
 };
 
@@ -42,7 +42,7 @@ struct Counts {
   }
 };
 
-// Without a disk or with the user's wish to end, the next message fares no better.
+// A disk failure or cancelling would affect every further message.
 bool endsEverything(const Failure& failure) {
   return failure.exitCode() == ExitCode::cancelled || failure.code() == HRESULT_FROM_WIN32(ERROR_DISK_FULL) ||
          failure.code() == STG_E_MEDIUMFULL;
@@ -52,7 +52,7 @@ class Exporting {
  public:
   Exporting(CommandContext& running, const ExportOptions& chosen) : context_(running), options_(chosen) {}
 
-  // What run() would do with it.
+  // Shows what run() would do.
   ExitCode tellPlan() {
     collect(options_.place.open(context_.session()), fullPath(options_.directory), options_.directory);
     Json list = Json::array();
@@ -107,12 +107,12 @@ class Exporting {
     for (ChosenMessage& message : chooseMessages(table, options_.numbers, options_.filter))
       next.messages.push_back(std::move(message.row));
     folders_.push_back(std::move(next));
-    // Numbers and identifiers are those of one folder.
+    // Numbers and identifiers select in one folder.
     const bool isOne = !options_.numbers.empty() || !options_.filter.ids.empty();
     if (options_.onlyFolder || options_.place.personal || isOne) return;
     Session& session = context_.session();
     const std::vector<FolderEntry> below = session.foldersOf(*folder.folder.Get(), folder.path);
-    // Folders tell upper from lower case; many file systems do not.
+    // Folder names are case-sensitive; on many file systems names are not.
     std::map<std::wstring, unsigned> uses;
     for (const FolderEntry& entry : below) ++uses[upperCase(escapedName(entry.name))];
     for (const FolderEntry& entry : below) {
@@ -159,7 +159,7 @@ class Exporting {
     report(folder, counts);
   }
 
-  // Files get their names when they are whole, so what has the name is whole.
+  // Files get their names when they are complete, so a file with the name is complete.
   static bool isThere(const ExportFolder& folder, const std::wstring& name) {
     const DWORD attributes = GetFileAttributesW(longPath(folder.directory + L'\\' + name).c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
@@ -186,7 +186,7 @@ class Exporting {
     return {.written = first, .present = !first};
   }
 
-  // Each attachment's file has the message's key; that of the second attachment ends with "-2", and so on.
+  // Each attachment's file has the message's key; from the second on with "-2" and so on.
   Counts exportFiles(const ExportFolder& folder, const MessageRow& row) {
     const ComPtr<IMessage> message = openMessage(folder.folder, row);
     const std::wstring key = nameKey(row.id);

@@ -1,4 +1,4 @@
-// A command's result, each fact written once and shown as words or as JSON.
+// A command's result: each fact is given once and shown as text or as JSON.
 #pragma once
 
 #include <fmt/format.h>
@@ -8,14 +8,14 @@
 
 namespace fendrel::host {
 
-// One fact: its name in JSON, its value there, its words for a person.
+// One fact: its name and value in JSON, its text for display.
 struct Fact {
   const char* name;
   Json value;
   std::string words;
 };
 
-// "12,345 bytes"; without a unit the number alone.
+// "12,345 bytes"; without a unit only the number.
 inline Fact numberFact(const char* name, std::uint64_t value, const char* unit = nullptr) {
   return {name, value, unit ? counted(value, unit) : withThousands(value)};
 }
@@ -27,13 +27,13 @@ class FactSheet {
   // A line without facts.
   void line(const std::string& words) { context_.line(words); }
 
-  // A line with a {} for the words of each fact.
+  // A line with a {} for the text of each fact.
   template <class... Facts>
   void line(const char* words, const Fact& first, const Facts&... more) {
     lineIf(true, words, first, more...);
   }
 
-  // The facts are in JSON always, the line is shown where `isShown` says so.
+  // JSON always has the facts; the line is shown if `isShown`.
   template <class... Facts>
   void lineIf(bool isShown, const char* words, const Facts&... facts) {
     if (isShown) context_.line(fmt::format(fmt::runtime(words), facts.words...));
@@ -47,10 +47,10 @@ class FactSheet {
     (add(facts), ...);
   }
 
-  // A fact without words.
+  // A fact without text.
   void add(const Fact& fact) { document_[fact.name] = fact.value; }
 
-  // The document, where JSON is wanted. Call once, at the end.
+  // Prints the document if JSON is requested. Call once, at the end.
   void finish() { context_.document(document_); }
 
  private:

@@ -1,4 +1,4 @@
-// fendrel folder: makes, renames and deletes folders.
+// fendrel folder: creates, renames and deletes folders.
 #include <fmt/format.h>
 
 #include <initializer_list>
@@ -34,7 +34,7 @@ ExitCode createFolders(CommandContext& context, const std::string& path) {
   return ExitCode::done;
 }
 
-// A name that a path can hold and that reports can be posted to.
+// A name that paths can contain and that reports can be posted to.
 std::wstring checkedName(const std::string& given) {
   const std::wstring name = toWide(given);
   if (name.empty()) throw Failure(ExitCode::wrongUsage, "The folder's new name is empty.");
@@ -77,7 +77,7 @@ struct Held {
   std::uint64_t folders = 0, messages = 0;
 };
 
-// What is in a folder and below it, associated messages included.
+// Counts the contents of a folder and its subfolders, associated messages included.
 Held heldBy(Session& session, IMsgStore& store, IMAPIFolder& folder, const std::wstring& path) {
   Held held;
   for (const ULONG flags : {ULONG{0}, ULONG{MAPI_ASSOCIATED}}) {
@@ -118,7 +118,7 @@ ExitCode deleteFolder(CommandContext& context, const std::string& path, bool rec
   const EntryId id = idOf(*folder.folder.Get(), PR_ENTRYID, subject);
   const EntryId parentId = idOf(*folder.folder.Get(), PR_PARENT_ENTRYID, subject);
   const ComPtr<IMAPIFolder> parent = session.openFolder(*folder.store.Get(), parentId, folder.path, true);
-  // Without --recursive no flag: what was posted just now keeps the folder.
+  // Without --recursive no flag: a message posted just now then prevents the deletion.
   const HRESULT code = parent->DeleteFolder(static_cast<ULONG>(id.size()), asEntryId(id), 0, nullptr,
                                             recursive ? DEL_FOLDERS | DEL_MESSAGES : 0);
   if (code == MAPI_E_NO_ACCESS) throw failureOf(ExitCode::folderRefused, subject, code, "A store's own folders stay.");

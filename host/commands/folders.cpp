@@ -1,4 +1,4 @@
-// fendrel folders: the tree of all stores.
+// fendrel folders: shows the folder tree of all stores.
 #include <fmt/format.h>
 
 #include "commands.h"
@@ -14,7 +14,7 @@ struct Line {
   ULONG messages;
 };
 
-// Reads the folders below one folder into JSON and lines.
+// Reads the subfolders of a folder into JSON and lines.
 Json readTree(Session& session, IMsgStore& store, IMAPIFolder& folder, const std::wstring& path, std::size_t depth,
               std::vector<Line>& lines) {
   Json list = Json::array();
@@ -54,7 +54,7 @@ ExitCode showFolders(CommandContext& context) {
       item["folders"] = readTree(session, *opened.Get(), *top.Get(), store.name, 1, lines);
       printStore(context, store, lines);
     } catch (const Failure& failure) {
-      // The other stores are still worth seeing.
+      // The other stores are still shown.
       item["error"] = jsonError(failure);
       printError(std::string("fendrel: ") + failure.what());
       outcome = failure.exitCode();

@@ -1,4 +1,4 @@
-// fendrel list: the messages of a folder.
+// fendrel list: lists the messages of a folder.
 #include <fmt/format.h>
 
 #include <memory>
@@ -57,7 +57,7 @@ class TextTable {
     lines_.push_back(std::move(cells));
   }
 
-  // In at most `width` columns, names shortened; 0: as wide as they are.
+  // In at most `width` columns, with shortened names; 0: unlimited.
   void print(const CommandContext& context, std::size_t width) {
     if (width > 0) fit(width);
     for (std::vector<std::string>& cells : lines_) {
@@ -74,7 +74,7 @@ class TextTable {
   }
 
  private:
-  // Takes from the widest of the columns that hold names, one after the other.
+  // Shortens the columns with names, always the widest first.
   void fit(std::size_t width) {
     constexpr std::size_t narrowest = 12;
     for (;;) {
@@ -100,7 +100,7 @@ ExitCode listMessages(CommandContext& context, const ListOptions& options) {
   MessageTable table(folder, options.place.hidden);
   const std::uint64_t count = table.count();
   std::vector<std::string> numbers = options.numbers;
-  // With --personal the word in PATH's place is the first number.
+  // With --personal the word parsed as PATH is the first number.
   if (options.place.personal && !options.place.path.empty()) numbers.insert(numbers.begin(), options.place.path);
   const bool isNewestAlone = numbers.empty() && options.filter.isEmpty();
   if (isNewestAlone && options.newest > 0 && options.newest < count)

@@ -1,4 +1,4 @@
-// fendrel mapi: the local store as what this machine's programs get when they load MAPI.
+// fendrel mapi: registers the local store as the MAPI of this machine's programs.
 #include <fmt/format.h>
 
 #include <memory>

@@ -9,7 +9,7 @@
 namespace fendrel::host {
 namespace {
 
-// Collects small pieces, so that the file is written in large ones.
+// Collects small writes into large ones.
 class Collector {
  public:
   explicit Collector(NewFile& to) : file_(to) {}

@@ -1,4 +1,4 @@
-// A message as a file, or its attachments as files, in the form that --as names.
+// Writes a message or its attachments to files, in the form that --as names.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@
 
 namespace fendrel::host {
 
-// What --as takes: "file" for the attached files alone, "msg", "eml".
+// The value of --as: "file" for only the attached files, "msg", "eml".
 struct MessageForm {
   std::string name = "file";
 
@@ -20,13 +20,13 @@ struct MessageForm {
   std::wstring extension() const;
 };
 
-// The whole message into a file that has no name yet. Attachments that are not files are named on standard error.
+// Writes the whole message to a new file. Attachments that are not files are reported on standard error.
 void writeMessage(IMessage& message, const MessageForm& form, NewFile& file, Progress& progress);
 
-// One attachment's bytes into a file that has no name yet.
+// Writes one attachment's bytes to a new file.
 void writeAttachment(const Attachment& attachment, NewFile& file, Progress& progress);
 
-// Says that an attachment was left out.
+// Reports an attachment that was left out.
 void tellLeftOut(const std::wstring& name);
 
 }  // namespace fendrel::host

@@ -1,4 +1,4 @@
-// The options with which commands name a folder, and a message in it.
+// The options that name a folder and a message in it.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,8 @@
 
 namespace fendrel::host {
 
-// Command-line words for a folder: PATH, or --personal; --hidden chooses its folder-associated messages.
-// Words after it (a number, a directory) move one place forward with --personal.
+// Options for a folder: PATH, or --personal; --hidden selects its folder-associated messages. With --personal the
+// following words (a number, a directory) are parsed one position earlier.
 struct MessagePlace {
   std::string path;
   bool personal = false;
@@ -21,7 +21,7 @@ struct MessagePlace {
   OpenFolder open(Session& session) const;
 };
 
-// A message's number as given; throws Failure(wrongUsage) when it is none.
+// Parses a message's number; throws Failure(wrongUsage) if it is not one.
 std::uint64_t messageNumber(const std::string& given);
 
 }  // namespace fendrel::host

@@ -1,4 +1,4 @@
-// fendrel post: files become messages of a folder.
+// fendrel post: posts files as messages into a folder.
 #include <fmt/format.h>
 
 #include <memory>

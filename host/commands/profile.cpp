@@ -1,4 +1,4 @@
-// fendrel profile: the profiles that MAPI logs on to.
+// fendrel profile: manages MAPI profiles.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -34,7 +34,7 @@ void checkName(const std::string& what, const std::string& given) {
                   fmt::format("{} '{}' is blank, or holds control characters.", what, printable(given)));
 }
 
-// What a profile on a mail server signs in with.
+// The password or token for the mail server.
 std::wstring serverSecret(CommandContext& context, const AddOptions& options) {
   std::wstring secret = context.password();
   if (secret.empty() && inputIsTerminal())
@@ -80,7 +80,7 @@ ExitCode addProfile(CommandContext& context, const AddOptions& options) {
     if (isOnServer) profiles.setServer(name, server, secret);
     if (options.makeDefault) profiles.makeDefault(name);
   } catch (...) {
-    profiles.remove(name, password, false);  // half a profile is of no use
+    profiles.remove(name, password, false);  // do not leave an incomplete profile
     throw;
   }
   context.line(fmt::format("Profile '{}' was made{}.", printable(options.name),
@@ -118,7 +118,7 @@ struct RemoveOptions {
   bool withMessages = false;
 };
 
-// The profile that a command is about.
+// The profile that the command names.
 std::wstring namedProfile(CommandContext& context, const std::string& name) {
   if (name.empty()) throw Failure(ExitCode::wrongUsage, "The profile's name is empty.");
   return chooseProfile(context.knownProfiles(), toWide(name));

@@ -1,4 +1,4 @@
-// fendrel run: a job.
+// fendrel run: runs a job.
 #include <fmt/format.h>
 
 #include <memory>
@@ -15,7 +15,7 @@ struct RunOptions {
   bool check = false, watch = false;
 };
 
-// What is wrong with the job, line by line; done when nothing is.
+// Prints the job's problems, line by line; done if there are none.
 ExitCode tellProblems(CommandContext& context, const JobReading& reading) {
   if (reading.problems.empty()) return ExitCode::done;
   Json list = Json::array();

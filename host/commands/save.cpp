@@ -1,4 +1,4 @@
-// fendrel save: a message's attachments become files, or the message becomes one file.
+// fendrel save: writes a message's attachments to files, or the message to one file.
 #include <fmt/format.h>
 
 #include <memory>
@@ -18,12 +18,12 @@ struct SaveOptions {
   bool force = false;
 };
 
-// What was asked for, with the words in their places.
+// The parsed request.
 struct Request {
   std::uint64_t number = 0;
   std::string target;      // as given, for display
   std::wstring directory;  // the full path
-  std::wstring name;       // of the file, where the target names one
+  std::wstring name;       // of the file, if the target names one
 };
 
 bool endsWith(std::wstring_view text, std::wstring_view end) {

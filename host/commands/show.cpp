@@ -1,4 +1,4 @@
-// fendrel show: one message with all its properties.
+// fendrel show: prints one message with all its properties.
 #include <fmt/format.h>
 
 #include <memory>

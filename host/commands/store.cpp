@@ -25,7 +25,7 @@ store::Watch watchOf(Share& share) {
   };
 }
 
-// The parts of a finding, each once: a person reads "Folder 'A', message 'B': what is wrong".
+// A finding's parts, each once. As text: "Folder 'A', message 'B': what is wrong".
 void addFindings(FactSheet& sheet, const char* name, const std::vector<store::Finding>& findings) {
   Json list = Json::array();
   for (const store::Finding& finding : findings) {
@@ -163,7 +163,7 @@ void addStoreCommand(CLI::App& app, CommandContext& context) {
       "  fendrel store check\n"
       "  fendrel store backup D:\\copies\\monday.db");
 
-  // One word, FILE, that can be left out.
+  // Commands with one optional argument, FILE.
   const auto addOne = [&](const char* name, const char* words, const char* footer, auto work) {
     const auto file = std::make_shared<std::string>();
     CLI::App* below = command->add_subcommand(name, words);

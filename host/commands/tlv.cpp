@@ -1,4 +1,4 @@
-// fendrel tlv: the tagged records of a file.
+// fendrel tlv: lists the tagged records of a file.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -16,14 +16,14 @@
 namespace fendrel::host {
 namespace {
 
-// A window over the file that always holds the whole item at its start, however large the file is.
+// A window over a file of any size that holds the whole item at its start.
 class RecordFile {
  public:
   explicit RecordFile(const std::wstring& path) : file_(std::filesystem::path(path), std::ios::binary) {}
 
   bool isOpen() const { return file_.is_open(); }
 
-  // What stands at `offset`; offsets must not go back. Valid until the next call.
+  // The item at `offset`; offsets must not decrease. Valid until the next call.
   TlvItem at(std::uint64_t offset) {
     if (!ended_ && offset + tlvHeaderSize + tlvMaxLength > start_ + buffer_.size()) refill(offset);
     return tlvItemAt(buffer_, static_cast<std::size_t>(offset - start_));
@@ -51,7 +51,7 @@ class RecordFile {
 
 constexpr std::size_t shownItemBytes = 64;  // of a value, at most
 
-// The start of a value that is wide text with its terminator; empty when it does not look like that.
+// The start of a value that looks like terminated wide text; else empty.
 std::wstring wideText(std::span<const std::byte> value) {
   const auto unitAt = [value](std::size_t at) {
     return static_cast<wchar_t>(std::to_integer<unsigned>(value[at]) | std::to_integer<unsigned>(value[at + 1]) << 8);
@@ -69,7 +69,7 @@ std::string plainText(std::span<const std::byte> value) {
   return std::ranges::all_of(text, [](char byte) { return byte >= ' ' && byte <= '~'; }) ? text : std::string();
 }
 
-// Plain text in bytes first: two such bytes would pass for one wide letter.
+// Plain 8-bit text first: two such bytes would look like one wide letter.
 std::string preview(std::span<const std::byte> value) {
   constexpr std::size_t shownWidth = 48;
   if (const std::string text = plainText(value.first(std::min(value.size(), shownItemBytes))); !text.empty())
@@ -80,7 +80,7 @@ std::string preview(std::span<const std::byte> value) {
          (start.size() < value.size() ? "..." : "");
 }
 
-// Why there is no record.
+// Why there is no valid record.
 std::string faultWords(const TlvItem& item) {
   switch (item.finding) {
     case TlvFinding::cutHeader: return "the file ends inside the four bytes of a record's header";

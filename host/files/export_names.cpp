@@ -8,8 +8,7 @@
 namespace fendrel::host {
 namespace {
 
-// Windows counts a name in UTF-16, up to 255; other file systems in bytes of UTF-8, up to 255 too. Room is left for a
-// number.
+// Windows allows 255 units of UTF-16, other file systems 255 bytes of UTF-8. Room is left for a number.
 constexpr std::size_t longestName = 240;
 
 bool isHigh(wchar_t c) { return c >= 0xD800 && c < 0xDC00; }
@@ -20,7 +19,7 @@ void appendEscape(std::wstring& to, wchar_t c) {
                          : fmt::format("%u{:04X}", static_cast<unsigned>(c)));
 }
 
-// The longest beginning that takes at most so many bytes in UTF-8.
+// The longest prefix that takes at most this many bytes in UTF-8.
 std::wstring_view beginning(std::wstring_view text, std::size_t bytes) {
   std::size_t length = 0;
   while (length < text.size()) {

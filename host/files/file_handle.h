@@ -1,4 +1,4 @@
-// Owners of the system's handles of files and searches.
+// Owners of file and search handles.
 #pragma once
 
 #include <windows.h>
@@ -18,7 +18,7 @@ struct FindHandleClose {
 };
 using FindHandle = std::unique_ptr<void, FindHandleClose>;
 
-// Null with GetLastError() when it cannot be opened. share: with FILE_SHARE_READ as the plug-in opens it.
+// Null, with GetLastError(), if it cannot be opened. share: the plug-in opens with FILE_SHARE_READ.
 inline FileHandle openToRead(const std::wstring& path, DWORD share = FILE_SHARE_READ) {
   const HANDLE handle =
       CreateFileW(path.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);

@@ -54,7 +54,7 @@ InputFile lookAtFile(const std::string& given) {
   if (isDirectory(file.path)) return refuse("it is a directory. Name the files in it, or give --recursive.");
   const FileHandle handle = openToRead(file.path);
   BY_HANDLE_FILE_INFORMATION facts{};
-  // What is not a file on a disk may have no end, or never an answer.
+  // Anything but a disk file may have no end or block for ever.
   if (const char* kind = handle ? kindOf(GetFileType(handle.get())) : nullptr)
     return refuse(fmt::format("it is {} and no file. \"-\" posts what comes from standard input.", kind));
   if (!handle || !GetFileInformationByHandle(handle.get(), &facts)) {
@@ -97,7 +97,7 @@ InputFiles::InputFiles(const FileSelection& selection, Look look) : when_(look) 
   for (const std::string& word : selection.words)
     word == "-" ? addStandardInput(selection.inputName) : addWord(selection, word);
   if (selection.filesFrom.empty()) return;
-  // Names in a list are not patterns: a program wrote them.
+  // Names in a list are not patterns: programs write them.
   for (const std::string& name : readNameList(selection.filesFrom, selection.nulSeparated)) {
     if (selection.recursive && isDirectory(longPath(fullPath(name))))
       addDirectory(selection, name);
@@ -140,7 +140,7 @@ void InputFiles::addDirectory(const FileSelection& selection, const std::string&
     if (cancelRequested()) throw Failure(ExitCode::cancelled, "Cancelled; nothing was posted.");
     const std::wstring name = found.cFileName;
     if (name == L"." || name == L"..") continue;
-    // What a link names may lie above it: following it might never end.
+    // A link may point to a parent directory: following it might never end.
     if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
       if (!(found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT)) directories.push_back(name);
     } else if (isChosen(selection, name)) {

@@ -1,4 +1,4 @@
-// The files that a post begins with: which are meant, and whether each can be read.
+// The files to post: which ones, and whether each can be read.
 #pragma once
 
 #include <windows.h>
@@ -14,34 +14,34 @@
 
 namespace fendrel::host {
 
-// What was asked for.
+// The user's selection.
 struct FileSelection {
   std::vector<std::string> words;             // names, patterns, directories; "-" is standard input
-  std::string filesFrom;                      // a file with a name a line, or "-" for standard input; empty: none
-  bool nulSeparated = false;                  // its names end with a 0 instead
-  bool recursive = false;                     // a directory stands for the files in it and below
+  std::string filesFrom;                      // a file with one name per line, or "-" for standard input; empty: none
+  bool nulSeparated = false;                  // names in it end with a 0 instead
+  bool recursive = false;                     // a directory means the files in it and its subdirectories
   std::vector<std::string> include, exclude;  // of file names, for directories and patterns
-  std::string inputName;                      // what standard input is posted as
+  std::string inputName;                      // name under which standard input is posted
 };
 
 struct InputFile {
   std::string given;  // as the user named it
   std::wstring name;  // file name and extension: the report's name
-  std::wstring path;  // full, in the form that takes any length
+  std::wstring path;  // full, in the form without a length limit
   std::uint64_t size = 0;
   FILETIME written{};
-  std::wstring identity;           // the same for two names of one file
+  std::wstring identity;           // equal for two names of one file
   std::optional<Failure> problem;  // why it cannot be read
-  bool isPattern = false;          // that no file matches; `problem` says so
+  bool isPattern = false;          // without a match; `problem` says so
 };
 
-// later: files are only named, not opened, so that nobody who writes one is disturbed.
+// later: files are not opened yet, so that their writers are not disturbed.
 enum class Look { now, later };
 
 class InputFiles {
  public:
-  // Looks at every file: nothing is posted for one that cannot be read. Throws Failure(wrongUsage) for a selection
-  // that means nothing, and Failure(failed) when a list of names cannot be read.
+  // Checks every file, because one that cannot be read is not posted. Throws Failure(wrongUsage) for an invalid
+  // selection, and Failure(failed) if a list of names cannot be read.
   explicit InputFiles(const FileSelection& selection, Look look = Look::now);
 
   std::vector<InputFile> files;
@@ -53,19 +53,19 @@ class InputFiles {
   void addName(const std::string& name);
 
   Look when_;
-  std::unique_ptr<NewFile> keptInput_;  // standard input's bytes, while the files are used
+  std::unique_ptr<NewFile> keptInput_;  // the copy of standard input, as long as the files are used
 };
 
-// What is known of one file.
+// Checks one file.
 InputFile lookAtFile(const std::string& given);
 
-// Its size and time of writing as the directory has them, without opening it; false when there is no such file.
+// Reads its size and time of writing from the directory, without opening it; false if there is no such file.
 bool readDirectoryEntry(InputFile& file);
 
-// True when nobody else has the file open.
+// True if nobody else has the file open.
 bool isClosedByOthers(const InputFile& file);
 
-// The size of the file now; absent when it cannot be told.
+// The current size of the file; absent if unknown.
 std::optional<std::uint64_t> sizeNow(const InputFile& file);
 
 }  // namespace fendrel::host

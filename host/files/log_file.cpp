@@ -11,7 +11,7 @@
 namespace fendrel::host {
 namespace {
 
-// Appends all of it or fails with the system's error.
+// Appends all bytes; else returns the system's error.
 DWORD appendTo(const std::wstring& path, std::string_view bytes) {
   const HANDLE handle =
       CreateFileW(path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,

@@ -1,4 +1,4 @@
-// Puts a file away when a job is done with it.
+// Moves a file away when a job is done with it.
 #pragma once
 
 #include <string>
@@ -7,11 +7,11 @@
 
 namespace fendrel::host {
 
-// Moves the file into the directory, which is made when it is missing, also to another disk. A file of its name that is
-// there stays; this one becomes "name (2).ext" then. Answers its new name for display. Throws Failure(failed).
+// Moves the file into the directory, also on another disk; creates the directory. If the name is in use, the file
+// becomes "name (2).ext". Returns its new name for display. Throws Failure(failed).
 std::string moveFileInto(const InputFile& file, const std::string& directory);
 
-// True when the path is in that directory or below it.
+// True if the path is inside the directory, at any depth.
 bool isBelow(const std::wstring& path, const std::string& directory);
 
 }  // namespace fendrel::host

@@ -1,4 +1,4 @@
-// Names of files in a file, or from standard input.
+// Reads file names from a file or from standard input.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 
 namespace fendrel::host {
 
-// UTF-8, a name a line, or with nulSeparated a name before each 0. Empty lines count for nothing. file: "-" for
-// standard input. Throws Failure(failed).
+// UTF-8, one name per line, or with nulSeparated one before each 0. Empty lines are ignored. file: "-" for standard
+// input. Throws Failure(failed).
 std::vector<std::string> readNameList(const std::string& file, bool nulSeparated);
 
 }  // namespace fendrel::host

@@ -19,7 +19,7 @@ std::wstring temporaryName() {
   return toWide(fmt::format("fendrel-{}-{}.part", GetCurrentProcessId(), ++counter));
 }
 
-// ERROR_ALREADY_EXISTS when the name is taken, by a directory too, for which systems differ in what they say.
+// ERROR_ALREADY_EXISTS if the name is in use, also by a directory, for which systems return different errors.
 DWORD moveUnlessTaken(const std::wstring& from, const std::wstring& to, DWORD flags) {
   if (MoveFileExW(from.c_str(), to.c_str(), flags)) return ERROR_SUCCESS;
   const DWORD error = GetLastError();
@@ -79,7 +79,7 @@ const std::wstring& NewFile::handOver() {
 
 std::wstring NewFile::giveName(const std::wstring& wanted, bool replace) {
   finish();
-  // Where a file system counts bytes and not characters, Wine would cut the name without a word, its extension first.
+  // On a file system that counts bytes, Wine would silently truncate the name, extension first.
   std::wstring name = shortFileName(wanted);
   DWORD error = ERROR_SUCCESS;
   if (!replace)
@@ -108,7 +108,7 @@ void NewFile::close() {
   handle_ = INVALID_HANDLE_VALUE;
 }
 
-// What bears a whole file's name must be whole after a power cut, too.
+// A file with its final name must be complete after a power cut, too.
 void NewFile::finish() {
   if (handle_ == INVALID_HANDLE_VALUE)
     handle_ = CreateFileW(temporary_.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -133,7 +133,7 @@ void deleteUnfinishedFiles(const std::wstring& directory) {
   const HANDLE search = FindFirstFileW(longPath(directory + L"\\fendrel-*.part").c_str(), &found);
   if (search == INVALID_HANDLE_VALUE) return;
   do {
-    // A file that is being written cannot be deleted: whoever writes it shares it with nobody.
+    // A file that is being written cannot be deleted: its writer opened it without sharing.
     if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
       DeleteFileW(longPath(directory + L'\\' + found.cFileName).c_str());
   } while (FindNextFileW(search, &found));

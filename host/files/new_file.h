@@ -1,4 +1,4 @@
-// Files that take their name only when they are whole.
+// Files that get their names only when they are complete.
 #pragma once
 
 #include <windows.h>
@@ -7,11 +7,11 @@
 
 namespace fendrel::host {
 
-// Makes a directory and those above it.
+// Creates a directory and its parents.
 void makeDirectory(const std::wstring& full);
 
-// Stands under a name of its own, "fendrel-PROCESS-NUMBER.part", until it is given the wanted one; one that never is
-// goes with the object. Every function throws Failure(failed).
+// Has the name "fendrel-PROCESS-NUMBER.part" until it is given its final one; without one the destructor deletes it.
+// Every function throws Failure(failed).
 class NewFile {
  public:
   explicit NewFile(const std::wstring& directory);
@@ -21,13 +21,13 @@ class NewFile {
 
   void write(const void* bytes, std::size_t size);
 
-  // Lets someone else write it, who makes it under this path; write() is over then.
+  // Lets the caller create and write the file under this path; write() must not be called any more.
   const std::wstring& handOver();
 
-  // Names the file, or, when that name is taken and is not to be replaced, takes the next free "name (2).ext".
+  // Names the file; if the name is in use and not to be replaced, takes the next free "name (2).ext".
   std::wstring giveName(const std::wstring& wanted, bool replace);
 
-  // Names the file so and not otherwise; false when the name is taken.
+  // Gives the file exactly this name; false if it is in use.
   bool giveExactName(const std::wstring& name);
 
  private:
@@ -40,12 +40,12 @@ class NewFile {
   bool named_ = false;
 };
 
-// Moves a file into a directory and names it so or, while a name is taken, "name (2).ext" and so on; `name` is the last
-// one tried. `flags` are MoveFileEx's. Answers the system's error.
+// Moves a file into a directory under this name or, if it is in use, "name (2).ext" and so on; `name` is the last one
+// tried. `flags` are MoveFileEx's. Returns the system's error.
 DWORD moveToFreeName(const std::wstring& from, const std::wstring& directory, const std::wstring& wanted, DWORD flags,
                      std::wstring& name);
 
-// Deletes what programs that ended in the middle have left in a directory.
+// Deletes the unfinished files of killed programs in a directory.
 void deleteUnfinishedFiles(const std::wstring& directory);
 
 }  // namespace fendrel::host

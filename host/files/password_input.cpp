@@ -41,7 +41,7 @@ std::string readFromStart(HANDLE file) {
 }
 
 std::string firstLine(std::string text) {
-  if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);  // which Windows editors put in front
+  if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);  // written by Windows editors
   text.resize(std::min(text.find_first_of("\r\n"), text.size()));
   return text;
 }
@@ -74,8 +74,8 @@ std::string readPasswordFile(const std::string& file) {
 
 std::string runPasswordCommand(const std::string& command) {
   const std::string source = "The password command";
-  // Not a pipe: Wine hands no pipe of its own on to a Unix program. The file is in the user's own directory, and goes
-  // with its last handle. The command writes through a handle of its own, so that reading does not move its place.
+  // Not a pipe: Wine cannot pass its pipes to a Unix program. The file is in the user's own directory and is deleted
+  // with its last handle. The command writes through its own handle, so that reading does not move its position.
   wchar_t folder[MAX_PATH + 1] = L"", name[MAX_PATH + 1] = L"";
   GetTempPathW(MAX_PATH, folder);
   if (!GetTempFileNameW(folder, L"fen", 0, name))
@@ -92,7 +92,7 @@ std::string runPasswordCommand(const std::string& command) {
   const bool unixShell = startedFromUnixShell();
   const std::wstring program = unixShell ? std::wstring(L"Z:\\bin\\sh") : toWide(environmentText(L"ComSpec"));
   std::wstring quoted = toWide(command);
-  if (unixShell)  // the quotes that a Unix program's arguments lose
+  if (unixShell)  // quotes that would be lost from a Unix program's arguments
     for (std::size_t at = 0; (at = quoted.find_first_of(L"\"\\", at)) != std::wstring::npos; at += 2)
       quoted.insert(at, 1, L'\\');
   std::wstring line = unixShell ? L"sh -c \"{ " + quoted + L"\n}; echo; echo " + toWide(endMark) + L"$?\""
@@ -114,7 +114,7 @@ std::string runPasswordCommand(const std::string& command) {
     GetExitCodeProcess(process.get(), &code);
     text = readFromStart(file);
   } else {
-    // Wine gives no handle of a Unix process to wait for: the shell writes when it is done, and how.
+    // Wine has no handle to wait for a Unix process: the shell writes its exit code when it is done.
     std::size_t mark = std::string::npos;
     for (; mark == std::string::npos || !text.ends_with('\n'); text = readFromStart(file), mark = text.rfind(endMark))
       if (!waitUnlessCancelled(20)) throw Failure(ExitCode::cancelled, "Cancelled.");

@@ -1,4 +1,4 @@
-// Where a password comes from, so that it stands on no command line and in no list of processes.
+// Reads passwords from sources other than the command line, which is visible in the list of processes.
 #pragma once
 
 #include <string>
@@ -8,14 +8,14 @@ namespace fendrel::host {
 // The first line of the file. Throws Failure(wrongUsage).
 std::string readPasswordFile(const std::string& file);
 
-// The first line that the command writes, which the system's command interpreter runs: cmd, or where the program was
-// started from a Unix shell, sh. Throws Failure(wrongUsage).
+// The first line of the command's output. The command interpreter is cmd, or sh if the program was started from a Unix
+// shell. Throws Failure(wrongUsage).
 std::string runPasswordCommand(const std::string& command);
 
-// What a person types after the question, unseen; empty at the end of the input.
+// Asks on the terminal and reads the answer without echo; empty at the end of the input.
 std::string askForPassword(const std::string& question);
 
-// The question, and true when a person answers it with y or yes.
+// Asks on the terminal; true if the answer is y or yes.
 bool confirm(const std::string& question);
 
 }  // namespace fendrel::host

@@ -12,9 +12,9 @@
 namespace fendrel::host {
 namespace {
 
-// Beyond this length some system functions refuse a path without its prefix.
+// Some system functions refuse longer paths without the prefix.
 constexpr std::size_t longestPlainPath = 240;
-// Windows takes names of up to 255 characters; room is left for a number.
+// Windows allows 255 characters; room is left for a number.
 constexpr std::size_t longestFileName = 240;
 
 bool isSeparator(wchar_t c) { return c == L'\\' || c == L'/'; }
@@ -75,7 +75,7 @@ std::wstring safeFileName(std::wstring_view name) {
   std::wstring safe;
   for (const wchar_t c : name) safe += c < 0x20 || std::wstring_view(L"<>:\"/\\|?*").find(c) < 9 ? L'_' : c;
   if (safe.size() > longestFileName) {
-    // The extension says what the file is, so the front is cut.
+    // Keeps the extension, which determines the type.
     const std::size_t dot = safe.find_last_of(L'.');
     const std::wstring extension = dot == std::wstring::npos || safe.size() - dot > 32 ? L"" : safe.substr(dot);
     safe = safe.substr(0, longestFileName - extension.size()) + extension;
@@ -109,7 +109,7 @@ std::vector<std::string> expandPattern(const std::string& given) {
   if (const FindHandle search = findFirst(longPath(fullPath(given)), found)) {
     do {
       if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) continue;
-      if (found.cFileName == last) return {given};  // a Unix file may be called so
+      if (found.cFileName == last) return {given};  // a Unix file may have this name
       files.push_back(folder + toUtf8(found.cFileName));
     } while (FindNextFileW(search.get(), &found));
   }

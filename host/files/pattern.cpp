@@ -18,7 +18,7 @@ std::wstring upperCase(std::wstring_view text) {
 bool matchesPattern(std::wstring_view given, std::wstring_view givenPattern) {
   const std::wstring text = upperCase(given), pattern = upperCase(givenPattern);
   std::size_t at = 0, in = 0;
-  std::size_t star = std::wstring::npos, starAt = 0;  // the last '*', and where what it stands for ends
+  std::size_t star = std::wstring::npos, starAt = 0;  // the last '*', and the end of its match
   while (at < text.size()) {
     if (in < pattern.size() && pattern[in] == L'*') {
       star = in++;

@@ -1,4 +1,4 @@
-// Patterns of file names and of texts: '*' is any run of characters, '?' one; upper and lower case are alike.
+// Patterns of file names and texts: '*' matches any characters, '?' one; case is ignored.
 #pragma once
 
 #include <string_view>

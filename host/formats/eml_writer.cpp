@@ -27,7 +27,7 @@ std::optional<std::chrono::sys_seconds> secondOf(const std::optional<FILETIME>& 
   return std::chrono::sys_seconds(std::chrono::seconds(ticks / ticksPerSecond - secondsTo1970));
 }
 
-// What mail has a place for, out of the message's properties.
+// The parts of a mail, from the message's properties.
 class EmlSource {
  public:
   EmlSource(IMessage& from, const WriteEvents& told)
@@ -41,7 +41,7 @@ class EmlSource {
     mail.subject = toUtf8(properties_.text(PR_SUBJECT_W));
     const std::optional<FILETIME> submitted = properties_.time(PR_CLIENT_SUBMIT_TIME);
     const std::optional<FILETIME> delivered = properties_.time(PR_MESSAGE_DELIVERY_TIME);
-    // Mail must have a date: the best there is.
+    // Mail must have a date: the best one available.
     mail.date = secondOf(submitted ? submitted : delivered ? delivered : properties_.time(PR_CREATION_TIME));
     mail.delivered = secondOf(delivered);
     mail.messageId = messageId();
@@ -74,7 +74,7 @@ class EmlSource {
   }
 
   void writeLongText(const mime::TextSink& to) const {
-    std::vector<std::uint8_t> waiting;  // what only makes a character with the bytes after it
+    std::vector<std::uint8_t> waiting;  // an incomplete character at the end of the last piece
     const auto writeWaiting = [&](std::size_t units) {
       std::wstring text(units, L'\0');
       std::memcpy(text.data(), waiting.data(), units * sizeof(wchar_t));

@@ -1,4 +1,4 @@
-// A message as mail programs keep it in a file: RFC 5322 with MIME. docs/formats.md says what goes where.
+// Writes a message as a mail file: RFC 5322 with MIME. docs/formats.md describes the mapping.
 #pragma once
 
 #include "messages.h"
@@ -6,16 +6,16 @@
 
 namespace fendrel::host {
 
-// What a writer of either format tells its caller.
+// Callbacks of the writers of both formats.
 struct WriteEvents {
-  std::function<void(std::uint64_t bytes)> copied;        // of an attachment, as they come
+  std::function<void(std::uint64_t bytes)> copied;        // of an attachment, as they are copied
   std::function<void(const std::wstring& name)> leftOut;  // an attachment that is not a file
 };
 
-// Throws Failure(failed) when fewer or more bytes came than the attachment has.
+// Throws Failure(failed) if the number of bytes differs from the attachment's size.
 void checkWhole(const Attachment& attachment, std::uint64_t copied);
 
-// Writes the message in pieces, whatever the size of its attachments. Throws Failure.
+// Writes the message in pieces; memory does not depend on its size. Throws Failure.
 void writeEml(IMessage& message, const ByteSink& to, const WriteEvents& events);
 
 }  // namespace fendrel::host

@@ -7,7 +7,7 @@ namespace fendrel::host {
 namespace {
 
 constexpr ULONG firstNameNumber = 0x8000;
-// Sets that every file knows by these numbers.
+// Sets with fixed numbers in every file.
 constexpr GUID mapiSet{0x00020328, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 constexpr GUID publicStrings{0x00020329, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 constexpr std::size_t mapiNumber = 1, publicStringsNumber = 2, firstOwnNumber = 3;
@@ -42,7 +42,7 @@ void MsgNames::add(IMAPIProp& object, std::span<const ULONG> tags) {
   LPMAPINAMEID* raw = nullptr;
   const HRESULT result = object.GetNamesFromIDs(&list, nullptr, 0, &count, &raw);
   const MapiBuffer<LPMAPINAMEID> owned(raw);
-  if (result == MAPI_E_NO_SUPPORT) return;  // a store without names: its numbers mean nothing elsewhere
+  if (result == MAPI_E_NO_SUPPORT) return;  // a store without names: its identifiers mean nothing elsewhere
   check(result, ExitCode::failed, "The names of the message's properties cannot be read");
   for (ULONG i = 0; i < std::min(count, asked[0]); ++i) {
     if (!raw[i] || !raw[i]->lpguid) continue;

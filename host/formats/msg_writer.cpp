@@ -16,11 +16,11 @@
 namespace fendrel::host {
 namespace {
 
-// What the root storage of a mail message is marked with.
+// The class identifier of the root storage of a mail message.
 constexpr CLSID messageClassId = {0x00020D0B, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 
-// Files of mail programs have sectors of 512 bytes; where many are needed, those of 4096 are six times as fast to write
-// and know no bound of 2 GiB.
+// Mail programs write sectors of 512 bytes; sectors of 4096 bytes are six times as fast for large files and have no
+// limit of 2 GiB.
 constexpr std::uint64_t manyBytes = 256u << 20;
 constexpr ULONG smallSector = 512, largeSector = 4096;
 
@@ -28,7 +28,7 @@ constexpr DWORD newElement = STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE
 constexpr std::uint32_t readable = 2, writable = 4;  // of a property
 constexpr LONG textIsWide = 0x00040000;              // in PR_STORE_SUPPORT_MASK
 
-// Properties of the store that the message lies in, or of its place there: nothing in a file.
+// Properties of the message's store or of its place there, meaningless in a file.
 constexpr ULONG ofTheStore[] = {PROP_ID(PR_ENTRYID),
                                 PROP_ID(PR_PARENT_ENTRYID),
                                 PROP_ID(PR_STORE_ENTRYID),
@@ -47,10 +47,10 @@ constexpr ULONG ofTheStore[] = {PROP_ID(PR_ENTRYID),
                                 PROP_ID(PR_RECORD_KEY),
                                 PROP_ID(PR_MESSAGE_FLAGS)};
 
-// Identifiers from here on have a meaning that the store keeps apart.
+// From here on the store's names define the meaning of identifiers.
 constexpr ULONG firstNamedProperty = 0x8000;
 
-// The tag of a property in the file; 0 for one that stays behind.
+// The tag of a property in the file; 0 if it is left out.
 ULONG tagInFile(ULONG tag, const MsgNames& names) {
   if (PROP_ID(tag) >= firstNamedProperty) return names.tagInFile(tag);
   return std::ranges::find(ofTheStore, PROP_ID(tag)) == std::end(ofTheStore) ? tag : 0;
@@ -94,7 +94,7 @@ std::wstring streamName(ULONG tag) { return toWide(fmt::format("__substg1.0_{:08
 //   then for each property
 //        0     4  tag
 //        4     4  flags
-//        8     8  the value, or the length of what stands in the property's stream (4) and zeros (4)
+//        8     8  the value, or the length of the property's stream (4) and zeros (4)
 class PropertyStorage {
  public:
   PropertyStorage(ComPtr<IStorage> target, std::size_t headerSize) : storage_(std::move(target)), list_(headerSize) {}
@@ -108,7 +108,7 @@ class PropertyStorage {
   void addLong(LongValue value, ULONG tag);
   void setHeader(std::size_t offset, std::uint32_t number) { putNumber(list_, offset, number, sizeof number); }
 
-  // The list, last of all.
+  // Writes the list; call last.
   void finish() { writeStream(get(), L"__properties_version1.0", list_); }
 
  private:
@@ -138,7 +138,7 @@ void PropertyStorage::addNumber(ULONG tag, std::uint64_t bits) {
 void PropertyStorage::addText(ULONG tag, std::wstring_view text) {
   tag = CHANGE_PROP_TYPE(tag, PT_UNICODE);
   writeStream(get(), streamName(tag), bytesOf(text));
-  addLength(tag, (text.size() + 1) * sizeof(wchar_t));  // counted with an end that is not written
+  addLength(tag, (text.size() + 1) * sizeof(wchar_t));  // counts a terminator that is not written
 }
 
 void PropertyStorage::addBytes(ULONG tag, std::span<const std::uint8_t> bytes) {
@@ -151,7 +151,7 @@ void PropertyStorage::addFixedList(ULONG tag, const Value* values, ULONG count) 
   addBytes(tag, {reinterpret_cast<const std::uint8_t*>(values), count * sizeof(Value)});
 }
 
-// Each text in a stream of its own, with its end; the property's stream holds their lengths.
+// Each text has its own stream, with terminator; the property's stream holds their lengths.
 template <class Item>
 void PropertyStorage::addTexts(ULONG tag, ULONG count, Item item) {
   tag = CHANGE_PROP_TYPE(tag, PT_MV_UNICODE);
@@ -207,7 +207,7 @@ void PropertyStorage::addValue(SPropValue value, ULONG tag) {
       return addTexts(tag, held.MVszW.cValues, [&](ULONG index) -> std::wstring { return held.MVszW.lppszW[index]; });
     case PT_MV_STRING8:
       return addTexts(tag, held.MVszA.cValues, [&](ULONG index) { return fromAnsi(held.MVszA.lppszA[index]); });
-    default: return;  // PT_NULL, PT_OBJECT: nothing that a file could hold
+    default: return;  // PT_NULL, PT_OBJECT: cannot be written to a file
   }
 }
 
@@ -254,7 +254,7 @@ void addAttachment(IStorage& message, ULONG number, const Attachment& attachment
   to.finish();
 }
 
-// The names of all properties above 0x8000.
+// Writes the names of all properties above 0x8000.
 void addNames(IStorage& message, const MsgNames& names) {
   const ComPtr<IStorage> storage = newStorage(message, L"__nameid_version1.0");
   for (const MsgNames::Stream& stream : names.streams())
@@ -304,7 +304,7 @@ void writeMsg(IMessage& message, const std::wstring& path, const WriteEvents& ev
   MsgNames names;
   addProperties(to, message, properties, names);
   to.addNumber(PR_STORE_SUPPORT_MASK, textIsWide);
-  // Unsent messages open to be written on; this one was posted.
+  // Mail programs open unsent messages for editing; this one was posted.
   to.addNumber(PR_MESSAGE_FLAGS, static_cast<std::uint32_t>(properties.number(PR_MESSAGE_FLAGS).value_or(0)) &
                                      ~static_cast<std::uint32_t>(MSGFLAG_UNSENT));
   for (ULONG number = 0; number < files.size(); ++number) addAttachment(to.get(), number, files[number], names, events);

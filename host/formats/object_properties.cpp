@@ -21,7 +21,7 @@ ObjectProperties::ObjectProperties(IMAPIProp& object, const std::string& subject
   for (const SPropValue& value : std::span(block_.get(), block_ ? count : 0)) {
     if (PROP_TYPE(value.ulPropTag) != PT_ERROR) {
       present_.push_back(&value);
-    } else if (value.Value.err == MAPI_E_NOT_ENOUGH_MEMORY) {  // stands for "open it as a stream"
+    } else if (value.Value.err == MAPI_E_NOT_ENOUGH_MEMORY) {  // means "open it as a stream"
       for (const ULONG type : {PT_BINARY, PT_UNICODE}) {
         ComPtr<IUnknown> opened;
         const ULONG tag = CHANGE_PROP_TYPE(value.ulPropTag, type);

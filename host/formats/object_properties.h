@@ -1,4 +1,4 @@
-// The properties of a message or attachment, for those who write them into a file.
+// The properties of a message or attachment, for writing them to a file.
 #pragma once
 
 #include <functional>
@@ -11,7 +11,7 @@
 
 namespace fendrel::host {
 
-// A value that is not handed over at once but read as a stream. Text is UTF-16.
+// A value that must be read as a stream. Text is UTF-16.
 struct LongValue {
   ULONG tag = 0;
   std::uint64_t size = 0;
@@ -23,17 +23,17 @@ class ObjectProperties {
   // subject names the object in a failure. Throws Failure(failed).
   ObjectProperties(IMAPIProp& object, const std::string& subject);
 
-  // Those that were handed over, in the order of their identifiers, errors left out.
+  // The values that GetProps returned, in the order of their identifiers, without errors.
   std::span<const SPropValue* const> values() const { return present_; }
-  // Those that were not; each is opened when it is asked for.
+  // The tags of long values; each is opened on request.
   std::span<const ULONG> longTags() const { return tooLong_; }
   LongValue openLong(ULONG tag) const;
 
-  // Null or nothing where the object does not have it.
+  // Null or nothing if the object does not have it.
   const SPropValue* find(ULONG tag) const;
   std::wstring text(ULONG tag) const;
   std::optional<LONG> number(ULONG tag) const;
-  std::optional<FILETIME> time(ULONG tag) const;  // a time of zero is none
+  std::optional<FILETIME> time(ULONG tag) const;  // nothing for a time of zero
   bool isLong(ULONG tag) const;
 
  private:
@@ -46,8 +46,8 @@ class ObjectProperties {
 
 using ByteSink = std::function<void(std::span<const std::uint8_t>)>;
 
-// Hands a stream's bytes on in pieces and returns their number; ends with Failure(cancelled) when the user wants so.
-// subject names the bytes in a failure.
+// Copies a stream's bytes in pieces and returns their number; throws Failure(cancelled) when the user cancels. subject
+// names the bytes in a failure.
 std::uint64_t copyStream(IStream& from, const std::string& subject, const ByteSink& to);
 
 }  // namespace fendrel::host

@@ -1,4 +1,4 @@
-// Folder paths: display names joined by '@', message store first.
+// Folder paths: display names joined by '@', from the message store on.
 #pragma once
 
 #include <optional>
@@ -8,10 +8,10 @@
 
 namespace fendrel::host {
 
-// The plug-in reads at most so many characters of one name of a path.
+// The longest name that the plug-in can find in a path.
 inline constexpr std::size_t longestName = 79;
 
-// One step of a walk: which name the front of the path means, and the path after it (absent for the last).
+// One step along a path: the index of the matched name, and the rest of the path (absent after the last).
 struct PathStep {
   std::size_t index;
   std::optional<std::wstring_view> rest;
@@ -20,12 +20,12 @@ struct PathStep {
 // The path up to its first '@'.
 std::wstring_view firstComponent(std::wstring_view path);
 
-// The path after its first '@'; absent when it has none.
+// The path after its first '@'; absent if it has none.
 std::optional<std::wstring_view> behindFirstComponent(std::wstring_view path);
 
-// Which of `names` the front of `path` means, the way the plug-in reads it. The first name that equals the
-// component, case counted, wins. A name may itself hold an '@' (mailboxes are often named by their address): where no
-// name equals the component, the longest such name that the path begins with wins.
+// Finds the one of `names` with which `path` begins, like the plug-in. The first name that equals the component, with
+// case, wins. A name may contain '@' (mailboxes are often named by their address): if no name equals the component, the
+// longest such name with which the path begins wins.
 std::optional<PathStep> matchFront(std::wstring_view path, std::span<const std::wstring> names);
 
 }  // namespace fendrel::host

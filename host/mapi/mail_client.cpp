@@ -35,7 +35,7 @@ class Key {
     return RegCreateKeyExW(rootOf(scope), path, 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &key_, nullptr);
   }
 
-  // Null names the default value. Nothing where there is none, or none of text.
+  // Null names the default value. Nothing if the value is missing or not text.
   std::optional<std::wstring> text(const wchar_t* name, DWORD kinds = asItStands) const {
     std::wstring value;
     DWORD size = 0;
@@ -69,7 +69,7 @@ class Key {
   HKEY key_ = nullptr;
 };
 
-// False where there is no such key.
+// False if there is no such key.
 bool openToRead(Key& key, ClientScope scope, const wchar_t* path, REGSAM view = 0) {
   const LSTATUS status = key.open(scope, path, KEY_READ | view);
   if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND) fail(status);
@@ -115,7 +115,7 @@ bool registerClient(ClientScope scope, const std::wstring& library) {
   if (status != ERROR_SUCCESS) fail(status);
   own.set(nullptr, clientName);
   own.set(libraryValue, library);
-  if (wasOurs) return true;  // what it replaced is kept already
+  if (wasOurs) return true;  // the previous default is saved already
   const auto before = clients.text(nullptr);
   if (before)
     own.set(replacedValue, *before);

@@ -1,4 +1,4 @@
-// The interface identifiers of MAPI that this program uses, defined once.
+// Defines the MAPI interface identifiers that this program uses.
 #define INITGUID
 #define USES_IID_IMAPIFolder
 #define USES_IID_IMsgStore

@@ -27,7 +27,7 @@ bool samePath(const std::wstring& one, const std::wstring& other) {
 
 struct Needed {
   const char* name;
-  const char* decorated;  // under which some systems export the utility functions alone; null: none
+  const char* decorated;  // the only name under which some systems export the utility functions; null: none
 };
 
 FARPROC find(HMODULE module, const Needed& needed) {

@@ -1,4 +1,4 @@
-// The MAPI library of this process: which one, and its functions.
+// The MAPI library of this process and its functions.
 #pragma once
 
 #include <mapiutil.h>
@@ -20,14 +20,14 @@ struct MapiFunctions {
 
 enum class MapiSubsystem {
   local,  // store\MAPI32.DLL beside this program
-  system  // what the system finds under the name MAPI32.DLL
+  system  // the MAPI32.DLL that the system finds by name
 };
 
-// Loads the library, for as long as the process lives, so that everyone who then asks for "MAPI32.DLL" gets this one.
-// Throws Failure(mapiUnusable) with the reason.
+// Loads the library for the lifetime of the process, so that later requests for "MAPI32.DLL" get this one. Throws
+// Failure(mapiUnusable) with the reason.
 void loadMapi(MapiSubsystem subsystem);
 
-// The names of the functions that the library must have and has not.
+// The names of required functions that the library lacks.
 std::vector<std::string> missingMapiFunctions(HMODULE library);
 
 // The functions of the loaded library.
@@ -36,7 +36,7 @@ const MapiFunctions& mapi();
 // The full path of the loaded library.
 const std::wstring& mapiPath();
 
-// Throws Failure(mapiUnusable) unless the name "MAPI32.DLL" leads to the loaded library.
+// Throws Failure(mapiUnusable) unless the name "MAPI32.DLL" gives the loaded library.
 void checkMapiIsTheOne();
 
 }  // namespace fendrel::host

@@ -14,13 +14,13 @@ namespace fendrel::host {
 struct MapiFree {
   void operator()(void* block) const noexcept { mapi().freeBuffer(block); }
 };
-// The top block; what is chained below it dies with it.
+// The top block; the blocks chained to it are freed with it.
 template <class T>
 using MapiBuffer = std::unique_ptr<T, MapiFree>;
 
 using RowSet = std::unique_ptr<SRowSet, RowSetFree<MapiFree>>;
 
-// A property tag array, its count in front of the tags.
+// A property tag array, with its count before the tags.
 class Tags {
  public:
   Tags(std::initializer_list<ULONG> tags) : block_{static_cast<ULONG>(tags.size())} {

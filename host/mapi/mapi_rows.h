@@ -17,7 +17,7 @@ namespace fendrel::host {
 
 using EntryId = std::vector<std::uint8_t>;
 
-// What could not be filled arrives with another tag: null then.
+// Null for a value that the provider could not supply: it has another tag.
 inline const SPropValue* valueAt(const SRow& row, ULONG column, ULONG tag) {
   return column < row.cValues && row.lpProps[column].ulPropTag == tag ? &row.lpProps[column] : nullptr;
 }
@@ -52,8 +52,8 @@ inline ENTRYID* asEntryId(const EntryId& id) {
   return const_cast<ENTRYID*>(reinterpret_cast<const ENTRYID*>(id.data()));
 }
 
-// Hands the table's rows from its current position on to `use`, at most `limit` of them, read in batches.
-// subject names the table in a failure.
+// Calls `use` for the table's rows from its current position on, at most `limit`, read in batches. subject names the
+// table in a failure.
 template <std::invocable<const SRow&> Use>
 void forEachRow(IMAPITable& table, const std::string& subject, Use use, std::size_t limit = SIZE_MAX) {
   constexpr std::size_t batch = 50;

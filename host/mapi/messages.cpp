@@ -8,7 +8,7 @@
 namespace fendrel::host {
 namespace {
 
-// Beyond it a store compares longer than it takes to hand out every row.
+// With more subjects, a restriction is slower than reading all rows.
 constexpr std::size_t mostRestrictedSubjects = 100;
 
 enum Column : ULONG { id, subjectText, messageClass, sender, submitted, delivered, size, hasAttachments };
@@ -45,7 +45,7 @@ ComPtr<IMAPITable> contentsOf(const OpenFolder& folder, const std::string& subje
 MessageTable::MessageTable(const OpenFolder& folder, bool hidden)
     : subject_(fmt::format("Folder '{}'", printable(folder.path))), table_(contentsOf(folder, subject_, hidden)) {
   SizedSSortOrderSet(1, order) = {1, 0, 0, {{PR_MESSAGE_DELIVERY_TIME, TABLE_SORT_ASCEND}}};
-  // A store that does not sort keeps an order of its own.
+  // A store that cannot sort keeps its own order.
   const HRESULT code = table_->SortTable(reinterpret_cast<SSortOrderSet*>(&order), 0);
   if (code != MAPI_E_NO_SUPPORT && code != MAPI_E_TOO_COMPLEX)
     check(code, ExitCode::failed, subject_ + " cannot be sorted", *table_.Get());
@@ -99,7 +99,7 @@ std::vector<MessageRow> messagesNamed(const OpenFolder& folder, const std::set<s
     any.rt = RES_OR;
     any.res.resOr = {static_cast<ULONG>(conditions.size()), conditions.data()};
     const HRESULT code = table->Restrict(&any, 0);
-    // A store that does not search hands out every row.
+    // A store that cannot search returns every row.
     if (code != MAPI_E_NO_SUPPORT && code != MAPI_E_TOO_COMPLEX)
       check(code, ExitCode::failed, subject + " cannot be searched");
   }

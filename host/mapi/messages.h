@@ -25,9 +25,9 @@ class MessageTable {
   MessageTable(const OpenFolder& folder, bool hidden);
 
   std::uint64_t count();
-  // Hands the messages first, first + 1 ... to `use`, at most `limit`.
+  // Calls `use` for the messages first, first + 1 ..., at most `limit`.
   void read(std::uint64_t first, std::uint64_t limit, const std::function<void(std::uint64_t, const MessageRow&)>& use);
-  // The message with this number. Throws Failure(folderRefused) when there is none.
+  // The message with this number. Throws Failure(folderRefused) if there is none.
   MessageRow at(std::uint64_t number);
 
  private:
@@ -41,10 +41,10 @@ std::vector<MessageRow> messagesNamed(const OpenFolder& folder, const std::set<s
 ComPtr<IMessage> openMessage(const OpenFolder& folder, const MessageRow& message);
 
 struct Attachment {
-  ULONG number = 0;  // what IMessage::OpenAttach takes
+  ULONG number = 0;  // for IMessage::OpenAttach
   std::wstring name;
-  bool isFile = false;     // attached by value: it has bytes of its own
-  std::uint64_t size = 0;  // of the bytes alone
+  bool isFile = false;     // attached by value: it has bytes
+  std::uint64_t size = 0;  // of the bytes only
   ComPtr<IAttach> object;
 };
 // All attachments, opened, in the order of their numbers.

@@ -1,4 +1,4 @@
-// What MAPI objects say of their own failures.
+// Error texts of MAPI objects.
 #pragma once
 
 #include <mapix.h>
@@ -11,7 +11,7 @@
 
 namespace fendrel::host {
 
-// Empty where the object says nothing.
+// Empty if the object has none.
 template <class Object>
 std::string wordsOf(Object& object, HRESULT code) {
   MapiBuffer<MAPIERROR> error;
@@ -20,7 +20,7 @@ std::string wordsOf(Object& object, HRESULT code) {
   return printable(std::wstring(reinterpret_cast<const wchar_t*>(error->lpszError)));
 }
 
-// check(), in the words of the object that answered.
+// check(), with the error text of the object that returned the code.
 template <class Object>
 void check(HRESULT code, ExitCode exitCode, const std::string& subject, Object& object) {
   if (FAILED(code)) throw toldFailure(exitCode, subject, code, wordsOf(object, code));

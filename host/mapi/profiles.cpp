@@ -22,7 +22,7 @@ std::string listed(const std::vector<ProfileEntry>& profiles) {
   return list;
 }
 
-// What the local store calls it; it is none of MAPI's own flags.
+// A flag of the local store, not one of MAPI's.
 constexpr ULONG deleteWithMailbox = 0x00010000;
 
 constexpr const char* howToAdd = "Make one with: fendrel profile add NAME --user \"Your Name\"";
@@ -39,7 +39,7 @@ std::vector<ProfileEntry> Profiles::list() {
   std::vector<ProfileEntry> found;
   forEachRow(*table.Get(), subject, [&](const SRow& row) {
     ProfileEntry profile{textAt(row, 0, PR_DISPLAY_NAME_W), flagAt(row, 2, PR_DEFAULT_PROFILE)};
-    // Some subsystems know 8-bit profile names only.
+    // Some subsystems have only 8-bit profile names.
     const SPropValue* narrow = valueAt(row, 1, PR_DISPLAY_NAME_A);
     if (profile.name.empty() && narrow && narrow->Value.lpszA) profile.name = fromAnsi(narrow->Value.lpszA);
     found.push_back(profile);
@@ -134,7 +134,7 @@ void Profiles::makeDefault(const std::wstring& name) {
 
 void Profiles::remove(const std::wstring& name, const std::wstring& password, bool withMailbox) {
   const std::string subject = fmt::format("Profile '{}' cannot be removed", printable(name));
-  if (!password.empty()) setPassword(name, password, {});  // which the local store asks for before it removes one
+  if (!password.empty()) setPassword(name, password, {});  // required by the local store before it removes the profile
   const HRESULT code = admin_->DeleteProfile(asMapiText(name), MAPI_UNICODE | (withMailbox ? deleteWithMailbox : 0));
   if (code == MAPI_E_NO_ACCESS && password.empty())
     throw Failure(ExitCode::mapiUnusable,
@@ -156,7 +156,7 @@ void Profiles::setPassword(const std::wstring& name, const std::wstring& passwor
 
 std::wstring chooseProfile(const std::vector<ProfileEntry>& profiles, const std::wstring& wanted) {
   if (!wanted.empty()) {
-    // MAPI compares profile names without regard to case.
+    // MAPI compares profile names ignoring case.
     const auto known = std::ranges::find_if(profiles, [&](const ProfileEntry& profile) {
       return CompareStringOrdinal(profile.name.c_str(), -1, wanted.c_str(), -1, TRUE) == CSTR_EQUAL;
     });

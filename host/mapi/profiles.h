@@ -1,4 +1,4 @@
-// The profiles that MAPI knows, and the choice among them.
+// MAPI's profiles and the choice among them.
 #pragma once
 
 #include <optional>
@@ -14,11 +14,11 @@ struct ProfileEntry {
   bool isDefault = false;
 };
 
-// The profile asked for, or when none was: the default one, or the only one. Throws Failure(mapiUnusable) naming the
+// The requested profile; without a request the default one, or the only one. Throws Failure(mapiUnusable), listing the
 // choices.
 std::wstring chooseProfile(const std::vector<ProfileEntry>& profiles, const std::wstring& wanted);
 
-// The mail server that a profile's messages are on.
+// The mail server that keeps a profile's messages.
 struct ServerProfile {
   std::wstring url, user;  // user empty: the secret is a token
   std::wstring publicAccount, tlsCaFile;
@@ -29,17 +29,17 @@ class Profiles {
   Profiles();
 
   std::vector<ProfileEntry> list();
-  // The user's name that the profile holds; absent when it cannot be read, for example for want of its password.
+  // The user's name in the profile; absent if it cannot be read, for example without its password.
   std::optional<std::wstring> userName(const std::wstring& profile, const std::wstring& password);
 
-  // Absent for a profile of the local store, and when it cannot be read.
+  // Absent for a profile of the local store, and if it cannot be read.
   std::optional<ServerProfile> server(const std::wstring& profile, const std::wstring& password);
 
   void add(const std::wstring& name, const std::wstring& password);
   void setUserName(const std::wstring& profile, const std::wstring& password, const std::wstring& user);
   void setServer(const std::wstring& profile, const ServerProfile& server, const std::wstring& secret);
   void makeDefault(const std::wstring& name);
-  // A profile with a password is removed only with it; without `withMailbox` its messages stay in the store.
+  // Removing a profile with a password requires the password; without `withMailbox` its messages stay in the store.
   void remove(const std::wstring& name, const std::wstring& password, bool withMailbox);
   void rename(const std::wstring& name, const std::wstring& password, const std::wstring& newName);
   void setPassword(const std::wstring& name, const std::wstring& password, const std::wstring& newPassword);

@@ -117,7 +117,7 @@ constexpr PropertyName propertyNames[] = {
     NAME(PR_TRANSPORT_MESSAGE_HEADERS),
     NAME(PR_VALID_FOLDER_MASK),
     NAME(PR_VIEWS_ENTRYID),
-    // Not in every copy of the MAPI headers.
+    // Missing from some versions of the MAPI headers.
     {0x1013, "PR_HTML"},
     {0x1035, "PR_INTERNET_MESSAGE_ID"},
     {0x1042, "PR_IN_REPLY_TO_ID"},

@@ -7,7 +7,7 @@
 
 namespace fendrel::host {
 
-// "PR_SUBJECT", whatever the type of the tag; "0x6601" for a property without a name here.
+// "PR_SUBJECT", whatever the type of the tag; "0x6601" for a property without a known name.
 std::string propertyName(ULONG tag);
 
 // "PT_UNICODE", "PT_MV_LONG".

@@ -12,7 +12,7 @@
 namespace fendrel::host {
 namespace {
 
-// Bytes of a binary value that its line of text shows.
+// Bytes shown of a binary value in text.
 constexpr std::size_t shownBytes = 24;
 
 std::string guidText(const GUID& guid) {
@@ -22,7 +22,7 @@ std::string guidText(const GUID& guid) {
 
 void setBinary(PropertyText& text, const SBinary& binary) {
   const std::span<const std::uint8_t> bytes(binary.lpb, binary.lpb ? binary.cb : 0);
-  if (text.tag == PR_ATTACH_DATA_BIN) {  // the file itself: "fendrel save" hands it out
+  if (text.tag == PR_ATTACH_DATA_BIN) {  // the file itself: see "fendrel save"
     text.json = {{"bytes", bytes.size()}};
     text.value = fmt::format("({})", counted(bytes.size(), "byte"));
     return;
@@ -37,7 +37,7 @@ void setText(PropertyText& text, const std::wstring& wide) {
   text.value = printable(wide);
 }
 
-// The length of a value that is only to be had as a stream.
+// The length of a value that can only be read as a stream.
 void setStreamed(PropertyText& text, IMAPIProp& object, ULONG tag) {
   ComPtr<IUnknown> opened;
   ComPtr<IStream> stream;
@@ -96,7 +96,7 @@ std::vector<PropertyText> propertiesOf(IMAPIProp& object, const std::string& sub
   std::vector<PropertyText> properties;
   for (const SPropValue& value : std::span(values.get(), values ? count : 0)) {
     properties.push_back(propertyText(value));
-    // Too long for a value: MAPI_E_NOT_ENOUGH_MEMORY stands for "open it as a stream".
+    // Too long for a value: MAPI_E_NOT_ENOUGH_MEMORY means "open it as a stream".
     if (PROP_TYPE(value.ulPropTag) == PT_ERROR && value.Value.err == MAPI_E_NOT_ENOUGH_MEMORY)
       for (const ULONG type : {PT_BINARY, PT_UNICODE})
         if (PROP_TYPE(properties.back().tag) == PT_ERROR)

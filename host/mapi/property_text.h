@@ -1,4 +1,4 @@
-// Property values as people and as JSON read them.
+// Property values as text and as JSON.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -17,10 +17,10 @@ struct PropertyText {
 };
 
 // All properties of an object, in the order of their identifiers. subject names the object in a failure.
-// A value that is too long to be handed over at once is named by its length, never read whole.
+// A long value is described by its length and not read.
 std::vector<PropertyText> propertiesOf(IMAPIProp& object, const std::string& subject);
 
-// One value; long binary values are cut in the text and whole in the JSON.
+// One value; long binary values are truncated in the text and complete in the JSON.
 PropertyText propertyText(const SPropValue& value);
 
 }  // namespace fendrel::host

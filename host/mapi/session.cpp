@@ -186,7 +186,7 @@ OpenFolder Session::walk(std::wstring_view path, bool create, bool toWrite, std:
                                 "names of at most {}. Choose a shorter name.",
                                 printable(name), name.size(), longestName));
     ComPtr<IMAPIFolder> made;
-    // Another process may be making the same folder at this moment.
+    // Another process may be creating the same folder.
     const HRESULT code = current.folder->CreateFolder(FOLDER_GENERIC, asMapiText(name), nullptr, nullptr,
                                                       MAPI_UNICODE | OPEN_IF_EXISTS, &made);
     check(code, folderExitCode(code),

@@ -1,4 +1,4 @@
-// A MAPI session of a profile, its message stores and folders.
+// A MAPI session with its message stores and folders.
 #pragma once
 
 #include <mapix.h>
@@ -13,12 +13,12 @@
 
 namespace fendrel::host {
 
-// MAPI declares texts that it only reads as ones that it may write.
+// MAPI declares texts that it only reads as writable.
 inline LPWSTR asMapiText(const std::wstring& text) { return const_cast<LPWSTR>(text.c_str()); }
 
 using Microsoft::WRL::ComPtr;
 
-// MAPI is started while one of these lives.
+// Keeps MAPI initialised during its lifetime.
 class MapiStart {
  public:
   MapiStart();  // throws Failure(mapiUnusable)
@@ -40,12 +40,12 @@ struct FolderEntry {
   bool hasFolders = false;
 };
 
-// An open folder and the store that it lies in.
+// An open folder and its store.
 struct OpenFolder {
   ComPtr<IMsgStore> store;
   ComPtr<IMAPIFolder> folder;
   std::wstring path;
-  std::vector<std::wstring> names;  // what the path is made of
+  std::vector<std::wstring> names;  // the components of the path
 };
 
 class Session {
@@ -59,18 +59,18 @@ class Session {
   const std::wstring& profile() const { return profileName_; }
   std::vector<StoreEntry> stores();
   ComPtr<IMsgStore> openStore(const StoreEntry& store, bool toWrite);
-  // The folder below which people see a store's folders.
+  // The root of the folders that users see.
   ComPtr<IMAPIFolder> openTop(IMsgStore& store, const std::wstring& storeName);
-  // Of all its folders, hidden messages with them.
+  // In all its folders, hidden messages included.
   std::uint64_t countMessages(const StoreEntry& store);
   std::vector<FolderEntry> foldersOf(IMAPIFolder& folder, const std::wstring& path);
   ComPtr<IMAPIFolder> openFolder(IMsgStore& store, const EntryId& id, const std::wstring& path, bool toWrite);
 
-  // Walks a path; with `create` makes the folders that are missing (never a store) and adds their paths to `created`.
-  // Throws Failure(folderRefused) with what there is instead.
+  // Opens the folder of a path; with `create` creates missing folders (never a store) and adds their paths to
+  // `created`. Throws Failure(folderRefused), listing the existing folders.
   OpenFolder walk(std::wstring_view path, bool create = false, std::vector<std::wstring>* created = nullptr);
 
-  // The same for a path whose last folder is to be changed or deleted; nothing is made.
+  // The same, for a folder that will be changed or deleted; nothing is created.
   OpenFolder walkToChange(std::wstring_view path);
 
   // The folder of personal reports: Common Views of the default store.

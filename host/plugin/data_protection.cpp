@@ -20,7 +20,7 @@ DATA_BLOB blobOf(std::span<const std::byte> bytes) {
   return {static_cast<DWORD>(bytes.size()), reinterpret_cast<BYTE*>(const_cast<std::byte*>(bytes.data()))};
 }
 
-// Copies what the system made, and wipes it.
+// Copies the system's result, and wipes it.
 Bytes take(const DATA_BLOB& made) {
   const std::unique_ptr<BYTE, LocalFreer> owner(made.pbData);
   const auto* const start = reinterpret_cast<const std::byte*>(made.pbData);

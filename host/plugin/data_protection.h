@@ -1,4 +1,4 @@
-// The system's protection of data for the user who is logged on.
+// Encryption of data by the system for the current user.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@ namespace fendrel::host {
 
 using Bytes = std::vector<std::byte>;
 
-// Both throw Failure(failed). What this user protects, only this user on this machine can read again.
+// Both throw Failure(failed). Only the same user on the same machine can decrypt the data.
 Bytes protect(std::span<const std::byte> bytes);
 Bytes unprotect(std::span<const std::byte> bytes);
 

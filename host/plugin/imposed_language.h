@@ -1,4 +1,4 @@
-// The language of the plug-in's dialogs, imposed the way a host does: by a global atom.
+// The language of the plug-in's dialogs, imposed by a global atom as hosts do.
 #pragma once
 
 #include <windows.h>
@@ -11,8 +11,8 @@ namespace fendrel::host {
 // The codes that can be imposed: de, en, fr, it, jp.
 std::vector<std::string> knownLanguages();
 
-// While it lives, a plug-in that starts takes that language, if its library is there. An atom of another program for
-// another language may come first.
+// During its lifetime a starting plug-in uses that language, if its library exists. Another program's atom for another
+// language may take precedence.
 class ImposedLanguage {
  public:
   explicit ImposedLanguage(const std::string& code);

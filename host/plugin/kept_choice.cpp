@@ -17,7 +17,7 @@ namespace fendrel::host {
 namespace {
 
 constexpr std::string_view protectedMark = "FendrelProtected";
-constexpr LONGLONG largestFile = 1 << 20;  // bytes; no folder's path is as long
+constexpr LONGLONG largestFile = 1 << 20;  // bytes; no folder path is as long
 
 Failure noChoice(const std::string& source) {
   return Failure(ExitCode::wrongUsage,
@@ -48,7 +48,7 @@ DestinationOptions headerOf(const Bytes& record) {
   return header;
 }
 
-// The string that findPackedStrings found there; empty where it found none.
+// The string at an offset from findPackedStrings; empty for 0.
 std::wstring stringAt(const Bytes& record, std::uint32_t offset) {
   std::wstring text;
   for (wchar_t unit; offset != 0; offset += sizeof unit) {

@@ -1,10 +1,8 @@
-// A choice of destination that is kept between runs: the packed record of the plug-in with all its strings, and the
-// file that holds it.
-//
-// The file is the packed record byte for byte. With a password in it, it is instead
+// A choice of destination that is kept between runs: the plug-in's packed record with all its strings, and its file.
+// The file is the packed record byte for byte; with a password it is instead
 //   offset  size
 //        0    16  "FendrelProtected"
-//       16     -  the packed record under the system's protection for this user
+//       16     -  the packed record, encrypted by the system for this user
 #pragma once
 
 #include <fendrel/fendrel.h>
@@ -18,14 +16,14 @@ namespace fendrel::host {
 
 class KeptChoice {
  public:
-  // Takes over a whole packed record. Throws Failure(wrongUsage), naming `source`, when it is none.
+  // Takes a complete packed record. Throws Failure(wrongUsage), naming `source`, if it is invalid.
   KeptChoice(Bytes record, const std::string& source);
 
-  // Reads the file; throws Failure(wrongUsage) when it is not there or no choice, Failure(failed) when it cannot be
-  // unprotected.
+  // Reads the file; throws Failure(wrongUsage) if it is missing or not a choice, Failure(failed) if it cannot be
+  // decrypted.
   static KeptChoice load(const std::string& file);
 
-  // Replaces the file as a whole or not at all. Throws Failure(failed).
+  // Replaces the file completely or not at all. Throws Failure(failed).
   void save(const std::string& file) const;
 
   const std::wstring& profile() const { return profileName_; }
@@ -33,7 +31,7 @@ class KeptChoice {
   const std::wstring& folderPath() const { return path_; }  // empty for a personal report
   std::uint16_t type() const;
 
-  // The record as the plug-in takes it back; every use makes a fresh copy.
+  // The record for the plug-in; copy it for every use.
   const Bytes& record() const { return packed_; }
 
  private:

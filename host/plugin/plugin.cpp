@@ -48,7 +48,7 @@ HMODULE textsOf(HMODULE plugin) {
   return plugin;
 }
 
-// What the plug-in takes as one export's files; the records point into each other.
+// The plug-in's records for one export's files; they point into each other.
 class FileList {
  public:
   FileList(std::span<const std::wstring> paths, std::span<const std::wstring> names) {
@@ -80,7 +80,7 @@ class FileList {
   std::vector<const wchar_t*> pathPointers_;
 };
 
-// A destination as the plug-in takes it. The plug-in reads the strings and leaves the record as it is.
+// The plug-in's record of a destination. The plug-in does not change it.
 class OptionsRecord {
  public:
   explicit OptionsRecord(const Destination& destination) : packed_(destination.packed) {

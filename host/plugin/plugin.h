@@ -1,4 +1,4 @@
-// FENDREL.DLL, driven through its exports only.
+// FENDREL.DLL, called only through its exports.
 #pragma once
 
 #include <fendrel/fendrel.h>
@@ -12,23 +12,23 @@
 
 namespace fendrel::host {
 
-// Where and how files are posted.
+// Where and how to post files.
 struct Destination {
   std::wstring profile, password;
   std::uint16_t type = FENDREL_REPORT_INSTANCE;
   std::wstring folderPath;  // empty for a personal report
-  Bytes packed;             // when there are any: the packed record that is handed in instead of all this
+  Bytes packed;             // if not empty: the packed record to use instead of the other fields
 };
 
-// What the plug-in said to one export.
+// The plug-in's result of one export.
 struct ExportAnswer {
   std::uint32_t code = FENDREL_SUCCESS;
   std::wstring errorText;
-  HRESULT meaning = S_OK;  // of a failure, as far as the code and the text tell it
-  bool jobMade = false;    // false: the set-up failed already
+  HRESULT meaning = S_OK;  // of a failure, as far as code and text determine it
+  bool jobMade = false;    // false: the set-up failed
 };
 
-// What the plug-in made of a choice.
+// The plug-in's result of a choice.
 struct ChoiceAnswer {
   std::uint32_t code = FENDREL_SUCCESS;
   Bytes record;  // the packed record with all its strings
@@ -42,14 +42,14 @@ class Plugin {
   Plugin(const Plugin&) = delete;
   Plugin& operator=(const Plugin&) = delete;
 
-  // One export: a job of its own that posts all the files. paths and names belong together.
+  // Posts all the files in one job. paths and names correspond.
   ExportAnswer exportFiles(const Destination& destination, std::span<const std::wstring> paths,
                            std::span<const std::wstring> names);
 
   // Lets the user choose profile and folder in the plug-in's dialogs.
   ChoiceAnswer choose();
 
-  // The same destination as a packed record, after a logon without any dialog.
+  // The same destination as a packed record, after a logon without dialogs.
   ChoiceAnswer repack(const Destination& destination);
 
  private:

@@ -1,4 +1,4 @@
-// What an answer of the plug-in means.
+// The meaning of the plug-in's result codes and error texts.
 #pragma once
 
 #include <windows.h>
@@ -10,10 +10,10 @@
 
 namespace fendrel::host {
 
-// A string of the module that the plug-in takes its texts from; empty when it has none of that id.
+// Loads a string of the plug-in's resource module; empty if it has none with that id.
 using PluginString = std::function<std::wstring(UINT id)>;
 
-// The failure that a result code and an error text stand for; S_OK when they name none.
+// The failure that result code and error text mean; S_OK if they identify none.
 HRESULT pluginFailure(std::uint32_t code, std::wstring_view errorText, const PluginString& pluginString);
 
 }  // namespace fendrel::host

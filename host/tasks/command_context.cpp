@@ -50,7 +50,7 @@ std::vector<ProfileEntry> CommandContext::knownProfiles() {
   return profiles().list();
 }
 
-// A password is asked for only where the logon shows that one is needed.
+// Asks for a password only if the logon fails without one.
 void CommandContext::logOn(const std::wstring& profile) {
   try {
     logon_ = std::make_unique<Session>(profile, password());
@@ -66,7 +66,7 @@ Session& CommandContext::session() {
   if (logon_) return *logon_;
   const std::wstring named = toWide(options.profile);
   if (isStoreMissing()) {
-    useMapi();  // a library that is missing is the first thing to say
+    useMapi();  // reports a missing library first
     chooseProfile({}, named);
   }
   if (named.empty()) {
@@ -77,7 +77,7 @@ Session& CommandContext::session() {
   try {
     logOn(named);
   } catch (const Failure& refused) {
-    // Where the name is unknown, the names that are known say more.
+    // If the profile does not exist, list those that do.
     std::vector<ProfileEntry> known;
     try {
       known = profiles().list();

@@ -1,4 +1,4 @@
-// What every command works with: the global options, MAPI once it is needed, and the output.
+// The context of every command: the global options, MAPI once it is needed, and the output.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -18,7 +18,7 @@ using Json = nlohmann::ordered_json;
 
 struct GlobalOptions {
   std::string store;
-  std::string mapi;  // "local", as also when it is empty, or "system"
+  std::string mapi;  // "local" or empty, or "system"
   std::string profile;
   std::string password;
   std::string passwordFile, passwordCommand;
@@ -29,49 +29,49 @@ struct GlobalOptions {
 
 enum class Level {
   detail,  // with --verbose only
-  record,  // for the log and the lines of JSON; a person has seen it already
+  record,  // for the log and the JSON lines; the user has seen it already
   info,    // a result, on standard output
-  notice,  // something to know, on standard error
+  notice,  // a notice, on standard error
   error
 };
 
-// Something that happened to one file, or to the whole.
+// An event of one file or of the whole run.
 struct Event {
   Level level;
-  const char* name;              // one word or two, the same for all of its kind: "posted"
-  std::string file;              // as the caller wrote it; may be empty
-  std::string words;             // for a person
-  Json fields = Json::object();  // what JSON says besides
+  const char* name;              // the kind of event, one or two words: "posted"
+  std::string file;              // as the user wrote it; may be empty
+  std::string words;             // for display
+  Json fields = Json::object();  // additional fields in JSON
 };
 
 class CommandContext {
  public:
   GlobalOptions options;
-  // Set by the command line: what to do.
+  // The command to run; set by the command line.
   std::function<ExitCode(CommandContext&)> command;
 
-  // MAPI is loaded by the first of these; each throws Failure(mapiUnusable). A local store that is missing is made.
+  // The first of these loads MAPI; each throws Failure(mapiUnusable). A missing local store is created.
   Profiles& profiles();
-  // The profiles; none where the local store is missing, which stays so.
+  // The profiles; none if the local store is missing, which is not created.
   std::vector<ProfileEntry> knownProfiles();
-  // Logged on to the profile asked for, or the default one, or the only one. Asks a person for the password when one is
-  // needed and none was given.
+  // Logs on to the requested profile, or the default one, or the only one. Asks on the terminal for a password if one
+  // is needed and none was given.
   Session& session();
-  // The next session() logs on anew.
+  // The next session() logs on again.
   void endSession();
-  // That of --password-file, --password-command or FENDREL_PASSWORD, else empty.
+  // From --password-file, --password-command or FENDREL_PASSWORD, else empty.
   std::wstring password();
 
-  // A line of the result, shown unless the result is wanted as JSON.
+  // Prints a line of the result unless JSON is requested.
   void line(const std::string& utf8) const;
-  // The command's result: the one JSON document, or the last line of JSON, when it is wanted.
+  // Prints the command's result, if requested, as the one JSON document or as the last JSON line.
   void document(const Json& result) const;
-  // To the person, the log and the lines of JSON, as far as they are wanted.
+  // Reports an event to the user, the log and the JSON lines, as requested.
   void tell(const Event& event);
   void tell(const char* name, const std::string& file, const Failure& failure);
-  // What happens from now on goes into this log, too. Throws Failure(failed).
+  // Writes all further events to this log, too. Throws Failure(failed).
   void keepLog(const std::string& file);
-  // A line of the log could not be written.
+  // Whether writing a line of the log has failed.
   bool logIsLost() const { return logLost_; }
 
  private:
@@ -85,10 +85,10 @@ class CommandContext {
   bool logLost_ = false;
 };
 
-// A failure as every document shows it: code, name, words, retryable.
+// A failure in JSON: code, name, words, retryable.
 Json jsonError(const Failure& failure);
 
-// A time as JSON has it; null when there is none.
+// A time in JSON; null if there is none.
 Json jsonTime(const FILETIME& time);
 
 }  // namespace fendrel::host

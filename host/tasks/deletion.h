@@ -1,4 +1,4 @@
-// Deleting chosen messages, for a person and for a job's retention.
+// Deletes chosen messages, for the user and for a job's retention.
 #pragma once
 
 #include "command_context.h"
@@ -6,10 +6,10 @@
 
 namespace fendrel::host {
 
-// All or none of them, for good. The folder is open to be changed. Throws Failure.
+// Deletes all or none of them permanently. The folder must be open for writing. Throws Failure.
 void deleteChosen(const OpenFolder& folder, const std::vector<ChosenMessage>& messages);
 
-// Says that it was, or would be, deleted; answers what JSON says of it.
+// Reports a message as deleted, or to be deleted; returns its JSON.
 Json tellDeletion(CommandContext& context, const ChosenMessage& message, bool dryRun);
 
 // "Message 3, 'sales.pdf', of 2026-11-21 22:00:00"

@@ -41,7 +41,7 @@ class Examination {
   }
 
  private:
-  // A step answers the words for its tick, or throws the Failure for its cross.
+  // A step returns the text of its tick, or throws the Failure of its cross.
   template <class Look>
   bool step(const char* what, Look look) {
     try {
@@ -145,7 +145,7 @@ class Examination {
     try {
       profiles = context_.profiles().list();
     } catch (const Failure& failure) {
-      // Some systems log on to a profile that is named, and list none.
+      // Some systems log on to a given profile but cannot list profiles.
       if (failure.code() != MAPI_E_NO_SUPPORT || context_.options.profile.empty()) throw;
       return fmt::format("'{}' is used; this MAPI lists none", printable(context_.options.profile));
     }
@@ -174,7 +174,7 @@ class Examination {
                            : fmt::format("'{}' is there", printable(target_.path));
   }
 
-  // A message that is not saved was never there.
+  // Creates a message and does not save it, so that it never exists.
   std::string tryToCreate() {
     if (target_.missing) return "not known before the folder is made";
     const OpenFolder folder = context_.session().walkToChange(target_.path);
@@ -189,7 +189,7 @@ class Examination {
     return fmt::format("all in this system's code page {}", GetACP());
   }
 
-  // Of the plug-in's dialogs. None is needed.
+  // Of the plug-in's dialogs; all are optional.
   std::string lookAtLanguages() {
     std::string found;
     WIN32_FIND_DATAW entry;

@@ -1,4 +1,4 @@
-// Looks at everything that posting needs, in the order in which posting needs it.
+// Checks everything that posting needs, in the order in which posting needs it.
 #pragma once
 
 #include <functional>
@@ -12,17 +12,17 @@ namespace fendrel::host {
 struct DoctorFinding {
   std::string what;  // "Target folder"
   bool isGood = true;
-  std::string words;  // and what to do
+  std::string words;  // with what to do
   ExitCode exit = ExitCode::done;
   Json error;  // of a cross
 };
 
 struct DoctorOrder {
-  std::string to;       // a folder's path; empty: none is looked at
-  bool create = false;  // a folder that is missing would be made
+  std::string to;       // a folder's path; empty: no folder is checked
+  bool create = false;  // a missing folder would be created
 };
 
-// Hands every finding to `use` as it comes. What depends on something with a cross is not looked at.
+// Calls `use` for each finding. Steps that depend on a cross are skipped.
 void examine(CommandContext& context, const DoctorOrder& order, const std::function<void(const DoctorFinding&)>& use);
 
 }  // namespace fendrel::host

@@ -40,7 +40,7 @@ bool isAbsolute(const std::string& path) {
   return path.starts_with('/') || path.starts_with('\\') || (path.size() > 1 && path[1] == ':');
 }
 
-// The directory part as the caller wrote it, separator included.
+// The directory part as given, separator included.
 std::string directoryPart(const std::string& file) {
   const std::size_t separator = file.find_last_of("/\\");
   return separator == std::string::npos ? std::string() : file.substr(0, separator + 1);
@@ -92,7 +92,7 @@ class Reader {
     if (job.selection.words.empty() && !table.contains("files")) problem(0, "'files' is missing: what to post.");
     if (!job.passwordFile.empty() && !job.passwordCommand.empty())
       problem(0, "'password-file' and 'password-command' are both given; one is enough.");
-    // What is missing comes after what stands in a line, which may be it with a slip of the pen.
+    // Missing keys come after problems in lines, one of which may be the misspelt key.
     std::ranges::stable_sort(reading_.problems, {}, [](const JobProblem& each) { return each.line - 1; });
     return std::move(reading_);
   }

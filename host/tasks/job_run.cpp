@@ -12,13 +12,13 @@
 namespace fendrel::host {
 namespace {
 
-// Where a job puts a file with that result; empty when it stays.
+// The directory for a file with that result; empty if the file stays.
 std::string placeFor(const Job& job, const PostedFile& result) {
   switch (result.state) {
     case PostedFile::State::posted:
     case PostedFile::State::leftOut: return job.archive;
     case PostedFile::State::failed:
-      // What passes by itself is for the next run.
+      // Temporary failures are left for the next run.
       return result.failure && !result.failure->retryable() ? job.failed : std::string();
     default: return {};
   }
@@ -45,7 +45,7 @@ JobLock::JobLock(const Job& job) {
   const std::wstring name = L"Global\\Fendrel job " + nameKey({bytes, path.size() * sizeof(wchar_t)});
   mutex_.reset(CreateMutexW(nullptr, TRUE, name.c_str()));
   const DWORD error = GetLastError();
-  // Another user's mutex can be seen, but not opened.
+  // Another user's mutex exists but cannot be opened.
   if (mutex_ && error != ERROR_ALREADY_EXISTS) return;
   if (mutex_ || error == ERROR_ACCESS_DENIED)
     throw Failure(ExitCode::failed, fmt::format("Job '{}' is running already; nothing was done. Wait for its end, or "
@@ -73,7 +73,7 @@ JobOutcome postForJob(CommandContext& context, const Job& job, std::vector<Input
   for (std::size_t file = 0; file < outcome.results.size(); ++file) {
     outcome.putAway.push_back(false);
     const InputFile& input = posting.inputs()[file];
-    if (input.problem) continue;  // it may be in use, or gone
+    if (input.problem) continue;  // it may be in use or missing
     try {
       outcome.putAway.back() = putAway(context, job, input, outcome.results[file]);
     } catch (const Failure& failure) {
@@ -84,7 +84,7 @@ JobOutcome postForJob(CommandContext& context, const Job& job, std::vector<Input
   return outcome;
 }
 
-Json maintainForJob(CommandContext& context, const Job& job, bool dryRun) {
+Json applyRetention(CommandContext& context, const Job& job, bool dryRun) {
   Json list = Json::array();
   if (job.retention.isEmpty()) return list;
   context.endSession();
@@ -100,7 +100,7 @@ Json maintainForJob(CommandContext& context, const Job& job, bool dryRun) {
 ExitCode runJob(CommandContext& context, const Job& job) {
   const JobLock lock(job);
   InputFiles inputs = jobFiles(job);
-  // A pattern that matches nothing means a night without reports, where a name that is missing means a failure.
+  // A pattern without a match means a night without reports; a missing name is a failure.
   std::erase_if(inputs.files, [&](const InputFile& file) {
     if (file.isPattern) context.tell({Level::notice, "no file", file.given, file.problem->what()});
     return file.isPattern;
@@ -111,9 +111,9 @@ ExitCode runJob(CommandContext& context, const Job& job) {
     context.tell({Level::info, "total", {}, "There is no file to post."});
   else
     outcome = postForJob(context, job, inputs.files);
-  // Where posting fails, old reports are the only ones that there are.
+  // If posting fails, the old reports are the only ones.
   if (outcome.exit == ExitCode::done)
-    deleted = maintainForJob(context, job, false);
+    deleted = applyRetention(context, job, false);
   else if (!job.retention.isEmpty())
     context.tell({Level::notice, "kept", {}, "No old message was deleted, because not every file was posted."});
   if (!context.options.jsonLines)
@@ -143,15 +143,15 @@ ExitCode tellJobPlan(CommandContext& context, const Job& job) {
   };
   JobOutcome outcome;
   Posting posting(context, plan.request, inputs.files);
-  // Also without a file to post, logon and folder are looked at.
+  // Without files, logon and folder are checked all the same.
   outcome.exit = inputs.files.empty() ? (openTarget(context, plan.request.target), ExitCode::done) : posting.run();
   move(job.archive, "are posted");
   move(job.failed, "cannot be posted");
   Json deleted = Json::array();
   try {
-    deleted = maintainForJob(context, job, true);
+    deleted = applyRetention(context, job, true);
   } catch (const Failure& failure) {
-    // A folder that is still to be made holds nothing old.
+    // A folder that does not exist yet holds no old messages.
     if (failure.code() != MAPI_E_NOT_FOUND || !job.request.target.create) throw;
   }
   if (!context.options.jsonLines)

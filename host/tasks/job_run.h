@@ -1,4 +1,4 @@
-// One run of a job: post, put the files away, delete what is too old.
+// One run of a job: post, move the files away, delete old messages.
 #pragma once
 
 #include <optional>
@@ -8,37 +8,37 @@
 
 namespace fendrel::host {
 
-// Holds a job against a second run of it at the same time, which might post what the first one is posting. The system
-// lets it go when the process ends, however it ends.
+// Prevents a second run of the job at the same time, which might post the same files. The system releases the lock when
+// the process ends.
 class JobLock {
  public:
-  // Throws Failure(failed) when another process runs the job.
+  // Throws Failure(failed) if another process runs the job.
   explicit JobLock(const Job& job);
 
  private:
   FileHandle mutex_;
 };
 
-// The job's files, without those that were put away. later: they are named, not opened.
+// The job's files, without those that were moved away. later: they are not opened.
 InputFiles jobFiles(const Job& job, Look look = Look::now);
 
 struct JobOutcome {
   ExitCode exit = ExitCode::done;
   std::vector<PostedFile> results;  // one for each file
   std::vector<bool> putAway;        // likewise
-  Json posting;                     // what `post` would say of it
+  Json posting;                     // the JSON that `post` would print
 };
 
-// Posts the files and moves them where the job wants them. Throws Failure when nothing at all could be posted.
+// Posts the files and moves them as the job says. Throws Failure if nothing could be posted.
 JobOutcome postForJob(CommandContext& context, const Job& job, std::vector<InputFile> files);
 
-// Deletes what the job's retention does not keep; dryRun: says what. Answers what JSON says of it.
-Json maintainForJob(CommandContext& context, const Job& job, bool dryRun);
+// Deletes messages by the job's retention; dryRun: only reports them. Returns the JSON of it.
+Json applyRetention(CommandContext& context, const Job& job, bool dryRun);
 
-// A whole run.
+// A complete run.
 ExitCode runJob(CommandContext& context, const Job& job);
 
-// What a run would do.
+// Shows what a run would do.
 ExitCode tellJobPlan(CommandContext& context, const Job& job);
 
 }  // namespace fendrel::host

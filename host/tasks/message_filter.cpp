@@ -23,7 +23,7 @@ std::uint64_t keptTime(const MessageRow& message) {
   return delivered != 0 ? delivered : unitsOf(message.submitted);
 }
 
-// The number that stands at `position`, which then stands after it.
+// Reads the number at `position` and moves past it.
 bool readNumber(const std::string& text, std::size_t& position, WORD& number) {
   const auto [end, error] = std::from_chars(text.data() + position, text.data() + text.size(), number);
   position = static_cast<std::size_t>(end - text.data());
@@ -32,7 +32,7 @@ bool readNumber(const std::string& text, std::size_t& position, WORD& number) {
 
 struct Moment {
   std::uint64_t units;
-  bool isDay;  // no time of day was given
+  bool isDay;  // without a time of day
 };
 
 Moment parseMoment(const std::string& given, const char* option) {
@@ -159,7 +159,7 @@ bool MessageTest::matches(const MessageRow& message) const {
   if (!subject_.empty() && !matchesPattern(message.subject, subject_)) return false;
   if (!messageClass_.empty() && !matchesPattern(message.messageClass, messageClass_)) return false;
   const std::uint64_t time = keptTime(message);
-  if ((from_ || before_) && time == 0) return false;  // who knows how old it is
+  if ((from_ || before_) && time == 0) return false;  // its age is unknown
   if ((from_ && time < *from_) || (before_ && time >= *before_)) return false;
   if (keys_.empty()) return true;
   const std::wstring key = nameKey(message.id);
@@ -177,7 +177,7 @@ std::vector<ChosenMessage> chooseMessages(MessageTable& table, const std::vector
   if (ranges.empty()) ranges.push_back({1, UINT64_MAX});
   std::ranges::sort(ranges, {}, &Range::first);
   std::vector<ChosenMessage> chosen;
-  std::uint64_t next = 1;  // numbers before it were looked at
+  std::uint64_t next = 1;  // smaller numbers were checked
   for (const Range& range : ranges) {
     const std::uint64_t first = std::max(range.first, next);
     if (range.last < first) continue;
@@ -187,7 +187,7 @@ std::vector<ChosenMessage> chooseMessages(MessageTable& table, const std::vector
                  last = number;
                  if (test.matches(row)) chosen.push_back({number, row});
                });
-    if (range.last != UINT64_MAX && last < range.last) table.at(range.last);  // throws that there is none
+    if (range.last != UINT64_MAX && last < range.last) table.at(range.last);  // throws, as there is none
     next = last + 1;
   }
   std::vector<std::string> missing = filter.ids;

@@ -1,4 +1,4 @@
-// Which messages of a folder are meant: by subject, class, time, identifier or number.
+// Chooses messages of a folder by subject, class, time, identifier or number.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -12,22 +12,22 @@
 
 namespace fendrel::host {
 
-// As a person writes it.
+// As the user writes it.
 struct MessageFilter {
   std::string subject, messageClass;  // patterns with '*' and '?'
-  std::string since, until;           // "2026-11-21", "2026-11-21 22:00", local time; until: that day with it
+  std::string since, until;           // "2026-11-21", "2026-11-21 22:00", local time; until: inclusive
   std::string olderThan;              // "90d", "12h", "2w"
   std::vector<std::string> ids;       // as "list --ids" shows them
 
   void addOptions(CLI::App& command);
-  bool hasCriteria() const;  // beyond identifiers
+  bool hasCriteria() const;  // other than identifiers
   bool isEmpty() const { return ids.empty() && !hasCriteria(); }
 };
 
-// The filter at one moment. Times are those of delivery, or where a message has none, of its sending.
+// The filter at one moment. A message's time is that of its delivery, or without one that of its sending.
 class MessageTest {
  public:
-  // Throws Failure(wrongUsage) for a date, an age or an identifier that is none.
+  // Throws Failure(wrongUsage) for an invalid date, age or identifier.
   explicit MessageTest(const MessageFilter& filter);
 
   bool matches(const MessageRow& message) const;
@@ -49,8 +49,8 @@ struct ChosenMessage {
   MessageRow row;
 };
 
-// The messages with these numbers ("1-3,7" or single ones) that match, in the folder's order; of no numbers, all that
-// match. Throws Failure: wrongUsage for what is not a number, folderRefused for a number or an identifier that no message
+// The messages with these numbers ("1-3,7" or single ones) that match, in the folder's order; without numbers, all that
+// match. Throws Failure: wrongUsage for an invalid number, folderRefused for a number or an identifier that no message
 // has.
 std::vector<ChosenMessage> chooseMessages(MessageTable& table, const std::vector<std::string>& numbers,
                                           const MessageFilter& filter);

@@ -35,7 +35,7 @@ std::vector<Found> PostedCheck::look(const OpenFolder& folder) {
     }
     for (const Expected& file : pending_) {
       Found found{file.file, false, 0, {}};
-      // Of several messages with one name, that of the right size is this file's.
+      // Among messages with the same name, the one with the right size is this file's.
       auto match = std::ranges::find_if(candidates, [&](const Candidate& each) {
         return each.row.subject == file.name && each.attachedBytes == file.size;
       });

@@ -1,6 +1,6 @@
-// Looks into the folder for what was posted. The plug-in does not report a message that the store failed to keep, so a
-// file counts as posted only when its message is there with every byte. New is what was not there before: no clock is
-// asked, which may be set back while files are posted.
+// Looks for posted messages in the folder. The plug-in does not report a message that the store failed to save, so a
+// file counts as posted only if its message is there with every byte. A message is new if it was not there before;
+// times are not compared, because the clock may be set back meanwhile.
 #pragma once
 
 #include <set>
@@ -19,31 +19,30 @@ struct Expected {
 
 struct Found {
   std::size_t file;
-  bool there = false;               // a message of this name came in
+  bool there = false;               // there is a new message of this name
   std::uint64_t attachedBytes = 0;  // of its attachment
   std::wstring messageClass;
 };
 
 class PostedCheck {
  public:
-  // Call before the first export: the messages of the files' names that are there already answer for no file.
+  // Call before the first export: existing messages of the files' names do not count.
   explicit PostedCheck(const std::vector<MessageRow>& present);
 
   // Call after an export that may have posted the file.
   void expect(Expected file);
 
-  // How long ago the first file that is not looked for yet was expected, in milliseconds.
+  // Milliseconds since the first file was expected that no look has covered yet.
   ULONGLONG waiting() const;
 
-  // Looks for all files expected since the last look, in one pass over the folder. After a failure they are still
-  // looked for the next time, which may be in a session of its own.
+  // Looks for all files expected since the last look, in one pass over the folder. After a failure the next look,
+  // possibly in another session, includes them.
   std::vector<Found> look(const OpenFolder& folder);
 
  private:
   std::vector<Expected> pending_;
   ULONGLONG sinceTicks_ = 0;
-  std::set<std::string>
-      taken_;  // entry identifiers of messages that were there before, or answered for an earlier file
+  std::set<std::string> taken_;  // entry identifiers of messages that existed before or belong to an earlier file
 };
 
 }  // namespace fendrel::host

@@ -13,11 +13,11 @@
 namespace fendrel::host {
 namespace {
 
-// The folder is looked into after a single file, or at this distance while many are posted; where a look takes long,
-// because the folder holds much, so many times as long passes between two.
+// Milliseconds between looks into the folder while many files are posted; after a single file it looks at once. In a
+// large folder, where looks are slow, the distance is a multiple of a look's duration.
 constexpr ULONGLONG lookEvery = 500;
 constexpr ULONGLONG lookShare = 8;
-// No wait is longer, in seconds.
+// The longest wait, in seconds.
 constexpr std::uint64_t longestWait = 3600;
 
 using State = PostedFile::State;
@@ -46,7 +46,7 @@ Posting::Posting(CommandContext& running, const PostRequest& chosen, std::vector
     : context_(running), request_(chosen), files_(std::move(inputs)), states_(files_.size()) {}
 
 void Posting::fail(std::size_t file, Failure failure) {
-  // Where another pass follows, the failure is not the last word.
+  // If another pass follows, the failure is not final.
   const bool again = triesLeft_ && failure.retryable();
   if (again)
     context_.tell({Level::notice, "tried", files_[file].given, failure.what(), {{"error", jsonError(failure)}}});
@@ -144,7 +144,7 @@ Failure Posting::refusal(std::size_t file, const ExportAnswer& answer) const {
 Failure Posting::notThere(std::size_t file, const Found& found) const {
   const InputFile& input = files_[file];
   if (!found.there)
-    // A store that refuses a message says so earlier; what fails as late as this is the disk, a lock, or the network.
+    // A store refuses messages earlier; so late it is the disk, a lock or the network that fails.
     return Failure(ExitCode::failed,
                    fmt::format("{} was not posted. The plug-in reported success, but folder '{}' did not keep the "
                                "message. Check the store's free disk space and your rights, and post it again.",
@@ -192,7 +192,7 @@ bool Posting::isToBeTriedAgain() const {
 void Posting::postEach(bool isLast) {
   for (std::size_t file = 0; file < files_.size(); ++file) {
     if (states_[file].state != State::open) continue;
-    // The others would fare no better now.
+    // The others would fail now too.
     if (!isLast && isToBeTriedAgain()) break;
     if (cancelRequested()) {
       cancelled_ = true;
@@ -240,7 +240,7 @@ void Posting::postTogether() {
   }
 }
 
-// One try at everything that is still open.
+// One attempt to post all files that are not done.
 void Posting::pass(bool isLast) {
   triesLeft_ = !isLast;
   open();
@@ -250,7 +250,7 @@ void Posting::pass(bool isLast) {
   }
   for (PostedFile& each : states_)
     if (each.state == State::open) each.failure.reset();
-  look(nullptr);  // for what the last session left in doubt
+  look(nullptr);  // for files in doubt since the last session
   std::uint64_t readable = 0, bytes = 0;
   for (std::size_t file = 0; file < files_.size(); ++file)
     if (states_[file].state == State::open) {
@@ -282,7 +282,7 @@ ExitCode Posting::run() {
   leaveOutRepeated();
   const bool isAnyOpen = std::ranges::any_of(states_, [](const auto& each) { return each.state == State::open; });
   const bool isAnyFailed = std::ranges::any_of(states_, [](const auto& each) { return each.state == State::failed; });
-  // An export of all files together is whole or not at all.
+  // With `together` all files are posted or none.
   if (isAnyOpen && request_.together && isAnyFailed)
     printError("fendrel: Nothing was posted: files that go together are posted all or not at all.");
   else if (isAnyOpen)
@@ -345,7 +345,7 @@ void Posting::tellTotals(ExitCode exit) {
   if (request_.dryRun) return;
   const PostTotals sums = totals();
   const double seconds = static_cast<double>(GetTickCount64() - startTicks_) / 1000;
-  // The line of a single file says it all.
+  // A single file's own line is enough.
   context_.tell({files_.size() > 1 ? Level::info : Level::record,
                  "total",
                  {},

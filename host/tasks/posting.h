@@ -1,4 +1,4 @@
-// Posts files: hands them to the plug-in, looks whether their messages are there, tries again what passes by itself.
+// Posts files: passes them to the plug-in, checks that their messages exist, retries temporary failures.
 #pragma once
 
 #include <optional>
@@ -14,35 +14,35 @@ namespace fendrel::host {
 
 struct PostRequest {
   TargetChoice target;
-  bool together = false;      // one export for all files, as a report engine makes it
-  bool skipExisting = false;  // a file whose message is there already is left out
-  bool dryRun = false;        // says what would be done
-  unsigned retries = 0;       // how often what passes by itself is tried again
-  unsigned wait = 2;          // seconds before the first time, twice as many before each further one
+  bool together = false;      // one export for all files, like a report engine
+  bool skipExisting = false;  // skip a file whose message exists already
+  bool dryRun = false;        // only report what would be done
+  unsigned retries = 0;       // for temporary failures
+  unsigned wait = 2;          // seconds before the first retry, doubled for each further one
 };
 
 struct PostedFile {
   enum class State { open, posted, leftOut, failed };
-  State state = State::open;  // at the end, with a wish to cancel, open: not tried
+  State state = State::open;  // at the end, after cancelling, open: not tried
   std::wstring messageClass;
   std::optional<Failure> failure;
 };
 
 struct PostTotals {
-  std::uint64_t posted = 0, leftOut = 0, failed = 0, open = 0, bytes = 0;  // bytes: of what was posted
+  std::uint64_t posted = 0, leftOut = 0, failed = 0, open = 0, bytes = 0;  // bytes: of posted files
 };
 
 class Posting {
  public:
   Posting(CommandContext& running, const PostRequest& chosen, std::vector<InputFile> inputs);
 
-  // Tells every event. Throws Failure when nothing at all could be posted for a reason that is no file's own.
+  // Reports every event. Throws Failure if nothing could be posted for a reason that concerns no single file.
   ExitCode run();
 
   const std::vector<InputFile>& inputs() const { return files_; }
   const std::vector<PostedFile>& results() const { return states_; }
   PostTotals totals() const;
-  // The failure of the whole after some files were posted.
+  // A failure of the whole run after some files were posted.
   const std::optional<Failure>& wholeFailure() const { return whole_; }
   Json document(ExitCode exit) const;
 
@@ -75,11 +75,11 @@ class Posting {
   std::optional<Progress> progress_;
   std::optional<Failure> whole_;
   const ULONGLONG startTicks_ = GetTickCount64();
-  ULONGLONG lookTicks_ = 0;  // that the last look took
+  ULONGLONG lookTicks_ = 0;  // duration of the last look
   bool cancelled_ = false, triesLeft_ = false;
 };
 
-// What a file is called in words.
+// A file's name for display.
 std::string shownName(const InputFile& file);
 
 // "198 posted, 2 left out, 1 failed, 51.0 MiB in 5.8 s"

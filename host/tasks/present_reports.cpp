@@ -14,7 +14,7 @@ namespace {
 
 constexpr ULONG blockBytes = 64 * 1024;
 
-// How many bytes came before the end, or before the block was full.
+// Reads up to the end or a full block; returns the number of bytes.
 ULONG fill(HANDLE file, std::vector<char>& block) {
   ULONG length = 0;
   DWORD read = 0;
@@ -37,7 +37,7 @@ ULONG fill(IStream& stream, std::vector<char>& block) {
 
 bool sameBytes(const InputFile& file, IStream& stream) {
   const FileHandle handle = openToRead(file.path);
-  if (!handle) return false;  // posting it says why
+  if (!handle) return false;  // posting reports why
   std::vector<char> ours(blockBytes), theirs(blockBytes);
   for (;;) {
     if (cancelRequested()) throw Failure(ExitCode::cancelled, "Cancelled.");
@@ -74,7 +74,7 @@ std::optional<MessageRow> PresentReports::take(const InputFile& file) {
     try {
       if (!holds(row, file)) continue;
     } catch (const Failure& failure) {
-      // A message that was deleted meanwhile, or is damaged, is not there.
+      // A message that was deleted meanwhile or is damaged does not count.
       if (failure.retryable() || failure.exitCode() == ExitCode::cancelled) throw;
       continue;
     }

@@ -1,5 +1,5 @@
-// The messages of a folder that are what a post would make: same report name, and an attached file of the same bytes.
-// The folder itself is asked, through MAPI; nothing is remembered anywhere else.
+// The messages of a folder that equal what posting would make: the same report name, and an attached file with the same
+// bytes. They are read from the folder through MAPI; nothing is remembered elsewhere.
 #pragma once
 
 #include <map>
@@ -16,8 +16,8 @@ class PresentReports {
   // rows: the folder's messages that have the files' names.
   PresentReports(const OpenFolder& folder, const std::vector<MessageRow>& rows);
 
-  // The newest message that is what this file would become; each answers for one file only. Sizes are compared first,
-  // then every byte is read back. Throws Failure(cancelled) between two blocks.
+  // The newest message that equals this file; each message matches one file only. Sizes are compared first, then every
+  // byte. Throws Failure(cancelled) between two blocks.
   std::optional<MessageRow> take(const InputFile& file);
 
  private:

@@ -26,7 +26,7 @@ bool looksLikeStore(const std::wstring& path) {
   const FileHandle file = openToRead(longPath(path), FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
   char header[100] = {};
   DWORD read = 0;
-  if (!file || !ReadFile(file.get(), header, sizeof header, &read, nullptr)) return true;  // who knows
+  if (!file || !ReadFile(file.get(), header, sizeof header, &read, nullptr)) return true;  // unknown
   return std::string_view(header, sizeof header).starts_with(databaseMark) &&
          std::string_view(header + ourMarkAt, ourMark.size()) == ourMark;
 }

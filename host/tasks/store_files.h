@@ -1,4 +1,4 @@
-// The local store's files, where MAPI cannot look: which ones, and the words for what goes wrong with them.
+// The local store's files, for maintenance without MAPI: their paths, and messages for their failures.
 #pragma once
 
 #include <fmt/format.h>
@@ -13,16 +13,16 @@
 
 namespace fendrel::host {
 
-// The database as given, else that of --store, else the store in use. Throws Failure(failed) when there is none.
+// The database as given, else that of --store, else the store in use. Throws Failure(failed) if there is none.
 std::wstring storePath(const CommandContext& context, const std::string& given);
 
-// The same, or where it would be made; the file may be missing. Empty when the user has no folder for it.
+// The same, or where it would be created; the file may be missing. Empty if the user has no folder for it.
 std::wstring storePlace(const CommandContext& context);
 
-// False for a file that does not begin as a store of ours does.
+// False for a file that does not begin like a store.
 bool looksLikeStore(const std::wstring& path);
 
-// Says that it is none.
+// The failure for a file that is not a store.
 Failure noStore(const std::wstring& path);
 
 ExitCode exitCodeOf(store::Status status);

@@ -10,7 +10,7 @@
 namespace fendrel::host {
 namespace {
 
-// The saved record is handed to the plug-in as it is, unless it lacks the password that was given now.
+// Passes the saved record to the plug-in unchanged, unless it lacks the password given now.
 void takeKeptChoice(CommandContext& context, const std::string& file, Destination& destination) {
   const KeptChoice choice = KeptChoice::load(file);
   destination.type = choice.type();
@@ -21,7 +21,7 @@ void takeKeptChoice(CommandContext& context, const std::string& file, Destinatio
   if (choice.password() || !passwordGiven) destination.packed = choice.record();
 }
 
-// True when the path begins with a store of the profile, so that the folders below it could be made.
+// True if the path begins with a store of the profile, so that the folders below it can be created.
 bool hasStore(Session& session, const std::wstring& path) {
   std::vector<std::wstring> names;
   for (const StoreEntry& store : session.stores()) names.push_back(store.name);

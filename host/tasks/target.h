@@ -1,4 +1,4 @@
-// Where a post goes: the choice made on the command line, in a saved choice or in a job, and the folder that it means.
+// The target of a post: chosen on the command line, in a saved choice or in a job; and its folder.
 #pragma once
 
 #include <string>
@@ -11,19 +11,19 @@ namespace fendrel::host {
 
 struct TargetChoice {
   std::string to;           // a folder's path
-  std::string savedChoice;  // or a file of "fendrel choose --save"
+  std::string savedChoice;  // or a file from "fendrel choose --save"
   bool personal = false;    // or the personal reports
   std::string type = "instance";
-  bool create = false;    // the folders of `to` that are missing are made
-  bool lookOnly = false;  // nothing is made: where a folder is missing, `missing` says so
+  bool create = false;    // create missing folders of `to`
+  bool lookOnly = false;  // create nothing: if a folder is missing, `missing` says so
 };
 
 struct Target {
   Destination destination;
-  OpenFolder folder;  // empty when it is missing
+  OpenFolder folder;  // empty if it is missing
   std::wstring path;
   std::vector<std::wstring> created;
-  bool missing = false;  // with lookOnly: it would be made
+  bool missing = false;  // with lookOnly: it would be created
 };
 
 // Logs on and opens the folder. Throws Failure.

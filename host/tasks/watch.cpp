@@ -13,15 +13,15 @@ namespace {
 
 constexpr DWORD pollEvery = 1000;  // milliseconds
 constexpr ULONGLONG houseEvery = 24 * 3600'000;
-constexpr ULONGLONG shortestPause = 30'000;  // after a failure that passes by itself
+constexpr ULONGLONG shortestPause = 30'000;  // after a temporary failure
 constexpr ULONGLONG longestPause = 900'000;
 
-// What is known of a file that was seen.
+// The state of a known file.
 struct Seen {
   std::uint64_t size = 0;
   FILETIME written{};
-  ULONGLONG since = 0;  // when it had this size and this time first
-  bool isDone = false;  // posted, or refused for good, and still where it was
+  ULONGLONG since = 0;  // first seen with this size and time
+  bool isDone = false;  // posted or permanently refused, and not moved away
 };
 
 bool isSame(const Seen& seen, const InputFile& file) {
@@ -31,7 +31,7 @@ bool isSame(const Seen& seen, const InputFile& file) {
 class Watch {
  public:
   Watch(CommandContext& running, const Job& watched) : context_(running), job_(watched) {
-    job_.request.skipExisting = true;  // the folder alone tells what an earlier watch has posted
+    job_.request.skipExisting = true;  // only the folder shows what an earlier watch has posted
   }
 
   ExitCode run() {
@@ -53,7 +53,7 @@ class Watch {
       bool isWhole = true;
       if (!ready.empty()) isWhole = post(ready);
       if (isWhole && !job_.retention.isEmpty() && (!houseKept_ || GetTickCount64() - houseTicks_ >= houseEvery)) {
-        maintainForJob(context_, job_, false);
+        applyRetention(context_, job_, false);
         houseKept_ = true;
         houseTicks_ = GetTickCount64();
       }
@@ -73,7 +73,7 @@ class Watch {
     pauseEnd_ = GetTickCount64() + pause_;
   }
 
-  // Those that are new and complete. Files that are gone are forgotten.
+  // The new and complete files. Forgets files that no longer exist.
   std::vector<InputFile> completeFiles() {
     const InputFiles inputs = jobFiles(job_, Look::later);
     const ULONGLONG now = GetTickCount64();
@@ -94,7 +94,7 @@ class Watch {
     return ready;
   }
 
-  // False when some are to be tried again.
+  // False if some must be retried.
   bool post(const std::vector<InputFile>& ready) {
     const JobOutcome outcome = postForJob(context_, job_, ready);
     bool isAgain = false;

@@ -1,13 +1,13 @@
-// Posts what appears among a job's files, until somebody ends it.
+// Posts new files of a job until it is cancelled.
 #pragma once
 
 #include "job_run.h"
 
 namespace fendrel::host {
 
-// A file is complete when its size and its time have stayed the same for job.settle seconds and nobody has it open.
-// Ends with `done` when the work is to be cancelled; throws Failure for what does not pass by itself, such as a
-// password that is refused. What was posted before is told from the folder, so that it may be ended at any time.
+// A file is complete when its size and time have not changed for job.settle seconds and nobody has it open. Returns
+// `done` when cancelled; throws Failure for permanent failures such as a refused password. Posted files are recognised
+// in the folder, so it may be ended at any time.
 ExitCode watchJob(CommandContext& context, const Job& job);
 
 }  // namespace fendrel::host

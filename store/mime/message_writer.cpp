@@ -63,7 +63,7 @@ class Writing {
   void writeHeader() {
     const std::string& given = message_.senderAddress;
     put_(mailboxHeader("From", message_.senderName,
-                      isPlainAddress(given) ? given : unreachableAddress(message_.senderName)));
+                       isPlainAddress(given) ? given : unreachableAddress(message_.senderName)));
     put_(unstructuredHeader("Subject", message_.subject));
     const std::string date = mailDate(message_.date.value_or(noDate));
     put_("Date: " + date + "\r\n");
@@ -98,9 +98,9 @@ class Writing {
 
   void writeAttachment(const MailAttachment& attachment) {
     put_(beginOfPart(boundary) + "Content-Type: " + mediaTypeFor(attachment) +
-        encodedWordParameter("name", attachment.name) + "\r\nContent-Transfer-Encoding: base64\r\n" +
-        "Content-Disposition: attachment" + parameter("filename", attachment.name) +
-        ";\r\n size=" + std::to_string(attachment.size) + "\r\n\r\n");
+         encodedWordParameter("name", attachment.name) + "\r\nContent-Transfer-Encoding: base64\r\n" +
+         "Content-Disposition: attachment" + parameter("filename", attachment.name) +
+         ";\r\n size=" + std::to_string(attachment.size) + "\r\n\r\n");
     if (!hasContents_) return;
     Base64Lines lines(put_);
     attachment.content([&](std::span<const std::byte> bytes) { lines.write(bytes); });
