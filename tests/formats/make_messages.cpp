@@ -30,6 +30,7 @@ struct Sample {
   std::wstring subject, sender, body;
   FILETIME submitted, delivered;
   std::vector<File> files;
+  std::wstring reference = {};  // the name of an attachment that names a file elsewhere and holds none
   LONG importance = 1, sensitivity = 0;
 };
 
@@ -74,6 +75,7 @@ std::vector<Sample> samples(std::size_t largeBytes) {
        sent,
        arrived,
        {{repeated(L"long name ", 296) + L".txt", 300'001}, {L"b;c'd\"e %41.txt", 0}},
+       L"elsewhere \u65E5.txt",
        2,
        2},
       {L"", L"", L"", sent, sent, {}},
@@ -83,6 +85,7 @@ std::vector<Sample> samples(std::size_t largeBytes) {
        sent,
        sent,
        {{L"\xD83D\xDCC8.bin", 56}},
+       {},
        0,
        3},
   };
@@ -177,6 +180,16 @@ void attach(IMessage& message, const File& file) {
   check(attachment->SaveChanges(0), ExitCode::failed, "An attachment was not saved");
 }
 
+void attachReference(IMessage& message, const std::wstring& name) {
+  ULONG number = 0;
+  ComPtr<IAttach> attachment;
+  check(message.CreateAttach(nullptr, 0, &number, &attachment), ExitCode::failed, "No attachment");
+  set(*attachment.Get(), PR_ATTACH_LONG_FILENAME_W, name);
+  set(*attachment.Get(), PR_ATTACH_METHOD, LONG{ATTACH_BY_REF_ONLY});
+  set(*attachment.Get(), PR_ATTACH_LONG_PATHNAME_W, std::wstring(L"\\\\server\\share\\") + name);
+  check(attachment->SaveChanges(0), ExitCode::failed, "An attachment was not saved");
+}
+
 Json make(IMAPIFolder& folder, const Sample& sample) {
   ComPtr<IMessage> message;
   check(folder.CreateMessage(nullptr, 0, &message), ExitCode::failed, "No message");
@@ -196,6 +209,7 @@ Json make(IMAPIFolder& folder, const Sample& sample) {
     attach(*message.Get(), file);
     files.push_back({{"name", toUtf8(file.name)}, {"size", file.size}});
   }
+  if (!sample.reference.empty()) attachReference(*message.Get(), sample.reference);
   check(message->SaveChanges(0), ExitCode::failed, "The message was not saved");
   return {{"subject", toUtf8(sample.subject)},
           {"sender", toUtf8(sample.sender)},
@@ -206,6 +220,7 @@ Json make(IMAPIFolder& folder, const Sample& sample) {
           {"sensitivity", sample.sensitivity},
           {"class", "IPM.DOCUMENT.*X"},
           {"files", files},
+          {"reference", toUtf8(sample.reference)},
           {"named", named}};
 }
 

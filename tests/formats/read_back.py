@@ -60,6 +60,8 @@ class Run:
             out.seek(0)
             err.seek(0)
             text = out.read().decode()
+            self.errors = err.read().decode()
+            err.seek(0)
             if code != wanted:
                 raise SystemExit(f"{program} {arguments}: exit code {code}\n{text}{err.read().decode()}")
             return text
@@ -257,8 +259,11 @@ def messages(run, msgconvert):
             message = known[0] if known else {
                 "subject": "posted.csv", "sender": "Jane Doe", "submitted": row["submitted"], "body": "",
                 "delivered": row["delivered"], "class": row["class"], "importance": 1, "sensitivity": 0,
-                "files": [{"name": "posted.csv", "size": 70_000}]}
+                "files": [{"name": "posted.csv", "size": 70_000}], "reference": ""}
             what = f"{name} ({row['subject'][:20]!r})"
+            left_out = f"Attachment '{message['reference']}' is not a file and was left out." if message["reference"] else ""
+            expect_equal("is not a file" in run.errors, bool(left_out), what + " leaves an attachment out")
+            expect(left_out in run.errors, what + " names the attachment that is not a file")
             if form == "eml":
                 check_eml(data, message, what)
             else:
@@ -268,6 +273,7 @@ def messages(run, msgconvert):
             run.fendrel("save", FOLDER, str(row["number"]), "--as", form, "named by the subject")
             if form == "eml" and message["files"]:
                 answer = run.fendrel("save", FOLDER, str(row["number"]), "--json", f"files/{name}")
+                expect(left_out in run.errors, what + " saved names the attachment that is not a file")
                 paths = [saved["file"] for saved in json.loads(answer)["saved"]]
                 check_files([(file["name"], open(run.path(path), "rb").read())
                              for file, path in zip(message["files"], paths)], message, what + " saved")
