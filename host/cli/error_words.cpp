@@ -7,6 +7,7 @@
 
 #include <iterator>
 
+#include "failure.h"
 #include "text.h"
 
 namespace fendrel::host {
@@ -116,10 +117,7 @@ ExitCode folderExitCode(HRESULT code) {
     case MAPI_E_NO_ACCESS:
     case MAPI_E_NOT_FOUND:
     case MAPI_E_NO_SUPPORT: return ExitCode::folderRefused;
-    case MAPI_E_USER_CANCEL:
-    case MAPI_E_CANCEL:
-    case E_ABORT: return ExitCode::cancelled;
-    default: return ExitCode::failed;
+    default: return exitCodeFor(code, ExitCode::failed);
   }
 }
 

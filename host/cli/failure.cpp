@@ -10,6 +10,11 @@ namespace fendrel::host {
 
 bool isDamage(HRESULT code) noexcept { return code == MAPI_E_CORRUPT_STORE || code == MAPI_E_CORRUPT_DATA; }
 
+ExitCode exitCodeFor(HRESULT code, ExitCode otherwise) noexcept {
+  if (code == MAPI_E_USER_CANCEL || code == MAPI_E_CANCEL || code == E_ABORT) return ExitCode::cancelled;
+  return isDamage(code) ? ExitCode::damageFound : otherwise;
+}
+
 bool Failure::retryable() const noexcept { return passing_ || passesByItself(result_); }
 
 Failure failureOf(ExitCode exitCode, const std::string& subject, HRESULT code, const std::string& wayOut) {

@@ -13,12 +13,14 @@ namespace fendrel::host {
 // True for the codes of a damaged store.
 bool isDamage(HRESULT code) noexcept;
 
+// The exit code of codes that always have the same one (damage, cancelled), else `otherwise`.
+ExitCode exitCodeFor(HRESULT code, ExitCode otherwise) noexcept;
+
 class Failure : public std::runtime_error {
  public:
-  // text: complete sentences in UTF-8. code: the cause as an HRESULT, S_OK if there is none. A code that means damage
-  // overrides `exitCode`.
+  // text: complete sentences in UTF-8. code: the cause as an HRESULT, S_OK if there is none; exitCodeFor applies.
   Failure(ExitCode exitCode, const std::string& text, HRESULT code = S_OK)
-      : std::runtime_error(text), exit_(isDamage(code) ? ExitCode::damageFound : exitCode), result_(code) {}
+      : std::runtime_error(text), exit_(exitCodeFor(code, exitCode)), result_(code) {}
 
   ExitCode exitCode() const noexcept { return exit_; }
   HRESULT code() const noexcept { return result_; }

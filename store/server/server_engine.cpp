@@ -45,10 +45,11 @@ Status ServerEngine::open(const std::shared_ptr<Database>& database, const Profi
   settings.user = toUtf8(profile.server->user);
   settings.secret = toUtf8(secret);
   settings.tlsCaFile.assign(profile.server->tlsCaFile.begin(), profile.server->tlsCaFile.end());
+  settings.isCancelled = isInterrupted;
   try {
     auto made = std::make_shared<ServerEngine>(database, profile, std::move(settings));
     const Status status = made->asking([&] { made->server_.session(); });
-    if (status == Status::LogonFailed) return status;
+    if (status == Status::LogonFailed || status == Status::Cancelled) return status;
     engine = std::move(made);
     return Status::Ok;
   } catch (const jmap::ServerFailure& failure) {

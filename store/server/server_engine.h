@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 
+#include "console_interrupts.h"
 #include "content_folder.h"
 #include "engine.h"
 #include "mail_account.h"
@@ -21,8 +22,8 @@ namespace fendrel::store {
 // stores, are NotSupported, and folders have no times.
 class ServerEngine final : public OnDatabase<Engine> {
  public:
-  // LogonFailed where the server refuses name or secret. A server that cannot be asked is no failure here: what asks it
-  // next tells why. Invalid (no such address).
+  // LogonFailed where the server refuses name or secret, Cancelled, Invalid (no such address). A server that cannot be
+  // asked is no failure here: what asks it next tells why.
   static Status open(const std::shared_ptr<Database>& database, const Profile& profile, const std::u16string& secret,
                      std::shared_ptr<Engine>& engine);
 
@@ -86,7 +87,7 @@ class ServerEngine final : public OnDatabase<Engine> {
   };
   using MailboxesPointer = std::shared_ptr<const Mailboxes>;
 
-  // Runs what asks the server; what it throws becomes a Status and the last failure.
+  // Runs what asks the server; what it throws becomes a Status and the last failure. Ctrl+C ends it.
   template <class Work>
   Status asking(Work&& work);
   void note(EngineError failure);
@@ -125,6 +126,7 @@ class ServerEngine final : public OnDatabase<Engine> {
   std::shared_ptr<ContentReader> downloaded(const std::string& account, const std::string& blob);
   void changed();
 
+  ConsoleInterrupts interrupts_;
   std::u16string userName_;
   std::string publicAccount_;
   jmap::MailServer server_;
@@ -142,6 +144,7 @@ Status statusOf(jmap::FailureKind kind) noexcept;
 
 template <class Work>
 Status ServerEngine::asking(Work&& work) {
+  const InterruptibleCall call;
   try {
     work();
     return Status::Ok;

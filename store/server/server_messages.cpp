@@ -239,7 +239,8 @@ bool ServerEngine::isInDoubt(const Guid& key) {
 }
 
 void ServerEngine::noteDoubt(const Guid& key, jmap::FailureKind kind) {
-  if (kind != jmap::FailureKind::lost && kind != jmap::FailureKind::timedOut) return;
+  using jmap::FailureKind;
+  if (kind != FailureKind::lost && kind != FailureKind::timedOut && kind != FailureKind::cancelled) return;
   const std::lock_guard lock(mutex_);
   inDoubt_ = key;
 }

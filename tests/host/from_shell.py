@@ -8,9 +8,11 @@ import os
 import pty
 import select
 import signal
+import socket
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import traceback
 
@@ -167,6 +169,91 @@ def second_interrupt_ends_in_the_middle_of_a_large_file(place):
     place.run("store", "check")
 
 
+class SilentServer:
+    """A mail server that answers the requests which hold one of these texts, and keeps silent after any other."""
+
+    def __init__(self, answers):
+        self.answers = answers
+        self.socket = socket.create_server(("127.0.0.1", 0))
+        self.url = f"http://localhost:{self.socket.getsockname()[1]}"
+        self.waits = threading.Event()  # somebody waits for an answer that will not come
+        self.open = []
+        threading.Thread(target=self._serve, daemon=True).start()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.socket.close()
+        for connection in self.open:
+            connection.close()
+
+    def _serve(self):
+        while True:
+            try:
+                connection, _ = self.socket.accept()
+            except OSError:
+                return
+            self.open.append(connection)
+            self._answer(connection)
+
+    def _answer(self, connection):
+        request = b""
+        while b"\r\n\r\n" not in request:
+            request += connection.recv(65536)
+        head, _, body = request.partition(b"\r\n\r\n")
+        length = [int(line.split(b":")[1]) for line in head.split(b"\r\n") if line.lower().startswith(b"content-length")]
+        while length and len(body) < length[0]:
+            body += connection.recv(65536)
+        for text, answer in self.answers.items():
+            if text.encode() in head + body:
+                text = json.dumps(answer).encode()
+                connection.sendall(b"HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: %d\r\n\r\n"
+                                   % len(text) + text)
+                connection.close()
+                return
+        self.waits.set()
+
+
+MAIL = "urn:ietf:params:jmap:mail"
+SESSION = {"capabilities": {"urn:ietf:params:jmap:core": {}, MAIL: {}}, "username": "jane",
+           "accounts": {"jane": {"name": "jane", "isPersonal": True, "accountCapabilities": {MAIL: {}}}},
+           "primaryAccounts": {MAIL: "jane"}, "apiUrl": "/api", "uploadUrl": "/upload/{accountId}",
+           "downloadUrl": "/download/{accountId}/{blobId}/{name}?type={type}"}
+RIGHTS = dict.fromkeys(["mayReadItems", "mayAddItems", "mayCreateChild"], True)
+MAILBOXES = {"methodResponses": [["Mailbox/get", {"list": [{"id": "m1", "name": "Reports", "myRights": RIGHTS}]}, "0"]]}
+MESSAGES = {"methodResponses": [["Email/query", {"ids": [], "position": 0, "total": 0}, "0"]]}
+ON_SERVER = "Mailbox - jane@Reports"
+
+
+def interrupt_ends_within_two_seconds(place, answers, *arguments):
+    with SilentServer(answers) as server:
+        place.file("secret", "sesame")
+        place.run("profile", "add", "far", "--server", server.url, "--user", "jane", "--password-file", "secret")
+        waiting = subprocess.Popen([script, *arguments, "--profile", "far"], cwd=place.directory, env=place.environment,
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE, stdin=subprocess.DEVNULL)
+        assert server.waits.wait(30), "the server was not asked"
+        waiting.send_signal(signal.SIGINT)
+        sent = time.time()
+        out, err = waiting.communicate(timeout=90)
+        seconds = time.time() - sent
+    assert waiting.returncode == 8, f"exit code {waiting.returncode}\n{out.decode()}{err.decode()}"
+    assert seconds < 2, f"ended after {seconds:.1f} s\n{out.decode()}{err.decode()}"
+
+
+def interrupt_ends_a_logon_that_a_server_does_not_answer(place):
+    interrupt_ends_within_two_seconds(place, {}, "list", ON_SERVER)
+
+
+def interrupt_ends_a_list_that_a_server_does_not_answer(place):
+    interrupt_ends_within_two_seconds(place, {"GET": SESSION, "Mailbox/get": MAILBOXES}, "list", ON_SERVER)
+
+
+def interrupt_ends_a_post_that_a_server_does_not_take(place):
+    answers = {"GET": SESSION, "Mailbox/get": MAILBOXES, "Email/query": MESSAGES}
+    interrupt_ends_within_two_seconds(place, answers, "post", "--to", ON_SERVER, place.file("a.csv"), place.file("b.csv"))
+
+
 def choose_without_a_display_says_so(place):
     place.environment.pop("DISPLAY", None)
     _, err = place.run("choose", code=1)
@@ -272,7 +359,9 @@ cases = [fifo_is_refused, device_without_an_end_is_refused, file_whose_name_hold
          more_arguments_than_wine_takes_end_with_words,
          paths_are_shown_as_they_are_written, standard_input_is_posted, password_command_is_for_the_shell,
          interrupt_ends_a_watch_cleanly, first_interrupt_is_answered_at_once_and_ends_after_the_file,
-         second_interrupt_ends_in_the_middle_of_a_large_file, choose_without_a_display_says_so, reader_that_ends_early_makes_a_failure,
+         second_interrupt_ends_in_the_middle_of_a_large_file, interrupt_ends_a_logon_that_a_server_does_not_answer,
+         interrupt_ends_a_list_that_a_server_does_not_answer, interrupt_ends_a_post_that_a_server_does_not_take,
+         choose_without_a_display_says_so, reader_that_ends_early_makes_a_failure,
          cron_line_of_the_documentation_runs, person_is_asked_for_the_password,
          person_is_asked_before_what_matches_is_deleted, names_of_every_script_are_right_on_a_terminal]
 wanted = sys.argv[2:]
