@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "disk.h"
+#include "server_profile.h"
 #include "stores.h"
 #include "unicode.h"
 
@@ -40,11 +41,7 @@ Status statusOf(jmap::FailureKind kind) noexcept {
 
 Status ServerEngine::open(const std::shared_ptr<Database>& database, const Profile& profile,
                           const std::u16string& secret, std::shared_ptr<Engine>& engine) {
-  jmap::Settings settings;
-  settings.url = toUtf8(profile.server->url);
-  settings.user = toUtf8(profile.server->user);
-  settings.secret = toUtf8(secret);
-  settings.tlsCaFile.assign(profile.server->tlsCaFile.begin(), profile.server->tlsCaFile.end());
+  jmap::Settings settings = settingsOf(*profile.server, secret);
   settings.isCancelled = isInterrupted;
   try {
     auto made = std::make_shared<ServerEngine>(database, profile, std::move(settings));
@@ -60,7 +57,7 @@ Status ServerEngine::open(const std::shared_ptr<Database>& database, const Profi
 ServerEngine::ServerEngine(std::shared_ptr<Database> database, const Profile& profile, jmap::Settings settings)
     : OnDatabase(database),
       userName_(profile.userName),
-      publicAccount_(toUtf8(profile.server->publicAccount)),
+      access_(*profile.server),
       server_(std::move(settings)),
       spools_(database->path(), windowsDisk()) {}
 
@@ -92,7 +89,7 @@ const jmap::MailSession::Account& ServerEngine::accountOf(const std::string& id)
 }
 
 bool ServerEngine::isPublic(const jmap::MailSession::Account& account) const {
-  return !publicAccount_.empty() && (account.id == publicAccount_ || account.name == publicAccount_);
+  return isPublicAccount(access_, account);
 }
 
 StoreInfo ServerEngine::storeOf(const jmap::MailSession::Account& account) {
@@ -101,14 +98,8 @@ StoreInfo ServerEngine::storeOf(const jmap::MailSession::Account& account) {
   info.root = idOf(account.id, rootFolder);
   info.ipmSubtree = idOf(account.id, topFolder);
   info.commonViews = idOf(account.id, personalFolder);
-  if (isPublic(account)) {
-    info.kind = StoreKind::Public;
-    info.displayName = u"Public Folders";
-  } else if (account.id == server_.session().primaryAccount) {
-    info.displayName = u"Mailbox - " + userName_;
-  } else if (!fromUtf8(account.name, info.displayName) || info.displayName.empty()) {
-    info.displayName.assign(account.id.begin(), account.id.end());
-  }
+  if (isPublic(account)) info.kind = StoreKind::Public;
+  info.displayName = storeNameOf(access_, userName_, server_.session(), account);
   return info;
 }
 
@@ -124,9 +115,9 @@ Status ServerEngine::listStores(std::vector<StoreInfo>& stores) {
     for (const auto& account : server_.session().accounts) all.push_back(storeOf(account));
     const Id own = storeIdOf(server_.session().primaryAccount, server_.name());
     std::stable_partition(all.begin(), all.end(), [&](const StoreInfo& store) { return store.id == own; });
-    if (!publicAccount_.empty() &&
+    if (!access_.publicAccount.empty() &&
         std::ranges::none_of(all, [](const StoreInfo& store) { return store.kind == StoreKind::Public; })) {
-      fail(Status::NotFound, server_.name() + " has no account '" + publicAccount_ +
+      fail(Status::NotFound, server_.name() + " has no account '" + toUtf8(access_.publicAccount) +
                                  "' for this user, which the profile names as public.");
     }
     stores = std::move(all);

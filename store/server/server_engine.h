@@ -128,7 +128,7 @@ class ServerEngine final : public OnDatabase<Engine> {
 
   ConsoleInterrupts interrupts_;
   std::u16string userName_;
-  std::string publicAccount_;
+  ServerAccess access_;
   jmap::MailServer server_;
   ContentFolder spools_;
   mutable std::mutex mutex_;  // of what follows
