@@ -80,7 +80,7 @@ void append(EmailList& list, Json& result, std::span<const std::string> ids) {
     for (Json& email : emails) byId.emplace(textOf(email, "id"), std::move(email));
   for (const std::string& id : ids)
     if (const auto found = byId.find(id); found != byId.end()) list.emails.push_back(std::move(found->second));
-  list.state = textOf(result, "state");
+  if (list.state.empty()) list.state = textOf(result, "state");
 }
 
 std::string utcDate(std::chrono::sys_seconds time) {

@@ -68,7 +68,7 @@ struct EmailSelection {
 
 struct EmailList {
   std::vector<Json> emails;  // in the order of the ids; without those that are gone
-  std::string state;
+  std::string state;         // of the first batch
 };
 
 struct EmailImport {

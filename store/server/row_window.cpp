@@ -6,7 +6,6 @@
 namespace fendrel::store {
 namespace {
 
-constexpr std::chrono::seconds longestAge{30};
 constexpr std::size_t mostRows = 10'000;
 
 }  // namespace
@@ -21,37 +20,71 @@ void RowWindow::use(const Id& folder) {
 void RowWindow::begin(const Id& folder, std::vector<std::string> order) {
   const std::lock_guard lock(mutex_);
   use(folder);
-  rows_.clear();
   order_ = std::move(order);
+}
+
+std::string RowWindow::stateOf(const Id& folder) {
+  const std::lock_guard lock(mutex_);
+  return folder == folder_ && !rows_.empty() ? state_ : std::string();
+}
+
+void RowWindow::follow(const std::string& from, const std::string& to, std::span<const std::string> changed) {
+  const std::lock_guard lock(mutex_);
+  if (from != state_) return;  // somebody else has done so
+  for (const std::string& message : changed) rows_.erase(message);
+  state_ = to;
+  isInDoubt_ = false;
+}
+
+void RowWindow::doubt() {
+  const std::lock_guard lock(mutex_);
+  isInDoubt_ = true;
+}
+
+bool RowWindow::isInDoubt() {
+  const std::lock_guard lock(mutex_);
+  return isInDoubt_;
+}
+
+bool RowWindow::has(const std::string& message, bool isWhole) const {
+  const auto found = rows_.find(message);
+  return found != rows_.end() && (found->second.isWhole || !isWhole);
 }
 
 std::optional<MailView> RowWindow::find(const Id& folder, const std::string& message, bool isWhole) {
   const std::lock_guard lock(mutex_);
-  if (folder != folder_) return std::nullopt;
-  const auto found = rows_.find(message);
-  if (found == rows_.end() || (isWhole && !found->second.view.isWhole)) return std::nullopt;
-  if (std::chrono::steady_clock::now() - found->second.read > longestAge) return std::nullopt;
-  return found->second.view;
+  if (folder != folder_ || !has(message, isWhole)) return std::nullopt;
+  return rows_.at(message);
 }
 
-std::vector<std::string> RowWindow::ahead(const Id& folder, std::span<const std::string> wanted, std::size_t most) {
-  std::vector<std::string> ids(wanted.begin(), wanted.end());
+std::vector<std::string> RowWindow::ahead(const Id& folder, std::span<const std::string> wanted, std::size_t most,
+                                          bool isWhole) {
   const std::lock_guard lock(mutex_);
-  if (folder != folder_ || wanted.size() < 2) return ids;  // who asks for one row reads no table
-  std::set<std::string> known(ids.begin(), ids.end());
-  auto next = std::ranges::find(order_, ids.front());
-  for (; next != order_.end() && ids.size() < most; ++next) {
-    if (known.insert(*next).second) ids.push_back(*next);
-  }
+  if (folder != folder_) return {wanted.begin(), wanted.end()};
+  std::vector<std::string> ids;
+  std::set<std::string> known;
+  const auto add = [&](const std::string& id) {
+    if (ids.size() < most && !has(id, isWhole) && known.insert(id).second) ids.push_back(id);
+  };
+  std::ranges::for_each(wanted, add);
+  if (wanted.size() < 2) return ids;  // who asks for one row reads no table
+  std::for_each(std::ranges::find(order_, wanted.front()), order_.end(), add);
   return ids;
 }
 
-void RowWindow::put(const Id& folder, std::map<std::string, MailView> rows) {
+void RowWindow::put(const Id& folder, std::map<std::string, MailView> rows, const std::string& state,
+                    const std::string& since) {
   const std::lock_guard lock(mutex_);
+  if (state.empty()) return;  // nothing could be followed
   use(folder);
   if (rows_.size() + rows.size() > mostRows) rows_.clear();
-  const auto now = std::chrono::steady_clock::now();
-  for (auto& [message, view] : rows) rows_.insert_or_assign(message, Row{std::move(view), now});
+  if (rows_.empty()) {
+    state_ = state;
+    isInDoubt_ = false;
+  } else if (state_ != since) {
+    return;
+  }
+  for (auto& [message, view] : rows) rows_.insert_or_assign(message, std::move(view));
 }
 
 void RowWindow::clear() {

@@ -160,7 +160,7 @@ std::uint16_t ServerEngine::identifierOf(const PropertyName& name) {
 }
 
 void ServerEngine::changed() {
-  rows_.clear();
+  rows_.doubt();
   const std::lock_guard lock(mutex_);
   lastWhole_.reset();
 }

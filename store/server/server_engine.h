@@ -1,5 +1,5 @@
 // The engine of the messages on a mail server that speaks JMAP (RFC 8620, 8621): an account is a store, a mailbox a
-// folder. Nothing of it is kept here but what tables have read ahead.
+// folder. Nothing of it is kept here but what tables have read ahead, which is followed by its state.
 #pragma once
 
 #include <memory>
@@ -18,9 +18,10 @@
 namespace fendrel::store {
 
 // What differs from what Engine promises: several messages are deleted one by one; a message that is changed becomes a
-// new one in place of the old, with another identifier; programs' own bits (setStatus), and properties of folders and
-// stores, are NotSupported, and folders have no times.
-class ServerEngine final : public OnDatabase<Engine> {
+// new one in place of the old, with another identifier; an attachment that is opened and not yet read goes with its
+// message; programs' own bits (setStatus), and properties of folders and stores, are NotSupported, and folders have no
+// times.
+class ServerEngine final : public OnDatabase<Engine>, public std::enable_shared_from_this<ServerEngine> {
  public:
   // LogonFailed where the server refuses name or secret, Cancelled, Invalid (no such address). A server that cannot be
   // asked is no failure here: what asks it next tells why.
@@ -113,8 +114,13 @@ class ServerEngine final : public OnDatabase<Engine> {
 
   MailView view(const Id& message);         // whole; throws NotFound
   MailView currentView(const Id& message);  // asked for anew
-  std::vector<MailView> views(const std::string& account, const std::vector<std::string>& ids, bool isWhole,
-                              const std::string& folder);
+  struct Views {
+    std::vector<MailView> all;  // in the order of the ids; without those that are gone
+    std::string state;          // that they were read at
+  };
+  Views views(const std::string& account, const std::vector<std::string>& ids, bool isWhole, const std::string& folder);
+  // Takes the rows of the folder that have changed on the server out of those that were read ahead.
+  void followChanges(const Id& folder);
   OutgoingMail outgoingOf(const MailView& view, const std::string& account);
   // Returns the view of what is there then. `isNew`: its Message-ID is its search key's, so that a repeated delivery is
   // known for one; else it is a copy, with one of its own.

@@ -8,6 +8,7 @@
 #include "mail_headers.h"
 #include "mail_tags.h"
 #include "property_list.h"
+#include "remote_content.h"
 #include "server_engine.h"
 #include "spooled_content.h"
 #include "stored_content.h"
@@ -93,28 +94,30 @@ std::shared_ptr<ContentWriter> ServerEngine::createContent() {
   return std::make_shared<SpooledContent>(spools_, [this](EngineError&& error) { note(std::move(error)); });
 }
 
-std::vector<MailView> ServerEngine::views(const std::string& accountId, const std::vector<std::string>& ids,
-                                          bool isWhole, const std::string& folder) {
+ServerEngine::Views ServerEngine::views(const std::string& accountId, const std::vector<std::string>& ids, bool isWhole,
+                                        const std::string& folder) {
   const auto mailboxes = knownMailboxes(accountId);
   const auto toIdentifier = [this](const PropertyName& name) { return identifierOf(name); };
   const auto selection = selectionFor(isWhole, ids.size() > 1);
-  std::vector<MailView> found;
+  Views found;
   const std::size_t batch = isWhole ? wholeRowsAtOnce : rowsAtOnce;
-  for (const jmap::Json& email : account(accountId).emails(ids, selection, batch).emails) {
-    found.push_back(viewOf(email, isWhole, accountId, folder, mailboxes->personal, toIdentifier));
+  const jmap::EmailList list = account(accountId).emails(ids, selection, batch);
+  for (const jmap::Json& email : list.emails) {
+    found.all.push_back(viewOf(email, isWhole, accountId, folder, mailboxes->personal, toIdentifier));
   }
+  found.state = list.state;
   return found;
 }
 
 MailView ServerEngine::currentView(const Id& message) {
   const MailId id = mailId(message);
   accountOf(id.account);
-  std::vector<MailView> found = views(id.account, {id.object}, true, {});
+  std::vector<MailView> found = views(id.account, {id.object}, true, {}).all;
   if (found.empty()) failNoMessage();
   if (const auto known = knownMailboxes(id.account);
       !found.front().mailboxes.empty() && !known->find(found.front().mailboxes.front())) {
     readMailboxes(id.account);  // it lies in a folder that was made since: which one says what kind of message it is
-    found = views(id.account, {id.object}, true, {});
+    found = views(id.account, {id.object}, true, {}).all;
     if (found.empty()) failNoMessage();
   }
   const std::lock_guard lock(mutex_);
@@ -173,7 +176,6 @@ std::shared_ptr<ContentReader> ServerEngine::contentOf(std::span<const std::byte
   return std::make_shared<StoredContent>(std::make_unique<ContentSource>(Bytes(bytes.begin(), bytes.end())));
 }
 
-// Read to its end once, so that nothing that happens to the message shows.
 std::shared_ptr<ContentReader> ServerEngine::downloaded(const std::string& accountId, const std::string& blob) {
   auto content = std::make_shared<SpooledContent>(spools_, [this](EngineError&& error) { note(std::move(error)); });
   std::uint64_t position = 0;
@@ -207,7 +209,11 @@ Status ServerEngine::openContent(const Id& message, std::optional<std::uint32_t>
     } else if (const auto* bytes = std::get_if<Bytes>(&found->value)) {
       reader = contentOf(*bytes);
     } else if (attachment && found->tag == tags::attachData) {
-      reader = downloaded(accountId, attachmentOf(whole, *attachment).part.blob);
+      const mime::MailPart& part = attachmentOf(whole, *attachment).part;
+      const auto download = [self = shared_from_this(), accountId, blob = part.blob](auto& content) {
+        return self->asking([&] { content = self->downloaded(accountId, blob); });
+      };
+      reader = std::make_shared<RemoteContent>(part.size, download);
     } else {
       fail(Status::Invalid, "Only binary and text properties can be opened.");
     }
@@ -432,8 +438,30 @@ Status ServerEngine::listMessages(const Id& folder, MessageKind kind, std::vecto
       }
     }
     for (const std::string& one : order) messages.push_back(idOf(id.account, one));
+    followChanges(folder);
     rows_.begin(folder, std::move(order));
   });
+}
+
+void ServerEngine::followChanges(const Id& folder) {
+  const std::string from = rows_.stateOf(folder);
+  if (from.empty()) return;
+  jmap::MailAccount in = account(mailId(folder).account);
+  std::vector<std::string> changed;
+  try {
+    std::string state = from;
+    for (bool hasMore = true; hasMore;) {
+      const jmap::Changes changes = in.emailChanges(state);
+      changed.insert(changed.end(), changes.updated.begin(), changes.updated.end());
+      changed.insert(changed.end(), changes.destroyed.begin(), changes.destroyed.end());
+      hasMore = changes.hasMore && changes.state != state;
+      state = changes.state;
+    }
+    rows_.follow(from, state, changed);
+  } catch (const jmap::ServerFailure& failure) {
+    if (failure.kind != jmap::FailureKind::stateTooOld) throw;
+    rows_.clear();
+  }
 }
 
 Status ServerEngine::readMessageRows(const Id& folder, MessageKind kind, std::span<const PropertyTag> columns,
@@ -460,18 +488,19 @@ Status ServerEngine::readMessageRowsOf(const Id& folder, std::span<const Id> mes
     const std::string mailbox = mailboxOf(place, *knownMailboxes(place.account));
     const bool isWhole = !std::ranges::all_of(columns, isRowProperty);
     const std::size_t most = isWhole ? wholeRowsAtOnce : rowsAtOnce;
+    if (rows_.isInDoubt()) followChanges(folder);
     for (std::size_t i = 0; i < messages.size(); ++i) {
       const std::string object = mailId(messages[i]).object;
       auto row = rows_.find(folder, object, isWhole);
       if (!row) {
         const auto wanted = objectsOf(messages.subspan(i, std::min(most, messages.size() - i)));
+        const std::string since = rows_.stateOf(folder);
+        Views fresh = views(place.account, rows_.ahead(folder, wanted, most, isWhole), isWhole, mailbox);
         std::map<std::string, MailView> read;
-        for (MailView& one : views(place.account, rows_.ahead(folder, wanted, most), isWhole, mailbox)) {
-          read.emplace(mailId(one.info.id).object, std::move(one));
-        }
+        for (MailView& one : fresh.all) read.emplace(mailId(one.info.id).object, std::move(one));
         const auto found = read.find(object);
         if (found != read.end()) row = found->second;
-        rows_.put(folder, std::move(read));
+        rows_.put(folder, std::move(read), fresh.state, since);
       }
       if (!row || !isIn(*row, folder)) continue;
       if (!sink({row->info, columnValues(row->properties, columns)})) return;

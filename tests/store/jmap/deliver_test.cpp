@@ -3,12 +3,8 @@
 
 #include <gmock/gmock.h>
 
-#include <atomic>
-#include <map>
-#include <mutex>
-
-#include "listener.h"
 #include "mail_fixture.h"
+#include "mail_proxy.h"
 #include "sample_mail.h"
 
 namespace fendrel::jmap {
@@ -16,55 +12,6 @@ namespace {
 
 using namespace fendrel::test;
 using testing::ElementsAre;
-
-// What a request asks for.
-std::string kindOfRequest(const std::string& request) {
-  if (request.starts_with("GET")) return request.find("/download/") < 100 ? "download" : "session";
-  if (request.find("/upload/") < 100) return "upload";
-  for (const char* method : {"Email/import", "Email/query", "Mailbox/set", "Mailbox/get", "Email/set", "Email/get"})
-    if (request.find(method) != std::string::npos) return method;
-  return "?";
-}
-
-enum class Cut { BeforeTheServer, AfterTheServer, InTheAnswer };
-
-// Stands before the real server and cuts the connection of the first requests of these kinds, so many of each.
-class CuttingProxy {
- public:
-  CuttingProxy(std::map<std::string, int> kindsToCut, Cut where) : left(std::move(kindsToCut)), cut(where) {}
-
-  Settings settings() const {
-    Settings result = mailSettings();
-    result.url = listener.url() + "/jmap/";
-    return result;
-  }
-  int cutCount() const { return cuts; }
-
- private:
-  bool takeCut(const std::string& kind) {
-    const std::lock_guard lock(mutex);
-    const auto found = left.find(kind);
-    if (found == left.end() || found->second-- <= 0) return false;
-    ++cuts;
-    return true;
-  }
-
-  void serve(ListenerConnection& connection) {
-    const std::string request = connection.readRequest();
-    if (request.empty()) return;
-    const bool isCut = takeCut(kindOfRequest(request));
-    if (isCut && cut == Cut::BeforeTheServer) return;
-    const std::string answer = answerOf(mailPort(), request);
-    if (isCut && cut == Cut::AfterTheServer) return;
-    connection.write(isCut ? answer.substr(0, answer.size() / 2) : answer);
-  }
-
-  std::mutex mutex;
-  std::map<std::string, int> left;
-  Cut cut;
-  std::atomic<int> cuts{0};
-  Listener listener{[this](ListenerConnection& connection) { serve(connection); }};
-};
 
 class DeliverTest : public testing::Test {
  protected:
@@ -89,7 +36,7 @@ struct LostAnswer {
 class DeliverWithLostAnswerTest : public DeliverTest, public testing::WithParamInterface<LostAnswer> {};
 
 TEST_P(DeliverWithLostAnswerTest, TheMessageIsThereOnce) {
-  CuttingProxy proxy({{GetParam().kind, 1}}, GetParam().cut);
+  MailProxy proxy({{GetParam().kind, 1}}, GetParam().cut);
   MailServer through(proxy.settings());
   MailAccount account(through, "alice");
   const SampleMail sample("once", 100'000);
@@ -112,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(Requests, DeliverWithLostAnswerTest,
                          [](const auto& instance) { return instance.param.name; });
 
 TEST_F(DeliverTest, TheQuestionAfterALostAnswerMayLoseItsOwn) {
-  CuttingProxy proxy({{"Email/import", 1}, {"Email/query", 1}}, Cut::AfterTheServer);
+  MailProxy proxy({{"Email/import", 1}, {"Email/query", 1}}, Cut::AfterTheServer);
   MailServer through(proxy.settings());
   MailAccount account(through, "alice");
   const SampleMail sample("both");
@@ -123,7 +70,7 @@ TEST_F(DeliverTest, TheQuestionAfterALostAnswerMayLoseItsOwn) {
 }
 
 TEST_F(DeliverTest, AServerThatAlwaysLosesTheAnswerIsGivenUpAndTheMessageCanBeDeliveredAgain) {
-  CuttingProxy proxy({{"Email/import", 100}}, Cut::BeforeTheServer);
+  MailProxy proxy({{"Email/import", 100}}, Cut::BeforeTheServer);
   MailServer through(proxy.settings());
   MailAccount account(through, "alice");
   const SampleMail sample("again");
@@ -175,7 +122,7 @@ class LostAnswerTest : public DeliverTest {};
 
 TEST_F(LostAnswerTest, AMailboxIsMadeOnce) {
   for (const Cut cut : {Cut::BeforeTheServer, Cut::AfterTheServer, Cut::InTheAnswer}) {
-    CuttingProxy proxy({{"Mailbox/set", 1}}, cut);
+    MailProxy proxy({{"Mailbox/set", 1}}, cut);
     MailServer through(proxy.settings());
     MailAccount account(through, "alice");
     const std::string name = "made " + std::to_string(static_cast<int>(cut));
@@ -190,7 +137,7 @@ TEST_F(LostAnswerTest, AMailboxIsRenamedAndDeletedOnce) {
     // Names of their own: Cyrus keeps what was deleted under its name and the second.
     const std::string name = "old " + std::to_string(static_cast<int>(cut)), newName = "new " + name;
     const std::string made = direct.createMailbox(mailbox, name);
-    CuttingProxy renaming({{"Mailbox/set", 1}}, cut), deleting({{"Mailbox/set", 1}}, cut);
+    MailProxy renaming({{"Mailbox/set", 1}}, cut), deleting({{"Mailbox/set", 1}}, cut);
     MailServer first(renaming.settings()), second(deleting.settings());
     MailAccount(first, "alice").renameMailbox(made, newName);
     EXPECT_EQ(direct.mailbox(made).name, newName);
@@ -204,7 +151,7 @@ TEST_F(LostAnswerTest, MessagesAreMarkedAndDeletedOnce) {
   for (const Cut cut : {Cut::BeforeTheServer, Cut::AfterTheServer, Cut::InTheAnswer}) {
     const SampleMail sample("changed");
     const std::vector<std::string> ids{deliver(direct, sample.forMailbox(mailbox))};
-    CuttingProxy marking({{"Email/set", 1}}, cut), deleting({{"Email/set", 1}}, cut);
+    MailProxy marking({{"Email/set", 1}}, cut), deleting({{"Email/set", 1}}, cut);
     MailServer first(marking.settings()), second(deleting.settings());
     EXPECT_THAT(MailAccount(first, "alice").setKeywords(ids, {{"$seen", true}}), testing::IsEmpty());
     EXPECT_EQ(direct.mailbox(mailbox).unreadCount, 0u);
@@ -218,7 +165,7 @@ TEST_F(LostAnswerTest, ADownloadGoesOnWhereItEnded) {
   const SampleMail sample("download", 400'000);
   const std::string blob = server.upload("alice", sample.body());
   for (const Cut cut : {Cut::BeforeTheServer, Cut::AfterTheServer, Cut::InTheAnswer}) {
-    CuttingProxy proxy({{"download", 2}}, cut);
+    MailProxy proxy({{"download", 2}}, cut);
     MailServer through(proxy.settings());
     std::string read;
     through.download("alice", blob, [&](std::span<const std::byte> bytes) {

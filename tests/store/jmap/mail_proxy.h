@@ -1,0 +1,45 @@
+// Stands between a client and the mail server beside which the tests run: counts requests, and cuts connections.
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "http_client.h"
+#include "listener.h"
+
+namespace fendrel::test {
+
+enum class Cut { BeforeTheServer, AfterTheServer, InTheAnswer };
+
+class MailProxy {
+ public:
+  // Cuts the connection of the first requests of these kinds ("session", "upload", "download", or the first method that
+  // is called, "Email/import"), so many of each.
+  explicit MailProxy(std::map<std::string, int> kindsToCut = {}, Cut where = Cut::BeforeTheServer)
+      : left(std::move(kindsToCut)), cut(where) {}
+
+  std::string url() const { return listener.url() + "/jmap/"; }
+  jmap::Settings settings() const;  // of alice
+  // Answers requests of that kind itself from now on.
+  void answer(const std::string& kind, const std::string& json);
+  int cutCount() const;
+  // Since the last call, by kind; the sum of them.
+  std::map<std::string, int> takeCounts();
+  int takeCount();
+
+ private:
+  bool takeCut(const std::string& kind);
+  std::optional<std::string> ownAnswer(const std::string& kind) const;
+  void serve(ListenerConnection& connection);
+
+  mutable std::mutex mutex;
+  std::map<std::string, int> left, counts;
+  std::map<std::string, std::string> ownAnswers;
+  const Cut cut;
+  int cuts = 0;
+  Listener listener{[this](ListenerConnection& connection) { serve(connection); }};
+};
+
+}  // namespace fendrel::test
