@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <server_examination.h>
+
+#include "console.h"
 #include "file_facts.h"
 #include "file_handle.h"
 #include "folder_path.h"
@@ -15,7 +18,27 @@
 namespace fendrel::host {
 namespace {
 
+// No report fits into less.
+constexpr std::uint64_t leastRoom = 4096;
+
 std::string shown(const std::wstring& path) { return "'" + printable(displayPath(path)) + "'"; }
+
+Failure failureOf(const store::ServerProblem& problem) {
+  using store::ServerTrouble;
+  const auto failure = [&](HRESULT code, ExitCode exit) {
+    return Failure(exit, fmt::format("{} ({})", problem.what(), errorName(code)), code);
+  };
+  switch (problem.trouble()) {
+    case ServerTrouble::unreachable: return failure(MAPI_E_NETWORK_ERROR, ExitCode::mapiUnusable);
+    case ServerTrouble::timedOut: return failure(MAPI_E_TIMEOUT, ExitCode::mapiUnusable);
+    case ServerTrouble::logonFailed: return failure(MAPI_E_LOGON_FAILED, ExitCode::mapiUnusable);
+    case ServerTrouble::notFound: return failure(MAPI_E_NOT_FOUND, ExitCode::mapiUnusable);
+    case ServerTrouble::noAccess: return failure(MAPI_E_NO_ACCESS, ExitCode::folderRefused);
+    case ServerTrouble::cancelled: return failure(MAPI_E_USER_CANCEL, ExitCode::cancelled);
+    case ServerTrouble::failed: break;
+  }
+  return failure(MAPI_E_CALL_FAILED, ExitCode::failed);
+}
 
 class Examination {
  public:
@@ -27,12 +50,16 @@ class Examination {
                            step("Exports", [&] { return lookAtExports(); }) &&
                            step("Initialise", [&] { return initialise(); });
     const bool storeThere = !isLocal_ || !mapiWorks || step("Local store", [&] { return lookAtStore(); });
-    if (mapiWorks && storeThere && step("Profiles", [&] { return lookAtProfiles(); }) &&
+    if (mapiWorks && storeThere && step("Profiles", [&] { return lookAtProfiles(); }) && lookAtServer() &&
         step("Logon", [&] { return logOn(); })) {
       step("Stores", [&] { return lookAtStores(); });
       if (!order_.to.empty() && step("Target folder", [&] { return openFolder(); })) {
         step("Right to post", [&] { return tryToCreate(); });
         step("Names", [&] { return lookAtNames(); });
+      }
+      if (server_) {
+        step("Quota", [&] { return lookAtQuota(); });
+        step("Upload limit", [&] { return tellLargestUpload(); });
       }
     }
     step("Languages", [&] { return lookAtLanguages(); });
@@ -48,9 +75,14 @@ class Examination {
       tell_({what, true, look(), ExitCode::done, nullptr});
       return true;
     } catch (const Failure& failure) {
-      tell_({what, false, failure.what(), failure.exitCode(), jsonError(failure)});
-      return false;
+      return cross(what, failure);
+    } catch (const store::ServerProblem& problem) {
+      return cross(what, failureOf(problem));
     }
+  }
+  bool cross(const char* what, const Failure& failure) {
+    tell_({what, false, failure.what(), failure.exitCode(), jsonError(failure)});
+    return false;
   }
 
   static Failure unusable(const std::string& words) { return Failure(ExitCode::mapiUnusable, words); }
@@ -150,7 +182,22 @@ class Examination {
       return fmt::format("'{}' is used; this MAPI lists none", printable(context_.options.profile));
     }
     const std::wstring chosen = chooseProfile(profiles, toWide(context_.options.profile));
+    if (isLocal_) server_ = store::ServerExamination::of(chosen, context_.password(), cancelRequested);
     return fmt::format("{}; '{}' is used", counted(profiles.size(), "profile"), printable(chosen));
+  }
+
+  // What a profile of the local store does not need is not there to be told.
+  bool lookAtServer() {
+    using store::ServerExamination;
+    const auto look = [&](const char* what, std::string (ServerExamination::*at)()) {
+      return step(what, [&] { return printable((*server_.*at)()); });
+    };
+    return !server_ || (look("Server name", &ServerExamination::lookAtName) &&
+                        look("Connection", &ServerExamination::lookAtConnection) &&
+                        look("Certificate", &ServerExamination::lookAtCertificate) &&
+                        look("Session", &ServerExamination::lookAtSession) &&
+                        look("Capabilities", &ServerExamination::lookAtCapabilities) &&
+                        look("Accounts", &ServerExamination::lookAtAccounts));
   }
 
   std::string logOn() { return fmt::format("'{}' is logged on", printable(context_.session().profile())); }
@@ -187,6 +234,25 @@ class Examination {
   std::string lookAtNames() {
     for (const std::wstring& name : target_.folder.names) checkPostableName(name);
     return fmt::format("all in this system's code page {}", GetACP());
+  }
+
+  std::string lookAtQuota() {
+    const std::wstring store = target_.folder.names.empty() ? std::wstring() : target_.folder.names.front();
+    const auto quota = server_->quotaOf(store);
+    if (!quota) return "the server tells no limit";
+    const std::string words = fmt::format("{} of {} are used", shortSize(quota->used), shortSize(quota->limit));
+    if (quota->limit < quota->used + leastRoom)
+      throw Failure(ExitCode::failed,
+                    fmt::format("The account is full: {} ({}). Delete messages there, or ask the server's "
+                                "administrator for room.",
+                                words, errorName(MAPI_E_NOT_ENOUGH_DISK)),
+                    MAPI_E_NOT_ENOUGH_DISK);
+    return words;
+  }
+
+  std::string tellLargestUpload() {
+    const std::uint64_t largest = server_->largestUpload();
+    return largest == 0 ? "the server tells none" : fmt::format("{} a message, encoded", shortSize(largest));
   }
 
   // Of the plug-in's dialogs; all are optional.
@@ -240,6 +306,7 @@ class Examination {
   const bool isLocal_;
   std::wstring library_, place_;
   Target target_;
+  std::unique_ptr<store::ServerExamination> server_;
 };
 
 }  // namespace

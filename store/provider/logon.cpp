@@ -33,7 +33,7 @@ HRESULT chooseProfile(store::ProfileBook& profiles, ULONG_PTR window, const void
 HRESULT secretOf(const store::Profile& profile, std::u16string given, std::u16string& secret) {
   if (!profile.server) return S_OK;
   secret = std::move(given);
-  return secret.empty() ? openSecret(profile.server->sealedSecret, secret) : S_OK;
+  return !secret.empty() || store::openSecret(profile.server->sealedSecret, secret) ? S_OK : MAPI_E_LOGON_FAILED;
 }
 
 // The one session that the programs of this process may share.
@@ -83,7 +83,7 @@ HRESULT logon(ULONG_PTR window, const void* profileName, const void* password, U
   result = secretOf(context->profile, textArgument(password, flags), secret);
   if (FAILED(result)) return result;
   const auto status = context->profiles->open(context->profile, secret, context->engine);
-  wipe(secret);
+  store::wipe(secret);
   if (status != store::Status::Ok) return toResult(status);
   std::shared_ptr<SharedLogon> shared;
   if (flags & MAPI_ALLOW_OTHERS) shared = sharedSession().offer(context);

@@ -88,9 +88,9 @@ STDMETHODIMP ProfileAdmin::ChangeProfilePassword(LPTSTR name, LPTSTR oldPassword
     store::PasswordRecord record;
     std::u16string secret = textArgument(newPassword, flags);
     if (profile.server) {
-      const HRESULT result = sealSecret(secret, profile.server->sealedSecret);
-      wipe(secret);
-      return FAILED(result) ? result : toResult(profiles_->setServer(profile.name, *profile.server));
+      const bool isSealed = store::sealSecret(secret, profile.server->sealedSecret);
+      store::wipe(secret);
+      return isSealed ? toResult(profiles_->setServer(profile.name, *profile.server)) : MAPI_E_CALL_FAILED;
     }
     if (!secret.empty()) {
       if (const HRESULT result = hashPassword(secret, record); FAILED(result)) return result;

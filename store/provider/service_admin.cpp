@@ -111,9 +111,9 @@ HRESULT ServiceAdmin::changeServer(std::span<const SPropValue> values) {
       case publicAccountTag: server.publicAccount = *text; break;
       case tlsCaFileTag: server.tlsCaFile = *text; break;
       case serverSecretTag: {
-        const HRESULT result = sealSecret(*text, server.sealedSecret);
-        wipe(*text);
-        if (FAILED(result)) return result;
+        const bool isSealed = store::sealSecret(*text, server.sealedSecret);
+        store::wipe(*text);
+        if (!isSealed) return MAPI_E_CALL_FAILED;
         break;
       }
       default: return MAPI_E_NO_SUPPORT;

@@ -1,10 +1,7 @@
-// fendrel.exe with a profile on the mail server beside which this program runs: alice, bob, who may only read the shared
-// account's folder Reports, and carol, who has room for 64 KiB.
-#include <gmock/gmock.h>
-
+// The commands of fendrel.exe on a profile of a mail server.
 #include <filesystem>
 
-#include "fendrel_run.h"
+#include "server_fixture.h"
 
 namespace fendrel::test {
 namespace {
@@ -13,49 +10,7 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
-std::string variable(const char* name) {
-  const char* value = std::getenv(name);
-  if (!value) ADD_FAILURE() << name << " is not set: run this program with tools/mail-server run";
-  return value ? value : "";
-}
-
-constexpr const char* shared = "Public Folders@Reports";
-
-class ServerCommand : public FendrelTest {
- protected:
-  static std::string url() { return "http://localhost:" + variable("FENDREL_MAIL_HTTP"); }
-
-  Outcome add(const std::string& name, const std::string& user, const std::string& password,
-              const std::string& server = url()) const {
-    const bool hasPublic = user != "carol";
-    std::vector<std::string> words = {"profile",
-                                      "add",
-                                      name,
-                                      "--server",
-                                      server,
-                                      "--user",
-                                      user,
-                                      "--password-file",
-                                      secret(password, L"of-" + std::wstring(user.begin(), user.end()))};
-    if (hasPublic) words.insert(words.end(), {"--public", "public"});
-    return fendrel(words);
-  }
-  void addProfile(const std::string& user) const {
-    const Outcome added = add(user, user, variable("FENDREL_MAIL_PASSWORD"));
-    ASSERT_EQ(added.exitCode, 0) << added.err;
-  }
-
-  // A folder of the test's own, below the shared one.
-  std::string ownFolder() const {
-    const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
-    return std::string(shared) + "@" + test.name();
-  }
-  nlohmann::json messagesIn(const std::string& path) const {
-    const Outcome listed = fendrel({"list", path, "--json"});
-    EXPECT_EQ(listed.exitCode, 0) << listed.err;
-    return listed.json()["messages"];
-  }
-};
+class ServerCommand : public ServerTest {};
 
 TEST_F(ServerCommand, ProfileIsListedWithItsServerAndNeverItsPassword) {
   addProfile("alice");
@@ -63,7 +18,7 @@ TEST_F(ServerCommand, ProfileIsListedWithItsServerAndNeverItsPassword) {
   EXPECT_EQ(listed.out, "alice  alice  " + url() + "  (default)\n");
   const Outcome document = fendrel({"profile", "list", "--json"});
   EXPECT_EQ(document.json()["profiles"][0]["server"], url());
-  EXPECT_THAT(document.out, Not(HasSubstr(variable("FENDREL_MAIL_PASSWORD"))));
+  EXPECT_THAT(document.out, Not(HasSubstr(mailVariable("FENDREL_MAIL_PASSWORD"))));
 }
 
 TEST_F(ServerCommand, AccountsAreMessageStores) {
@@ -123,7 +78,7 @@ TEST_F(ServerCommand, WhoMayOnlyReadIsRefused) {
 }
 
 TEST_F(ServerCommand, WrongPasswordFailsTheLogonAndIsShownNowhere) {
-  ASSERT_EQ(add("alice", "alice", "wr0ng-Secret").exitCode, 0);
+  ASSERT_EQ(add("alice", "wr0ng-Secret").exitCode, 0);
   const Outcome folders = fendrel({"folders"});
   EXPECT_EQ(folders.exitCode, 4);
   EXPECT_THAT(folders.err, HasSubstr("MAPI_E_LOGON_FAILED"));
@@ -131,20 +86,20 @@ TEST_F(ServerCommand, WrongPasswordFailsTheLogonAndIsShownNowhere) {
 }
 
 TEST_F(ServerCommand, PasswordOfACallStandsInForTheKeptOne) {
-  ASSERT_EQ(add("alice", "alice", "wr0ng-Secret").exitCode, 0);
-  const Outcome folders = fendrel({"folders", "--password-file", secret(variable("FENDREL_MAIL_PASSWORD"))});
+  ASSERT_EQ(add("alice", "wr0ng-Secret").exitCode, 0);
+  const Outcome folders = fendrel({"folders", "--password-file", secret(mailVariable("FENDREL_MAIL_PASSWORD"))});
   EXPECT_EQ(folders.exitCode, 0) << folders.err;
 }
 
 TEST_F(ServerCommand, UnreachableServerIsNamed) {
-  ASSERT_EQ(add("alice", "alice", "any", "http://localhost:9").exitCode, 0);
+  ASSERT_EQ(add("alice", "any", "http://localhost:9").exitCode, 0);
   const Outcome folders = fendrel({"folders"});
   EXPECT_NE(folders.exitCode, 0);
   EXPECT_THAT(folders.err, HasSubstr("localhost:9"));
 }
 
 TEST_F(ServerCommand, AddressThatIsNoneIsRefusedWithWordsAndLeavesNoProfile) {
-  const Outcome added = add("alice", "alice", "any", "http://mail.example");
+  const Outcome added = add("alice", "any", "http://mail.example");
   EXPECT_NE(added.exitCode, 0);
   EXPECT_THAT(added.err, HasSubstr("mail.example"));
   EXPECT_EQ(fendrel({"profile", "list", "--json"}).json()["profiles"].size(), 0u);
@@ -152,7 +107,7 @@ TEST_F(ServerCommand, AddressThatIsNoneIsRefusedWithWordsAndLeavesNoProfile) {
 
 TEST_F(ServerCommand, PublicAccountThatIsNotThereIsNamed) {
   ASSERT_EQ(fendrel({"profile", "add", "alice", "--server", url(), "--user", "alice", "--public", "nobodys",
-                     "--password-file", secret(variable("FENDREL_MAIL_PASSWORD"))})
+                     "--password-file", secret(mailVariable("FENDREL_MAIL_PASSWORD"))})
                 .exitCode,
             0);
   EXPECT_THAT(fendrel({"folders"}).err, HasSubstr("nobodys"));
@@ -167,7 +122,6 @@ TEST_F(ServerCommand, MessagesOfARemovedProfileStayOnTheServer) {
   EXPECT_THAT(removed.out, HasSubstr("stay on the server"));
 }
 
-}  // namespace
 TEST_F(ServerCommand, PersonalReportsAreInNoFolderThatIsShown) {
   addProfile("alice");
   const Outcome posted = fendrel({"post", "--personal", newFile(L"mine.csv", "a")});
@@ -179,4 +133,5 @@ TEST_F(ServerCommand, PersonalReportsAreInNoFolderThatIsShown) {
       << "their mailbox is not a folder among others";
 }
 
+}  // namespace
 }  // namespace fendrel::test

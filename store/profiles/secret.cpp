@@ -7,7 +7,7 @@
 
 #include <cstring>
 
-namespace fendrel::provider {
+namespace fendrel::store {
 namespace {
 
 // What the system made, which is wiped.
@@ -31,30 +31,30 @@ DATA_BLOB blobOf(const void* bytes, std::size_t size) {
 
 }  // namespace
 
-HRESULT sealSecret(const std::u16string& secret, store::Bytes& sealed) {
+bool sealSecret(const std::u16string& secret, Bytes& sealed) {
   sealed.clear();
-  if (secret.empty()) return S_OK;
+  if (secret.empty()) return true;
   DATA_BLOB in = blobOf(secret.data(), secret.size() * sizeof(char16_t));
   SystemBlob out;
   if (!CryptProtectData(&in, L"Fendrel mail server", nullptr, nullptr, nullptr, CRYPTPROTECT_UI_FORBIDDEN, &out.blob)) {
-    return MAPI_E_CALL_FAILED;
+    return false;
   }
   const auto* begin = reinterpret_cast<const std::byte*>(out.blob.pbData);
   sealed.assign(begin, begin + out.blob.cbData);
-  return S_OK;
+  return true;
 }
 
-HRESULT openSecret(const store::Bytes& sealed, std::u16string& secret) {
+bool openSecret(const Bytes& sealed, std::u16string& secret) {
   secret.clear();
-  if (sealed.empty()) return S_OK;
+  if (sealed.empty()) return true;
   DATA_BLOB in = blobOf(sealed.data(), sealed.size());
   SystemBlob out;
   if (!CryptUnprotectData(&in, nullptr, nullptr, nullptr, nullptr, CRYPTPROTECT_UI_FORBIDDEN, &out.blob)) {
-    return MAPI_E_LOGON_FAILED;
+    return false;
   }
   secret.resize(out.blob.cbData / sizeof(char16_t));
   std::memcpy(secret.data(), out.blob.pbData, secret.size() * sizeof(char16_t));
-  return S_OK;
+  return true;
 }
 
 void wipe(std::u16string& secret) noexcept {
@@ -62,4 +62,4 @@ void wipe(std::u16string& secret) noexcept {
   secret.clear();
 }
 
-}  // namespace fendrel::provider
+}  // namespace fendrel::store
