@@ -68,7 +68,7 @@ void addChooseCommand(CLI::App& app, CommandContext& context) {
   command
       ->add_option("--save", options->file,
                    "Keep the choice in this file, for \"fendrel post --options FILE\". With --password-file (or "
-                   "FENDREL_PASSWORD) the password is kept with it, protected for this user")
+                   "FENDREL_PASSWORD) the password is kept with it, encrypted for this user")
       ->type_name("FILE");
   command->add_option("--language", options->language, "The dialogs' language, if its library is installed")
       ->check(CLI::IsMember(knownLanguages()))

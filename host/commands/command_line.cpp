@@ -15,10 +15,10 @@
 namespace fendrel::host {
 namespace {
 
-constexpr const char* description = "Posts report files into Exchange folders, and looks into the folders.";
+constexpr const char* description = "Posts report files into Exchange folders and manages the messages there.";
 
 constexpr const char* examples =
-    "Begin with a profile, then post and look:\n"
+    "Start with a profile, then post:\n"
     "  fendrel profile add jane --user \"Jane Doe\" --default\n"
     "  fendrel post --to \"Public Folders@Reports@Daily\" --create sales.pdf stock.csv\n"
     "  fendrel folders\n"
@@ -26,7 +26,7 @@ constexpr const char* examples =
     "  fendrel show \"Public Folders@Reports@Daily\" 1\n"
     "  fendrel save \"Public Folders@Reports@Daily\" 1 reports\n"
     "\n"
-    "For every night write a job: \"fendrel help run\". When something is wrong: fendrel doctor.\n"
+    "For nightly posting write a job: \"fendrel help run\". To find problems: fendrel doctor.\n"
     "A folder's path is its names joined by '@', message store first; upper and lower case count.\n"
     "\n"
     "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 some files or messages done and some not, 4 MAPI or\n"
@@ -44,11 +44,11 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
   app.add_option("--profile", options.profile, "The MAPI profile; else the default one, or the only one")
       ->type_name("NAME");
   app.add_option("--password-file", options.passwordFile,
-                 "The profile's password is this file's first line. Without this option and the next one the "
-                 "environment variable FENDREL_PASSWORD holds it, or a person is asked")
+                 "The profile's password is this file's first line. Without this option and the next, it is read from "
+                 "the environment variable FENDREL_PASSWORD or asked for on a terminal")
       ->type_name("FILE");
   app.add_option("--password-command", options.passwordCommand,
-                 "The profile's password is the first line that this command writes")
+                 "The profile's password is the first line of this command's output")
       ->type_name("COMMAND");
   // Other users can read command lines in the list of processes.
   app.add_option("--password", "")->group("")->each([](const std::string&) {
@@ -56,11 +56,11 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
         "A password on a command line can be read by others, so --password is not taken. Give "
         "--password-file or --password-command, or set FENDREL_PASSWORD");
   });
-  app.add_flag("--json", options.json, "Give the result as one JSON document");
+  app.add_flag("--json", options.json, "Print the result as one JSON document");
   app.add_flag("--json-lines", options.jsonLines,
-               "Give a line of JSON for every event while the command runs, the result last");
+               "Print a line of JSON for every event while the command runs, and the result last");
   app.add_option("--log-file", options.logFile, "Append a line for every event to this file")->type_name("FILE");
-  CLI::Option* quiet = app.add_flag("-q,--quiet", options.quiet, "Show no events but errors");
+  CLI::Option* quiet = app.add_flag("-q,--quiet", options.quiet, "Show only errors");
   app.add_flag("-v,--verbose", options.verbose, "Show more events")->excludes(quiet);
 }
 

@@ -39,7 +39,8 @@ void askFirst(const DeleteOptions& options, const OpenFolder& folder, const std:
     throw Failure(ExitCode::wrongUsage,
                   fmt::format("{} would be deleted. Add --yes to delete them, or --dry-run to see them.", words));
   for (const ChosenMessage& message : messages) printError(deletionWords(message));
-  if (!confirm(fmt::format("Delete {} for good?", words))) throw Failure(ExitCode::cancelled, "Nothing was deleted.");
+  if (!confirm(fmt::format("Delete {} permanently?", words)))
+    throw Failure(ExitCode::cancelled, "Nothing was deleted.");
 }
 
 ExitCode deleteMessages(CommandContext& context, const DeleteOptions& options) {
@@ -74,11 +75,11 @@ void addDeleteCommand(CLI::App& app, CommandContext& context) {
   command->add_option("N", options->numbers, "The messages' numbers in \"fendrel list\", also as 1-3,7");
   options->filter.addOptions(*command);
   command->add_flag("-y,--yes", options->yes, "Delete what matches without asking");
-  command->add_flag("-n,--dry-run", options->dryRun, "Say what would be deleted, and delete nothing");
+  command->add_flag("-n,--dry-run", options->dryRun, "Show what would be deleted, and delete nothing");
   command->footer(
-      "They are deleted for good, all or none. Those behind them get new numbers: \"fendrel list\" shows them;\n"
+      "Deletes permanently, all or none. Later messages get new numbers: \"fendrel list\" shows them;\n"
       "identifiers stay. With --subject, --class, --since, --until or --older-than it shows what it would\n"
-      "delete and asks; without a terminal it wants --yes.\n"
+      "delete and asks; without a terminal it requires --yes.\n"
       "Examples:\n"
       "  fendrel delete \"Public Folders@Reports@Daily\" 1-3,7\n"
       "  fendrel delete \"Public Folders@Reports@Daily\" --older-than 90d --yes\n"

@@ -56,13 +56,13 @@ ExitCode callDoctor(CommandContext& context, const DoctorOptions& options) {
 
 void addDoctorCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<DoctorOptions>();
-  CLI::App* command = app.add_subcommand("doctor", "Say what posting needs, and what is wrong with it");
-  CLI::Option* to = command->add_option("--to", options->to, "Also look at this folder, the target of a post");
+  CLI::App* command = app.add_subcommand("doctor", "Check everything that posting needs");
+  CLI::Option* to = command->add_option("--to", options->to, "Also check this folder as the target of a post");
   to->type_name("PATH");
-  command->add_option("--job", options->job, "Also look at this job and its folder")->type_name("JOB")->excludes(to);
+  command->add_option("--job", options->job, "Also check this job and its folder")->type_name("JOB")->excludes(to);
   command->footer(
-      "A line each, with a tick or a cross and what to do. Nothing is changed. The exit code is that of the\n"
-      "first cross. What depends on something that has a cross is not looked at.\n"
+      "Prints one line per check, with a tick or a cross and what to do. Changes nothing. The exit code is\n"
+      "that of the first cross. Checks that depend on a failed one are skipped.\n"
       "Examples:\n"
       "  fendrel doctor --to \"Public Folders@Reports@Daily\"\n"
       "  fendrel doctor --mapi system --json");

@@ -84,7 +84,7 @@ class Exporting {
     } catch (const Failure& failure) {
       progress_.reset();
       throw Failure(failure.exitCode(),
-                    fmt::format("{} Exported by now: {} of {}. The same command does the others.", failure.what(),
+                    fmt::format("{} Exported so far: {} of {}. Repeat the command for the others.", failure.what(),
                                 withThousands(total_.written + total_.present), counted(messages, "message")),
                     failure.code());
     }
@@ -140,7 +140,7 @@ class Exporting {
     deleteUnfinishedFiles(folder.directory);
     Counts counts;
     for (const MessageRow& message : folder.messages) {
-      if (cancelRequested()) throw Failure(ExitCode::cancelled, "Cancelled; no half file was left.");
+      if (cancelRequested()) throw Failure(ExitCode::cancelled, "Cancelled; no partial file was left.");
       Counts one;
       progress_->startFile(toUtf8(message.subject));
       try {
@@ -165,12 +165,12 @@ class Exporting {
     return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
   }
 
-  // False when another export was quicker.
+  // False if another export has created the file.
   static bool giveName(NewFile& file, const ExportFolder& folder, const std::wstring& name) {
     if (file.giveExactName(name)) return true;
     if (isThere(folder, name)) return false;
     throw systemFailure(ExitCode::failed, fmt::format("'{}' cannot be written", printable(name)), ERROR_ALREADY_EXISTS,
-                        "What has the name is not a file; move it away.");
+                        "Something that is not a file has this name; move it away.");
   }
 
   Counts exportMessage(const ExportFolder& folder, const MessageRow& row) {
@@ -253,23 +253,22 @@ void addExportCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<ExportOptions>();
   CLI::App* command = app.add_subcommand("export", "Save all messages of a folder or of a whole store as files");
   options->place.addOptions(*command);
-  command->add_option("DIR", options->directory, "The directory; it is made when it is missing");
-  options->form.addOption(*command,
-                          "What to make of a message: file for its attached files (default), msg or eml for "
-                          "the whole message, as mail programs keep it");
-  command->add_flag("--only-folder", options->onlyFolder, "Leave out the folders below");
+  command->add_option("DIR", options->directory, "The directory; it is created if missing");
+  options->form.addOption(
+      *command,
+      "The form: file for the attached files (default), msg or eml for the whole message, as mail programs keep it");
+  command->add_flag("--only-folder", options->onlyFolder, "Leave out subfolders");
   command
       ->add_option("--number", options->numbers,
-                   "Only the messages with these numbers in \"fendrel list\", also as 1-3,7; of the folder alone")
+                   "Only the messages with these numbers in \"fendrel list\", also as 1-3,7; without subfolders")
       ->type_name("N")
       ->allow_extra_args(false);
   options->filter.addOptions(*command);
-  command->add_flag("-n,--dry-run", options->dryRun, "Say what would be exported, and export nothing");
+  command->add_flag("-n,--dry-run", options->dryRun, "Show what would be exported, and export nothing");
   command->footer(
-      "The folders below become directories. A file's name ends with a key of its message, so that it is\n"
-      "the same in every run: what is there already is kept, and an export that was interrupted goes on\n"
-      "when it is repeated. A message that cannot be exported is named and the others go on; the exit\n"
-      "code is 3 then.\n"
+      "Subfolders become directories. A file's name ends with a key of its message, so that it is the same\n"
+      "in every run: existing files are kept, and repeating an interrupted export continues it. A message\n"
+      "that cannot be exported is reported and left out; the exit code is 3 then.\n"
       "Examples:\n"
       "  fendrel export \"Public Folders@Reports@Daily\" reports\n"
       "  fendrel export \"Public Folders\" archive --as eml\n"

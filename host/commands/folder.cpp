@@ -111,10 +111,10 @@ ExitCode deleteFolder(CommandContext& context, const std::string& path, bool rec
   const std::string words =
       fmt::format("{} and {}", counted(held.messages, "message"), counted(held.folders, "folder"));
   if (!recursive && (held.messages > 0 || held.folders > 0))
-    throw Failure(ExitCode::folderRefused,
-                  fmt::format("Folder '{}' holds {} and was not deleted. --recursive deletes it with all of them, for "
-                              "good.",
-                              printable(folder.path), words));
+    throw Failure(
+        ExitCode::folderRefused,
+        fmt::format("Folder '{}' holds {} and was not deleted. --recursive deletes it with all of them, permanently.",
+                    printable(folder.path), words));
   const EntryId id = idOf(*folder.folder.Get(), PR_ENTRYID, subject);
   const EntryId parentId = idOf(*folder.folder.Get(), PR_PARENT_ENTRYID, subject);
   const ComPtr<IMAPIFolder> parent = session.openFolder(*folder.store.Get(), parentId, folder.path, true);
@@ -123,7 +123,8 @@ ExitCode deleteFolder(CommandContext& context, const std::string& path, bool rec
                                             recursive ? DEL_FOLDERS | DEL_MESSAGES : 0);
   if (code == MAPI_E_NO_ACCESS) throw failureOf(ExitCode::folderRefused, subject, code, "A store's own folders stay.");
   if (code == MAPI_E_HAS_MESSAGES || code == MAPI_E_HAS_FOLDERS)
-    throw failureOf(ExitCode::folderRefused, subject, code, "Something came into it just now; look and try again.");
+    throw failureOf(ExitCode::folderRefused, subject, code,
+                    "Something was added to it just now; check it and try again.");
   check(code, folderExitCode(code), subject);
   const bool wasEmpty = held.messages == 0 && held.folders == 0;
   context.line(fmt::format("Folder '{}' was deleted{}.", printable(folder.path), wasEmpty ? "" : " with " + words));
@@ -140,11 +141,12 @@ void addFolderCommand(CLI::App& app, CommandContext& context) {
   command->footer("\"fendrel folders\" shows the folders and their paths.");
 
   const auto path = std::make_shared<std::string>();
-  CLI::App* create = command->add_subcommand("create", "Make a folder, and those above it that are missing");
+  CLI::App* create = command->add_subcommand("create", "Make a folder and its missing parent folders");
   create->add_option("PATH", *path, pathWords)->required();
   create->footer(
-      "A folder that is there already is not a failure.\n"
-      "Example:\n  fendrel folder create \"Public Folders@Reports@Weekly\"");
+      "If the folder exists already, the command succeeds.\n"
+      "Example:\n"
+      "  fendrel folder create \"Public Folders@Reports@Weekly\"");
   create->callback([&context, path] {
     context.command = [path](CommandContext& running) { return createFolders(running, *path); };
   });
@@ -161,10 +163,11 @@ void addFolderCommand(CLI::App& app, CommandContext& context) {
   const auto recursive = std::make_shared<bool>(false);
   CLI::App* remove = command->add_subcommand("delete", "Delete a folder");
   remove->add_option("PATH", *path, pathWords)->required();
-  remove->add_flag("--recursive", *recursive, "With its messages and all folders below it, for good");
+  remove->add_flag("--recursive", *recursive, "With its messages and all its subfolders, permanently");
   remove->footer(
-      "Without --recursive only an empty folder is deleted. Nothing is asked.\n"
-      "Example:\n  fendrel folder delete \"Public Folders@Reports@Weekly\" --recursive");
+      "Without --recursive only an empty folder is deleted. The command does not ask.\n"
+      "Example:\n"
+      "  fendrel folder delete \"Public Folders@Reports@Weekly\" --recursive");
   remove->callback([&context, path, recursive] {
     context.command = [path, recursive](CommandContext& running) { return deleteFolder(running, *path, *recursive); };
   });

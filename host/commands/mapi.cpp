@@ -43,7 +43,8 @@ ExitCode registerMapi(CommandContext& context, const RegisterOptions& options) {
     const bool isActive = isOurs({defaultClient().name, {}});
     context.line(fmt::format("'{}' is registered for {}.", printable(library),
                              scope == ClientScope::machine ? "all users" : "this user"));
-    if (!isActive) context.line("This user has chosen another mail program, which goes before the machine's.");
+    if (!isActive)
+      context.line("This user has chosen another mail program, which takes precedence over the machine's.");
     context.document({{"registered", scopeName(scope)}, {"library", toUtf8(library)}, {"active", isActive}});
     return ExitCode::done;
   }
@@ -98,24 +99,25 @@ ExitCode showStatus(CommandContext& context) {
 }  // namespace
 
 void addMapiCommand(CLI::App& app, CommandContext& context) {
-  CLI::App* mapi = app.add_subcommand("mapi", "Make the local store what this machine's programs get as MAPI");
+  CLI::App* mapi = app.add_subcommand("mapi", "Make the local store the MAPI of this machine's programs");
   mapi->require_subcommand(1);
 
   const auto options = std::make_shared<RegisterOptions>();
   CLI::App* add = mapi->add_subcommand("register", "Register the local store as the mail program's MAPI");
   add->add_option("--for", options->scope,
-                  "machine: for all users, which asks for an administrator; user: for this one; else the machine where "
-                  "that is allowed, else this user")
+                  "machine: for all users, which requires an administrator; user: for this one; without it the machine "
+                  "if that is allowed, else this user")
       ->check(CLI::IsMember({"machine", "user"}))
       ->type_name("WHOM");
-  add->add_flag("--force", options->force, "Take the place of the mail program that is the default");
+  add->add_flag("--force", options->force, "Replace another default mail program");
   add->callback(
       [&context, options] { context.command = [options](CommandContext& on) { return registerMapi(on, *options); }; });
 
-  CLI::App* remove = mapi->add_subcommand("unregister", "Take the registration away; what it replaced comes back");
+  CLI::App* remove =
+      mapi->add_subcommand("unregister", "Remove the registration and restore the previous mail program");
   remove->callback([&context] { context.command = unregisterMapi; });
 
-  CLI::App* status = mapi->add_subcommand("status", "Show who is registered, for the machine and for this user");
+  CLI::App* status = mapi->add_subcommand("status", "Show what is registered, for the machine and for this user");
   status->callback([&context] { context.command = showStatus; });
 }
 

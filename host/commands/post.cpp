@@ -21,15 +21,15 @@ struct PostOptions {
 ExitCode post(CommandContext& context, const PostOptions& options) {
   const TargetChoice& target = options.request.target;
   if (target.personal + !target.to.empty() + !target.savedChoice.empty() != 1)
-    throw Failure(ExitCode::wrongUsage, "Where to? Give one of --to PATH, --personal and --options FILE.");
+    throw Failure(ExitCode::wrongUsage, "Give exactly one target: --to PATH, --personal or --options FILE.");
   if (target.create && target.to.empty())
     throw Failure(ExitCode::wrongUsage, "--create makes the folders of --to PATH and goes with nothing else.");
   if (!target.savedChoice.empty() && !context.options.profile.empty())
     throw Failure(ExitCode::wrongUsage, "--options FILE names the profile itself; leave out --profile.");
   InputFiles inputs(options.selection);
   if (options.request.together && inputs.files.size() > mostFilesTogether)
-    throw Failure(ExitCode::wrongUsage,
-                  fmt::format("At most {} files go together; leave out --together.", withThousands(mostFilesTogether)));
+    throw Failure(ExitCode::wrongUsage, fmt::format("At most {} files can be posted together; leave out --together.",
+                                                    withThousands(mostFilesTogether)));
   Posting posting(context, options.request, inputs.files);
   const ExitCode exit = posting.run();
   if (!context.options.jsonLines) context.document(posting.document(exit));
@@ -40,10 +40,11 @@ void addInputOptions(CLI::App& command, FileSelection& selection) {
   command.add_option("FILE", selection.words, "The files; a pattern with * or ? names several, - is standard input");
   command
       .add_option("--files-from", selection.filesFrom,
-                  "Also the files that stand in this file, a name a line; - reads the names from standard input")
+                  "Also the files named in this file, one per line; - reads the names from standard input")
       ->type_name("FILE");
-  command.add_flag("-0", selection.nulSeparated, "The names of --files-from end with a 0 and not with the line");
-  command.add_flag("-r,--recursive", selection.recursive, "A directory stands for all files in it and below");
+  command.add_flag("-0", selection.nulSeparated, "The names in --files-from end with a 0 byte instead of a line end");
+  command.add_flag("-r,--recursive", selection.recursive,
+                   "A directory means all files in it and in its subdirectories");
   command
       .add_option("--include", selection.include,
                   "Of directories and patterns only files whose name matches; may be given several times")
@@ -52,7 +53,7 @@ void addInputOptions(CLI::App& command, FileSelection& selection) {
   command.add_option("--exclude", selection.exclude, "Of directories and patterns no file whose name matches")
       ->type_name("PATTERN")
       ->allow_extra_args(false);
-  command.add_option("--name", selection.inputName, "What standard input is posted as, for example sales.csv")
+  command.add_option("--name", selection.inputName, "The name for standard input, for example sales.csv")
       ->type_name("NAME");
 }
 
@@ -61,7 +62,7 @@ void addInputOptions(CLI::App& command, FileSelection& selection) {
 void addPostCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<PostOptions>();
   PostRequest& request = options->request;
-  CLI::App* command = app.add_subcommand("post", "Post files into a folder, each as a message of its own");
+  CLI::App* command = app.add_subcommand("post", "Post files into a folder, one message for each");
   addInputOptions(*command, options->selection);
   command->add_option("--to", request.target.to, "The folder: names joined by '@', message store first")
       ->type_name("PATH");
@@ -70,27 +71,25 @@ void addPostCommand(CLI::App& app, CommandContext& context) {
       ->add_option("--options", request.target.savedChoice,
                    "Use the profile and folder saved by \"fendrel choose --save FILE\"")
       ->type_name("FILE");
-  command->add_flag("--create", request.target.create, "Make the folders of PATH that are missing (never a store)");
+  command->add_flag("--create", request.target.create, "Make missing folders of PATH (never a store)");
   command->add_flag("--skip-existing", request.skipExisting,
-                    "Leave out a file when the folder holds its message already: the same name and the same bytes");
+                    "Leave out files whose messages the folder holds already, with the same name and the same bytes");
   command
       ->add_option("--retries", request.retries,
-                   "How often to try again what passes by itself: busy, time-out, disk, network, logon server")
+                   "How often to retry temporary failures: busy, time-out, disk, network, logon server")
       ->type_name("N");
-  command
-      ->add_option("--wait", request.wait, "Seconds before the first of them (2); each further wait is twice as long")
+  command->add_option("--wait", request.wait, "Seconds before the first retry (2); each further wait is twice as long")
       ->type_name("SECONDS");
-  command->add_flag("-n,--dry-run", request.dryRun, "Say what would be posted, and post nothing");
+  command->add_flag("-n,--dry-run", request.dryRun, "Show what would be posted, and post nothing");
   command->add_flag("--together", request.together,
-                    "Hand all files to one export, as a report engine does, instead of one export a file");
+                    "Pass all files to one export, as a report engine does, instead of one export per file");
   command->add_option("--type", request.target.type, "Posting type with --to: instance (default) or folder")
       ->check(CLI::IsMember({"instance", "folder"}))
       ->type_name("TYPE");
   command->footer(
-      "What a message carries is the plug-in's to decide.\n"
-      "Afterwards the folder is looked into: a file counts as posted when its message is there with every byte.\n"
-      "A file that cannot be read is named and left out; with --together nothing is posted then.\n"
-      "With --skip-existing the same command can be repeated after any interruption.\n"
+      "The plug-in decides the content of messages. A file counts as posted when the folder holds its message\n"
+      "with every byte. A file that cannot be read is reported and left out; with --together nothing is posted\n"
+      "then. With --skip-existing the same command can be repeated after any interruption.\n"
       "Examples:\n"
       "  fendrel post --to \"Public Folders@Reports@Daily\" --create sales.pdf stock.csv\n"
       "  fendrel post --to \"Public Folders@Reports@Daily\" --skip-existing --retries 5 -r out --include *.pdf\n"

@@ -172,10 +172,10 @@ std::string newPassword(const PasswordOptions& options) {
   if (options.none) return {};
   if (!options.file.empty()) return readPasswordFile(options.file);
   if (!inputIsTerminal())
-    throw Failure(ExitCode::wrongUsage, "Which password? Give --new-file FILE, or --none to take it away.");
+    throw Failure(ExitCode::wrongUsage, "Which password? Give --new-file FILE, or --none to remove it.");
   const std::string password = askForPassword("New password: ");
-  if (password.empty()) throw Failure(ExitCode::wrongUsage, "The new password is empty; --none takes a password away.");
-  if (askForPassword("Once more: ") != password) throw Failure(ExitCode::wrongUsage, "That was another password.");
+  if (password.empty()) throw Failure(ExitCode::wrongUsage, "The new password is empty; --none removes a password.");
+  if (askForPassword("Once more: ") != password) throw Failure(ExitCode::wrongUsage, "The passwords differ.");
   return password;
 }
 
@@ -218,23 +218,24 @@ void addProfileCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<AddOptions>();
   CLI::App* add = command->add_subcommand("add", "Make a profile");
   add->add_option("NAME", options->name, "The new profile's name")->required();
-  add->add_option("--user", options->user, "The user's name, the sender of what is posted")->type_name("NAME");
-  CLI::Option* server = add->add_option("--server", options->server,
-                                        "The mail server that its messages are on, and that speaks JMAP: "
-                                        "https://mail.example. --user is who signs in there");
+  add->add_option("--user", options->user, "The user's name, the sender of posted messages")->type_name("NAME");
+  CLI::Option* server = add->add_option(
+      "--server", options->server,
+      "The mail server that keeps its messages and speaks JMAP: https://mail.example. --user signs in there");
   server->type_name("URL");
   add->add_option("--public", options->publicAccount, "The server's account that is shown as \"Public Folders\"")
       ->type_name("ACCOUNT")
       ->needs(server);
-  add->add_option("--tls-ca", options->tlsCaFile, "Trust the issuers of this file's certificates, too, for this server")
+  add->add_option("--tls-ca", options->tlsCaFile, "Also trust this file's issuer certificates, for this server")
       ->type_name("FILE")
       ->needs(server);
   add->add_flag("--token", options->isToken, "The password is a bearer token")->needs(server);
-  add->add_flag("--default", options->makeDefault, "Use this profile where none is named");
+  add->add_flag("--default", options->makeDefault, "Use this profile by default");
   add->footer(
       "--password-file FILE, or the environment variable FENDREL_PASSWORD, protects the profile; with --server\n"
-      "it is the server's password, which is kept so that you alone, on this machine, can read it.\n"
-      "Examples:\n  fendrel profile add jane --user \"Jane Doe\" --default\n"
+      "it is the server's password, which is encrypted: only you, on this machine, can read it.\n"
+      "Examples:\n"
+      "  fendrel profile add jane --user \"Jane Doe\" --default\n"
       "  fendrel profile add team --server https://mail.example --user reports --password-file FILE");
   add->callback([&context, options] {
     context.command = [options](CommandContext& running) { return addProfile(running, *options); };
@@ -247,16 +248,16 @@ void addProfileCommand(CLI::App& app, CommandContext& context) {
   const auto removed = std::make_shared<RemoveOptions>();
   CLI::App* remove = command->add_subcommand("remove", "Remove a profile; its messages stay in the store");
   remove->add_option("NAME", removed->name, "The profile's name")->required();
-  remove->add_flag("--with-messages", removed->withMessages, "Delete the profile's mailbox and all that is in it");
+  remove->add_flag("--with-messages", removed->withMessages, "Delete the profile's mailbox with all its messages");
   remove->footer(
-      "A profile of the same user that is made later gets the messages that stayed.\n"
-      "A profile with a password is removed only with it: --password-file FILE.");
+      "A later profile of the same user gets the remaining messages.\n"
+      "Removing a profile with a password requires it: --password-file FILE.");
   remove->callback([&context, removed] {
     context.command = [removed](CommandContext& running) { return removeProfile(running, *removed); };
   });
 
   const auto chosen = std::make_shared<std::string>();
-  CLI::App* standard = command->add_subcommand("default", "Use a profile where none is named");
+  CLI::App* standard = command->add_subcommand("default", "Use a profile by default");
   standard->add_option("NAME", *chosen, "The profile's name")->required();
   standard->callback([&context, chosen] {
     context.command = [chosen](CommandContext& running) { return makeDefaultProfile(running, *chosen); };
@@ -267,10 +268,10 @@ void addProfileCommand(CLI::App& app, CommandContext& context) {
   password->add_option("NAME", secret->name, "The profile's name")->required();
   CLI::Option* file =
       password->add_option("--new-file", secret->file, "The new password is this file's first line")->type_name("FILE");
-  password->add_flag("--none", secret->none, "The profile has no password from now on")->excludes(file);
+  password->add_flag("--none", secret->none, "Remove the password")->excludes(file);
   password->footer(
-      "Without an option a person is asked. The present password is given with --password-file,\n"
-      "--password-command, or by FENDREL_PASSWORD.");
+      "Without an option it asks on the terminal. Give the current password with --password-file,\n"
+      "--password-command or FENDREL_PASSWORD.");
   password->callback([&context, secret] {
     context.command = [secret](CommandContext& running) { return changePassword(running, *secret); };
   });

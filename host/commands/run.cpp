@@ -43,15 +43,15 @@ ExitCode run(CommandContext& context, const RunOptions& options) {
 
 void addRunCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<RunOptions>();
-  CLI::App* command = app.add_subcommand("run", "Run a job: post its files, put them away, delete what is too old");
-  command->add_option("JOB", options->job, "The job's file; docs/jobs.md says what it holds")->required();
+  CLI::App* command = app.add_subcommand("run", "Run a job: post its files, move them away, delete old messages");
+  command->add_option("JOB", options->job, "The job's file; docs/jobs.md describes it")->required();
   CLI::Option* check =
       command->add_flag("--check,-n,--dry-run", options->check,
-                        "Say what is wrong with the job, line by line, and what a run would do; change nothing");
-  command->add_flag("--watch", options->watch, "Go on and post what appears, once it is complete, until Ctrl+C")
+                        "Show the job's problems, line by line, and what a run would do; change nothing");
+  command->add_flag("--watch", options->watch, "Keep running and post new files once they are complete, until Ctrl+C")
       ->excludes(check);
   command->footer(
-      "Run it as often as you like: what the folder holds already is not posted again.\n"
+      "Run it as often as you like: files whose messages the folder holds are not posted again.\n"
       "Examples:\n"
       "  fendrel run --check nightly.toml\n"
       "  fendrel run nightly.toml\n"

@@ -131,15 +131,15 @@ void addSaveCommand(CLI::App& app, CommandContext& context) {
   CLI::App* command = app.add_subcommand("save", "Save the files attached to a message, or the message as one file");
   options->place.addOptions(*command);
   command->add_option("N", options->number, "The message's number in \"fendrel list\"");
-  command->add_option("DIR", options->target,
-                      "The directory; it is made when it is missing. With --as msg or eml it may be left out for the "
-                      "current one, or be the file's own name");
+  command->add_option(
+      "DIR", options->target,
+      "The directory; it is created if missing. With --as msg or eml it is optional, and may be the file's name");
   options->form.addOption(*command,
                           "What to save: file for the attached files (default), msg or eml for the whole "
                           "message, as mail programs keep it");
   command->add_flag("--force", options->force, "Replace a file of the same name");
   command->footer(
-      "A file that is there already is kept, unless --force is given: the new one becomes \"name (2).ext\".\n"
+      "An existing file is kept, unless --force is given: the new one becomes \"name (2).ext\".\n"
       "Examples:\n"
       "  fendrel save \"Public Folders@Reports@Daily\" 1 reports\n"
       "  fendrel save \"Public Folders@Reports@Daily\" 1 --as eml sales.eml\n"

@@ -92,9 +92,9 @@ ExitCode checkFiles(CommandContext& context, const std::string& file) {
                numberFact("leftoverFiles", result.leftoverFiles, "orphaned file"),
                numberFact("leftoverBytes", result.leftoverBytes, "byte"));
   if (isWhole)
-    sheet.line("Everything is whole.");
+    sheet.line("No damage was found.");
   else
-    sheet.line(fmt::format("{} found. Keep this file; \"fendrel store salvage\" carries over what is whole.",
+    sheet.line(fmt::format("{} found. Keep this file; \"fendrel store salvage\" recovers undamaged messages.",
                            counted(result.damage.size(), "problem")));
   sheet.finish();
   return isWhole ? ExitCode::done : ExitCode::damageFound;
@@ -106,13 +106,12 @@ ExitCode salvageFiles(CommandContext& context, const Files& files) {
   const store::SalvageResult result = maintain([&] { return store::salvageStore(from, to, watchOf(share)); });
   FactSheet sheet(context);
   sheet.add(pathFact("from", from));
-  sheet.line("Carried over to {}: {}, {}, {}, {}.", pathFact("to", to),
-             numberFact("profiles", result.profiles, "profile"), numberFact("folders", result.folders, "folder"),
-             numberFact("messages", result.messages, "message"),
+  sheet.line("Recovered to {}: {}, {}, {}, {}.", pathFact("to", to), numberFact("profiles", result.profiles, "profile"),
+             numberFact("folders", result.folders, "folder"), numberFact("messages", result.messages, "message"),
              numberFact("attachments", result.attachments, "attachment"));
   sheet.add(numberFact("stores", result.stores));
   sheet.add(numberFact("contentBytes", result.contentBytes));
-  if (!result.mended.empty()) sheet.line("Carried over with something made anew:");
+  if (!result.mended.empty()) sheet.line("Recreated in part:");
   addFindings(sheet, "mended", result.mended);
   sheet.line(result.leftOut.empty() ? "Nothing was left out." : "Left out:");
   addFindings(sheet, "leftOut", result.leftOut);
@@ -155,11 +154,12 @@ constexpr const char* whichStore = "The store's database; else the one of --stor
 }  // namespace
 
 void addStoreCommand(CLI::App& app, CommandContext& context) {
-  CLI::App* command = app.add_subcommand("store", "Keep the local store's files: look, check, copy, rescue");
+  CLI::App* command =
+      app.add_subcommand("store", "Maintain the local store's files: info, check, backup, compact, salvage");
   command->require_subcommand(1);
   command->footer(
       "A store is its database FILE and the folder FILE.files beside it. These commands work on the files\n"
-      "and ask for no profile; who may read the files may use them.\n"
+      "and need no profile, only the right to read the files.\n"
       "  fendrel store check\n"
       "  fendrel store backup D:\\copies\\monday.db");
 
@@ -173,35 +173,38 @@ void addStoreCommand(CLI::App& app, CommandContext& context) {
       context.command = [file, work](CommandContext& running) { return work(running, *file); };
     });
   };
-  addOne("info", "Show what is in a store and how much room it takes",
-         "Nothing is changed. Example:\n  fendrel store info --json", showFacts);
-  addOne("check", "Read every byte of a store and name what is damaged",
-         "Nothing is changed, and others may post meanwhile. Exit code 0: everything is whole; 6: damage was found.\n"
-         "Example:\n  fendrel store check D:\\copies\\monday.db",
+  addOne("info", "Show what a store holds and how much space it takes",
+         "Changes nothing. Example:\n  fendrel store info --json", showFacts);
+  addOne("check", "Read every byte of a store and report damage",
+         "Changes nothing; others may post meanwhile. Exit code 0: no damage; 6: damage was found.\n"
+         "Example:\n"
+         "  fendrel store check D:\\copies\\monday.db",
          checkFiles);
   addOne("compact", "Give a store's free space back to the disk",
-         "The database is rebuilt: that needs room for a second one, and whoever posts waits, so do it when\n"
-         "nobody does. A power cut does no harm. Example:\n  fendrel store compact",
+         "Rebuilds the database: the disk needs room for a second one, and posting waits, so do it when nobody\n"
+         "posts. A power cut does no harm. Example:\n"
+         "  fendrel store compact",
          compactFiles);
 
   const auto files = std::make_shared<Files>();
-  CLI::App* below = command->add_subcommand("salvage", "Make a new store of what is whole in a damaged one");
-  below->add_option("OLD", files->file, "The damaged store's database; it stays as it is")->required();
-  below->add_option("NEW", files->to, "The new store's database; it must not be there yet")->required();
+  CLI::App* below = command->add_subcommand("salvage", "Make a new store from the undamaged messages of a damaged one");
+  below->add_option("OLD", files->file, "The damaged store's database; it is not changed")->required();
+  below->add_option("NEW", files->to, "The new store's database; it must not exist yet")->required();
   below->footer(
-      "A message is carried over when every byte of it is there, else it is left out and named. Stop what\n"
-      "uses OLD first. Exit code 0: all was carried over; 6: something was left out.\n"
-      "Example:\n  fendrel store salvage store.db rescued.db");
+      "Recovers each message of which every byte is intact, and reports the others. First stop the programs\n"
+      "that use OLD. Exit code 0: everything was recovered; 6: something was left out.\n"
+      "Example:\n"
+      "  fendrel store salvage store.db rescued.db");
   below->callback([&context, files] {
     context.command = [files](CommandContext& running) { return salvageFiles(running, *files); };
   });
 
   const auto copy = std::make_shared<std::string>();
-  below = command->add_subcommand("backup", "Copy the store in use as it is at one moment");
-  below->add_option("FILE", *copy, "The copy's database; it must not be there yet. Its contents go to FILE.files")
+  below = command->add_subcommand("backup", "Copy a consistent snapshot of the store while it is in use");
+  below->add_option("FILE", *copy, "The copy's database; it must not exist yet. Its contents are copied to FILE.files")
       ->required();
   below->footer(
-      "Others may post and delete meanwhile. A copy that fails leaves nothing. The copy is a store like any other:\n"
+      "Others may post and delete meanwhile. A failed backup leaves nothing. The copy is a store like any other:\n"
       "  fendrel store backup D:\\copies\\monday.db\n"
       "  fendrel store check D:\\copies\\monday.db");
   below->callback(

@@ -121,8 +121,8 @@ ExitCode listRecords(CommandContext& context, const std::string& given) {
   const std::string fault = faultWords(item);
   if (!fault.empty()) {
     printError(
-        fmt::format("fendrel: '{}' is malformed at offset {} (0x{:X}), behind {}: {}. The records before it are "
-                    "whole; make the file again.",
+        fmt::format("fendrel: '{}' is malformed at offset {} (0x{:X}), after {}: {}. The records before it are intact; "
+                    "create the file again.",
                     printable(given), offset, offset, counted(count, "record"), fault));
     document["fault"] = {{"offset", offset}, {"reason", fault}};
   } else {
@@ -136,7 +136,8 @@ ExitCode listRecords(CommandContext& context, const std::string& given) {
 
 void addTlvCommand(CLI::App& app, CommandContext& context) {
   const auto file = std::make_shared<std::string>();
-  CLI::App* command = app.add_subcommand("tlv", "List the tagged records of a file, and say where one is malformed");
+  CLI::App* command =
+      app.add_subcommand("tlv", "List the tagged records of a file and the position of a malformed one");
   command->add_option("file", *file, "The file")->required()->type_name("FILE");
   command->footer("Example:\n  fendrel tlv sales.rpt");
   command->callback(

@@ -56,10 +56,10 @@ InputFile lookAtFile(const std::string& given) {
   BY_HANDLE_FILE_INFORMATION facts{};
   // Anything but a disk file may have no end or block for ever.
   if (const char* kind = handle ? kindOf(GetFileType(handle.get())) : nullptr)
-    return refuse(fmt::format("it is {} and no file. \"-\" posts what comes from standard input.", kind));
+    return refuse(fmt::format("it is {}, not a file. \"-\" posts standard input.", kind));
   if (!handle || !GetFileInformationByHandle(handle.get(), &facts)) {
     file.problem = systemFailure(
-        ExitCode::failed, fmt::format("'{}' was not posted, it cannot be read", printable(given)), GetLastError());
+        ExitCode::failed, fmt::format("'{}' was not posted; it cannot be read", printable(given)), GetLastError());
     return file;
   }
   file.size = std::uint64_t{facts.nFileSizeHigh} << 32 | facts.nFileSizeLow;
@@ -88,10 +88,9 @@ InputFiles::InputFiles(const FileSelection& selection, Look look) : when_(look) 
   if (inputIsList && inputIsFile)
     throw Failure(ExitCode::wrongUsage, "Standard input is either a file, -, or the list of --files-from -, not both.");
   if (inputIsFile && selection.inputName.empty())
-    throw Failure(ExitCode::wrongUsage,
-                  "What is standard input to be called? Give --name, for example --name sales.csv.");
+    throw Failure(ExitCode::wrongUsage, "Standard input has no name. Give --name, for example --name sales.csv.");
   if (!inputIsFile && !selection.inputName.empty())
-    throw Failure(ExitCode::wrongUsage, "--name names what comes from standard input; give - as a FILE.");
+    throw Failure(ExitCode::wrongUsage, "--name is the name for standard input; give - as a FILE.");
   if (selection.words.empty() && selection.filesFrom.empty())
     throw Failure(ExitCode::wrongUsage, "Which files? Give FILE..., or --files-from FILE with their names.");
   for (const std::string& word : selection.words)

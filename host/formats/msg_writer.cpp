@@ -274,7 +274,7 @@ ComPtr<IStorage> newFile(const std::wstring& path, std::uint64_t size) {
 }  // namespace
 
 void checkMsgBounds(std::span<const Attachment> attachments) {
-  constexpr const char* wayOut = "Save it as eml or file, which have no such bound.";
+  constexpr const char* wayOut = "Save it as eml or file, which have no such limit.";
   if (attachments.size() > mostMsgAttachments)
     throw Failure(ExitCode::failed,
                   fmt::format("A .msg file holds at most {} attachments, and the message has {}. {}",
@@ -282,7 +282,7 @@ void checkMsgBounds(std::span<const Attachment> attachments) {
   for (const Attachment& attachment : attachments)
     if (attachment.size > longestMsgValue)
       throw Failure(ExitCode::failed,
-                    fmt::format("Attachment '{}' has {} bytes; a .msg file holds at most {} of one. {}",
+                    fmt::format("Attachment '{}' has {} bytes; a .msg file holds at most {} of each. {}",
                                 printable(attachment.name), withThousands(attachment.size),
                                 withThousands(longestMsgValue), wayOut));
 }

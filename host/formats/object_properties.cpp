@@ -77,7 +77,7 @@ std::uint64_t copyStream(IStream& from, const std::string& subject, const ByteSi
   std::vector<std::uint8_t> chunk(chunkSize);
   std::uint64_t copied = 0;
   for (;;) {
-    if (cancelRequested()) throw Failure(ExitCode::cancelled, "Cancelled; no half file was left.");
+    if (cancelRequested()) throw Failure(ExitCode::cancelled, "Cancelled; no partial file was left.");
     ULONG read = 0;
     check(from.Read(chunk.data(), chunkSize, &read), ExitCode::failed, subject + " cannot be read");
     if (read == 0) return copied;

@@ -19,7 +19,7 @@ std::string whatThereIs(const std::vector<std::wstring>& names, std::wstring_vie
     if (CompareStringOrdinal(name.c_str(), static_cast<int>(name.size()), wanted.data(),
                              static_cast<int>(wanted.size()), TRUE) == CSTR_EQUAL)
       return fmt::format("There is '{}': upper and lower case count.", printable(name));
-  if (names.empty()) return "There is none at all.";
+  if (names.empty()) return "There is none.";
   constexpr std::size_t shown = 8;
   std::string list;
   for (std::size_t index = 0; index < names.size() && index < shown; ++index)

@@ -267,7 +267,7 @@ class Examination {
         if (!isOne)
           throw Failure(
               ExitCode::failed,
-              fmt::format("'{}' beside fendrel.exe is not a language library. Install it again, or take it away.",
+              fmt::format("'{}' beside fendrel.exe is not a language library. Install it again, or remove it.",
                           printable(std::wstring_view(entry.cFileName))));
         found += (found.empty() ? "" : ", ") + printable(std::wstring_view(entry.cFileName));
       } while (FindNextFileW(search.get(), &entry));
@@ -279,11 +279,11 @@ class Examination {
     const store::CheckResult result =
         maintain([&] { return store::checkStore(place_, [](std::uint64_t, std::uint64_t) { return true; }); });
     if (result.damage.empty())
-      return fmt::format("{} and {} of content are whole", counted(result.messages, "message"),
+      return fmt::format("{} and {} of content without damage", counted(result.messages, "message"),
                          shortSize(result.contentBytes));
     throw Failure(ExitCode::damageFound,
-                  fmt::format("{} found in {}. Keep it; \"fendrel store check\" names the damage, and \"fendrel store "
-                              "salvage\" carries over what is whole.",
+                  fmt::format("{} found in {}. Keep it; \"fendrel store check\" reports the damage, and \"fendrel "
+                              "store salvage\" recovers undamaged messages.",
                               counted(result.damage.size(), "problem"), shown(place_)),
                   MAPI_E_CORRUPT_DATA);
   }

@@ -284,7 +284,7 @@ ExitCode Posting::run() {
   const bool isAnyFailed = std::ranges::any_of(states_, [](const auto& each) { return each.state == State::failed; });
   // With `together` all files are posted or none.
   if (isAnyOpen && request_.together && isAnyFailed)
-    printError("fendrel: Nothing was posted: files that go together are posted all or not at all.");
+    printError("fendrel: Nothing was posted: with --together all files are posted or none.");
   else if (isAnyOpen)
     for (unsigned attempt = 0;; ++attempt) {
       const bool isLast = attempt >= request_.retries;

@@ -33,8 +33,8 @@ bool looksLikeStore(const std::wstring& path) {
 
 Failure noStore(const std::wstring& path) {
   return Failure(ExitCode::damageFound,
-                 fmt::format("'{}' is not a store of fendrel's, or its beginning is destroyed. Name another file with "
-                             "--store or FENDREL_STORE; \"fendrel store salvage\" carries over what is whole.",
+                 fmt::format("'{}' is not a fendrel store, or its beginning is destroyed. Name another file with "
+                             "--store or FENDREL_STORE; \"fendrel store salvage\" recovers undamaged messages.",
                              printable(displayPath(path))),
                  MAPI_E_CORRUPT_DATA);
 }

@@ -19,8 +19,8 @@ TEST(MsgBounds, ALongerOneIsRefusedWithTheWayOut) {
   } catch (const Failure& failure) {
     EXPECT_EQ(failure.exitCode(), ExitCode::failed);
     EXPECT_STREQ(failure.what(),
-                 "Attachment 'big.bin' has 2,147,483,648 bytes; a .msg file holds at most 2,147,483,647 of one. "
-                 "Save it as eml or file, which have no such bound.");
+                 "Attachment 'big.bin' has 2,147,483,648 bytes; a .msg file holds at most 2,147,483,647 of each. "
+                 "Save it as eml or file, which have no such limit.");
   }
 }
 

@@ -348,7 +348,7 @@ def killed(run, msgconvert):
             said = words.read().decode()
         print(f"{form}, Ctrl+C: exit code {code}, {said}")
         if code == 8:  # else the file was whole before
-            expect("no half file was left. Exported by now: 0 of 1 message." in said, "words at Ctrl+C: " + said)
+            expect("no partial file was left. Exported so far: 0 of 1 message." in said, "words at Ctrl+C: " + said)
             expect_equal(os.listdir(folder), [], "files after Ctrl+C")
         else:
             expect_equal(code, 0, "exit code after Ctrl+C")

@@ -58,12 +58,12 @@ def holds(text, *words):
 def fifo_is_refused(place):
     os.mkfifo(os.path.join(place.directory, "pipe"))
     _, err = place.post("pipe", code=1)
-    holds(err, "it is a pipe and no file")
+    holds(err, "it is a pipe, not a file")
 
 
 def device_without_an_end_is_refused(place):
     _, err = place.post("/dev/zero", code=1)
-    holds(err, "it is a device and no file")
+    holds(err, "it is a device, not a file")
 
 
 def file_whose_name_holds_a_star_is_posted(place):

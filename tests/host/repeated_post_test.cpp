@@ -134,10 +134,10 @@ TEST_F(RepeatedPost, PipeAndDeviceAreRefusedWithWords) {
   const Outcome piped = post({name});
   CloseHandle(pipe);
   EXPECT_EQ(piped.exitCode, 1);
-  EXPECT_THAT(piped.err, HasSubstr("it is a pipe and no file"));
+  EXPECT_THAT(piped.err, HasSubstr("it is a pipe, not a file"));
   const Outcome device = post({R"(\\.\NUL)"});
   EXPECT_EQ(device.exitCode, 1);
-  EXPECT_THAT(device.err, HasSubstr("it is a device and no file"));
+  EXPECT_THAT(device.err, HasSubstr("it is a device, not a file"));
 }
 
 TEST_F(RepeatedPost, JsonLinesTellEveryEvent) {

@@ -58,7 +58,7 @@ TEST_F(StoreCommand, InfoOfNoStoreNamesTheFile) {
 TEST_F(StoreCommand, CheckOfAWholeStoreSaysSo) {
   const Outcome run = fendrel({"store", "check"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
-  EXPECT_THAT(run.out, HasSubstr("Everything is whole."));
+  EXPECT_THAT(run.out, HasSubstr("No damage was found."));
   EXPECT_EQ(fendrel({"store", "check", "--json"}).json()["whole"], true);
 }
 

@@ -56,7 +56,7 @@ class TlvFaults : public TlvCommandTest, public testing::WithParamInterface<Faul
 TEST_P(TlvFaults, AreToldWithTheirPlaceAndReason) {
   const Outcome run = fendrel({"--json", "tlv", newFile(L"a.rpt", record(4121, "abc") + GetParam().tail)});
   EXPECT_EQ(run.exitCode, 1);
-  EXPECT_NE(run.err.find("is malformed at offset 7 (0x7), behind 1 record"), std::string::npos) << run.err;
+  EXPECT_NE(run.err.find("is malformed at offset 7 (0x7), after 1 record"), std::string::npos) << run.err;
   EXPECT_NE(run.err.find(GetParam().words), std::string::npos) << run.err;
   const auto document = run.json();
   EXPECT_EQ(document["records"].size(), 1u);

@@ -144,7 +144,7 @@ TEST_F(Usage, FileThatIsNoStoreIsCalledThat) {
   for (const std::vector<std::string>& command : {std::vector<std::string>{"folders"}, {"profile", "list"}}) {
     const Outcome run = fendrel(command);
     EXPECT_EQ(run.exitCode, 6) << run.err;
-    EXPECT_THAT(run.err, HasSubstr("store.db' is not a store of fendrel's"));
+    EXPECT_THAT(run.err, HasSubstr("store.db' is not a fendrel store"));
   }
   EXPECT_EQ(readFile(folder.path() / L"store.db"), "a letter");
 }
@@ -175,7 +175,7 @@ TEST_F(Usage, CompletionKnowsEveryCommandAndOption) {
 TEST_F(Usage, PostWithoutDestinationIsWrongUsage) {
   const Outcome run = fendrel({"post", newFile(L"a.txt", "a")});
   EXPECT_EQ(run.exitCode, 2);
-  EXPECT_THAT(run.err, HasSubstr("Where to? Give"));
+  EXPECT_THAT(run.err, HasSubstr("Give exactly one target"));
 }
 
 TEST_F(Usage, PostWithTwoDestinationsIsWrongUsage) {
