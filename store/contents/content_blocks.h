@@ -1,4 +1,4 @@
-// The blocks of a content and their checksums: the one place that says whether bytes are those that were saved.
+// The blocks of a content and their checksums: the only place that verifies saved bytes.
 #pragma once
 
 #include <cstddef>
@@ -13,29 +13,29 @@
 
 namespace fendrel::store {
 
-// Content up to this many bytes is part of the database; longer content is a file. Also the unit of checksums.
+// Content of up to this many bytes is in the database, longer content in a file. Also the unit of checksums.
 constexpr std::size_t contentBlockSize = 128 * 1024;
 
 constexpr std::uint64_t blocksOf(std::uint64_t size) {
   return size / contentBlockSize + (size % contentBlockSize != 0);
 }
 
-// Saved content, from memory or from a file. Every block is compared with its checksum before a byte of it is handed out;
-// what does not match is Corrupt. One thread at a time.
+// Saved content, from memory or from a file. Every block is compared with its checksum before a byte of it is returned;
+// a mismatch is Corrupt. One thread at a time.
 class ContentSource {
  public:
-  // A short value out of its row, which its message's checksum covers.
+  // A short value from its row, which its message's checksum covers.
   explicit ContentSource(Bytes bytes);
 
-  // `checksums`: as the row has them. Throws Corrupt if anything is not of its size.
+  // `checksums`: from the row. Throws Corrupt if a size is wrong.
   ContentSource(Bytes bytes, std::span<const std::byte> checksums);
   ContentSource(std::unique_ptr<DiskFile> file, std::string name, std::uint64_t size,
                 std::span<const std::byte> checksums);
 
   std::uint64_t size() const noexcept { return size_; }
-  const std::string& fileName() const noexcept { return name_; }  // empty: it is in the database
+  const std::string& fileName() const noexcept { return name_; }  // empty: in the database
 
-  // Returns the number of bytes read; less than asked for only at the end.
+  // Returns the number of bytes read; less than requested only at the end.
   std::size_t read(std::uint64_t position, std::span<std::byte> into);
 
   // Calls take(block) for all blocks in order.

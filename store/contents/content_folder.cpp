@@ -10,7 +10,7 @@ namespace fendrel::store {
 namespace {
 
 constexpr std::wstring_view contentEnding = L".content", temporaryEnding = L".tmp";
-constexpr std::wstring_view markEnding = L".open";  // what earlier programs kept there while they ran
+constexpr std::wstring_view markEnding = L".open";  // of files that earlier programs kept there while they ran
 
 bool isName(std::wstring_view name) {
   if (!name.ends_with(contentEnding)) return false;
@@ -97,7 +97,7 @@ void ContentFolder::removeStaleTemporaryFiles() noexcept {
     for (const Disk::Entry& entry : temporaryFiles()) {
       if (isOlderThanGrace(entry.modified)) tryRemove(disk_, temporaryPath() + L"\\" + entry.name);
     }
-  } catch (...) {  // a later opening tries again
+  } catch (...) {  // the next open tries again
   }
 }
 

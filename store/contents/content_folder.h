@@ -1,9 +1,8 @@
-// The folder of content files beside a store: their names, how they come and how they go.
+// The folder of content files beside a store: their names, creation and deletion.
 //
-//   NAME.files\tmp\ID.tmp     a content on its way into the store
-//   NAME.files\ID.content     a content that a row names, or is about to name
-//
-// ID is 32 hexadecimal digits. A file is written under tmp, flushed, and gets its second name; its row comes after that.
+//   NAME.files\tmp\ID.tmp     a content that is being written
+//   NAME.files\ID.content     a content that a row names or will name
+// ID is 32 hexadecimal digits. A file is written under tmp, flushed, and renamed; then its row is inserted.
 #pragma once
 
 #include <cstdint>
@@ -16,12 +15,11 @@
 
 namespace fendrel::store {
 
-// What nobody has touched for so long belongs to no program that still runs, and what was deleted so long ago is read
-// by nobody who does not say so: in 100-nanosecond intervals.
+// Temporary files of this age belong to no running program, and contents deleted this long ago have no readers without
+// a reader lock. In 100-nanosecond intervals.
 constexpr std::uint64_t graceTime = 60ull * 60 * 10'000'000;
 
-// The name of a content file within the folder, as a row has it. Throws Corrupt for one that we did not give: it could
-// point out of the folder.
+// Converts the file name in a row. Throws Corrupt for any other form, which could point outside the folder.
 std::wstring contentFileName(std::string_view stored);
 
 class ContentFolder {
@@ -30,7 +28,7 @@ class ContentFolder {
     std::unique_ptr<DiskFile> file;
     std::wstring name;     // within the folder
     std::wstring path;     // where it is now
-    bool isNamed = false;  // it has left tmp
+    bool isNamed = false;  // it was moved out of tmp
   };
 
   // `store`: the path of the database. The disk outlives this object.
@@ -40,24 +38,24 @@ class ContentFolder {
   std::wstring temporaryPath() const { return path_ + L"\\tmp"; }
   Disk& disk() const noexcept { return disk_; }
 
-  // A new file under tmp, which nobody can take away while it is open; folders are made when missing.
+  // A new file under tmp, which nobody can delete while it is open; creates missing folders.
   File create();
 
-  // Gives it its name, which is on the disk for sure after flushNames().
+  // Gives it its name, which is durable after flushNames().
   void name(File& file);
   void flushNames() { disk_.flushFolder(path_); }
 
-  // Throws Corrupt where there is none of that name, or a strange name.
+  // Throws Corrupt if there is no such file, or for an invalid name.
   std::unique_ptr<DiskFile> open(std::string_view stored) const;
 
-  // Content files, whether a row names them or not, but those that someone is saving.
+  // All content files, named by a row or not, except those that are being saved.
   std::vector<Disk::Entry> files() const;
   std::vector<Disk::Entry> temporaryFiles() const;
 
-  // False: it is still there.
+  // False: it still exists.
   bool remove(const std::wstring& name) noexcept;
 
-  // Those that died with their programs: untouched for graceTime, and open nowhere. What cannot be deleted stays.
+  // Removes those of killed programs: older than graceTime and not open. Files that cannot be deleted stay.
   void removeStaleTemporaryFiles() noexcept;
 
  private:

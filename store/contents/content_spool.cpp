@@ -10,11 +10,11 @@ namespace fendrel::store {
 
 namespace {
 
-// The number of no block: it lies past the longest content.
+// The longest content; no block has a number as large.
 constexpr std::uint64_t longest = std::uint64_t{1} << 62;
 constexpr std::uint64_t noBlock = longest / contentBlockSize + 1;
 
-// What a block that was never written reads as.
+// The checksum of a block that was never written.
 std::uint64_t checksumOfZeros() {
   static const std::uint64_t sum = checksum(Bytes(contentBlockSize));
   return sum;
@@ -42,7 +42,7 @@ void ContentSpool::write(std::uint64_t position, std::span<const std::byte> byte
     makeCurrent(block);
     if (block_.size() < offset + count) {
       if (block_.capacity() < offset + count) {
-        // Grows in steps of its own: a small content stays small, a streamed one is not copied often.
+        // Grows in steps: a small content stays small, a streamed one is not copied often.
         block_.reserve(std::min(contentBlockSize, std::max<std::size_t>(4096, (offset + count) * 2)));
       }
       block_.resize(offset + count);
@@ -87,7 +87,7 @@ void ContentSpool::resize(std::uint64_t size) {
     checksums_.resize(static_cast<std::size_t>(std::min<std::uint64_t>(checksums_.size(), blocks)));
     return;
   }
-  // The last block so far grows to its end or the new one; all after it are zeros.
+  // The last block grows to its full size or the new end; all later ones are zeros.
   if (size_ > 0) makeCurrent((size_ - 1) / contentBlockSize);
   if (size_ == 0) current_ = 0;
   block_.reserve(static_cast<std::size_t>(std::min<std::uint64_t>(contentBlockSize, size)));
@@ -101,12 +101,12 @@ void ContentSpool::resize(std::uint64_t size) {
   dirty_ = true;
 }
 
-// Brings a block into memory. The current one goes to the file first; a block past the end is empty.
+// Loads a block, after writing the current one to the file; a block past the end is empty.
 void ContentSpool::makeCurrent(std::uint64_t block) {
   if (block == current_) return;
   storeCurrent();
   const std::size_t length = lengthOf(block);
-  current_ = noBlock;  // should reading fail, nothing is current
+  current_ = noBlock;  // in case reading fails
   block_.clear();
   block_.resize(length);
   if (length > 0 && file_.file->read(block * contentBlockSize, block_) != length) {
@@ -151,7 +151,7 @@ void ContentSpool::prepare() {
     return;
   }
   makeCurrent(blockCount() - 1);
-  dirty_ = true;  // it may be of another length
+  dirty_ = true;  // its length may differ
   storeCurrent();
   checksums_.resize(static_cast<std::size_t>(blockCount()));
   file_.file->flush();

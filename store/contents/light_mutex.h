@@ -1,5 +1,5 @@
-// A mutex whose first lock needs no memory, which std::mutex's does in some toolchains: running out of memory there
-// would come in the middle of a save. For std::lock_guard and std::unique_lock.
+// A mutex that never allocates. The first lock of std::mutex does in some toolchains, and could fail in the middle of a
+// save. For std::lock_guard and std::unique_lock.
 #pragma once
 
 #include <windows.h>

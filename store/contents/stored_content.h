@@ -1,4 +1,4 @@
-// Content that is in the store.
+// Saved content.
 #pragma once
 
 #include <memory>
@@ -9,8 +9,9 @@ namespace fendrel::store {
 
 class ContentSource;
 
-// It goes on reading the bytes of the moment it was opened, whatever happens to the message, also after the Database is
-// gone. Every block is compared with its checksum before any byte of it is handed out. Memory: about contentBlockSize.
+// Reads the bytes of the moment when it was opened, whatever happens to the message, also after the Database is
+// destroyed. Every block is compared with its checksum before any byte of it is returned. Uses about contentBlockSize
+// of memory.
 class StoredContent final : public ContentReader {
  public:
   explicit StoredContent(std::unique_ptr<ContentSource> source);

@@ -29,7 +29,7 @@ struct LocalFreeOwner {
        std::string(doing) + " '" + toUtf8(path) + "' failed (Windows error " + std::to_string(code) + ").");
 }
 
-// A security descriptor that lets the present user in and nobody else; what a folder holds inherits it.
+// A security descriptor that grants access to the current user only; a folder's contents inherit it.
 class OwnerOnly {
  public:
   OwnerOnly() {
@@ -56,7 +56,7 @@ class OwnerOnly {
     attributes_ = {sizeof attributes_, &descriptor_, FALSE};
   }
 
-  // Null where the system could not tell: the file then gets the folder's rights.
+  // Null if the system does not name the user: the file then inherits the folder's rights.
   SECURITY_ATTRIBUTES* attributes() noexcept { return acl_ ? &attributes_ : nullptr; }
 
  private:
@@ -118,9 +118,9 @@ class WindowsFile final : public DiskFile {
     if (!FlushFileBuffers(handle_.get())) failWindows("Flushing", path_, GetLastError());
   }
 
-  // By its handle, so that at no moment another process could take the file for a left-over.
+  // By handle, so that no other process can at any moment take the file for an orphan.
   void rename(const std::wstring& path) override {
-    std::wstring named = path;  // which may fail; what follows the renaming may not
+    std::wstring named = path;  // may fail; nothing after the rename may
     const std::size_t nameBytes = path.size() * sizeof(wchar_t);
     std::vector<std::byte> block(sizeof(FILE_RENAME_INFO) + nameBytes);
     auto* info = reinterpret_cast<FILE_RENAME_INFO*>(block.data());
@@ -135,8 +135,8 @@ class WindowsFile final : public DiskFile {
   }
 
  private:
-  // Not with a place in the call itself: that is an overlapped operation, which under Wine is reported to another
-  // process and takes ten times as long.
+  // A read or write with a position is an overlapped operation, which under Wine involves another process and takes ten
+  // times as long.
   void seek(std::uint64_t position) {
     LARGE_INTEGER place;
     place.QuadPart = static_cast<LONGLONG>(position);
@@ -150,7 +150,7 @@ class WindowsFile final : public DiskFile {
 class WindowsDisk final : public Disk {
  public:
   std::unique_ptr<DiskFile> create(const std::wstring& path) override {
-    // Readable: a message's reader may be quicker than its writer's return from the commit.
+    // FILE_SHARE_READ: a message may be read before its writer has returned from the commit.
     return file("Creating", path, GENERIC_READ | GENERIC_WRITE | DELETE, FILE_SHARE_READ, CREATE_NEW);
   }
 
@@ -222,7 +222,7 @@ class WindowsDisk final : public Disk {
   }
 
   void flushFolder(const std::wstring& folder) override {
-    // A system that does not flush folders keeps their entries safe by itself; there is nothing to report.
+    // A system that cannot flush folders keeps their entries safe itself; not a failure.
     const HANDLE handle =
         CreateFileW(folder.c_str(), FILE_ADD_FILE | SYNCHRONIZE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                     nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
@@ -248,7 +248,7 @@ class WindowsDisk final : public Disk {
 
   static std::unique_ptr<DiskFile> file(const char* doing, const std::wstring& path, DWORD access, DWORD share,
                                         DWORD disposition, SECURITY_ATTRIBUTES* rights = nullptr) {
-    auto opened = std::make_unique<WindowsFile>(path);  // first: what was created must not be left without its owner
+    auto opened = std::make_unique<WindowsFile>(path);  // first: a created file must have an owner
     const HANDLE handle = CreateFileW(path.c_str(), access, share, rights, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE) failWindows(doing, path, GetLastError());
     opened->take(handle);

@@ -1,4 +1,4 @@
-// Long values on their way out of an engine and into it.
+// Reading and writing long values.
 #pragma once
 
 #include <cstddef>
@@ -25,23 +25,22 @@ class ContentReader {
   ContentReader() = default;
 };
 
-// A sequence of bytes that can be written, read back and resized at random. Nothing of it is in a store before
-// saveMessage takes it. Small writes one after another are cheap: they are gathered. A writer that is destroyed unsaved
-// leaves nothing.
+// A sequence of bytes with random access for writing, reading and resizing. No store contains any of it before
+// saveMessage. Sequential small writes are buffered. A writer that is destroyed unsaved leaves nothing behind.
 class ContentWriter : public ContentReader {
  public:
   // Writes all of `bytes`; a gap between the end and `position` is filled with zeros.
-  // NotEnoughDisk and Failed leave the size as it was, or cut it to what was written; Invalid after a save.
+  // NotEnoughDisk and Failed leave the size unchanged, or truncated to the written bytes; Invalid after a save.
   virtual Status write(std::uint64_t position, std::span<const std::byte> bytes) = 0;
 
-  // Cuts off, or fills up with zeros.
+  // Truncates, or extends with zeros.
   virtual Status resize(std::uint64_t size) = 0;
 
-  // Replaces everything by what the reader has. Corrupt (the reader's content is damaged).
+  // Replaces everything by the reader's content. Corrupt (the reader's content is damaged).
   virtual Status copyFrom(ContentReader& reader) = 0;
 
-  // True once saveMessage has taken the content over; every other call but size() is then Invalid.
-  // A save that failed leaves the content here, ready to be saved again.
+  // True after a successful saveMessage; every call but size() is then Invalid. After a failed save the content can be
+  // saved again.
   virtual bool saved() const noexcept = 0;
 };
 

@@ -1,4 +1,4 @@
-// How failures travel inside the engine: thrown where they happen, turned into a Status at its border (guarded).
+// Failures inside the engine: thrown where they occur, converted to a Status at its interface (guarded).
 #pragma once
 
 #include <cstdint>
@@ -16,7 +16,7 @@ struct EngineError {
 
 [[noreturn]] inline void fail(Status status, std::string text) { throw EngineError{status, std::move(text)}; }
 
-// The Status of a system's code. Out of memory throws std::bad_alloc instead.
+// The Status for a system error code. Out of memory throws std::bad_alloc instead.
 Status statusOfWindows(unsigned long code);
 
 }  // namespace fendrel::store

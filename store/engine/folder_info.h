@@ -1,4 +1,4 @@
-// What an engine says of folders, and is told of them.
+// Folders as an engine describes them.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace fendrel::store {
 
-// What its user may do with a folder.
+// The user's rights on a folder.
 struct FolderRights {
   bool mayAddMessages = true;
   bool mayAddFolders = true;
@@ -19,12 +19,12 @@ struct FolderRights {
   bool mayDelete = true;
 };
 
-// What the engine keeps right by itself. All of it is of one moment.
+// Maintained by the engine; a snapshot.
 struct FolderInfo {
   Id id;  // for the entry id and record key; never used again after a delete
   Id store;
   Id parent;            // empty for a root
-  std::u16string name;  // unique among its siblings; letters count with their case
+  std::u16string name;  // unique among its siblings, case-sensitive
   FileTime created{};
   FileTime modified{};             // last change of name or properties
   std::uint32_t messageCount = 0;  // ordinary messages
@@ -37,7 +37,7 @@ struct FolderInfo {
 
 enum class IfExists { Refuse, Open };
 
-// What to do with what a folder to delete holds; without the flag its presence refuses the call.
+// What to delete with a folder; without the flag a folder with such contents is not deleted.
 struct DeleteFolderOptions {
   bool withFolders = false;   // else HasFolders
   bool withMessages = false;  // else HasMessages (associated ones count too); also for all folders below
@@ -48,12 +48,12 @@ enum class Depth { Children, AllBelow };
 
 struct FolderRow {
   FolderInfo folder;
-  std::uint32_t depth = 0;  // 1 for a child of the folder asked for
-  // One for each column asked for, in that order: the stored tag and value, or tag 0 and std::monostate.
+  std::uint32_t depth = 0;  // 1 for a child of the requested folder
+  // One for each requested column, in order: the stored tag and value, or tag 0 and std::monostate.
   std::vector<Property> values;
 };
 
-// Called once a row; false ends the reading. Runs inside the engine's lock: it must not call the engine.
+// Called for each row; false ends the reading. Runs under the engine's lock: it must not call the engine.
 using FolderRowSink = std::function<bool(FolderRow&&)>;
 
 }  // namespace fendrel::store

@@ -1,4 +1,4 @@
-// What names an object of an engine.
+// The identifier of an engine's object.
 #pragma once
 
 #include <compare>
@@ -12,9 +12,9 @@
 
 namespace fendrel::store {
 
-// An identifier of a store, folder or message, as its engine gives it: bytes that nobody else looks into. It names one
-// object of the engine, whatever store that is in, and goes on doing so in other processes. Empty: none.
-// Copies share the bytes: after a save, nothing may fail for want of memory.
+// Identifies a store, folder or message: bytes that only its engine interprets. Unique among all stores of the engine,
+// and valid in other processes. Empty: none. Copies share the bytes, because nothing may run out of memory after a
+// save.
 class Id {
  public:
   Id() = default;

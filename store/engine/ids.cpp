@@ -23,7 +23,7 @@ FileTime now() noexcept {
   return {next};
 }
 
-// Laid out as a version 7 UUID: milliseconds since 1970 in 48 bits, the fraction in 12, the rest random.
+// A version 7 UUID: milliseconds since 1970 in 48 bits, the fraction in 12, the rest random.
 Guid newGuid() {
   constexpr std::uint64_t ticksFrom1601To1970 = 116'444'736'000'000'000;
   constexpr std::uint64_t ticksPerMillisecond = 10'000;
@@ -33,7 +33,7 @@ Guid newGuid() {
 
   unsigned char bytes[16];
   if (BCryptGenRandom(nullptr, bytes, sizeof bytes, BCRYPT_USE_SYSTEM_PREFERRED_RNG) != 0) {
-    // Uniqueness is needed, not secrecy: the rare machine without random numbers gets clock, process and thread.
+    // Uniqueness is needed, not secrecy: without random numbers, use clock, process and thread.
     LARGE_INTEGER counter{};
     QueryPerformanceCounter(&counter);
     const std::uint64_t mixed[] = {ticks, static_cast<std::uint64_t>(counter.QuadPart) ^

@@ -1,4 +1,4 @@
-// Identifiers and times as the engine gives them.
+// New identifiers and times.
 #pragma once
 
 #include <string>
@@ -7,10 +7,10 @@
 
 namespace fendrel::store {
 
-// The time now, as the engine stamps messages: strictly growing within a process.
+// The current time for messages: strictly increasing within a process.
 FileTime now() noexcept;
 
-// A new identifier: unique, and growing with time so that indexes stay compact.
+// A new identifier: unique, and increasing with time so that indexes stay compact.
 Guid newGuid();
 
 constexpr Guid noGuid{};

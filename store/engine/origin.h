@@ -1,4 +1,4 @@
-// What every object needs of where it comes from, be that an engine or the book of profiles.
+// The common base of engines and the profile book.
 #pragma once
 
 #include <optional>
@@ -17,20 +17,19 @@ class Origin {
   Origin(const Origin&) = delete;
   Origin& operator=(const Origin&) = delete;
 
-  // What the last failed call of any thread answered and said; never cleared by a success. Ok: none has failed.
+  // Status and text of the last failed call of any thread; a success does not clear it. Ok: none has failed.
   virtual EngineError lastFailure() const = 0;
 
-  // Names of properties, one list for all that a machine's user has: a message keeps its meaning wherever it goes.
+  // Property names: one list for all of a user's stores, so that a message keeps its meaning when it is moved.
 
-  // The identifier of each name, in that order; 0 for one that is not known and, when all identifiers are given away,
-  // for one that would have to be made.
+  // The identifier of each name, in order; 0 for an unknown name, or for a new one if no identifiers are left.
   virtual Status identifiersOf(std::span<const PropertyName> names, IfUnknown ifUnknown,
                                std::vector<std::uint16_t>& ids) = 0;
 
-  // The name of each identifier, in that order; nothing where none was given to it.
+  // The name of each identifier, in order; nothing for one without a name.
   virtual Status namesOf(std::span<const std::uint16_t> ids, std::vector<std::optional<PropertyName>>& names) = 0;
 
-  // All of them, or those of one set, by identifier.
+  // All names, or those of one set, by identifier.
   virtual Status listNamedProperties(const Guid* set, std::vector<NamedProperty>& properties) = 0;
 
  protected:

@@ -18,7 +18,7 @@ struct Guid {
 };
 
 // A property's tag: identifier in the high half, type in the low half, as the messaging interface numbers them.
-// Text is always kept as UTF-16, so a stored text tag carries the wide type.
+// Text is always UTF-16, so a stored text tag has the wide type.
 using PropertyTag = std::uint32_t;
 
 // 100-nanosecond intervals since 1 January 1601 UTC.
@@ -27,13 +27,13 @@ struct FileTime {
   auto operator<=>(const FileTime&) const = default;
 };
 
-// Stands for a value that is there but was not loaded because of its size: openContent reads it.
+// A value that exists but was not loaded because of its size: openContent reads it.
 struct UnloadedValue {
-  std::uint64_t size;  // bytes; text counts two a code unit, without a terminator
+  std::uint64_t size;  // bytes; two per code unit of text, without a terminator
   bool operator==(const UnloadedValue&) const = default;
 };
 
-// std::monostate: no such property. UnloadedValue is only ever handed out, never taken in.
+// std::monostate: no such property. UnloadedValue is only returned, never accepted.
 using PropertyValue =
     std::variant<std::monostate, std::int16_t, std::int32_t, std::int64_t, float, double, bool, FileTime, Guid,
                  std::u16string, Bytes, std::vector<std::int16_t>, std::vector<std::int32_t>, std::vector<std::int64_t>,
@@ -45,12 +45,12 @@ struct Property {
   PropertyValue value;
 };
 
-// What a value counts for in sizes: bytes, text two a code unit.
+// A value's share of sizes: bytes, two per code unit of text.
 std::uint64_t valueSize(const PropertyValue& value);
 
 // The types (low half of a tag) that can be stored, each with the alternative that holds its value.
 namespace PropertyType {
-constexpr std::uint16_t unspecified = 0x0000;   // only in questions: any type
+constexpr std::uint16_t unspecified = 0x0000;   // only in requests: any type
 constexpr std::uint16_t int16 = 0x0002;         // std::int16_t
 constexpr std::uint16_t int32 = 0x0003;         // std::int32_t
 constexpr std::uint16_t float32 = 0x0004;       // float

@@ -1,4 +1,4 @@
-// Names of properties: what the identifiers from 0x8000 on stand for.
+// Property names: the meaning of identifiers from 0x8000 on.
 #pragma once
 
 #include <cstdint>

@@ -34,7 +34,7 @@ const char* name(Status status) noexcept {
 }
 
 Status statusOfWindows(unsigned long code) {
-  constexpr unsigned long diskQuotaExceeded = 1295;  // ERROR_DISK_QUOTA_EXCEEDED, not in every header
+  constexpr unsigned long diskQuotaExceeded = 1295;  // ERROR_DISK_QUOTA_EXCEEDED, missing from some headers
   switch (code) {
     case ERROR_SUCCESS: return Status::Ok;
     case ERROR_NOT_ENOUGH_MEMORY:

@@ -1,4 +1,4 @@
-// The engine's answers as MAPI's codes, for MAPI32.DLL and fendrel.exe. The engines themselves know no MAPI.
+// Converts the engine's statuses to MAPI's codes, for MAPI32.DLL and fendrel.exe. Engines do not use MAPI.
 #pragma once
 
 #include <windows.h>

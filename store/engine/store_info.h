@@ -1,4 +1,4 @@
-// What an engine says of a message store.
+// A message store as an engine describes it.
 #pragma once
 
 #include <string>
@@ -9,7 +9,7 @@ namespace fendrel::store {
 
 enum class StoreKind { Mailbox = 1, Public = 2 };
 
-// A store's own folders; empty where it has none. They cannot be renamed, moved or deleted.
+// The standard folders are empty if the store lacks them. They cannot be renamed, moved or deleted.
 struct StoreInfo {
   Id id;  // for the entry id and record key
   StoreKind kind = StoreKind::Mailbox;

@@ -40,7 +40,7 @@ std::string encode(std::basic_string_view<Unit> text) {
   return bytes;
 }
 
-// Bytes that follow a first byte, or -1 for a byte that starts nothing.
+// The number of bytes after a first byte, or -1 for an invalid first byte.
 constexpr int trailingBytes(unsigned char first) {
   if (first < 0x80) return 0;
   if (first >= 0xC2 && first <= 0xDF) return 1;

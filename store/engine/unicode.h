@@ -1,5 +1,5 @@
-// UTF-16 to UTF-8 and back without loss: an unpaired surrogate becomes the three bytes that its number would take,
-// so that any text a caller can hand in comes out again unchanged.
+// UTF-16 to UTF-8 and back without loss: an unpaired surrogate becomes the three bytes of its number, so that any text
+// is returned unchanged.
 #pragma once
 
 #include <string>
@@ -9,7 +9,7 @@ namespace fendrel::store {
 
 std::string toUtf8(std::u16string_view text);
 
-// False if the bytes are not what toUtf8 writes.
+// False if the bytes are not a result of toUtf8.
 bool fromUtf8(std::string_view bytes, std::u16string& text);
 
 std::string toUtf8(std::wstring_view path);

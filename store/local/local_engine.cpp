@@ -20,7 +20,7 @@ LocalEngine::LocalEngine(std::shared_ptr<Database> database, const Id& mailbox, 
 
 std::string LocalEngine::place() const { return toUtf8(database().path()); }
 
-// All stores of a database give the same numbers to names of properties; its one public store stands for it.
+// All stores of a database share the identifiers of property names; its one public store identifies it.
 Bytes LocalEngine::mappingSignature() const {
   const auto bytes = publicStore_.bytes();
   return {bytes.begin(), bytes.end()};
@@ -35,7 +35,7 @@ Status LocalEngine::listStores(std::vector<StoreInfo>& stores) {
 }
 
 Status LocalEngine::findStore(const Id& store, StoreInfo& found) {
-  // Another profile's mailbox needs that profile's password.
+  // Another profile's mailbox requires that profile's password.
   return store == mailbox_ || store == publicStore_ ? store::findStore(database(), store, found) : Status::NotFound;
 }
 

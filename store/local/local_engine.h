@@ -1,4 +1,4 @@
-// The engine of the messages in a database.
+// The engine that keeps messages in the database.
 #pragma once
 
 #include "engine.h"
@@ -6,10 +6,10 @@
 
 namespace fendrel::store {
 
-// Its stores: one mailbox, and the public store.
+// It has two stores: one mailbox, and the public store.
 class LocalEngine final : public OnDatabase<Engine> {
  public:
-  // Fails as reading the public store does.
+  // Fails like reading the public store.
   static Status open(const std::shared_ptr<Database>& database, const Id& mailbox, std::shared_ptr<Engine>& engine);
 
   LocalEngine(std::shared_ptr<Database> database, const Id& mailbox, const Id& publicStore);

@@ -1,4 +1,4 @@
-// What all that stands on the database answers alike.
+// The common calls of all classes over the database.
 #pragma once
 
 #include <memory>
@@ -9,7 +9,7 @@
 
 namespace fendrel::store {
 
-// `Border`: the interface with an Origin that a class fulfils.
+// `Border`: the interface, derived from Origin, that the class implements.
 template <class Border>
 class OnDatabase : public Border {
  public:

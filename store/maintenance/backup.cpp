@@ -1,10 +1,8 @@
-// A copy of one moment, while others post and delete.
-//
-//   1. Content files are copied as the database names them at the time. They never change; one that is deleted meanwhile
-//      is of no interest any more.
-//   2. The moment is fixed by beginning to read. From now on nobody deletes a content file that it names.
-//   3. What was posted during the first, long pass is copied; what this moment does not name is deleted from the copy.
-//   4. The database is copied page by page as of that moment, under a name of its own, which it loses last.
+// Copies a snapshot while others post and delete.
+//   1. Copies the content files that the database names. They never change; one deleted meanwhile is not needed.
+//   2. Starts a read transaction, which fixes the snapshot. From now on nobody deletes a content file that it names.
+//   3. Copies files posted during the first, long pass; deletes files that the snapshot does not name from the copy.
+//   4. Copies the snapshot of the database page by page under a temporary name, and renames it last.
 #include "backup.h"
 
 #include <map>
@@ -43,7 +41,7 @@ class Backup {
   }
 
  private:
-  // Before the moment is fixed, what cannot be read may have been deleted since its row was.
+  // Before the snapshot is fixed, an unreadable file may have been deleted since its row was read.
   enum class Unreadable { isPassedOver, isDamage };
 
   std::vector<std::int64_t> rowsToCopy() {
@@ -104,7 +102,7 @@ class Backup {
     }
   }
 
-  // A copy of damage would be worse than none.
+  // A damaged copy would be worse than none.
   void compareRows() {
     Statement check = store_.statement("PRAGMA integrity_check(1)");
     if (!check.step() || check.text(0) != "ok") failDamaged("The database: " + std::string(check.text(0)) + ".");

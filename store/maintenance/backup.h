@@ -1,4 +1,4 @@
-// backupStore on a disk of the caller's choice: where tests inject faults.
+// backupStore on a given disk, for fault injection.
 #pragma once
 
 #include "disk.h"

@@ -15,7 +15,7 @@
 namespace fendrel::store {
 namespace {
 
-constexpr std::size_t mostLines = 100;  // of one of SQLite's own checks; a damaged page can make thousands
+constexpr std::size_t mostLines = 100;  // of one of SQLite's checks; a damaged page can cause thousands
 
 class Check {
  public:

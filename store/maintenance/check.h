@@ -1,4 +1,4 @@
-// checkStore on a disk of the caller's choice: where tests inject faults.
+// checkStore on a given disk, for fault injection.
 #pragma once
 
 #include "disk.h"

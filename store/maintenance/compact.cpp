@@ -17,7 +17,7 @@ std::uint64_t bytesOf(Connection& connection) {
 CompactResult compact(Connection& connection) {
   CompactResult result;
   result.bytesBefore = bytesOf(connection);
-  // The rebuilt database would not fit into memory everywhere.
+  // The rebuilt database may not fit into memory.
   connection.execute("PRAGMA temp_store = FILE");
   try {
     connection.execute("VACUUM");
@@ -27,7 +27,7 @@ CompactResult compact(Connection& connection) {
          "The store was not compacted: others are writing into it. Nothing was changed; try again when "
          "nobody posts.");
   }
-  // SQLite shortens the file and the log, unless a reader still needs what is there.
+  // SQLite truncates the file and the log, unless a reader still needs them.
   result.logIsEmpty =
       sqlite3_wal_checkpoint_v2(connection.handle(), "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr) == SQLITE_OK;
   const Reclaimed reclaimed = reclaimEverything(connection);

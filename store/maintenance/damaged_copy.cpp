@@ -15,14 +15,14 @@ namespace {
 
 constexpr std::size_t blockBytes = 64 * 1024, sectorBytes = 4096;
 
-// Stores of versions 1 and 2 have pages of 16 KiB; those of version 2, and compacted ones, end each with a mark and a
+// Stores of versions 1 and 2 have pages of 16 KiB; in version 2, and if compacted, each ends with a marker and a
 // checksum in reserved bytes.
 constexpr std::array<StoreForm, 3> pageForms{{{0, 8192, 0}, {0, 16384, 16}, {0, 16384, 0}}};
 constexpr std::string_view pageMark = "FndlPage";
 
 int latestVersion() { return schemaMigrations().back().version; }
 
-// What cannot be read stays zero.
+// Unreadable bytes stay zero.
 void readTolerantly(DiskFile& file, std::uint64_t at, std::span<std::byte> into) {
   std::ranges::fill(into, std::byte{0});
   try {
@@ -47,7 +47,7 @@ void copyFile(Disk& disk, const std::wstring& from, const std::wstring& to) {
   }
 }
 
-// The first column of the first row; nothing where SQLite fails.
+// The first column of the first row; nothing if SQLite fails.
 std::optional<std::int64_t> numberOf(sqlite3* database, const char* sql) {
   try {
     Statement asked(database, sql, false);
@@ -72,13 +72,13 @@ DamagedCopy::DamagedCopy(const std::wstring& store, const std::wstring& path, Di
   if (!open()) fail(Status::Corrupt, "Nothing of a message store was found in '" + toUtf8(store) + "'.");
 }
 
-// True when the database can be read and holds what was in the log. SQLite alone decides how much of a log counts.
+// True if the database can be read and contains the log's transactions. SQLite decides how much of a log is valid.
 bool DamagedCopy::open() {
   database_.reset();
   createLogFiles(path_, disk_);
   database_ = openDatabase(path_, disk_, SQLITE_OPEN_READWRITE);
   sqlite3* database = handle();
-  // Damage in the schema is not a reason to stop.
+  // Accepts damage in the schema.
   sqlite3_exec(database, "PRAGMA writable_schema = ON", nullptr, nullptr, nullptr);
   return numberOf(database, "SELECT count(*) FROM sqlite_schema") &&
          sqlite3_wal_checkpoint_v2(database, "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr) == SQLITE_OK;
@@ -88,7 +88,7 @@ void DamagedCopy::refuseNewer(const std::wstring& store) {
   if (numberOf(handle(), "PRAGMA application_id") != applicationId) return;
   const auto version = numberOf(handle(), "PRAGMA user_version");
   if (version <= latestVersion()) return;
-  // A changed bit in the number would make a store of ours a newer one.
+  // A flipped bit in the version would make the store look newer.
   if (schemaOf(handle()) == schemaOfVersion(latestVersion())) return;
   fail(Status::NewerVersion, "The store '" + toUtf8(store) +
                                  "' was written by a newer version of this program: it has " + "version " +
@@ -96,7 +96,7 @@ void DamagedCopy::refuseNewer(const std::wstring& store) {
                                  std::to_string(latestVersion()) + ". Install the newer version.");
 }
 
-// The schema is that of its version, and the tables begin where it says.
+// Whether the schema is that of its version, and the tables begin where it says.
 bool DamagedCopy::firstPageIsRight() {
   const auto version = numberOf(handle(), "PRAGMA user_version"), pageSize = numberOf(handle(), "PRAGMA page_size");
   if (numberOf(handle(), "PRAGMA application_id") != applicationId || !version || !pageSize) return false;
@@ -114,8 +114,8 @@ bool DamagedCopy::firstPageIsRight() {
   }
 }
 
-// The form that agrees best with what is there; where none does, a page without tables: then all rows are sorted by
-// what they look like.
+// Uses the form that agrees best with the pages; if none does, a page without tables: then all rows are recognised by
+// their shape.
 void DamagedCopy::replaceFirstPage() {
   database_.reset();
   StoreForm best = pageForms.front();
@@ -139,7 +139,7 @@ void DamagedCopy::replaceFirstPage() {
   disk_.openAlone(path_)->write(0, page);
 }
 
-// How many roots are of the kind that they must be, less those of another kind. `reservedBytes` below 0: no matter.
+// The number of roots of the expected kind, minus those of another kind. `reservedBytes` below 0: not compared.
 int DamagedCopy::agreement(const std::vector<RootPage>& roots, int pageSize, int reservedBytes) {
   const auto file = disk_.open(path_);
   int agreeing = 0;
@@ -148,7 +148,7 @@ int DamagedCopy::agreement(const std::vector<RootPage>& roots, int pageSize, int
     std::array<std::byte, 1> kind{};
     file->read(at, kind);
     const int found = std::to_integer<int>(kind[0]);
-    if (found == 0) continue;  // lost as well
+    if (found == 0) continue;  // lost, too
     const bool isOfTable = found == 5 || found == 13, isOfIndex = found == 2 || found == 10;
     bool agrees = root.hasRowNumbers ? isOfTable : isOfIndex;
     if (agrees && reservedBytes >= 0) {

@@ -1,4 +1,4 @@
-// A copy of a damaged store, put in order so far that SQLite's recovery can work on it. For store/maintenance only.
+// A copy of a damaged store, repaired as far as SQLite's recovery needs. For store/maintenance only.
 #pragma once
 
 #include <cstdint>
@@ -13,17 +13,17 @@ namespace fendrel::store {
 
 class DamagedCopy {
  public:
-  // Copies the database and its log from `store`, of which nothing is changed, to `path`, where nothing is. What the
-  // disk cannot read is zeros in the copy. Throws EngineError: NotFound, NewerVersion, Corrupt (no store of ours).
+  // Copies the database and its log from `store`, which is not changed, to `path`, which must not exist. Unreadable
+  // bytes are zeros in the copy. Throws EngineError: NotFound, NewerVersion, Corrupt (not a store).
   DamagedCopy(const std::wstring& store, const std::wstring& path, Disk& disk);
 
-  // Open for the recovery, with all that was in the log.
+  // Open for the recovery, with the log's transactions.
   sqlite3* handle() const noexcept { return database_.get(); }
 
-  // The first page, which tells where the tables are, was lost; the copy has the one of an empty store.
+  // Whether the first page, which locates the tables, was lost; the copy then has the one of an empty store.
   bool lostFirstPage() const noexcept { return lostFirstPage_; }
 
-  // Of the schema that its first page has; 0: it is not known where the tables and indexes begin.
+  // Of the schema in its first page; 0: the places of tables and indexes are unknown.
   int version() const noexcept { return version_; }
 
  private:

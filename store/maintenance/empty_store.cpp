@@ -45,7 +45,7 @@ Bytes EmptyStore::firstPage() const {
   const auto* first = reinterpret_cast<const std::byte*>(bytes.get());
   Bytes page(first, first + form_.pageSize);
   constexpr std::size_t writeVersion = 18, readVersion = 19;
-  page[writeVersion] = page[readVersion] = std::byte{2};  // there is a log beside the database
+  page[writeVersion] = page[readVersion] = std::byte{2};  // write-ahead log
   return page;
 }
 

@@ -1,4 +1,4 @@
-// A store in which nothing is yet, in memory: what a damaged one's first page must have said. For store/maintenance only.
+// An empty store in memory: the model for a damaged store's first page. For store/maintenance only.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,7 @@
 
 namespace fendrel::store {
 
-// Stores made in one way have their tables in the same places: as the schema's scripts make them one after another, or
-// as compacting orders them.
+// Stores of one form have their tables in the same places: in the order of the schema's scripts, or of compacting.
 struct StoreForm {
   int version = 0;  // of the schema; 0: no tables
   int pageSize = 0;
@@ -19,10 +18,10 @@ struct StoreForm {
   bool isCompacted = false;
 };
 
-// A page on which a table or an index begins.
+// The root page of a table or index.
 struct RootPage {
   std::uint32_t number = 0;
-  bool hasRowNumbers = false;  // as ordinary tables do, which have pages of a kind of their own
+  bool hasRowNumbers = false;  // like ordinary tables, whose pages have a different kind
 };
 
 class EmptyStore {
@@ -37,11 +36,11 @@ class EmptyStore {
   DatabaseHandle database_;
 };
 
-// The statements that made the tables, indexes and triggers, by their names.
+// The statements that create tables, indexes and triggers, by name.
 std::map<std::string, std::string> schemaOf(sqlite3* database);
 std::map<std::string, std::string> schemaOfVersion(int version);
 
-// The roots of any store that SQLite can open.
+// The root pages of any store that SQLite can open.
 std::vector<RootPage> rootsOf(sqlite3* database);
 
 }  // namespace fendrel::store

@@ -1,4 +1,4 @@
-// The border of store/maintenance: what the engine throws becomes a MaintenanceFailure.
+// Converts the engine's exceptions to MaintenanceFailure.
 #pragma once
 
 #include "engine_error.h"

@@ -34,7 +34,7 @@ void FolderMap::readStores(ReadingConnection& connection) {
   if (!ended) lost_.push_back({{}, {}, {}, false, "The table of message stores is damaged: " + why});
 }
 
-// The index of identifiers holds them and the row numbers, that of the public store its one row.
+// The index of identifiers holds identifiers and row numbers; the index of the public store has its one row.
 void FolderMap::mendStores(ReadingConnection& connection) {
   std::string why;
   std::set<std::int64_t> isPublic;
@@ -96,7 +96,7 @@ void FolderMap::mendFolders(ReadingConnection& connection) {
              folder->second.store = row.integer(1);
              if (!row.isNull(2)) folder->second.role = textOf(row, 2);
            });
-  // Where names and parents are lost too, there is still a folder with its own messages.
+  // Even without name and parent, a folder still has its messages.
   for (auto& [id, folder] : known) {
     folder.isMended = true;
     if (folder.store != 0) folders.emplace(id, std::move(folder));

@@ -1,4 +1,4 @@
-// The profiles, stores and folders of a store that may be damaged. For store/maintenance only.
+// The profiles, stores and folders of a possibly damaged store. For store/maintenance only.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,7 @@ struct StoreRecord {
   Guid guid{};
   std::int64_t kind = 0;
   std::string name;
-  bool isMended = false;  // its row was lost; this is what the indexes know of it
+  bool isMended = false;  // its row was lost; recreated from indexes
 };
 
 struct FolderRecord {
@@ -28,29 +28,29 @@ struct FolderRecord {
   std::string name;
   std::optional<std::string> role;
   std::int64_t created = 0, modified = 0;
-  std::int64_t messages = 0, unread = 0, associated = 0;  // as the row counts them
+  std::int64_t messages = 0, unread = 0, associated = 0;  // from the row
   bool isMended = false;
 };
 
-// Numbers are those of the rows.
+// Folders and stores are identified by row numbers.
 class FolderMap {
  public:
-  // Reads what can be read from the tables of `rows`, and what these lack from the indexes of `indexes`.
+  // Reads the tables of `rows`, and what they lack from the indexes of `indexes`.
   FolderMap(ReadingConnection& rows, ReadingConnection* indexes);
 
   std::map<std::int64_t, StoreRecord> stores;
   std::map<std::int64_t, FolderRecord> folders;
 
-  // What could not be read at all.
+  // Entries that could not be read.
   const std::vector<Finding>& lost() const noexcept { return lost_; }
 
-  // "Public Folders@Reports@Daily"; "folder number N" below what is missing.
+  // "Public Folders@Reports@Daily"; "folder number N" for a missing part.
   std::string path(std::int64_t folder) const;
 
-  // True for what is in a mailbox that no profile without a password has, and where that is not known.
+  // True if every profile of the folder's mailbox has a password, or if that is unknown.
   bool isProtected(std::int64_t folder) const;
 
-  // True for folders whose way up ends in nothing or in a circle.
+  // True for folders that are not connected to a root.
   bool isAstray(std::int64_t folder) const;
 
  private:

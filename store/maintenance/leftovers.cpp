@@ -6,7 +6,7 @@
 namespace fendrel::store {
 namespace {
 
-// A file that cannot be measured counts without its bytes.
+// A file of unknown size counts with 0 bytes.
 void count(Leftovers& leftovers, Disk& disk, const std::wstring& path) {
   if (!disk.exists(path)) return;
   ++leftovers.files;
@@ -26,7 +26,7 @@ Leftovers unknownContentFiles(ReadingConnection& store) {
   Statement known = store.statement(notesDroppedFiles(store) ? "SELECT 1 FROM content WHERE file = ?1 "
                                                                "UNION ALL SELECT 1 FROM dropped_file WHERE name = ?1"
                                                              : "SELECT 1 FROM content WHERE file = ?1");
-  // A file that is being saved is held open until its row is there, so none of these gets its row only now.
+  // A file being saved stays open until its row exists, so none of these can get a row later.
   for (const Disk::Entry& entry : folder.files()) {
     const std::string name = toUtf8(entry.name);
     Query query(known, std::string_view(name));

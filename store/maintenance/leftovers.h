@@ -1,4 +1,4 @@
-// Files in a store's folder that no message needs. For store/maintenance only.
+// Orphans: files in a store's folder that no message needs. For store/maintenance only.
 #pragma once
 
 #include <cstdint>
@@ -11,10 +11,10 @@ struct Leftovers {
   std::uint64_t files = 0, bytes = 0;
 };
 
-// Content files that the database does not know, as it is when asked, and that nobody is saving.
+// Content files that no row names at the moment and that nobody is saving.
 Leftovers unknownContentFiles(ReadingConnection& store);
 
-// Files of deleted contents, which go when their time has come, and files that were being written.
+// Files of deleted contents, to be deleted later, and temporary files.
 Leftovers waitingFiles(ReadingConnection& store);
 
 }  // namespace fendrel::store

@@ -11,13 +11,13 @@
 namespace fendrel::store {
 namespace {
 
-// What each value of a row must be: i an integer, t text, b a blob; a capital letter: or NULL; A anything; # the row's
-// own number, which stands beside its values.
+// The type of each value of a row: i an integer, t text, b a blob; upper case: or NULL; A anything; # the row number,
+// which is stored separately.
 struct Shape {
   const char* table;
   const char* columns;
   std::string_view kinds;
-  const char* condition;  // what shapes do not tell
+  const char* condition;  // further condition
 };
 
 constexpr Shape shapes[] = {
@@ -26,7 +26,7 @@ constexpr Shape shapes[] = {
      "id, guid, name, user_name, password_salt, password_iterations, password_hash, is_default, created, mailbox, "
      "server_url, server_user, server_secret, server_public_account, server_tls_ca_file",
      "#bttBIBiiiTTBTT", "1"},
-    // As versions before the fifth saved it.
+    // Versions before 5.
     {"profile",
      "id, guid, name, user_name, password_salt, password_iterations, password_hash, is_default, created, mailbox",
      "#bttBIBiii", "1"},
@@ -37,11 +37,11 @@ constexpr Shape shapes[] = {
      "checksum, "
      "status",
      "#biiiiiiibiII", "1"},
-    // As the third version saved it.
+    // Version 3.
     {"message",
      "id, guid, folder, associated, is_read, size, attachment_count, created, modified, search_key, revision, checksum",
      "#biiiiiiibiI", "1"},
-    // As versions before the third saved it.
+    // Versions before 3.
     {"message",
      "id, guid, folder, associated, is_read, size, attachment_count, created, modified, search_key, revision",
      "#biiiiiiibi", "1"},
@@ -53,8 +53,8 @@ constexpr Shape shapes[] = {
      "NOT EXISTS (SELECT 1 FROM folder f WHERE f.id = c0) AND EXISTS (SELECT 1 FROM store s WHERE s.id = c0)"},
 };
 
-// A row of this table says nothing that the attachment's properties do not say, and among lost rows it cannot be told
-// from an entry of the index of messages by folder. Whether these are all of a message's, its own row says.
+// Rows of this table follow from the attachments' properties; among lost rows they look like entries of the index of
+// messages by folder. The message's row has their number.
 constexpr const char* remakeAttachments =
     "INSERT OR IGNORE INTO attachment (message, number, size) "
     "SELECT message, part - 1, sum(size) FROM message_property WHERE part > 0 GROUP BY message, part";
@@ -88,7 +88,7 @@ void sortInto(sqlite3* database, const Shape& shape) {
                         " FROM lost_and_found WHERE " + condition + " AND (" + shape.condition + ")");
 }
 
-// The table has as many columns as its longest row.
+// The table's number of columns: that of its longest row.
 std::size_t columnsOfLostRows(sqlite3* database) {
   Statement asked(database, "SELECT count(*) FROM pragma_table_info('lost_and_found') WHERE name GLOB 'c[0-9]*'",
                   false);

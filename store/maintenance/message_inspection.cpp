@@ -31,7 +31,7 @@ class Inspection {
   struct Part {
     std::string longName, shortName, displayName;
     std::uint64_t size = 0;               // sum of its values
-    std::optional<std::int64_t> rowSize;  // as its attachment row has it
+    std::optional<std::int64_t> rowSize;  // from the attachment's row
     const std::string& name() const {
       return !longName.empty() ? longName : !shortName.empty() ? shortName : displayName;
     }
@@ -140,7 +140,7 @@ class Inspection {
     }
   }
 
-  // Sizes and counts are kept in the same transaction as the values, so they must agree.
+  // Sizes and counts are written in the same transaction as the values, so they must agree.
   void compareSums() {
     if (isIncomplete_ || !result_.hasRow) return;
     std::uint64_t total = 0;
@@ -159,7 +159,7 @@ class Inspection {
     }
   }
 
-  // Where nothing else says what is wrong.
+  // If no other problem was found.
   void compareChecksum() {
     if (connection_.version() < versionWithChecksums) return;
     attempt("Its rows cannot be read", [&] {

@@ -1,4 +1,4 @@
-// Looks at every byte of one message. For store/maintenance only.
+// Checks every byte of one message. For store/maintenance only.
 #pragma once
 
 #include <cstdint>
@@ -14,12 +14,12 @@
 
 namespace fendrel::store {
 
-// Where a value too long for its row is.
+// A long value's content.
 struct ContentUse {
   std::int64_t content = 0;  // content.id
-  std::int64_t part = 0;     // of the message: 0 itself, n + 1 its attachment number n
-  std::uint64_t size = 0;    // as the property has it
-  std::string file;          // name in the folder of content files; empty for what is in the database
+  std::int64_t part = 0;     // 0: the message itself, n + 1: its attachment number n
+  std::uint64_t size = 0;    // from the property
+  std::string file;          // name of the content file; empty: in the database
 };
 
 struct MessageProblem {
@@ -29,9 +29,9 @@ struct MessageProblem {
 
 struct InspectedMessage {
   std::int64_t id = 0;
-  bool hasRow = false;  // the members up to `searchKey` are right
+  bool hasRow = false;  // the members up to `searchKey` are valid
   Guid guid{};
-  std::int64_t folder = 0;  // 0: not known
+  std::int64_t folder = 0;  // 0: unknown
   bool isAssociated = false, isRead = false;
   std::string subject;
   std::uint64_t attachments = 0;
@@ -41,16 +41,16 @@ struct InspectedMessage {
   bool isWhole() const noexcept { return hasRow && problems.empty(); }
 };
 
-// `read` is called with the bytes of content that were read, now and then.
+// Calls `read` from time to time with the number of content bytes read.
 InspectedMessage inspectMessage(ReadingConnection& connection, std::int64_t message,
                                 const std::function<void(std::uint64_t)>& read);
 
-// A problem as it is shown. Of a mailbox that has a password, which our programs ask for before they show what is in
-// it, neither subjects nor names of attachments.
+// A problem for display; for a mailbox with a password without subjects and attachment names, which require the
+// password.
 Finding findingOf(const FolderMap& folders, const InspectedMessage& message, const MessageProblem& problem);
 
-// The numbers of all messages of which any trace is found in the tables of `rows` and in the indexes of `indexes`, and
-// which of these could not be read through.
+// The numbers of all messages with any trace in the tables of `rows` or the indexes of `indexes`, and which of these
+// could not be read completely.
 struct MessageNumbers {
   std::set<std::int64_t> numbers;
   std::vector<std::string> damage;

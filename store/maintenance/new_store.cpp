@@ -10,7 +10,7 @@ namespace {
 
 constexpr const wchar_t* endings[] = {L"", L"-journal", L"-wal", L"-shm"};
 
-// Its files, then itself; what cannot be deleted stays.
+// Its files, then the folder; files that cannot be deleted stay.
 void removeFolder(Disk& disk, const std::wstring& folder) noexcept {
   try {
     for (const Disk::Entry& entry : disk.list(folder)) tryRemove(disk, folder + L"\\" + entry.name);
@@ -44,7 +44,7 @@ void NewStore::finish() {
   const std::wstring parent = path_.substr(0, path_.find_last_of(L"\\/"));
   if (hasFolder_) {
     disk_.flushFolder(contentFolder());
-    disk_.flushFolder(parent);  // or the database's name could outlast that of the folder
+    disk_.flushFolder(parent);  // or the database's name could survive without the folder's
   }
   disk_.openAlone(database())->rename(path_);
   isFinished_ = true;
@@ -55,7 +55,7 @@ std::unique_ptr<DiskFile> NewStore::createContent(const std::string& name) {
   if (!hasFolder_) {
     hasFolder_ = true;
     disk_.createFolder(contentFolder(), true);
-    disk_.flushFolder(path_.substr(0, path_.find_last_of(L"\\/")));  // before the store that needs it has its name
+    disk_.flushFolder(path_.substr(0, path_.find_last_of(L"\\/")));  // before the store gets its name
   }
   return disk_.create(contentFolder() + L"\\" + contentFileName(name));
 }

@@ -1,4 +1,4 @@
-// The files of a store that is being made. For store/maintenance only.
+// The files of a store that is being created. For store/maintenance only.
 #pragma once
 
 #include <memory>
@@ -8,10 +8,10 @@
 
 namespace fendrel::store {
 
-// Its database has a name of its own until finish() is called; without that, its end deletes everything that was made.
+// Its database has a temporary name until finish(); without finish() the destructor deletes everything.
 class NewStore {
  public:
-  // Throws EngineError: AlreadyExists if the file, its log or its folder of content files is there.
+  // Throws EngineError: AlreadyExists if the file, its log or its folder of content files exists.
   NewStore(const std::wstring& path, Disk& disk);
   ~NewStore();
   NewStore(const NewStore&) = delete;
@@ -20,14 +20,14 @@ class NewStore {
   std::wstring database() const { return path_ + L".part"; }
   std::wstring contentFolder() const { return path_ + L".files"; }
 
-  // A place for what the work needs meanwhile, in a folder that is its owner's alone.
+  // The path of a temporary file in a folder that only its owner can access.
   std::wstring workFile(const wchar_t* name);
 
-  // A new content file; its folder is made when missing.
+  // A new content file; creates its folder if missing.
   std::unique_ptr<DiskFile> createContent(const std::string& name);
   void removeContent(const std::string& name);
 
-  // Gives the database its name. Nobody has it open, and nothing is in its log.
+  // Gives the database its name. It must not be open, and its log must be empty.
   void finish();
 
  private:

@@ -41,7 +41,7 @@ ReadingConnection::ReadingConnection(const std::wstring& path, const std::wstrin
   if (fileSize(disk, path_) == 0)
     fail(Status::Corrupt, "The file '" + toUtf8(path_) + "' is empty: it is not a store.");
   try {
-    createLogFiles(path_, disk);  // empty, and they stay as they do with everyone who opens a store
+    createLogFiles(path_, disk);  // empty, and not deleted, like with every open
     open(path_, 0);
     readVersion();
   } catch (const EngineError& error) {
@@ -55,14 +55,14 @@ void ReadingConnection::open(const std::wstring& name, int flags) {
   database_ = openDatabase(name, disk(), SQLITE_OPEN_READONLY | flags);
   sqlite3* database = handle();
   sqlite3_busy_handler(database, waitWhileBusy, nullptr);
-  // The log is not emptied when this connection is the last one to close.
+  // If this connection is the last to close, it must not checkpoint.
   sqlite3_db_config(database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
   execute(database,
           "PRAGMA query_only = ON; PRAGMA trusted_schema = OFF; PRAGMA cell_size_check = ON;"
           "PRAGMA cache_size = -8192;");
 }
 
-// The index of the log cannot be made beside the store. Without a log none is needed.
+// The log's index cannot be created beside the store. It is not needed without a log.
 void ReadingConnection::openUnchanging() {
   if (fileSize(disk(), path_ + L"-wal") > 0) {
     fail(Status::NoAccess, "The store '" + toUtf8(path_) +

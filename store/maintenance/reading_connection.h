@@ -1,4 +1,4 @@
-// A store opened for reading alone, damaged or not. For store/maintenance only.
+// A read-only connection to a store, damaged or not. For store/maintenance only.
 #pragma once
 
 #include <memory>
@@ -11,17 +11,17 @@
 
 namespace fendrel::store {
 
-// Changes nothing in the store's files (an empty log is made where there is none). Where the disk may not be written it
-// reads all the same, as long as nothing is in the write-ahead log.
+// Does not change the store's files (but creates an empty log if there is none). Also works on a read-only disk if the
+// write-ahead log is empty.
 class ReadingConnection {
  public:
   // Throws EngineError: NotFound, NewerVersion, NoAccess, Busy, Corrupt (also: the database of another program).
   ReadingConnection(const std::wstring& path, Disk& disk);
 
-  // The same for rows whose content files are those of another store.
+  // The same for rows whose content files belong to another store.
   ReadingConnection(const std::wstring& path, const std::wstring& contentsOf, Disk& disk);
 
-  // Everything read from now on is of one moment. An error of the disk ends that; this begins anew where it has.
+  // Starts a snapshot for all further reads, also again after a disk error has ended it.
   void keepMoment();
   void endMoment() noexcept;
 
@@ -46,7 +46,7 @@ class ReadingConnection {
   int version_ = 0;
 };
 
-// True for what damage looks like; false for what has other causes (a busy store).
+// True for errors that damage causes; false for others (a busy store).
 bool isDamage(const EngineError& error) noexcept;
 
 // Calls use(row) for each row of a query until it ends or fails. False: it failed, `why` says how.
@@ -64,7 +64,7 @@ bool readRows(ReadingConnection& connection, const char* sql, std::string& why, 
   }
 }
 
-// A path in the form in which SQLite takes options with it.
+// A path as a URI, to which SQLite options can be added.
 std::wstring uriOf(const std::wstring& path);
 
 // The size of a file; 0 if there is none.

@@ -1,4 +1,4 @@
-// SQLite's own recovery, and what it found in our tables. For store/maintenance only.
+// SQLite's recovery, with the results in our tables. For store/maintenance only.
 #pragma once
 
 #include <string>
@@ -8,8 +8,8 @@
 
 namespace fendrel::store {
 
-// Makes the database `path`, with the tables of the present version, of every row that is found in the copy. Rows of pages that nothing leads
-// to any more are told apart by their shape. What is found may be wrong or lack its other rows. Throws EngineError.
+// Makes the database `path`, with the current version's tables, from every row found in the copy. Rows of unreachable
+// pages are recognised by their shape. Rows may be wrong or incomplete. Throws EngineError.
 void recoverRows(const DamagedCopy& copy, const std::wstring& path, Disk& disk, const Watch& watch);
 
 }  // namespace fendrel::store

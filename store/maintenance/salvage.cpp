@@ -1,10 +1,9 @@
-// A new store of what is whole in an old one. Rows keep their numbers and identifiers, so that entry identifiers that
-// programs have kept go on to lead to the same messages.
-//
-//   1. The old store's database and log are copied aside, and the copy gets a first page where its own is lost.
-//   2. SQLite's recovery reads every page of the copy; what it finds becomes a database of its own.
-//   3. The folders are made one tree again.
-//   4. A message goes over if every row and byte of it is there; the others are named.
+// Makes a new store from the undamaged data of an old one. Rows keep their numbers and identifiers, so that entry
+// identifiers that programs have kept remain valid.
+//   1. Copies the old store's database and log aside, and replaces a lost first page in the copy.
+//   2. SQLite's recovery reads every page of the copy and writes the rows that it finds to another database.
+//   3. Repairs the folder tree.
+//   4. Copies each message of which every row and byte is present, and reports the others.
 #include "salvage.h"
 
 #include <algorithm>
@@ -31,13 +30,13 @@ namespace {
 
 constexpr std::uint64_t mostMessagesAtOnce = 500, mostBytesAtOnce = 32u << 20;
 
-// What fails because of the row and not because of the disk.
+// A failure caused by the row, not by the disk.
 bool isRefusal(Status status) {
   return status == Status::AlreadyExists || status == Status::Failed || status == Status::Invalid ||
          status == Status::Corrupt;
 }
 
-// What was found in the old store.
+// The data found in the old store.
 class Findings {
  public:
   Findings(const std::wstring& from, NewStore& work, Disk& disk, const Watch& watch) {
@@ -54,7 +53,7 @@ class Findings {
   }
 
   std::unique_ptr<ReadingConnection> rows;
-  std::unique_ptr<ReadingConnection> indexes;  // of the copy: they name rows that were not found
+  std::unique_ptr<ReadingConnection> indexes;  // of the copy: they contain rows that were not found
   bool lostFirstPage = false, hasIndexes = false;
 };
 
@@ -78,7 +77,7 @@ class Salvage {
     if (status != Status::Ok) fail(status, error);
     Query(into().statement("ATTACH ? AS found"), std::string_view(toUtf8(old_.rows->path()))).run();
     begin();
-    into().execute("DELETE FROM store");  // a new store has public folders of its own
+    into().execute("DELETE FROM store");  // remove the new store's own public folders
     if (old_.lostFirstPage) {
       mended({},
              "The first page, which tells where the tables are, cannot be read: they were looked for where a "
@@ -148,7 +147,7 @@ class Salvage {
     }
   }
 
-  // Children may stand before their parents: the database looks at the end.
+  // Children may come before their parents: the database checks at the end.
   void insertFolders() {
     std::vector<std::int64_t> refused;
     for (const auto& [number, folder] : folders_.folders) {
@@ -162,7 +161,7 @@ class Salvage {
       }
     }
     for (const std::int64_t number : refused) {
-      // What is below moves up, so that nothing hangs from what is not there.
+      // Its subfolders move up, so that none has a missing parent.
       Query(into().statement("UPDATE folder SET parent = ? WHERE parent = ?"), publicTop_, number).run();
       folders_.folders.erase(number);
     }
@@ -205,7 +204,7 @@ class Salvage {
     std::int64_t mailbox = 0;
   };
 
-  // Three indexes hold a profile's identifier, its name and its mailbox; its password and its server are lost.
+  // Three indexes have a profile's identifier, name and mailbox; its password and server are lost.
   void mendProfiles(const std::set<std::int64_t>& known) {
     std::string why;
     std::map<std::int64_t, LostProfile> lost;
@@ -296,7 +295,7 @@ class Salvage {
     }
   }
 
-  // False: it was left out after all.
+  // False: it was left out.
   bool copyMessage(const InspectedMessage& message) {
     std::string why;
     std::vector<std::string> made;
@@ -352,7 +351,7 @@ class Salvage {
     file->flush();
   }
 
-  // Where messages go whose folder is lost.
+  // The folder for messages whose folder is lost.
   std::int64_t recoveredFolder() {
     if (recovered_ != 0) return recovered_;
     FolderRecord folder;

@@ -1,4 +1,4 @@
-// salvageStore on a disk of the caller's choice: where tests inject faults.
+// salvageStore on a given disk, for fault injection.
 #pragma once
 
 #include "disk.h"

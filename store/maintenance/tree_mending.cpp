@@ -29,7 +29,7 @@ TreeMending::TreeMending(FolderMap& folders, std::int64_t highestUsed, Mended me
 
 std::int64_t TreeMending::nextFolder() const { return std::max(highest(folders_.folders), highestUsed_) + 1; }
 
-// Folders name their stores. Which one is everyone's: it alone has no inbox.
+// Finds the stores that folders name. The public store is the one without an inbox.
 void TreeMending::mendStores() {
   std::map<std::int64_t, bool> lost;
   for (const auto& [number, folder] : folders_.folders) {
@@ -95,7 +95,7 @@ std::int64_t TreeMending::ownFolder(std::int64_t store, const char* role, const 
   return number;
 }
 
-// The last folder on the way up before it ends in nothing, in another store, or comes round.
+// The last ancestor before the path ends, enters another store, or repeats.
 std::int64_t TreeMending::topOfWay(std::int64_t number) const {
   std::set<std::int64_t> seen;
   std::int64_t at = number;
@@ -118,7 +118,7 @@ void TreeMending::hangUp(std::int64_t number) {
     folder.parent = ownFolder(folder.store, "root", "", std::nullopt);
     return;
   }
-  if (folder.role == "root") folder.role.reset();  // a second one
+  if (folder.role == "root") folder.role.reset();  // duplicate
   folder.parent = top;
   if (folder.name.empty()) folder.name = "Folder " + std::to_string(number) + " (recovered)";
   while (std::ranges::any_of(folders_.folders, [&](const auto& other) {

@@ -1,4 +1,4 @@
-// Makes a store's tree of folders whole again. For store/maintenance only.
+// Repairs a store's folder tree. For store/maintenance only.
 #pragma once
 
 #include <functional>
@@ -14,15 +14,15 @@ bool isText(const std::string& utf8);
 
 class TreeMending {
  public:
-  // `mended` is told what was made anew, with its path. Folders made anew get numbers above `highestUsed`, so that none
-  // gets messages of a lost one.
+  // Calls `mended` for each recreated folder, with its path. Recreated folders get numbers above `highestUsed`, so that
+  // none gets messages of a lost one.
   using Mended = std::function<void(std::string folder, std::string what)>;
   TreeMending(FolderMap& folders, std::int64_t highestUsed, Mended mended);
 
-  // A store without public folders, or without the folders that everything hangs from, cannot be opened.
+  // Repairs the tree. Without public folders or without root folders a store cannot be opened.
   void run();
 
-  // The folder that people see as the top of the public folders.
+  // The root of the public folders that users see.
   std::int64_t publicTop() const noexcept { return publicTop_; }
 
   std::int64_t nextFolder() const;
@@ -37,7 +37,7 @@ class TreeMending {
   FolderMap& folders_;
   std::int64_t highestUsed_;
   Mended mended_;
-  std::map<std::int64_t, std::int64_t> tops_;  // of each store: the folder that people see as its top
+  std::map<std::int64_t, std::int64_t> tops_;  // for each store: the root of the folders that users see
   std::int64_t publicTop_ = 0;
 };
 

@@ -47,7 +47,7 @@ std::chrono::sys_seconds secondOf(FileTime time) {
 
 std::u16string wide(std::string_view utf8) {
   std::u16string text;
-  if (!fromUtf8(utf8, text)) text.clear();  // what comes out of JSON is well-formed
+  if (!fromUtf8(utf8, text)) text.clear();  // text from JSON is well-formed
   return text;
 }
 
@@ -57,7 +57,7 @@ std::string nameOf(const NewAttachment& attachment) {
   return "attachment";
 }
 
-// Sorted, the first of each identifier.
+// Sorted, with the first of each identifier.
 std::vector<Property> inOrder(std::vector<Property> properties) {
   std::ranges::stable_sort(properties, {}, [](const Property& one) { return propertyId(one.tag); });
   const auto isSame = [](const Property& a, const Property& b) { return propertyId(a.tag) == propertyId(b.tag); };

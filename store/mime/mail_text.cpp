@@ -13,7 +13,7 @@ constexpr char hexDigits[] = "0123456789ABCDEF";
 
 bool isLetterOrDigit(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); }
 
-// What an address or a message identifier is made of, besides dots.
+// A character of addresses and message identifiers, besides the dot.
 bool isAtomCharacter(char c) {
   return isLetterOrDigit(c) || std::string_view("!#$%&'*+-/=?^_`{|}~").find(c) != std::string_view::npos;
 }
@@ -22,7 +22,7 @@ bool isPlain(std::string_view text) {
   return std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~'; });
 }
 
-// Bytes of the UTF-8 character that begins here.
+// The number of bytes of the first UTF-8 character.
 std::size_t characterLength(std::string_view text) {
   const auto lead = static_cast<unsigned char>(text.front());
   const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
@@ -51,7 +51,7 @@ void appendBase64(std::string& to, std::string_view bytes) {
   }
 }
 
-// Encoded words, each of whole characters, on lines that begin at this column; a character has room behind them.
+// Encoded words, each of whole characters, on lines that begin at this column; leaves room for one more character.
 std::string encodedWords(std::string_view text, std::size_t column) {
   std::string words;
   while (!text.empty()) {
@@ -72,7 +72,7 @@ std::string encodedWords(std::string_view text, std::size_t column) {
   return words;
 }
 
-// Readers take blanks at the ends away, and would decode what looks like an encoded word.
+// Readers remove spaces at the ends, and decode text that looks like an encoded word.
 bool canStandPlain(std::string_view text) {
   return isPlain(text) && text.find("=?") == std::string_view::npos &&
          (text.empty() || (text.front() != ' ' && text.back() != ' '));
@@ -139,7 +139,7 @@ void QuotedPrintableLines::put(char byte, bool lastOfLine) {
   const auto value = static_cast<unsigned char>(byte);
   const bool plain = (byte > ' ' && byte <= '~' && byte != '=') || ((byte == ' ' || byte == '\t') && !lastOfLine);
   const std::size_t width = plain ? 1 : 3;
-  if (line_.size() + width > longestLine - 1) {  // room for the mark of a line that goes on
+  if (line_.size() + width > longestLine - 1) {  // room for the mark of a soft line break
     line_ += "=\r\n";
     sink_(line_);
     line_.clear();
@@ -157,7 +157,7 @@ void QuotedPrintableLines::write(std::string_view text) {
   for (const char c : text) {
     const bool wasCr = afterCr_;
     afterCr_ = c == '\r';
-    if (c == '\n' && wasCr) continue;  // the line has ended with its CR
+    if (c == '\n' && wasCr) continue;  // the CR has ended the line
     if (c == '\r' || c == '\n') {
       endLine();
       continue;

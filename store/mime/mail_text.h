@@ -1,5 +1,5 @@
-// Text and bytes as mail carries them: base64, quoted-printable, encoded words, parameters. Text is well-formed UTF-8.
-// Whatever it holds, no control character of it comes out, so it cannot begin a header of its own.
+// Encodes text and bytes for mail: base64, quoted-printable, encoded words, parameters. Text is well-formed UTF-8. No
+// control character of it is written, so it cannot inject a header.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@ namespace fendrel::mime {
 
 using TextSink = std::function<void(std::string_view)>;
 
-// Bytes in lines of 76 characters, handed on as they come.
+// Writes bytes in lines of 76 characters.
 class Base64Lines {
  public:
   explicit Base64Lines(TextSink to) : sink_(std::move(to)) {}
@@ -25,15 +25,15 @@ class Base64Lines {
 
  private:
   TextSink sink_;
-  std::string rest_;  // less than a line
+  std::string rest_;  // incomplete line
 };
 
-// UTF-8 text in quoted-printable lines of at most 76 characters; CR, LF and CR LF alike end a line.
+// Writes UTF-8 text in quoted-printable lines of at most 76 characters; CR, LF and CR LF end a line.
 class QuotedPrintableLines {
  public:
   explicit QuotedPrintableLines(TextSink to) : sink_(std::move(to)) {}
   void write(std::string_view text);
-  void end();  // what is left; no line end is added
+  void end();  // writes the rest; adds no line end
 
  private:
   void put(char byte, bool lastOfLine);
@@ -41,38 +41,38 @@ class QuotedPrintableLines {
 
   TextSink sink_;
   std::string line_;
-  char blank_ = 0;  // a blank or tab that is held back: at the end of a line it is encoded
+  char blank_ = 0;  // a pending space or tab: encoded at the end of a line
   bool afterCr_ = false;
 };
 
-// What so many bytes come to in such lines.
+// The length of this many bytes in such lines.
 std::uint64_t base64LinesLength(std::uint64_t bytes);
 
 std::string base64(std::string_view bytes);
 
-// Nothing where it is no base64 in one piece.
+// Nothing if it is not base64 without line breaks.
 std::optional<std::string> decodedBase64(std::string_view text);
 
-// "FIELD: text" with its line end, in encoded words where the text needs them or is long. Control characters become
-// blanks.
+// "FIELD: text" with its line end, in encoded words if the text needs them or is long. Control characters become
+// spaces.
 std::string unstructuredHeader(std::string_view field, std::string_view text);
 
 // "FIELD: display name <address>" with its line end.
 std::string mailboxHeader(std::string_view field, std::string_view displayName, std::string_view address);
 
-// "; NAME=value" on a line of its own, or on several as RFC 2231 has it where the value is long or not plain.
+// "; NAME=value" on a new line, or on several in RFC 2231 form if the value is long or not plain.
 std::string parameter(std::string_view name, std::string_view value);
 
 // The same in encoded words, for readers that do not know RFC 2231.
 std::string encodedWordParameter(std::string_view name, std::string_view value);
 
-// An address for a sender who has none: the name in characters that addresses take, in a domain that no mail reaches.
+// An address for a sender without one: made from the name, in a domain that receives no mail.
 std::string unreachableAddress(std::string_view name);
 
 // True for LOCAL@DOMAIN in plain characters.
 bool isPlainAddress(std::string_view address);
 
-// True for "type/subtype" that may be encoded in base64 as a whole: not a message or multipart type.
+// True for a "type/subtype" whose content may be encoded in base64: not a message or multipart type.
 bool isPlainMediaType(std::string_view type);
 
 // True for "<LEFT@RIGHT>" in plain characters.

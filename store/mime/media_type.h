@@ -1,4 +1,4 @@
-// The media type that a file's extension stands for.
+// The media type of a file's extension.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 
 namespace fendrel::mime {
 
-// "application/pdf" for "sales.pdf"; "application/octet-stream" for what is not in the table.
+// "application/pdf" for "sales.pdf"; "application/octet-stream" for an unknown extension.
 std::string mediaTypeOf(std::string_view fileName);
 
 }  // namespace fendrel::mime

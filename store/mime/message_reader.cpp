@@ -13,7 +13,7 @@ namespace {
 
 using Json = nlohmann::json;
 
-// What is missing or of another type is empty.
+// Empty if the member is missing or of another type.
 const Json& member(const Json& object, const char* name) {
   static const Json none;
   if (!object.is_object()) return none;
@@ -31,7 +31,7 @@ std::uint64_t numberOf(const Json& object, const char* name) {
   return value.is_number_unsigned() ? value.get<std::uint64_t>() : 0;
 }
 
-// The names that are set in a map of flags.
+// The names set in a map of flags.
 std::vector<std::string> namesOf(const Json& object, const char* name) {
   std::vector<std::string> names;
   const Json& flags = member(object, name);
@@ -87,7 +87,7 @@ MailPart partOf(const Json& json) {
   return part;
 }
 
-// A part needs a name to be saved under.
+// A part needs a file name.
 std::string nameFor(const MailPart& part, std::size_t number) {
   const bool isMail = part.mediaType.starts_with("message/");
   const std::string subtype = part.mediaType.substr(std::min(part.mediaType.find('/') + 1, part.mediaType.size()));
@@ -110,7 +110,7 @@ struct BodyText {
   bool isCut = false;
 };
 
-// The texts of these parts, one after another.
+// The concatenated texts of these parts.
 BodyText textOfParts(const Json& email, const char* list, std::string_view type, std::vector<MailPart>* parts) {
   BodyText body;
   const Json& all = member(email, list);

@@ -1,6 +1,5 @@
-// What a mail server tells of a message, as one plain struct: our own messages and those of any mail program.
-//
-// The server has parsed the mail (Email/get, RFC 8621); nothing here reads MIME.
+// A mail server's description of a message as one plain struct: our own messages and those of any mail program.
+// The server has parsed the mail (Email/get, RFC 8621); this code does not read MIME.
 #pragma once
 
 #include <chrono>
@@ -14,13 +13,13 @@
 
 namespace fendrel::mime {
 
-// What to ask the server for. Rows: all that stands in the header and needs no look into the message; whole: the parts
-// and their texts, too.
+// The properties to request from the server. Rows: those of the header, which need no access to the message; whole:
+// also the parts and their texts.
 std::vector<std::string> rowProperties();
 std::vector<std::string> wholeProperties();
 std::vector<std::string> wholeBodyProperties();
 
-// A part of the message that has bytes of its own.
+// A part of the message with content.
 struct MailPart {
   std::string blob;       // id, for a download; the bytes are decoded
   std::string name;       // UTF-8; a part without a name gets one: "part 2.pdf"
@@ -41,20 +40,20 @@ struct ReadMail {
   std::optional<std::chrono::sys_seconds> date, delivered;
   std::string messageId;  // "<left@right>"
   std::optional<int> importance, sensitivity;
-  std::map<std::string, std::string> ownHeaders;  // those of mail_headers.h that are there
-  bool hasAttachments = false;                    // in the server's words
+  std::map<std::string, std::string> ownHeaders;  // the existing ones of mail_headers.h
+  bool hasAttachments = false;                    // as the server says
 
-  // Of a whole message only.
-  std::string text;        // UTF-8, lines ended by CR LF
-  bool isTextCut = false;  // there is more of it: `textParts` has the whole
-  std::string html;        // where the mail has it
+  // Only of a whole message.
+  std::string text;        // UTF-8, lines end with CR LF
+  bool isTextCut = false;  // `textParts` has the complete text
+  std::string html;        // if the mail has it
   std::vector<MailPart> textParts;
-  std::vector<MailPart> attachments;  // those that a person would call so, in their order; never the property part
+  std::vector<MailPart> attachments;  // attached files in their order, without the property part
   std::optional<MailPart> propertyPart;
-  std::string properties;  // its content where the server gave it
+  std::string properties;  // its content, if the server returned it
 };
 
-// Takes whatever of it is there: what is missing or of another type stays empty.
+// Values that are missing or of another type stay empty.
 ReadMail readMail(const nlohmann::json& email);
 
 }  // namespace fendrel::mime

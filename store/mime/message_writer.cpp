@@ -11,7 +11,7 @@
 namespace fendrel::mime {
 namespace {
 
-// "=_" occurs neither in base64 nor in quoted-printable, so no part can hold them.
+// "=_" occurs neither in base64 nor in quoted-printable, so no part can contain it.
 constexpr std::string_view boundary = "=_fendrel_part_of_a_message";
 constexpr std::string_view formBoundary = "=_fendrel_form_of_the_text";
 
@@ -33,7 +33,7 @@ std::string headerOfText(std::string_view type) {
 std::string mediaTypeFor(const MailAttachment& attachment) {
   if (isPlainMediaType(attachment.mediaType)) return attachment.mediaType;
   const std::string byName = mediaTypeOf(attachment.name);
-  return isPlainMediaType(byName) ? byName : "application/octet-stream";  // a mail in a file is a file here
+  return isPlainMediaType(byName) ? byName : "application/octet-stream";  // an attached mail is written as a file
 }
 
 class Writing {
@@ -47,7 +47,7 @@ class Writing {
     if (message_.properties.empty()) {
       writeText();
     } else {
-      // Two forms of one text: mail programs show the last one that they know.
+      // Two forms of one text: mail programs show the last one that they support.
       put_(headerOfParts("alternative", formBoundary));
       put_(beginOfPart(formBoundary));
       writeProperties();
@@ -147,7 +147,7 @@ std::string mailDate(std::chrono::sys_seconds time) {
 
 std::string messageIdOf(std::span<const std::byte> key) {
   constexpr char digits[] = "0123456789ABCDEF";
-  constexpr std::size_t longestKey = 24;  // so that the header stays one line; those of stores have 16 bytes
+  constexpr std::size_t longestKey = 24;  // keeps the header on one line; our keys have 16 bytes
   if (key.empty()) return {};
   std::string id = "<";
   for (const std::byte byte : key.last(std::min(key.size(), longestKey))) {

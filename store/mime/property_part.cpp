@@ -32,7 +32,7 @@ std::optional<std::uint32_t> numberOfHex(std::string_view text, std::size_t digi
   return value;
 }
 
-// Written
+// Writing
 
 Json jsonOf(std::int16_t value) { return value; }
 Json jsonOf(std::int32_t value) { return value; }
@@ -70,7 +70,7 @@ Json jsonOf(std::span<const Property> properties) {
   return object;
 }
 
-// Read. Each throws NotUnderstood, which the one who asks skips.
+// Reading. Each throws NotUnderstood, upon which the caller skips the value.
 
 struct NotUnderstood {};
 

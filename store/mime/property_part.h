@@ -1,4 +1,4 @@
-// The part of a mail that keeps the properties for which mail has no place: JSON in ASCII.
+// The part of a mail with the properties that mail cannot represent: JSON in ASCII.
 //
 //   {
 //     "version": 1,
@@ -7,12 +7,11 @@
 //     "attachments": [{"3707001F": "sales.pdf"}, {}]
 //   }
 //
-// Keys are tags in hexadecimal; `names` says what the identifiers from 8000 on stand for (the name is a text or a
-// number); attachments come in the order of the mail's. Values: text as a string; integers of 16 and 32 bits as
-// numbers, of 64 bits, currency and times (100 ns since 1601) as strings of digits; floating point as numbers, and
-// "inf", "-inf", "nan"; booleans; binary in base64; a guid in 32 hexadecimal digits, byte by byte; lists as arrays of
-// these. Half a surrogate pair becomes U+FFFD. What is not understood is skipped when it is read, so that a later
-// version may say more.
+// Keys are tags in hexadecimal; `names` has the names of identifiers from 8000 on (a text or a number); attachments are
+// in the mail's order. Values: text as a string; integers of 16 and 32 bits as numbers, of 64 bits, currency and times
+// (100 ns since 1601) as strings of digits; floating point as numbers, and "inf", "-inf", "nan"; booleans; binary in
+// base64; a guid in 32 hexadecimal digits, byte by byte; lists as arrays of these. Half a surrogate pair becomes
+// U+FFFD. Readers skip what they do not understand, so that later versions can add values.
 #pragma once
 
 #include <map>
@@ -31,13 +30,13 @@ struct PropertyPart {
   std::vector<std::vector<store::Property>> attachments;
 };
 
-// Longer ones are not read: something else made them.
+// Longer ones are not ours and are not read.
 constexpr std::size_t longestPropertyPart = 1 << 20;
 
-// Values that are not loaded, and those without one, are left out. Empty where there is nothing to keep.
+// Without values that are absent or not loaded. Empty if there are none.
 std::string writePropertyPart(const PropertyPart& part);
 
-// An empty part where the text is none of ours. Throws std::bad_alloc alone.
+// An empty part if the text is not ours. Throws only std::bad_alloc.
 PropertyPart readPropertyPart(std::string_view text);
 
 }  // namespace fendrel::mime

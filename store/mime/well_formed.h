@@ -1,4 +1,4 @@
-// Text that may leave: the store's own UTF-16 may hold anything, UTF-8 in a mail or in JSON may not.
+// Text for mail and JSON, whose UTF-8 must be well-formed; the store's UTF-16 may contain anything.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// The profiles that are kept in the database.
+// The profiles in the database.
 #pragma once
 
 #include <memory>
@@ -7,8 +7,8 @@
 
 namespace fendrel::store {
 
-// Opens the database in use (store_place.h; asked anew each time) and the profiles in it, creating it and its folders
-// when missing. NotFound where the user has no place for one; else fails as opening a database does.
+// Opens the database in use (store_place.h; looked up each time) and its profiles; creates it and its folders if
+// missing. NotFound if the user has no folder for it; else fails like opening a database.
 Status openProfileBook(std::shared_ptr<ProfileBook>& book);
 
 }  // namespace fendrel::store

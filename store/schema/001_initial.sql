@@ -25,7 +25,7 @@ CREATE TABLE profile (
 
 CREATE UNIQUE INDEX one_default_profile ON profile (is_default) WHERE is_default = 1;
 
--- The counts are kept by the triggers below, so that listing folders never counts messages.
+-- The triggers below maintain the counts, so that listing folders never counts messages.
 CREATE TABLE folder (
   id               INTEGER PRIMARY KEY,
   guid             BLOB NOT NULL UNIQUE CHECK (length(guid) = 16),

@@ -1,2 +1,2 @@
--- From here on a new store has a checksum in each page, and an older program, which would write pages without one, must
--- not open it. The tables are those of version 1; an older store keeps its pages as they are.
+-- From this version on a new store has a checksum in each page. An older program would write pages without one, so it
+-- must not open the store. The tables are those of version 1; the pages of an older store do not change.

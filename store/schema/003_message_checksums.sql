@@ -1,14 +1,14 @@
--- From here on a message carries a checksum of its rows, and pages carry none.
+-- From this version on a message has a checksum of its rows, and pages have none.
 
--- XXH64, as docs/store.md describes it. NULL: an older program saved the message last, and nothing is compared.
+-- XXH64, see docs/store.md. NULL: an older program saved the message last; nothing is compared.
 ALTER TABLE message ADD COLUMN checksum INTEGER;
 
--- Who changes a message without knowing of checksums leaves none, rather than a wrong one.
+-- A program that does not know checksums leaves NULL instead of a wrong one.
 CREATE TRIGGER message_changed AFTER UPDATE OF revision ON message BEGIN
   UPDATE message SET checksum = NULL WHERE id = new.id;
 END;
 
--- Files whose content is deleted. They stay for as long as a reader may still see the row that named them.
+-- Files of deleted contents. They are kept as long as a reader may still see the row that named them.
 CREATE TABLE dropped_file (
   name TEXT PRIMARY KEY,
   time INTEGER NOT NULL                     -- when the content was deleted

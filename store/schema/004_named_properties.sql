@@ -1,7 +1,7 @@
--- From here on lists of all types are stored, which an older program would take for damage.
+-- From this version on lists of all types are stored, which an older program would consider damaged.
 
--- What the property identifiers from 0x8000 on stand for, the same for all stores of the file. An identifier is never
--- given to another name.
+-- The names of property identifiers from 0x8000 on, shared by all stores of the file. An identifier is never given to
+-- another name.
 CREATE TABLE named_property (
   id   INTEGER PRIMARY KEY CHECK (id BETWEEN 32768 AND 65534),
   guid BLOB NOT NULL CHECK (length(guid) = 16),  -- the set of names
@@ -10,5 +10,5 @@ CREATE TABLE named_property (
   UNIQUE (guid, kind, name)
 ) STRICT;
 
--- Bits that programs keep for themselves (PR_MSG_STATUS); they change without a save and are not in the checksum.
+-- Bits that programs define for themselves (PR_MSG_STATUS); they change without a save and are not in the checksum.
 ALTER TABLE message ADD COLUMN status INTEGER;

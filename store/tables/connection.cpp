@@ -14,20 +14,20 @@ namespace fendrel::store {
 
 namespace {
 
-// Without effect while the file has pages.
+// Only effective for an empty file.
 constexpr const char* newFileSql = "PRAGMA page_size = 8192;";
 
 constexpr const char* setUpSql =
     "PRAGMA synchronous = FULL;"  // a commit is on disk when it returns; NORMAL loses some in a power cut
     "PRAGMA foreign_keys = ON;"
-    "PRAGMA secure_delete = ON;"  // what was deleted is gone from the file, and salvage cannot find it there
+    "PRAGMA secure_delete = ON;"  // overwrites deleted data, so that salvage cannot find it
     "PRAGMA temp_store = MEMORY;"
     "PRAGMA trusted_schema = OFF;";
 
 }  // namespace
 
 Connection::Connection(std::wstring path, Disk& disk) : path_(std::move(path)), contents_(path_, disk) {
-  // The first use of these may need memory, which must not be missing in the middle of a save.
+  // The first use of these may allocate memory, which must not fail in the middle of a save.
   try {
     const std::lock_guard lock(mutex_);
     newGuid();
@@ -35,12 +35,12 @@ Connection::Connection(std::wstring path, Disk& disk) : path_(std::move(path)), 
   } catch (const std::system_error&) {
     throw std::bad_alloc();
   }
-  // A program that has just created it lets go of it in a moment. SQLite deletes the log of an empty file.
+  // A program that has just created the file still holds it for a moment. SQLite deletes the log of an empty file.
   std::uint64_t size = 0;
   waitWhileBusy([&] { size = disk.open(path_)->size(); });
   if (size > 0) createLogFiles(path_, disk);
   database_ = openDatabase(path_, disk, SQLITE_OPEN_READWRITE);
-  // SQLite falls back to reading where it may not write.
+  // SQLite opens a file read-only if it may not write.
   if (sqlite3_db_readonly(handle(), "main") == 1) {
     fail(Status::NoAccess, "The store '" + toUtf8(path_) + "' may not be written.");
   }
@@ -49,11 +49,11 @@ Connection::Connection(std::wstring path, Disk& disk) : path_(std::move(path)), 
 
 void Connection::setUp() {
   waitForOthers();
-  // Plans do not depend on the values bound: otherwise SQLite prepares some statements anew for each use.
+  // Plans must not depend on bound values: otherwise SQLite prepares some statements again for each use.
   sqlite3_db_config(handle(), SQLITE_DBCONFIG_ENABLE_QPSG, 1, nullptr);
   refuseForeignDatabase(*this);
   execute(newFileSql);
-  // Several programs that change the mode at once can get SQLITE_BUSY here without the busy handler being asked.
+  // If several programs change the mode at once, they can get SQLITE_BUSY without a call of the busy handler.
   waitWhileBusy([&] { execute("PRAGMA journal_mode = WAL"); });
   createLogFiles(path_, disk());
   execute(setUpSql);
@@ -64,7 +64,7 @@ int Connection::waitWhileLocked(void* connection, int attempt) noexcept {
   const ULONGLONG time = GetTickCount64();
   if (attempt == 0) self.busySince_ = time;
   if (time - self.busySince_ > busyTimeout) return 0;
-  // Short pauses of different lengths: writers take turns in milliseconds and must not march in step.
+  // Short pauses of different lengths: writers take turns in milliseconds and must not collide again and again.
   Sleep(static_cast<DWORD>(1 + std::min(attempt, 10) + (time ^ GetCurrentThreadId()) % 4));
   return 1;
 }
@@ -96,7 +96,7 @@ Transaction::Transaction(Connection& connection, Kind kind) : connection_(connec
 
 Transaction::~Transaction() {
   if (!open_) return;
-  // Some failures have rolled back already; a ROLLBACK is then refused, which is fine.
+  // Some failures have rolled back already; then ROLLBACK fails, which is harmless.
   sqlite3_exec(connection_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
 }
 

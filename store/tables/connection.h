@@ -20,18 +20,18 @@ namespace fendrel::store {
 
 class Connection {
  public:
-  // Opens the file, which exists, and sets everything that a connection needs. Throws EngineError.
+  // Opens an existing file and configures the connection. Throws EngineError.
   Connection(std::wstring path, Disk& disk);
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  // The cached statement of a text that lives as long as the program.
+  // A cached statement; `sql` must be static.
   Statement& statement(const char* sql);
 
-  // For messages of this database, once the schema is there.
+  // For messages of this database; requires the schema.
   MessageChecksum& messageChecksum();
 
-  // Any number of statements, not cached.
+  // Runs any number of statements, not cached.
   void execute(const std::string& sql) { store::execute(handle(), sql); }
 
   sqlite3* handle() noexcept { return database_.get(); }
@@ -39,16 +39,16 @@ class Connection {
   const std::wstring& path() const noexcept { return path_; }
   ContentFolder& contents() noexcept { return contents_; }
 
-  // Makes statements wait for other programs, for busyTimeout at most.
+  // Makes statements wait for other programs, at most for busyTimeout.
   void waitForOthers() noexcept { sqlite3_busy_handler(handle(), waitWhileLocked, this); }
 
-  // Changes committed by this connection; PRAGMA data_version tells those of others.
+  // Counts changes committed by this connection; PRAGMA data_version counts those of others.
   std::uint64_t ownCommits() const noexcept { return ownCommits_; }
 
   void setLastError(EngineError failure);
   EngineError lastError() const;
 
-  // The lock of the whole connection.
+  // Locks the connection.
   std::recursive_mutex& mutex() noexcept { return mutex_; }
 
  private:
@@ -69,7 +69,7 @@ class Connection {
   EngineError lastError_{Status::Ok, {}};
 };
 
-// Rolls back unless committed. Nested use is a mistake of the engine.
+// Rolls back unless committed. Must not be nested.
 class Transaction {
  public:
   enum Kind { Read, Write };
@@ -78,7 +78,7 @@ class Transaction {
   Transaction(const Transaction&) = delete;
   Transaction& operator=(const Transaction&) = delete;
 
-  // On disk when it returns.
+  // Returns when the changes are on disk.
   void commit();
 
  private:
@@ -87,7 +87,7 @@ class Transaction {
   bool open_ = true;
 };
 
-// The border of the engine: locks, runs, and turns an EngineError into its status.
+// Runs a call of the engine under its lock and converts EngineError to its status.
 template <class Work>
 Status guarded(Database& database, Work&& work) {
   Connection& connection = database.connection();

@@ -12,16 +12,16 @@ namespace fendrel::store {
 class Connection;
 class ContentSpool;
 
-// Adds a prepared spool's content and returns its row.
+// Inserts a prepared spool's content and returns its row number.
 std::int64_t insertContent(Connection& connection, ContentSpool& spool);
 
-// What contentAt reads: "size, checksums, data, file" of a content.
+// The columns that contentAt reads.
 constexpr const char* selectContent = "SELECT size, checksums, data, file FROM content WHERE id = ?";
 
 // Opens the content of a row of selectContent. Throws Corrupt if its bytes or its file are missing or of another size.
 std::unique_ptr<ContentSource> contentAt(const Statement& row, const ContentFolder& folder);
 
-// The content of that row number. Throws Corrupt also where there is none.
+// Opens the content with this row number. Throws Corrupt also if there is none.
 std::unique_ptr<ContentSource> openContentRow(Connection& connection, std::int64_t row);
 
 }  // namespace fendrel::store

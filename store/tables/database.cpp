@@ -25,7 +25,7 @@ std::wstring fullStorePath(const std::wstring& path) {
 
 namespace {
 
-// Its log needs memory that all programs share, which those of several machines do not.
+// SQLite's log needs memory shared by all programs, which programs on several machines do not have.
 void refuseNetwork(const std::wstring& path, Disk& disk) {
   if (!disk.isRemote(path) || environmentVariable(L"FENDREL_ALLOW_NETWORK_STORE") == L"1") return;
   fail(Status::OnNetwork, "The store '" + toUtf8(path) +

@@ -20,28 +20,28 @@ class Disk;
 // Lifetime: ContentWriters must not outlive their Database, ContentReaders may.
 class Database {
  public:
-  // Opens the file, creating it (readable by its owner only) and its folders when missing, and brings an older
-  // file to the present version. `path` is a full path of any length (UTF-16; "\\?\" is added where needed).
-  // On failure `opened` is empty and `error` says what happened in one English sentence (UTF-8).
-  // NewerVersion, NoAccess, NotEnoughDisk, Busy, OnNetwork, Corrupt (also: no store of this program), Failed.
+  // Opens the file, creates it (readable by its owner only) and its folders if missing, and upgrades an older file to
+  // the current version. `path` is a full path of any length (UTF-16; "\\?\" is added if needed). On failure `opened`
+  // is empty and `error` describes it in one English sentence (UTF-8). NewerVersion, NoAccess, NotEnoughDisk, Busy,
+  // OnNetwork, Corrupt (also: not a store of this program), Failed.
   static Status open(const std::wstring& path, std::unique_ptr<Database>& opened, std::string& error);
 
-  // Like open, but a file that does not exist is NotFound and nothing is created.
+  // Like open, but a missing file is NotFound and nothing is created.
   static Status openExisting(const std::wstring& path, std::unique_ptr<Database>& opened, std::string& error);
 
   ~Database();
   Database(const Database&) = delete;
   Database& operator=(const Database&) = delete;
 
-  // The full path it was opened with.
+  // The full path with which it was opened.
   const std::wstring& path() const noexcept;
 
-  // What the last failed call of any thread answered and said; never cleared by a success. Ok: none has failed.
+  // Status and text of the last failed call of any thread; a success does not clear it. Ok: none has failed.
   EngineError lastFailure() const;
   std::string lastError() const { return lastFailure().text; }
-  void noteFailure(EngineError failure);  // for what is built on it
+  void noteFailure(EngineError failure);  // for users of the database
 
-  // Grows whenever this or another process commits a change; equal values mean that nothing changed.
+  // Increases whenever this or another process commits a change; equal values mean no change.
   Status changeCounter(std::uint64_t& counter);
 
   // For the engine's own files.
@@ -53,7 +53,7 @@ class Database {
   std::unique_ptr<Connection> connection_;
 };
 
-// How long a call waits for other processes before it answers Busy, in milliseconds.
+// How long a call waits for other processes before it returns Busy, in milliseconds.
 constexpr int busyTimeout = 10'000;
 
 }  // namespace fendrel::store

@@ -1,4 +1,4 @@
-// Database::open on a disk of the caller's choice: where tests inject faults.
+// Database::open on a given disk, for fault injection.
 #pragma once
 
 #include "database.h"
@@ -10,8 +10,7 @@ namespace fendrel::store {
 Status openOnDisk(const std::wstring& path, Disk& disk, bool mayCreate, std::unique_ptr<Database>& opened,
                   std::string& error);
 
-// The full path, with the prefix that lifts the length limit where it and the files beside it may need it.
-// Throws EngineError.
+// The full path, with the prefix against the length limit if it or the files beside it may need it. Throws EngineError.
 std::wstring fullStorePath(const std::wstring& path);
 
 }  // namespace fendrel::store

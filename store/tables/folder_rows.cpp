@@ -5,14 +5,14 @@ namespace fendrel::store {
 
 namespace {
 
-// Breadth first would mix the levels: the children of each folder are read when its turn comes.
+// Depth first: the children of each folder are read when the folder is visited.
 class FolderReading {
  public:
   FolderReading(Connection& connection, Depth depth, std::span<const PropertyTag> columns, const FolderRowSink& sink)
       : connection_(connection), depth_(depth), columns_(columns), sink_(sink) {}
 
   void run(std::int64_t top) {
-    // A stack of its own, because a tree may be deeper than the program's.
+    // An explicit stack, because a tree may be deeper than the call stack allows.
     std::vector<Pending> pending;
     pushChildren(top, 1, pending);
     while (!pending.empty()) {
@@ -32,7 +32,7 @@ class FolderReading {
     FolderRow row;
   };
 
-  // The last of the stack is the next to be read, so the youngest goes in first.
+  // The top of the stack is read next, so the youngest is pushed first.
   void pushChildren(std::int64_t parent, std::uint32_t depth, std::vector<Pending>& pending) {
     Query query(connection_.statement("SELECT " FENDREL_FOLDER_COLUMNS " FROM folder f WHERE f.parent = ? "
                                       "ORDER BY f.id DESC"),

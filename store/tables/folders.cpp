@@ -9,7 +9,7 @@ namespace fendrel::store {
 
 namespace {
 
-// What a change needs to know of a folder.
+// The facts about a folder that a change needs.
 struct FolderPlace {
   std::int64_t row, store, parent;
   bool isStandard;
@@ -56,7 +56,7 @@ bool isBelowOrSame(Connection& connection, std::int64_t folder, std::int64_t abo
   return query.step();
 }
 
-// The folder and all below it, for use in "id IN (...)".
+// The folder and all its subfolders, for use in "id IN (...)".
 #define FENDREL_TREE_OF_1                          \
   "(WITH RECURSIVE tree (id) AS (SELECT ?1 UNION " \
   "SELECT f.id FROM folder f JOIN tree ON f.parent = tree.id) SELECT id FROM tree)"

@@ -1,4 +1,4 @@
-// Folders: the tree of a store. What calls promise stands in engine.h; every change is one transaction.
+// Folders: the tree of a store. engine.h describes the calls; every change is one transaction.
 #pragma once
 
 #include <span>
@@ -14,7 +14,7 @@ Status createFolder(Database& database, const Id& parent, const std::u16string& 
 Status findFolder(Database& database, const Id& folder, FolderInfo& found);
 Status checkFolder(Database& database, const Id& folder);
 
-// The child of that exact name. NotFound.
+// The child with exactly that name. NotFound.
 Status findChild(Database& database, const Id& parent, const std::u16string& name, FolderInfo& found);
 
 Status renameFolder(Database& database, const Id& folder, const std::u16string& newName);

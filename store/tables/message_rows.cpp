@@ -6,7 +6,7 @@ namespace fendrel::store {
 
 namespace {
 
-// One row a property asked for, and at least one a message; the properties of a message follow one another.
+// One row per requested property, at least one per message; the properties of a message are consecutive.
 constexpr const char* rowsWithProperties =
     "SELECT " FENDREL_MESSAGE_COLUMNS
     ", p.id, p.type, p.size, p.value, p.content "
@@ -17,8 +17,8 @@ constexpr const char* rowsAlone = "SELECT " FENDREL_MESSAGE_COLUMNS
                                   " FROM message m JOIN folder f ON f.id = m.folder "
                                   "WHERE m.folder = ?1 AND m.associated = ?2 ORDER BY m.id";
 
-// The same for chosen messages: ?2 is "[\"0123...\",...]", their identifiers in hexadecimal. CROSS JOIN keeps the list
-// outside, so that rows come in its order.
+// The same for chosen messages: ?2 is "[\"0123...\",...]", their identifiers in hexadecimal. CROSS JOIN makes the list
+// the outer loop, so that rows come in its order.
 constexpr const char* chosenRowsWithProperties =
     "SELECT " FENDREL_MESSAGE_COLUMNS
     ", p.id, p.type, p.size, p.value, p.content "

@@ -1,5 +1,5 @@
-// saveMessage: the draft is checked and its contents are brought to the disk first, without holding the database;
-// then one short transaction inserts the rows, which name the content files, and commits.
+// saveMessage first checks the draft and flushes its contents without locking the database; then one short transaction
+// inserts the rows, which name the content files, and commits.
 #include <algorithm>
 
 #include "folder_table.h"
@@ -17,7 +17,7 @@ ContentSpool& spoolOf(ContentWriter& content) {
   return own->spool();
 }
 
-// The contents of one save. Whatever happens before the commit, their writers keep them.
+// The contents of one save. Until the commit their writers keep them.
 class Contents {
  public:
   explicit Contents(Connection& connection) : connection_(connection) {}
@@ -37,7 +37,7 @@ class Contents {
     spools_.push_back(&spool);
   }
 
-  // A value that is too long for its row.
+  // Adds a value that is too long for its row.
   ContentSpool& addValue(const PropertyValue& value) {
     auto& spool = owned_.emplace_back(std::make_unique<ContentSpool>(connection_.contents()));
     spool->write(0, contentOfValue(value));
@@ -45,7 +45,7 @@ class Contents {
     return *spool;
   }
 
-  // Everything but the rows is on the disk when it returns.
+  // Returns when everything but the rows is on the disk.
   void prepare() {
     bool haveFiles = false;
     for (ContentSpool* spool : spools_) {
@@ -69,7 +69,7 @@ class Contents {
   std::vector<ContentSpool*> spools_;
 };
 
-// What is to be done to one part: the message itself or an attachment.
+// The changes of one part: the message itself or an attachment.
 struct PartChange {
   std::int64_t part;
   std::vector<std::uint16_t> ids;  // of all properties that are set or removed
@@ -101,7 +101,7 @@ PartChange planPart(std::int64_t part, std::span<const Property> set, std::span<
   return change;
 }
 
-// A new part has nothing that would have to be removed first.
+// A new part has no properties to remove first.
 void applyPart(Connection& connection, std::int64_t message, const PartChange& change, bool isNew) {
   if (!isNew) {
     for (const std::uint16_t id : change.ids) removeProperty(connection, message, change.part, id);
@@ -122,7 +122,7 @@ std::int64_t insertMessage(Connection& connection, const MessageDraft& draft) {
 
 std::int64_t touchMessage(Connection& connection, const MessageDraft& draft) {
   const std::int64_t row = messageRow(connection, draft.message);
-  compareChecksum(connection, row);  // or the new checksum would declare damage whole
+  compareChecksum(connection, row);  // or the new checksum would make damaged data valid
   const MessageInfo info = messageInfo(connection, row);
   if (draft.expectedRevision && *draft.expectedRevision != info.revision) {
     fail(Status::Changed, "The message was changed by someone else meanwhile.");

@@ -197,7 +197,7 @@ Status moveMessage(Database& database, const Id& message, const Id& newFolder, c
 }
 
 Status copyMessage(Database& database, const Id& message, const Id& newFolder, MessageInfo& copy, const Id& in) {
-  // The contents are streamed into writers outside of any transaction, then saved as a new message.
+  // Contents are streamed into writers outside of any transaction, then saved as a new message.
   MessageInfo original;
   Status status = findMessage(database, message, original);
   if (status == Status::Ok && !in.empty() && original.folder != in) status = Status::NotFound;

@@ -1,4 +1,4 @@
-// Messages and their attachments. What calls promise stands in engine.h; every change is one transaction.
+// Messages and their attachments. engine.h describes the calls; every change is one transaction.
 #pragma once
 
 #include <memory>
@@ -15,7 +15,7 @@ std::shared_ptr<ContentWriter> createContent(Database& database);
 
 Status saveMessage(Database& database, const MessageDraft& draft, MessageInfo& saved);
 
-// All of the message's rows are compared with its checksum.
+// Compares all of the message's rows with its checksum.
 Status findMessage(Database& database, const Id& message, MessageInfo& found);
 
 Status readMessageProperties(Database& database, const Id& message, std::span<const PropertyTag> tags,

@@ -12,7 +12,7 @@ std::int64_t pragma(Connection& connection, const char* sql) {
   return query->integer(0);
 }
 
-// Inside a transaction, so that the answers are of one moment. Returns the version.
+// Returns the version; inside a transaction, so that all reads see one snapshot.
 std::int64_t ownVersion(Connection& connection) {
   const auto version = pragma(connection, "PRAGMA user_version");
   const auto application = pragma(connection, "PRAGMA application_id");
@@ -49,7 +49,7 @@ void migrate(Connection& connection, std::span<const Migration> migrations) {
   }
   for (const Migration& migration : migrations) {
     Transaction transaction(connection, Transaction::Write);
-    // Read again inside the transaction: another process may have been here meanwhile.
+    // Read again inside the transaction: another process may have migrated meanwhile.
     if (acceptedVersion(connection, latest) < migration.version) {
       connection.execute(migration.sql);
       connection.execute("PRAGMA application_id = " + std::to_string(applicationId));

@@ -1,4 +1,4 @@
-// Brings a database from the version in its header (PRAGMA user_version) to the present one.
+// Upgrades a database from the version in its header (PRAGMA user_version) to the current one.
 #pragma once
 
 #include <span>
@@ -7,7 +7,7 @@ namespace fendrel::store {
 
 class Connection;
 
-// The statements that lead from version - 1 to version.
+// The statements that upgrade from version - 1 to version.
 struct Migration {
   int version;
   const char* sql;
@@ -16,15 +16,15 @@ struct Migration {
 // The numbered files of store/schema, in order.
 std::span<const Migration> schemaMigrations() noexcept;
 
-// "Fndl": marks the file as ours (PRAGMA application_id).
+// "Fndl": identifies our files (PRAGMA application_id).
 constexpr int applicationId = 0x466E646C;
 
-// Throws Corrupt for a database of another program; an empty one is fine. Changes nothing.
+// Throws Corrupt for a database of another program; accepts an empty one. Changes nothing.
 void refuseForeignDatabase(Connection& connection);
 
-// Runs what is missing, each migration in one transaction that also raises the version; several processes may do so
-// at once. Throws EngineError: NewerVersion for a file of a later version, Corrupt for a database of another
-// program, else what SQLite says.
+// Runs missing migrations, each in one transaction that also sets the version; several processes may do so at once.
+// Throws EngineError: NewerVersion for a file of a later version, Corrupt for a database of another program, else
+// SQLite's error.
 void migrate(Connection& connection, std::span<const Migration> migrations);
 
 }  // namespace fendrel::store

@@ -19,7 +19,7 @@ PropertyName nameAt(const Statement& row, int column) {
   return name;
 }
 
-// Binds a name's set, kind and name from a parameter on.
+// Binds a name's set, kind and name, beginning with `parameter`.
 void bindName(Statement& statement, int parameter, const PropertyName& name) {
   statement.bind(parameter, name.set);
   const auto* number = std::get_if<std::int32_t>(&name.name);
@@ -37,7 +37,7 @@ std::uint16_t findId(Connection& connection, const PropertyName& name) {
   return query.step() ? static_cast<std::uint16_t>(query->integer(0)) : std::uint16_t{0};
 }
 
-// 0 when none is left.
+// 0 if none is left.
 std::uint16_t giveId(Connection& connection, const PropertyName& name) {
   std::int64_t id = firstNamedProperty;
   {
@@ -67,7 +67,7 @@ Status identifiersOf(Database& database, std::span<const PropertyName> names, If
                      std::vector<std::uint16_t>& ids) {
   return guarded(database, [&](Connection& connection) {
     {
-      // Mostly they are there, and nobody need wait for writers.
+      // Usually all names exist, and no write lock is needed.
       Transaction transaction(connection, Transaction::Read);
       if (findAll(connection, names, ids) || ifUnknown == IfUnknown::Leave) return;
     }

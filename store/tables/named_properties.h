@@ -1,4 +1,4 @@
-// Names of properties, one list for all stores of a database. What calls promise stands in origin.h.
+// Property names, one list for all stores of a database. origin.h describes the calls.
 #pragma once
 
 #include <optional>

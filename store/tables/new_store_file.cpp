@@ -1,6 +1,6 @@
-// A store is built under a name of its own, closed, and gets its name when it is whole: a power cut leaves no half of
-// one. A log that was left at the place of an earlier store would be read into the new one, so it is emptied first,
-// by the one program that holds it for itself alone: while it does, nobody else names a store there or uses one.
+// A store is built under a temporary name, closed, and renamed when it is complete, so that a power cut leaves no
+// partial store. SQLite would apply the log of an earlier store to the new one, so that log is emptied first, through
+// an exclusive handle: while it is open, no other program can create or use a store there.
 #include "new_store_file.h"
 
 #include <algorithm>
@@ -19,17 +19,17 @@ constexpr std::size_t idLength = 32;
 
 std::wstring parentFolder(const std::wstring& path) { return path.substr(0, path.find_last_of(L"\\/")); }
 
-// Creates the folders above a file, outermost first.
+// Creates the parent folders of a file, outermost first.
 void createFolders(Disk& disk, const std::wstring& folder) {
   if (folder.empty() || disk.exists(folder + L"\\")) return;
   const auto separator = folder.find_last_of(L"\\/");
   if (separator != std::wstring::npos && separator > 2) createFolders(disk, folder.substr(0, separator));
   disk.createFolder(folder, false);
-  // A store that survives a power cut must be found again.
+  // A store that survives a power cut must be reachable.
   if (separator != std::wstring::npos) disk.flushFolder(folder.substr(0, separator));
 }
 
-// "store.db-0123456789abcdef0123456789abcdef.creating", and the files that SQLite has beside it.
+// "store.db-0123456789abcdef0123456789abcdef.creating", and SQLite's files beside it.
 bool isUnfinished(std::wstring_view file, std::wstring_view store) {
   for (const std::wstring_view ending : {L"-wal", L"-shm", L"-journal"}) {
     if (file.ends_with(ending)) file.remove_suffix(ending.size());
@@ -40,7 +40,7 @@ bool isUnfinished(std::wstring_view file, std::wstring_view store) {
                              [](wchar_t c) { return (c >= L'0' && c <= L'9') || (c >= L'a' && c <= L'f'); });
 }
 
-// Those of programs that died.
+// Those of killed programs.
 void removeUnfinished(const std::wstring& path, Disk& disk) noexcept {
   try {
     const std::wstring folder = parentFolder(path), store = path.substr(folder.size() + 1);
@@ -48,7 +48,7 @@ void removeUnfinished(const std::wstring& path, Disk& disk) noexcept {
       if (!isUnfinished(entry.name, store) || !isOlderThanGrace(entry.modified)) continue;
       tryRemove(disk, folder + L"\\" + entry.name);
     }
-  } catch (...) {  // they do no harm
+  } catch (...) {  // harmless
   }
 }
 
@@ -65,7 +65,7 @@ void build(const std::wstring& path, Disk& disk) {
               connection.handle(), "Making a new store");
 }
 
-// Nothing happens where a store has that name by now.
+// Does nothing if a store has that name meanwhile.
 void giveName(const std::wstring& unnamed, const std::wstring& path, Disk& disk) {
   std::unique_ptr<DiskFile> log;
   try {

@@ -28,7 +28,7 @@ void createLogFiles(const std::wstring& path, Disk& disk) {
   disk.flushFolder(path.substr(0, path.find_last_of(L"\\/")));
 }
 
-// A checkpoint stops at the oldest reader's mark, and does nothing while one reads the database alone.
+// A checkpoint stops at the oldest reader's mark, and does nothing while a reader uses only the database file.
 bool isLogDone(sqlite3* database) {
   int inLog = 0, done = 0;
   return sqlite3_wal_checkpoint_v2(database, "main", SQLITE_CHECKPOINT_PASSIVE, &inLog, &done) == SQLITE_OK &&

@@ -1,4 +1,4 @@
-// The one way to open a database file.
+// Opens every database file.
 #pragma once
 
 #include <sqlite3.h>
@@ -15,17 +15,17 @@ struct CloseDatabase {
 };
 using DatabaseHandle = std::unique_ptr<sqlite3, CloseDatabase>;
 
-// `name`: a full path, or with SQLITE_OPEN_URI in `flags` a URI. The write-ahead log stays when its last user closes it:
-// its name was put on the disk once and for all. Throws EngineError.
+// `name`: a full path, or with SQLITE_OPEN_URI in `flags` a URI. The write-ahead log is not deleted when its last user
+// closes it, so that its name need not be flushed again. Throws EngineError.
 DatabaseHandle openDatabase(const std::wstring& name, Disk& disk, int flags);
 
 // Like sqlite3_exec, which it calls. Throws EngineError.
 void execute(sqlite3* database, const std::string& sql);
 
-// SQLite would make the log and its index readable by others. Their names are on the disk when it returns.
+// Creates the log and its index, which SQLite would make readable by others. Returns when their names are on the disk.
 void createLogFiles(const std::wstring& path, Disk& disk);
 
-// True if everything in the log is in the database and no reader is left that sees an older state.
+// True if the whole log is checkpointed and no reader sees an older state.
 bool isLogDone(sqlite3* database);
 
 }  // namespace fendrel::store

@@ -64,7 +64,7 @@ std::string quoted(const std::u16string& name) { return std::string("'").append(
   fail(Status::NotFound, "There is no profile " + quoted(name) + ".");
 }
 
-// The profile's row and its mailbox's. Throws NotFound.
+// The row numbers of the profile and its mailbox. Throws NotFound.
 std::pair<std::int64_t, std::int64_t> profileRow(Connection& connection, const std::u16string& name) {
   const std::string utf8 = toUtf8(name);
   Query query(connection.statement("SELECT id, mailbox FROM profile WHERE name = ?"), std::string_view(utf8));
@@ -85,7 +85,7 @@ void makeDefault(Connection& connection, std::int64_t row) {
 
 std::u16string mailboxName(const std::u16string& userName) { return std::u16string(u"Mailbox - ").append(userName); }
 
-// The latest mailbox of that name which no profile has.
+// The latest mailbox of that name without a profile.
 std::optional<std::int64_t> mailboxLeftBehind(Connection& connection, std::string_view displayName) {
   Query query(connection.statement("SELECT id FROM store WHERE kind = 1 AND display_name = ? AND NOT EXISTS "
                                    "(SELECT 1 FROM profile WHERE mailbox = store.id) ORDER BY id DESC LIMIT 1"),
@@ -93,7 +93,7 @@ std::optional<std::int64_t> mailboxLeftBehind(Connection& connection, std::strin
   return query.step() ? std::optional(query->integer(0)) : std::nullopt;
 }
 
-// Nothing is in it but what every mailbox has.
+// True if it contains only what every mailbox has.
 bool isUnused(Connection& connection, std::int64_t mailbox) {
   Query query(connection.statement("SELECT EXISTS (SELECT 1 FROM folder WHERE store = ?1 AND role IS NULL) OR "
                                    "EXISTS (SELECT 1 FROM message WHERE folder IN "

@@ -1,4 +1,4 @@
-// The profiles of a database, each with its mailbox. What calls promise stands in profile_book.h.
+// The profiles of a database, each with its mailbox. profile_book.h describes the calls.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// How a property's value lies in a table's column. For the engine's own files only.
+// The encoding of a property's value in a table's column. For the engine only.
 //
 //   type (low half of the tag)                 column
 //   int16, int32, int64, currency, boolean     INTEGER
@@ -7,7 +7,7 @@
 //   text                                       TEXT, UTF-8 (an unpaired surrogate as three bytes)
 //   guid                                       BLOB of 16 bytes in memory order
 //   binary                                     BLOB
-//   manyInt16, manyInt32, manyInt64,           BLOB: the values one after another, each of 2, 4, 8 or (guid) 16 bytes
+//   manyInt16, manyInt32, manyInt64,           BLOB: the concatenated values, each of 2, 4, 8 or (guid) 16 bytes
 //   manyFloat32, manyFloat64, manyCurrency,
 //   manyAppTime, manyTime, manyGuid
 //   manyText, manyBinary                       BLOB: for each value its length in bytes (4 bytes), then its bytes
@@ -19,16 +19,16 @@
 
 namespace fendrel::store {
 
-// Throws Invalid if the value is not what its tag's type asks for, or if the type cannot be stored.
+// Throws Invalid if the value does not have its tag's type, or if the type cannot be stored.
 void checkFits(const Property& property);
 
-// Binds the value; what had to be encoded is kept in `scratch` until the statement has run.
+// Binds the value; `scratch` holds encoded bytes until the statement has run.
 void bindValue(Statement& statement, int parameter, const PropertyValue& value, Bytes& scratch);
 
-// Throws Corrupt if the column is not what the type asks for.
+// Throws Corrupt if the column does not match the type.
 PropertyValue readValue(const Statement& statement, int column, std::uint16_t type);
 
-// Content bytes (text as UTF-16LE) as a value and back. Throws Corrupt for text of odd size.
+// Converts content bytes (text as UTF-16LE) to a value and back. Throws Corrupt for text of odd size.
 PropertyValue valueOfContent(std::uint16_t type, Bytes bytes);
 std::span<const std::byte> contentOfValue(const PropertyValue& value);  // text or binary only
 

@@ -84,7 +84,7 @@ std::vector<Property> readParts(Connection& connection, std::int64_t message, st
   return properties;
 }
 
-// Not left to INSERT OR REPLACE: the old value's content goes by the trigger, which REPLACE does not fire.
+// Not by INSERT OR REPLACE: a trigger deletes the old value's content, and REPLACE does not fire it.
 void removeProperty(Connection& connection, std::int64_t message, std::int64_t part, std::uint16_t id) {
   Query(connection.statement("DELETE FROM message_property WHERE message = ? AND part = ? AND id = ?"), message, part,
         id)

@@ -27,7 +27,7 @@ std::uint64_t sizeOf(Disk& disk, const std::wstring& path) {
   }
 }
 
-// Empty for a name that we did not give.
+// Empty for an invalid name.
 std::wstring fileOf(const std::string& name) {
   try {
     return contentFileName(name);
@@ -36,7 +36,7 @@ std::wstring fileOf(const std::string& name) {
   }
 }
 
-// Nobody may still see a row that names one of them.
+// Requires that no reader sees a row that names one of them.
 Reclaimed removeDroppedFiles(Connection& connection, const std::vector<std::string>& names) {
   Reclaimed reclaimed;
   std::vector<std::string> gone;
@@ -50,7 +50,7 @@ Reclaimed removeDroppedFiles(Connection& connection, const std::vector<std::stri
     reclaimed.bytes += size;
   }
   if (gone.empty()) return reclaimed;
-  folder.flushNames();  // a file that came back after a power cut would be noted nowhere
+  folder.flushNames();  // a file that reappears after a power cut would have no record
   Transaction transaction(connection, Transaction::Write);
   for (const std::string& name : gone) {
     Query(connection.statement("DELETE FROM dropped_file WHERE name = ?"), std::string_view(name)).run();
@@ -59,7 +59,7 @@ Reclaimed removeDroppedFiles(Connection& connection, const std::vector<std::stri
   return reclaimed;
 }
 
-// Rows come and go only inside a write transaction.
+// In a write transaction, so that no row is inserted or deleted meanwhile.
 Reclaimed removeUnnamedFiles(Connection& connection) {
   Reclaimed reclaimed;
   ContentFolder& folder = connection.contents();
@@ -79,7 +79,7 @@ Reclaimed removeUnnamedFiles(Connection& connection) {
   return reclaimed;
 }
 
-// Opening a store waits for nobody because of files that are left over.
+// Opening a store must not wait because of orphans.
 class NoWaiting {
  public:
   explicit NoWaiting(Connection& connection) : connection_(connection) {
@@ -102,7 +102,7 @@ void reclaimLeftovers(Connection& connection) {
     if (names.empty()) return;
     const NoWaiting noWaiting(connection);
     if (isLogDone(connection.handle())) removeDroppedFiles(connection, names);
-  } catch (const EngineError&) {  // a later opening tries again
+  } catch (const EngineError&) {  // the next open tries again
   }
 }
 

@@ -10,7 +10,7 @@ namespace fendrel::store {
 
 namespace {
 
-// SQLite calls every failure of the system but a full disk an I/O error.
+// SQLite reports every system error but a full disk as an I/O error.
 Status statusOfSystem(int error) {
   const Status status = statusOfWindows(static_cast<unsigned long>(error));
   return status == Status::NoAccess || status == Status::NotEnoughDisk ? status : Status::Failed;

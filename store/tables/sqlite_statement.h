@@ -1,4 +1,4 @@
-// A prepared statement of SQLite, owned; failures are thrown as EngineError.
+// Owns a prepared statement; failures are thrown as EngineError.
 #pragma once
 
 #include <sqlite3.h>
@@ -16,10 +16,10 @@
 
 namespace fendrel::store {
 
-// The Status of SQLite's code. Out of memory throws std::bad_alloc instead.
+// The Status for an SQLite code. Out of memory throws std::bad_alloc instead.
 Status statusOfSqlite(int code);
 
-// Throws the EngineError (or std::bad_alloc) of a code that is not SQLITE_OK, ROW or DONE.
+// Throws EngineError (or std::bad_alloc) unless the code is SQLITE_OK, ROW or DONE.
 void checkSqlite(int code, sqlite3* database, const char* doing);
 
 class Statement {
@@ -44,7 +44,7 @@ class Statement {
   bool step();
   void reset() noexcept;
 
-  // Columns of the present row are numbered from 0; views live until the next step or reset.
+  // Columns of the current row are numbered from 0; views are valid until the next step or reset.
   bool isNull(int column) const;
   std::int64_t integer(int column) const;
   double real(int column) const;
@@ -62,7 +62,7 @@ class Statement {
   std::unique_ptr<sqlite3_stmt, Finalize> statement_;
 };
 
-// One use of a cached statement: binds the arguments in order; it is reset on every way out.
+// One use of a cached statement: binds the arguments in order; the destructor resets it.
 class Query {
  public:
   template <class... Arguments>

@@ -13,7 +13,7 @@ struct CoTaskFree {
   void operator()(wchar_t* text) const noexcept { CoTaskMemFree(text); }
 };
 
-// Empty when the user has no such folder.
+// Empty if the user has no such folder.
 std::wstring storeIn(REFKNOWNFOLDERID place) {
   wchar_t* found = nullptr;
   const HRESULT result = SHGetKnownFolderPath(place, KF_FLAG_CREATE, nullptr, &found);

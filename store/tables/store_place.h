@@ -1,16 +1,16 @@
-// Where the store in use is.
+// The path of the store in use.
 #pragma once
 
 #include <string>
 
 namespace fendrel::store {
 
-// The variable FENDREL_STORE (a full path), else Fendrel\store.db in the user's local application data; where there is none
-// yet, the one in the roaming application data that earlier programs made. The folder Fendrel is made when missing. Empty
-// when the user has no such folder.
+// The variable FENDREL_STORE (a full path), else Fendrel\store.db in the user's local application data; if that does
+// not exist, the one of earlier programs in the roaming application data. Creates the folder Fendrel if missing. Empty
+// if the user has no such folder.
 std::wstring storeInUse();
 
-// Empty where it is not set.
+// Empty if it is not set.
 std::wstring environmentVariable(const wchar_t* name);
 
 }  // namespace fendrel::store

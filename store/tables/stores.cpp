@@ -8,7 +8,7 @@ namespace fendrel::store {
 
 namespace {
 
-// Each standard folder: its role in the table, where its identifier goes, its name, its parent's role.
+// A standard folder: its role in the table, the member for its identifier, its name, its parent's role.
 struct StandardFolder {
   const char* role;
   Id StoreInfo::*id;

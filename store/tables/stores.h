@@ -1,4 +1,4 @@
-// The message stores of a database: one mailbox a profile, one public store. What calls promise stands in engine.h.
+// The message stores of a database: one mailbox per profile, one public store. engine.h describes the calls.
 #pragma once
 
 #include <span>
@@ -12,7 +12,7 @@ namespace fendrel::store {
 // By identifier.
 Status findStore(Database& database, const Id& store, StoreInfo& found);
 
-// The one public store; it is created when the database is.
+// The public store, which is created with the database.
 Status findPublicStore(Database& database, StoreInfo& found);
 
 Status readStoreProperties(Database& database, const Id& store, std::span<const PropertyTag> tags,

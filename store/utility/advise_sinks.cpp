@@ -1,5 +1,5 @@
-// Advise sinks for programs that have a callback, or that want to be called on one thread alone. Our own objects notify
-// nobody; other providers' do.
+// Advise sinks for programs with a callback, or that must be called on one thread. Our own objects never notify; other
+// providers' objects do.
 #include "com_object.h"
 
 namespace {
@@ -33,8 +33,8 @@ LRESULT CALLBACK sinkWindow(HWND window, UINT message, WPARAM wParam, LPARAM lPa
   return static_cast<LRESULT>(notice.sink->OnNotify(notice.count, notice.notifications));
 }
 
-// Calls another sink on the thread that made this one: on others' the notice is sent to a window of that thread, which
-// takes it when it looks for messages or calls HrDispatchNotifications; until then the caller waits.
+// Calls another sink on the thread that made this one. Other threads send the notification to a window of that thread,
+// which processes it when it reads messages or calls HrDispatchNotifications; the caller waits until then.
 class ThreadSink final : public ComObject<IMAPIAdviseSink> {
  public:
   explicit ThreadSink(IMAPIAdviseSink* sink) : sink_(sink) {}
@@ -52,7 +52,7 @@ class ThreadSink final : public ComObject<IMAPIAdviseSink> {
   }
 
  private:
-  // A window can be destroyed by its own thread alone.
+  // Only its own thread can destroy a window.
   ~ThreadSink() override {
     if (window_) PostMessageW(window_, WM_CLOSE, 0, 0);
   }
@@ -84,7 +84,7 @@ HRESULT WINAPI HrThisThreadAdviseSink(LPMAPIADVISESINK sink, LPMAPIADVISESINK* o
   });
 }
 
-// What was sent to this thread's windows is delivered while it looks whether there is a message.
+// PeekMessage delivers messages sent to this thread's windows.
 HRESULT WINAPI HrDispatchNotifications(ULONG) {
   MSG message;
   PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);

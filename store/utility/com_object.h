@@ -1,4 +1,4 @@
-// What every COM object of this subsystem is built on.
+// The base of every COM object of this subsystem.
 #pragma once
 
 #include <wrl/client.h>
@@ -14,7 +14,7 @@ namespace fendrel::utility {
 
 using Microsoft::WRL::ComPtr;
 
-// Runs one call of a client; no exception leaves it.
+// Runs a client's call; no exception leaves it.
 template <class Call>
 HRESULT guarded(Call&& call) noexcept {
   try {
@@ -35,7 +35,7 @@ HRESULT guarded(std::recursive_mutex& mutex, Call&& call) noexcept {
   });
 }
 
-// Which identifiers an interface answers to: its own and those of its bases.
+// The identifiers of an interface: its own and those of its bases.
 template <class Interface>
 inline bool answersTo(REFIID iid);
 template <>
@@ -51,7 +51,7 @@ inline bool answersTo<IStream>(REFIID iid) {
   return iid == IID_IStream || iid == IID_ISequentialStream || answersTo<IUnknown>(iid);
 }
 
-// Whether a client that asks for `iid` (null: the standard interface) can be given an Interface.
+// Whether an Interface can be returned for a request of `iid` (null: the standard interface).
 template <class Interface>
 bool accepts(LPCIID iid) {
   return !iid || answersTo<Interface>(*iid);
@@ -89,12 +89,12 @@ class ComObject : public Interface {
 template <class Object, class... Arguments>
 ComPtr<Object> makeObject(Arguments&&... arguments) {
   ComPtr<Object> object;
-  // Not Attach: the cross-compiler's ComPtr counts another reference there.
+  // Not Attach: the cross-compiler's adds a reference.
   *object.GetAddressOf() = new Object(std::forward<Arguments>(arguments)...);
   return object;
 }
 
-// Hands a reference to the client through a parameter of any interface type.
+// Returns a reference to the client through a parameter of any interface type.
 template <class Interface, class Out>
 HRESULT handOut(ComPtr<Interface>& object, Out** out) {
   *out = reinterpret_cast<Out*>(static_cast<IUnknown*>(object.Detach()));

@@ -27,7 +27,7 @@ void putNumber(RtfBytes& bytes, std::uint32_t number) {
   for (int i = 0; i < 4; ++i) bytes.push_back(static_cast<std::byte>(number >> 8 * i));
 }
 
-// The usual 32-bit CRC, begun with 0 and not inverted.
+// The usual 32-bit CRC, starting with 0 and not inverted.
 std::uint32_t checksum(std::span<const std::byte> bytes) {
   static const auto table = [] {
     std::array<std::uint32_t, 256> made{};
@@ -49,7 +49,7 @@ class Ring {
   }
 
   std::size_t next() const noexcept { return next_; }
-  // How many of its bytes have been written.
+  // The number of bytes written to it.
   std::size_t filled() const noexcept { return filled_; }
   std::byte operator[](std::size_t place) const noexcept { return bytes_[place % ringSize]; }
   void put(std::byte byte) noexcept {
@@ -74,7 +74,7 @@ RtfBytes withHead(std::uint32_t mark, std::uint32_t sum, std::size_t textSize, s
   return stored;
 }
 
-// The end may be missing: then the text's own length is the proof.
+// The end marker may be missing: then the text must have its stated length.
 std::optional<RtfBytes> expand(std::span<const std::byte> body, std::size_t textSize) {
   Ring ring;
   RtfBytes text;
@@ -104,7 +104,7 @@ struct Match {
   std::size_t place = 0, length = 0;
 };
 
-// The longest run in the ring that the text goes on with. A match may reach into the bytes that it writes itself.
+// Finds the longest run in the ring that matches the text. A match may overlap the bytes that it writes.
 class Matcher {
  public:
   explicit Matcher(const Ring& ring) : ring_(ring) {
@@ -113,7 +113,7 @@ class Matcher {
     for (std::size_t place = 0; place + 1 < ring.filled(); ++place) note(place);
   }
 
-  // To be called when the byte after `place` has been written.
+  // Call after the byte following `place` was written.
   void note(std::size_t place) {
     const std::size_t key = keyOf(ring_[place], ring_[place + 1]);
     before_[place] = heads_[key];
@@ -128,7 +128,7 @@ class Matcher {
     for (std::uint16_t place = heads_[keyOf(text[0], text[1])]; place != nowhere && tries-- > 0;
          place = before_[place]) {
       const std::size_t length = lengthAt(place, text.first(most));
-      if (length >= best.length) best = {place, length};  // of equal ones the oldest, as others write it
+      if (length >= best.length) best = {place, length};  // of equal matches the oldest, like other writers
     }
     return best;
   }
@@ -141,7 +141,7 @@ class Matcher {
     return std::to_integer<std::size_t>(first) << 8 | std::to_integer<std::size_t>(second);
   }
 
-  // Where the ring is written next, nothing begins: that would be the end. What is written there meanwhile is the text.
+  // No match may start at the write position: that means the end. Bytes past the write position come from the text.
   std::size_t lengthAt(std::size_t place, std::span<const std::byte> text) const {
     if (place == ring_.next()) return 0;
     const std::size_t untilNext = (ring_.next() + ringSize - place) % ringSize;

@@ -3,13 +3,12 @@
 //   offset  size
 //        0     4  bytes that follow this number
 //        4     4  bytes of the text
-//        8     4  "LZFu": compressed, "MELA": as it is
-//       12     4  checksum of what follows; of a text as it is, 0
+//        8     4  "LZFu": compressed, "MELA": uncompressed
+//       12     4  checksum of what follows; 0 if uncompressed
 //       16        the text
-//
-// Compressed, it is runs of a control byte and eight things, lowest bit first: for a bit 0 a byte of text, for a bit 1
-// two bytes: 12 bits of a place in a ring of the last 4096 bytes and 4 bits of a length, less 2. The ring begins with
-// words that are usual in such texts. A reference to the place where the next byte goes is the end.
+// Compressed text consists of runs of a control byte and eight tokens, lowest bit first: for a bit 0 a byte of text,
+// for a bit 1 two bytes: a 12-bit position in a ring of the last 4096 bytes and a 4-bit length minus 2. The ring
+// initially contains common words of such texts. A reference to the write position is the end.
 #pragma once
 
 #include <cstddef>
@@ -22,12 +21,12 @@ namespace fendrel::utility {
 
 using RtfBytes = std::vector<std::byte>;
 
-// Nothing for what is not of that form or does not match its checksum.
+// Nothing if the bytes do not have this form or do not match their checksum.
 std::optional<RtfBytes> uncompressRtf(std::span<const std::byte> stored);
 
 RtfBytes compressRtf(std::span<const std::byte> text);
 
-// The same form, with the text as it is.
+// The same form, uncompressed.
 RtfBytes wrapRtf(std::span<const std::byte> text);
 
 }  // namespace fendrel::utility

@@ -54,7 +54,7 @@ class FileStream final : public ComObject<IStream> {
     return S_OK;
   }
 
-  // The position stays.
+  // The position does not change.
   STDMETHODIMP SetSize(ULARGE_INTEGER size) override {
     FILE_END_OF_FILE_INFO end{};
     end.EndOfFile.QuadPart = static_cast<LONGLONG>(size.QuadPart);
@@ -84,7 +84,7 @@ class FileStream final : public ComObject<IStream> {
   STDMETHODIMP Commit(DWORD) override {
     return (mode_ & (STGM_WRITE | STGM_READWRITE)) == 0 || FlushFileBuffers(file_) ? S_OK : lastResult();
   }
-  // In direct mode there is nothing to take back.
+  // In direct mode there is nothing to revert.
   STDMETHODIMP Revert() override { return S_OK; }
   STDMETHODIMP LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return STG_E_INVALIDFUNCTION; }
   STDMETHODIMP UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override { return STG_E_INVALIDFUNCTION; }
@@ -109,7 +109,7 @@ class FileStream final : public ComObject<IStream> {
   DWORD mode_;
 };
 
-// A file of its own in the folder that `place` names, or in the one for such files.
+// A new file in the folder `place`, or in the temporary folder.
 HRESULT uniqueFile(const wchar_t* place, const wchar_t* prefix, std::wstring& path) {
   wchar_t folder[MAX_PATH + 1] = {}, made[MAX_PATH + 1] = {};
   if (place && *place)
@@ -157,7 +157,7 @@ std::wstring wide(const char* text) {
 
 extern "C" {
 
-// The memory functions are for providers that keep the stream's state in MAPI's memory; ours is an object.
+// The memory functions are not used: the stream is a C++ object.
 HRESULT WINAPI fendrelOpenStreamOnFileW(LPALLOCATEBUFFER, LPFREEBUFFER, ULONG flags, LPCWSTR name, LPCWSTR prefix,
                                         LPSTREAM* stream) {
   if (!stream) return MAPI_E_INVALID_PARAMETER;

@@ -1,4 +1,4 @@
-// The interface identifiers that this subsystem answers to, defined once.
+// Defines the interface identifiers of this subsystem.
 #define INITGUID
 #define USES_IID_IMAPIAdviseSink
 #define USES_IID_IMAPISession

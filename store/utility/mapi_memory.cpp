@@ -10,19 +10,19 @@
 namespace fendrel::utility {
 namespace {
 
-// Stands before each block. The caller's bytes follow.
+// Precedes each block's bytes.
 struct alignas(16) BlockHead {
-  BlockHead* next;  // the block that was chained last, before this one's successors
+  BlockHead* next;  // the next block of the chain, the latest first
 };
 
-// The living top blocks, so that a block freed twice, or one of somebody else's, is recognised without touching it.
+// The live top blocks, so that freeing a block twice or a foreign block is detected without accessing it.
 struct LivingBlocks {
   std::mutex mutex;
   std::unordered_set<void*> tops;
 };
 
 LivingBlocks& living() {
-  // Never destroyed: a client may free a block while the process ends.
+  // Never destroyed: clients may free blocks while the process ends.
   static LivingBlocks& blocks = *new LivingBlocks;
   return blocks;
 }
@@ -31,7 +31,7 @@ BlockHead* headOf(void* block) { return static_cast<BlockHead*>(block) - 1; }
 
 BlockHead* newBlock(std::size_t size) {
   if (size > std::numeric_limits<ULONG>::max() - sizeof(BlockHead)) throw std::bad_alloc();
-  // Whole units of 8 bytes: some heaps align a block by its size only.
+  // A multiple of 8 bytes: some heaps align a block by its size.
   auto* head = static_cast<BlockHead*>(std::calloc((sizeof(BlockHead) + size + 7) / 8, 8));
   if (!head) throw std::bad_alloc();
   return head;

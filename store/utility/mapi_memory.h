@@ -1,4 +1,4 @@
-// MAPI's memory: blocks that hang in chains and die with the chain's top block.
+// MAPI's memory: chains of blocks that are freed with their top block.
 #pragma once
 
 #include <cstddef>
@@ -11,10 +11,10 @@ namespace fendrel::utility {
 // A new top block of `size` bytes, zeroed, aligned for any value. Throws std::bad_alloc.
 void* allocateTop(std::size_t size);
 
-// A block that dies with `top`. MAPI_E_INVALID_PARAMETER when `top` is not a living top block. Throws std::bad_alloc.
+// A block that is freed with `top`. MAPI_E_INVALID_PARAMETER if `top` is not a live top block. Throws std::bad_alloc.
 HRESULT allocateBelow(void* top, std::size_t size, void*& block);
 
-// Frees a chain; null is fine. False when `top` is not a living top block: nothing is touched then.
+// Frees a chain; null is allowed. False, without any access, if `top` is not a live top block.
 bool freeChain(void* top) noexcept;
 
 struct MapiFree {
@@ -28,7 +28,7 @@ MapiBuffer<T> allocateMapi(std::size_t size) {
   return MapiBuffer<T>(static_cast<T*>(allocateTop(size)));
 }
 
-// Frees each row's properties, then what is left of the set itself.
+// Frees each row's properties, then the set.
 void freeRows(SRowSet* rows) noexcept;
 
 struct MapiFreeRows {

@@ -25,7 +25,7 @@ HRESULT readOne(IMAPIProp& object, ULONG tag, MapiBuffer<SPropValue>& value) {
 
 HRESULT readAllRows(IMAPITable& table, const SPropTagArray* columns, const SRestriction* restriction,
                     const SSortOrderSet* order, LONG mostRows, MapiRows& rows) {
-  // The interface takes them as writable but leaves them alone.
+  // The interface declares them writable but does not write them.
   if (columns) {
     const HRESULT result = table.SetColumns(const_cast<SPropTagArray*>(columns), TBL_BATCH);
     if (FAILED(result)) return result;
@@ -41,7 +41,7 @@ HRESULT readAllRows(IMAPITable& table, const SPropTagArray* columns, const SRest
   if (const HRESULT result = table.SeekRow(BOOKMARK_BEGINNING, 0, nullptr); FAILED(result)) return result;
 
   std::vector<SRow> all;
-  // Rows that were not handed over yet.
+  // Owns rows that are not returned yet.
   struct Owner {
     std::vector<SRow>& rows;
     ~Owner() {
@@ -56,7 +56,7 @@ HRESULT readAllRows(IMAPITable& table, const SPropTagArray* columns, const SRest
     if (!owned || owned->cRows == 0) break;
     all.reserve(all.size() + owned->cRows);
     all.insert(all.end(), owned->aRow, owned->aRow + owned->cRows);
-    owned->cRows = 0;  // the rows are ours now, the set alone is freed
+    owned->cRows = 0;  // the rows have a new owner; frees only the set
     if (mostRows > 0 && all.size() > static_cast<std::size_t>(mostRows)) return MAPI_E_TABLE_TOO_BIG;
   }
   MapiRows set(allocateMapi<SRowSet>(CbNewSRowSet(std::max<std::size_t>(all.size(), 1))).release());

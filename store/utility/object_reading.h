@@ -1,4 +1,4 @@
-// The utility functions that the subsystem exports, for our own use too.
+// Exported utility functions in a form for internal use.
 #pragma once
 
 #include "mapi_memory.h"

@@ -1,4 +1,4 @@
-// Functions on MAPI objects, whoever made them, and on memory.
+// Helper functions for MAPI objects of any provider, and for memory.
 #include <algorithm>
 #include <iterator>
 
@@ -9,14 +9,14 @@ namespace {
 
 using namespace fendrel::utility;
 
-// The tag without its flag for rows of single values, so that both forms are one column.
+// The tag without MV_INSTANCE, so that both forms are one column.
 constexpr ULONG columnOf(ULONG tag) { return tag & ~static_cast<ULONG>(MV_INSTANCE); }
 
 }  // namespace
 
 extern "C" {
 
-// There is nothing to set up: the functions work from the first.
+// Nothing to initialise.
 SCODE WINAPI ScInitMapiUtil(ULONG flags) { return flags == 0 ? S_OK : MAPI_E_UNKNOWN_FLAGS; }
 void WINAPI DeinitMapiUtil() {}
 
@@ -39,7 +39,7 @@ HRESULT WINAPI HrGetOneProp(LPMAPIPROP object, ULONG tag, LPSPropValue* value) {
   });
 }
 
-// A problem with the one property is the call's failure.
+// A problem with the property is the call's result.
 HRESULT WINAPI HrSetOneProp(LPMAPIPROP object, LPSPropValue value) {
   if (!object || !value) return MAPI_E_INVALID_PARAMETER;
   LPSPropProblemArray raw = nullptr;
@@ -80,7 +80,7 @@ HRESULT WINAPI HrQueryAllRows(LPMAPITABLE table, LPSPropTagArray columns, LPSRes
   });
 }
 
-// The wanted columns first, then those of the table's that are not among them.
+// The wanted columns first, then the table's other columns.
 HRESULT WINAPI HrAddColumnsEx(LPMAPITABLE table, LPSPropTagArray wanted, LPALLOCATEBUFFER, LPFREEBUFFER,
                               void (*filter)(LPSPropTagArray)) {
   if (!table || !wanted) return MAPI_E_INVALID_PARAMETER;
@@ -109,7 +109,7 @@ HRESULT WINAPI HrAddColumns(LPMAPITABLE table, LPSPropTagArray wanted, LPALLOCAT
   return HrAddColumnsEx(table, wanted, allocate, free, nullptr);
 }
 
-// Our stores have their standard folders from the first; of another store it tells what is there.
+// Our stores always have their standard folders; for other stores it returns the existing ones.
 HRESULT WINAPI HrValidateIPMSubtree(LPMDB store, ULONG, ULONG* count, LPSPropValue* values, LPMAPIERROR* error) {
   if (error) *error = nullptr;
   if (!store || !count || !values) return MAPI_E_INVALID_PARAMETER;
@@ -124,7 +124,7 @@ HRESULT WINAPI HrValidateIPMSubtree(LPMDB store, ULONG, ULONG* count, LPSPropVal
   const HRESULT result = store->GetProps(reinterpret_cast<LPSPropTagArray>(&tags), 0, &foundCount, &found);
   MapiBuffer<SPropValue> owned(found);
   if (FAILED(result)) return result;
-  // A mask without the subtree is of a store that has none.
+  // The store has no subtree.
   const bool hasSubtree = foundCount == tags.cValues && found[1].ulPropTag == PR_IPM_SUBTREE_ENTRYID;
   if (!hasSubtree) return MAPI_E_NO_SUPPORT;
   *count = foundCount;
@@ -132,8 +132,8 @@ HRESULT WINAPI HrValidateIPMSubtree(LPMDB store, ULONG, ULONG* count, LPSPropVal
   return S_OK;
 }
 
-// 22 bytes at the beginning of a conversation: 1, the time's bytes from the seventh highest down, and a new identifier;
-// each answer adds 5 with the time since.
+// A new conversation has 22 bytes: 1, five bytes of the time, and a new identifier; each reply adds 5 bytes with the
+// time since then.
 SCODE WINAPI ScCreateConversationIndex(ULONG parentSize, LPBYTE parent, ULONG* size, LPBYTE* index) {
   constexpr ULONG headSize = 22, childSize = 5;
   if (!size || !index || (parentSize && !parent)) return MAPI_E_INVALID_PARAMETER;
@@ -151,10 +151,10 @@ SCODE WINAPI ScCreateConversationIndex(ULONG parentSize, LPBYTE parent, ULONG* s
       std::copy(parent, parent + parentSize, to);
       ULONGLONG begun = 0;
       for (int i = 1; i <= 5; ++i) begun = begun << 8 | parent[i];
-      begun <<= 16;  // the bytes that the head leaves out
+      begun <<= 16;  // the bytes that the header omits
       begun |= 0x01ULL << 56;
       ULONGLONG since = ticks > begun ? ticks - begun : 0;
-      // Up to 1.7 years in steps of 26 ms, longer ones in coarser steps, which the highest bit tells.
+      // Up to 1.7 years in steps of 26 ms; longer times in coarser steps, marked by the highest bit.
       const bool isCoarse = (since >> 49) != 0;
       const auto steps =
           static_cast<ULONG>((isCoarse ? since >> 23 : since >> 18) & 0x7FFFFFFF) | (isCoarse ? 0x80000000u : 0u);

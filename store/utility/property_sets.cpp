@@ -12,7 +12,7 @@ namespace {
 
 using namespace fendrel::utility;
 
-// The bytes of one value of a type that has always as many; 0 for all others.
+// The size of a value of a fixed-size type; 0 for all others.
 std::size_t fixedSize(ULONG type) {
   switch (type) {
     case PT_I2:
@@ -31,14 +31,14 @@ std::size_t fixedSize(ULONG type) {
 }
 
 constexpr bool isList(ULONG type) { return (type & MV_FLAG) != 0; }
-// A list's element, without the flag that asks for a row each.
+// A list's element type, without the flag for one row per element.
 constexpr ULONG elementOf(ULONG type) { return type & ~static_cast<ULONG>(MVI_FLAG); }
 
 std::size_t textSize(const char* text) { return text ? std::strlen(text) + 1 : 0; }
 std::size_t textSize(const wchar_t* text) { return text ? (std::wcslen(text) + 1) * sizeof(wchar_t) : 0; }
 
-// Everything that hangs below a value, as pointers to pointers, so that whoever copies or moves it can change them.
-// `visit(pointer, bytes)` is called with an outer array before its elements.
+// Visits all pointers of a value by reference, so that the visitor can change them. Calls `visit(pointer, bytes)` for
+// an outer array before its elements.
 template <class Visit>
 void visitBelow(SPropValue& value, Visit&& visit) {
   const ULONG type = PROP_TYPE(value.ulPropTag);
@@ -54,7 +54,7 @@ void visitBelow(SPropValue& value, Visit&& visit) {
       visit(held.lpguid, sizeof(GUID));
     return;
   }
-  // The arrays of all lists begin with their count.
+  // All list structures begin with their count.
   const std::size_t count = held.MVl.cValues;
   switch (elementOf(type)) {
     case PT_STRING8:
@@ -75,7 +75,7 @@ void visitBelow(SPropValue& value, Visit&& visit) {
 
 constexpr std::size_t inEights(std::size_t size) { return (size + 7) & ~std::size_t{7}; }
 
-// What can be measured and copied: no identifier that stands for nothing, no list without values.
+// Whether a value can be measured and copied: not a null identifier, not a list without values.
 bool isProper(const SPropValue& value) {
   const ULONG id = PROP_ID(value.ulPropTag);
   if (id == PROP_ID_NULL || id == PROP_ID_INVALID) return false;
@@ -93,7 +93,7 @@ SCODE measure(int count, SPropValue* values, std::size_t& size) {
   return size > std::numeric_limits<ULONG>::max() ? MAPI_E_INVALID_PARAMETER : S_OK;
 }
 
-// Copies what hangs below a value to `next` and leads the value's pointers there.
+// Copies a value's data to `next` and changes the value's pointers.
 void copyBelow(SPropValue& value, BYTE*& next) {
   visitBelow(value, [&](auto& pointer, std::size_t bytes) {
     if (!pointer) return;
@@ -150,7 +150,7 @@ int orderSingle(const SPropValue& a, const SPropValue& b) {
   }
 }
 
-// One value of a list as a value of its own.
+// One element of a list as a single value.
 SPropValue elementAt(const SPropValue& list, ULONG index) {
   SPropValue value{};
   const ULONG type = elementOf(PROP_TYPE(list.ulPropTag));
@@ -187,7 +187,7 @@ std::wstring wideText(const SPropValue& value) {
   return text;
 }
 
-// Whether `whole` holds `part` at its beginning, anywhere, or is it.
+// Whether `whole` begins with, contains or equals `part`.
 template <class Text, class Equal>
 bool holds(const Text& whole, const Text& part, ULONG level, Equal equal) {
   if (part.size() > whole.size()) return false;
@@ -235,7 +235,7 @@ LPSPropValue WINAPI LpValFindProp(ULONG tag, ULONG count, LPSPropValue values) {
   return PpropFindProp(values, count, tag);
 }
 
-// Bytes of the value alone; of a text with its end.
+// The size of only the value; of a text with its terminator.
 ULONG WINAPI UlPropSize(LPSPropValue value) {
   if (!value) return 0;
   const ULONG type = PROP_TYPE(value->ulPropTag);
@@ -269,14 +269,14 @@ SCODE WINAPI ScCopyProps(int count, LPSPropValue values, LPVOID target, ULONG* s
   return S_OK;
 }
 
-// Pointers within a block that ScCopyProps made are led from the one base to the other. The values lie where `values`
-// says: at the new base (they were moved there) or still at the old one (they are about to be).
+// Changes pointers within a block from ScCopyProps from the old base to the new one. `values` points to the values'
+// current place: at the new base (already moved) or at the old one (not yet).
 SCODE WINAPI ScRelocProps(int count, LPSPropValue values, LPVOID oldBase, LPVOID newBase, ULONG* size) {
   if (count < 0 || (count > 0 && !values) || !oldBase || !newBase) return MAPI_E_INVALID_PARAMETER;
   const auto from = reinterpret_cast<ULONG_PTR>(oldBase), to = reinterpret_cast<ULONG_PTR>(newBase);
   const bool isMoved = values == newBase;
   std::size_t total = inEights(static_cast<std::size_t>(count) * sizeof(SPropValue));
-  // Each pointer is put right for looking at it, and afterwards written as it shall be.
+  // Each pointer is first made valid for reading, then set to its final value.
   const auto toLook = [&](auto& pointer) {
     using Pointer = std::remove_reference_t<decltype(pointer)>;
     if (pointer && isMoved) pointer = reinterpret_cast<Pointer>(reinterpret_cast<ULONG_PTR>(pointer) - from + to);
@@ -340,7 +340,7 @@ SCODE WINAPI ScDupPropset(int count, LPSPropValue values, LPALLOCATEBUFFER alloc
   return ScCopyProps(count, values, block, nullptr);
 }
 
-// What hangs below the value becomes one block, chained to the caller's.
+// The value's data becomes one block, chained to the caller's.
 SCODE WINAPI PropCopyMore(LPSPropValue target, LPSPropValue source, ALLOCATEMORE* allocateMore, LPVOID chain) {
   if (!target || !source || !allocateMore) return MAPI_E_INVALID_PARAMETER;
   SPropValue copy = *source;
@@ -367,7 +367,7 @@ LONG WINAPI LPropCompareProp(LPSPropValue left, LPSPropValue right) {
   return leftType == rightType ? orderValues(*left, *right) : order(leftType, rightType);
 }
 
-// False for values of two types, and for patterns, which nobody has published.
+// False for values of different types, and for patterns (RELOP_RE), which are not documented.
 WINBOOL WINAPI FPropCompareProp(LPSPropValue left, ULONG relation, LPSPropValue right) {
   if (!left || !right || PROP_TYPE(left->ulPropTag) != PROP_TYPE(right->ulPropTag)) return FALSE;
   const int compared = orderValues(*left, *right);

@@ -1,4 +1,4 @@
-// WrapCompressedRTFStream: the text of a stream that holds it in its compressed form.
+// WrapCompressedRTFStream: the text of a stream with compressed RTF.
 #include <algorithm>
 #include <cstring>
 
@@ -9,7 +9,7 @@ namespace {
 
 using namespace fendrel::utility;
 
-// A published flag of the store's, too: the form without compression.
+// Write the uncompressed form; a published flag of stores.
 constexpr ULONG uncompressed = STORE_UNCOMPRESSED_RTF;
 
 HRESULT readAll(IStream& stream, RtfBytes& bytes) {
@@ -24,7 +24,7 @@ HRESULT readAll(IStream& stream, RtfBytes& bytes) {
   }
 }
 
-// To read: the text. To write: what is written goes to the stream below at Commit, and at the end at the latest.
+// Reads the text. Writes it to the underlying stream at Commit, or at the latest in the destructor.
 class RtfStream final : public ComObject<IStream> {
  public:
   RtfStream(IStream* below, ULONG flags, RtfBytes text)
@@ -125,7 +125,7 @@ class RtfStream final : public ComObject<IStream> {
  private:
   static constexpr LONGLONG longest = 1 << 30;
 
-  // Who lets go of it without Commit has still written.
+  // Released without Commit, the text is still written.
   ~RtfStream() override { Commit(STGC_DEFAULT); }
 
   ComPtr<IStream> below_;
@@ -148,7 +148,7 @@ HRESULT WINAPI WrapCompressedRTFStream(LPSTREAM compressed, ULONG flags, LPSTREA
     if (!(flags & MAPI_MODIFY)) {
       RtfBytes stored;
       if (const HRESULT result = readAll(*compressed, stored); FAILED(result)) return result;
-      // A body that was never written has no head either.
+      // A body that was never written has no header.
       auto expanded = stored.empty() ? std::optional<RtfBytes>(std::in_place) : uncompressRtf(stored);
       if (!expanded) return MAPI_E_CORRUPT_DATA;
       read = std::move(*expanded);

@@ -1,4 +1,5 @@
-// Small functions on text and times. Text without a W in the function's name is 8-bit, whatever TCHAR is to a caller.
+// Small functions on text and times. Text is 8-bit unless the function's name ends in W, whatever the caller's TCHAR
+// is.
 #include <algorithm>
 #include <cstring>
 #include <cwchar>
@@ -20,7 +21,7 @@ int digitOf(char digit) {
 
 const char* narrow(LPCTSTR text) { return reinterpret_cast<const char*>(text); }
 
-// False at anything that is not two digits a byte. `room`: bytes that the target holds.
+// False unless the text has two digits per byte. `room`: size of the target in bytes.
 bool takeHex(const char* text, BYTE* bytes, std::size_t room) {
   for (; *text; text += 2) {
     const int high = digitOf(text[0]), low = high < 0 ? -1 : digitOf(text[1]);
@@ -72,7 +73,7 @@ unsigned int WINAPI UFromSz(LPCTSTR text) {
   return value;
 }
 
-// A character of two bytes is looked at as one, so that its second is not taken for another.
+// Compares double-byte characters as one, so that a trail byte does not match.
 LPTSTR WINAPI SzFindCh(LPCTSTR text, USHORT wanted) {
   for (const char* next = narrow(text); next && *next; next = CharNextA(next)) {
     if (static_cast<unsigned char>(*next) == wanted) return reinterpret_cast<LPTSTR>(const_cast<char*>(next));
@@ -98,7 +99,7 @@ LPTSTR WINAPI SzFindSz(LPCTSTR text, LPCTSTR wanted) {
   }
 }
 
-// Four characters of an encoding stand for three bytes.
+// Four encoded characters represent three bytes.
 ULONG WINAPI CbOfEncoded(LPCSTR encoded) {
   return encoded ? static_cast<ULONG>((std::strlen(encoded) + 3) / 4 * 3) : 0;
 }
@@ -137,7 +138,7 @@ FILETIME WINAPI FtNegFt(FILETIME time) { return timeOf(0 - ticks(time)); }
 FILETIME WINAPI FtMulDw(DWORD factor, FILETIME time) { return timeOf(ticks(time) * factor); }
 FILETIME WINAPI FtMulDwDw(DWORD left, DWORD right) { return timeOf(static_cast<ULONGLONG>(left) * right); }
 
-// The system's own functions, which were not there when MAPI was new.
+// System functions that did not exist when MAPI was defined.
 LCID WINAPI MNLS_GetUserDefaultLCID() { return GetUserDefaultLCID(); }
 UINT WINAPI MNLS_GetACP() { return GetACP(); }
 int WINAPI MNLS_CompareStringA(LCID locale, DWORD flags, LPCSTR left, int leftLength, LPCSTR right, int rightLength) {

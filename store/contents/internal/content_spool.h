@@ -1,8 +1,8 @@
-// Where the bytes of a SpooledContent are before they are saved. For the engine's own files only.
+// The unsaved bytes of a SpooledContent. For the engine only.
 //
 // The bytes are divided into blocks of contentBlockSize. One block is in memory (the current one); the others are in
-// a file of the content folder, which is made when a second block is first touched. A block's checksum is computed when
-// it leaves memory, so that saving reads nothing back. Failures are thrown as EngineError.
+// a file of the content folder, created with the second block. A block's checksum is computed when it leaves memory, so
+// that saving does not read the file. Failures are thrown as EngineError.
 #pragma once
 
 #include <string>
@@ -29,22 +29,22 @@ class ContentSpool {
   std::size_t read(std::uint64_t position, std::span<std::byte> into);
   void resize(std::uint64_t size);
 
-  // A save, without the database's lock: everything is in `data()`, or in a file that is flushed and has its name. The
-  // folder's names are not flushed yet.
+  // The part of a save before the database's lock: afterwards everything is in `data()`, or in a file that is flushed
+  // and has its name. The folder's names are not flushed yet.
   void prepare();
   bool isFile() const noexcept { return file_.file != nullptr; }
   std::span<const std::byte> data() const noexcept { return block_; }  // !isFile()
   const std::vector<std::uint64_t>& checksums() const noexcept { return checksums_; }
   const std::wstring& fileName() const noexcept { return file_.name; }  // isFile()
 
-  // The transaction that names the file is about to be committed: from now on it is not deleted here, since a commit
-  // that was answered with a failure may have reached the disk all the same.
+  // Call before the transaction that names the file commits. The file is then no longer deleted here, since a failed
+  // commit may have reached the disk.
   void handOver() noexcept { isHandedOver_ = true; }
 
-  // It is committed.
+  // Call after the commit.
   void finish() noexcept;
 
-  // It was saved in another place: nothing of it stays here.
+  // Call if it was saved elsewhere: deletes everything here.
   void discard() noexcept;
 
  private:
@@ -58,10 +58,10 @@ class ContentSpool {
 
   ContentFolder& folder_;
   std::uint64_t size_ = 0;
-  Bytes block_;                           // the current block's bytes, as many as lie below size_
+  Bytes block_;                           // the current block's bytes, up to size_
   std::uint64_t current_ = 0;             // its number
-  bool dirty_ = false;                    // it differs from the file
-  std::vector<std::uint64_t> checksums_;  // one a block; right for all that are not current
+  bool dirty_ = false;                    // differs from the file
+  std::vector<std::uint64_t> checksums_;  // one per block; not valid for the current one
   ContentFolder::File file_;
   bool isHandedOver_ = false, isSaved_ = false;
 };

@@ -1,4 +1,4 @@
-// Content on its way into the store. For the engine's own files only.
+// Content that is being written. For the engine only.
 #pragma once
 
 #include <functional>
@@ -9,12 +9,12 @@
 
 namespace fendrel::store {
 
-// Memory: about contentBlockSize, whatever the size. No lock of the database is held.
+// Uses about contentBlockSize of memory for any size. Holds no lock of the database.
 class SpooledContent final : public ContentWriter {
  public:
   using FailureNote = std::function<void(EngineError&&)>;
 
-  // The folder, and what `noteFailure` needs, must outlive this object.
+  // The folder and everything that `noteFailure` uses must outlive this object.
   SpooledContent(ContentFolder& folder, FailureNote noteFailure)
       : spool_(folder), noteFailure_(std::move(noteFailure)) {}
 

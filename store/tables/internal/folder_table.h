@@ -1,4 +1,4 @@
-// The table `folder`. For the engine's own files only; called inside a transaction.
+// The table `folder`. For the engine only; called inside a transaction.
 #pragma once
 
 #include "connection.h"

@@ -1,4 +1,4 @@
-// The table `message`. For the engine's own files only; called inside a transaction.
+// The table `message`. For the engine only; called inside a transaction.
 #pragma once
 
 #include "connection.h"
@@ -22,10 +22,10 @@ MessageInfo messageInfo(Connection& connection, std::int64_t row);
 // Throws NotFound.
 void checkAttachmentExists(Connection& connection, std::int64_t message, std::uint32_t number);
 
-// Throws Corrupt if the message's rows are not those that were saved.
+// Throws Corrupt if the message's rows differ from what was saved.
 void compareChecksum(Connection& connection, std::int64_t message);
 
-// The last step of every change: sizes, the attachment count and the checksum follow from the rows.
+// The last step of every change: computes sizes, attachment count and checksum from the rows.
 void finishMessage(Connection& connection, std::int64_t message);
 
 }  // namespace fendrel::store

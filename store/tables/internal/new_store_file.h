@@ -1,4 +1,4 @@
-// How a store comes into being.
+// Creates a store.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace fendrel::store {
 
-// Makes a whole store at `path`, where none is, with the folders above it. Two programs that do so at once end with
+// Creates a store at `path`, which must not exist, with its parent folders. Two programs that do so at once end with
 // one store. Throws EngineError.
 void createStoreFile(const std::wstring& path, Disk& disk);
 

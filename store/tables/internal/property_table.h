@@ -1,4 +1,4 @@
-// The three property tables. For the engine's own files only; called inside a transaction.
+// The three property tables. For the engine only; called inside a transaction.
 #pragma once
 
 #include <optional>
@@ -14,7 +14,7 @@
 
 namespace fendrel::store {
 
-// Folder and store properties, always whole in their rows.
+// Folder and store properties, always complete in their rows.
 enum class OwnerTable { Folder, Store };
 std::vector<Property> readOwnerProperties(Connection& connection, OwnerTable table, std::int64_t owner,
                                           std::span<const PropertyTag> tags);
@@ -32,17 +32,17 @@ std::vector<Property> readParts(Connection& connection, std::int64_t message, st
 // size, value, content.
 PropertyValue loadValue(Connection& connection, const Statement& statement, int first, std::uint64_t valueLimit);
 
-// A property that is there is removed before it is inserted with another value: so its old content goes too.
+// An existing property is removed before it is inserted with a new value, so that its old content is deleted.
 void removeProperty(Connection& connection, std::int64_t message, std::int64_t part, std::uint16_t id);
 void insertProperty(Connection& connection, std::int64_t message, std::int64_t part, const Property& property);
 void insertProperty(Connection& connection, std::int64_t message, std::int64_t part, PropertyTag tag,
                     ContentSpool& content);
 
-// Values given as such stay in their row up to this many bytes; longer ones become content.
+// Values up to this many bytes are stored in their row; longer ones become content.
 constexpr std::uint64_t inlineLimit = 32 * 1024;
 bool isInline(const Property& property);
 
-// True if the stored tag answers the one asked for.
+// True if the stored tag matches the requested one.
 constexpr bool answers(PropertyTag stored, PropertyTag asked) {
   return propertyId(stored) == propertyId(asked) &&
          (propertyType(asked) == PropertyType::unspecified || propertyType(stored) == propertyType(asked));
@@ -51,7 +51,7 @@ constexpr bool answers(PropertyTag stored, PropertyTag asked) {
 // "[12,34]": the identifiers of tags for json_each.
 std::string idList(std::span<const PropertyTag> tags);
 
-// Puts the property where the asked columns want it.
+// Puts the property into its requested column.
 void placeInColumns(std::span<const PropertyTag> columns, std::vector<Property>& values, const Property& property);
 
 }  // namespace fendrel::store

@@ -1,4 +1,4 @@
-// The stores of a database and the folders that every store has. For the engine's own files only.
+// The stores of a database and the standard folders of every store. For the engine only.
 #pragma once
 
 #include "connection.h"
@@ -6,13 +6,13 @@
 
 namespace fendrel::store {
 
-// Inside a write transaction: a new store with its standard folders; returns its row.
+// Inserts a store with its standard folders, inside a write transaction; returns its row number.
 std::int64_t insertStore(Connection& connection, StoreKind kind, const std::u16string& displayName, Id& id);
 
 // Creates the public store if the database has none yet.
 void ensurePublicStore(Connection& connection);
 
-// The identifier of that row.
+// The identifier of the store with that row number.
 Guid storeGuid(Connection& connection, std::int64_t row);
 
 // Throws NotFound.

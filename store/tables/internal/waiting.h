@@ -1,4 +1,4 @@
-// Waiting for other programs where SQLite's own waiting does not.
+// Waits for other programs in cases where SQLite's busy handler is not called.
 #pragma once
 
 #include <windows.h>
@@ -10,7 +10,7 @@
 
 namespace fendrel::store {
 
-// Does the work again, for busyTimeout at most, as long as it fails because others are busy.
+// Repeats the work while it fails with Busy, at most for busyTimeout.
 template <class Work>
 void waitWhileBusy(Work&& work) {
   const ULONGLONG start = GetTickCount64();
