@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <server_examination.h>
+#include <status_codes.h>
 
 #include "console.h"
 #include "file_facts.h"
@@ -23,21 +24,13 @@ constexpr std::uint64_t leastRoom = 4096;
 
 std::string shown(const std::wstring& path) { return "'" + printable(displayPath(path)) + "'"; }
 
-Failure failureOf(const store::ServerProblem& problem) {
-  using store::ServerTrouble;
-  const auto failure = [&](HRESULT code, ExitCode exit) {
-    return Failure(exit, fmt::format("{} ({})", problem.what(), errorName(code)), code);
-  };
-  switch (problem.trouble()) {
-    case ServerTrouble::unreachable: return failure(MAPI_E_NETWORK_ERROR, ExitCode::mapiUnusable);
-    case ServerTrouble::timedOut: return failure(MAPI_E_TIMEOUT, ExitCode::mapiUnusable);
-    case ServerTrouble::logonFailed: return failure(MAPI_E_LOGON_FAILED, ExitCode::mapiUnusable);
-    case ServerTrouble::notFound: return failure(MAPI_E_NOT_FOUND, ExitCode::mapiUnusable);
-    case ServerTrouble::noAccess: return failure(MAPI_E_NO_ACCESS, ExitCode::folderRefused);
-    case ServerTrouble::cancelled: return failure(MAPI_E_USER_CANCEL, ExitCode::cancelled);
-    case ServerTrouble::failed: break;
-  }
-  return failure(MAPI_E_CALL_FAILED, ExitCode::failed);
+Failure failureOf(const store::StatusFailure& failure) {
+  using store::Status;
+  const HRESULT code = store::toResult(failure.status());
+  const ExitCode exit = failure.status() == Status::NoAccess ? ExitCode::folderRefused
+                        : failure.status() == Status::Failed ? ExitCode::failed
+                                                             : ExitCode::mapiUnusable;
+  return Failure(exit, fmt::format("{} ({})", failure.what(), errorName(code)), code);
 }
 
 class Examination {
@@ -76,7 +69,7 @@ class Examination {
       return true;
     } catch (const Failure& failure) {
       return cross(what, failure);
-    } catch (const store::ServerProblem& problem) {
+    } catch (const store::StatusFailure& problem) {
       return cross(what, failureOf(problem));
     }
   }

@@ -32,7 +32,7 @@ template <class Work>
 auto maintain(Work&& work) {
   try {
     return work();
-  } catch (const store::MaintenanceFailure& failure) {
+  } catch (const store::StatusFailure& failure) {
     const HRESULT code = store::toResult(failure.status());
     throw Failure(exitCodeOf(failure.status()), fmt::format("{} ({})", failure.what(), errorName(code)), code);
   }

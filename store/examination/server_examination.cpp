@@ -11,6 +11,7 @@
 #include "mail_account.h"
 #include "secret.h"
 #include "server_profile.h"
+#include "server_status.h"
 #include "unicode.h"
 #include "wide_text.h"
 
@@ -23,33 +24,12 @@ using jmap::ServerFailure;
 constexpr std::size_t mostAddresses = 4;
 constexpr std::string_view standardCapability = "urn:ietf:params:jmap:";
 
-ServerTrouble troubleOf(FailureKind kind) {
-  switch (kind) {
-    case FailureKind::cancelled: return ServerTrouble::cancelled;
-    case FailureKind::timedOut:
-    case FailureKind::busy: return ServerTrouble::timedOut;
-    case FailureKind::unauthorized: return ServerTrouble::logonFailed;
-    case FailureKind::notFound: return ServerTrouble::notFound;
-    case FailureKind::noAccess: return ServerTrouble::noAccess;
-    case FailureKind::badAddress:
-    case FailureKind::unknownName:
-    case FailureKind::refused:
-    case FailureKind::lost:
-    case FailureKind::untrusted:
-    case FailureKind::wrongName:
-    case FailureKind::tls:
-    case FailureKind::redirected:
-    case FailureKind::noMail: return ServerTrouble::unreachable;
-    default: return ServerTrouble::failed;
-  }
-}
-
 template <class Work>
 auto asking(Work&& work) {
   try {
     return work();
   } catch (const ServerFailure& failure) {
-    throw ServerProblem(troubleOf(failure.kind), failure.text);
+    throw StatusFailure(statusOf(failure.kind), failure.text);
   }
 }
 
@@ -147,7 +127,7 @@ std::unique_ptr<ServerExamination> ServerExamination::of(const std::wstring& nam
   Status status = openProfileBook(profiles);
   if (status == Status::Ok) status = profiles->find(wideText(name), profile);
   if (status != Status::Ok) {
-    throw ServerProblem(status == Status::NotFound ? ServerTrouble::notFound : ServerTrouble::failed,
+    throw StatusFailure(status == Status::NotFound ? Status::NotFound : Status::Failed,
                         "The profile '" + jmap::toUtf8(name) + "' cannot be read.");
   }
   if (!profile.server) return nullptr;
@@ -197,7 +177,7 @@ std::string ServerExamination::lookAtCertificate() {
 
 std::string ServerExamination::lookAtSession() {
   if (!parts_->isSecretRead) {
-    throw ServerProblem(ServerTrouble::logonFailed,
+    throw StatusFailure(Status::LogonFailed,
                         "The password that the profile keeps can be read by the user who set it alone, on that "
                         "machine. Set it again with: fendrel profile password NAME");
   }
@@ -213,7 +193,7 @@ std::string ServerExamination::lookAtCapabilities() {
     std::erase_if(known, [](const std::string& one) { return !one.starts_with(standardCapability); });
     for (std::string& one : known) one.erase(0, standardCapability.size());
     if (std::ranges::find(known, "mail") == known.end()) {
-      throw ServerProblem(ServerTrouble::unreachable,
+      throw StatusFailure(Status::Unreachable,
                           parts_->server().name() + " speaks JMAP, but not for mail. Ask its administrator.");
     }
     return joined(known);
@@ -234,11 +214,10 @@ std::string ServerExamination::lookAtAccounts() {
     }
     const std::string there = " There is " + joined(found) + ".";
     if (!hasOwn) {
-      throw ServerProblem(ServerTrouble::notFound,
-                          parts_->server().name() + " names no account as the user's own." + there);
+      throw StatusFailure(Status::NotFound, parts_->server().name() + " names no account as the user's own." + there);
     }
     if (!hasPublic) {
-      throw ServerProblem(ServerTrouble::notFound,
+      throw StatusFailure(Status::NotFound,
                           parts_->server().name() + " has no account '" + toUtf8(parts_->access.publicAccount) +
                               "' for this user, which the profile names as public (--public)." + there);
     }

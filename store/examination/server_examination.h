@@ -5,37 +5,18 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
+
+#include "status_failure.h"
 
 namespace fendrel::store {
 
-enum class ServerTrouble {
-  unreachable,  // the server cannot be asked, or is not to be trusted
-  timedOut,
-  logonFailed,  // it refuses name or secret, or the kept secret cannot be read
-  notFound,     // no such profile or account
-  noAccess,
-  cancelled,
-  failed  // anything else
-};
-
-class ServerProblem : public std::runtime_error {
- public:
-  // `text`: whole English sentences with the way out, UTF-8.
-  ServerProblem(ServerTrouble trouble, const std::string& text) : std::runtime_error(text), trouble_(trouble) {}
-  ServerTrouble trouble() const noexcept { return trouble_; }
-
- private:
-  ServerTrouble trouble_;
-};
-
 // Asks a handful of requests in all and changes nothing. Each look answers what it found, in words without a full stop,
-// or throws ServerProblem; those after that would say no more.
+// or throws StatusFailure; those after that would say no more.
 class ServerExamination {
  public:
   // Null for a profile whose messages are in the local store. `password`: in place of the kept one; may be empty.
-  // `isCancelled`: asked while the server is waited for. Throws ServerProblem.
+  // `isCancelled`: asked while the server is waited for. Throws StatusFailure.
   static std::unique_ptr<ServerExamination> of(const std::wstring& profile, const std::wstring& password,
                                                std::function<bool()> isCancelled);
   ~ServerExamination();

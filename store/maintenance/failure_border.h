@@ -1,4 +1,4 @@
-// Converts the engine's exceptions to MaintenanceFailure.
+// Converts the engine's exceptions to StatusFailure.
 #pragma once
 
 #include "engine_error.h"
@@ -11,13 +11,13 @@ auto maintained(Work&& work) {
   try {
     return work();
   } catch (const EngineError& error) {
-    throw MaintenanceFailure(error.status, error.text);
+    throw StatusFailure(error.status, error.text);
   }
 }
 
 // Calls the watch.
 inline void report(const Watch& watch, std::uint64_t done, std::uint64_t total) {
-  if (watch && !watch(done, total)) throw MaintenanceFailure(Status::Cancelled, "Cancelled.");
+  if (watch && !watch(done, total)) throw StatusFailure(Status::Cancelled, "Cancelled.");
 }
 
 }  // namespace fendrel::store

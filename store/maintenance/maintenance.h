@@ -1,28 +1,17 @@
 // Maintenance of store files: facts, check, backup, compact, salvage.
-// Each call works on a file by its full path (UTF-16), needs no logon, and throws MaintenanceFailure.
+// Each call works on a file by its full path (UTF-16), needs no logon, and throws StatusFailure: NotFound (the store),
+// AlreadyExists (the file to create), NoAccess, NotEnoughDisk, Busy, Corrupt (also: not a store), NewerVersion,
+// OnNetwork, Cancelled (by the watch), Failed.
 #pragma once
 
 #include <cstdint>
 #include <functional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "status.h"
+#include "status_failure.h"
 
 namespace fendrel::store {
-
-// NotFound (the store), AlreadyExists (the file to create), NoAccess, NotEnoughDisk, Busy, Corrupt (also: not a store),
-// NewerVersion, OnNetwork, Cancelled (by the watch), Failed.
-class MaintenanceFailure : public std::runtime_error {
- public:
-  // `text`: complete English sentences, UTF-8.
-  MaintenanceFailure(Status status, const std::string& text) : std::runtime_error(text), status_(status) {}
-  Status status() const noexcept { return status_; }
-
- private:
-  Status status_;
-};
 
 // Called repeatedly with the progress of long work; false cancels it.
 using Watch = std::function<bool(std::uint64_t done, std::uint64_t total)>;

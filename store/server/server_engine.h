@@ -14,6 +14,7 @@
 #include "outgoing_mail.h"
 #include "profile_book.h"
 #include "row_window.h"
+#include "server_status.h"
 
 namespace fendrel::store {
 
@@ -144,9 +145,6 @@ class ServerEngine final : public OnDatabase<Engine>, public std::enable_shared_
   std::optional<MailView> lastWhole_;  // a message never changes, but for its mailboxes and keywords
   RowWindow rows_;                     // has a lock of its own
 };
-
-// Inside these files.
-Status statusOf(jmap::FailureKind kind) noexcept;
 
 template <class Work>
 Status ServerEngine::asking(Work&& work) {

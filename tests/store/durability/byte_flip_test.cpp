@@ -112,7 +112,7 @@ bool isFoundDamaged(DiskImage image) {
   SimulatedDisk disk(std::move(image));
   try {
     return !checkOnDisk(storePath, disk, {}).damage.empty();
-  } catch (const MaintenanceFailure& failure) {
+  } catch (const StatusFailure& failure) {
     return failure.status() == Status::Corrupt;
   }
 }

@@ -47,7 +47,7 @@ TEST_P(CopiesCutTest, LeavesTheOldStoreAndAWholeNewOneOrNone) {
     try {
       GetParam().run(disk);
       isDone = true;
-    } catch (const MaintenanceFailure& failure) {
+    } catch (const StatusFailure& failure) {
       ASSERT_TRUE(disk.isCut()) << failure.what();
     }
     ++cuts;

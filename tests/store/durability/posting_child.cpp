@@ -49,7 +49,7 @@ int wmain(int count, wchar_t** arguments) {
     try {
       action == L"backup" ? void(backupStore(arguments[2], arguments[3], {}))
                           : void(salvageStore(arguments[2], arguments[3], {}));
-    } catch (const MaintenanceFailure& failure) {
+    } catch (const StatusFailure& failure) {
       say(std::string("failed: ") + failure.what() + "\n");
       return 1;
     }

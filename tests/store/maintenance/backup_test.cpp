@@ -16,7 +16,7 @@ class BackupTest : public MaintenanceTest {
   Status statusOfBackup(const Watch& watch = {}) const {
     try {
       backupStore(path(), copy(), watch);
-    } catch (const MaintenanceFailure& failure) {
+    } catch (const StatusFailure& failure) {
       return failure.status();
     }
     ADD_FAILURE() << "the backup succeeded";
@@ -105,7 +105,7 @@ TEST_F(BackupTest, CancelledLeavesNothing) {
 
 TEST_F(BackupTest, MissingFolderOfTheCopyIsAnError) {
   fill();
-  EXPECT_THROW(backupStore(path(), temp.file(L"none\\copy.db"), {}), MaintenanceFailure);
+  EXPECT_THROW(backupStore(path(), temp.file(L"none\\copy.db"), {}), StatusFailure);
 }
 
 // What is deleted between the passes is not in the copy, what is posted then is.

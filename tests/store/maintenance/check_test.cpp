@@ -162,10 +162,10 @@ TEST_F(CheckTest, SubjectsOfAProtectedMailboxAreNotShown) {
 
 TEST_F(CheckTest, NoStoreIsNoStore) {
   write(temp.file(L"other"), std::vector<std::byte>(5000, std::byte{65}));
-  EXPECT_THROW(checkStore(temp.file(L"other"), {}), MaintenanceFailure);
-  EXPECT_THROW(checkStore(temp.file(L"none"), {}), MaintenanceFailure);
+  EXPECT_THROW(checkStore(temp.file(L"other"), {}), StatusFailure);
+  EXPECT_THROW(checkStore(temp.file(L"none"), {}), StatusFailure);
   write(temp.file(L"empty"), {});
-  EXPECT_THROW(checkStore(temp.file(L"empty"), {}), MaintenanceFailure);
+  EXPECT_THROW(checkStore(temp.file(L"empty"), {}), StatusFailure);
 }
 
 TEST_F(CheckTest, NewerStoreIsRefused) {
@@ -173,7 +173,7 @@ TEST_F(CheckTest, NewerStoreIsRefused) {
   try {
     checked();
     FAIL();
-  } catch (const MaintenanceFailure& failure) {
+  } catch (const StatusFailure& failure) {
     EXPECT_EQ(failure.status(), Status::NewerVersion);
   }
 }
@@ -183,7 +183,7 @@ TEST_F(CheckTest, WatchCancels) {
   try {
     checkStore(path(), [](std::uint64_t, std::uint64_t) { return false; });
     FAIL();
-  } catch (const MaintenanceFailure& failure) {
+  } catch (const StatusFailure& failure) {
     EXPECT_EQ(failure.status(), Status::Cancelled);
   }
 }
@@ -236,7 +236,7 @@ TEST_F(CheckTest, FlippedBitOfAnyPageLeavesNoMessageSilentlyChanged) {
         ++found;
         continue;
       }
-    } catch (const MaintenanceFailure& failure) {
+    } catch (const StatusFailure& failure) {
       EXPECT_EQ(failure.status(), Status::Corrupt) << failure.what();
       ++found;
       continue;

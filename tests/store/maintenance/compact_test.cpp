@@ -60,7 +60,7 @@ TEST_F(CompactTest, BusyStoreIsLeftAsItIs) {
   try {
     compactStore(path());
     ADD_FAILURE() << "it was compacted";
-  } catch (const MaintenanceFailure& failure) {
+  } catch (const StatusFailure& failure) {
     EXPECT_EQ(failure.status(), Status::Busy) << failure.what();
   }
   other->connection().execute("ROLLBACK");

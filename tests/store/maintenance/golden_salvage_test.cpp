@@ -65,7 +65,7 @@ TEST_P(GoldenSalvageTest, LostFirstPageCostsNothing) {
   unpack();
   checkpoint();
   wipeFirstPage();
-  EXPECT_THROW(checkStore(path(), {}), MaintenanceFailure);
+  EXPECT_THROW(checkStore(path(), {}), StatusFailure);
   const SalvageResult result = salvageStore(path(), temp.file(L"rescued.db"), {});
   EXPECT_THAT(result.leftOut, IsEmpty());
   std::unique_ptr<Database> database;

@@ -132,7 +132,7 @@ class PageDamageTest : public MaintenanceTest {
     SalvageResult result;
     try {
       result = salvageStore(path(), rescued(), {});
-    } catch (const MaintenanceFailure& failure) {
+    } catch (const StatusFailure& failure) {
       FAIL() << failure.what();
     }
     const auto left = named(result);

@@ -187,7 +187,7 @@ TEST_F(SalvageTest, ChangedPagesNeverCrash) {
       removeRescued();
       salvage();
       EXPECT_THAT(checkStore(rescued(), {}).damage, IsEmpty());
-    } catch (const MaintenanceFailure& failure) {
+    } catch (const StatusFailure& failure) {
       ++refused;
     } catch (const std::bad_alloc&) {  // a changed length may ask SQLite for more memory than there is
       ++refused;
@@ -230,7 +230,7 @@ TEST_F(SalvageTest, DatabaseOfAnotherProgramIsNoStore) {
   try {
     salvageStore(temp.file(L"other.db"), rescued(), {});
     FAIL();
-  } catch (const MaintenanceFailure& failure) {
+  } catch (const StatusFailure& failure) {
     EXPECT_EQ(failure.status(), Status::Corrupt) << failure.what();
   }
 }
@@ -240,7 +240,7 @@ TEST_F(SalvageTest, NewerStoreIsRefused) {
   try {
     salvage();
     FAIL();
-  } catch (const MaintenanceFailure& failure) {
+  } catch (const StatusFailure& failure) {
     EXPECT_EQ(failure.status(), Status::NewerVersion) << failure.what();
   }
 }
@@ -251,7 +251,7 @@ TEST_F(SalvageTest, ExistingStoreIsNotTouched) {
   try {
     salvage();
     FAIL();
-  } catch (const MaintenanceFailure& failure) {
+  } catch (const StatusFailure& failure) {
     EXPECT_EQ(failure.status(), Status::AlreadyExists);
   }
   EXPECT_EQ(read(rescued()).size(), 3u);
@@ -261,7 +261,7 @@ TEST_F(SalvageTest, CancelledLeavesNothing) {
   fill();
   int asked = 0;
   EXPECT_THROW(salvageStore(path(), rescued(), [&](std::uint64_t, std::uint64_t) { return ++asked < 4; }),
-               MaintenanceFailure);
+               StatusFailure);
   for (const auto& entry : std::filesystem::directory_iterator(temp.path())) {
     EXPECT_FALSE(entry.path().filename().wstring().starts_with(L"rescued.db")) << entry.path();
   }
