@@ -15,8 +15,15 @@ Status SpooledContent::spooling(Work&& work) {
   }
 }
 
+void SpooledContent::admit(std::uint64_t size) {
+  if (checkSize_ && size > spool_.size()) checkSize_(size);
+}
+
 Status SpooledContent::write(std::uint64_t position, std::span<const std::byte> bytes) {
-  return spooling([&] { spool_.write(position, bytes); });
+  return spooling([&] {
+    admit(position + bytes.size());
+    spool_.write(position, bytes);
+  });
 }
 
 Status SpooledContent::read(std::uint64_t position, std::span<std::byte> into, std::size_t& count) {
@@ -25,7 +32,10 @@ Status SpooledContent::read(std::uint64_t position, std::span<std::byte> into, s
 }
 
 Status SpooledContent::resize(std::uint64_t size) {
-  return spooling([&] { spool_.resize(size); });
+  return spooling([&] {
+    admit(size);
+    spool_.resize(size);
+  });
 }
 
 Status SpooledContent::copyFrom(ContentReader& reader) {
@@ -37,6 +47,7 @@ Status SpooledContent::copyFrom(ContentReader& reader) {
       const Status status = reader.read(position, piece, count);
       if (status != Status::Ok) fail(status, "The content to copy cannot be read.");
       if (count == 0) return;
+      admit(position + count);
       spool_.write(position, std::span(piece).first(count));
       position += count;
     }

@@ -86,8 +86,9 @@ class Engine : public Origin {
 
   // Messages
 
-  // A writer for a later save.
-  virtual std::shared_ptr<ContentWriter> createContent() = 0;
+  // A writer for a later save. With the `folder` of the message, writing may fail early with NotEnoughDisk or TooLarge,
+  // if the engine knows that the folder does not take so much.
+  virtual std::shared_ptr<ContentWriter> createContent(const Id& folder) = 0;
 
   // Saves everything or nothing. Ok: everything is on disk and the writers are saved. Otherwise nothing is visible to
   // anyone, the writers keep their content, and the same draft can be saved again. NotFound (folder, message or

@@ -87,7 +87,7 @@ Status LocalEngine::readFolderRows(const Id& folder, Depth depth, std::span<cons
   return store::readFolderRows(database(), folder, depth, columns, sink);
 }
 
-std::shared_ptr<ContentWriter> LocalEngine::createContent() { return store::createContent(database()); }
+std::shared_ptr<ContentWriter> LocalEngine::createContent(const Id&) { return store::createContent(database()); }
 
 Status LocalEngine::saveMessage(const MessageDraft& draft, MessageInfo& saved) {
   return store::saveMessage(database(), draft, saved);

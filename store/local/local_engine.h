@@ -39,7 +39,7 @@ class LocalEngine final : public OnDatabase<Engine> {
   Status readFolderRows(const Id& folder, Depth depth, std::span<const PropertyTag> columns,
                         const FolderRowSink& sink) override;
 
-  std::shared_ptr<ContentWriter> createContent() override;
+  std::shared_ptr<ContentWriter> createContent(const Id& folder) override;
   Status saveMessage(const MessageDraft& draft, MessageInfo& saved) override;
   Status findMessage(const Id& message, MessageInfo& found) override;
   Status readMessageProperties(const Id& message, std::span<const PropertyTag> tags, std::vector<Property>& properties,

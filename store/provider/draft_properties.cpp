@@ -161,7 +161,7 @@ HRESULT DraftProperties::openForWriting(ULONG tag, const Property& present, bool
     }
     draft = std::make_shared<AnsiContent>(engine_, !create && textOf(text) ? *textOf(text) : std::u16string());
   } else {
-    auto wide = std::make_shared<WideContent>(engine_);
+    auto wide = std::make_shared<WideContent>(engine_, PROP_TYPE(tag) == PT_BINARY ? folder_ : store::Id());
     if (!create && std::holds_alternative<store::UnloadedValue>(present.value)) {
       std::shared_ptr<store::ContentReader> reader;
       const auto status = engine_->openContent(message_, attachment_, present.tag, reader);

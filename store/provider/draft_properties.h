@@ -42,7 +42,9 @@ class PropertyChanges {
 
 class DraftProperties {
  public:
-  explicit DraftProperties(std::shared_ptr<store::Engine> engine) : engine_(std::move(engine)) {}
+  // Of a message in that folder.
+  DraftProperties(std::shared_ptr<store::Engine> engine, const store::Id& folder)
+      : engine_(std::move(engine)), folder_(folder) {}
 
   // Where the saved values are; none before the first save.
   void setSaved(const store::Id& message, std::optional<std::uint32_t> attachment) {
@@ -69,6 +71,7 @@ class DraftProperties {
   HRESULT openForWriting(ULONG tag, const Property& present, bool create, std::shared_ptr<StreamContent>& content);
 
   std::shared_ptr<store::Engine> engine_;
+  store::Id folder_;
   store::Id message_;
   std::optional<std::uint32_t> attachment_;
   PropertyChanges changes_;

@@ -30,7 +30,7 @@ Message::Message(ScopePointer scope, const store::Id& folder, store::MessageKind
       scope_(std::move(scope)),
       writable_(true),
       isSaved_(false),
-      draft_(scope_->session->engine) {
+      draft_(scope_->session->engine, folder) {
   info_.folder = folder;
   info_.kind = kind;
   info_.searchKey = store::newGuid();  // the same however often the save is tried
@@ -43,7 +43,7 @@ Message::Message(ScopePointer scope, const store::MessageInfo& info, bool writab
       writable_(writable),
       isSaved_(true),
       info_(info),
-      draft_(scope_->session->engine) {
+      draft_(scope_->session->engine, info.folder) {
   draft_.setSaved(info.id, std::nullopt);
 }
 
@@ -230,7 +230,7 @@ HRESULT Message::attachmentNumbers(std::vector<ULONG>& numbers) const {
 }
 
 HRESULT Message::attachmentRow(ULONG number, std::vector<Property>& row) const {
-  DraftProperties draft(scope_->session->engine);
+  DraftProperties draft(scope_->session->engine, info_.folder);
   if (const HRESULT result = attachmentDraft(number, draft); FAILED(result)) return result;
   return provider::attachmentRow(*scope_, number, draft, row);
 }
@@ -267,7 +267,7 @@ STDMETHODIMP Message::OpenAttach(ULONG number, LPCIID iid, ULONG flags, LPATTACH
     if (!accepts<IAttach>(iid)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
     bool writable = false;
     if (const HRESULT result = accessFor(flags, writable_, writable); FAILED(result)) return result;
-    DraftProperties draft(scope_->session->engine);
+    DraftProperties draft(scope_->session->engine, info_.folder);
     if (const HRESULT result = attachmentDraft(number, draft); FAILED(result)) return result;
     auto opened = makeObject<Attachment>(this, number, std::move(draft), writable);
     return handOut(opened, attachment);
@@ -283,7 +283,7 @@ STDMETHODIMP Message::CreateAttach(LPCIID iid, ULONG, ULONG* number, LPATTACH* a
     std::vector<ULONG> numbers;
     if (const HRESULT result = attachmentNumbers(numbers); FAILED(result)) return result;
     if (!numbers.empty()) nextAttachment_ = std::max(nextAttachment_, numbers.back() + 1);
-    auto created = makeObject<Attachment>(this, nextAttachment_, DraftProperties(scope_->session->engine), true);
+    auto created = makeObject<Attachment>(this, nextAttachment_, DraftProperties(scope_->session->engine, info_.folder), true);
     *number = nextAttachment_++;
     return handOut(created, attachment);
   });

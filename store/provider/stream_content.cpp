@@ -49,15 +49,12 @@ HRESULT SavedContent::read(std::uint64_t position, std::span<std::byte> into, st
   return toResult(reader_->read(position, into, count));
 }
 
-WideContent::WideContent(std::shared_ptr<store::Engine> engine)
-    : engine_(std::move(engine)), writer_(engine_->createContent()) {}
-
-WideContent::WideContent(std::shared_ptr<store::Engine> engine, std::shared_ptr<store::ContentWriter> writer)
-    : engine_(std::move(engine)), writer_(std::move(writer)) {}
+WideContent::WideContent(std::shared_ptr<store::Engine> engine, const store::Id& folder)
+    : engine_(std::move(engine)), folder_(folder), writer_(engine_->createContent(folder_)) {}
 
 HRESULT WideContent::makeOwn() {
   if (writer_.use_count() == 1) return S_OK;
-  auto copy = engine_->createContent();
+  auto copy = engine_->createContent(folder_);
   if (const auto status = copy->copyFrom(*writer_); status != store::Status::Ok) return toResult(status);
   writer_ = std::move(copy);
   return S_OK;
@@ -78,7 +75,7 @@ HRESULT WideContent::resize(std::uint64_t size) {
 }
 
 HRESULT WideContent::copyFrom(store::ContentReader& reader) {
-  writer_ = engine_->createContent();
+  writer_ = engine_->createContent(folder_);
   return toResult(writer_->copyFrom(reader));
 }
 
@@ -140,7 +137,7 @@ AnsiContent::AnsiContent(std::shared_ptr<store::Engine> engine, std::u16string_v
 
 HRESULT AnsiContent::writer(std::shared_ptr<store::ContentWriter>& writer) {
   const PropertyValue text = valueOfStream(PT_STRING8, content_.bytes());
-  writer = engine_->createContent();
+  writer = engine_->createContent({});
   return toResult(writer->write(0, streamBytes(PT_UNICODE, text)));
 }
 

@@ -51,21 +51,22 @@ class DraftContent : public StreamContent {
 // Binary, or text in its wide form: bytes go as they come.
 class WideContent final : public DraftContent {
  public:
-  explicit WideContent(std::shared_ptr<store::Engine> engine);
-  WideContent(std::shared_ptr<store::Engine> engine, std::shared_ptr<store::ContentWriter> writer);
+  // `folder`: as Engine::createContent has it.
+  WideContent(std::shared_ptr<store::Engine> engine, const store::Id& folder);
   std::uint64_t size() const override { return writer_->size(); }
   HRESULT read(std::uint64_t position, std::span<std::byte> into, std::size_t& count) override;
   HRESULT write(std::uint64_t position, std::span<const std::byte> bytes) override;
   HRESULT resize(std::uint64_t size) override;
   HRESULT writer(std::shared_ptr<store::ContentWriter>& writer) override;
   HRESULT value(PropertyTag tag, PropertyValue& value) override;
-  std::shared_ptr<DraftContent> shared() const override { return std::make_shared<WideContent>(engine_, writer_); }
+  std::shared_ptr<DraftContent> shared() const override { return std::make_shared<WideContent>(*this); }
   HRESULT copyFrom(store::ContentReader& reader);
 
  private:
   HRESULT makeOwn();
 
-  std::shared_ptr<store::Engine> engine_;         // outlives the writer
+  std::shared_ptr<store::Engine> engine_;  // outlives the writer
+  store::Id folder_;
   std::shared_ptr<store::ContentWriter> writer_;  // copied before it changes where others have it too
 };
 

@@ -57,7 +57,7 @@ class ServerEngine final : public OnDatabase<Engine>, public std::enable_shared_
   Status readFolderRows(const Id& folder, Depth depth, std::span<const PropertyTag> columns,
                         const FolderRowSink& sink) override;
 
-  std::shared_ptr<ContentWriter> createContent() override;
+  std::shared_ptr<ContentWriter> createContent(const Id& folder) override;
   Status saveMessage(const MessageDraft& draft, MessageInfo& saved) override;
   Status findMessage(const Id& message, MessageInfo& found) override;
   Status readMessageProperties(const Id& message, std::span<const PropertyTag> tags, std::vector<Property>& properties,
@@ -126,6 +126,10 @@ class ServerEngine final : public OnDatabase<Engine>, public std::enable_shared_
   // Returns the view of what is there then. `isNew`: its Message-ID is its search key's, so that a repeated delivery is
   // known for one; else it is a copy, with one of its own.
   MailView deliver(OutgoingMail mail, const MailId& folder, bool isRead, bool isNew);
+  // Throws EngineError where a message with an attachment of that size would not be taken.
+  void checkRoom(const std::string& account, std::uint64_t contentSize);
+  // Asks, once for each account unless `isAnew`. As far as is known; without a limit: the most there is.
+  std::uint64_t roomIn(const std::string& account, bool isAnew);
   bool isInDoubt(const Guid& key);
   void noteDoubt(const Guid& key, jmap::FailureKind kind);
   std::uint16_t identifierOf(const PropertyName& name);
@@ -141,9 +145,10 @@ class ServerEngine final : public OnDatabase<Engine>, public std::enable_shared_
   mutable std::mutex mutex_;  // of what follows
   EngineError lastFailure_{Status::Ok, {}};
   std::map<std::string, MailboxesPointer> mailboxes_;
-  std::optional<Guid> inDoubt_;        // the last delivery that nobody knows the end of
-  std::optional<MailView> lastWhole_;  // a message never changes, but for its mailboxes and keywords
-  RowWindow rows_;                     // has a lock of its own
+  std::map<std::string, std::uint64_t> rooms_;  // bytes that accounts have left, less what was delivered since
+  std::optional<Guid> inDoubt_;                 // the last delivery that nobody knows the end of
+  std::optional<MailView> lastWhole_;           // a message never changes, but for its mailboxes and keywords
+  RowWindow rows_;                              // has a lock of its own
 };
 
 template <class Work>

@@ -7,6 +7,7 @@
 #include "deliver.h"
 #include "mail_headers.h"
 #include "mail_tags.h"
+#include "mail_text.h"
 #include "property_list.h"
 #include "remote_content.h"
 #include "server_engine.h"
@@ -18,6 +19,7 @@ namespace fendrel::store {
 namespace {
 
 constexpr std::size_t rowsAtOnce = 500, wholeRowsAtOnce = 50, idsAtOnce = 5000;
+constexpr std::uint64_t smallestMail = 1000;  // headers and properties of a message of ours
 constexpr std::uint64_t longestRowValue = 64 << 10, longestWholeValue = 1 << 20;
 
 [[noreturn]] void failNoMessage() { fail(Status::NotFound, "The message does not exist, or exists no longer."); }
@@ -90,8 +92,51 @@ bool changesNothingButReadState(const MessageDraft& draft) {
 
 }  // namespace
 
-std::shared_ptr<ContentWriter> ServerEngine::createContent() {
-  return std::make_shared<SpooledContent>(spools_, [this](EngineError&& error) { note(std::move(error)); });
+std::shared_ptr<ContentWriter> ServerEngine::createContent(const Id& folder) {
+  SpooledContent::SizeCheck checkSize;
+  if (!folder.empty()) {
+    checkSize = [this, account = mailId(folder).account](std::uint64_t size) { checkRoom(account, size); };
+  }
+  return std::make_shared<SpooledContent>(
+      spools_, [this](EngineError&& error) { note(std::move(error)); }, std::move(checkSize));
+}
+
+// Who posts may look at the result of each write and not at that of the save, so what is known is told here.
+void ServerEngine::checkRoom(const std::string& accountId, std::uint64_t contentSize) {
+  const std::uint64_t least = mime::base64LinesLength(contentSize) + smallestMail;
+  const Status status = asking([&] {
+    const std::uint64_t most = server_.session().limits.maxSizeUpload;
+    if (most > 0 && least > most) {
+      fail(Status::TooLarge, "A message has more than " + std::to_string(least) + " bytes with this content, and " +
+                                 server_.name() + " takes " + std::to_string(most) + " at most. Nothing was sent.");
+    }
+    if (roomIn(accountId, false) >= least || roomIn(accountId, true) >= least) return;
+    fail(Status::NotEnoughDisk, "The account is full at " + server_.name() +
+                                    ": a message with this content has more than " + std::to_string(least) +
+                                    " bytes. Delete something, or ask its administrator for room.");
+  });
+  if (status != Status::Ok) throw lastFailure();
+}
+
+std::uint64_t ServerEngine::roomIn(const std::string& accountId, bool isAnew) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (const auto known = rooms_.find(accountId); known != rooms_.end() && !isAnew) return known->second;
+  }
+  std::uint64_t room = ~std::uint64_t{0};
+  try {
+    for (const jmap::Quota& quota : account(accountId).quotas()) {
+      room = std::min(room, quota.limit - std::min(quota.limit, quota.used));
+    }
+  } catch (const jmap::ServerFailure& failure) {
+    using jmap::FailureKind;
+    // Some do not tell quotas of accounts of others.
+    const bool isNotTold = failure.kind == FailureKind::failed || failure.kind == FailureKind::noAccess ||
+                           failure.kind == FailureKind::notFound;
+    if (!isNotTold) throw;
+  }
+  const std::lock_guard lock(mutex_);
+  return rooms_[accountId] = room;
 }
 
 ServerEngine::Views ServerEngine::views(const std::string& accountId, const std::vector<std::string>& ids, bool isWhole,
@@ -290,6 +335,12 @@ MailView ServerEngine::deliver(OutgoingMail mail, const MailId& folder, bool isR
     throw;
   }
   changed();
+  {
+    const std::lock_guard lock(mutex_);
+    if (const auto known = rooms_.find(folder.account); known != rooms_.end()) {
+      known->second -= std::min(known->second, message.content.length);
+    }
+  }
 
   MailView saved;
   saved.info.id = idOf(folder.account, id);

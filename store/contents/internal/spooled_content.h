@@ -13,10 +13,12 @@ namespace fendrel::store {
 class SpooledContent final : public ContentWriter {
  public:
   using FailureNote = std::function<void(EngineError&&)>;
+  // Throws EngineError if a content must not grow to that size.
+  using SizeCheck = std::function<void(std::uint64_t)>;
 
-  // The folder and everything that `noteFailure` uses must outlive this object.
-  SpooledContent(ContentFolder& folder, FailureNote noteFailure)
-      : spool_(folder), noteFailure_(std::move(noteFailure)) {}
+  // The folder and everything that the functions use must outlive this object.
+  SpooledContent(ContentFolder& folder, FailureNote noteFailure, SizeCheck checkSize = {})
+      : spool_(folder), noteFailure_(std::move(noteFailure)), checkSize_(std::move(checkSize)) {}
 
   std::uint64_t size() const noexcept override { return spool_.size(); }
   Status write(std::uint64_t position, std::span<const std::byte> bytes) override;
@@ -31,9 +33,11 @@ class SpooledContent final : public ContentWriter {
  private:
   template <class Work>
   Status spooling(Work&& work);
+  void admit(std::uint64_t size);
 
   ContentSpool spool_;
   FailureNote noteFailure_;
+  SizeCheck checkSize_;
 };
 
 }  // namespace fendrel::store
