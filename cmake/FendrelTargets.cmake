@@ -135,17 +135,22 @@ function(fendrel_compile_as_test target)
 endfunction()
 
 # fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [WINDOWS | WINDOWS_IN suites] [GUARDED]
-#                  [DOUBLE_BYTE] [QUICK] [MAIL_SERVER] [LABELS ...] [ENVIRONMENT ...] [NEEDS ...]):
+#                  [DOUBLE_BYTE] [QUICK] [MAIL_SERVER] [EXCEPT cases] [LABELS ...] [ENVIRONMENT ...] [NEEDS ...]):
 # a GoogleTest program, which is one test of ctest with its name. NEEDS names modules and programs that the tests load
 # or start. WINDOWS: they show windows, and run while no other such program takes the keyboard away from them;
 # WINDOWS_IN: those of the suites of that name do (ChooseCommand*), which are a second test of ctest, NAME_windows.
 # GUARDED runs the same tests a second time as NAME_guarded, label "guarded", in a program whose heap blocks end at
 # unreadable pages. DOUBLE_BYTE runs them a second time as NAME_932, with ANSI code page 932 instead of 1252. QUICK:
-# tools/test --quick runs it too. MAIL_SERVER: as fendrel_add_run has it.
+# tools/test --quick runs it too. MAIL_SERVER: as fendrel_add_run has it. EXCEPT: cases of shared sources that do not hold
+# here.
 function(fendrel_add_test name)
   cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL;WINDOWS;MAIL_SERVER;GUARDED;DOUBLE_BYTE;QUICK" "TIMEOUT;WINDOWS_IN"
-                        "SOURCES;USES;LABELS;ENVIRONMENT;NEEDS")
+                        "SOURCES;USES;EXCEPT;LABELS;ENVIRONMENT;NEEDS")
   set(company "")
+  if(TEST_EXCEPT)
+    list(JOIN TEST_EXCEPT ":" cases)
+    list(APPEND company FILTER "-${cases}")
+  endif()
   foreach(option SERIAL WINDOWS MAIL_SERVER)
     if(TEST_${option})
       list(APPEND company ${option})

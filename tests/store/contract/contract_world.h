@@ -16,13 +16,6 @@ void makeWorld(const wchar_t* password, const std::vector<std::wstring>& folders
 // Called when nothing of the world is in use any more; what the implementation finds left fails the test.
 void dropWorld();
 
-// What a world may lack; its tests are skipped there.
-enum class Feature {
-  profilePasswords,  // a profile has a password of its own
-  hiddenMessages,    // every folder can hold associated messages
-};
-bool has(Feature feature);
-
 // Loads the MAPI32.DLL at that path of the build folder; ends the program when it is incomplete.
 LocalMapi loadMapi(const wchar_t* path);
 

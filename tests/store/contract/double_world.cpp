@@ -26,8 +26,6 @@ const LocalMapi& mapi() {
 
 namespace contract {
 
-bool has(Feature) { return true; }
-
 void makeWorld(const wchar_t* password, const std::vector<std::wstring>& foldersInReports) {
   ASSERT_EQ(mapi().module, recording().module());
   World world = fendrel::test::standardWorld();

@@ -26,8 +26,6 @@ void createProfile(const wchar_t* password) {
 
 namespace contract {
 
-bool has(Feature) { return true; }
-
 void makeWorld(const wchar_t* password, const std::vector<std::wstring>& foldersInReports) {
   databaseFolder.emplace();
   SetEnvironmentVariableW(L"FENDREL_STORE", databaseFolder->file(L"store.db").c_str());

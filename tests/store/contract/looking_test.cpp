@@ -28,13 +28,6 @@ TEST_F(ContractTest, FreeingNothingIsAllowed) { EXPECT_EQ(mapi().freeBuffer(null
 
 class PasswordContract : public ContractTest {
  protected:
-  void SetUp() override {
-    if (!has(Feature::profilePasswords)) GTEST_SKIP() << "a server has the password";
-    ContractTest::SetUp();
-  }
-  void TearDown() override {
-    if (session) ContractTest::TearDown();
-  }
   const wchar_t* password() const override { return L"secret"; }
 };
 

@@ -67,8 +67,6 @@ void createProfile() {
 
 namespace contract {
 
-bool has(Feature) { return false; }
-
 void makeWorld(const wchar_t*, const std::vector<std::wstring>& foldersInReports) {
   databaseFolder.emplace();
   SetEnvironmentVariableW(L"FENDREL_STORE", databaseFolder->file(L"store.db").c_str());
