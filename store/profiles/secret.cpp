@@ -10,7 +10,7 @@
 namespace fendrel::store {
 namespace {
 
-// What the system made, which is wiped.
+// The system's result; wiped by the destructor.
 class SystemBlob {
  public:
   SystemBlob() = default;

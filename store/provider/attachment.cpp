@@ -14,14 +14,14 @@ constexpr PropertyTag computedTags[] = {PR_OBJECT_TYPE,      PR_ATTACH_NUM,     
                                         PR_INSTANCE_KEY,     PR_ACCESS,           PR_ACCESS_LEVEL, PR_STORE_ENTRYID,
                                         PR_STORE_RECORD_KEY, PR_MAPPING_SIGNATURE};
 
-// Longer values do not come with "all properties"; asked for by name they do.
+// Longer values are omitted from "all properties" but not from explicit requests.
 constexpr std::uint64_t longestInAll = 64 * 1024;
 
 bool isComputed(PropertyTag tag) {
   return std::ranges::any_of(computedTags, [&](PropertyTag one) { return PROP_ID(one) == PROP_ID(tag); });
 }
 
-// Bytes of all values.
+// The size of all values.
 HRESULT sizeOf(const DraftProperties& draft, std::uint64_t& size) {
   std::vector<Property> all;
   if (const HRESULT result = draft.readAll(longestInAll, all); FAILED(result)) return result;
@@ -129,7 +129,7 @@ HRESULT Attachment::saveChanges(ULONG flags) {
 }
 
 HRESULT Attachment::openProperty(ULONG tag, REFIID iid, ULONG options, ULONG flags, IUnknown** object) {
-  // An embedded message or document object has no place here.
+  // Embedded messages and OLE objects are not supported.
   if (PROP_TYPE(tag) == PT_OBJECT) return MAPI_E_NO_SUPPORT;
   StreamWish wish;
   if (const HRESULT result = streamWish(tag, iid, options, flags, writable_, wish); FAILED(result)) return result;

@@ -9,7 +9,7 @@ namespace fendrel::provider {
 
 class Message;
 
-// SaveChanges gives its changes to the message, whose own SaveChanges puts them on disk.
+// SaveChanges passes its changes to the message, whose SaveChanges writes them.
 class Attachment final : public MapiObject<IAttach> {
  public:
   Attachment(Message* message, ULONG number, DraftProperties draft, bool writable);
@@ -30,7 +30,7 @@ class Attachment final : public MapiObject<IAttach> {
   bool writable_;
 };
 
-// All properties of an attachment as its table shows them; long ones unloaded.
+// All properties of an attachment for its table; long ones unloaded.
 HRESULT attachmentRow(const StoreScope& scope, ULONG number, const DraftProperties& draft, std::vector<Property>& row);
 
 }  // namespace fendrel::provider

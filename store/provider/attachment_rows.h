@@ -8,7 +8,7 @@ namespace fendrel::provider {
 
 class Message;
 
-// Shows what the message's object has, changes and additions that are not saved yet included.
+// Shows the message object's attachments, including unsaved changes and additions.
 class AttachmentRows final : public RowSource {
  public:
   explicit AttachmentRows(Message* message);

@@ -32,7 +32,7 @@ HRESULT PropertyChanges::moveInto(std::vector<Property>& set, std::vector<Proper
     } else if (const auto* content = std::get_if<Content>(&change)) {
       std::shared_ptr<store::ContentWriter> writer;
       if (const HRESULT result = content->content->writer(writer); FAILED(result)) return result;
-      // What an earlier save has taken over is in the store already.
+      // Content that an earlier save has taken is in the store already.
       if (!writer->saved()) contents.push_back({content->tag, std::move(writer)});
     } else {
       remove.push_back(PROP_TAG(PT_UNSPECIFIED, id));
@@ -56,7 +56,7 @@ HRESULT DraftProperties::loadSaved(Property& property) const {
   const auto status = engine_->openContent(message_, attachment_, property.tag, reader);
   if (status != store::Status::Ok) return toResult(status);
   const HRESULT result = loadContent(*reader, property.tag, property.value);
-  // Too long for memory: the property stays unloaded, which answers its reader so.
+  // Too long for memory: the property stays unloaded, which gives its reader this error.
   return result == MAPI_E_NOT_ENOUGH_MEMORY ? S_OK : result;
 }
 

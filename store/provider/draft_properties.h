@@ -1,4 +1,4 @@
-// The properties of a message or attachment on their way to a save: what is saved, under what has changed since.
+// The properties of a message or attachment before a save: the saved ones, overlaid with changes.
 #pragma once
 
 #include <map>
@@ -12,7 +12,7 @@
 
 namespace fendrel::provider {
 
-// Changes by property identifier; the latest counts.
+// Changes by property identifier; the latest wins.
 class PropertyChanges {
  public:
   struct Removed {};
@@ -29,10 +29,10 @@ class PropertyChanges {
   void set(Property property);
   void set(Content content);
   void remove(PropertyTag tag);
-  // The same changes for another owner: what streams write from now on is in the one or the other.
+  // The same changes for another owner; later stream writes affect only one of the two.
   PropertyChanges shared() const;
 
-  // Splits them as the engine takes them.
+  // Splits them into the engine's lists.
   HRESULT moveInto(std::vector<Property>& set, std::vector<PropertyTag>& remove,
                    std::vector<store::ContentChange>& contents) const;
 
@@ -46,7 +46,7 @@ class DraftProperties {
   DraftProperties(std::shared_ptr<store::Engine> engine, const store::Id& folder)
       : engine_(std::move(engine)), folder_(folder) {}
 
-  // Where the saved values are; none before the first save.
+  // Sets the place of the saved values; there is none before the first save.
   void setSaved(const store::Id& message, std::optional<std::uint32_t> attachment) {
     message_ = message;
     attachment_ = attachment;
@@ -56,13 +56,14 @@ class DraftProperties {
   PropertyChanges& changes() noexcept { return changes_; }
   const PropertyChanges& changes() const noexcept { return changes_; }
 
-  // One property for each tag, long values loaded; tag 0 where there is none.
+  // One property for each tag, with long values loaded; tag 0 for a missing one.
   HRESULT read(std::span<const PropertyTag> tags, std::vector<Property>& found) const;
 
-  // All; a value of more than `limit` bytes comes unloaded.
+  // All properties; a value of more than `limit` bytes is unloaded.
   HRESULT readAll(std::uint64_t limit, std::vector<Property>& found) const;
 
-  // What a client's OpenProperty for a stream gets. `create`: missing is not a failure, and what is there is discarded.
+  // The content for a client's OpenProperty with a stream. `create`: a missing property is created, an existing value
+  // discarded.
   HRESULT openContent(ULONG tag, bool writable, bool create, std::shared_ptr<StreamContent>& content);
 
  private:

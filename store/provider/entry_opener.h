@@ -1,4 +1,4 @@
-// Opens what an entry identifier names.
+// Opens the object of an entry identifier.
 #pragma once
 
 #include "folder_info.h"
@@ -7,12 +7,12 @@
 
 namespace fendrel::provider {
 
-// OpenEntry within one store; no identifier names the root folder. MAPI_E_INVALID_ENTRYID (other store),
+// OpenEntry within one store; without an identifier it opens the root folder. MAPI_E_INVALID_ENTRYID (other store),
 // MAPI_E_UNKNOWN_ENTRYID (other provider), MAPI_E_NOT_FOUND, MAPI_E_INTERFACE_NOT_SUPPORTED, MAPI_E_NO_ACCESS.
 HRESULT openEntryOfStore(const ScopePointer& scope, ULONG size, const void* entryId, LPCIID iid, ULONG flags,
                          ULONG* objectType, LPUNKNOWN* object);
 
-// OpenEntry of a session: stores, what is in them, and users.
+// OpenEntry of a session: stores, their objects, and users.
 HRESULT openEntryOfSession(const SessionPointer& session, ULONG size, const void* entryId, LPCIID iid, ULONG flags,
                            ULONG* objectType, LPUNKNOWN* object);
 

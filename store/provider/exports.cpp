@@ -1,5 +1,5 @@
-// The exported functions that lead to sessions, and MAPI's memory; the others are in store/utility. Each checks its
-// arguments and enters the guard.
+// The exported functions for sessions and MAPI's memory; the others are in store/utility. Each checks its arguments and
+// enters the guard.
 #include <atomic>
 
 #include "database_profiles.h"
@@ -12,13 +12,13 @@ using namespace fendrel::provider;
 
 namespace {
 
-// MAPI_NO_COINIT; not in every copy of the headers.
+// MAPI_NO_COINIT; missing from some versions of the headers.
 constexpr ULONG noComInitialization = 0x00000008;
 
-// MAPIInitialize less MAPIUninitialize; logging on needs one.
+// Calls of MAPIInitialize minus MAPIUninitialize; logon requires at least one.
 std::atomic<long> initializations;
 
-// How often this thread has had COM initialized; it alone can give that back.
+// How often this thread has initialized COM; only it can uninitialize it.
 thread_local long comInitializations;
 
 HRESULT checkInitialization(const MAPIINIT_0* wish) {

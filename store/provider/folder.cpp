@@ -24,7 +24,7 @@ HRESULT folderOf(void* target, ComPtr<IMAPIFolder>& folder) {
   return isFolder ? S_OK : MAPI_E_INTERFACE_NOT_SUPPORTED;
 }
 
-// The folder as one of ours; null for another provider's.
+// The folder as our class; null for another provider's.
 ComPtr<Folder> ownFolder(IMAPIFolder& folder) {
   ComPtr<IMAPIFolder> own;
   if (FAILED(folder.QueryInterface(ownFolderId(), reinterpret_cast<void**>(own.GetAddressOf())))) return {};
@@ -33,7 +33,7 @@ ComPtr<Folder> ownFolder(IMAPIFolder& folder) {
 
 }  // namespace
 
-// Made anew by each copy of the library that is loaded, so that none takes another's objects for its own.
+// Different in each loaded copy of the library, so that none treats another's objects as its own.
 const IID& ownFolderId() noexcept {
   static const IID id = [] {
     IID made{};
@@ -155,7 +155,7 @@ STDMETHODIMP Folder::CreateMessage(LPCIID iid, ULONG flags, LPMESSAGE* message) 
   });
 }
 
-// The target may be of another session: it is only called while our own session is not locked.
+// The target may belong to another session: it is called only while our session is not locked.
 STDMETHODIMP Folder::CopyMessages(LPENTRYLIST messages, LPCIID, LPVOID target, UlongPtr, LPMAPIPROGRESS, ULONG flags) {
   if (!messages || !target) return MAPI_E_INVALID_PARAMETER;
   return guarded([&]() -> HRESULT {
@@ -202,7 +202,7 @@ HRESULT Folder::copyAcross(const MessageList& list, IMAPIFolder& target, bool mo
     const auto message = makeObject<Message>(scope_, info, false);
     const HRESULT result = copyMessageInto(*message.Get(), info.kind == store::MessageKind::Associated, target);
     if (FAILED(result)) return result;
-    // What did not go over whole stays.
+    // A message that was not copied completely is not deleted.
     if (result != S_OK)
       partly = true;
     else if (move && scope_->engine().deleteMessages(std::span(&id, 1), id_, nullptr) != Status::Ok)
@@ -298,7 +298,7 @@ HRESULT Folder::childOf(ULONG size, const void* entryId, store::FolderInfo& chil
   return child.parent == id_ ? S_OK : MAPI_E_NOT_FOUND;
 }
 
-// MAPI_E_FOLDER_CYCLE where `place` is the folder or lies below it.
+// MAPI_E_FOLDER_CYCLE if `place` is the folder or one of its subfolders.
 HRESULT Folder::checkCycle(const store::Id& folder, const store::Id& place) const {
   for (store::Id at = place; !at.empty();) {
     if (at == folder) return MAPI_E_FOLDER_CYCLE;
@@ -319,7 +319,7 @@ HRESULT Folder::transferFolder(const store::FolderInfo& child, IMAPIFolder& targ
                                        MAPI_UNICODE, made.GetAddressOf());
   if (SUCCEEDED(result)) result = copyFolderInto(*from.Get(), *made.Get(), withFolders, move);
   if (result != S_OK || !move) return result;
-  // Whatever came in the meantime stays, and the folder with it.
+  // If something was added meanwhile, it stays, and the folder too.
   const auto status = scope_->engine().deleteFolder(child.id, {false, false, id_});
   return status == Status::Ok ? S_OK : MAPI_W_PARTIAL_COMPLETION;
 }
@@ -342,7 +342,7 @@ STDMETHODIMP Folder::SetReadFlags(LPENTRYLIST messages, UlongPtr, LPMAPIPROGRESS
     MessageList list;
     if (const HRESULT result = messagesOf(messages, list); FAILED(result)) return result;
     if (!scope_->writable) return MAPI_E_NO_ACCESS;
-    if (flags & (GENERATE_RECEIPT_ONLY | CLEAR_RN_PENDING | CLEAR_NRN_PENDING)) return S_OK;  // there are no receipts
+    if (flags & (GENERATE_RECEIPT_ONLY | CLEAR_RN_PENDING | CLEAR_NRN_PENDING)) return S_OK;  // no receipts
     bool partly = list.isPart;
     for (const store::Id& message : list.ids) {
       const auto status = scope_->engine().setRead(message, (flags & CLEAR_READ_FLAG) == 0, id_);

@@ -8,7 +8,7 @@
 
 namespace fendrel::provider {
 
-// Changes of a folder take effect at once; there is nothing to save.
+// Changes take effect at once; there is no save.
 class Folder final : public MapiObject<IMAPIFolder> {
  public:
   Folder(ScopePointer scope, const store::Id& id, bool writable)
@@ -50,13 +50,13 @@ class Folder final : public MapiObject<IMAPIFolder> {
 
   struct MessageList {
     std::vector<store::Id> ids;
-    bool isPart = false;  // others were named that cannot be of this folder
+    bool isPart = false;  // the list also had entries that cannot be in this folder
   };
-  // The messages that a list names; all of this folder when there is no list.
+  // The messages of a list; without a list all of this folder.
   HRESULT messagesOf(const ENTRYLIST* list, MessageList& messages) const;
   HRESULT allMessages(store::MessageKind kind, std::vector<store::Id>& messages) const;
   HRESULT messageOf(ULONG size, const void* entryId, store::Id& message) const;
-  // MAPI_E_INVALID_ENTRYID for what names no folder of this store, MAPI_E_NOT_FOUND for one that is not a child.
+  // MAPI_E_INVALID_ENTRYID for anything but a folder of this store, MAPI_E_NOT_FOUND for one that is not a child.
   HRESULT childOf(ULONG size, const void* entryId, store::FolderInfo& child) const;
 
   bool isOfSameStores(const Folder& other) const;

@@ -1,4 +1,4 @@
-// The properties of a folder that the store keeps right by itself.
+// The properties of a folder that the store computes.
 #pragma once
 
 #include "folder_info.h"
@@ -6,18 +6,18 @@
 
 namespace fendrel::provider {
 
-// PR_ENTRYID and so on, in the order in which a folder lists them.
+// PR_ENTRYID and so on, in the folder's order.
 std::span<const PropertyTag> computedFolderTags();
 
 bool isComputedFolderTag(PropertyTag tag);
 
-// The class of folders that nobody has given another.
+// The default class of folders.
 inline constexpr char16_t noteFolderClass[] = u"IPF.Note";
 
-// A property that is kept for a folder, or what stands in for it.
+// A folder's stored property, or its default.
 Property storedFolderProperty(const store::FolderInfo& folder, PropertyTag tag, Property stored);
 
-// Tag 0 where the folder has none of it.
+// Tag 0 if the folder does not have it.
 Property computedFolderProperty(const StoreScope& scope, const store::FolderInfo& folder, PropertyTag tag,
                                 bool writable);
 

@@ -6,8 +6,7 @@
 
 namespace fendrel::provider {
 
-// Folders are few: they are read in one go, with the columns asked for, when a question needs other columns than the
-// one before.
+// Folders are few: all are read at once, and again only if a request needs other columns.
 class FolderRows final : public RowSource {
  public:
   FolderRows(ScopePointer scope, const store::Id& folder, store::Depth depth)
@@ -30,7 +29,7 @@ class FolderRows final : public RowSource {
   store::Depth depth_;
   std::vector<PropertyTag> columns_;
   std::vector<Row> rows_;
-  std::size_t next_ = 0;  // where the last read ended: tables mostly read on from there
+  std::size_t next_ = 0;  // end of the last read, where tables usually continue
 };
 
 }  // namespace fendrel::provider

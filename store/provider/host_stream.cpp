@@ -40,7 +40,7 @@ HRESULT openHostStream(PropertyHost& host, IUnknown* owner, const std::shared_pt
     };
   }
   auto content = std::make_shared<MemoryContent>(std::move(bytes), std::move(commit));
-  if (wish.create) content->resize(0);  // counts as a change: the property is there, if empty
+  if (wish.create) content->resize(0);  // a change: the property then exists and is empty
   auto stream = makeObject<PropertyStream>(mutex, std::move(content), wish.writable);
   return handOut(stream, object);
 }

@@ -1,4 +1,4 @@
-// Opening a property as a stream.
+// Opens a property as a stream.
 #pragma once
 
 #include "mapi_object.h"
@@ -6,16 +6,16 @@
 
 namespace fendrel::provider {
 
-// What an OpenProperty for a stream asks for. MAPI_E_INTERFACE_NOT_SUPPORTED (no stream, or no type that has one),
-// MAPI_E_NO_ACCESS (to write where the object is for reading).
+// The parsed arguments of OpenProperty for a stream. MAPI_E_INTERFACE_NOT_SUPPORTED (not a stream, or a type without
+// streams), MAPI_E_NO_ACCESS (writing to a read-only object).
 struct StreamWish {
   bool writable = false;
-  bool create = false;  // missing is not a failure, and what is there is discarded
+  bool create = false;  // create a missing property, discard an existing value
 };
 HRESULT streamWish(ULONG tag, REFIID iid, ULONG options, ULONG flags, bool objectIsWritable, StreamWish& wish);
 
-// A stream on an object whose changes take effect at once: it is held in memory and set at Commit or at the end.
-// `owner` is the object itself, kept alive by the stream.
+// A stream on an object whose changes take effect at once: the value is in memory and is set at Commit or in the
+// destructor. `owner` is the object, which the stream keeps alive.
 HRESULT openHostStream(PropertyHost& host, IUnknown* owner, const std::shared_ptr<std::recursive_mutex>& mutex,
                        ULONG tag, REFIID iid, ULONG options, ULONG flags, IUnknown** object);
 

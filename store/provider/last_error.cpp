@@ -10,7 +10,7 @@
 namespace fendrel::provider {
 namespace {
 
-// A terminated text below the error, in the form that the flags name.
+// A terminated text chained to the error, in the form given by the flags.
 LPTSTR textBelow(MAPIERROR* error, std::u16string_view text, ULONG flags) {
   const auto put = [&](const auto& terminated) {
     void* block = nullptr;

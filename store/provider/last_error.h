@@ -6,8 +6,7 @@
 
 namespace fendrel::provider {
 
-// A MAPIERROR with the origin's last words when it was that which answered `result` last; else null, because then
-// the code says all there is to say.
+// A MAPIERROR with the origin's last error text, if the origin's last failure was `result`; else null.
 HRESULT lastError(const store::Origin& origin, HRESULT result, ULONG flags, LPMAPIERROR* error);
 
 }  // namespace fendrel::provider

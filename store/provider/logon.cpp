@@ -11,7 +11,7 @@
 namespace fendrel::provider {
 namespace {
 
-// The profile to log on to, its password checked.
+// The profile to log on to, after checking its password.
 HRESULT chooseProfile(store::ProfileBook& profiles, ULONG_PTR window, const void* profileName, const void* password,
                       ULONG flags, store::Profile& profile) {
   const std::u16string name = textArgument(profileName, flags);
@@ -29,14 +29,14 @@ HRESULT chooseProfile(store::ProfileBook& profiles, ULONG_PTR window, const void
   return tryPassword(profile, textArgument(password, flags));
 }
 
-// What a server's profile signs in with: what the caller gives, else what is kept. Nothing for other profiles.
+// The secret of a server's profile: the caller's, else the stored one. Nothing for other profiles.
 HRESULT secretOf(const store::Profile& profile, std::u16string given, std::u16string& secret) {
   if (!profile.server) return S_OK;
   secret = std::move(given);
   return !secret.empty() || store::openSecret(profile.server->sealedSecret, secret) ? S_OK : MAPI_E_LOGON_FAILED;
 }
 
-// The one session that the programs of this process may share.
+// The session that the process may share.
 class SharedSession {
  public:
   std::shared_ptr<SharedLogon> get() {
@@ -44,7 +44,7 @@ class SharedSession {
     return logon_.lock();
   }
 
-  // The one that there is stays.
+  // An existing one is kept.
   std::shared_ptr<SharedLogon> offer(const SessionPointer& context) {
     const std::lock_guard lock(mutex_);
     if (!logon_.expired()) return {};

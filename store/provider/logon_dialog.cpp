@@ -35,7 +35,7 @@ class ChooseProfile {
     if (message == WM_INITDIALOG) SetWindowLongPtrW(window, DWLP_USER, lParam);
     auto* dialog = reinterpret_cast<ChooseProfile*>(GetWindowLongPtrW(window, DWLP_USER));
     if (!dialog) return FALSE;
-    // No exception may pass through the system's window code.
+    // Exceptions must not pass through the system's window code.
     const HRESULT result =
         guardedMessage([&] { return dialog->handle(window, message, LOWORD(wParam), HIWORD(wParam)); });
     if (FAILED(result)) {
@@ -131,7 +131,7 @@ HRESULT askForProfile(store::ProfileBook& profiles, ULONG_PTR window, store::Pro
   std::vector<store::Profile> all;
   if (const auto status = profiles.list(all); status != store::Status::Ok) return toResult(status);
   if (all.empty()) return MAPI_E_LOGON_FAILED;
-  // Window handles fit into 32 bits, and callers may have narrowed theirs.
+  // Window handles fit into 32 bits, and callers may have truncated theirs.
   const auto parent = reinterpret_cast<HWND>(static_cast<LONG_PTR>(static_cast<LONG>(window)));
   return ChooseProfile(std::move(all)).show(IsWindow(parent) ? parent : nullptr, profile);
 }

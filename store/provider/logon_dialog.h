@@ -6,8 +6,8 @@
 
 namespace fendrel::provider {
 
-// Lets the user pick a profile and, where it has one, type its password. MAPI_E_USER_CANCEL, MAPI_E_LOGON_FAILED when
-// there is no profile to choose.
+// Lets the user pick a profile and type its password, if it has one. MAPI_E_USER_CANCEL, MAPI_E_LOGON_FAILED if there
+// is no profile.
 HRESULT askForProfile(store::ProfileBook& profiles, ULONG_PTR window, store::Profile& profile);
 
 }  // namespace fendrel::provider

@@ -8,7 +8,7 @@ namespace {
 
 constexpr char16_t addressType[] = u"FENDREL";
 
-// Address type, colon and address in capitals with the terminating zero, as search keys of addresses are made.
+// The search key of an address: address type, colon and address in capitals, zero-terminated.
 store::Bytes searchKey(const store::Profile& profile) {
   std::u16string key = std::u16string(addressType) + u":" + profile.userName;
   CharUpperBuffW(reinterpret_cast<wchar_t*>(key.data()), static_cast<DWORD>(key.size()));

@@ -1,4 +1,4 @@
-// A user as an address entry: what the session's identity opens to.
+// The session's user as an address entry.
 #pragma once
 
 #include "mapi_object.h"

@@ -1,4 +1,4 @@
-// The interfaces of sessions and of what they open. This folder is written in the words of the utilities.
+// The interfaces of sessions and of the objects that they open.
 #pragma once
 
 #include "com_object.h"
@@ -8,7 +8,7 @@ namespace fendrel::provider {
 
 using namespace utility;
 
-// Answered by the folders of this very copy of the library alone: whoever asks for it gets a Folder.
+// Only the folders of this copy of the library support it: QueryInterface then returns a Folder.
 const IID& ownFolderId() noexcept;
 
 }  // namespace fendrel::provider

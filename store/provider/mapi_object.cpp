@@ -7,14 +7,14 @@
 namespace fendrel::provider {
 namespace {
 
-// The whole call is refused for a value that no object can be given.
+// A value that no object can have: refuses the whole call.
 bool isImpossible(const SPropValue& value) {
   const ULONG type = PROP_TYPE(value.ulPropTag);
-  // The arrays of all lists begin with their count.
+  // All list structures begin with their count.
   return type == PT_OBJECT || ((type & MV_FLAG) && value.Value.MVl.cValues == 0);
 }
 
-// PT_OBJECT carries no value: OpenProperty gives it.
+// PT_OBJECT has no value; OpenProperty opens it.
 bool isObject(PropertyHost& host, ULONG asked) {
   const ULONG type = PROP_TYPE(asked);
   return (type == PT_OBJECT || type == PT_UNSPECIFIED) &&
@@ -71,7 +71,7 @@ HRESULT setProps(PropertyHost& host, ULONG count, const SPropValue* values, LPSP
   std::vector<Property> set;
   Problems refused;
   for (ULONG i = 0; i < count; ++i) {
-    // Nothing to set: a place kept free, and what a GetProps before had no value for.
+    // Nothing to set: a placeholder, or an error from an earlier GetProps.
     if (values[i].ulPropTag == PR_NULL || PROP_TYPE(values[i].ulPropTag) == PT_ERROR) continue;
     Property property{};
     HRESULT problem = takeValue(values[i], property);
@@ -80,7 +80,7 @@ HRESULT setProps(PropertyHost& host, ULONG count, const SPropValue* values, LPSP
       refused.add(i, values[i].ulPropTag, problem);
       continue;
     }
-    // Named twice, the later value counts.
+    // If a property occurs twice, the later value wins.
     std::erase_if(set, [&](const Property& other) { return PROP_ID(other.tag) == PROP_ID(property.tag); });
     set.push_back(std::move(property));
   }

@@ -1,4 +1,4 @@
-// IMAPIProp, the same for every object: what it is called for is put to a PropertyHost.
+// IMAPIProp of every object, implemented on a PropertyHost.
 #pragma once
 
 #include <memory>
@@ -15,37 +15,37 @@
 
 namespace fendrel::provider {
 
-// An object's properties, computed ones included. Tags in questions name identifiers, of any type.
+// An object's properties, including computed ones. Requested tags match by identifier, any type.
 class PropertyHost {
  public:
-  // One property for each tag, in that order; tag 0 where there is none.
+  // One property for each tag, in order; tag 0 for a missing one.
   virtual HRESULT readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) = 0;
 
-  // All of them; values that are very long come unloaded.
+  // All of them; very long values unloaded.
   virtual HRESULT readAllProperties(std::vector<Property>& found) = 0;
 
-  // The properties of type PT_OBJECT that OpenProperty gives.
+  // The properties of type PT_OBJECT that OpenProperty opens.
   virtual std::span<const ULONG> objectTags() const { return {}; }
 
-  // S_OK when the object may be changed, else MAPI_E_NO_ACCESS.
+  // S_OK if the object may be changed, else MAPI_E_NO_ACCESS.
   virtual HRESULT checkWritable() const { return MAPI_E_NO_ACCESS; }
 
-  // S_OK when this property may be set and removed, else the problem to report: MAPI_E_COMPUTED, MAPI_E_NO_ACCESS.
+  // S_OK if this property may be set and removed, else the problem to report: MAPI_E_COMPUTED, MAPI_E_NO_ACCESS.
   virtual HRESULT checkProperty(PropertyTag tag) const = 0;
 
-  // Called with properties that checkProperty lets pass.
+  // Called with properties that checkProperty accepts.
   virtual HRESULT changeProperties(std::span<const Property> set, std::span<const PropertyTag> remove) = 0;
 
   virtual HRESULT saveChanges(ULONG) { return S_OK; }
 
-  // `options` are the interface's own, STGM_ for a stream.
+  // `options` are those of the interface: STGM_ for a stream.
   virtual HRESULT openProperty(ULONG, REFIID, ULONG, ULONG, IUnknown**) { return MAPI_E_NO_SUPPORT; }
 
  protected:
   ~PropertyHost() = default;
 };
 
-// The bodies of the calls of IMAPIProp.
+// The implementations of IMAPIProp's methods.
 HRESULT getProps(PropertyHost& host, const SPropTagArray* tags, ULONG flags, ULONG* count, LPSPropValue* values);
 HRESULT getPropList(PropertyHost& host, ULONG flags, LPSPropTagArray* tags);
 HRESULT setProps(PropertyHost& host, ULONG count, const SPropValue* values, LPSPropProblemArray* problems);
@@ -80,7 +80,7 @@ class MapiObject : public ComObject<Interface>, protected PropertyHost {
   STDMETHODIMP DeleteProps(LPSPropTagArray tags, LPSPropProblemArray* problems) override {
     return locked([&] { return deleteProps(*this, tags, problems); });
   }
-  // Not under the lock: the target may be of another session, whose thread copies the other way.
+  // Not under the lock: the target may belong to another session, whose thread copies in the other direction.
   STDMETHODIMP CopyTo(ULONG excludedCount, LPCIID excludedInterfaces, LPSPropTagArray excluded, UlongPtr,
                       LPMAPIPROGRESS, LPCIID iid, LPVOID target, ULONG flags, LPSPropProblemArray* problems) override {
     const std::span interfaces(excludedInterfaces, excludedInterfaces ? excludedCount : 0);

@@ -10,14 +10,14 @@
 namespace fendrel::provider {
 namespace {
 
-// How many rows are looked at in one go where a search may end early.
+// Rows per read in a search that may end early.
 constexpr std::size_t searchBatch = 256;
 constexpr std::size_t mostSortColumns = 16;
 
-// A row for each value of a list: a table may refuse that.
+// A row for each value of a list: not supported.
 bool asksForInstances(ULONG tag) { return (tag & MV_INSTANCE) != 0; }
 
-// Bookmarks are as wide as the published interface has them, whatever the headers at hand say.
+// Bookmarks have the published width, whatever the headers say.
 void writeBookmark(BOOKMARK* position, ULONG bookmark) {
   const ULONG_PTR wide = bookmark;
   std::memcpy(position, &wide, sizeof wide);
@@ -185,7 +185,7 @@ HRESULT MapiTable::findFrom(const Restriction& wanted, std::size_t begin, std::s
   while (begin < end) {
     const std::size_t count = std::min(searchBatch, end - begin);
     const std::size_t first = backward ? end - count : begin;
-    // A row that is gone is left out by the source, so positions are found again by key.
+    // The source omits deleted rows, so positions are matched by key.
     std::size_t next = first, hit = rows_.size();
     const std::span batch(rows_.data() + first, count);
     const HRESULT result =
@@ -250,7 +250,7 @@ STDMETHODIMP MapiTable::CreateBookmark(BOOKMARK* position) {
 
 STDMETHODIMP MapiTable::FreeBookmark(BOOKMARK position) {
   return guarded(*home_.mutex, [&] {
-    if (position <= BOOKMARK_END) return S_OK;  // the standard ones stay
+    if (position <= BOOKMARK_END) return S_OK;  // the standard ones are permanent
     return bookmarks_.erase(static_cast<ULONG>(position)) ? S_OK : MAPI_E_INVALID_BOOKMARK;
   });
 }
@@ -300,7 +300,7 @@ HRESULT MapiTable::readRows(std::size_t begin, std::size_t count, LPSRowSet* row
   std::size_t next = 0;
   const HRESULT result = source_->read(std::span(rows_).subspan(begin, count), columns,
                                        [&](const RowKey& row, std::vector<Property>& values) {
-                                         // A row that has gone since keeps its place, with nothing in it but errors.
+                                         // A row deleted since keeps its place, with only errors in it.
                                          for (; next < count && rows_[begin + next] != row; ++next) add(next, {});
                                          if (next < count) add(next++, values);
                                          return true;
@@ -320,7 +320,7 @@ STDMETHODIMP MapiTable::QueryRows(LONG count, ULONG flags, LPSRowSet* rows) {
     const std::size_t begin = count < 0 ? cursor_ - std::min(wanted, cursor_) : cursor_;
     const std::size_t taken = count < 0 ? cursor_ - begin : std::min(wanted, rows_.size() - cursor_);
     if (const HRESULT result = readRows(begin, taken, rows); FAILED(result)) return result;
-    // The cursor stands before the first row handed out or after the last one, whatever the direction.
+    // In both directions the cursor is before the first returned row or after the last one.
     cursor_ = flags & TBL_NOADVANCE ? begin : begin + taken;
     return S_OK;
   });

@@ -13,9 +13,8 @@
 
 namespace fendrel::provider {
 
-// Which rows there are, and their order, is fixed when they are first asked for and anew by Restrict and SortTable, or
-// when the source says that it has others; their values are read when they are handed out. Only the rows' keys are
-// held.
+// The rows and their order are fixed by the first request, and again after Restrict, SortTable or a change of the
+// source's state. Only the rows' keys are held; values are read when rows are returned.
 class MapiTable final : public ComObject<IMAPITable> {
  public:
   MapiTable(ObjectHome home, std::unique_ptr<RowSource> source, TextForm form);
@@ -45,7 +44,7 @@ class MapiTable final : public ComObject<IMAPITable> {
   STDMETHODIMP SetCollapseState(ULONG flags, ULONG stateSize, LPBYTE state, BOOKMARK* location) override;
 
  private:
-  // Makes rows_ right if it is not.
+  // Updates rows_ if necessary.
   HRESULT load();
   void forgetRows();
   HRESULT positionOf(BOOKMARK bookmark, std::size_t& position) const;
@@ -56,15 +55,15 @@ class MapiTable final : public ComObject<IMAPITable> {
   ObjectHome home_;
   std::unique_ptr<RowSource> source_;
   TextForm form_;
-  std::vector<ULONG> columns_;  // as the client asked
+  std::vector<ULONG> columns_;  // the client's tags
   std::unique_ptr<Restriction> restriction_;
   std::vector<SSortOrder> sortOrder_;
   bool loaded_ = false;
-  std::uint64_t sourceState_ = 0;  // when they were
+  std::uint64_t sourceState_ = 0;  // at that time
   std::vector<RowKey> rows_;
   std::size_t cursor_ = 0;  // before this row; rows_.size() at the end
   std::map<ULONG, std::size_t> bookmarks_;
-  ULONG nextBookmark_ = static_cast<ULONG>(BOOKMARK_END) + 1;  // never given out twice
+  ULONG nextBookmark_ = static_cast<ULONG>(BOOKMARK_END) + 1;  // never reused
 };
 
 }  // namespace fendrel::provider

@@ -1,4 +1,4 @@
-// Rows that are few enough to be held whole.
+// Table rows held in memory.
 #pragma once
 
 #include "row_source.h"
@@ -9,7 +9,7 @@ class MemoryRows final : public RowSource {
  public:
   using Row = std::vector<Property>;
 
-  // `columns` is what the table shows; a row may lack some of them.
+  // `columns`: those of the table; a row may lack some of them.
   MemoryRows(std::vector<PropertyTag> columns, std::vector<Row> rows)
       : columns_(std::move(columns)), rows_(std::move(rows)) {}
 
@@ -24,14 +24,14 @@ class MemoryRows final : public RowSource {
   std::vector<Row> rows_;
 };
 
-// The rows of a table that has one, with its columns.
+// A table of one row, with the row's columns.
 inline std::unique_ptr<MemoryRows> oneRow(MemoryRows::Row row) {
   std::vector<PropertyTag> columns;
   for (const Property& property : row) columns.push_back(property.tag);
   return std::make_unique<MemoryRows>(std::move(columns), std::vector<MemoryRows::Row>{std::move(row)});
 }
 
-// The property of that identifier; tag 0 when there is none.
+// The property with that identifier; tag 0 if there is none.
 Property findProperty(std::span<const Property> properties, PropertyTag tag);
 
 }  // namespace fendrel::provider

@@ -14,7 +14,7 @@
 namespace fendrel::provider {
 namespace {
 
-// Longer values do not come with "all properties"; asked for by name they do.
+// Longer values are omitted from "all properties" but not from explicit requests.
 constexpr std::uint64_t longestInAll = 1024 * 1024;
 
 constexpr PropertyTag recipientColumns[] = {PR_ROWID,      PR_RECIPIENT_TYPE, PR_DISPLAY_NAME_W,
@@ -33,8 +33,8 @@ Message::Message(ScopePointer scope, const store::Id& folder, store::MessageKind
       draft_(scope_->session->engine, folder) {
   info_.folder = folder;
   info_.kind = kind;
-  info_.searchKey = store::newGuid();  // the same however often the save is tried
-  readState_ = true;                   // its maker has read it
+  info_.searchKey = store::newGuid();  // the same in each attempt to save
+  readState_ = true;                   // its creator has read it
 }
 
 Message::Message(ScopePointer scope, const store::MessageInfo& info, bool writable)
@@ -57,7 +57,7 @@ Property Message::computed(PropertyTag tag, std::span<const Property> sources) c
   if (readState_) info.isRead = *readState_;
   if (!attachments_.empty()) info.hasAttachments = hasAttachments();
   if (!isSaved_) {
-    // What an identifier, a time or a size would tell is not known yet.
+    // Identifiers, times and sizes are not known yet.
     switch (PROP_ID(tag)) {
       case PROP_ID(PR_ENTRYID):
       case PROP_ID(PR_RECORD_KEY):
@@ -74,7 +74,7 @@ Property Message::computed(PropertyTag tag, std::span<const Property> sources) c
 
 HRESULT Message::readProperties(std::span<const PropertyTag> tags, std::vector<Property>& found) {
   if (isSaved_ && !readState_) {
-    // Somebody may have read or deleted it since.
+    // Another program may have read or deleted it since.
     store::MessageInfo now;
     const auto status = scope_->engine().findMessage(info_.id, now);
     if (status == store::Status::NotFound) return MAPI_E_OBJECT_DELETED;
@@ -119,9 +119,9 @@ HRESULT Message::readAllProperties(std::vector<Property>& found) {
 std::span<const ULONG> Message::objectTags() const { return objectsOfMessages; }
 
 HRESULT Message::checkProperty(PropertyTag tag) const {
-  // Its flags are the maker's until the first save.
+  // The creator may set flags until the first save.
   if (PROP_ID(tag) == PROP_ID(PR_MESSAGE_FLAGS) && !isSaved_) return S_OK;
-  // Computed only where nobody has set one.
+  // Computed only if it is not set.
   if (PROP_ID(tag) == PROP_ID(PR_SUBJECT_PREFIX_W)) return S_OK;
   return isComputedMessageTag(tag) ? MAPI_E_COMPUTED : S_OK;
 }
@@ -189,7 +189,7 @@ HRESULT Message::saveChanges(ULONG flags) {
     draft_.setSaved(info_.id, std::nullopt);
     attachments_.clear();
   }
-  // Without a wish to keep it open the message has been given up.
+  // Without KEEP_OPEN flags the message becomes read-only.
   writable_ = (flags & KEEP_OPEN_READWRITE) != 0;
   return S_OK;
 }
@@ -252,7 +252,7 @@ STDMETHODIMP Message::GetAttachmentTable(ULONG flags, LPMAPITABLE* table) {
   if (!table) return MAPI_E_INVALID_PARAMETER;
   return locked([&] {
     *table = nullptr;
-    // What is wrong with the message is said here, not row by row.
+    // Report a problem with the message here, not in each row.
     std::vector<ULONG> numbers;
     if (const HRESULT result = attachmentNumbers(numbers); FAILED(result)) return result;
     auto opened = makeObject<MapiTable>(home(), std::make_unique<AttachmentRows>(this), textForm(flags));
@@ -340,7 +340,7 @@ STDMETHODIMP Message::SubmitMessage(ULONG) { return MAPI_E_NO_SUPPORT; }
 STDMETHODIMP Message::SetReadFlag(ULONG flags) {
   if (const HRESULT result = checkReadFlags(flags); FAILED(result)) return result;
   return locked([&] {
-    if (flags & (GENERATE_RECEIPT_ONLY | CLEAR_RN_PENDING | CLEAR_NRN_PENDING)) return S_OK;  // there are no receipts
+    if (flags & (GENERATE_RECEIPT_ONLY | CLEAR_RN_PENDING | CLEAR_NRN_PENDING)) return S_OK;  // no receipts
     const bool isRead = (flags & CLEAR_READ_FLAG) == 0;
     if (!isSaved_) {
       readState_ = isRead;

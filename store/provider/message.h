@@ -9,12 +9,12 @@
 
 namespace fendrel::provider {
 
-// Everything that is changed is kept here until SaveChanges hands it to the engine in one transaction.
+// Holds all changes until SaveChanges passes them to the engine in one transaction.
 class Message final : public MapiObject<IMessage> {
  public:
-  // A new one, which is in no folder before its first save.
+  // A new message, which is in no folder before its first save.
   Message(ScopePointer scope, const store::Id& folder, store::MessageKind kind);
-  // A saved one.
+  // A saved message.
   Message(ScopePointer scope, const store::MessageInfo& info, bool writable);
 
   STDMETHODIMP GetAttachmentTable(ULONG flags, LPMAPITABLE* table) override;
@@ -26,11 +26,11 @@ class Message final : public MapiObject<IMessage> {
   STDMETHODIMP SubmitMessage(ULONG flags) override;
   STDMETHODIMP SetReadFlag(ULONG flags) override;
 
-  // For its attachments: takes over what one of them saved, for the message's own next save.
+  // For its attachments: takes an attachment's saved changes for the message's next save.
   HRESULT keepAttachment(ULONG number, PropertyChanges changes);
 
-  // For its attachment tables: the numbers of all attachments that are there, with this object's changes; what one of
-  // them shows (MAPI_E_NOT_FOUND); another number when there are others.
+  // For its attachment tables: the numbers of all attachments, with this object's changes; the row of one
+  // (MAPI_E_NOT_FOUND); a state that changes with the set of attachments.
   HRESULT attachmentNumbers(std::vector<ULONG>& numbers) const;
   HRESULT attachmentRow(ULONG number, std::vector<Property>& row) const;
   std::uint64_t attachmentState() const noexcept { return attachmentState_; }
@@ -55,18 +55,18 @@ class Message final : public MapiObject<IMessage> {
 
   Property computed(PropertyTag tag, std::span<const Property> sources) const;
   HRESULT draftOf(store::MessageDraft& draft, bool force) const;
-  // What an attachment's own object starts from. MAPI_E_NOT_FOUND.
+  // The initial properties of an attachment's object. MAPI_E_NOT_FOUND.
   HRESULT attachmentDraft(ULONG number, DraftProperties& draft) const;
   bool hasAttachments() const;
 
   ScopePointer scope_;
   bool writable_;
   bool isSaved_;
-  store::MessageInfo info_{};      // before the first save only folder, kind and search key count
+  store::MessageInfo info_{};      // before the first save only folder, kind and search key are valid
   std::optional<bool> readState_;  // to be saved
   DraftProperties draft_;
   std::map<ULONG, PendingAttachment> attachments_;
-  ULONG nextAttachment_ = 0;  // never given out twice by this object
+  ULONG nextAttachment_ = 0;  // never reused by this object
   std::uint64_t attachmentState_ = 0;
 };
 

@@ -12,7 +12,7 @@ constexpr PropertyTag messageTags[] = {
     PR_DISPLAY_TO_W,      PR_DISPLAY_CC_W,  PR_DISPLAY_BCC_W,      PR_STORE_RECORD_KEY, PR_MDB_PROVIDER,
     PR_MAPPING_SIGNATURE, PR_INSTANCE_KEY,  PR_STORE_SUPPORT_MASK, PR_MSG_STATUS};
 
-// "RE: " and the like: one to three letters, a colon and a blank.
+// "RE: " and the like: one to three letters, a colon and a space.
 std::size_t prefixLength(std::u16string_view subject) {
   const std::size_t colon = subject.substr(0, 4).find(u':');
   if (colon == 0 || colon == std::u16string_view::npos || colon + 1 >= subject.size() || subject[colon + 1] != u' ')
@@ -23,7 +23,7 @@ std::size_t prefixLength(std::u16string_view subject) {
   return std::ranges::all_of(subject.substr(0, colon), isLetter) ? colon + 2 : 0;
 }
 
-// What the subject begins with: the prefix that was set, as long as it does begin with it, else what looks like one.
+// The subject's prefix: the one that was set, if the subject begins with it, else what looks like a prefix.
 Property subjectPart(const Property& subject, const Property& setPrefix, PropertyTag tag) {
   const auto* text = textOf(subject);
   const auto* set = textOf(setPrefix);
@@ -59,7 +59,7 @@ HRESULT checkReadFlags(ULONG flags) {
 
 Property messageFlags(const Property& source, const store::MessageInfo& message) {
   constexpr ULONG known = MSGFLAG_READ | MSGFLAG_HASATTACH | MSGFLAG_ASSOCIATED | MSGFLAG_UNMODIFIED;
-  // A message that was never submitted is a draft unless its maker said otherwise.
+  // A message that was never submitted is a draft unless its creator set other flags.
   ULONG flags = longOf(source) ? static_cast<ULONG>(*longOf(source)) & ~known : MSGFLAG_UNSENT;
   if (message.isRead) flags |= MSGFLAG_READ;
   if (message.hasAttachments) flags |= MSGFLAG_HASATTACH;

@@ -6,22 +6,22 @@
 
 namespace fendrel::provider {
 
-// In the order in which a message lists them.
+// In the message's order.
 std::span<const PropertyTag> computedMessageTags();
 
 bool isComputedMessageTag(PropertyTag tag);
 
-// The stored properties that a computed one is made of.
+// The stored properties from which a computed one is made.
 std::span<const PropertyTag> sourcesOf(PropertyTag tag);
 
-// Tag 0 where there is none of it. `sources`: the properties that sourcesOf names.
+// Tag 0 if the message does not have it. `sources`: the properties of sourcesOf.
 Property computedMessageProperty(const StoreScope& scope, const store::MessageInfo& message, PropertyTag tag,
                                  bool writable, std::span<const Property> sources);
 
-// PR_MESSAGE_FLAGS from what the client set (or nothing) and what the store knows.
+// PR_MESSAGE_FLAGS from the client's flags (or nothing) and the store's state.
 Property messageFlags(const Property& source, const store::MessageInfo& message);
 
-// What SetReadFlag and SetReadFlags refuse: to make unread and to speak of receipts of having been read.
+// For SetReadFlag and SetReadFlags: refuses to mark as unread together with flags about receipts.
 HRESULT checkReadFlags(ULONG flags);
 
 }  // namespace fendrel::provider

@@ -7,7 +7,7 @@
 namespace fendrel::provider {
 namespace {
 
-// Which of a table's columns the engine is asked for and how its row becomes ours.
+// Maps a table's columns to the engine's columns, and the engine's rows to the table's.
 class Plan {
  public:
   Plan(const StoreScope& scope, std::span<const PropertyTag> columns) : scope_(scope), columns_(columns) {
@@ -15,7 +15,7 @@ class Plan {
       if (isComputedMessageTag(column)) {
         const auto sources = sourcesOf(column);
         stored_.insert(stored_.end(), sources.begin(), sources.end());
-      } else if (PROP_ID(column) != 0) {  // nothing is stored under PR_NULL
+      } else if (PROP_ID(column) != 0) {  // PR_NULL is never stored
         stored_.push_back(column);
       }
     }
@@ -42,7 +42,7 @@ class Plan {
  private:
   const StoreScope& scope_;
   std::span<const PropertyTag> columns_;
-  std::vector<PropertyTag> stored_;  // those of each column, one after another
+  std::vector<PropertyTag> stored_;  // of all columns, concatenated
 };
 
 }  // namespace

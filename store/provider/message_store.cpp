@@ -18,7 +18,7 @@ struct StandardFolder {
 };
 constexpr StandardFolder standardFolders[] = {
     {&store::StoreInfo::ipmSubtree, PR_IPM_SUBTREE_ENTRYID, FOLDER_IPM_SUBTREE_VALID},
-    // The inbox has no property of its own: GetReceiveFolder names it.
+    // The inbox has no property; GetReceiveFolder returns it.
     {&store::StoreInfo::inbox, 0, FOLDER_IPM_INBOX_VALID},
     {&store::StoreInfo::outbox, PR_IPM_OUTBOX_ENTRYID, FOLDER_IPM_OUTBOX_VALID},
     {&store::StoreInfo::wastebasket, PR_IPM_WASTEBASKET_ENTRYID, FOLDER_IPM_WASTEBASKET_VALID},
@@ -118,9 +118,9 @@ STDMETHODIMP MessageStore::GetReceiveFolder(LPTSTR, ULONG flags, ULONG* size, LP
   return locked([&]() -> HRESULT {
     *size = 0;
     *entryId = nullptr;
-    // Nothing is delivered into a public store.
+    // A public store has no receive folder.
     if (scope_->store.inbox.empty()) return MAPI_E_NO_SUPPORT;
-    // All classes go to the one inbox; the class that says so is the empty one.
+    // All classes are delivered to the inbox; the empty class means all.
     if (explicitClass) {
       const std::size_t unit = textForm(flags) == TextForm::Wide ? sizeof(wchar_t) : sizeof(char);
       *explicitClass = static_cast<LPTSTR>(allocateTop(unit));

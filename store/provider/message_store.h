@@ -39,7 +39,7 @@ class MessageStore final : public MapiObject<IMsgStore> {
   ScopePointer scope_;
 };
 
-// What a store says of itself; the row of a message stores table too.
+// The computed properties of a store, also for its row in a message stores table.
 std::vector<Property> computedStoreProperties(const StoreScope& scope);
 
 }  // namespace fendrel::provider

@@ -25,7 +25,7 @@ const store::Guid& mapiSet() {
   return set;
 }
 
-// MAPI_E_INVALID_PARAMETER for one that is none.
+// MAPI_E_INVALID_PARAMETER for an invalid name.
 HRESULT takeName(const MAPINAMEID* given, PropertyName& name) {
   if (!given || !given->lpguid) return MAPI_E_INVALID_PARAMETER;
   name.set = guidOf(*given->lpguid);
@@ -38,7 +38,7 @@ HRESULT takeName(const MAPINAMEID* given, PropertyName& name) {
   return S_OK;
 }
 
-// Below 0x8000 an identifier is its own name, in a set of its own.
+// Below 0x8000 an identifier is its own name, in the set PS_MAPI.
 bool isOwnName(const PropertyName& name) {
   const auto* number = std::get_if<std::int32_t>(&name.name);
   return name.set == mapiSet() && number && *number > 0 && *number < store::firstNamedProperty;
@@ -46,7 +46,7 @@ bool isOwnName(const PropertyName& name) {
 
 constexpr std::size_t inEights(std::size_t size) { return (size + 7) & ~std::size_t{7}; }
 
-// All names and what hangs below them in one block.
+// All names and their data in one block.
 MapiBuffer<LPMAPINAMEID> makeNames(const std::vector<std::optional<PropertyName>>& names) {
   const std::size_t perName = inEights(sizeof(MAPINAMEID)) + inEights(sizeof(GUID));
   std::size_t room = inEights(names.size() * sizeof(LPMAPINAMEID));
@@ -87,7 +87,7 @@ bool isWanted(const PropertyName& name, ULONG flags) {
   return !(flags & (isText ? MAPI_NO_STRINGS : MAPI_NO_IDS));
 }
 
-// What stands in the list of all names, tags and names alike.
+// The tags and names of the list of all names.
 HRESULT listAll(store::Origin& origin, const GUID* set, ULONG flags, std::vector<ULONG>& tags,
                 std::vector<std::optional<PropertyName>>& names) {
   std::vector<NamedProperty> all;
@@ -115,7 +115,7 @@ HRESULT getIdsFromNames(store::Origin& origin, ULONG count, MAPINAMEID** names, 
     return S_OK;
   }
   std::vector<PropertyName> asked(count);
-  std::vector<PropertyName> kept;  // those that the store keeps
+  std::vector<PropertyName> kept;  // those in the store
   for (ULONG i = 0; i < count; ++i) {
     if (const HRESULT result = takeName(names[i], asked[i]); FAILED(result)) return result;
     if (asked[i].set != mapiSet()) kept.push_back(asked[i]);

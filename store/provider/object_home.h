@@ -1,4 +1,4 @@
-// What an object needs of where it comes from.
+// The environment of an object.
 #pragma once
 
 #include <memory>
@@ -9,8 +9,8 @@
 namespace fendrel::provider {
 
 struct ObjectHome {
-  std::shared_ptr<std::recursive_mutex> mutex;  // taken by every call
-  std::shared_ptr<store::Origin> origin;        // whose last words it repeats
+  std::shared_ptr<std::recursive_mutex> mutex;  // locked by every call
+  std::shared_ptr<store::Origin> origin;        // for GetLastError
 };
 
 }  // namespace fendrel::provider

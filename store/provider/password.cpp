@@ -46,7 +46,7 @@ HRESULT derive(const std::u16string& password, store::Bytes salt, std::uint32_t 
   return BCRYPT_SUCCESS(status) ? S_OK : MAPI_E_CALL_FAILED;
 }
 
-// Takes the same time wherever the first difference is.
+// Constant time.
 bool equalBytes(const store::Bytes& left, const store::Bytes& right) {
   if (left.size() != right.size()) return false;
   std::byte difference{};

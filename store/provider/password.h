@@ -1,4 +1,4 @@
-// Profile passwords: kept as a salted slow hash (PBKDF2 with HMAC-SHA-256), made by the system's cryptography.
+// Profile passwords as salted slow hashes (PBKDF2 with HMAC-SHA-256), computed by the system's cryptography.
 #pragma once
 
 #include <string>
@@ -8,10 +8,10 @@
 
 namespace fendrel::provider {
 
-// A record with a fresh salt. MAPI_E_CALL_FAILED when the system's cryptography does not work.
+// A record with a new salt. MAPI_E_CALL_FAILED if the system's cryptography fails.
 HRESULT hashPassword(const std::u16string& password, store::PasswordRecord& record);
 
-// S_OK for the right password, and for any password where none is kept; else MAPI_E_LOGON_FAILED.
+// S_OK for the right password, and for any password if the record is empty; else MAPI_E_LOGON_FAILED.
 HRESULT checkPassword(const store::PasswordRecord& record, const std::u16string& password);
 
 }  // namespace fendrel::provider

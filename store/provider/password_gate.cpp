@@ -14,7 +14,7 @@ namespace {
 
 constexpr DWORD firstDelay = 1'000, longestDelay = 2'000;  // milliseconds
 
-// One for each profile, the same in every process; without it (another user's, no memory) a try waits for nobody.
+// One per profile, shared by all processes; if it is unavailable (another user's, no memory) a try does not wait.
 class Gate {
  public:
   explicit Gate(const store::Profile& profile) : handle_(CreateMutexW(nullptr, FALSE, nameOf(profile).c_str())) {
@@ -43,7 +43,7 @@ class Gate {
   bool isMine_ = false;
 };
 
-// How long the next wrong answer of this process takes.
+// The delay of this process's next wrong answer.
 DWORD nextDelay(const store::Profile& profile, bool isRight) {
   static std::mutex mutex;
   static std::map<std::string, DWORD> delays;  // by identifier
@@ -62,7 +62,7 @@ DWORD nextDelay(const store::Profile& profile, bool isRight) {
 
 HRESULT tryPassword(const store::Profile& profile, const std::u16string& password) {
   if (profile.password.empty()) return S_OK;
-  if (password.empty()) return MAPI_E_LOGON_FAILED;  // no try: no profile is protected by an empty one
+  if (password.empty()) return MAPI_E_LOGON_FAILED;  // not a try: no profile has an empty password
   const Gate gate(profile);
   const HRESULT result = checkPassword(profile.password, password);
   const DWORD delay = nextDelay(profile, result != MAPI_E_LOGON_FAILED);

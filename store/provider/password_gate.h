@@ -1,4 +1,4 @@
-// Slows down whoever tries passwords.
+// Slows down password guessing.
 #pragma once
 
 #include "mapi_interfaces.h"
@@ -6,9 +6,9 @@
 
 namespace fendrel::provider {
 
-// checkPassword, for all processes one try at a time on a profile. A wrong one is answered late, by one second and then
-// by two, and others wait for it as long; but nobody waits for the tries of others for more than a few seconds, so that
-// they cannot keep out who knows the password.
+// checkPassword, one try at a time per profile across all processes. A wrong password is answered after one second,
+// then after two, and others wait as long. Nobody waits for others' tries longer than longestGateWait, so that they
+// cannot lock out a user with the right password.
 HRESULT tryPassword(const store::Profile& profile, const std::u16string& password);
 
 // The longest wait for others, in milliseconds.

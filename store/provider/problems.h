@@ -1,4 +1,4 @@
-// What went wrong with single properties of one call.
+// The problems with single properties of one call.
 #pragma once
 
 #include <algorithm>

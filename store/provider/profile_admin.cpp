@@ -14,10 +14,10 @@ namespace {
 
 constexpr std::size_t longestName = cchProfileNameMax;
 
-// A flag of ours for DeleteProfile, which fendrel.exe knows: the mailbox goes with the profile.
+// Our flag for DeleteProfile, used by fendrel.exe: deletes the mailbox too.
 constexpr ULONG withMailbox = 0x00010000;
 
-// A profile that the caller may change: there, and opened with its password.
+// Finds a profile and checks its password.
 HRESULT unlockedProfile(store::ProfileBook& profiles, const void* name, const void* password, ULONG flags,
                         store::Profile& profile) {
   const auto status = profiles.find(textArgument(name, flags), profile);
@@ -67,7 +67,7 @@ STDMETHODIMP ProfileAdmin::CreateProfile(LPTSTR name, LPTSTR password, ULONG_PTR
     }
     const auto status = profiles_->create(profile);
     if (status == store::Status::Ok) noteMade(profile.name);
-    // The published answer to a name that is taken.
+    // The documented result for a name in use.
     return status == store::Status::AlreadyExists ? MAPI_E_NO_ACCESS : toResult(status);
   });
 }
@@ -99,7 +99,7 @@ STDMETHODIMP ProfileAdmin::ChangeProfilePassword(LPTSTR name, LPTSTR oldPassword
   });
 }
 
-// The copy has the same user and password, and a mailbox of its own or the same server.
+// The copy has the same user and password, and its own mailbox or the same server.
 STDMETHODIMP ProfileAdmin::CopyProfile(LPTSTR name, LPTSTR password, LPTSTR newName, ULONG_PTR, ULONG flags) {
   if (!name || !newName) return MAPI_E_INVALID_PARAMETER;
   return guarded([&]() -> HRESULT {

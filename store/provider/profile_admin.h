@@ -17,7 +17,7 @@ class ProfileAdmin final : public ComObject<IProfAdmin> {
 
   STDMETHODIMP GetLastError(HRESULT result, ULONG flags, LPMAPIERROR* error) override;
   STDMETHODIMP GetProfileTable(ULONG flags, LPMAPITABLE* table) override;
-  // The user's name is the profile's until the profile section is told another one.
+  // The user's name is the profile's name until the profile section sets another one.
   STDMETHODIMP CreateProfile(LPTSTR name, LPTSTR password, ULONG_PTR window, ULONG flags) override;
   STDMETHODIMP DeleteProfile(LPTSTR name, ULONG flags) override;
   STDMETHODIMP ChangeProfilePassword(LPTSTR name, LPTSTR oldPassword, LPTSTR newPassword, ULONG flags) override;
@@ -33,7 +33,7 @@ class ProfileAdmin final : public ComObject<IProfAdmin> {
 
   std::shared_ptr<store::ProfileBook> profiles_;
   std::mutex mutex_;
-  std::set<std::u16string> made_;  // by this object
+  std::set<std::u16string> made_;  // profiles created by this object
 };
 
 }  // namespace fendrel::provider

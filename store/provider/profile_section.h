@@ -1,4 +1,4 @@
-// IProfSect: what a profile says about itself.
+// IProfSect: the properties of a profile.
 #pragma once
 
 #include "mapi_object.h"
@@ -6,8 +6,9 @@
 
 namespace fendrel::provider {
 
-// PR_PROFILE_NAME, PR_DISPLAY_NAME, the server's properties (server_profile.h; all to read) and PR_MAILBOX_OWNER_NAME_W, the user's name, which also names the
-// mailbox. A profile that has gone since is MAPI_E_NOT_FOUND.
+// PR_PROFILE_NAME, PR_DISPLAY_NAME, the server's properties (server_profile.h; all read-only) and
+// PR_MAILBOX_OWNER_NAME_W, the user's name, which also names the mailbox. If the profile was removed since:
+// MAPI_E_NOT_FOUND.
 class ProfileSection final : public MapiObject<IProfSect> {
  public:
   ProfileSection(std::shared_ptr<store::ProfileBook> profiles, std::u16string profile, bool writable);
@@ -24,7 +25,7 @@ class ProfileSection final : public MapiObject<IProfSect> {
   bool writable_;
 };
 
-// OpenProfileSection for whoever offers it. MUID_PROFILE_INSTANCE (or none) is the one section that there is.
+// OpenProfileSection of all interfaces. MUID_PROFILE_INSTANCE (or null) is the only section.
 HRESULT openProfileSection(const std::shared_ptr<store::ProfileBook>& profiles, const std::u16string& profile,
                            const MAPIUID* uid, LPCIID iid, ULONG flags, LPPROFSECT* section);
 

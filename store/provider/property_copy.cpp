@@ -16,7 +16,7 @@ namespace {
 constexpr ULONG firstNamed = 0x8000;
 constexpr std::size_t pieceSize = 64 * 1024;
 
-// What a provider computes of its own objects: a copy has its own.
+// Computed by each provider for its own objects, so not copied.
 constexpr ULONG ownOfEachObject[] = {PROP_ID(PR_OBJECT_TYPE),
                                      PROP_ID(PR_ENTRYID),
                                      PROP_ID(PR_RECORD_KEY),
@@ -69,18 +69,18 @@ store::Bytes binaryOf(IMAPIProp& object, ULONG tag) {
   return {bytes, bytes + value->Value.bin.cb};
 }
 
-// A property on its way: what it is called where it goes, and its value where that came with all others.
+// A property to copy: its tag in the target, and its value if it is not long.
 struct Item {
-  ULONG index;  // of the caller's list, for problems
+  ULONG index;  // in the caller's list, for problems
   ULONG from, to;
-  const SPropValue* value;  // null: to be streamed
+  const SPropValue* value;  // null: copy as a stream
 };
 
 class Copy {
  public:
   Copy(IMAPIProp& source, IMAPIProp& target, ULONG flags) : source_(source), target_(target), flags_(flags) {}
 
-  // All values that are not long, with the tags of the long ones.
+  // Reads all values that are not long, and the tags of the long ones.
   HRESULT read() {
     ULONG count = 0;
     SPropValue* values = nullptr;
@@ -94,10 +94,10 @@ class Copy {
     return listed;
   }
 
-  // Every property that is there, by the tag it has in the source.
+  // The tags of all existing properties in the source.
   std::span<const ULONG> tags() const { return tagsOf(*tags_); }
 
-  // The tag of a property that is there, whatever type was asked for; 0 where there is none.
+  // The tag of an existing property, of any type; 0 if there is none.
   ULONG find(ULONG tag) const {
     const auto found = std::ranges::find(tags(), PROP_ID(tag), [](ULONG one) { return PROP_ID(one); });
     return found == tags().end() ? 0 : *found;
@@ -136,7 +136,7 @@ class Copy {
       copied_.push_back(item.from);
   }
 
-  // Each store numbers names by itself, unless both say that they share the numbers.
+  // Each store has its own identifiers for names, unless both have the same PR_MAPPING_SIGNATURE.
   HRESULT translateNames() {
     std::vector<ULONG> named;
     for (const Item& item : items_) {
@@ -273,7 +273,7 @@ HRESULT copyAttachment(IMessage& source, ULONG number, IMessage& target) {
   LPSPropProblemArray raw = nullptr;
   result = copyTo(*from.Get(), {}, nullptr, &IID_IAttachment, to.Get(), 0, &raw);
   const MapiBuffer<SPropProblemArray> problems(raw);
-  // An attachment without its content would be none.
+  // An attachment without its content is a failure.
   for (ULONG i = 0; SUCCEEDED(result) && problems && i < problems->cProblem; ++i) {
     if (PROP_ID(problems->aProblem[i].ulPropTag) == PROP_ID(PR_ATTACH_DATA_BIN)) result = problems->aProblem[i].scode;
   }
@@ -292,7 +292,7 @@ HRESULT copyAttachments(IMessage& source, IMessage& target, ULONG flags) {
   return S_OK;
 }
 
-// The entry identifiers of a table's rows, and what their bytes are in.
+// The entry identifiers of a table's rows, and the rows that hold their bytes.
 HRESULT entriesOf(IMAPITable& table, MapiRows& rows, std::vector<SBinary>& entries) {
   const SPropTagArray columns{1, {PR_ENTRYID}};
   if (const HRESULT result = readAllRows(table, &columns, nullptr, nullptr, 0, rows); FAILED(result)) return result;
@@ -331,7 +331,7 @@ HRESULT copyFolders(IMAPIFolder& source, IMAPIFolder& target, ULONG flags) {
   return worst;
 }
 
-// Which of the things that hang from an object go with it.
+// The contained objects to copy.
 struct Company {
   bool attachments = false, contents = false, associated = false, folders = false;
 };
@@ -453,7 +453,7 @@ HRESULT copyMessageInto(IMessage& source, bool isAssociated, IMAPIFolder& target
   const MapiBuffer<SPropProblemArray> problems(raw);
   if (SUCCEEDED(result)) result = made->SaveChanges(0);
   if (FAILED(result) || !problems) return result;
-  // What the other provider computes itself is not a loss.
+  // Properties that the other provider computes are not lost.
   const bool isWhole = std::all_of(problems->aProblem, problems->aProblem + problems->cProblem,
                                    [](const SPropProblem& problem) { return problem.scode == MAPI_E_COMPUTED; });
   return isWhole ? S_OK : MAPI_W_ERRORS_RETURNED;

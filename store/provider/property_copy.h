@@ -1,5 +1,5 @@
-// IMAPIProp::CopyTo and CopyProps, over published interfaces alone: the target may be another provider's. Long values
-// go through streams and attachments one by one, so that no more than a piece of them is in memory.
+// IMAPIProp::CopyTo and CopyProps, using only published interfaces: the target may be another provider's. Long values
+// are copied through streams and attachments one by one, so that only a piece is in memory.
 #pragma once
 
 #include <span>
@@ -8,24 +8,25 @@
 
 namespace fendrel::provider {
 
-// All properties of the source but those that its own provider computes and those in `excluded` (of any type). What
-// both objects are decides what goes with them: a message's attachments, a folder's messages and folders. That is left
-// out with PR_MESSAGE_ATTACHMENTS, PR_CONTAINER_CONTENTS, PR_FOLDER_ASSOCIATED_CONTENTS, PR_CONTAINER_HIERARCHY among
-// `excluded`, or with the interface among `excludedInterfaces`. A folder keeps its name.
+// Copies all properties of the source but those that its provider computes and those in `excluded` (of any type). If
+// both objects are messages, attachments are copied too; if both are folders, messages and subfolders.
+// PR_MESSAGE_ATTACHMENTS, PR_CONTAINER_CONTENTS, PR_FOLDER_ASSOCIATED_CONTENTS, PR_CONTAINER_HIERARCHY in `excluded`,
+// or the interface in `excludedInterfaces`, prevent that. A folder keeps its name.
 HRESULT copyTo(IMAPIProp& source, std::span<const IID> excludedInterfaces, const SPropTagArray* excluded, LPCIID iid,
                void* target, ULONG flags, LPSPropProblemArray* problems);
 
-// The properties that are named. One that the source does not have, or the target does not take, is a problem.
+// Copies the given properties. One that the source lacks or the target refuses is a problem.
 HRESULT copyProps(IMAPIProp& source, const SPropTagArray* included, LPCIID iid, void* target, ULONG flags,
                   LPSPropProblemArray* problems);
 
-// A new message in `target` with all that `source` has, saved. MAPI_W_ERRORS_RETURNED: without some of its properties.
+// Saves a complete copy of `source` in `target`. MAPI_W_ERRORS_RETURNED: without some of its properties.
 HRESULT copyMessageInto(IMessage& source, bool isAssociated, IMAPIFolder& target);
 
-// All that a folder has, its name apart, goes to `target`, a new folder. MAPI_W_PARTIAL_COMPLETION: some did not.
+// Copies or moves everything in a folder except its name to `target`, a new folder. MAPI_W_PARTIAL_COMPLETION: not all
+// of it.
 HRESULT copyFolderInto(IMAPIFolder& source, IMAPIFolder& target, bool withFolders, bool move);
 
-// Whether an object lets itself be changed, as far as it says.
+// Whether an object says that it is writable.
 bool mayBeChanged(IMAPIProp& object);
 
 }  // namespace fendrel::provider

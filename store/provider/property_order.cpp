@@ -13,7 +13,7 @@ void appendBigEndian(std::string& key, std::uint64_t value) {
   for (int shift = 56; shift >= 0; shift -= 8) key += static_cast<char>(value >> shift & 0xFF);
 }
 
-// Two's complement in the order of unsigned numbers.
+// Flipping it gives two's complement the order of unsigned numbers.
 constexpr std::uint64_t signBit = std::uint64_t{1} << 63;
 
 struct KeyWriter {
@@ -72,7 +72,7 @@ std::optional<std::strong_ordering> compareValues(const PropertyValue& left, con
   if (left.index() != right.index() || left.index() == 0) return std::nullopt;
   if (std::holds_alternative<store::UnloadedValue>(left)) return std::nullopt;
   if (left == right) return std::strong_ordering::equal;
-  // char compares unsigned in std::string.
+  // std::string compares char as unsigned.
   return orderKey(left) <=> orderKey(right);
 }
 

@@ -1,4 +1,4 @@
-// How values compare, for restrictions and sorting.
+// Compares values for restrictions and sorting.
 #pragma once
 
 #include <compare>
@@ -9,8 +9,8 @@
 
 namespace fendrel::provider {
 
-// Bytes whose order is the order of the values: numbers by size, text by the user's language without case first and
-// by its code units where that makes no difference, so that only equal texts are equal. An absent value comes first.
+// A key whose bytes have the order of the values: numbers by size, text by the user's language ignoring case, then by
+// its code units, so that only identical texts are equal. An absent value comes first.
 std::string orderKey(const PropertyValue& value);
 
 // Nothing for values of different types.

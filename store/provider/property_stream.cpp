@@ -59,7 +59,8 @@ STDMETHODIMP PropertyStream::CopyTo(IStream* target, ULARGE_INTEGER size, ULARGE
                                     ULARGE_INTEGER* written) {
   if (!target) return STG_E_INVALIDPOINTER;
   ULARGE_INTEGER readHere{}, writtenHere{};
-  // The lock is not held while the target writes: it may be of a session whose thread copies the other way.
+  // The lock is not held while the target writes: it may belong to a session whose thread copies in the other
+  // direction.
   const HRESULT result = guarded([&]() -> HRESULT {
     std::array<std::byte, 32 * 1024> buffer;
     while (readHere.QuadPart < size.QuadPart) {
@@ -84,7 +85,7 @@ STDMETHODIMP PropertyStream::Commit(DWORD) {
   return guarded(*mutex_, [&] { return writable_ ? content_->commit() : S_OK; });
 }
 
-// In direct mode there is nothing to take back.
+// In direct mode there is nothing to revert.
 STDMETHODIMP PropertyStream::Revert() { return S_OK; }
 
 STDMETHODIMP PropertyStream::LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) { return STG_E_INVALIDFUNCTION; }

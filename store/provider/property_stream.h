@@ -9,7 +9,7 @@
 
 namespace fendrel::provider {
 
-// In direct mode: what is written is in the content at once. Clones share the content, not the position.
+// In direct mode: writes go to the content at once. Clones share the content, not the position.
 class PropertyStream final : public ComObject<IStream> {
  public:
   PropertyStream(std::shared_ptr<std::recursive_mutex> mutex, std::shared_ptr<StreamContent> content, bool writable,

@@ -60,7 +60,7 @@ HRESULT takeManyBinaries(const SBinaryArray& array, Property& property) {
   return S_OK;
 }
 
-// Room for a text in a form: exact for long ones, for short ones what it takes at most.
+// Room for a text in a form: exact for long ones, the maximum for short ones.
 std::size_t roomForText(std::u16string_view text, bool wide) {
   if (wide) return (text.size() + 1) * sizeof(wchar_t);
   constexpr std::size_t shortText = 1024, bytesAtMost = 4;
@@ -69,7 +69,7 @@ std::size_t roomForText(std::u16string_view text, bool wide) {
 
 constexpr std::size_t aligned(std::size_t size) { return (size + 7) & ~std::size_t{7}; }
 
-// Gives out one block's bytes from front to back.
+// Allocates one block's bytes from front to back.
 class Arena {
  public:
   explicit Arena(void* begin) : next_(static_cast<std::byte*>(begin)) {}
@@ -103,7 +103,7 @@ class Arena {
   std::byte* next_;
 };
 
-// What a value needs beside its SPropValue.
+// The size of a value's data besides its SPropValue.
 std::size_t roomFor(const Answer& answer) {
   if (!answer.value) return 0;
   const bool wide = (PROP_TYPE(answer.tag) & ~MV_FLAG) == PT_UNICODE;
@@ -123,7 +123,7 @@ std::size_t roomFor(const Answer& answer) {
   return room;
 }
 
-// Writes one stored value into the union of an SPropValue, what hangs below it into the arena.
+// Writes a stored value into the union of an SPropValue, and its data into the arena.
 struct ValueWriter {
   __UPV& out;
   ULONG type;

@@ -1,4 +1,4 @@
-// Property values between MAPI's form and the store's.
+// Converts property values between MAPI's form and the store's.
 #pragma once
 
 #include <span>
@@ -14,38 +14,38 @@ using store::Property;
 using store::PropertyTag;
 using store::PropertyValue;
 
-// The identifier half of a tag as a question to the store: any type.
+// The tag for a request of any type.
 constexpr PropertyTag anyType(ULONG tag) { return tag & 0xFFFF0000u; }
 
-// The store's own tag for a client's: text is wide there.
+// The store's tag for a client's: text is wide.
 PropertyTag storedTag(ULONG tag);
 
-// The client's tag for a stored one, text in the given form.
+// The client's tag for a stored one, with text in the given form.
 ULONG shownTag(PropertyTag tag, TextForm form);
 
-// Copies a client's value deeply. MAPI_E_INVALID_PARAMETER (null where a value must be), MAPI_E_INVALID_TYPE (no value
-// of that type can exist), MAPI_E_TYPE_NO_SUPPORT (the store cannot keep it).
+// Copies a client's value deeply. MAPI_E_INVALID_PARAMETER (a null pointer), MAPI_E_INVALID_TYPE (not a type of
+// values), MAPI_E_TYPE_NO_SUPPORT (the store cannot keep it).
 HRESULT takeValue(const SPropValue& value, Property& property);
 
-// One answer to a question for a property: a value under the asked tag, or an error under PT_ERROR.
+// The result for a requested property: a value with the requested tag, or an error with PT_ERROR.
 struct Answer {
   ULONG tag = PR_NULL;
   SCODE error = MAPI_E_NOT_FOUND;
   const PropertyValue* value = nullptr;
 };
 
-// `found` has tag 0 where there is no such property. Asked for PT_UNSPECIFIED, text comes in `form`.
+// `found` has tag 0 if there is no such property. For PT_UNSPECIFIED, text is returned in `form`.
 Answer answerFor(ULONG asked, const Property& found, TextForm form);
 
-// A tag array with the same meaning as SPropTagArray; it may be null only where the caller has looked.
+// The tags of an array.
 inline std::span<const ULONG> tagsOf(const SPropTagArray& tags) { return {tags.aulPropTag, tags.cValues}; }
 
-// All answers and what hangs below them in a single block. Throws std::bad_alloc.
+// All answers and their data in a single block. Throws std::bad_alloc.
 MapiBuffer<SPropValue> makeValues(std::span<const Answer> answers);
 
 MapiBuffer<SPropTagArray> makeTagArray(std::span<const ULONG> tags);
 
-// Convenience for computed properties.
+// For computed properties.
 inline Property makeProperty(ULONG tag, PropertyValue value) { return {tag, std::move(value)}; }
 inline Property longProperty(ULONG tag, std::uint64_t value) {
   return {tag, static_cast<std::int32_t>(value > 0x7FFFFFFF ? 0x7FFFFFFF : value)};

@@ -25,7 +25,7 @@ HRESULT checkOperator(ULONG relop) {
   return relop > RELOP_RE ? MAPI_E_INVALID_PARAMETER : S_OK;
 }
 
-// Whether `whole` contains `part` as the fuzzy level asks.
+// Whether `whole` contains `part`, according to the fuzzy level.
 template <class Text>
 bool contains(const Text& whole, const Text& part, ULONG fuzzyLevel) {
   if (fuzzyLevel & FL_SUBSTRING)
@@ -52,13 +52,13 @@ bool containsValue(const PropertyValue& whole, const PropertyValue& part, ULONG 
   return false;
 }
 
-// The size of the SPropValue and what hangs below it, as a size restriction measures it.
+// The size of the SPropValue and its data, for size restrictions.
 std::uint64_t sizeOf(const Property& property) {
   const PropertyValue& value = property.value;
   if (const auto* text = std::get_if<std::u16string>(&value)) return (text->size() + 1) * 2;
   if (const auto* bytes = std::get_if<store::Bytes>(&value)) return bytes->size();
   if (const auto* unloaded = std::get_if<store::UnloadedValue>(&value))
-    return unloaded->size + (PROP_TYPE(property.tag) == PT_UNICODE ? sizeof(char16_t) : 0);  // a text has an end
+    return unloaded->size + (PROP_TYPE(property.tag) == PT_UNICODE ? sizeof(char16_t) : 0);  // with terminator
   return 8;
 }
 
@@ -108,7 +108,7 @@ HRESULT Restriction::copyNode(const SRestriction& source, Node& node, int depth)
     case RES_OR: return copyNodes(source.res.resOr.lpRes, source.res.resOr.cRes, node, depth);
     case RES_NOT: return copyNodes(source.res.resNot.lpRes, 1, node, depth);
     case RES_COMMENT:
-      // The comment itself says nothing about rows.
+      // The comment does not restrict rows.
       node.kind = RES_AND;
       return copyNodes(source.res.resComment.lpRes, source.res.resComment.lpRes ? 1 : 0, node, depth);
     case RES_CONTENT:

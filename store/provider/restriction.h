@@ -1,4 +1,4 @@
-// A client's restriction, copied and ready to be asked about rows.
+// A copy of a client's restriction that is matched against rows.
 #pragma once
 
 #include <memory>
@@ -11,16 +11,16 @@ namespace fendrel::provider {
 
 class Restriction {
  public:
-  // MAPI_E_INVALID_PARAMETER (null where there must be something, an unknown kind or operator), MAPI_E_TOO_COMPLEX
-  // (nested deeper than 64, patterns, sub-objects).
+  // MAPI_E_INVALID_PARAMETER (a null pointer, an unknown kind or operator), MAPI_E_TOO_COMPLEX (nested deeper than 64,
+  // patterns, sub-objects).
   static HRESULT copy(const SRestriction& source, std::unique_ptr<Restriction>& copied);
 
   ~Restriction();
 
-  // The properties that matches() looks at, by identifier.
+  // The properties that matches() uses, by identifier.
   std::span<const PropertyTag> columns() const noexcept { return columns_; }
 
-  // `values` stand in the order of columns(). A comparison with an absent property is false.
+  // `values` are in the order of columns(). A comparison with an absent property is false.
   bool matches(std::span<const Property> values) const;
 
  private:

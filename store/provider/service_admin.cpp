@@ -27,7 +27,7 @@ STDMETHODIMP ServiceAdmin::GetLastError(HRESULT result, ULONG flags, LPMAPIERROR
   return guarded([&] { return lastError(*profiles_, result, flags, error); });
 }
 
-// The identifier of a profile's one service is the profile's own.
+// The identifier of a profile's service is that of the profile.
 HRESULT ServiceAdmin::serviceUid(store::Bytes& uid) const {
   store::Profile profile;
   if (const auto status = profiles_->find(profile_, profile); status != store::Status::Ok) {
@@ -67,7 +67,7 @@ STDMETHODIMP ServiceAdmin::CreateMsgService(LPTSTR service, LPTSTR, ULONG_PTR, U
   return guarded([&]() -> HRESULT {
     if (lowerCase(textArgument(service, flags)) == lowerCase(serviceName)) return S_OK;  // every profile has it
     if (profileIsNew_) {
-      // It was made for that service: a program that gives up would leave one that nobody asked for.
+      // The profile was made for the refused service: a program that gives up would leave it behind.
       profileIsNew_ = false;
       profiles_->setPassword(profile_, {});
       profiles_->remove(profile_, store::MailboxFate::Kept);
@@ -86,7 +86,7 @@ STDMETHODIMP ServiceAdmin::AdminProviders(LPMAPIUID, ULONG, LPPROVIDERADMIN*) { 
 STDMETHODIMP ServiceAdmin::SetPrimaryIdentity(LPMAPIUID, ULONG) { return MAPI_E_NO_SUPPORT; }
 
 STDMETHODIMP ServiceAdmin::ConfigureMsgService(LPMAPIUID uid, ULONG_PTR, ULONG, ULONG count, LPSPropValue values) {
-  if (count == 0) return MAPI_E_NO_SUPPORT;  // there is no dialog
+  if (count == 0) return MAPI_E_NO_SUPPORT;  // configuring by dialog is not supported
   if (!uid || !values) return MAPI_E_INVALID_PARAMETER;
   return guarded([&]() -> HRESULT {
     store::Bytes own;

@@ -1,5 +1,5 @@
-// IMsgServiceAdmin: the way to a profile's section. Every profile has the one service that there is, which cannot be
-// copied or removed; configuring it puts the profile's messages on a mail server (server_profile.h).
+// IMsgServiceAdmin: access to a profile's section. Every profile has one service, which cannot be copied or removed;
+// configuring it puts the profile on a mail server (server_profile.h).
 #pragma once
 
 #include <memory>
@@ -13,7 +13,7 @@ namespace fendrel::provider {
 
 class ServiceAdmin final : public ComObject<IMsgServiceAdmin> {
  public:
-  // `profileIsNew`: whoever opens it has just made the profile.
+  // `profileIsNew`: the same client has just created the profile.
   ServiceAdmin(std::shared_ptr<store::ProfileBook> profiles, std::u16string profile, bool profileIsNew)
       : profiles_(std::move(profiles)), profile_(std::move(profile)), profileIsNew_(profileIsNew) {}
 

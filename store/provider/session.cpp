@@ -12,7 +12,7 @@
 namespace fendrel::provider {
 namespace {
 
-// The stores table is about getting at stores, not about what is in them.
+// The stores table has what is needed to open stores, not their contents.
 std::vector<PropertyTag> storeColumns() {
   return {PR_ENTRYID,       PR_DISPLAY_NAME_W,     PR_DEFAULT_STORE,     PR_RECORD_KEY,
           PR_RESOURCE_TYPE, PR_RESOURCE_FLAGS,     PR_MDB_PROVIDER,      PR_OBJECT_TYPE,

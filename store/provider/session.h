@@ -6,15 +6,15 @@
 
 namespace fendrel::provider {
 
-// The logon that others may share (MAPI_ALLOW_OTHERS). It lasts until all that have it have logged off.
+// A logon that others may share (MAPI_ALLOW_OTHERS). It lasts until all its sessions have logged off.
 struct SharedLogon {
   SessionPointer context;
 };
 
-// After Logoff the session answers MAPI_E_END_OF_SESSION; objects that it opened live on until they are released.
+// After Logoff the session returns MAPI_E_END_OF_SESSION; its objects remain valid until they are released.
 class Session final : public ComObject<IMAPISession> {
  public:
-  // With `shared` it is one of those that have the shared session.
+  // With `shared` it is one of the sessions of the shared logon.
   explicit Session(SessionPointer context, std::shared_ptr<SharedLogon> shared = {})
       : context_(std::move(context)), shared_(std::move(shared)) {}
 

@@ -1,4 +1,4 @@
-// What the objects of one logon share.
+// The common state of a logon's objects.
 #pragma once
 
 #include <memory>
@@ -13,7 +13,7 @@
 namespace fendrel::provider {
 
 struct SessionContext {
-  std::recursive_mutex mutex;  // taken by every call of every object of the session
+  std::recursive_mutex mutex;  // locked by every call of every object of the session
   std::shared_ptr<store::ProfileBook> profiles;
   store::Profile profile;
   std::shared_ptr<store::Engine> engine;
@@ -24,7 +24,7 @@ inline ObjectHome homeOf(const SessionPointer& session) {
   return {std::shared_ptr<std::recursive_mutex>(session, &session->mutex), session->engine};
 }
 
-// One opened store of a session.
+// An open store of a session.
 struct StoreScope {
   SessionPointer session;
   store::StoreInfo store;
@@ -44,7 +44,7 @@ inline store::Bytes userEntryId(const store::Profile& profile) {
   return encode({MAPI_MAILUSER, store::noGuid, profile.id});
 }
 
-// PR_STORE_SUPPORT_MASK. STORE_UNICODE_OK is not in every copy of the headers.
+// PR_STORE_SUPPORT_MASK. STORE_UNICODE_OK is missing from some versions of the headers.
 constexpr ULONG storeUnicodeOk = 0x00040000;
 constexpr ULONG storeSupportMask(bool writable) {
   const ULONG always = STORE_ENTRYID_UNIQUE | STORE_ATTACH_OK | STORE_MV_PROPS_OK | STORE_RESTRICTION_OK |
@@ -52,7 +52,7 @@ constexpr ULONG storeSupportMask(bool writable) {
   return writable ? always | STORE_MODIFY_OK | STORE_CREATE_OK : always | STORE_READONLY;
 }
 
-// How the flags of an open call ask for access. MAPI_MODIFY where nothing may be changed is MAPI_E_NO_ACCESS.
+// The access requested by the flags of an open call. MAPI_MODIFY for a read-only object is MAPI_E_NO_ACCESS.
 inline HRESULT accessFor(ULONG flags, bool mayModify, bool& writable) {
   writable = mayModify && (flags & (MAPI_MODIFY | MAPI_BEST_ACCESS)) != 0;
   return (flags & MAPI_MODIFY) && !mayModify ? MAPI_E_NO_ACCESS : S_OK;

@@ -94,7 +94,7 @@ HRESULT WideContent::value(PropertyTag tag, PropertyValue& value) {
 }
 
 MemoryContent::~MemoryContent() {
-  // A stream that was written and let go of without Commit still counts.
+  // A stream that is released without Commit is committed.
   try {
     commit();
   } catch (...) {

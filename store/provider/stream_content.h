@@ -24,7 +24,7 @@ class StreamContent {
   virtual HRESULT commit() { return S_OK; }
 };
 
-// A saved value, for reading alone.
+// A saved value, read-only.
 class SavedContent final : public StreamContent {
  public:
   explicit SavedContent(std::shared_ptr<store::ContentReader> reader) : reader_(std::move(reader)) {}
@@ -37,18 +37,18 @@ class SavedContent final : public StreamContent {
   std::shared_ptr<store::ContentReader> reader_;
 };
 
-// A value that the next save of its message takes over, whatever has been written until then.
+// A value that the next save of its message stores, with everything written until then.
 class DraftContent : public StreamContent {
  public:
   // The content in the store's form.
   virtual HRESULT writer(std::shared_ptr<store::ContentWriter>& writer) = 0;
   virtual HRESULT value(PropertyTag tag, PropertyValue& value) = 0;
 
-  // Another one with the same bytes. What is written into one of them from now on does not show in the other.
+  // A copy with the same bytes; later writes to one do not affect the other.
   virtual std::shared_ptr<DraftContent> shared() const = 0;
 };
 
-// Binary, or text in its wide form: bytes go as they come.
+// Binary, or text in its wide form: bytes are not converted.
 class WideContent final : public DraftContent {
  public:
   // `folder`: as Engine::createContent has it.
@@ -67,10 +67,10 @@ class WideContent final : public DraftContent {
 
   std::shared_ptr<store::Engine> engine_;  // outlives the writer
   store::Id folder_;
-  std::shared_ptr<store::ContentWriter> writer_;  // copied before it changes where others have it too
+  std::shared_ptr<store::ContentWriter> writer_;  // copied before a change if it is shared
 };
 
-// Bytes in memory. What becomes of them at Commit or the end is the owner's business.
+// Bytes in memory, which the owner's function stores at Commit or in the destructor.
 class MemoryContent final : public StreamContent {
  public:
   using Commit = std::function<HRESULT(std::span<const std::byte>)>;
@@ -85,7 +85,7 @@ class MemoryContent final : public StreamContent {
 
  private:
   store::Bytes bytes_;
-  Commit commit_;  // empty: for reading alone, or committed by a save
+  Commit commit_;  // empty: read-only, or committed by a save
   bool changed_ = false;
 };
 
@@ -110,11 +110,11 @@ class AnsiContent final : public DraftContent {
   MemoryContent content_;
 };
 
-// A stored value as bytes of a stream whose property has this type, and back.
+// Converts a stored value to the bytes of a stream of this type, and back.
 store::Bytes streamBytes(ULONG type, const PropertyValue& value);
 PropertyValue valueOfStream(ULONG type, std::span<const std::byte> bytes);
 
-// All of a saved value. MAPI_E_NOT_ENOUGH_MEMORY for one that no block can hold.
+// Loads a complete saved value. MAPI_E_NOT_ENOUGH_MEMORY if it is too long for a block.
 HRESULT loadContent(store::ContentReader& reader, PropertyTag tag, PropertyValue& value);
 
 }  // namespace fendrel::provider

@@ -1,4 +1,4 @@
-// Text between the client's forms (8-bit in the system's ANSI code page, or wide) and the store's UTF-16.
+// Converts text between the client's forms (8-bit in the system's ANSI code page, or wide) and the store's UTF-16.
 #pragma once
 
 #include <string>
@@ -10,13 +10,13 @@ namespace fendrel::provider {
 
 enum class TextForm { Ansi, Wide };
 
-// The form that MAPI_UNICODE among a call's flags asks for.
+// The form given by MAPI_UNICODE in a call's flags.
 constexpr TextForm textForm(ULONG flags) { return flags & MAPI_UNICODE ? TextForm::Wide : TextForm::Ansi; }
 
 std::u16string fromAnsi(std::string_view text);
 std::string toAnsi(std::u16string_view text);
 
-// A terminated text argument in the form that the flags name. Null gives the empty text.
+// A terminated text argument in the form given by the flags. Null gives the empty text.
 std::u16string textArgument(const void* text, ULONG flags);
 
 std::u16string fromWide(std::wstring_view text);
