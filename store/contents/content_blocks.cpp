@@ -12,7 +12,7 @@ namespace {
 
 std::vector<std::uint64_t> unpacked(std::span<const std::byte> checksums, std::uint64_t size) {
   if (checksums.size() % 8 != 0 || checksums.size() / 8 != blocksOf(size)) {
-    fail(Status::Corrupt, "The store is damaged: a content's checksums do not fit its size.");
+    fail(Status::Corrupt, "The store is damaged: a content's checksums do not match its size.");
   }
   std::vector<std::uint64_t> sums(checksums.size() / 8);
   if (!sums.empty()) std::memcpy(sums.data(), checksums.data(), checksums.size());

@@ -25,7 +25,7 @@ bool isOlderThanGrace(FileTime time) noexcept { return time.ticks + graceTime < 
 
 std::wstring contentFileName(std::string_view stored) {
   std::wstring name(stored.begin(), stored.end());
-  if (!isName(name)) fail(Status::Corrupt, "The store is damaged: a content file has a strange name.");
+  if (!isName(name)) fail(Status::Corrupt, "The store is damaged: a content file has an invalid name.");
   return name;
 }
 

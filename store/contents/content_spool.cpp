@@ -111,7 +111,7 @@ void ContentSpool::makeCurrent(std::uint64_t block) {
   block_.resize(length);
   if (length > 0 && file_.file->read(block * contentBlockSize, block_) != length) {
     block_.clear();
-    fail(Status::Corrupt, "A content file of the store lost its end while it was written.");
+    fail(Status::Corrupt, "A content file of the store was truncated while it was written.");
   }
   current_ = block;
 }

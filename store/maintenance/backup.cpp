@@ -115,9 +115,9 @@ class Backup {
   }
 
   [[noreturn]] static void failDamaged(const std::string& what) {
-    fail(Status::Corrupt, "The store is damaged and was not copied: " + what +
-                              " \"fendrel store check\" shows what else, \"fendrel store salvage\" copies what is "
-                              "whole.");
+    fail(Status::Corrupt,
+         "The store is damaged and was not copied: " + what +
+             " \"fendrel store check\" shows all damage, and \"fendrel store salvage\" recovers undamaged messages.");
   }
 
   void copyPages() {

@@ -25,7 +25,7 @@ class Check {
     connection_.keepMoment();
     result_.pages = static_cast<std::uint64_t>(connection_.number("PRAGMA page_count"));
     runPragma("PRAGMA integrity_check(100)", "The database: ", 0);
-    runPragma("PRAGMA foreign_key_check", "A row names one that is not there, in the table ", 0);
+    runPragma("PRAGMA foreign_key_check", "A row names a missing one, in the table ", 0);
     const FolderMap folders(connection_, &connection_);
     for (const Finding& finding : folders.lost()) result_.damage.push_back(finding);
     checkMessages(folders);
@@ -77,7 +77,7 @@ class Check {
       ++(message.isAssociated ? counts.associated : counts.messages);
       if (!message.isAssociated && !message.isRead) ++counts.unread;
       if (!folders.folders.contains(message.folder)) {
-        note(folders, message, {{}, "It is in a folder that is not there."});
+        note(folders, message, {{}, "Its folder is missing."});
       }
     }
     const auto less = [](const Guid& a, const Guid& b) { return std::memcmp(a.bytes, b.bytes, 16) < 0; };
@@ -96,16 +96,16 @@ class Check {
       const auto say = [this, &folders, number = number](const char* what) {
         result_.damage.push_back({folders.path(number), {}, {}, false, what});
       };
-      if (folders.isAstray(number)) say("Its way up does not end at the root of its store.");
-      if (!folders.stores.contains(folder.store)) say("Its message store is not there.");
+      if (folders.isAstray(number)) say("It is not connected to the root of its store.");
+      if (!folders.stores.contains(folder.store)) say("Its message store is missing.");
       if (folder.role == "root" || folder.role == "ipm_subtree") ++roots[folder.store];
       const Counts& real = counts_[number];
       const bool agrees =
           folder.messages == real.messages && folder.unread == real.unread && folder.associated == real.associated;
-      if (tablesAreWhole_ && !folder.isMended && !agrees) say("Its counts of messages are not those of its messages.");
+      if (tablesAreWhole_ && !folder.isMended && !agrees) say("Its message counts are wrong.");
     }
     for (const auto& [number, store] : folders.stores) {
-      if (roots[number] < 2) damage("The message store '" + store.name + "' lacks its own folders.");
+      if (roots[number] < 2) damage("The message store '" + store.name + "' lacks standard folders.");
     }
   }
 

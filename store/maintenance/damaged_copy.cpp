@@ -69,7 +69,7 @@ DamagedCopy::DamagedCopy(const std::wstring& store, const std::wstring& path, Di
   }
   lostFirstPage_ = true;
   replaceFirstPage();
-  if (!open()) fail(Status::Corrupt, "Nothing of a message store was found in '" + toUtf8(store) + "'.");
+  if (!open()) fail(Status::Corrupt, "No data of a message store was found in '" + toUtf8(store) + "'.");
 }
 
 // True if the database can be read and contains the log's transactions. SQLite decides how much of a log is valid.

@@ -95,21 +95,21 @@ class Inspection {
     parts_[part].size += static_cast<std::uint64_t>(size);
     noteName(part, id, row);
     if (id <= 0 || id > 0xFFFF || type <= 0 || type > 0xFFFF || size < 0) {
-      problem(part, "A property has a number that none can have.");
+      problem(part, "A property has an invalid number.");
       return;
     }
     if (!row.isNull(5)) {
       const bool isLong = type == PropertyType::text || type == PropertyType::binary;
-      if (!row.isNull(4) || !isLong) problem(part, propertyName(id) + " has a content and must not have one.");
+      if (!row.isNull(4) || !isLong) problem(part, propertyName(id) + " has a content but must not have one.");
       result_.contents.push_back({row.integer(5), part, static_cast<std::uint64_t>(size), {}});
       return;
     }
     try {
       const PropertyValue value = readValue(row, 4, static_cast<std::uint16_t>(type));
       const bool fits = valueSize(value) == static_cast<std::uint64_t>(size);
-      if (!fits) problem(part, propertyName(id) + " is not of its size.");
+      if (!fits) problem(part, propertyName(id) + " has the wrong size.");
     } catch (const EngineError&) {
-      problem(part, propertyName(id) + " does not hold what its type asks for.");
+      problem(part, propertyName(id) + " has a value that does not match its type.");
     }
   }
 
@@ -150,12 +150,12 @@ class Inspection {
       if (!part.rowSize) {
         problem(number, "It has properties but no row in the table of attachments.");
       } else if (*part.rowSize != static_cast<std::int64_t>(part.size)) {
-        problem(number, "The size in its row is not that of its values.");
+        problem(number, "The size in its row is wrong.");
       }
     }
-    if (size_ != static_cast<std::int64_t>(total)) problem(0, "The size in its row is not that of its values.");
+    if (size_ != static_cast<std::int64_t>(total)) problem(0, "The size in its row is wrong.");
     if (attachmentCount_ != static_cast<std::int64_t>(result_.attachments)) {
-      problem(0, "The number of attachments in its row is not that of its attachments.");
+      problem(0, "The number of attachments in its row is wrong.");
     }
   }
 
@@ -177,7 +177,7 @@ class Inspection {
         return;
       }
       if (static_cast<std::uint64_t>(row.integer(0)) != use.size) {
-        problem(use.part, "Its content is not of its size.");
+        problem(use.part, "Its content has the wrong size.");
         return;
       }
       const auto source = contentAt(row, connection_.contents());

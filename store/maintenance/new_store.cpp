@@ -24,7 +24,7 @@ void removeFolder(Disk& disk, const std::wstring& folder) noexcept {
 NewStore::NewStore(const std::wstring& path, Disk& disk) : path_(fullStorePath(path)), disk_(disk) {
   for (const wchar_t* ending : {L"", L"-wal", L".files", L".part", L".work"}) {
     if (disk.exists(path_ + ending)) {
-      fail(Status::AlreadyExists, "'" + toUtf8(path_ + ending) + "' is there already. Choose another name.");
+      fail(Status::AlreadyExists, "'" + toUtf8(path_ + ending) + "' exists already. Choose another name.");
     }
   }
 }

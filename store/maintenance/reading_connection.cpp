@@ -66,8 +66,8 @@ void ReadingConnection::open(const std::wstring& name, int flags) {
 void ReadingConnection::openUnchanging() {
   if (fileSize(disk(), path_ + L"-wal") > 0) {
     fail(Status::NoAccess, "The store '" + toUtf8(path_) +
-                               "' cannot be read where it is: its log holds changes, and nothing may be written beside "
-                               "it. Copy the store with everything whose name begins alike to another place first.");
+                               "' cannot be read in its place: its log holds changes, and its folder is read-only. "
+                               "First copy all files whose names begin alike to another place.");
   }
   open(uriOf(path_) + L"?immutable=1", SQLITE_OPEN_URI);
 }

@@ -28,7 +28,7 @@ struct Finish {
          "make it do so.");
   }
   const char* words = sqlite3_recover_errmsg(recover);
-  fail(statusOfSqlite(code), std::string("SQLite's recovery of the store failed: ") + (words ? words : "no words") +
+  fail(statusOfSqlite(code), std::string("SQLite's recovery of the store failed: ") + (words ? words : "no message") +
                                  " (SQLite code " + std::to_string(code) + ").");
 }
 

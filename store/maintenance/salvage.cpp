@@ -70,7 +70,7 @@ class Salvage {
 
   SalvageResult run() {
     if (folders_.folders.empty() && old_.rows->number("SELECT count(*) FROM message") == 0) {
-      fail(Status::Corrupt, "Nothing of a message store was found.");
+      fail(Status::Corrupt, "No data of a message store was found.");
     }
     std::string error;
     const Status status = openOnDisk(files_.database(), disk_, true, database_, error);
@@ -80,8 +80,8 @@ class Salvage {
     into().execute("DELETE FROM store");  // remove the new store's own public folders
     if (old_.lostFirstPage) {
       mended({},
-             "The first page, which tells where the tables are, cannot be read: they were looked for where a "
-             "store has them.");
+             "The first page, which locates the tables, cannot be read; the tables were looked for at their usual "
+             "places.");
     }
     for (const Finding& finding : folders_.lost()) result_.leftOut.push_back(finding);
     tree_.run();
@@ -143,7 +143,7 @@ class Salvage {
             store.guid, store.kind, std::string_view(store.name))
           .run();
       ++result_.stores;
-      if (store.isMended) mended(store.name, "Its row was lost; its name was made anew.");
+      if (store.isMended) mended(store.name, "Its row was lost; it got a new name.");
     }
   }
 
@@ -224,7 +224,7 @@ class Salvage {
       if (!isText(profile.name) || profile.name.empty() || profile.mailbox == 0) continue;
       if (!insert([&, id = number, &row = profile] { insertMended(id, row); }, why)) continue;
       ++result_.profiles;
-      mended({}, "The profile '" + profile.name + "' has lost its password, and its mail server where it had one.");
+      mended({}, "The profile '" + profile.name + "' has lost its password, and its mail server if it had one.");
     }
   }
 

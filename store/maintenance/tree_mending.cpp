@@ -53,7 +53,7 @@ void TreeMending::run() {
   mendStores();
   if (!hasPublicStore()) {
     folders_.stores[highest(folders_.stores) + 1] = {newGuid(), 2, "Public Folders", true};
-    mended_("Public Folders", "They were lost and were made anew.");
+    mended_("Public Folders", "They were lost and recreated.");
   }
   for (auto& [number, store] : folders_.stores) {
     if (!isText(store.name)) store.name = "Mailbox (recovered)";
@@ -91,7 +91,7 @@ std::int64_t TreeMending::ownFolder(std::int64_t store, const char* role, const 
   folder.role = role;
   folder.isMended = true;
   folders_.folders[number] = folder;
-  mended_(folders_.path(number), std::string("Its own folder '") + role + "' was lost and was made anew.");
+  mended_(folders_.path(number), std::string("Its own folder '") + role + "' was lost and recreated.");
   return number;
 }
 
@@ -126,7 +126,7 @@ void TreeMending::hangUp(std::int64_t number) {
   })) {
     folder.name += " (recovered)";
   }
-  mended_(folders_.path(number), "The folder that it was in was lost.");
+  mended_(folders_.path(number), "Its parent folder was lost.");
 }
 
 }  // namespace fendrel::store

@@ -24,7 +24,7 @@ std::unique_ptr<ContentSource> contentAt(const Statement& row, const ContentFold
   const auto size = static_cast<std::uint64_t>(row.integer(0));
   if (row.isNull(3)) {
     const auto data = row.bytes(2);
-    if (data.size() != size) fail(Status::Corrupt, "The store is damaged: a content is not of its size.");
+    if (data.size() != size) fail(Status::Corrupt, "The store is damaged: a content has the wrong size.");
     return std::make_unique<ContentSource>(Bytes(data.begin(), data.end()), row.bytes(1));
   }
   const std::string_view name = row.text(3);

@@ -29,9 +29,8 @@ namespace {
 void refuseNetwork(const std::wstring& path, Disk& disk) {
   if (!disk.isRemote(path) || environmentVariable(L"FENDREL_ALLOW_NETWORK_STORE") == L"1") return;
   fail(Status::OnNetwork, "The store '" + toUtf8(path) +
-                              "' lies on a network drive, where programs of several machines "
-                              "would damage it. Keep it on a local disk; where one machine alone uses it, set "
-                              "FENDREL_ALLOW_NETWORK_STORE=1.");
+                              "' is on a network drive, where programs of several machines would damage it. Keep it on "
+                              "a local disk; if only one machine uses it, set FENDREL_ALLOW_NETWORK_STORE=1.");
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ struct FolderPlace {
 
 FolderPlace placeOf(Connection& connection, const Id& folder) {
   Query query(connection.statement("SELECT id, store, parent, role IS NOT NULL FROM folder WHERE guid = ?"), folder);
-  if (!query.step()) fail(Status::NotFound, "The folder does not exist, or exists no longer.");
+  if (!query.step()) fail(Status::NotFound, "The folder does not exist, or no longer exists.");
   return {query->integer(0), query->integer(1), query->integer(2), query->integer(3) != 0};
 }
 
@@ -29,7 +29,7 @@ FolderPlace changeablePlaceOf(Connection& connection, const Id& folder) {
 
 FolderInfo infoOf(Connection& connection, std::int64_t row) {
   Query query(connection.statement("SELECT " FENDREL_FOLDER_COLUMNS " FROM folder f WHERE f.id = ?"), row);
-  if (!query.step()) fail(Status::NotFound, "The folder does not exist, or exists no longer.");
+  if (!query.step()) fail(Status::NotFound, "The folder does not exist, or no longer exists.");
   return folderAt(*query);
 }
 
@@ -108,7 +108,7 @@ Status createFolder(Database& database, const Id& parent, const std::u16string& 
 Status findFolder(Database& database, const Id& folder, FolderInfo& found) {
   return guarded(database, [&](Connection& connection) {
     Query query(connection.statement("SELECT " FENDREL_FOLDER_COLUMNS " FROM folder f WHERE f.guid = ?"), folder);
-    if (!query.step()) fail(Status::NotFound, "The folder does not exist, or exists no longer.");
+    if (!query.step()) fail(Status::NotFound, "The folder does not exist, or no longer exists.");
     found = folderAt(*query);
   });
 }
@@ -165,7 +165,7 @@ Status deleteFolder(Database& database, const Id& folder, DeleteFolderOptions op
     Transaction transaction(connection, Transaction::Write);
     const FolderPlace place = changeablePlaceOf(connection, folder);
     if (!options.in.empty() && folderRow(connection, options.in) != place.parent) {
-      fail(Status::NotFound, "The folder does not lie in that folder, or no longer.");
+      fail(Status::NotFound, "The folder is not, or no longer, in that folder.");
     }
     if (!options.withFolders && infoOf(connection, place.row).hasSubfolders) {
       fail(Status::HasFolders, "The folder holds other folders.");

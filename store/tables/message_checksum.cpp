@@ -61,7 +61,7 @@ void MessageChecksum::takeRow(std::int64_t message) {
   constexpr int summedColumns = 8;
   bytes_.clear();
   Query row(message_, message);
-  if (!row.step()) fail(Status::NotFound, "The message does not exist, or exists no longer.");
+  if (!row.step()) fail(Status::NotFound, "The message does not exist, or no longer exists.");
   appendRow(bytes_, *row, summedColumns);
   hasSum_ = !row->isNull(summedColumns);
   sum_ = static_cast<std::uint64_t>(row->integer(summedColumns));

@@ -13,7 +13,7 @@ namespace {
 
 ContentSpool& spoolOf(ContentWriter& content) {
   auto* own = dynamic_cast<SpooledContent*>(&content);
-  if (!own) fail(Status::Invalid, "A content to save is of another engine.");
+  if (!own) fail(Status::Invalid, "A content to save belongs to another engine.");
   return own->spool();
 }
 
@@ -30,7 +30,8 @@ class Contents {
         (type == PropertyType::text && spool.size() % 2 != 0)) {
       fail(Status::Invalid, "A content to save is neither binary nor text.");
     }
-    if (&spool.folder() != &connection_.contents()) fail(Status::Invalid, "A content to save is of another store.");
+    if (&spool.folder() != &connection_.contents())
+      fail(Status::Invalid, "A content to save belongs to another store.");
     if (spool.isSaved() || std::ranges::find(spools_, &spool) != spools_.end()) {
       fail(Status::Invalid, "A content was saved already.");
     }

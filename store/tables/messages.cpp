@@ -10,7 +10,7 @@ namespace fendrel::store {
 
 namespace {
 
-[[noreturn]] void failNoMessage() { fail(Status::NotFound, "The message does not exist, or exists no longer."); }
+[[noreturn]] void failNoMessage() { fail(Status::NotFound, "The message does not exist, or no longer exists."); }
 
 void deleteRow(Connection& connection, std::int64_t row) {
   Query(connection.statement("DELETE FROM message WHERE id = ?"), row).run();

@@ -43,7 +43,7 @@ bool fits(std::uint16_t type, const PropertyValue& value) {
 }
 
 [[noreturn]] void damaged() {
-  fail(Status::Corrupt, "The store is damaged: a property's value does not fit its type.");
+  fail(Status::Corrupt, "The store is damaged: a property's value does not match its type.");
 }
 
 void append(Bytes& bytes, const void* from, std::size_t size) {
@@ -160,7 +160,7 @@ std::vector<Bytes> manyBinary(std::span<const std::byte> bytes) {
 void checkFits(const Property& property) {
   if (propertyId(property.tag) == 0 || !fits(propertyType(property.tag), property.value)) {
     fail(Status::Invalid, "The value of property " + std::to_string(propertyId(property.tag)) +
-                              " does not fit its type, or the type cannot be stored.");
+                              " does not match its type, or the type cannot be stored.");
   }
 }
 

@@ -92,7 +92,7 @@ void Statement::bind(int parameter, std::span<const std::byte> bytes) {
 }
 
 void Statement::bindNull(int parameter) {
-  checkSqlite(sqlite3_bind_null(statement_.get(), parameter), database_, "Binding nothing");
+  checkSqlite(sqlite3_bind_null(statement_.get(), parameter), database_, "Binding NULL");
 }
 
 bool Statement::step() {

@@ -123,14 +123,14 @@ TEST_F(CheckTest, AttachmentWithoutARowIsFound) {
 TEST_F(CheckTest, MessageOfAMissingFolderIsFound) {
   fill();
   spoil("UPDATE message SET folder = 4711 WHERE id = 1");
-  EXPECT_THAT(checked().damage, Contains(IsFinding("small", "", "folder that is not there")));
+  EXPECT_THAT(checked().damage, Contains(IsFinding("small", "", "folder is missing")));
 }
 
 TEST_F(CheckTest, CircleOfFoldersIsFound) {
   const Id outer = makeFolder(u"outer");
   makeFolder(outer, u"inner");
   spoil("UPDATE folder SET parent = (SELECT id FROM folder WHERE name = 'inner') WHERE name = 'outer'");
-  EXPECT_THAT(checked().damage, Contains(Says("does not end at the root")));
+  EXPECT_THAT(checked().damage, Contains(Says("not connected to the root")));
 }
 
 TEST_F(CheckTest, SharedContentIsFound) {
