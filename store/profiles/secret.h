@@ -1,4 +1,4 @@
-// Secrets that have to be read again: kept under the system's data protection, so that this user alone, on this machine,
+// Secrets that must be read again: encrypted with the system's data protection, so that only this user on this machine
 // can read them.
 #pragma once
 
@@ -8,10 +8,10 @@
 
 namespace fendrel::store {
 
-// False when the system refuses. Nothing seals to nothing.
+// False if the system refuses. An empty secret gives empty bytes.
 bool sealSecret(const std::u16string& secret, Bytes& sealed);
 
-// False for one that another user or machine sealed.
+// False for one encrypted by another user or machine.
 bool openSecret(const Bytes& sealed, std::u16string& secret);
 
 // Overwrites it in memory.
