@@ -1,6 +1,6 @@
-# How every library, program and test of this project is built.
+# Builds every library, program and test of this project.
 
-# The language level, warnings and Windows settings that all of our code shares.
+# The language level, warnings and Windows settings of all our code.
 add_library(fendrel_settings INTERFACE)
 target_compile_features(fendrel_settings INTERFACE cxx_std_20)
 target_compile_definitions(fendrel_settings INTERFACE
@@ -10,9 +10,9 @@ if(MSVC)
 else()
   target_compile_options(fendrel_settings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wno-cast-function-type -Wno-missing-field-initializers -Werror
-    # GCC's alone. In a unity piece, a source file counts as a header.
+    # Only GCC's. In a unity piece, a source file counts as a header.
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict;-Wno-subobject-linkage>
-    # Clang's alone: it reads from the headers that methods of COM do not throw, and asks each of ours to say so.
+    # Only clang's: the headers declare COM methods noexcept, and it warns about ours without noexcept.
     $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wno-microsoft-exception-spec>)
   target_link_options(fendrel_settings INTERFACE -Wl,--no-insert-timestamp $<$<CONFIG:Release>:-s>)
 endif()
@@ -20,37 +20,37 @@ endif()
 option(FENDREL_COVERAGE "Count the lines and branches that run (GCC)" OFF)
 if(FENDREL_COVERAGE)
   target_link_options(fendrel_settings INTERFACE --coverage)
-  # For src/, and for tests/, which compile its inline functions and some of its files themselves.
+  # For src/, and for tests/, which compile its inline functions and some of its files.
   set(coverage_options --coverage -fprofile-update=atomic)
 endif()
 
-# fendrel_compile_apart(FILE ...): without precompiled headers and in no unity piece.
+# fendrel_compile_apart(FILE ...): compiles files without precompiled headers and outside of unity pieces.
 function(fendrel_compile_apart)
   set_source_files_properties(${ARGN} PROPERTIES SKIP_PRECOMPILE_HEADERS ON SKIP_UNITY_BUILD_INCLUSION ON)
 endfunction()
 
 # fendrel_add_layer(NAME SOURCES ... USES ... [HEADERS standard_headers|windows_headers]): the static library of one
-# folder. Its include directory is that folder alone and reaches others only through USES,
-# so an include against the direction of the layers does not build. HEADERS names precompiled system headers.
+# folder. Its include path is that folder and those of USES, so an include against the direction of the layers does not
+# compile. HEADERS names precompiled system headers.
 function(fendrel_add_layer name)
   cmake_parse_arguments(PARSE_ARGV 1 LAYER "" "HEADERS" "SOURCES;USES")
   add_library(${name} STATIC ${LAYER_SOURCES})
   target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
   target_link_libraries(${name} PUBLIC fendrel_settings ${LAYER_USES})
-  if(LAYER_HEADERS AND NOT FENDREL_COVERAGE)  # which compiles src/ with other options
+  if(LAYER_HEADERS AND NOT FENDREL_COVERAGE)  # it compiles src/ with other options
     target_precompile_headers(${name} REUSE_FROM ${LAYER_HEADERS})
   endif()
 endfunction()
 
-# fendrel_build_into(TARGET FOLDER): its program or module is built there. Hosts and tests look for one place, so that a
-# generator with several configurations must not add a folder for each, which the generator expression prevents.
+# fendrel_build_into(TARGET FOLDER): builds the program or module into FOLDER. Hosts and tests expect one place; the
+# generator expression keeps generators with several configurations from adding a folder for each.
 function(fendrel_build_into target folder)
   set_target_properties(${target} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY "$<1:${folder}>" LIBRARY_OUTPUT_DIRECTORY "$<1:${folder}>")
 endfunction()
 
-# fendrel_add_module(NAME FILE SOURCES ... USES ... [DIRECTORY dir]): a DLL with the exact file name
-# FILE, its exports taken from the .def file among the sources.
+# fendrel_add_module(NAME FILE SOURCES ... USES ... [DIRECTORY dir]): a DLL with the exact file name FILE and the
+# exports of the .def file in SOURCES.
 function(fendrel_add_module name file)
   cmake_parse_arguments(PARSE_ARGV 2 MODULE "" "DIRECTORY" "SOURCES;USES")
   get_filename_component(stem "${file}" NAME_WE)
@@ -78,8 +78,8 @@ function(fendrel_add_version target file description)
 endfunction()
 
 # fendrel_add_run(TEST PROGRAM [SERIAL] [WINDOWS] [MAIL_SERVER] [FILTER filter] [TIMEOUT seconds] [LABELS ...]
-#                 [ENVIRONMENT ...]): the tests of a program, or those of the filter, as one test of ctest. A failed case is
-# named in its output. MAIL_SERVER: beside a mail server of its own (tools/mail-server says where it stands).
+#                 [ENVIRONMENT ...]): the tests of a program, or those of the filter, as one test of ctest. Its output
+#                 names failed cases. MAIL_SERVER: with its own mail server (see tools/mail-server).
 function(fendrel_add_run test program)
   cmake_parse_arguments(PARSE_ARGV 2 RUN "SERIAL;WINDOWS;MAIL_SERVER" "FILTER;TIMEOUT" "LABELS;ENVIRONMENT")
   set(arguments --gtest_brief=1)
@@ -95,13 +95,13 @@ function(fendrel_add_run test program)
   if(NOT RUN_TIMEOUT)
     set(RUN_TIMEOUT 900)
   endif()
-  # A process may die with exit code 0, under Wine above all: only GoogleTest's closing line is a success.
+  # A process may die with exit code 0, above all under Wine: only GoogleTest's closing line means success.
   set_tests_properties(${test} PROPERTIES TIMEOUT ${RUN_TIMEOUT}
     PASS_REGULAR_EXPRESSION "\\[  PASSED  \\]" FAIL_REGULAR_EXPRESSION "\\[  FAILED  \\];CRASH in no test")
   set_property(TEST ${test} PROPERTY LABELS ${RUN_LABELS})
   set_property(TEST ${test} PROPERTY ENVIRONMENT ${RUN_ENVIRONMENT})
   if("slow" IN_LIST RUN_LABELS)
-    set_tests_properties(${test} PROPERTIES COST 1000)  # first, so that the others run beside it
+    set_tests_properties(${test} PROPERTIES COST 1000)  # first, so that the others run in parallel
   endif()
   if(RUN_SERIAL)
     set_tests_properties(${test} PROPERTIES RUN_SERIAL ON)
@@ -111,20 +111,21 @@ function(fendrel_add_run test program)
   endif()
 endfunction()
 
-# How tests are compiled: the tested code is optimised, they themselves only compile faster without. Mocks are the
-# exception: without inlining, their thousands of small functions keep the linker busy for a minute.
+# Compiles tests without optimisation, which is faster; the tested code is optimised. Mocks are the exception: without
+# inlining, linking their thousands of small functions takes a minute.
 function(fendrel_optimise_as_test target)
   cmake_parse_arguments(PARSE_ARGV 1 TEST "MOCKS" "" "")
   if(FENDREL_COVERAGE)
-    set(TEST_MOCKS OFF)  # what is inlined is not counted
+    set(TEST_MOCKS OFF)  # inlined code is not counted
   endif()
   if(NOT MSVC)
     target_compile_options(${target} PRIVATE $<IF:$<BOOL:${TEST_MOCKS}>,-O1,-O0>)
   endif()
 endfunction()
 
-# fendrel_compile_as_test(TARGET [MOCKS]): so, and with the precompiled headers of tests, with or without the mocks.
-# TARGET links GTest::gmock. A file that decides by macros what a system header defines compiles without them.
+# fendrel_compile_as_test(TARGET [MOCKS]): like above, and with the precompiled headers of tests, with or without the
+# mocks. TARGET must link GTest::gmock. Files whose macros decide what a system header defines are compiled without
+# them.
 function(fendrel_compile_as_test target)
   fendrel_optimise_as_test(${target} ${ARGN})
   if("MOCKS" IN_LIST ARGN)
@@ -137,12 +138,11 @@ endfunction()
 # fendrel_add_test(NAME SOURCES ... USES ... [TIMEOUT seconds] [SERIAL] [WINDOWS | WINDOWS_IN suites] [GUARDED]
 #                  [DOUBLE_BYTE] [QUICK] [MAIL_SERVER] [EXCEPT cases] [LABELS ...] [ENVIRONMENT ...] [NEEDS ...]):
 # a GoogleTest program, which is one test of ctest with its name. NEEDS names modules and programs that the tests load
-# or start. WINDOWS: they show windows, and run while no other such program takes the keyboard away from them;
-# WINDOWS_IN: those of the suites of that name do (ChooseCommand*), which are a second test of ctest, NAME_windows.
-# GUARDED runs the same tests a second time as NAME_guarded, label "guarded", in a program whose heap blocks end at
-# unreadable pages. DOUBLE_BYTE runs them a second time as NAME_932, with ANSI code page 932 instead of 1252. QUICK:
-# tools/test --quick runs it too. MAIL_SERVER: as fendrel_add_run has it. EXCEPT: cases of shared sources that do not hold
-# here.
+# or start. WINDOWS: the tests show windows, so only one such program runs at a time, because of the keyboard;
+# WINDOWS_IN: only those of these suites (ChooseCommand*) do, and they become a second test of ctest, NAME_windows.
+# GUARDED runs the tests again as NAME_guarded, label "guarded", in a program whose heap blocks end at unreadable pages.
+# DOUBLE_BYTE runs them again as NAME_932, with ANSI code page 932 instead of 1252. QUICK: also run by tools/test
+# --quick. MAIL_SERVER: like in fendrel_add_run. EXCEPT: cases of shared sources that do not hold here.
 function(fendrel_add_test name)
   cmake_parse_arguments(PARSE_ARGV 1 TEST "SERIAL;WINDOWS;MAIL_SERVER;GUARDED;DOUBLE_BYTE;QUICK" "TIMEOUT;WINDOWS_IN"
                         "SOURCES;USES;EXCEPT;LABELS;ENVIRONMENT;NEEDS")
@@ -190,7 +190,7 @@ function(fendrel_add_test name)
                     ENVIRONMENT ${TEST_ENVIRONMENT} LC_ALL=ja_JP.UTF-8)
   endif()
   if(TEST_GUARDED AND MINGW)
-    # The same objects: what allocates is chosen when they are linked.
+    # The same objects: linking selects the heap.
     add_executable(${name}_guarded $<TARGET_OBJECTS:${name}>)
     set_target_properties(${name}_guarded PROPERTIES LINKER_LANGUAGE CXX)
     fendrel_build_into(${name}_guarded "${PROJECT_BINARY_DIR}/tests")

@@ -1,10 +1,10 @@
-# cmake --install: what a user runs, and what a host's developer needs.
+# cmake --install: for users and for developers of hosts.
 include(CMakePackageConfigHelpers)
 
-# fendrel.exe loads the local store from store/, where no other program finds it.
+# fendrel.exe loads the local store from store/, where no other program finds it by name.
 install(TARGETS fendrel fendrel_host RUNTIME DESTINATION bin LIBRARY DESTINATION bin)
 install(TARGETS fendrel_store RUNTIME DESTINATION bin/store LIBRARY DESTINATION bin/store)
-# tools/demo builds none of them.
+# Optional, because tools/demo does not build them.
 install(TARGETS ${language_targets} RUNTIME DESTINATION bin OPTIONAL LIBRARY DESTINATION bin OPTIONAL)
 
 install(FILES include/fendrel/fendrel.h DESTINATION include/fendrel)
@@ -12,8 +12,8 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/FendrelConfigVersion.cma
 install(FILES cmake/package/FendrelConfig.cmake "${PROJECT_BINARY_DIR}/FendrelConfigVersion.cmake"
         DESTINATION lib/cmake/Fendrel)
 
-# The exports file has all that a linker must know, so the import libraries are made of it: one for MinGW, one for
-# Microsoft's linker and clang's, where the means is there.
+# Makes import libraries from the exports file: one for MinGW, and one for Microsoft's and clang's linkers if the tool
+# is available.
 set(definition "${PROJECT_SOURCE_DIR}/src/interface/fendrel.def")
 set(import_libraries "")
 function(fendrel_add_import_library file)

@@ -1,4 +1,4 @@
-# What tools/package makes with CPack: a .zip and an installer for Windows.
+# CPack settings for tools/package: a .zip and an installer for Windows.
 set(CPACK_PACKAGE_NAME Fendrel)
 set(CPACK_PACKAGE_VENDOR Fendrel)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
@@ -8,9 +8,9 @@ set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/package")
 set(CPACK_GENERATOR ZIP NSIS)
 set(CPACK_PACKAGE_CHECKSUM SHA256)
 set(CPACK_VERBATIM_VARIABLES ON)
-set(CPACK_THREADS 1)  # what is compressed at once may come out in another order
+set(CPACK_THREADS 1)  # parallel compression may change the order
 
-# Every file has the time of the commit, so that two packages of one commit are equal.
+# Gives every file the time of the commit, so that two packages of one commit are equal.
 set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/package/set_times.cmake")
 
 set(CPACK_NSIS_DEFINES "Target amd64-unicode\n  SetDateSave off")
@@ -23,6 +23,6 @@ set(CPACK_NSIS_MENU_LINKS
   "share/doc/fendrel/README.md" "Read me"
   "share/doc/fendrel/docs" "Documents")
 set(CPACK_NSIS_UNINSTALL_NAME Uninstall)
-# A default mail client whose library has gone would stop every program that uses MAPI.
+# A default mail client without its library would break every program that uses MAPI.
 set(CPACK_NSIS_EXTRA_UNINSTALL_COMMANDS "nsExec::Exec '\"$INSTDIR\\bin\\fendrel.exe\" mapi unregister'\n  Pop $0")
 include(CPack)

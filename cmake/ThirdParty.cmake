@@ -1,5 +1,5 @@
 # Third-party libraries, each as one target: fendrel::sqlite, fendrel::sqlite_recover, fendrel::cli11, fendrel::json,
-# fendrel::toml, fendrel::fmt, GTest::gmock. An installed package wins; otherwise the sources come from pinned packages:
+# fendrel::toml, fendrel::fmt, GTest::gmock. Uses an installed package; otherwise the sources of pinned packages:
 # Debian's -dev packages, and npm for SQLite's amalgamation and its recovery extension.
 
 if(NOT CMAKE_HOST_WIN32)
@@ -8,8 +8,7 @@ if(NOT CMAKE_HOST_WIN32)
 endif()
 
 # fendrel_header_library(TARGET INSTALLED_TARGET PACKAGE FOLDER)
-# A header-only library. Only its own folder is copied to where the compiler sees it, because a
-# cross-compiler must never see the build machine's /usr/include.
+# A header-only library. Its folder is copied, because a cross-compiler must never see the build machine's /usr/include.
 function(fendrel_header_library target installed package folder)
   find_package(${package} CONFIG QUIET)
   if(TARGET ${installed})
@@ -33,7 +32,7 @@ fendrel_header_library(fendrel::json nlohmann_json::nlohmann_json nlohmann_json 
 fendrel_header_library(fendrel::toml tomlplusplus::tomlplusplus tomlplusplus toml++)
 fendrel_header_library(fendrel::fmt fmt::fmt-header-only fmt fmt)
 if(TARGET fendrel_fmt)
-  # Compiled once rather than into every file that includes it, where the version is the one that fmt.cpp suits.
+  # Compiled once instead of into every file that includes it, if the version matches fmt.cpp.
   file(STRINGS "${PROJECT_BINARY_DIR}/third_party/include/fmt/core.h" fmt_version REGEX "#define FMT_VERSION 9[0-9]+$")
   if(fmt_version)
     add_library(fendrel_compiled_fmt STATIC "${PROJECT_SOURCE_DIR}/cmake/fmt/fmt.cpp")
@@ -45,7 +44,7 @@ if(TARGET fendrel_fmt)
   endif()
 endif()
 
-# The npm packages that cmake/npm pins, fetched once. FILE is one that they bring, SHA256 what it must be.
+# Fetches the npm packages that cmake/npm pins, once. FILE is one of their files, SHA256 its checksum.
 function(fendrel_fetch_npm file sha256)
   set(folder "${PROJECT_BINARY_DIR}/third_party/npm")
   set(path "${folder}/node_modules/${file}")
@@ -88,11 +87,10 @@ else()
     SQLITE_LIKE_DOESNT_MATCH_BLOBS SQLITE_OMIT_DEPRECATED SQLITE_OMIT_LOAD_EXTENSION
     SQLITE_OMIT_SHARED_CACHE SQLITE_USE_ALLOCA SQLITE_TRUSTED_SCHEMA=0
     SQLITE_TEMP_STORE=1 SQLITE_MAX_EXPR_DEPTH=0
-    # Not SQLITE_DEFAULT_FOREIGN_KEYS: the recovery extension's own connection adds rows before those that they name.
-    # For the recovery extension: the pages of a database as a table, and a table of all that a damaged page may seem to
-    # hold in one row.
+    # Not SQLITE_DEFAULT_FOREIGN_KEYS: the recovery extension's connection adds rows before the rows that they name. The
+    # next two are for the recovery extension: the pages of a database as a table, and enough columns for a damaged row.
     SQLITE_ENABLE_DBPAGE_VTAB SQLITE_MAX_COLUMN=32767
-    # Overlapped file I/O costs a server round trip each under Wine; plain reads and writes serve as well.
+    # Under Wine, overlapped file I/O costs a server round trip each; plain reads and writes do not.
     SQLITE_WIN32_NO_OVERLAPPED)
   if(NOT MSVC)
     set_target_properties(fendrel_sqlite PROPERTIES COMPILE_OPTIONS "-O2")
@@ -100,8 +98,8 @@ else()
   add_library(fendrel::sqlite ALIAS fendrel_sqlite)
 endif()
 
-# SQLite's recovery extension, whatever SQLite it works with. No package has it by itself: it is cut out of the shell
-# program's source, in which it stands whole between fixed lines.
+# SQLite's recovery extension, for any SQLite. No package has it separately: it is cut out of the shell program's
+# source, which contains it between fixed lines.
 fendrel_fetch_npm(sqlite3/deps/sqlite-autoconf-3520000.tar.gz
                   f6b50b0c103392af32a8be15b2b9d25959de9a00a70c3979128aafeaa5338b3f)
 set(recover_folder "${PROJECT_BINARY_DIR}/third_party/sqlite_recover")
@@ -125,7 +123,7 @@ target_link_libraries(fendrel_sqlite_recover PUBLIC fendrel::sqlite)
 target_compile_definitions(fendrel_sqlite_recover PRIVATE NDEBUG)
 add_library(fendrel::sqlite_recover ALIAS fendrel_sqlite_recover)
 
-# Which media type a file's extension stands for: the system's table, as lines of C++ in the order of extensions.
+# The media types of file extensions: the system's table as lines of C++, in the order of extensions.
 set(FENDREL_MEDIA_TYPES_INCLUDE "${PROJECT_BINARY_DIR}/third_party/media_types")
 function(fendrel_make_media_types)
   set(media_types "")
@@ -160,7 +158,7 @@ if(BUILD_TESTING)
       add_library(GTest::gmock ALIAS gmock)
     endif()
     if(NOT MSVC)
-      # Without inlining they have ten times as many sections, over which GNU ld takes seconds in each program.
+      # Without inlining they have ten times as many sections, which costs GNU ld seconds in each program.
       target_compile_options(gtest PRIVATE -O1)
       target_compile_options(gmock PRIVATE -O1)
     endif()

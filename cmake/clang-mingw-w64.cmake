@@ -1,4 +1,4 @@
-# The same as mingw-w64-posix.cmake, compiled by clang against MinGW-w64's headers and libraries: a second opinion.
+# Like mingw-w64-posix.cmake, but compiled by clang against MinGW-w64's headers and libraries.
 include("${CMAKE_CURRENT_LIST_DIR}/mingw-w64-posix.cmake")
 execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-libgcc-file-name OUTPUT_VARIABLE libgcc
                 OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)

@@ -1,5 +1,5 @@
-// What fmt 9 compiles once when it is not used header-only: its functions, and the templates that its headers declare
-// but do not define. Debian's package holds the compiled library for the build machine alone.
+// The compiled part of fmt 9 when it is not header-only: its functions, and the templates that its headers only
+// declare. Debian's package has the compiled library only for the build machine.
 #include <fmt/format-inl.h>
 
 FMT_BEGIN_NAMESPACE

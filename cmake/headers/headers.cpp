@@ -1,1 +1,1 @@
-// Nothing: CMake compiles precompiled headers with a source.
+// Empty: CMake compiles precompiled headers with a source file.

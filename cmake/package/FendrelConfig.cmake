@@ -1,5 +1,5 @@
-# What an installed Fendrel offers to CMake: Fendrel::plugin, FENDREL.DLL with its header and import library. A host links
-# it, or takes its include directory and loads the library itself.
+# The CMake package of an installed Fendrel: Fendrel::plugin is FENDREL.DLL with its header and import library. A host
+# links it, or uses its include directory and loads the library itself.
 get_filename_component(_fendrel_prefix "${CMAKE_CURRENT_LIST_DIR}/../../.." ABSOLUTE)
 
 if(NOT TARGET Fendrel::plugin)

@@ -1,5 +1,5 @@
-// SQLite's recovery extension as one unit. In the shell program, out of which the pieces are cut, these types were
-// declared further up.
+// SQLite's recovery extension as one unit. The shell program, from which the pieces are cut, declares these types
+// earlier.
 #include "sqlite3.h"
 
 typedef unsigned int u32;
