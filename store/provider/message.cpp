@@ -283,7 +283,8 @@ STDMETHODIMP Message::CreateAttach(LPCIID iid, ULONG, ULONG* number, LPATTACH* a
     std::vector<ULONG> numbers;
     if (const HRESULT result = attachmentNumbers(numbers); FAILED(result)) return result;
     if (!numbers.empty()) nextAttachment_ = std::max(nextAttachment_, numbers.back() + 1);
-    auto created = makeObject<Attachment>(this, nextAttachment_, DraftProperties(scope_->session->engine, info_.folder), true);
+    auto created =
+        makeObject<Attachment>(this, nextAttachment_, DraftProperties(scope_->session->engine, info_.folder), true);
     *number = nextAttachment_++;
     return handOut(created, attachment);
   });
