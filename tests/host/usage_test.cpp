@@ -46,8 +46,11 @@ TEST_F(Usage, HelpShowsEveryCommandAndTheExitCodes) {
   EXPECT_EQ(run.exitCode, 0);
   const auto commands = knownCommands();
   EXPECT_THAT(commands, IsSupersetOf({"post", "doctor", "store check"}));
-  for (const std::string& command : commands)
-    if (command.find(' ') == std::string::npos) EXPECT_THAT(run.out, HasSubstr("\n  " + command + " "));
+  for (const std::string& command : commands) {
+    if (command.find(' ') == std::string::npos) {
+      EXPECT_THAT(run.out, HasSubstr("\n  " + command + " "));
+    }
+  }
   for (const char* word : {"Exit codes", "FENDREL_PASSWORD"}) EXPECT_THAT(run.out, HasSubstr(word));
   EXPECT_EQ(run.err, "");
 }
