@@ -1,31 +1,54 @@
-"""Times what delivers messages to a mail server beside IMAP APPEND of the same bytes to the same server, turn by turn;
-called by tools/bench --server, beside a server (tools/mail-server)."""
+"""Times posting to a mail server through the plug-in beside IMAP APPEND of the same bytes to the same server, turn by
+turn; called by tools/bench --server, beside a server (tools/mail-server)."""
 
 import argparse
 import imaplib
 import itertools
+import json
 import os
+import re
+import shutil
+import socket
+import socketserver
 import statistics
 import subprocess
 import tempfile
+import threading
 import time
 from pathlib import Path
 
 KIB, MIB = 1024, 1024 * 1024
-# Messages and bytes of a run, the runs, and the most that delivering may take as a multiple of APPEND.
-CASES = [("4 KiB", 40, 4 * KIB, 5, 8), ("64 KiB", 20, 64 * KIB, 5, None), ("1 MiB", 10, MIB, 5, 4),
+# Files and bytes of an export, the runs, and the most that posting may take as a multiple of APPEND.
+CASES = [("4 KiB", 100, 4 * KIB, 5, 8), ("64 KiB", 50, 64 * KIB, 5, None), ("1 MiB", 20, MIB, 5, 4),
          ("256 MiB", 1, 256 * MIB, 3, 2.5)]
 MOST_MEMORY = 64  # MiB
 LISTED, MOST_REQUESTS = 10_000, 40
-PROGRAM = "build/release/bench/mail_bench.exe"
+WORK = Path("build/bench/mail").absolute()
+URL = "http://localhost:" + os.environ["FENDREL_MAIL_HTTP"]
 
 
-def bench(*arguments: str) -> list[str]:
+def output_of(*command: str, store: Path) -> str:
     # Through a file: what Wine starts in the background would keep a pipe open.
     with tempfile.TemporaryFile() as out:
-        subprocess.run(["tools/run-wine", PROGRAM, *arguments], stdin=subprocess.DEVNULL, stdout=out, check=True)
+        subprocess.run(command, stdin=subprocess.DEVNULL, stdout=out, check=True,
+                       env=dict(os.environ, FENDREL_STORE=str(store / "bench.db")))
         out.seek(0)
-        return out.read().decode().split()
+        return out.read().decode()
+
+
+def folder_with_profile(name: str, url: str = URL) -> Path:
+    """A folder with a store whose profile is the server's: alice's own mail is its "Public Folders"."""
+    folder = WORK / name
+    folder.mkdir(parents=True)
+    (folder / "secret").write_text(os.environ["FENDREL_MAIL_PASSWORD"])
+    output_of("build/release/fendrel", "profile", "add", "Bench", "--server", url, "--user", "alice", "--public",
+              "alice", "--password-file", str(folder / "secret"), store=folder)
+    return folder
+
+
+def export(folder: Path, count: int, size: int) -> list[str]:
+    windows = "Z:" + str(folder).replace("/", "\\")
+    return ["tools/run-wine", "build/release/bench/post_bench.exe", "plugin", windows, str(count), str(size)]
 
 
 def imap() -> imaplib.IMAP4:
@@ -34,18 +57,30 @@ def imap() -> imaplib.IMAP4:
     return connection
 
 
-def message_of(size: int, folder: Path) -> bytes:
-    path = folder / "message"
-    bench("write", "Z:" + str(path).replace("/", "\\"), str(size))
-    return path.read_bytes()
+def count_in(mailbox: str) -> int:
+    connection = imap()
+    there = int(connection.select(mailbox, readonly=True)[1][0])
+    connection.logout()
+    return there
 
 
-# Each message has an identifier of its own, as those that are delivered have: Cyrus takes few identical ones.
+def a_message_of(mailbox: str) -> bytes:
+    connection = imap()
+    connection.select(mailbox, readonly=True)
+    message = connection.fetch("1", "(BODY.PEEK[])")[1][0][1]
+    connection.logout()
+    return message
+
+
+# Each message has an identifier of its own, as posts have: Cyrus takes few identical ones.
 identifiers = itertools.count()
 
 
 def append_seconds(message: bytes, mailbox: str, count: int) -> float:
-    messages = [message.replace(b"<bench-1-", b"<%07d-" % next(identifiers), 1) for _ in range(count)]
+    def with_identifier() -> bytes:
+        return re.sub(rb"(?im)^Message-ID: <[^@]*", b"Message-ID: <%032d" % next(identifiers), message, count=1)
+
+    messages = [with_identifier() for _ in range(count)]
     connection = imap()
     start = time.perf_counter()
     for one in messages:
@@ -65,47 +100,74 @@ def empty(mailbox: str) -> None:
     connection.logout()
 
 
-def show(what: str, figure: str, goal: str, is_reached: bool) -> None:
-    print(f"{what:<34} {figure:>10}   {goal:<16} {'reached' if is_reached else 'NOT REACHED'}", flush=True)
+def show(what: str, figure: str, goal: str, is_met: bool) -> None:
+    print(f"{what:<34} {figure:>10}   goal: {goal:<16} {'met' if is_met else 'MISSED'}", flush=True)
 
 
-def compare(folder: Path, quick: bool) -> None:
-    memory = 0.0
+def compare(quick: bool) -> None:
+    folder = folder_with_profile("compare")
+    memory, reached = 0.0, []
     for label, count, size, runs, most in CASES:
-        message = message_of(size, folder)
-        times: dict[str, list[float]] = {"deliver": [], "append": []}
-        for turn in range(3 if quick else runs):
-            for way in sorted(times, reverse=turn % 2 == 1):
+        times: dict[str, list[float]] = {"post": [], "append": []}
+        message = b""
+        for turn in range(1 if quick else runs):
+            # Posting comes first where there is nothing yet to append; then they take turns.
+            for way in sorted(times, reverse=turn % 2 == 0):
                 empty("Bench")
                 if way == "append":
                     times[way].append(append_seconds(message, "Bench", count))
-                else:
-                    seconds, peak = map(float, bench("post", "Bench", str(count), str(size)))
-                    times[way].append(seconds)
-                    memory = max(memory, peak)
+                    continue
+                seconds, peak = map(float, output_of(*export(folder, count, size), store=folder).split())
+                if count_in("Bench") != count:
+                    raise SystemExit(f"{count_in('Bench')} of {count} messages are there")
+                times[way].append(seconds)
+                memory = max(memory, peak)
+                message = message or a_message_of("Bench")
         medians = {way: statistics.median(values) / count * 1000 for way, values in times.items()}
-        multiple = medians["deliver"] / medians["append"]
-        print(f"{count:>3} x {label:>7}: delivered in {medians['deliver']:.1f} ms each, appended in"
-              f" {medians['append']:.1f} ms", flush=True)
+        spread = ", ".join(f"{way} {min(values) / count * 1000:.1f}-{max(values) / count * 1000:.1f}"
+                           for way, values in times.items())
+        print(f"{count:>3} x {label:>7}: posted in {medians['post']:.1f} ms each, appended in"
+              f" {medians['append']:.1f} ms ({spread})", flush=True)
         if most:
-            show(f"{label}, to IMAP APPEND", f"{multiple:.1f}x", f"at most {most}x", multiple <= most)
+            reached.append((f"{label}, to IMAP APPEND", medians["post"] / medians["append"], most))
+    print()
+    for what, multiple, most in reached:
+        show(what, f"{multiple:.1f}x", f"at most {most}x", multiple <= most)
     show("memory, MiB", f"{memory:.1f}", f"at most {MOST_MEMORY}", memory <= MOST_MEMORY)
 
 
 def four_at_once() -> None:
-    connection = imap()
-    connection.create("Four")
-    connection.logout()
+    empty("Bench")
+    folders = [folder_with_profile(f"four{number}") for number in range(4)]
     count, start = 25, time.perf_counter()
-    children = [subprocess.Popen(["tools/run-wine", PROGRAM, "post", "Four", str(count), str(64 * KIB)],
-                                 stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL) for _ in range(4)]
+    children = [subprocess.Popen(export(folder, count, 64 * KIB), stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
+                for folder in folders]
     codes = [child.wait() for child in children]
-    seconds = time.perf_counter() - start
-    connection = imap()
-    there = int(connection.select("Four", readonly=True)[1][0])
-    wanted = 4 * (count + 1)
+    seconds, there = time.perf_counter() - start, count_in("Bench")
     print(f"four processes at once, 64 KiB: {4 * count / seconds:.1f} messages/s, their starts included")
-    show("messages of four processes", str(there), f"{wanted}", there == wanted and codes == [0] * 4)
+    show("messages of four processes", str(there), f"{4 * count}", there == 4 * count and codes == [0] * 4)
+
+
+class CountingProxy(socketserver.ThreadingTCPServer):
+    """Hands requests on to the server, one a connection, and counts them."""
+
+    def __init__(self):
+        self.count = 0
+        super().__init__(("127.0.0.1", 0), self.Connection)
+        threading.Thread(target=self.serve_forever, daemon=True).start()
+
+    class Connection(socketserver.StreamRequestHandler):
+        def handle(self):
+            self.server.count += 1
+            head, length = b"", 0
+            for line in iter(self.rfile.readline, b"\r\n"):
+                head += line
+                if line.lower().startswith(b"content-length:"):
+                    length = int(line.split(b":")[1])
+            with socket.create_connection(("127.0.0.1", int(os.environ["FENDREL_MAIL_HTTP"]))) as server:
+                server.sendall(head + b"\r\n" + self.rfile.read(length))
+                while piece := server.recv(65536):
+                    self.wfile.write(piece)
 
 
 def listing(count: int) -> None:
@@ -115,20 +177,27 @@ def listing(count: int) -> None:
     for number in range(count):
         connection.append("Long", None, None, body % number)
     connection.logout()
-    rows, requests, seconds = bench("list", "Long")
-    print(f"{rows} messages listed in {float(seconds):.2f} s")
-    show(f"requests for {count} messages", requests, f"at most {MOST_REQUESTS}",
-         int(rows) == count and int(requests) <= MOST_REQUESTS)
+    with CountingProxy() as proxy:
+        folder = folder_with_profile("list", f"http://localhost:{proxy.server_address[1]}/jmap/")
+        start = time.perf_counter()
+        listed = json.loads(output_of("build/release/fendrel", "list", "Public Folders@Long", "--brief", "--json",
+                                      store=folder))
+        seconds = time.perf_counter() - start
+        proxy.shutdown()
+    print(f"{len(listed['messages'])} messages listed by fendrel in {seconds:.2f} s, its start included")
+    show(f"requests for {count} messages", str(proxy.count), f"at most {MOST_REQUESTS}",
+         len(listed["messages"]) == count and proxy.count <= MOST_REQUESTS)
 
 
 def main() -> None:
     parser = argparse.ArgumentParser()
-    parser.add_argument("--quick", action="store_true", help="fewer runs, 1,000 messages listed")
+    parser.add_argument("--quick", action="store_true", help="one run of each, 1,000 messages listed")
     arguments = parser.parse_args()
-    with tempfile.TemporaryDirectory() as folder:
-        compare(Path(folder), arguments.quick)
+    shutil.rmtree(WORK, ignore_errors=True)
+    compare(arguments.quick)
     four_at_once()
     listing(1000 if arguments.quick else LISTED)
+    shutil.rmtree(WORK, ignore_errors=True)
 
 
 if __name__ == "__main__":
