@@ -4,6 +4,7 @@
 #include <charconv>
 #include <limits>
 
+#include "html_text.h"
 #include "mail_headers.h"
 #include "unicode.h"
 #include "well_formed.h"
@@ -17,11 +18,12 @@ namespace Tag {
 constexpr PropertyTag messageClass = 0x001A001F, importance = 0x00170003, sensitivity = 0x00360003,
                       subject = 0x0037001F, submitTime = 0x00390040, senderName = 0x0C1A001F,
                       senderAddressType = 0x0C1E001F, senderAddress = 0x0C1F001F, deliveryTime = 0x0E060040,
-                      text = 0x1000001F, messageId = 0x1035001F, displayName = 0x3001001F, comment = 0x3004001F,
-                      fileName = 0x3704001F, method = 0x37050003, longFileName = 0x3707001F, mediaType = 0x370E001F;
+                      text = 0x1000001F, html = 0x10130102, codePage = 0x3FDE0003, messageId = 0x1035001F,
+                      displayName = 0x3001001F, comment = 0x3004001F, fileName = 0x3704001F, method = 0x37050003,
+                      longFileName = 0x3707001F, mediaType = 0x370E001F;
 }  // namespace Tag
 
-constexpr std::int32_t attachedByValue = 1;
+constexpr std::int32_t attachedByValue = 1, utf8CodePage = 65001;
 constexpr std::int64_t ticksPerSecond = 10'000'000, secondsTo1970 = 11'644'473'600;
 
 template <class Value>
@@ -155,7 +157,12 @@ std::vector<Property> headerProperties(const ReadMail& mail) {
 
 std::vector<Property> messageProperties(const ReadMail& mail, const PropertyPart& part) {
   std::vector<Property> properties = part.message;
-  properties.push_back({Tag::text, wide(mail.text)});
+  properties.push_back({Tag::text, wide(mail.text.empty() ? textOfHtml(mail.html) : mail.text)});
+  if (!mail.html.empty()) {
+    const auto bytes = std::as_bytes(std::span(mail.html));
+    properties.push_back({Tag::html, Bytes(bytes.begin(), bytes.end())});
+    properties.push_back({Tag::codePage, utf8CodePage});
+  }
   std::ranges::move(headerProperties(mail), std::back_inserter(properties));
   return inOrder(std::move(properties));
 }

@@ -201,7 +201,9 @@ ReadMail readMail(const Json& email) {
   BodyText text = textOfParts(email, "textBody", "text/plain", &mail.textParts);
   mail.text = std::move(text.text);
   mail.isTextCut = text.isCut;
-  mail.html = textOfParts(email, "htmlBody", "text/html", nullptr).text;
+  BodyText html = textOfParts(email, "htmlBody", "text/html", nullptr);
+  mail.html = std::move(html.text);
+  mail.isTextCut = mail.isTextCut || html.isCut;
   readParts(email, mail);
   return mail;
 }

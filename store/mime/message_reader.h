@@ -45,7 +45,7 @@ struct ReadMail {
 
   // Only of a whole message.
   std::string text;        // UTF-8, lines end with CR LF
-  bool isTextCut = false;  // `textParts` has the complete text
+  bool isTextCut = false;  // it or the HTML; `textParts` has the complete text
   std::string html;        // if the mail has it
   std::vector<MailPart> textParts;
   std::vector<MailPart> attachments;  // attached files in their order, without the property part

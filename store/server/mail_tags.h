@@ -15,6 +15,7 @@ constexpr PropertyTag senderName = 0x0C1A001F;
 constexpr PropertyTag deliveryTime = 0x0E060040;
 constexpr PropertyTag messageFlags = 0x0E070003;
 constexpr PropertyTag body = 0x1000001F;
+constexpr PropertyTag html = 0x10130102;
 constexpr PropertyTag internetMessageId = 0x1035001F;
 constexpr PropertyTag displayName = 0x3001001F;
 constexpr PropertyTag comment = 0x3004001F;

@@ -122,6 +122,8 @@ class ServerEngine final : public OnDatabase<Engine>, public std::enable_shared_
   Views views(const std::string& account, const std::vector<std::string>& ids, bool isWhole, const std::string& folder);
   // Takes the rows of the folder that have changed on the server out of those that were read ahead.
   void followChanges(const Id& folder);
+  // The same with the texts that are cut in it.
+  MailView withAllText(MailView view);
   OutgoingMail outgoingOf(const MailView& view, const std::string& account);
   // Returns the view of what is there then. `isNew`: its Message-ID is its search key's, so that a repeated delivery is
   // known for one; else it is a copy, with one of its own.

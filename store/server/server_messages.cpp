@@ -189,8 +189,9 @@ Status ServerEngine::readMessageProperties(const Id& message, std::span<const Pr
     properties = chosenProperties(whole.properties, tags, valueLimit);
     for (Property& property : properties) {
       // More of it is on the server.
-      const auto* text = std::get_if<std::u16string>(&property.value);
-      if (whole.isTextCut && property.tag == tags::body && text) property.value = UnloadedValue{text->size() * 2};
+      const bool isText = property.tag == tags::body || property.tag == tags::html;
+      if (whole.isTextCut && isText && !std::holds_alternative<UnloadedValue>(property.value))
+        property.value = UnloadedValue{valueSize(property.value)};
     }
   });
 }
@@ -237,15 +238,8 @@ Status ServerEngine::openContent(const Id& message, std::optional<std::uint32_t>
   return asking([&] {
     MailView whole = view(message);
     const std::string accountId = mailId(message).account;
-    if (!attachment && whole.isTextCut && answersTo(tags::body, tag)) {
-      auto selection = selectionFor(true, false);
-      selection.longestValue = 0;
-      const std::vector<std::string> ids = {mailId(message).object};
-      const auto emails = account(accountId).emails(ids, selection).emails;
-      if (emails.empty()) failNoMessage();
-      whole = viewOf(emails.front(), true, accountId, {}, {},
-                     [this](const PropertyName& name) { return identifierOf(name); });
-    }
+    if (!attachment && (answersTo(tags::body, tag) || answersTo(tags::html, tag)))
+      whole = withAllText(std::move(whole));
     const auto& properties = attachment ? attachmentOf(whole, *attachment).properties : whole.properties;
     const auto found = std::ranges::find_if(properties, [&](const Property& one) { return answersTo(one.tag, tag); });
     if (found == properties.end()) fail(Status::NotFound, "There is no such property.");
@@ -265,7 +259,23 @@ Status ServerEngine::openContent(const Id& message, std::optional<std::uint32_t>
   });
 }
 
-OutgoingMail ServerEngine::outgoingOf(const MailView& whole, const std::string& accountId) {
+MailView ServerEngine::withAllText(MailView view) {
+  if (!view.isTextCut) return view;
+  const MailId id = mailId(view.info.id);
+  auto selection = selectionFor(true, false);
+  selection.longestValue = 0;
+  const std::vector<std::string> ids = {id.object};
+  const auto emails = account(id.account).emails(ids, selection).emails;
+  if (emails.empty()) failNoMessage();
+  MailView all =
+      viewOf(emails.front(), true, id.account, {}, {}, [this](const PropertyName& name) { return identifierOf(name); });
+  view.properties = std::move(all.properties);
+  view.isTextCut = false;
+  return view;
+}
+
+OutgoingMail ServerEngine::outgoingOf(const MailView& view, const std::string& accountId) {
+  const MailView whole = withAllText(view);
   OutgoingMail mail;
   mail.properties = whole.properties;
   removeFrom(mail.properties, propertyId(tags::internetMessageId));  // the new one's is its own

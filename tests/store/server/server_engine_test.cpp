@@ -1,4 +1,4 @@
-// Rows of a folder on a server: how few requests they cost, and that changes are seen all the same.
+// The engine of a mail server: how few requests rows cost while changes are seen all the same, and whole texts.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -20,9 +20,9 @@ using testing::Pair;
 
 std::u16string wide(const std::string& ascii) { return {ascii.begin(), ascii.end()}; }
 
-class ServerRowsTest : public testing::Test {
+class ServerEngineTest : public testing::Test {
  protected:
-  ServerRowsTest() {
+  ServerEngineTest() {
     static int number = 0;
     mailbox = account.createMailbox("", "Rows " + std::to_string(++number));
     std::unique_ptr<Database> opened;
@@ -75,6 +75,8 @@ class ServerRowsTest : public testing::Test {
   std::string mailbox;
   std::shared_ptr<Engine> engine;
 };
+
+class ServerRowsTest : public ServerEngineTest {};
 
 TEST_F(ServerRowsTest, AFolderIsReadInPagesOfFiveHundredAndTheSecondTimeItsIdentifiersAlone) {
   fill(520);
@@ -145,6 +147,50 @@ TEST_F(ServerRowsTest, AnAttachmentIsDownloadedWhenItIsReadAndNotWhenItIsMeasure
   EXPECT_EQ(reader->read(0, std::as_writable_bytes(std::span(read)), count), Status::Ok);
   EXPECT_TRUE(read.substr(0, count) == bytes) << count;
   EXPECT_THAT(proxy.takeCounts(), ElementsAre(Pair("download", 1)));
+}
+
+class ServerTextsTest : public ServerEngineTest {
+ protected:
+  // Of this type, as another program writes it.
+  Id deliverText(const std::string& type, const std::string& text) {
+    const std::string id = SampleMail::newMessageId();
+    SampleMail sample("text", 0, id);
+    sample.text = "From: a@fendrel.invalid\r\nSubject: text\r\nMessage-ID: " + id +
+                  "\r\nMIME-Version: 1.0\r\nContent-Type: " + type + "; charset=utf-8\r\n\r\n" + text;
+    return idOf("alice", jmap::deliver(account, sample.forMailbox(mailbox)));
+  }
+  std::string contentOf(const Id& message, PropertyTag tag) {
+    std::shared_ptr<ContentReader> reader;
+    EXPECT_EQ(engine->openContent(message, {}, tag, reader), Status::Ok) << engine->lastFailure().text;
+    if (!reader) return {};
+    std::string bytes(static_cast<std::size_t>(reader->size()), '\0');
+    std::size_t count = 0;
+    EXPECT_EQ(reader->read(0, std::as_writable_bytes(std::span(bytes)), count), Status::Ok);
+    bytes.resize(count);
+    return bytes;
+  }
+};
+
+TEST_F(ServerTextsTest, MessageInHtmlAloneHasItsWordsAsTextAndItsHtml) {
+  const Id message = deliverText("text/html", "<p>Sales of <b>May</b></p>\r\n");
+  std::vector<Property> properties;
+  const std::vector<PropertyTag> wanted = {tags::body, tags::html};
+  ASSERT_EQ(engine->readMessageProperties(message, wanted, properties, defaultValueLimit), Status::Ok);
+  ASSERT_EQ(properties.size(), 2u);
+  EXPECT_EQ(properties[0].value, PropertyValue(std::u16string(u"Sales of May\r\n")));
+  EXPECT_EQ(contentOf(message, tags::html), "<p>Sales of <b>May</b></p>\r\n");
+}
+
+TEST_F(ServerTextsTest, CopyHasAllOfATextThatIsReadInPieces) {
+  std::string text;
+  for (int line = 0; text.size() < 2'500'000; ++line) text += "line " + std::to_string(line) + " of a long text\r\n";
+  const Id message = deliverText("text/plain", text);
+  ASSERT_EQ(engine->copyMessage(message, reports(), {}), Status::Ok) << engine->lastFailure().text;
+  const auto now = rows();
+  ASSERT_EQ(now.size(), 2u);
+  for (const MessageRow& row : now)
+    EXPECT_EQ(contentOf(row.message.id, tags::body).size(), 2 * text.size())
+        << (row.message.id == message ? "the original" : "the copy") << " of " << row.message.size << " bytes";
 }
 
 }  // namespace
