@@ -1,5 +1,5 @@
-// Fixtures of the tests on the built plug-in over the recording double. After every test nothing that the
-// plug-in took from MAPI is left.
+// Fixtures of the tests on the built plug-in over the recording double. After every test the plug-in must have released
+// everything from MAPI.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -29,7 +29,7 @@ class PluginTest : public ::testing::Test {
 
   World world = standardWorld();
   RecordingMapi mapi;
-  int unmatchedInitialisations = 0;  // what the test expects to be left
+  int unmatchedInitialisations = 0;  // as the test expects
 
  private:
   std::optional<Plugin> plugin_;
@@ -42,7 +42,7 @@ class InitialisedTest : public PluginTest {
   void TearDown() override;
 };
 
-// A code and words as an export answers them.
+// Code and error text of an export.
 struct Answer {
   uint32_t code;
   std::wstring text;
@@ -59,11 +59,10 @@ class JobTest : public InitialisedTest {
  protected:
   void TearDown() override;
 
-  // Forgets what was recorded and builds `world` as it now stands.
+  // Clears the record and builds the current `world`.
   void rebuildWorld() { mapi.reset(world); }
 
-  // NRVInitExportDestinationW, whose code is answered; `job` and `result` are what it handed out. Jobs are ended
-  // with the test.
+  // Calls NRVInitExportDestinationW and returns its code; `job` and `result` are its results. The fixture ends jobs.
   uint32_t tryToOpen(DestinationOptions* options, FileList& files);
   FendrelJob open(DestinationOptions options, std::initializer_list<const wchar_t*> templates = {L"report.txt"});
   FendrelJob open(std::initializer_list<const wchar_t*> templates = {L"report.txt"});
@@ -72,10 +71,10 @@ class JobTest : public InitialisedTest {
 
   uint32_t post(FendrelJob job, std::vector<std::wstring> paths);
   std::wstring errorText(FendrelJob job);
-  // Posts one file of that content under that report name in a new job; the message that came of it.
+  // Posts one file with this content and report name in a new job; returns the message.
   PostedMessage postOne(const wchar_t* reportName = L"sales.pdf", std::string_view content = "content");
 
-  // The full path of a new file; of one that does not exist.
+  // The full path of a new file, and of one that does not exist.
   std::wstring file(std::wstring_view name = L"source.bin", std::string_view content = "content") const;
   std::wstring missingFile() const { return folder_.file(L"missing.bin"); }
 
@@ -89,7 +88,7 @@ class JobTest : public InitialisedTest {
   TempFolder folder_;
 };
 
-// The code that a failing HRESULT is folded into, and the words that go with it (empty: none are set).
+// The code to which a failing HRESULT is mapped, and its error text (empty: none is set).
 struct Mapped {
   const char* name;
   HRESULT result;

@@ -1,4 +1,4 @@
-// Arguments that make no sense: each gives 5, takes nothing from MAPI and reads nothing out of bounds.
+// Invalid arguments: each gives 5, takes nothing from MAPI and reads nothing out of bounds.
 #include <cstring>
 
 #include "abi_test.h"

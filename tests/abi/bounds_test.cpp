@@ -1,4 +1,4 @@
-// The largest that an interface of 16-bit counts and sizes takes.
+// The limits of an interface with 16-bit counts and sizes.
 #include <cstring>
 
 #include "abi_test.h"
@@ -24,7 +24,7 @@ TEST_F(JobTest, AllOf65535FilesAreGoneThroughAndTheLastOneCounts) {
   EXPECT_EQ(valueOf(messages[1].properties, PR_SUBJECT_W).text, L"last.txt");
 }
 
-// A folder path of so many characters; the first length is the last that packed records can tell.
+// A folder path of this length; the first one is the longest that fits a packed record.
 class LongPath : public JobTest, public ::testing::WithParamInterface<std::size_t> {
  protected:
   static constexpr std::size_t packable = 32700;

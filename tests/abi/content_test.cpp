@@ -1,4 +1,4 @@
-// The file's bytes on their way into the attachment.
+// Copying the file's bytes into the attachment.
 #include <thread>
 
 #include "abi_test.h"
@@ -96,7 +96,7 @@ TEST_F(ContentTest, FileIsClosedAfterAFailedWrite) {
   EXPECT_TRUE(DeleteFileW(path.c_str()));
 }
 
-// A pipe whose server goes away while it is read stands for a file on a medium that fails.
+// A pipe whose server closes it during a read simulates a file on a failing medium.
 TEST_F(ContentTest, FailedReadGivesTheSystemsErrorAsAnHresult) {
   open();
   const std::wstring name = L"\\\\.\\pipe\\fendrel-test-" + std::to_wstring(GetCurrentProcessId());

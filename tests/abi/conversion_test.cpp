@@ -71,7 +71,7 @@ class ConversionTest : public PluginTest {
   const std::wstring path = L"Public Folders@Reports";
 };
 
-// ---- Nothing, and wrong versions ----
+// ---- Null records, and wrong versions ----
 
 TEST_F(ConversionTest, NothingToAnsiGivesNothing) {
   EXPECT_EQ(toAnsi(nullptr), nullptr);
@@ -263,7 +263,7 @@ TEST_F(ConversionTest, OddOffsetOfAWideStringIsRefused) {
 }
 
 TEST_F(ConversionTest, OddOffsetOfAnAnsiStringIsTaken) {
-  auto block = packedAnsi("Ada1", "secret", "Public Folders");  // the password stands at 53
+  auto block = packedAnsi("Ada1", "secret", "Public Folders");  // the password is at 53
   DestinationOptions* const wide = toWide(asAnsi(block));
   ASSERT_EQ(code, FENDREL_SUCCESS);
   EXPECT_STREQ(wideAt(wide, wide->profilePasswordOffset), L"secret");

@@ -1,4 +1,4 @@
-// What a job hands out of its choice: the packed block and the unpacked record.
+// What a job returns of its choice: the packed block and the unpacked record.
 #include <cstring>
 
 #include "abi_test.h"

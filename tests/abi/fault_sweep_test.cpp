@@ -1,5 +1,5 @@
-// Each call of an export of two files fails in turn, with each code that has a meaning of its own and with one that has
-// none: the documented result, no crash, nothing left.
+// Each call of an export of two files fails in turn, with each mapped code and with an unmapped one: the documented
+// result, no crash, nothing left.
 #include "abi_test.h"
 
 namespace fendrel::test {
@@ -9,14 +9,14 @@ enum class Effect {
   creationFailsWithMinusOne,
   creationFails,  // with the mapped code
   none,
-  noSender,        // none but that the messages carry no sender
+  noSender,        // no failure, but the messages have no sender
   exportFails,     // with the mapped code and words, nothing is posted
-  storeNotFound,   // exportFails, whatever the code, with MAPI_E_NOT_FOUND
-  firstFileFails,  // whose result does not count
+  storeNotFound,   // like exportFails, with MAPI_E_NOT_FOUND for any code
+  firstFileFails,  // without effect on the result
   lastFileFails,   // with the mapped code and words
 };
 
-// One call of an export without failures, and what its failure brings.
+// One call of an export without failures, and the effect of its failure.
 struct Step {
   std::string name;
   std::string object;

@@ -169,7 +169,7 @@ TEST_F(FolderPathTest, StoreWithoutIpmSubtreeFailsWithThePropertysCode) {
 }
 
 TEST_F(FolderPathTest, BusyRowsThatCompleteInTimeEndTheWalkWithoutThem) {
-  // The call is not issued again, and its output was not written: as a table without rows.
+  // The call is not repeated, and its output was not written: like a table without rows.
   openPath(L"Public Folders@Reports");
   mapi.fail("IMAPITable::QueryRows", 1, MAPI_E_BUSY);
   EXPECT_EQ(postAndRead(job, {file()}), notFound);

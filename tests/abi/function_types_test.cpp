@@ -6,7 +6,7 @@
 namespace fendrel::test {
 namespace {
 
-// Arguments and result must be the very same for a pointer to become one without noexcept.
+// Only with the same arguments and result does a pointer convert to one without noexcept.
 template <class Pointer, class Declared>
 constexpr bool sameButNoexcept = std::is_convertible_v<Declared, Pointer>&& std::is_pointer_v<Pointer>;
 
@@ -43,7 +43,7 @@ static_assert(sameButNoexcept<FendrelIsThreadSafe_t, decltype(&IsThreadSafe)>);
 static_assert(sameButNoexcept<FendrelInitPerThread_t, decltype(&InitPerThread)>);
 static_assert(sameButNoexcept<FendrelUninitPerThread_t, decltype(&UninitPerThread)>);
 
-// As a host that brings no declarations of its own.
+// Like a host without its own declarations.
 TEST_F(PluginTest, IsUsedThroughTheHeadersTypes) {
   const auto getVersion = reinterpret_cast<FendrelGetVersionW_t>(
       reinterpret_cast<void*>(GetProcAddress(plugin().module(), "NRVGetVersionW")));

@@ -14,7 +14,7 @@ namespace fendrel::test {
 DestinationOptions unpackedOptions(const wchar_t* profileName, const wchar_t* password, const wchar_t* folderPath,
                                    uint16_t destinationType = FENDREL_REPORT_INSTANCE);
 
-// A file list of templates, one a file.
+// A file list of templates, one per file.
 class FileList {
  public:
   FileList() = default;
@@ -50,7 +50,7 @@ class FilePaths {
   FendrelExportDescription description_{};
 };
 
-// A packed block as a host keeps it: strings at the places where the encoder puts them.
+// A packed block as a host keeps it, with the encoder's string positions.
 std::vector<std::byte> packedOptions(const std::wstring* profileName, const std::wstring* password,
                                      const std::wstring* folderPath, uint16_t destinationType, int sizeCorrection = 0);
 

@@ -1,4 +1,4 @@
-// Start and stop of the module, and what it says about itself.
+// Start and stop of the module, and its version functions.
 #include "abi_test.h"
 #include "build_paths.h"
 

@@ -1,4 +1,4 @@
-// The language library that stands beside the plug-in. Each test has a copy of the plug-in in a folder of its own.
+// The language library beside the plug-in. Each test has a copy of the plug-in in a new folder.
 #include <filesystem>
 
 #include "abi_test.h"
@@ -13,7 +13,7 @@ constexpr const wchar_t* markedName = L"Marked folder";
 // Of plain letters and digits.
 std::string narrow(std::wstring_view text) { return {text.begin(), text.end()}; }
 
-// The user's language as the "intl"/"sLanguage" profile string and the host's atoms say it.
+// Sets the user's language by the "intl"/"sLanguage" profile string and the host's atoms.
 class LanguageTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -50,7 +50,7 @@ class LanguageTest : public ::testing::Test {
 
   const wchar_t* destinationName() { return plugin().getExportDestinations()->destinations[0]->name; }
 
-  // The destination name that a start brings.
+  // The destination name after a start.
   std::wstring nameAfterInitialise() {
     EXPECT_EQ(plugin().initialize(), FENDREL_SUCCESS);
     const std::wstring name = destinationName();
@@ -197,7 +197,7 @@ TEST_F(LanguageTest, FailedInitialiseCanBeRepeated) {
 
 class TextsTest : public LanguageTest {
  protected:
-  // The words that a post leaves when creating its message fails so.
+  // The error text of a post if creating its message fails with this code.
   std::wstring wordsOf(HRESULT failure) {
     mapi.reset(standardWorld());
     EXPECT_EQ(plugin().initialize(), FENDREL_SUCCESS);
@@ -252,12 +252,12 @@ TEST_F(TextsTest, MessageClassComesFromTheLanguageLibrary) {
   plugin().terminate();
 }
 
-// ---- The libraries that are shipped, all five beside the plug-in ----
+// ---- The shipped libraries, all five beside the plug-in ----
 
 struct Shipped {
   const wchar_t* file;
   const wchar_t* atom;
-  const wchar_t* user;  // what sLanguage says for it
+  const wchar_t* user;  // its sLanguage
 };
 
 class ShippedLibraries : public LanguageTest, public ::testing::WithParamInterface<Shipped> {
@@ -270,7 +270,7 @@ class ShippedLibraries : public LanguageTest, public ::testing::WithParamInterfa
     for (const wchar_t* file : files) placeFile(buildFile(std::wstring(L"languages/") + file), file);
   }
 
-  // After a start, what it took its texts from: only one of the five may be loaded.
+  // The source of texts after a start: only one of the five may be loaded.
   void expectChosen(const wchar_t* chosen) {
     ASSERT_EQ(plugin().initialize(), FENDREL_SUCCESS);
     for (const wchar_t* file : files) EXPECT_EQ(isLoaded(file), file == std::wstring_view(chosen)) << narrow(file);

@@ -23,7 +23,7 @@ class LogonTest : public JobTest {
     return tryToOpen(nullptr, files);
   }
 
-  // The profile name that the job holds; nothing when it has none.
+  // The job's profile name; nothing if it has none.
   std::optional<std::wstring> profileName() {
     DestinationOptions* options = nullptr;
     EXPECT_EQ(plugin().decodeOptions(job, &options), FENDREL_SUCCESS);

@@ -1,4 +1,4 @@
-// Which words a failed logon asks for. The job that would hold them is gone before the host could read them.
+// The strings that a failed logon loads. Its job is destroyed before the host could read the error text.
 #include "abi_test.h"
 #include "import_hook.h"
 
@@ -17,7 +17,7 @@ int WINAPI noteString(HINSTANCE module, UINT id, wchar_t* buffer, int size) {
 
 class LogonWords : public JobTest {
  protected:
-  // The strings that a set-up asks for which this call fails.
+  // The strings that a set-up loads when this call fails.
   std::vector<UINT> askedWhenFails(const char* call, HRESULT failure) {
     rebuildWorld();
     unmatchedInitialisations = 0;

@@ -1,4 +1,4 @@
-// A mail system that answers success and hands out no object.
+// A mail system that returns success without an object.
 #include "abi_test.h"
 
 namespace fendrel::test {

@@ -35,13 +35,13 @@ class Reader {
     return address ? inMemory<T>(address) : nullptr;
   }
 
-  // What the loader puts at that address.
+  // The data that the loader puts at that address.
   template <class T>
   const T* inMemory(DWORD address) const {
     return at<T>(offsetOf(address));
   }
 
-  // Where in the file that stands.
+  // The offset of that address in the file.
   std::size_t offsetOf(DWORD address) const {
     const IMAGE_SECTION_HEADER* section = IMAGE_FIRST_SECTION(const_cast<IMAGE_NT_HEADERS64*>(headers_));
     for (WORD index = 0; index < headers_->FileHeader.NumberOfSections; ++index, ++section)

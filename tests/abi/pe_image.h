@@ -13,7 +13,7 @@ struct PeImage {
   std::vector<std::string> imports;  // file names in lower case
 };
 
-// Writes a copy of a module in which the export `name` has another name: what a build without that export would be.
+// Writes a copy of a module in which the export `name` is renamed, like a build without that export.
 void copyWithoutExport(const std::wstring& module, const std::string& name, const std::wstring& copy);
 
 }  // namespace fendrel::test

@@ -1,4 +1,4 @@
-// The built FENDREL.DLL, loaded as a host loads it.
+// The built FENDREL.DLL, loaded like a host does.
 #pragma once
 
 #include <windows.h>

@@ -1,5 +1,5 @@
-// A mail system that answers success and hands out less than it says, or something else: the documented code, nothing
-// in the wrong place.
+// A mail system that returns success with less than it says, or with something else: the documented code, nothing in
+// the wrong place.
 #include "abi_test.h"
 
 namespace fendrel::test {

@@ -1,5 +1,4 @@
-// A host that calls in an order or at a moment that it should not: the documented code, and no call of MAPI that has
-// nothing to work on.
+// A host that calls in a wrong order or at a wrong moment: the documented code, and no call of MAPI without an object.
 #include <cstring>
 
 #include "abi_test.h"
@@ -14,7 +13,7 @@ using ::testing::StartsWith;
 
 class UnrulyHost : public JobTest {
  protected:
-  // What was called from a place in the record on, without memory.
+  // The calls from a position in the record on, without memory functions.
   std::vector<std::string> linesFrom(std::size_t first) const {
     std::vector<std::string> lines;
     const auto all = mapi.everything();
@@ -141,7 +140,7 @@ TEST_F(Interruption, TheLastStopInsideAnExportEndsItsJobWhenThatReturns) {
   const FendrelJob outer = open();
   mapi.interrupt("IMAPIFolder::CreateMessage", 1, [&] {
     EXPECT_EQ(plugin().terminate(), FENDREL_SUCCESS);
-    EXPECT_EQ(mapi.counts().sessions, 1u);  // the other job's is gone
+    EXPECT_EQ(mapi.counts().sessions, 1u);  // the other job's was logged off
     FileList files{L"report.txt"};
     DestinationOptions options = unpackedOptions(L"Default", L"", L"Public Folders");
     FendrelJob late = 0;
@@ -203,7 +202,7 @@ TEST_F(Interruption, TheLastStopInsideALogoffWaitsForIt) {
   startAgain();
 }
 
-// Texts of an unpacked record that have no end.
+// Texts of an unpacked record without terminator.
 class EndlessText : public UnrulyHost {
  protected:
   static std::span<const std::byte> bytes(std::u16string_view text) { return std::as_bytes(std::span(text)); }

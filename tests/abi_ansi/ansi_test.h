@@ -12,8 +12,8 @@ bool isDoubleByte();
 std::string ansi(const std::wstring& text);
 std::wstring wide(const char* text);  // "(null)" for null
 
-// Names in the code page's own letters. The profile's has one byte a letter in either; of the folders' letters, one has
-// the byte of '@' in it and one that of a backslash where letters have two bytes.
+// Names in the code page's letters. The profile's letters have one byte each in both code pages; in double-byte code
+// pages, one of the folders' letters contains the byte of '@' and one that of a backslash.
 std::wstring nativeProfile();
 std::wstring nativeStore();
 std::wstring nativeFolder();
@@ -72,7 +72,7 @@ class AnsiJobTest : public AnsiPluginTest {
   void SetUp() override;
   void TearDown() override;
 
-  // NRVInitExportDestination, whose code is answered; jobs are ended with the test.
+  // Calls NRVInitExportDestination and returns its code; the fixture ends jobs.
   uint32_t tryToOpen(DestinationOptionsA* options, std::initializer_list<std::wstring> templates = {L"report.txt"});
   FendrelJob open(std::initializer_list<std::wstring> templates = {L"report.txt"});
   FendrelJob open(const std::wstring& profileName, const std::wstring& password, const std::wstring& folderPath);

@@ -1,4 +1,4 @@
-// The full circle from a folder that a person chose: the kept bytes bring the export back without a dialog, in either set.
+// The full cycle from a folder that a person chose: the kept bytes repeat the export without a dialog, in both sets.
 // clang-format off
 #include <windows.h>
 #include <commctrl.h>
@@ -40,7 +40,7 @@ class InteractiveCircle : public AnsiJobTest {
     return kept;
   }
 
-  // The wide set states thirty bytes less than its block takes; a host that keeps the block keeps those as well.
+  // The wide set's stated size is thirty bytes less than its block; a host must keep those as well.
   std::vector<std::byte> wideBytes() {
     FileList files{L"report.txt"};
     FendrelJob wideJob = 0;

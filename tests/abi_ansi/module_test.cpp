@@ -94,7 +94,7 @@ TEST_P(LacksExport, AndDoesNotLoad) {
   EXPECT_EQ(GetLastError(), DWORD{ERROR_DLL_INIT_FAILED});
 }
 
-// What makes the copy makes one that loads, too.
+// The method of copying also makes copies that load.
 TEST(OptionalExport, IsNotNeededForLoading) {
   const TempFolder folder;
   const std::wstring copy = folder.file(L"FENDREL.DLL");

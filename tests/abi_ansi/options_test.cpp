@@ -1,4 +1,4 @@
-// What an ANSI host keeps of a choice, and hands back.
+// A choice that an ANSI host keeps and hands back.
 #include <cstring>
 
 #include "ansi_test.h"
@@ -171,7 +171,7 @@ TEST_F(AcrossTheSets, FullCircle_FromTheAnsiSetIntoTheWideSet) {
   plugin().freeOptionsW(0, block);
 }
 
-// Letters of two bytes take more room than the place that the packed form gives them: the next string overwrites their end.
+// Double-byte letters need more room than the packed form has: the next string overwrites their end.
 class AnsiOptionsDoubleByte : public AnsiOptionsTest {};
 
 TEST_F(AnsiOptionsDoubleByte, ALongStringIsOverwrittenByTheStringAfterIt) {

@@ -1,4 +1,4 @@
-// The end of a process that has not let the plug-in go: nothing that it holds is touched any more.
+// The end of a process without unloading the plug-in: its objects are not accessed any more.
 #include "ansi_test.h"
 #include "import_hook.h"
 

@@ -9,7 +9,7 @@ namespace {
 
 class InteractiveMemory : public ::testing::Test {
  protected:
-  // Asks for profile and folder, and says what became of it.
+  // Asks for profile and folder; returns the code.
   uint32_t setUp() {
     const DialogDriver driver;
     return host.wide().initExportDestination(nullptr, 0, nullptr, files.record(), &job, &result);
@@ -29,7 +29,7 @@ class InteractiveMemory : public ::testing::Test {
 
 TEST_F(InteractiveMemory, IsACodeWhereverItRunsOut) {
   constexpr int noLimit = 2000;
-  // What is made once and kept is made before anything fails.
+  // One-time allocations come before the first failure.
   ASSERT_EQ(setUp(), FENDREL_SUCCESS);
   end();
   int outOfMemory = 0, nth = 1;

@@ -10,7 +10,7 @@
 namespace fendrel::test {
 namespace {
 
-// All that can be done with a job of the wide set.
+// All calls on a job of the wide set.
 void useJob(ScenarioHost& host, FendrelJob job) {
   Plugin& plugin = host.wide();
   FilePaths paths(host.files());
@@ -18,7 +18,7 @@ void useJob(ScenarioHost& host, FendrelJob job) {
   EXPECT_NE(plugin.getErrorText(job), nullptr);
   DestinationOptions* options = nullptr;
   uint16_t size = 0;
-  // A status table without rows leaves the job without a profile name, which is answered with 5.
+  // A status table without rows leaves the job without a profile name, which gives 5.
   ScenarioHost::expectDocumented(plugin.encodeOptions(job, &options, &size), "NRVEncodeDestinationOptionsW");
   ScenarioHost::expectDocumented(plugin.decodeOptions(job, &options), "NRVDecodeDestinationOptionsW");
   EXPECT_EQ(plugin.freeOptionsW(0, options), FENDREL_SUCCESS);
@@ -74,7 +74,7 @@ void interactively(ScenarioHost& host) {
   inWideSet(host, nullptr);
 }
 
-// Template mode, which no set-up leads to: the posting library itself over the same double.
+// Template mode, which no set-up can select: uses the posting library over the same double.
 void withNames(ScenarioHost& host) {
   const DialogDriver driver;
   if (MapiStart() != 0) return;

@@ -1,4 +1,4 @@
-// What hosts do with the plug-in, each from a fresh world to the end.
+// Uses of the plug-in by hosts, each from a new world to the end.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@ namespace fendrel::test {
 struct Scenario {
   const char* name;
   void (*run)(class ScenarioHost& host);
-  unsigned weight;  // how often it is taken in a random round; dialogs take their time
+  unsigned weight;  // how often random rounds choose it; dialogs are slow
 };
 
 extern const std::vector<Scenario> scenarios;
@@ -29,7 +29,7 @@ class ScenarioHost {
   // Fails the test for a code that the header does not name.
   static void expectDocumented(uint32_t code, const char* function);
 
-  // Runs a scenario in a world that is as it was; afterwards nothing of it is left. `misbehave` plans what the double does.
+  // Runs a scenario in a new world; afterwards nothing must be left. `misbehave` plans the double's behaviour.
   void run(const Scenario& scenario, const std::function<void()>& misbehave);
 
  private:

@@ -1,5 +1,5 @@
-// Mail systems that misbehave: every call of every scenario answers each way that it should not, alone and in random
-// mixtures. No crash, a code that the header names, nothing left. A failure names the round, so that it can be run alone.
+// Misbehaving mail systems: every call of every scenario gives each wrong answer, alone and in random mixtures. No
+// crash, a code that the header names, nothing left. A failure names the round, so that it can be run alone.
 #include <cstdio>
 #include <cstdlib>
 #include <random>
@@ -34,7 +34,7 @@ std::string describe(const Misbehaviour& misbehaviour) {
   return text;
 }
 
-// What runs now, for the words of a crash.
+// The running round, for the report of a crash.
 std::string running;
 
 LONG CALLBACK nameTheRound(EXCEPTION_POINTERS* exception) {
@@ -56,7 +56,7 @@ class Sweep : public ::testing::Test {
   Sweep() : handler_(AddVectoredExceptionHandler(1, nameTheRound)) {}
   ~Sweep() override { RemoveVectoredExceptionHandler(handler_); }
 
-  // Runs it, saying in every failure what went wrong; the number of answers that were given.
+  // Runs it, with the misbehaviour in every failure's message; returns the number of wrong answers given.
   uint32_t run(const Scenario& scenario, const std::vector<Misbehaviour>& misbehaviours,
                const std::string& round = "") {
     running = round + scenario.name;
@@ -132,7 +132,7 @@ TEST_F(Sweep, RandomMixturesAreSurvived) {
     const auto scenario = std::discrete_distribution<std::size_t>(weights.begin(), weights.end())(random);
     std::vector<Misbehaviour> misbehaviours;
     for (unsigned count = 1 + upTo(5); count > 0; --count) {
-      // What came before may have moved the calls; an answer that does not fit then changes nothing.
+      // Earlier misbehaviour may have changed the calls; an answer that does not fit changes nothing.
       const unsigned place = upTo(static_cast<unsigned>(calls[scenario].size()) - 1);
       Misbehaviour misbehaviour{.nth = 1 + place, .answer = RECORDING_ANSWERS, .column = static_cast<int>(upTo(4)) - 1};
       misbehaviour.failure = failures[upTo(std::size(failures) - 1)];

@@ -1,6 +1,6 @@
 // make_messages PROFILE [BYTES]: fills the folder "Public Folders@Formats" through MAPI with messages that posting
-// does not make, or, with BYTES, with one message whose attachment has so many. Writes what they hold as JSON, which
-// read_back.py compares with what it finds in the saved files.
+// does not make, or, with BYTES, with one message whose attachment has that size. Writes their content as JSON, which
+// read_back.py compares with the saved files.
 #include <mapitags.h>
 #include <windows.h>
 
@@ -30,7 +30,7 @@ struct Sample {
   std::wstring subject, sender, body;
   FILETIME submitted, delivered;
   std::vector<File> files;
-  std::wstring reference = {};  // the name of an attachment that names a file elsewhere and holds none
+  std::wstring reference = {};  // the name of an attachment by reference, without content
   LONG importance = 1, sensitivity = 0;
 };
 
@@ -41,7 +41,7 @@ FILETIME timeAt(WORD year, WORD month, WORD day, WORD hour, WORD minute, WORD se
   return time;
 }
 
-// The same rule stands in read_back.py.
+// read_back.py has the same rule.
 std::uint8_t byteOf(std::size_t position) {
   return static_cast<std::uint8_t>(position * 7 + position / 256 + position / 65536);
 }
@@ -229,7 +229,7 @@ Json make(IMAPIFolder& folder, const Sample& sample) {
 int main(int count, char** words) {
   if (count < 2) return 2;
   try {
-    // What is loaded by its path is the system's MAPI to whoever asks for that.
+    // Once loaded by its path, it is what requests for the system's MAPI get.
     if (!LoadLibraryW(buildFile(L"bin/store/MAPI32.DLL").c_str())) throw std::runtime_error("no MAPI32.DLL");
     loadMapi(MapiSubsystem::system);
     Session session(toWide(words[1]), L"");

@@ -1,4 +1,4 @@
-// What a .msg file cannot hold is refused before anything is written.
+// Messages beyond the limits of .msg are refused before anything is written.
 #include <gmock/gmock.h>
 
 #include "msg_writer.h"

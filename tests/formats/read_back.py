@@ -51,7 +51,7 @@ class Run:
         return "Z:" + os.path.join(self.work, name).replace("/", "\\")
 
     def __call__(self, program, *arguments, wanted=0):
-        # Through files: what Wine starts in the background would keep a pipe open.
+        # Through files: Wine's background processes would keep a pipe open.
         with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as err:
             child = self.start(program, *arguments, out=out, err=err)
             _, status, usage = os.wait4(child.pid, 0)
@@ -114,7 +114,7 @@ def check_eml(data, message, what):
     body = mail.get_body(("plain",))
     expect_equal(body.get_payload(decode=True).decode(), message["body"], what + " body")
     check_files(files_of(mail), message, what)
-    for part, file in zip(mail.iter_attachments(), message["files"]):  # for readers that know no RFC 2231
+    for part, file in zip(mail.iter_attachments(), message["files"]):  # for readers without RFC 2231
         name = str(email.header.make_header(email.header.decode_header(part.get_param("name"))))
         expect_equal(name, file["name"], what + " name in the content type")
 
@@ -267,7 +267,7 @@ def messages(run, msgconvert):
             if form == "eml":
                 check_eml(data, message, what)
             else:
-                if known:  # of the posted one the time has parts of a second
+                if known:  # the posted one's time has fractions of a second
                     check_msg(data, message, what)
                 check_converted(msgconvert, run.path("one", name), message, what)
             run.fendrel("save", FOLDER, str(row["number"]), "--as", form, "named by the subject")
@@ -303,7 +303,7 @@ def large(run, msgconvert):
     mib = int(os.environ.get("FENDREL_LARGE_MIB", "32"))
     bound = 40 << 10  # KiB; the program and Wine take 24 MiB, so the attachment does not fit
     made = json.loads(run("tests/make_messages.exe", "jane", str(mib << 20)))["messages"]
-    # A child's peak begins with what this process had when it was started, so nothing is read before the last of them.
+    # A child's peak starts with this process's memory, so nothing is read before the last child has started.
     for form in ("eml", "msg", "file"):
         began = time.monotonic()
         run.fendrel("save", FOLDER, "1", "--as", form, form)
@@ -347,7 +347,7 @@ def killed(run, msgconvert):
             words.seek(0)
             said = words.read().decode()
         print(f"{form}, Ctrl+C: exit code {code}, {said}")
-        if code == 8:  # else the file was whole before
+        if code == 8:  # else the file was complete before
             expect("no partial file was left. Exported so far: 0 of 1 message." in said, "words at Ctrl+C: " + said)
             expect_equal(os.listdir(folder), [], "files after Ctrl+C")
         else:

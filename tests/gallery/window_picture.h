@@ -1,4 +1,4 @@
-// A picture of a window as it stands on the screen.
+// A picture of a window on the screen.
 #pragma once
 
 #include <windows.h>

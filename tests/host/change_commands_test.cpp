@@ -18,7 +18,7 @@ class ChangeCommands : public FendrelTest {
               0);
   }
 
-  // What the folder holds, in the order of numbers.
+  // The folder's attachments, in the order of numbers.
   std::vector<std::string> attachments(const char* path = daily) const {
     std::vector<std::string> names;
     const nlohmann::json list = fendrel({"list", path, "--json"}).json();

@@ -1,5 +1,5 @@
 // The language of the dialogs, imposed on a copy of the program with language libraries beside the plug-in. Global
-// atoms are everyone's: other tests of languages must not run meanwhile.
+// atoms are shared by all processes: other language tests must not run meanwhile.
 #include <filesystem>
 
 #include "build_paths.h"

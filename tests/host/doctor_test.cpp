@@ -1,4 +1,4 @@
-// fendrel doctor: every cross is made to happen.
+// fendrel doctor: tests every cross.
 #include <gmock/gmock.h>
 #include <windows.h>
 
@@ -35,7 +35,7 @@ class Doctor : public FendrelTest {
   }
 };
 
-// The words after the first cross; a test failure when there is none.
+// The text after the first cross; a test failure if there is none.
 std::string firstCross(const Outcome& run) {
   const std::size_t at = run.out.find(cross);
   EXPECT_NE(at, std::string::npos) << run.out << run.err;
@@ -166,7 +166,7 @@ TEST_F(Doctor, MissingPluginIsACross) {
   EXPECT_THAT(firstCross(run), AllOf(HasSubstr("Versions"), HasSubstr("FENDREL.DLL")));
 }
 
-// The registry's entries of mail programs, as long as one lives; then what was there before.
+// Registry entries of mail programs; the destructor restores the previous ones.
 class MailClients {
  public:
   // name: of the default mail program.

@@ -42,7 +42,7 @@ std::string readAll(HANDLE handle) {
   return text;
 }
 
-// An argument as programs take it apart again.
+// An argument quoted for a command line.
 std::wstring quoted(const std::wstring& argument) {
   std::wstring text = L"\"";
   std::size_t backslashes = 0;
@@ -113,7 +113,7 @@ FendrelTest::FendrelTest() {
 
 FendrelTest::~FendrelTest() {
   SetEnvironmentVariableW(L"FENDREL_STORE", nullptr);
-  // In the form that takes deep folders.
+  // In the form without a length limit.
   std::error_code ignored;
   std::filesystem::remove_all(LR"(\\?\)" + folder.path().wstring(), ignored);
 }

@@ -1,4 +1,4 @@
-// Runs the built fendrel.exe on a store of the test's own and catches what it says.
+// Runs the built fendrel.exe on the test's store and captures its output.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -23,11 +23,11 @@ struct Outcome {
   int exitCode = -1;
   std::string out, err;  // UTF-8 as written
 
-  // Standard output as one JSON document; a test failure when it is none.
+  // Standard output as one JSON document; a test failure if it is not one.
   nlohmann::json json() const;
 };
 
-// What a person does in a running program's windows; `threadId` is its first thread.
+// The user's actions in a running program's windows; `threadId` is its first thread.
 using Use = std::function<void(DWORD threadId)>;
 
 // Starts a program with arguments in UTF-8 in a working directory and waits for its end, at most a minute. Its standard
@@ -61,8 +61,8 @@ class FendrelTest : public testing::Test {
   TempFolder folder;
 };
 
-// Of messages as `fendrel list --json` shows them, the one with that subject; a test failure when there is none.
-// Their order is that of their times, which a clock that is set back changes.
+// The message with that subject in the output of `fendrel list --json`; a test failure if there is none. The order of
+// messages is that of their times, so it depends on the clock.
 nlohmann::json withSubject(const nlohmann::json& messages, const std::string& subject);
 
 std::string readFile(const std::wstring& path);

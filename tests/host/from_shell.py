@@ -176,7 +176,7 @@ class SilentServer:
         self.answers = answers
         self.socket = socket.create_server(("127.0.0.1", 0))
         self.url = f"http://localhost:{self.socket.getsockname()[1]}"
-        self.waits = threading.Event()  # somebody waits for an answer that will not come
+        self.waits = threading.Event()  # a client waits for an answer that never comes
         self.open = []
         threading.Thread(target=self._serve, daemon=True).start()
 
@@ -314,7 +314,7 @@ def on_terminal(place, arguments, answers, columns=100):
                 break
             shown += data
         if waiting and waiting[0][0].encode() in shown:
-            time.sleep(1)  # Wine takes the terminal over when the program begins to read, not before
+            time.sleep(1)  # Wine takes the terminal only when the program begins to read
             os.write(terminal, waiting.pop(0)[1].encode() + b"\r")
     else:
         os.kill(child, signal.SIGKILL)

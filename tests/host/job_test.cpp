@@ -1,4 +1,4 @@
-// Jobs: what is wrong with one, a run, a watch.
+// Jobs: problems of a job, a run, a watch.
 #include <gmock/gmock.h>
 #include <windows.h>
 
@@ -75,7 +75,7 @@ TEST_F(JobCommand, TakenNameInTheArchiveGetsANumber) {
   EXPECT_EQ(readFile(folder.path() / L"posted" / L"a (2).csv"), "second");
 }
 
-// That it deletes what is old is tested where the clock can be set (stepped_clock_test).
+// stepped_clock_test tests that old messages are deleted, because it can set the clock.
 TEST_F(JobCommand, RetentionKeepsWhatIsNew) {
   newFile(L"out\\a.csv", "a");
   const std::string old = "[retention]\nolder-than = '1h'\nsubject = '*.csv'\n";

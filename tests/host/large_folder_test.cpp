@@ -1,4 +1,4 @@
-// How long leaving out takes in a folder of many messages. The time is printed; docs/jobs.md says what it was.
+// Prints the time to leave out files in a folder of many messages; docs/jobs.md quotes it.
 #include <gtest/gtest.h>
 
 #include <cstdio>

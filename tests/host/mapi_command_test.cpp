@@ -119,7 +119,7 @@ TEST_F(MapiCommand, OtherMailProgramKeepsItsPlaceUnlessForced) {
 
 TEST_F(MapiCommand, UnregisteringPutsBackWhatStoodThere) {
   setDefaultClient(HKEY_LOCAL_MACHINE, L"Other Mail");
-  for (int time = 0; time < 2; ++time)  // registered twice it must not take itself for what stood there
+  for (int time = 0; time < 2; ++time)  // registered twice, it must not save itself as the previous default
     ASSERT_EQ(fendrel({"mapi", "register", "--for", "machine", "--force"}).exitCode, 0);
   ASSERT_EQ(fendrel({"mapi", "register", "--for", "user"}).exitCode, 0);
   const Outcome taken = fendrel({"mapi", "unregister"});

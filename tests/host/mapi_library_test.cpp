@@ -1,4 +1,4 @@
-// The MAPI library that the program found is the one that the plug-in will find by the name "MAPI32.DLL".
+// The program's MAPI library must be the one that the plug-in finds by the name "MAPI32.DLL".
 #include "mapi_library.h"
 
 #include <gmock/gmock.h>

@@ -251,7 +251,7 @@ TEST_F(PostCommand, ManyFilesAreAllFound) {
   const Outcome run = fendrel({"post", "--to", daily, "--create", "--json", "file*.csv"});
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(run.json()["posted"], 30);
-  EXPECT_EQ(run.err, "");  // no progress where nobody watches
+  EXPECT_EQ(run.err, "");  // no progress without a terminal
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What a refused post means to the host does not depend on the language of the plug-in's words.
+// The host recognises a refused post in any language of the plug-in's texts.
 #include <gmock/gmock.h>
 
 #include "build_paths.h"

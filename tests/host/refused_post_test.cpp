@@ -1,5 +1,5 @@
-// What fendrel.exe makes of failures inside an export: the plug-in runs on the recording MAPI double, which fails where
-// the test wants it to. The program's own code runs in this process, which stands where fendrel.exe would.
+// fendrel.exe with failures inside an export: the plug-in runs on the recording MAPI double, which fails where the test
+// wants it to. The program's code runs in this process instead of fendrel.exe.
 #include <gmock/gmock.h>
 #include <windows.h>
 // after windows.h
@@ -63,13 +63,13 @@ class RefusedPost : public testing::Test {
     for (const wchar_t* name : {L"sales.pdf", L"stock.csv"}) std::ofstream(folder.path() / name) << "content";
   }
 
-  // One for the process: the program keeps the library that it bound.
+  // One per process: the program keeps its library.
   static RecordingMapi& mapi() {
     static RecordingMapi loaded;
     return loaded;
   }
 
-  // The system's MAPI is, once it is loaded, the double.
+  // Once loaded, the double is the system's MAPI.
   Outcome doctor(const std::string& path = "Public Folders@Reports@Daily") {
     return run({"doctor", "--mapi", "system", "--profile", "Default", "--to", path});
   }

@@ -1,4 +1,4 @@
-// A post that is killed again and again, and repeated until it is done: exactly one message a file.
+// A post that is killed repeatedly and repeated until it is done makes exactly one message per file.
 #include <gtest/gtest.h>
 
 #include <map>

@@ -1,4 +1,4 @@
-// Posting that is safe to repeat: what the folder holds is left out, and which files are meant.
+// Repeatable posting: files that the folder holds are left out; and the choice of files.
 #include <gmock/gmock.h>
 #include <windows.h>
 

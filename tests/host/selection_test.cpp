@@ -1,4 +1,4 @@
-// Which messages list, delete and export mean.
+// The choice of messages in list, delete and export.
 #include <gmock/gmock.h>
 
 #include <filesystem>

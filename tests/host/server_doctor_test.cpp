@@ -1,4 +1,4 @@
-// fendrel doctor on a profile of a mail server: every cross is made to happen.
+// fendrel doctor on a profile of a mail server: tests every cross.
 #include "listener.h"
 #include "server_fixture.h"
 

@@ -15,7 +15,7 @@ namespace fendrel::test {
 class StartedProgram {
  public:
   StartedProgram(const std::vector<std::string>& arguments, const std::filesystem::path& workingDirectory);
-  ~StartedProgram();  // ends it where it still runs
+  ~StartedProgram();  // ends it if it still runs
   StartedProgram(const StartedProgram&) = delete;
   StartedProgram& operator=(const StartedProgram&) = delete;
 
@@ -30,7 +30,7 @@ class StartedProgram {
   std::filesystem::path out, err;
 };
 
-// Asks every moment, for at most half a minute.
+// Polls for at most half a minute.
 bool comesTrue(const std::function<bool()>& isTrue);
 
 }  // namespace fendrel::test

@@ -1,5 +1,5 @@
-// A clock that is set back between two messages: nothing that was posted may be taken for lost.
-// The program's code runs in this process, with the plug-in and the local store loaded beside it.
+// A clock that is set back between two messages: no posted message may count as lost. The program's code runs in this
+// process, with the plug-in and the local store.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -28,7 +28,7 @@ void WINAPI anHourAgo(SYSTEMTIME* time) {
 class SteppedClock : public testing::Test {
  protected:
   SteppedClock() {
-    // What is loaded by its path is the system's MAPI to whoever asks for that.
+    // Once loaded by its path, it is what requests for the system's MAPI get.
     static const HMODULE store = LoadLibraryW(buildFile(L"bin/store/MAPI32.DLL").c_str());
     static const HMODULE plugin = LoadLibraryW(buildFile(L"tests/FENDREL.DLL").c_str());
     EXPECT_NE(store, nullptr);

@@ -124,7 +124,7 @@ TEST_F(StoreCommand, CompactShrinksTheStore) {
   EXPECT_EQ(fendrel({"store", "check"}).exitCode, 0);
 }
 
-// Whoever deletes a store deletes its messages, though the log beside it still holds them.
+// Deleting a store's database deletes its messages, although the log beside it still holds them.
 TEST_F(StoreCommand, DeletedStoreDoesNotComeBackOutOfItsLog) {
   ASSERT_GT(std::filesystem::file_size(folder.path() / L"store.db-wal"), 0u);
   ASSERT_TRUE(std::filesystem::remove(folder.path() / L"store.db"));

@@ -1,4 +1,4 @@
-// Help, wrong usage, and a machine on which something is missing.
+// Help, wrong usage, and missing files.
 #include <gmock/gmock.h>
 
 #include <filesystem>
@@ -171,7 +171,7 @@ TEST_F(Usage, CompletionKnowsEveryCommandAndOption) {
   const Outcome bash = fendrel({"completion", "bash"});
   EXPECT_THAT(bash.out, HasSubstr("'profile add') words='"));
   EXPECT_THAT(bash.out, HasSubstr("--skip-existing"));
-  EXPECT_THAT(bash.out, testing::Not(HasSubstr("--password ")));  // which is not taken
+  EXPECT_THAT(bash.out, testing::Not(HasSubstr("--password ")));  // not an option
   EXPECT_THAT(fendrel({"completion", "powershell"}).out, HasSubstr("'run' = '--help --check"));
 }
 

@@ -59,7 +59,7 @@ def main():
         must(cmake, "-S", os.path.join(prefix, "share/doc/fendrel/examples"), "-B", examples, "-G", "Ninja",
              f"-DCMAKE_TOOLCHAIN_FILE={toolchain}", f"-DFendrel_DIR={prefix}/lib/cmake/Fendrel")
         must(cmake, "--build", examples)
-        # One stands beside the plug-in and its store folder, the other has plug-in and MAPI32.DLL in its own folder.
+        # One is beside the plug-in and its store folder, the other has plug-in and MAPI32.DLL in its own folder.
         programs, together = os.path.join(prefix, "bin"), os.path.join(folder, "together")
         shutil.copy(os.path.join(examples, "host.exe"), programs)
         os.mkdir(together)

@@ -95,7 +95,7 @@ def main():
             with zipfile.ZipFile(archive) as file:
                 file.extractall(unpacked)
             top, = os.listdir(unpacked)
-            # Into the store that the installation left alone.
+            # Into the store that uninstalling kept.
             posts_from(os.path.join(unpacked, top, "bin"), 2)
         finally:
             wait()

@@ -1,4 +1,4 @@
-// Every language library has all resources, in the shape of the English ones, and its texts fit.
+// Every language library has all resources, like the English ones, and its texts fit.
 #include <gmock/gmock.h>
 
 #include <regex>
@@ -127,7 +127,7 @@ TEST_P(LanguageLibrary, EachRadioButtonHasAMnemonicOfItsOwn) {
 
 INT_PTR CALLBACK ignoreMessages(HWND, UINT, WPARAM, LPARAM) { return FALSE; }
 
-// The pixels of a control's width that its text may not use: borders, the circle of a radio button.
+// The part of a control's width that its text cannot use, in pixels: borders, the circle of a radio button.
 int reservedWidth(HWND control) {
   wchar_t windowClass[32];
   GetClassNameW(control, windowClass, 32);

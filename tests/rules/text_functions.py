@@ -12,7 +12,7 @@ HEADERS = ["winbase.h", "winuser.h", "wingdi.h", "winreg.h", "winnls.h", "shella
 RUNTIME = ["fopen", "_wfopen", "freopen", "_wfreopen", "_stat", "_wstat", "_stat64", "_wstat64", "_access", "_waccess",
            "_getdcwd", "_wgetdcwd", "_wopen", "_open"]
 
-# What is called directly all the same, and why.
+# Exceptions that may be called directly, and why.
 ALLOWED = {
     # The wide function on every system, on purpose.
     "platform/file_helpers.cpp": {"MoveFile", "GetFileAttributes"},

@@ -7,7 +7,7 @@
 std::wstring buildFile(std::wstring_view relativePath) {
   std::wstring path(32768, L'\0');
   path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-  // Test programs stand in the build folder's tests/.
+  // Test programs are in the build folder's tests/.
   for (int level = 0; level < 2; ++level) path.resize(path.find_last_of(L"\\/"));
   path += L'\\';
   path += relativePath;

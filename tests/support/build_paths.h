@@ -1,4 +1,4 @@
-// Where the built files are that tests load and start.
+// The paths of built files that tests load and start.
 #pragma once
 
 #include <string>

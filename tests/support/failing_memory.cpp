@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* runtime = "msvcrt.dll";
 
-// The runtime's own functions, whatever a module's table of imports says.
+// The runtime's functions, regardless of a module's import table.
 struct Runtime {
   template <class Function>
   static Function of(const char* name) {
@@ -94,7 +94,7 @@ bool allocatesInTheRuntime(HMODULE module) { return fendrel::test::ImportHook::i
 FailingMemory::FailingMemory(int nth, HMODULE module) {
   state = new State;
   hooks_ = new Hooks(module);
-  // What follows is counted, not what the hooks themselves have taken.
+  // Counts from now on, without the hooks' own allocations.
   state->blocks = 0;
   state->failed = false;
   state->untilFailure = nth;

@@ -5,8 +5,7 @@
 
 // While it lives, the nth allocation of the module (from 1; the test program's own, unless another is given) through
 // the C runtime fails, and with it operator new. All others go on. One at a time, on one thread.
-//
-// Blocks are counted from the start: what the module's calls leave allocated can be told at the end.
+// Blocks are counted from the start, to find leaks of the module's calls.
 class FailingMemory {
  public:
   explicit FailingMemory(int nth, HMODULE module = GetModuleHandleW(nullptr));
@@ -14,13 +13,13 @@ class FailingMemory {
   FailingMemory(const FailingMemory&) = delete;
   FailingMemory& operator=(const FailingMemory&) = delete;
 
-  // What became of it.
+  // The result.
   struct Outcome {
     bool failed;  // there was an nth allocation
     long blocks;  // allocated less freed
   };
 
-  // Ends it and tells.
+  // Ends it and returns the result.
   Outcome end();
 
  private:
@@ -28,7 +27,7 @@ class FailingMemory {
   Hooks* hooks_;
 };
 
-// Whether the module allocates there: one on the guarded heap, which takes pages for each block, does not.
+// Whether the module allocates in the C runtime: one on the guarded heap does not.
 bool allocatesInTheRuntime(HMODULE module = GetModuleHandleW(nullptr));
 
 // Runs `call` with its nth allocation failing.

@@ -5,7 +5,7 @@
 
 namespace fendrel::test {
 
-// While it lives, the module's calls of the imported function go to `replacement`. The module is the test program
+// During its lifetime the module's calls of the imported function go to `replacement`. The module is the test program
 // unless another is given. Fails the test when the module imports no such function.
 class ImportHook {
  public:

@@ -1,4 +1,4 @@
-// Bytes that end where nothing more can be read.
+// Bytes that end directly before unreadable memory.
 #pragma once
 
 #include <windows.h>

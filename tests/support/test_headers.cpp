@@ -1,1 +1,1 @@
-// Nothing of its own: what is compiled here is the headers that tests share.
+// Empty: compiles the tests' precompiled headers.

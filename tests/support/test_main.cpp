@@ -47,7 +47,7 @@ bool isRefusedReadOnlyFiles() {
   return opened == INVALID_HANDLE_VALUE;
 }
 
-// Suites whose names end so are about one kind of process, and run in such a one alone.
+// Suites whose names end like this run only in the matching kind of process.
 constexpr struct {
   const char* suites;
   bool (*suits)();

@@ -1,6 +1,6 @@
-// wine_idle [READY]: writes the file READY and then does nothing for two hours at most. By then Wine's services run, and so
-// does the desktop's own process: without a program that has a desktop, every test that shows a cursor or a dialog would
-// wait more than a second for a new one.
+// wine_idle [READY]: writes the file READY and then idles for at most two hours. It keeps Wine's services and the
+// desktop's process running: without a program on the desktop, every test that shows a cursor or a dialog would wait
+// more than a second for a new desktop process.
 #include <windows.h>
 
 #include <fstream>

@@ -1,4 +1,4 @@
-/* A language library: its version, where it has one. Its texts stand in language_module.rc. */
+/* A language library: its version, if it has one. Its texts are in language_module.rc. */
 #include <windows.h>
 
 #ifdef LANGUAGE_VERSION

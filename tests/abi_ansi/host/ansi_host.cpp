@@ -1,5 +1,5 @@
-// A report program of the old kind: all its text is 8-bit. It posts a file into a folder through the plug-in's ANSI set, keeps
-// the choice in both forms, posts the same file again from each, and asks for the words of a failure.
+// An old report program: all its text is 8-bit. It posts a file into a folder through the plug-in's ANSI set, keeps
+// the choice in both forms, posts the same file again from each, and reads the error text of a failure.
 //
 // ansi_host MAPI_LIBRARY PLUGIN PROFILE FOLDER_PATH MISSING_FOLDER_PATH FILE
 #include <windows.h>
@@ -144,7 +144,7 @@ int main(int count, char** arguments) {
 
   auto* const again = reinterpret_cast<DestinationOptionsA*>(kept.data());
   again->version = FENDREL_OPTIONS_VERSION;
-  // A profile name in letters of two bytes is overwritten in the packed form by what follows it.
+  // In the packed form a double-byte profile name is overwritten by the next string.
   if (std::strcmp(kept.data() + again->profileNameOffset, profile) == 0) postOnce(host, again, file, "from kept bytes");
   record->version = FENDREL_OPTIONS_VERSION;
   postOnce(host, record, file, "from a kept record");

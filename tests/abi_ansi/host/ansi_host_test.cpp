@@ -69,7 +69,7 @@ TEST_F(AnsiHostTest, DoesTheWholeJobWithEightBitTextAlone) {
   expectPosted(profile, 3);
 }
 
-// In letters of two bytes the packed form does not hold the name; the decoded record does.
+// The packed form does not hold a double-byte name; the decoded record does.
 TEST_F(AnsiHostTest, AProfileNameOfWideLettersIsKeptByTheDecodedRecord) {
   const std::wstring profile = isDoubleByte() ? L"営業部の報告" : L"Büro";
   prepare(profile);

@@ -1,4 +1,4 @@
-// What the fuzzers share.
+// Shared by the fuzzers.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <span>
 
-// Ends the run, with the sentence that does not hold.
+// Ends the run with the assertion that fails.
 inline void require(bool holds, const char* sentence) {
   if (holds) return;
   std::fprintf(stderr, "does not hold: %s\n", sentence);

@@ -1,4 +1,4 @@
-// Any bytes as a packed options record: a string that is found lies whole inside the block.
+// Any bytes as a packed options record: every string found is completely inside the block.
 //
 // Input: the size of a text unit (1 byte: even 1, odd 2), then the block.
 #include <initializer_list>
@@ -12,7 +12,7 @@ using namespace fendrel;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
   const std::size_t unit = data[0] % 2 == 0 ? 1 : 2;
-  // A block of its own, so that a byte too far is seen.
+  // In its own block, so that reading one byte too far is detected.
   const std::vector<std::uint8_t> bytes(data + 1, data + size);
   const auto block = bytesOf(bytes.data(), bytes.size());
   const auto strings = findPackedStrings(block, unit);

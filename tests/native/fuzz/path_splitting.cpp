@@ -1,4 +1,4 @@
-// Any text as a file path and as a folder path: the parts are the text again.
+// Any text as a file path and as a folder path: the parts together are the text.
 //
 // Input: text in UTF-16 units.
 #include <string>

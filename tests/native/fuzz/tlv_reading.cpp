@@ -1,4 +1,4 @@
-// Any bytes as a tagged stream: the items found lie inside and follow one another, and the stream classes agree.
+// Any bytes as a tagged stream: the items found are inside the stream and consecutive, and the stream classes agree.
 #include <algorithm>
 #include <cstring>
 
@@ -32,7 +32,7 @@ void readAll(MemoryBlock& block, std::uint16_t sought) {
   const std::span<const std::byte> bytes{block.get(), size};
   std::unique_ptr<TLVMemory> stream;
   require(OpenTLVMemory(block, stream) == fileSuccess, "a stream opens");
-  // After 65,535 bytes the position comes round; the walk goes as far as it does not.
+  // After 65,535 bytes the position wraps; the loop ends there.
   for (std::size_t offset = 0; offset == stream->position();) {
     const TlvItem item = tlvItemAt(bytes, offset);
     std::uint16_t tag = 0, length = 0;

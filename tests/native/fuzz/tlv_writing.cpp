@@ -1,4 +1,4 @@
-// Any series of items written to memory: what was accepted is read back, and the block is exactly as long.
+// Any series of items written to memory: accepted items are read back, and the block is exactly as long.
 //
 // Input: for each item a tag (2 bytes), a length (2 bytes) and the byte that its value is filled with.
 #include <algorithm>

@@ -13,7 +13,7 @@ namespace {
 
 class PostedFolders : public testing::Test {
  protected:
-  // Display paths below a folder with the number of messages, read off one table of all depths.
+  // Display paths below a folder with the number of messages, from one table of all depths.
   static std::map<std::wstring, std::int64_t> tree(IMAPIFolder& top, const std::wstring& topPath) {
     std::map<Bytes, std::wstring> paths{{getOne(top, PR_ENTRYID).bytes, topPath}};
     std::map<std::wstring, std::int64_t> counts;

@@ -28,7 +28,7 @@ Library load() {
   if (module) GetModuleFileNameW(module, loadedPath, 32768);
   const auto resolve = [&]<class Function>(const char* name, Function& function) {
     function = reinterpret_cast<Function>(reinterpret_cast<void*>(module ? GetProcAddress(module, name) : nullptr));
-    // The machine's own library must not pass for the built one.
+    // The machine's library must not be tested instead of the built one.
     if (function && _wcsicmp(loadedPath, path.c_str()) == 0) return;
     std::fprintf(stderr, "no %s in %ls (loaded: \"%ls\")\n", name, path.c_str(), loadedPath);
     std::exit(1);

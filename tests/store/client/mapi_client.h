@@ -1,4 +1,4 @@
-// A MAPI client of its own, written from the published interface: what it knows of the store is what MAPI32.DLL tells.
+// An independent MAPI client, written from the published interface: it knows only what MAPI32.DLL returns.
 #pragma once
 
 #include <windows.h>
@@ -44,7 +44,7 @@ struct Freeing {
 template <class T>
 using Owned = std::unique_ptr<T, Freeing>;
 
-// A property's value by content, whatever memory it came in.
+// A property's value, independent of its memory.
 struct Value {
   ULONG tag = 0;
   std::int64_t number = 0;  // integers, booleans, times in 100 ns, errors; bits of floating point
@@ -64,7 +64,7 @@ Rows rowsOf(const SRowSet* rows);
 // One column of all rows.
 std::vector<std::wstring> texts(const Rows& rows, std::size_t column);
 
-// SPropTagArray of any length; without tags it is a null pointer, which asks for all.
+// SPropTagArray of any length; without tags a null pointer, which requests all.
 class Tags {
  public:
   Tags(std::initializer_list<ULONG> tags) : Tags(std::vector<ULONG>(tags)) {}

@@ -1,4 +1,4 @@
-// Every property that is written when a report is posted, read in every way in which an object gives its properties.
+// Every property of a posted report, read in every way that objects offer.
 #include <gmock/gmock.h>
 
 #include <map>
@@ -34,13 +34,13 @@ class PostedMessages : public testing::Test {
     return report.folder.empty() ? mailbox : report.folder.substr(0, report.folder.find(L'@'));
   }
 
-  // Personal reports stand with the views that all folders share.
+  // Personal reports are in the Common Views folder.
   ComPtr<IMAPIFolder> folderOf(const PostedReport& report, IMsgStore& store) {
     return report.folder.empty() ? openEntry<IMAPIFolder>(store, getOne(store, PR_COMMON_VIEWS_ENTRYID).bytes)
                                  : session.openFolder(report.folder);
   }
 
-  // What was written, without its two equal times. Values of 0 bytes and numbers are values too.
+  // The written properties, without the two equal times. Empty values count, too.
   std::vector<Value> written(const PostedReport& report) {
     ULONG size = 0;
     LPENTRYID id = nullptr;
@@ -81,7 +81,7 @@ class PostedMessages : public testing::Test {
     return tags;
   }
 
-  // The text in the process's code page, what it lacks replaced.
+  // The text in the process's code page, with replacements for missing characters.
   static Bytes ansi(const std::wstring& text) {
     Bytes bytes(text.size() * 4, '\0');
     if (text.empty()) return bytes;
@@ -119,7 +119,7 @@ class PostedMessages : public testing::Test {
     for (const Value& value : narrow) EXPECT_THAT(narrowTags, testing::Contains(value.tag));
     for (const ULONG tag : wideTags) EXPECT_NE(PROP_TYPE(tag), static_cast<ULONG>(PT_STRING8)) << std::hex << tag;
     for (const ULONG tag : narrowTags) EXPECT_NE(PROP_TYPE(tag), static_cast<ULONG>(PT_UNICODE)) << std::hex << tag;
-    // All that is listed can be asked for, and no tag array means the same list.
+    // All listed properties can be requested, and a null tag array means the same list.
     const Answer all = getProps(object, {}, MAPI_UNICODE);
     ASSERT_EQ(all.values.size(), wideTags.size());
     for (std::size_t i = 0; i < wideTags.size(); ++i) EXPECT_EQ(PROP_ID(all.values[i].tag), PROP_ID(wideTags[i]));

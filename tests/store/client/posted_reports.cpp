@@ -42,7 +42,7 @@ const std::vector<PostedReport> reports = {
     {L"", L"mine.txt", pattern(500, 14)},
     {L"", L"私の報告.rpt", pattern(130'000, 15)}};
 
-// An argument as programs take it apart again; none of ours has quotes or ends with a backslash.
+// An argument quoted for a command line; none here has quotes or ends with a backslash.
 std::wstring quoted(const std::wstring& argument) { return L"\"" + argument + L"\""; }
 
 void runFendrel(const TempFolder& folder, const std::vector<std::wstring>& arguments) {

@@ -1,4 +1,4 @@
-// What all tests here read: reports of many names and sizes, posted once by fendrel.exe into a store of the tests' own.
+// The reports that all tests here read, of many names and sizes, posted once by fendrel.exe into the tests' store.
 #pragma once
 
 #include <filesystem>

@@ -1,4 +1,4 @@
-// Each kind of restriction, compared with the same question asked of the list of posted reports.
+// Each kind of restriction, compared with the same predicate on the list of posted reports.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -14,7 +14,7 @@ class PostedRestrictions : public testing::Test {
  protected:
   using Predicate = std::function<bool(const PostedReport&)>;
 
-  // The restriction finds in every folder what the predicate says, and `atLeast` of them in all.
+  // The restriction finds the same messages as the predicate in every folder, and at least `atLeast` in all.
   void expectSame(SRestriction restriction, const Predicate& predicate, std::size_t atLeast) {
     std::size_t found = 0;
     for (const std::wstring& path : foldersWithReports()) {
@@ -85,7 +85,7 @@ TEST_F(PostedRestrictions, TextByEveryRelation) {
   expectSame(
       is.text(RELOP_EQ, PR_MESSAGE_CLASS_W, L"IPM.DOCUMENT.*BIN"),
       [](const PostedReport& report) { return classOf(report.name) == L"IPM.DOCUMENT.*BIN"; }, 3);
-  // Text is ordered as people order it, without case.
+  // Text is ordered by language, ignoring case.
   const auto order = [&](const PostedReport& report) {
     return CompareStringW(LOCALE_USER_DEFAULT, NORM_IGNORECASE, report.name.c_str(), -1, middle.c_str(), -1);
   };
@@ -98,7 +98,7 @@ TEST_F(PostedRestrictions, TextByEveryRelation) {
 }
 
 TEST_F(PostedRestrictions, NumbersByEveryRelation) {
-  // A message is larger than its file by less than 8 KiB; the limit is met by none.
+  // A message is larger than its file by less than 8 KiB; none has exactly the limit.
   const LONG limit = 64 * 1024;
   const auto larger = [&](const PostedReport& report) { return report.content.size() > limit; };
   const auto smaller = [&](const PostedReport& report) { return report.content.size() < limit; };
@@ -120,7 +120,7 @@ TEST_F(PostedRestrictions, ExistenceBitsAndSizes) {
       is.all({is.bits(BMR_NEZ, PR_MESSAGE_FLAGS, MSGFLAG_HASATTACH | MSGFLAG_READ),
               is.text(RELOP_EQ, PR_SUBJECT_W, L"one.bin")}),
       [](const PostedReport& report) { return report.name == L"one.bin"; }, 1);
-  // Measured as the value is held: two bytes a character and the end.
+  // Measured in memory: two bytes per character, with terminator.
   expectSame(
       is.size(RELOP_GT, PR_SUBJECT_W, 100),
       [](const PostedReport& report) { return (report.name.size() + 1) * 2 > 100; }, 1);

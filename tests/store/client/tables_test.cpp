@@ -66,7 +66,7 @@ TEST_F(PostedTables, AreReadBackwards) {
   EXPECT_EQ(position(*table.Get()), all.size() - 2);
   EXPECT_THAT(query(10), ElementsAreArray(part(all.size() - 2, all.size())));
   EXPECT_THAT(query(10), testing::IsEmpty()) << "at the end";
-  // Back over the last three, handed out in forward order; the cursor stands before them or after them.
+  // The last three, read backwards but returned in forward order; the cursor is before or after them.
   EXPECT_THAT(query(-3, TBL_NOADVANCE), ElementsAreArray(part(all.size() - 3, all.size())));
   EXPECT_EQ(position(*table.Get()), all.size() - 3);
   EXPECT_THAT(query(-2), ElementsAreArray(part(all.size() - 5, all.size() - 3)));

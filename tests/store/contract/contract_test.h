@@ -1,4 +1,4 @@
-// What the plug-in relies on from MAPI, asked of any subsystem.
+// The contract: what the plug-in relies on from any MAPI subsystem.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -41,7 +41,7 @@ class ContractTest : public ::testing::Test {
   virtual const wchar_t* password() const { return nullptr; }
   virtual std::vector<std::wstring> foldersInReports() const { return {L"Daily"}; }
 
-  // As the plug-in logs on silently.
+  // Like the plug-in's silent logon.
   static HRESULT logOn(const wchar_t* profile, const wchar_t* password, ComPtr<IMAPISession>& opened);
 
   ComPtr<IMAPITable> storesTable();

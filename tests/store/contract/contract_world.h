@@ -9,11 +9,11 @@
 
 namespace contract {
 
-// Makes a world of the test's own: the profile "Ada" with this password (null: none), a default store, and the store
+// Makes a new world: the profile "Ada" with this password (null: none), a default store, and the store
 // "Public Folders" with the folder Reports and these folders in it.
 void makeWorld(const wchar_t* password, const std::vector<std::wstring>& foldersInReports);
 
-// Called when nothing of the world is in use any more; what the implementation finds left fails the test.
+// Called when the world is no longer used; anything left open fails the test.
 void dropWorld();
 
 // Loads the MAPI32.DLL at that path of the build folder; ends the program when it is incomplete.

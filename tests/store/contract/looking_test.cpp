@@ -1,4 +1,4 @@
-// The contract on everything that the plug-in looks at before it posts.
+// The contract for everything that the plug-in reads before it posts.
 #include <cstring>
 
 #include "contract_test.h"

@@ -1,4 +1,4 @@
-// The contract on how a message comes into being, and on what is read of it afterwards.
+// The contract for creating a message and reading it afterwards.
 #include "contract_test.h"
 
 namespace contract {

@@ -1,4 +1,4 @@
-// Steps by which worlds are made through MAPI.
+// Steps that make worlds through MAPI.
 #pragma once
 
 #include <string>
@@ -10,10 +10,10 @@ namespace contract {
 // The store "Public Folders" of the session.
 ComPtr<IMsgStore> openPublicStore(IMAPISession& session);
 
-// The folder below which people see a store's folders.
+// The root of the folders that users see.
 ComPtr<IMAPIFolder> openSubtree(IMsgStore& store);
 
-// Made, or opened where it is there.
+// Creates or opens a folder.
 ComPtr<IMAPIFolder> createFolder(IMAPIFolder& parent, const std::wstring& name);
 
 // A session of the profile "Ada".

@@ -1,5 +1,5 @@
-// One byte changes anywhere in the files of a store: what is read of a message is right or refused, never wrong; where a
-// message is missing, `check` says that the store is damaged; nothing crashes.
+// One byte changes anywhere in the files of a store: reading a message gives the right data or an error; if a message
+// is missing, `check` reports damage; nothing crashes.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -27,7 +27,7 @@ std::uint32_t number(const Bytes& file, std::size_t at) {
 
 std::size_t pageSizeOf(const Bytes& file) { return number(file, 14) & 0xFFFF; }
 
-// The numbers of the database's pages by what they are; everything that is nothing else is overflow.
+// The numbers of the database's pages by kind; all others are overflow pages.
 std::map<std::string, std::vector<std::uint32_t>> pagesByKind(const Bytes& file) {
   const auto startOf = [size = pageSizeOf(file)](std::uint32_t page) { return (page - 1) * size; };
   std::map<std::uint32_t, std::string> kinds;
@@ -53,7 +53,7 @@ std::map<std::string, std::vector<std::uint32_t>> pagesByKind(const Bytes& file)
   return pages;
 }
 
-// Enough of everything that each kind of page is there.
+// Enough messages for every kind of page.
 std::vector<Expected> manySamples() {
   auto expected = oldSamples();
   for (int i = 0; i < 190; ++i) {
@@ -80,7 +80,7 @@ DiskImage richStore(bool isOld) {
         EXPECT_EQ(removeSamples(*database, one.sample.subject), Status::Ok);
       }
     }
-    // Otherwise pages would be read from the log, whatever happens to them in the file.
+    // Otherwise pages would be read from the log instead of the file.
     sqlite3_wal_checkpoint_v2(database->connection().handle(), "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
   }
   return disk.now();
@@ -89,8 +89,8 @@ DiskImage richStore(bool isOld) {
 struct Reading {
   Status opening = Status::Ok;
   int refused = 0;
-  std::vector<std::string> wrong;    // what was handed out and is not what was saved
-  std::vector<std::string> missing;  // what is not there, or cannot be found
+  std::vector<std::string> wrong;    // data that differs from what was saved
+  std::vector<std::string> missing;  // messages that are not found
 };
 
 Reading readEverything(DiskImage image, const std::vector<Expected>& expected) {
@@ -160,7 +160,7 @@ TEST_P(EveryKindOfPageTest, IsRightOrRefusedAndWhatIsMissingIsFound) {
 INSTANTIATE_TEST_SUITE_P(ByteFlipTest, EveryKindOfPageTest, testing::Bool(),
                          [](const auto& test) { return test.param ? "OfAStoreOfVersion1" : "OfAStore"; });
 
-// A log that a crash left: recovery ends at the damage, so that later messages may be gone, but whole ones only.
+// A log left by a crash: recovery ends at the damage, so later messages may be missing, but only whole messages.
 TEST(ByteFlipTest, LogOfACrashedStoreGivesWholeMessages) {
   auto random = randomOfRun();
   auto expected = oldSamples();
@@ -186,7 +186,7 @@ TEST(ByteFlipTest, LogOfACrashedStoreGivesWholeMessages) {
   std::printf("%zu bytes, %d flips, %d stores did not open\n", size, flips, unopened);
 }
 
-// While programs use the log SQLite compares none of its pages: the messages' checksums do.
+// While programs use the log, SQLite does not verify its pages; the messages' checksums do.
 TEST(ByteFlipTest, LogInUseIsRightOrRefused) {
   auto random = randomOfRun();
   auto expected = oldSamples();
@@ -239,7 +239,7 @@ TEST(ByteFlipTest, ContentFileIsRightOrRefused) {
 
 using SharedIndexTest = EngineTest;
 
-// The index of the log is made anew by the first program that opens the store.
+// The first program that opens the store rebuilds the log's index.
 TEST_F(SharedIndexTest, WhatIsInItDoesNotMatter) {
   auto random = randomOfRun();
   ASSERT_EQ(post(*database, oldSamples()[1].sample), Status::Ok);

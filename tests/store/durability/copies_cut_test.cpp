@@ -1,5 +1,5 @@
-// The power is cut while a store is backed up or salvaged. After it the store is as it was, and of the new one there is
-// everything or no store of that name.
+// Power cuts while a store is backed up or salvaged. Afterwards the store is unchanged, and the new one is complete or
+// does not exist.
 #include <gtest/gtest.h>
 
 #include "backup.h"
@@ -15,12 +15,12 @@ const std::wstring copyPath = L"C:\\simulated\\reports\\copy.db";
 struct Work {
   const char* name;
   void (*run)(SimulatedDisk& disk);
-  int step;  // every so many calls
+  int step;  // cut at every nth call
 };
 
 std::ostream& operator<<(std::ostream& out, const Work& work) { return out << work.name; }
 
-// What is wrong with the copy, if there is one of that name.
+// The problems of the copy, if it exists.
 std::vector<std::string> judgeCopy(DiskImage image, bool mustBeThere) {
   if (!image.files.contains(copyPath)) {
     return mustBeThere ? std::vector<std::string>{"the new store is gone"} : std::vector<std::string>{};

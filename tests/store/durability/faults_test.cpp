@@ -1,5 +1,5 @@
-// Every call to the disk fails once, and from some call on all of them do: the answer says why, the store stays whole,
-// and what was to be done can be done again.
+// Every call to the disk fails once, or all from some call on: the status says why, the store stays intact, and the
+// action can be repeated.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -49,7 +49,7 @@ const Action actions[] = {
     {"CreatingAFolder", createAFolder, oldSamples},
 };
 
-// What fails, and in which calls the system answers so.
+// A failure, and the calls in which the system reports it.
 struct Fault {
   const char* name;
   Status status;
@@ -70,7 +70,7 @@ const Fault faults[] = {
     {"LockedOnce", Status::Busy, false, {Call::Lock}},
 };
 
-// Makes the nth call that the fault is about fail; tells whether there was one.
+// Makes the fault's nth call fail, and records whether there was one.
 class Injection {
  public:
   Injection(SimulatedDisk& disk, const Fault& fault, int nth) : disk_(disk) {
@@ -107,7 +107,7 @@ TEST_P(FaultsTest, AreAnsweredAndTheActionCanBeRepeated) {
         reached = injection.reached();
       }
       const std::string place = "call " + std::to_string(nth) + ": " + database->lastError();
-      // A failure in clearing up, or one that SQLite gets over by itself, does not undo what is done.
+      // A failure during clean-up, or one that SQLite handles itself, does not undo the action.
       ASSERT_TRUE(status == Status::Ok || status == fault.status) << name(status) << ", " << place;
       if (status != Status::Ok) {
         ++failures;
@@ -162,7 +162,7 @@ TEST_P(OpeningFaultsTest, AreAnsweredAndTheStoreOpensAfterwards) {
 INSTANTIATE_TEST_SUITE_P(Each, OpeningFaultsTest, testing::ValuesIn(faults),
                          [](const auto& test) { return std::string(test.param.name); });
 
-// On the machine's own disk: the simulated one would fail for want of memory itself.
+// On the machine's disk: the simulated one allocates memory itself.
 class NoMemoryTest : public EngineTest {
  protected:
   // Runs the action with its nth allocation failing, for each n (or each `step`th); returns how many there were.
@@ -203,7 +203,7 @@ TEST_F(NoMemoryTest, PostingLeavesNothingOrAllOfIt) {
   EXPECT_EQ(integrityOf(*database), "ok");
 }
 
-// The same writer and the same draft go on where they failed.
+// The same writer and draft are used again after the failure.
 TEST_F(NoMemoryTest, WhatFailedIsRepeatedAndTheContentIsRight) {
   const Bytes bytes = pattern(contentBlockSize * 3 + 5);
   const auto onceMore = [](auto&& call) {

@@ -29,7 +29,7 @@ void putBytes(Bytes& out, std::span<const std::byte> bytes) {
 
 void putText(Bytes& out, const std::string& text) { putBytes(out, std::as_bytes(std::span(text))); }
 
-constexpr std::size_t shortestRun = 24;  // fewer zeros are written as they are
+constexpr std::size_t shortestRun = 24;  // fewer zeros are written literally
 
 std::size_t zerosAt(const Bytes& bytes, std::size_t at) {
   const auto end = std::find_if(bytes.begin() + static_cast<std::ptrdiff_t>(at), bytes.end(),

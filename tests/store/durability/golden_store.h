@@ -1,4 +1,4 @@
-// Stores as every released schema made them: packed small for the repository, listed for comparison.
+// Stores of every released schema: compressed for the repository, listed for comparison.
 #pragma once
 
 #include <string>
@@ -9,11 +9,11 @@ namespace fendrel::store {
 
 class Database;
 
-// The image of a store as one sequence of bytes in which zeros take no room, and back.
+// The image of a store as one sequence of bytes with compressed zeros, and back.
 Bytes packed(const DiskImage& image);
 DiskImage unpacked(const Bytes& bytes);
 
-// Profiles, folders and messages with everything in them, one line each.
+// Profiles, folders and messages with all their data, one line each.
 std::string listing(Database& database);
 
 }  // namespace fendrel::store

@@ -1,4 +1,4 @@
-// A store of every schema version opens in this program and holds what the listing beside it says.
+// A store of every schema version opens in this program and has the content of the listing beside it.
 #include <gtest/gtest.h>
 
 #include <fstream>

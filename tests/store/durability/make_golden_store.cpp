@@ -1,5 +1,5 @@
 // Makes the packed store and its listing of one schema version:  make_golden_store VERSION FOLDER
-// Only the version that this program's schema ends with.
+// Only for this program's schema version.
 #include <cstdlib>
 #include <fstream>
 

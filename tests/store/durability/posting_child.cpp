@@ -1,10 +1,10 @@
-// A process of its own that posts into a store and says on its output when each save has returned.
+// A process that posts into a store and reports on its output when each save has returned.
 //   posting_child post STORE NAME COUNT     mixed messages NAME 0, NAME 1, ...; at the end the
-//                                         longest time that one took
+//                                         longest time of one
 //   posting_child small STORE NAME COUNT    the same, nearly all of them small
 //   posting_child stream STORE NAME BYTES   one message with a long attachment, written in small pieces
 //   posting_child backup STORE COPY 0       copies the store
-//   posting_child salvage STORE COPY 0      makes a new store of what is whole in it
+//   posting_child salvage STORE COPY 0      makes a new store from its undamaged data
 #include <windows.h>
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// What posting_child posts.
+// The messages that posting_child posts.
 #pragma once
 
 #include "samples.h"
@@ -7,7 +7,7 @@ namespace fendrel::store {
 
 constexpr int mixedEvery = 5, smallEvery = 50;
 
-// Of so many one has a blob, two have a file; the others are small.
+// Of `every` messages one has a blob, two have a file; the others are small.
 inline Sample childSample(const std::u16string& name, int number, int every) {
   const std::string digits = std::to_string(number);
   const int place = number % every;

@@ -1,5 +1,5 @@
-// The power is cut at every write, flush, rename and deletion. After each cut the store opens as always, holds whatever
-// was acknowledged with all bytes, and nothing of anything else but whole messages.
+// Power cuts at every write, flush, rename and deletion. After each cut the store opens normally, holds all
+// acknowledged messages with all bytes, and otherwise only whole messages.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -12,7 +12,7 @@
 namespace fendrel::store {
 namespace {
 
-// What one run did so far: samples whose save returned must be found, one whose save was cut may be.
+// The state of one run: samples whose save returned must be found, one whose save was cut may be found.
 class Course {
  public:
   explicit Course(std::vector<Expected> expected) : expected_(std::move(expected)) {}
@@ -60,7 +60,7 @@ void postSeveral(Database& database, Course& course) {
   course.post(database, {u"several", {fileSize, smallSize, contentBlockSize + 1, blobSize}});
 }
 void postManyWithCheckpoints(Database& database, Course& course) {
-  sqlite3_wal_autocheckpoint(database.connection().handle(), 12);  // so that the log begins anew between them
+  sqlite3_wal_autocheckpoint(database.connection().handle(), 12);  // so that the log restarts between them
   for (int i = 0; i < 4; ++i) course.post(database, {u"many " + std::u16string(1, char16_t(u'0' + i)), {smallSize}});
   course.post(database, {u"two files", {fileSize, fileSize}});
   course.post(database, {u"one more file", {fileSize}});
@@ -71,7 +71,7 @@ void removeAll(Database& database, Course& course) {
 }
 void openOnly(Database&, Course&) {}
 
-// With pages to give back in front of those that stay, and a second round over what the first one left.
+// With free pages before used ones, and a second round after the first.
 DiskImage storeWithGaps() {
   static const DiskImage image = [] {
     SimulatedDisk disk(emptyDisk());
@@ -129,7 +129,7 @@ Tally cutEverywhere(const Scenario& scenario, std::uint64_t seed, Lie lie = Lie:
                       ", seed " + std::to_string(fateSeed) + ": " + wrong[0];
       }
     }
-    if (!disk.isCut()) break;  // the whole course ran, and its end was judged
+    if (!disk.isCut()) break;  // the run was completed and checked
   }
   return tally;
 }
@@ -173,12 +173,12 @@ TEST(PowerCutItself, LosesContentWhereOurFlushesAreIgnored) {
   std::printf("%d of %d states lost something, the first: %s\n", tally.losses, tally.states, tally.first.c_str());
 }
 
-// What a durable post costs, told by the disk: its file and its name once, the log once.
+// The flushes of a durable post: one for its file, one for its name, one for the log.
 TEST(FlushesTest, OfAPostAreOneForItsFileOneForItsNameAndOneForTheLog) {
   std::map<std::pair<SimulatedDisk::Call, bool>, int> calls;
   SimulatedDisk disk(storeWithSamples());
   const auto database = openOn(disk);
-  sqlite3_wal_autocheckpoint(database->connection().handle(), 0);  // which flushes too, every so many posts
+  sqlite3_wal_autocheckpoint(database->connection().handle(), 0);  // a checkpoint would flush, too
   disk.onCall = [&](SimulatedDisk::Call call, bool isSqlite) {
     ++calls[{call, isSqlite}];
     return std::nullopt;

@@ -103,7 +103,7 @@ TEST_F(RealProcessesTest, KilledOnesLeaveWholeMessagesAndAllThatWereAcknowledged
     ASSERT_EQ(saved, wanted) << "round " << round;
     waitABit(random);
     child.kill();
-    while (child.line() == "saved") ++saved;  // those that it said meanwhile
+    while (child.line() == "saved") ++saved;  // reported meanwhile
     acknowledged += saved;
     for (int i = 0; i <= saved; ++i) {
       expected.push_back({childSample(name, i, mixedEvery), i < saved ? Fate::Present : Fate::Either});
@@ -116,7 +116,7 @@ TEST_F(RealProcessesTest, KilledOnesLeaveWholeMessagesAndAllThatWereAcknowledged
     ASSERT_EQ(integrityOf(*database), "ok") << "round " << round << ", seed " << seed;
     leftovers += static_cast<int>(reclaimEverything(database->connection()).files);
     ASSERT_EQ(filesIn(contentFolder()).size(), contentRows()) << "round " << round << ", seed " << seed;
-    // From here on it is there, or is not.
+    // From now on it exists or does not.
     const auto subjects = subjectsIn(top);
     const bool isThere = std::ranges::find(subjects, expected.back().sample.subject) != subjects.end();
     expected.back().fate = isThere ? Fate::Present : Fate::Absent;

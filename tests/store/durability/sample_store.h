@@ -1,4 +1,4 @@
-// Stores on a simulated disk, and what may be found in them.
+// Stores on a simulated disk, and their expected content.
 #pragma once
 
 #include <memory>
@@ -22,17 +22,17 @@ DiskImage storeWithSamples();
 DiskImage storeOfVersion1();  // without messages
 DiskImage oldStore();         // the messages in a store of version 1
 
-// Fails the test where the power is on and the answer is not Ok.
+// Fails the test if the power is on and the status is not Ok.
 std::unique_ptr<Database> openOn(SimulatedDisk& disk);
 
-// Opens the store as ever and reads everything. Each sentence names something that is wrong with it: messages, pages,
-// orphans. With `repeat` another message is posted.
+// Opens the store and reads everything. Each sentence names a problem with messages, pages or orphans. With `repeat`
+// another message is posted.
 std::vector<std::string> judge(DiskImage image, const std::vector<Expected>& expected, bool repeat);
 
-// SQLite's own verdict on an open store.
+// The result of SQLite's integrity check of an open store.
 std::string integrityOf(Database& database);
 
-// From FENDREL_TEST_SEED, or the one that CI uses.
+// From FENDREL_TEST_SEED, or CI's.
 std::uint64_t seedOfRun();
 
 }  // namespace fendrel::store

@@ -31,7 +31,7 @@ class Comparison {
  public:
   Comparison(Database& database, int* refused) : database_(database), refused_(refused) {}
 
-  // The answer to one reading: true if it may be compared.
+  // The result of one read: true if it may be compared.
   bool answered(Status status, const std::string& what) {
     if (status == Status::Ok) return true;
     if (status == Status::Corrupt && refused_) {
@@ -42,7 +42,7 @@ class Comparison {
     return false;
   }
 
-  // Opens a message as programs do: compared with its checksum. False: refused.
+  // Opens a message like programs do, with its checksum. False: refused.
   bool opened(const Id& id, std::u16string& subject) {
     MessageInfo info;
     if (!answered(findMessage(database_, id, info), "a message")) return false;

@@ -1,4 +1,4 @@
-// Messages whose contents can be compared byte by byte, and what must be found of them in a store.
+// Messages whose contents can be compared byte by byte, and their expected state in a store.
 #pragma once
 
 #include <string>
@@ -19,21 +19,21 @@ struct Sample {
 // Sizes of each kind: in the row's page, a blob over several pages, a file of its own.
 constexpr std::size_t smallSize = 300, blobSize = 60'000, fileSize = 3 * contentBlockSize + 777;
 
-// Contents are written in pieces of that size.
+// Writes contents in pieces of this size.
 Status post(Database& database, const Sample& sample, std::size_t piece = contentBlockSize);
 
 // Deletes the messages of that subject.
 Status removeSamples(Database& database, const std::u16string& subject);
 
-// What may be found of a sample.
+// The expected state of a sample.
 enum class Fate { Present, Absent, Either };
 struct Expected {
   Sample sample;
   Fate fate;
 };
 
-// Reads everything. Each sentence of the answer names something that should not be; `Corrupt` readings are counted in
-// `refused` instead, where it is given.
+// Reads everything. Each returned sentence names a problem; `Corrupt` results are counted in `refused` instead, if
+// given.
 std::vector<std::string> differences(Database& database, const std::vector<Expected>& expected, int* refused = nullptr);
 
 }  // namespace fendrel::store

@@ -27,7 +27,7 @@ void apply(Bytes& file, const SimulatedDisk::Write& write) {
   }
 }
 
-// The sectors of a write reach the disk in any order; the one that is being written may be half new.
+// The sectors of a write reach the disk in any order; one may be torn.
 void applyTorn(Bytes& file, const SimulatedDisk::Write& write, std::mt19937_64& random) {
   if (write.isResize) {
     if (random() % 2) apply(file, write);
@@ -186,7 +186,7 @@ DiskImage SimulatedDisk::afterCut(Unflushed unflushed, std::uint64_t seed) const
     if (unflushed == Unflushed::Kept || (unflushed == Unflushed::Some && random() % 2)) apply(names, change);
   }
   DiskImage image;
-  std::map<const Node*, Bytes> contents;  // a renamed file may be there under both names
+  std::map<const Node*, Bytes> contents;  // a renamed file may exist under both names
   for (const auto& [path, node] : names) {
     if (isLostWithFolder(names, path)) continue;
     if (!node) {
@@ -283,7 +283,7 @@ std::vector<Disk::Entry> SimulatedDisk::list(const std::wstring& folder) {
   reach(Call::Look, false);
   std::vector<Entry> entries;
   for (const auto& [path, node] : names_) {
-    // All of them are hours old: what a cut left is old when the machine starts again.
+    // All files are hours old, as if the machine started again much later.
     if (node && folderOf(path) == folder) entries.push_back({path.substr(folder.size() + 1), FileTime{0}});
   }
   return entries;

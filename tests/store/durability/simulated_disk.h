@@ -1,7 +1,6 @@
-// A disk in memory, under SQLite and under the engine's own files, whose power can be cut and whose calls can fail.
-//
-// It promises no more than systems do: bytes are safe once their file was flushed, names once their folder was.
-// Everything else may be there after a cut or not, in any combination; of the write that was going on, any sectors.
+// A disk in memory, under SQLite and the engine's files, whose power can be cut and whose calls can fail.
+// It guarantees no more than real systems: bytes are safe after a flush of their file, names after a flush of their
+// folder. Everything else may survive a cut or not, in any combination; of an unfinished write, any sectors.
 #pragma once
 
 #include <functional>
@@ -16,21 +15,21 @@ struct sqlite3_vfs;
 
 namespace fendrel::store {
 
-// What is on a disk: folders, and files by full path.
+// The content of a disk: folders, and files by full path.
 struct DiskImage {
   std::set<std::wstring> folders;
   std::map<std::wstring, Bytes> files;
 };
 
-// What a cut leaves of that which was not flushed.
+// What a cut leaves of unflushed data.
 enum class Unflushed { Lost, Kept, Some };
 
 class SimulatedDisk final : public Disk {
  public:
-  // Read, Look and Lock change nothing and are not places for a cut.
+  // Read, Look and Lock change nothing, so no cut happens there.
   enum class Call { Write, Resize, Flush, FlushFolder, Create, Rename, Remove, CreateFolder, Open, Read, Look, Lock };
 
-  // Until its end SQLite finds this disk under the name that sqliteLayer() gives.
+  // During its lifetime SQLite uses this disk under the name sqliteLayer().
   explicit SimulatedDisk(DiskImage image = {});
   ~SimulatedDisk() override;
   SimulatedDisk(const SimulatedDisk&) = delete;
@@ -45,11 +44,11 @@ class SimulatedDisk final : public Disk {
   bool ignoreSqliteFlushes = false;
   bool ignoreOwnFlushes = false;
 
-  // Asked before every call: a status makes it fail.
+  // Called before every call: a status makes it fail.
   std::function<std::optional<Status>(Call, bool isSqlite)> onCall;
   int calls() const noexcept { return calls_; }
 
-  // What the next start of the machine finds.
+  // The content after a cut.
   DiskImage afterCut(Unflushed unflushed, std::uint64_t seed) const;
   DiskImage now() const;
 
@@ -74,7 +73,7 @@ class SimulatedDisk final : public Disk {
   };
   struct Node {
     Bytes bytes;    // as programs see it
-    Bytes flushed;  // as it is on the disk for sure
+    Bytes flushed;  // as flushed to the disk
     std::vector<Write> unflushed;
     bool isHeld = false;  // open as create() does
     std::vector<std::unique_ptr<Bytes>> sharedMemory;
@@ -91,7 +90,7 @@ class SimulatedDisk final : public Disk {
   void renameNode(const std::wstring& from, const std::wstring& to);
   void removeNode(const std::wstring& path, bool isSqlite);
 
-  // Counts a call; throws the EngineError of one that is to fail.
+  // Counts a call; throws EngineError if it must fail.
   void reach(Call call, bool isSqlite);
 
  private:
@@ -102,7 +101,7 @@ class SimulatedDisk final : public Disk {
     bool appears;
   };
 
-  bool change(Call call, bool isSqlite);  // false: the power fails in the middle of it
+  bool change(Call call, bool isSqlite);  // false: the power fails during it
   static void apply(std::map<std::wstring, NodePointer>& names, const NameChange& change);
   void changeName(const std::wstring& path, NodePointer node, bool appears);
 

@@ -1,4 +1,4 @@
-// The simulated disk's side towards SQLite. Its locks let everybody in: one connection uses it at a time.
+// The simulated disk as an SQLite file layer. Its locks do nothing: one connection uses it at a time.
 #include <sqlite3.h>
 
 #include <algorithm>
@@ -31,7 +31,7 @@ std::wstring wide(const char* path) {
   return {text.begin(), text.end()};
 }
 
-// As the system's own layer turns its errors into codes.
+// The mapping of errors to codes of the system's layer.
 int codeOf(Status status, int otherwise) {
   switch (status) {
     case Status::NotEnoughDisk: return SQLITE_FULL;

@@ -198,7 +198,7 @@ TEST_F(DatabaseTest, ChangeCounterTellsOwnAndOthersChanges) {
   EXPECT_EQ(third, again);
 }
 
-// Which SQLite does where it takes a bound value into account for its plan: at each use, longer than the use itself.
+// SQLite does that at each use if the plan depends on a bound value, which takes longer than the statement itself.
 TEST_F(DatabaseTest, StatementsAreNotPreparedAnewForOtherValues) {
   const Id folder = makeFolder(u"Reports");
   const auto useAll = [&] {

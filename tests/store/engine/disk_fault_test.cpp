@@ -1,4 +1,4 @@
-// What happens when the disk says no in the middle of a save.
+// Disk failures in the middle of a save.
 #include <algorithm>
 #include <functional>
 
@@ -10,7 +10,7 @@
 namespace fendrel::store {
 namespace {
 
-// The machine's disk, whose n-th call of a kind fails.
+// The machine's disk, with the nth call of a kind failing.
 class FaultyDisk final : public Disk {
  public:
   enum Call { None, Create, Write, Flush, Rename, FlushFolder };
@@ -163,7 +163,7 @@ TEST_F(DiskFaultTest, RefusedFileFailsTheWriteAndLeavesTheContentUsable) {
 // SQLite is told that its file may not grow, which it reports as a full disk.
 TEST_F(DiskFaultTest, FullDiskUnderTheDatabaseLeavesNothingAndCanBeRepeated) {
   Connection& connection = database->connection();
-  connection.execute("PRAGMA max_page_count = 1");  // it takes the file's present size
+  connection.execute("PRAGMA max_page_count = 1");  // becomes the file's current size
   MessageDraft draft = draftWithAttachment(top, pattern(contentBlockSize * 2));
   for (std::uint32_t number = 1; number <= 5; ++number) {
     auto& attachment = draft.attachments.emplace_back();

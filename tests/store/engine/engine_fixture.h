@@ -1,4 +1,4 @@
-// What the engine's tests share: a store in a folder of its own, short words for properties and contents.
+// Shared by the engine's tests: a store in a new folder, short helpers for properties and contents.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -87,7 +87,7 @@ class EngineTest : public testing::Test {
     return names;
   }
 
-  // As they are when the next program comes hours later.
+  // As if hours had passed.
   void makeFilesOld() {
     for (const std::wstring& folder : {contentFolder(), contentFolder() + L"\\tmp"}) {
       for (const auto& name : filesIn(folder)) {
@@ -97,7 +97,7 @@ class EngineTest : public testing::Test {
     }
   }
 
-  // As if what was deleted had been deleted long ago.
+  // As if deleted contents had been deleted long ago.
   void letGraceTimePass() { database->connection().execute("UPDATE dropped_file SET time = 0"); }
 
   std::vector<std::wstring> spoolFiles() const {

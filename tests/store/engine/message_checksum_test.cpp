@@ -1,4 +1,4 @@
-// A message carries a checksum of its rows: what another hand changes in them is found when the message is opened.
+// A message has a checksum of its rows: changes by other programs are found when the message is opened.
 #include "message_checksum.h"
 
 #include "connection.h"
@@ -100,7 +100,7 @@ TEST_F(MessageChecksumTest, StaysRightInARebuiltDatabase) {
   EXPECT_EQ(statusOfOpening(message), Status::Ok) << database->lastError();
 }
 
-// As an older program does, which still had the store open when it came to this version.
+// Like an older program that had the store open during the migration.
 TEST_F(MessageChecksumTest, OfAProgramThatKnowsNoneIsNoneUntilTheNextSave) {
   const MessageInfo message = saveOne();
   database->connection().execute("UPDATE message SET revision = revision + 1, modified = modified + 1");

@@ -1,4 +1,4 @@
-// Where a store comes into being: what is there already neither gets into it nor is harmed.
+// Creating a store: existing files neither get into it nor are harmed.
 #include <fstream>
 
 #include "connection.h"
@@ -18,7 +18,7 @@ class NewStoreTest : public EngineTest {
   }
 };
 
-// A program that died left it, and someone deleted the store but not what is beside it.
+// Left by a killed program, after someone deleted the store but not the files beside it.
 TEST_F(NewStoreTest, LogOfADeletedStoreIsNotReadIntoIt) {
   save(draftWith(top, u"of the old store"));
   const std::string log = read(path() + L"-wal");

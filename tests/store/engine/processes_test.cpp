@@ -1,5 +1,5 @@
-// Several users of one file. Two Database objects behave to each other as two processes do: each has a connection,
-// locks and file handles of its own.
+// Several users of one file. Two Database objects are like two processes: each has its own connection, locks and file
+// handles.
 #include <windows.h>
 
 #include <atomic>
@@ -29,7 +29,7 @@ TEST_F(ProcessesTest, PostingAtOnceLosesNothing) {
         MessageDraft draft = draftWith(top, u"m");
         auto& attachment = draft.attachments.emplace_back();
         auto content = createContent(*own);
-        // Each tenth one as a file of its own.
+        // Every tenth one with a content file.
         const Status wrote = content->write(0, pattern(i % 10 == 0 ? contentBlockSize * 2 : 500));
         attachment.contents = {{attachDataTag, content}};
         MessageInfo saved;

@@ -151,7 +151,7 @@ TEST_F(ProfilesTest, MailboxOutlivesItsProfileAndGoesToTheNextOneOfItsUser) {
   EXPECT_NE(add(u"Third", u"Jane").mailbox, first.mailbox) << "it has a profile again";
 }
 
-// As a program makes it that gives the user's name afterwards.
+// Like a program that sets the user's name afterwards.
 TEST_F(ProfilesTest, MailboxGoesToAProfileThatIsGivenItsUserLater) {
   const Profile first = add(u"First", u"Jane");
   StoreInfo mailbox;

@@ -1,5 +1,5 @@
-// What a process that died leaves behind, and files of deleted contents, go at a later opening; what is in use, or may
-// still be read, is not touched, and what cannot be deleted stops nobody.
+// A later open deletes files of killed processes and of deleted contents; files in use or with readers stay, and files
+// that cannot be deleted block nothing.
 #include "reclaim.h"
 
 #include <windows.h>
@@ -42,7 +42,7 @@ class ReclaimTest : public EngineTest {
 
 TEST_F(ReclaimTest, OldTemporaryFileOfADeadProcessGoes) {
   put(spool(L"dead.tmp"), old);
-  put(spool(L"dead.open"), old);  // as earlier programs left them
+  put(spool(L"dead.open"), old);  // left by earlier programs
   reopen();
   EXPECT_TRUE(filesIn(contentFolder() + L"\\tmp").empty());
 }
@@ -100,7 +100,7 @@ TEST_F(ReclaimTest, FileThatAReaderMayStillSeeStays) {
   EXPECT_TRUE(filesIn(contentFolder()).empty());
 }
 
-// A reader of the database alone, of which the log knows nothing.
+// A reader that uses only the database file, without a mark in the log.
 TEST_F(ReclaimTest, FileThatAReaderOfAnEmptyLogMayStillSeeStays) {
   const MessageInfo message = save(draftWithAttachment(top, pattern(contentBlockSize * 2)));
   ASSERT_TRUE(isLogDone(database->connection().handle()));

@@ -184,7 +184,7 @@ TEST_F(RowsTest, AttachmentRowsShowNumberSizeAndColumns) {
   EXPECT_EQ(rows[1].values[0].value, PropertyValue(u"b.csv"));
 }
 
-// Rows for a big folder are written by SQL, which is quicker than saving each.
+// Writes rows for a big folder by SQL, which is faster than saving each.
 void fill(Database& database, const Id& folder, int first, int count) {
   const std::string from = std::to_string(first), to = std::to_string(first + count - 1);
   Connection& connection = database.connection();

@@ -1,4 +1,4 @@
-// A copy of one moment, whatever others do meanwhile.
+// A snapshot, whatever others do meanwhile.
 #include <atomic>
 #include <thread>
 
@@ -108,7 +108,7 @@ TEST_F(BackupTest, MissingFolderOfTheCopyIsAnError) {
   EXPECT_THROW(backupStore(path(), temp.file(L"none\\copy.db"), {}), StatusFailure);
 }
 
-// What is deleted between the passes is not in the copy, what is posted then is.
+// Messages deleted between the passes are not in the copy, messages posted then are.
 TEST_F(BackupTest, ChangesBetweenThePassesAreFollowed) {
   fill();
   const auto other = openAnother();
@@ -139,7 +139,7 @@ TEST_F(BackupTest, ChangesBetweenThePassesAreFollowed) {
   EXPECT_THAT(checkStore(copy(), {}).damage, IsEmpty());
 }
 
-// One connection posts, one deletes, each as a process of its own does; copies are made all the while.
+// One connection posts, one deletes, like separate processes; copies are made meanwhile.
 TEST_F(BackupTest, PostingAndDeletingMeanwhileHarmNoCopy) {
   reports = makeFolder(u"Reports");
   std::atomic<bool> stop{false};

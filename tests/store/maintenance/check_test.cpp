@@ -1,4 +1,4 @@
-// Damage is found and named, never a crash.
+// Damage is found and reported, never a crash.
 #include "maintenance_fixture.h"
 #include "page_map.h"
 
@@ -32,7 +32,7 @@ TEST_F(CheckTest, ChangesNothing) {
 }
 
 TEST_F(CheckTest, MessagesOfTheLogAreRead) {
-  fill();  // nothing has gone from the log to the database yet
+  fill();  // no checkpoint yet
   EXPECT_EQ(checked().messages, 3u);
   database.reset();
   EXPECT_EQ(checked().messages, 3u);
@@ -200,7 +200,7 @@ TEST_F(CheckTest, MessageWithoutAChecksumIsNoDamage) {
   EXPECT_THAT(checked().damage, IsEmpty());
 }
 
-// Another program reads, rebuilds, and carries the log over when it closes: pages written without our hand are ordinary.
+// Another program reads, rebuilds, and checkpoints when it closes: pages written by others are normal.
 TEST_F(CheckTest, StoreThatAnotherProgramWroteToIsWhole) {
   fill();
   for (const char* sql : {"SELECT count(*) FROM message", "PRAGMA wal_checkpoint(TRUNCATE)", "VACUUM"}) {
@@ -217,7 +217,7 @@ TEST_F(CheckTest, StoreThatAnotherProgramWroteToIsWhole) {
   EXPECT_EQ(subjectsIn(reports).size(), 6u);
 }
 
-// A changed bit anywhere in what belongs to messages is found; elsewhere it changes none of them.
+// A flipped bit in the data of a message is found; elsewhere it changes no message.
 TEST_F(CheckTest, FlippedBitOfAnyPageLeavesNoMessageSilentlyChanged) {
   fill();
   for (int i = 0; i < 60; ++i) save(draftWith(reports, u"many", 2000));

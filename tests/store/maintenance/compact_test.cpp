@@ -1,4 +1,4 @@
-// Free space goes back to the disk; facts are shown as they are.
+// Free space is returned to the disk; the facts are right.
 #include <windows.h>
 
 #include "maintenance_fixture.h"
@@ -77,7 +77,7 @@ TEST_F(CompactTest, ReaderKeepsTheLogForAWhile) {
   EXPECT_TRUE(compactStore(path()).logIsEmpty);
 }
 
-// What it still reads must stay where it is, in the file and in the log.
+// The reader's data must stay in the file and the log.
 TEST_F(CompactTest, ReaderGoesOnWithItsMoment) {
   fill();
   for (int i = 0; i < 60; ++i) save(draftWith(reports, u"goes", 60'000));

@@ -1,4 +1,4 @@
-// Stores of every version whose first page is damaged: all that is in them comes over.
+// Stores of every version with a damaged first page: everything is recovered.
 #include <fstream>
 #include <iterator>
 
@@ -38,7 +38,7 @@ class GoldenSalvageTest : public testing::TestWithParam<int> {
     stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
   }
 
-  // Zeros, in the file and where the log has the page.
+  // Zeros, in the file and in the log.
   void wipeFirstPage() {
     std::fstream file(std::filesystem::path(path()), std::ios::binary | std::ios::in | std::ios::out);
     file.seekg(16);

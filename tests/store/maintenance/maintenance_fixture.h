@@ -1,4 +1,4 @@
-// What the maintenance tests share: a store with messages of every kind, and ways to damage its files.
+// Shared by the maintenance tests: a store with messages of every kind, and ways to damage its files.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -47,7 +47,7 @@ class MaintenanceTest : public EngineTest {
     database.reset();
   }
 
-  // The files are as a program leaves them that dies now: the log is not carried over.
+  // Leaves the files as if the program died now: without a checkpoint.
   void crash() {
     const auto file = read(path()), log = read(path() + L"-wal");
     database.reset();
@@ -77,7 +77,7 @@ class MaintenanceTest : public EngineTest {
     write(file, bytes);
   }
 
-  // Runs statements past the engine's rules.
+  // Runs statements that bypass the engine's rules.
   void spoil(const std::string& sql) {
     database->connection().execute("PRAGMA foreign_keys = OFF");
     database->connection().execute("PRAGMA ignore_check_constraints = ON");
@@ -90,7 +90,7 @@ class MaintenanceTest : public EngineTest {
     return files.empty() ? L"" : contentFolder() + L"\\" + files.front();
   }
 
-  // The database's page on which a table begins.
+  // The root page of a table.
   std::uint64_t rootPage(const char* table) {
     Query query(database->connection().statement("SELECT rootpage FROM sqlite_schema WHERE name = ?"),
                 std::string_view(table));

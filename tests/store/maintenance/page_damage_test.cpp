@@ -1,5 +1,5 @@
-// Whatever pages of a store are damaged, all messages come over that have nothing in these; of the others each comes over
-// as it was, or is named.
+// Whatever pages of a store are damaged, all messages without data in them are recovered; each other message is
+// recovered unchanged or reported.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -107,10 +107,10 @@ class PageDamageTest : public MaintenanceTest {
     expectAllBut(touched, holds("folder"));
   }
 
-  // Pages on which one long row goes on are alike: every fourth will do.
+  // Overflow pages are alike: every fourth is enough.
   bool isOneOfMany(std::uint32_t page) const { return map.nameOf(page) == "overflow" && page % 4 != 0; }
 
-  // A page that is lost as a whole, or one with another bit.
+  // Destroys a page, or flips one bit.
   void damagePage(std::vector<std::byte>& bytes, std::uint32_t page, std::size_t at) const {
     const std::size_t first = (page - 1) * std::size_t{8192};
     if (isZeroed)
@@ -126,7 +126,7 @@ class PageDamageTest : public MaintenanceTest {
     words.erase(isRead, words.find('|', isRead + 1) - isRead);
   }
 
-  // Of those in `touched` each comes over as it was or is named; all others come over as they were.
+  // Each message in `touched` is recovered unchanged or reported; all others are recovered unchanged.
   void expectAllBut(const std::set<std::int64_t>& touched, bool foldersMayDiffer = false) {
     removeRescued();
     SalvageResult result;
@@ -198,7 +198,7 @@ TEST_F(PageDamageTest, AnyOnePageThatIsGoneLosesNoMessageThatIsNotInIt) {
   std::printf("%zu messages came over from %d stores of %zu\n", carried, looks, described.size());
 }
 
-// What lies beyond several damaged pages is found as well. FENDREL_TEST_ROUNDS makes it longer.
+// Data behind several damaged pages is found as well. FENDREL_TEST_ROUNDS makes it longer.
 TEST_F(PageDamageTest, SeveralPagesLoseNoMessageThatIsNotInThem) {
   fillWithEverything();
   learn();
@@ -229,8 +229,8 @@ TEST_F(PageDamageTest, FirstPageOfACompactedStoreCostsNothing) {
   EXPECT_THAT(last.mended, testing::Contains(Says("first page")));
 }
 
-// Compacting makes the file shorter by whole steps of its growth: after its last page there may be pages with rows
-// that were there then. Those that were deleted since do not come back, whatever is damaged.
+// Compacting truncates the file by whole growth steps: after its last page there may be pages with old rows. Rows
+// deleted since do not come back, whatever is damaged.
 TEST_F(PageDamageTest, DeletedMessagesStayDeleted) {
   reports = makeFolder(u"Reports");
   const Id stays = makeFolder(u"Stays");
@@ -283,7 +283,7 @@ class LogDamageTest : public PageDamageTest {
   }
 };
 
-// Nothing has gone to the file yet but its first page and what it grew by.
+// The file has only its first page and empty space.
 TEST_F(LogDamageTest, StoreInItsLogNeedsNoFile) {
   fill();
   learnAndCrash();
@@ -300,7 +300,7 @@ TEST_F(LogDamageTest, LogStandsForDamagedPages) {
   const auto inLog = pagesOfLog();
   ASSERT_GT(inLog.size(), 3u);
   ASSERT_FALSE(inLog.contains(static_cast<std::uint32_t>(messages)));
-  // What the log holds may be damaged in the file; the way to it too.
+  // Pages in the log may be damaged in the file; their parents, too.
   auto pages = inLog;
   pages.insert({1, static_cast<std::uint32_t>(messages)});
   if (inLog.contains(1)) pages.erase(static_cast<std::uint32_t>(messages));

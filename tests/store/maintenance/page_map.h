@@ -1,4 +1,4 @@
-// Which messages have anything in which page of a whole store, found in its file by means of the tests' own.
+// Finds, without the engine, which messages have data in which page of an undamaged store.
 #pragma once
 
 #include <cstdint>
@@ -22,11 +22,11 @@ struct PageMap {
   }
 };
 
-// `file`: the bytes of the database, with everything that was in its log.
+// `file`: the bytes of the database, checkpointed.
 PageMap mapPages(Connection& connection, const std::vector<std::byte>& file);
 
-// All of each message, in words: its folder in a line of its own, its row, its attachments, its properties and the
-// checksums of its contents.
+// Each message as text: its folder on one line, its row, its attachments, its properties and the checksums of its
+// contents.
 std::map<std::int64_t, std::string> describeMessages(Connection& connection);
 
 // The same as SQLite alone reads them.

@@ -1,4 +1,4 @@
-// What is whole comes over, with its identifiers; what is not is named.
+// Undamaged messages are recovered with their identifiers; others are reported.
 #include <cstdlib>
 #include <random>
 
@@ -28,7 +28,7 @@ class SalvageTest : public MaintenanceTest {
 
   SalvageResult salvage() { return salvageStore(path(), rescued(), {}); }
 
-  // From now on the fixture's helpers look into the new store.
+  // From now on the fixture's helpers use the new store.
   void openRescued() {
     database.reset();
     std::string error;
@@ -160,8 +160,8 @@ TEST_F(SalvageTest, CircleOfFoldersIsOpened) {
   EXPECT_THAT(checkStore(rescued(), {}).damage, IsEmpty());
 }
 
-// Whatever SQLite makes of such pages, looking ends with an answer, and what is carried over is a whole store.
-// FENDREL_TEST_ROUNDS makes it longer.
+// Whatever SQLite makes of such pages, salvage ends with a result, and the new store is undamaged. FENDREL_TEST_ROUNDS
+// makes it longer.
 TEST_F(SalvageTest, ChangedPagesNeverCrash) {
   reports = makeFolder(u"Reports");
   for (int i = 0; i < 40; ++i) save(draftWith(reports, u"m", 3000));
@@ -176,7 +176,7 @@ TEST_F(SalvageTest, ChangedPagesNeverCrash) {
     auto bytes = whole;
     for (int flips = 0; flips < 1 + round % 6; ++flips) {
       const std::size_t page = random() % pages;
-      // Near the page's beginning lies what leads to the rows, and in the first page the schema is at its end.
+      // The pointers to rows are near the page's beginning; in the first page the schema is at the end.
       const std::size_t at = random() % 2 ? random() % 200 : random() % 8192;
       bytes[page * 8192 + (page == 0 && at < 100 ? 100 + at : at)] ^= static_cast<std::byte>(1u << random() % 8);
     }
@@ -189,7 +189,7 @@ TEST_F(SalvageTest, ChangedPagesNeverCrash) {
       EXPECT_THAT(checkStore(rescued(), {}).damage, IsEmpty());
     } catch (const StatusFailure& failure) {
       ++refused;
-    } catch (const std::bad_alloc&) {  // a changed length may ask SQLite for more memory than there is
+    } catch (const std::bad_alloc&) {  // a changed length may make SQLite allocate too much memory
       ++refused;
     }
   }
@@ -208,7 +208,7 @@ TEST_F(SalvageTest, LongPathsAreLikeOthers) {
   EXPECT_EQ(salvageStore(folder + L"\\rescued.db", rescued(), {}).messages, 3u);
 }
 
-// What the first page says of tables is not believed where other pages say otherwise.
+// The first page's places of tables are ignored if the pages there contradict.
 TEST_F(SalvageTest, FirstPageThatLiesCostsNothing) {
   fill();
   close();

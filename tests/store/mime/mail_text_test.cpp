@@ -1,4 +1,4 @@
-// The encoders of mail text: what comes out is read back here by decoders of the test's own.
+// The encoders of mail text: the test's own decoders read their output back.
 #include "mail_text.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-// What a server may say of a message, right or wrong.
+// A server's descriptions of messages, right or wrong.
 #include "message_reader.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-// What the store shows, held against the model.
+// Compares the store with the model.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,12 +8,12 @@
 namespace model {
 namespace {
 
-// Tables give longer values only on request.
+// Tables do not return longer values.
 constexpr std::size_t longestInTable = 32 * 1024;
 
 bool isLong(const Value& value) { return std::max(value.bytes.size(), value.text.size() * 2) > longestInTable; }
 
-// Values of all identifiers that steps write; those that the store computes are left out.
+// Values of all identifiers that steps write, without those that the store computes.
 Properties storedOf(IMAPIProp& object) {
   Properties stored;
   for (const Value& value : client::getProps(object, {}, MAPI_UNICODE).values) {
@@ -22,7 +22,7 @@ Properties storedOf(IMAPIProp& object) {
         id != PROP_ID(PR_ATTACH_DATA_BIN))
       continue;
     stored[id] = value;
-    // A long value comes alone.
+    // A long value must be read separately.
     if (value.isError() && value.number == MAPI_E_NOT_ENOUGH_MEMORY)
       stored[id] = client::getProps(object, {PROP_TAG(PT_UNSPECIFIED, id)}, MAPI_UNICODE).get(value.tag);
   }

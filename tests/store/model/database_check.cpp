@@ -41,7 +41,7 @@ void World::checkDatabase() {
   EXPECT_EQ(ask(opened, "PRAGMA foreign_key_check"), std::vector<std::string>{});
   EXPECT_EQ(ask(opened, "SELECT count(*) FROM message"),
             std::vector<std::string>{std::to_string(contents_.messages.size())});
-  // Each long content has its file, and of what was deleted, dropped or replaced no file is left that is not noted.
+  // Each long content has its file, and every other file is recorded in dropped_file.
   std::multiset<std::string> files;
   const std::filesystem::path folder = files_.path() / L"store.db.files";  // made for the first of them
   if (std::filesystem::exists(folder))

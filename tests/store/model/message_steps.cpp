@@ -183,7 +183,7 @@ void World::rewriteStream(IMAPIProp& object, Properties& properties, ULONG id, b
   properties[id] = ofStream(bytes, type, id);
 }
 
-// Text has two forms; the 8-bit one is for letters that every code page has.
+// Text has two forms; the 8-bit one only for letters that every code page has.
 ULONG World::newStreamType(ULONG id) {
   constexpr ULONG types[] = {PT_BINARY, PT_BINARY, PT_UNICODE, PT_STRING8};
   return id == PROP_ID(PR_ATTACH_DATA_BIN) ? PT_BINARY : random_.of(types);
@@ -229,7 +229,7 @@ void World::editAttachments(IMessage& message, Message& draft) {
   draft.attachments[number] = properties;
 }
 
-// The second of two writers is told; by force its changes go on top of the first one's.
+// The second of two writers gets an error; a forced save applies its changes after the first one's.
 void World::changeByTwo() {
   if (contents_.messages.empty()) return;
   Message& known = std::next(contents_.messages.begin(), at(contents_.messages.size()))->second;
@@ -281,7 +281,7 @@ void World::copyOrMove() {
     Message result = contents_.messages.at(id);
     result.folder = target;
     if (move) contents_.messages.erase(id);
-    // It is the one with its key that nobody has known by that identifier.
+    // The copy is the message with this key and an unknown identifier.
     client::Conditions is;
     SRestriction sameKey = is.number(RELOP_EQ, keyTag, keyOf(result));
     std::vector<Bytes> fresh;

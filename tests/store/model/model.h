@@ -1,4 +1,4 @@
-// What a store holds, in memory: the expectation that the real one is compared with.
+// The expected content of a store, in memory.
 #pragma once
 
 #include <deque>
@@ -27,7 +27,7 @@ struct Folder {
   std::wstring name;
   Properties properties;
   Bytes entryId;
-  bool isOurs = true;  // not one of those that each store has from its beginning
+  bool isOurs = true;  // not a standard folder
 };
 
 struct Contents {

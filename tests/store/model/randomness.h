@@ -30,7 +30,7 @@ class Random {
     return *std::next(std::begin(list), static_cast<std::ptrdiff_t>(below(std::size(list))));
   }
 
-  // Small most of the time, else at one of the lengths where a value is kept another way.
+  // Mostly small, else at a length where the storage of values changes.
   std::size_t length(std::size_t unit);
   Bytes bytes(std::size_t size);
   std::wstring text(std::size_t length);

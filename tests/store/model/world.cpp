@@ -22,7 +22,7 @@ World::World(std::uint64_t seed) : random_(seed) {
   }
   client::library().uninitialize();
   open();
-  // What each store has from its beginning is the model's beginning.
+  // The model starts with each store's standard folders.
   for (int store = 0; store < 2; ++store) {
     const int top = nextFolder_++;
     contents_.folders[top] = {.store = store, .parent = top, .isOurs = false};

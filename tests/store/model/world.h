@@ -21,7 +21,7 @@ class World {
   void step();
   void compareSome();  // a random folder and the counts of all
   void compareAll();
-  void reopen();                // ends the session, looks at the database and logs on again
+  void reopen();                // ends the session, checks the database and logs on again
   std::string history() const;  // the last steps
 
  private:
@@ -42,7 +42,7 @@ class World {
   void deleteFolder();
   void emptyFolder();
 
-  // parts of them; `draft` is the message as its maker sees it, `saved` what others see
+  // parts of them; `draft` is the message as its creator sees it, `saved` what others see
   void edit(IMessage& message, Message& draft, std::optional<int>& saved);
   void editProperties(IMAPIProp& object, Properties& properties, ULONG id);
   void setSome(IMAPIProp& object, Properties& properties, ULONG id);
@@ -62,7 +62,7 @@ class World {
   void compareMessage(const Message& message);
   void compareAttachments(IMessage& real, const Message& message);
 
-  // a restriction and the same question to the model
+  // a restriction and the same predicate on the model
   using Predicate = std::function<bool(const Message&)>;
   SRestriction question(client::Conditions& is, Predicate& predicate, int depth);
 

@@ -110,7 +110,7 @@ TEST_F(ComRulesTest, ProfileAdministration) {
   EXPECT_THAT(interfacesOf(section.Get()), UnorderedElementsAre("IUnknown", "IMAPIProp", "IProfSect"));
 }
 
-// SQLite does not let go of its file while anything of the session lives.
+// SQLite keeps its file open while any object of the session exists.
 TEST_F(ComRulesTest, TheFileIsClosedWhenEverythingIsReleased) {
   const std::wstring file = folder.file(L"store.db");
   post(*reports.Get(), L"one");

@@ -78,7 +78,7 @@ struct CopyTest : FolderTest {
                              const_cast<LPTSTR>(name), 0, nullptr, flags | MAPI_UNICODE);
   }
 
-  // The public folders of another file, whose identifiers are as ours.
+  // The public folders of another file, with identifiers like ours.
   ComPtr<IMAPIFolder> otherFile(const wchar_t* folderName) {
     SetEnvironmentVariableW(L"FENDREL_STORE", folder.file(L"other.db").c_str());
     createProfile(L"Anna");

@@ -1,4 +1,4 @@
-// The file itself: what it imports, what it says about itself.
+// The file itself: its imports, its version.
 #include <algorithm>
 
 #include "store_fixture.h"
@@ -44,7 +44,7 @@ TEST(Module, NamesItsVersionAndFile) {
   EXPECT_STREQ(name, L"MAPI32.DLL");
 }
 
-// As a host does that ends in the middle of its work: nothing of the library may run after it is gone.
+// Like a host that ends in the middle of its work: no code of the library may run after it is unloaded.
 TEST_F(StoreTest, LibraryMayBeUnloadedWithASessionUnreleased) {
   wchar_t own[MAX_PATH] = {};
   GetModuleFileNameW(mapi().module, own, MAX_PATH);

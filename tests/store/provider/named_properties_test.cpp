@@ -12,7 +12,7 @@ constexpr GUID namedSet{0x11223344, 0x5566, 0x7788, {1, 2, 3, 4, 5, 6, 7, 8}};
 constexpr GUID otherSet{0x99AABBCC, 0x5566, 0x7788, {1, 2, 3, 4, 5, 6, 7, 8}};
 constexpr GUID mapiSet{0x00020328, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 
-// One name, with the set it stands in.
+// One name and its set.
 struct Name {
   Name(const GUID& set, LONG number) : guid(set) {
     id = {&guid, MNID_ID, {}};

@@ -219,7 +219,7 @@ TEST_F(SessionTest, ASharedSessionIsGivenToWhoeverNamesNoProfile) {
   EXPECT_NE(openStore(*third.Get(), L"Mailbox - Bernd"), nullptr);
   EXPECT_NE(openStore(*logon().Get(), L"Mailbox - Anna"), nullptr) << "who names a profile gets it";
   EXPECT_THAT(logonWithoutName(MAPI_NEW_SESSION, third), Gives(MAPI_E_LOGON_FAILED));
-  // It lasts as long as one of those that have it.
+  // It lasts as long as one of its sessions.
   ASSERT_EQ(first->Logoff(0, 0, 0), S_OK);
   EXPECT_NE(openStore(*second.Get(), L"Mailbox - Bernd"), nullptr);
   ASSERT_THAT(logonWithoutName(0, first), Gives(S_OK));

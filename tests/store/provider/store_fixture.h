@@ -1,4 +1,4 @@
-// A store of the test's own, and the steps that many tests begin with.
+// A new store, and common first steps of tests.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -27,7 +27,7 @@ MATCHER_P(Gives, expected, "gives " + resultName(expected)) {
 using Bytes = std::vector<unsigned char>;
 
 Bytes bytesOf(const SPropValue& value);                    // of a PT_BINARY value
-Bytes patternBytes(std::size_t count, unsigned seed = 1);  // that repeat nowhere near
+Bytes patternBytes(std::size_t count, unsigned seed = 1);  // without short periods
 
 SPropValue textValue(ULONG tag, const wchar_t* text);
 SPropValue ansiValue(ULONG tag, const char* text);
@@ -45,7 +45,7 @@ class Tags {
   std::vector<ULONG> words_;
 };
 
-// A bookmark as callers of the published interface keep one; our headers' own is only half as wide.
+// A bookmark of the published interface; the headers' type has only half its width.
 struct Bookmark {
   union {
     ULONG_PTR wide = 0;

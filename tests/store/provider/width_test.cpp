@@ -1,5 +1,5 @@
 // Every method with an argument that the published 64-bit interface declares as ULONG_PTR, called through its slot with
-// all 64 bits set, as callers with those headers may do it.
+// all 64 bits set, as callers with those headers may do.
 #include "store_fixture.h"
 
 namespace {

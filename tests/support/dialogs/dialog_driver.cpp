@@ -9,7 +9,7 @@ namespace {
 
 DialogDriver* driver;
 
-// The open dialog that takes input: one that stands under a box is disabled.
+// The open dialog that accepts input: one under a message box is disabled.
 BOOL CALLBACK findEnabledDialog(HWND window, LPARAM found) {
   wchar_t className[32];
   GetClassNameW(window, className, 32);

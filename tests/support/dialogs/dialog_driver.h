@@ -8,8 +8,8 @@
 
 namespace fendrel::test {
 
-// While it lives, every dialog of this thread is used as a person might: the tree is opened as far as it goes and its last
-// node chosen, a report gets a name, boxes are closed. A dialog that stays open all the same is cancelled. One at a time.
+// During its lifetime it uses every dialog of this thread like a person: it expands the tree completely and chooses the
+// last node, enters a report name, closes boxes. A dialog that stays open is cancelled. One at a time.
 class DialogDriver {
  public:
   DialogDriver();

@@ -86,7 +86,7 @@ HWND DialogThread::focus() const {
   GUITHREADINFO info = {};
   info.cbSize = sizeof info;
   GetGUIThreadInfo(threadId_, &info);
-  // Another program's window may have come up in front: a person would click back.
+  // Another program's window may be in front: a person would click back.
   if (!info.hwndFocus) SetForegroundWindow(openDialog());
   return info.hwndFocus;
 }

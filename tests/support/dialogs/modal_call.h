@@ -15,13 +15,13 @@ class DialogThread {
  public:
   explicit DialogThread(DWORD threadId) : threadId_(threadId) {}
 
-  // Waits for a visible dialog or message box with this caption; fails the test and answers null when none appears.
+  // Waits for a visible dialog or message box with this caption; fails the test and returns null if none appears.
   HWND dialog(const std::wstring& caption) const;
 
-  // Waits until that window is gone.
+  // Waits until that window is closed.
   void waitForClose(HWND window) const;
 
-  // The window that keys go to, and a key that is pressed and let go there; what it does is seen a little later.
+  // The window with the keyboard focus, and pressing a key there, which takes effect a little later.
   HWND focus() const;
   void press(WPARAM key) const;
 

@@ -35,7 +35,7 @@ std::size_t alignmentFor(std::size_t size) {
   return size == 0 || lowestBit > 16 ? 16 : lowestBit;
 }
 
-// The header of the reservation that `address` lies in, or null when that is not one of this heap's.
+// The header of the reservation that contains `address`, or null if it is not this heap's.
 Header* headerOf(const void* address) {
   MEMORY_BASIC_INFORMATION pages;
   if (VirtualQuery(address, &pages, sizeof pages) != sizeof pages || pages.State == MEM_FREE) return nullptr;
@@ -121,14 +121,14 @@ void* allocate(std::size_t size) noexcept {
 
 using Free = void(__cdecl*)(void*);
 
-// Blocks that the C runtime's own functions made go back to it.
+// Blocks that the C runtime's functions allocated are freed by the runtime.
 void freeForeign(void* block) {
   static const auto runtimeFree = reinterpret_cast<Free>(GetProcAddress(GetModuleHandleW(L"msvcrt.dll"), "free"));
   if (runtimeFree) runtimeFree(block);
 }
 
-// Keeps the address of a freed block out of use until many others have been freed: for ever would end with the
-// system's number of mappings.
+// Keeps the address of a freed block unused until many others have been freed; not for ever, because the system limits
+// mappings.
 void keepFreed(void* base) noexcept {
   static SRWLOCK lock = SRWLOCK_INIT;
   static std::size_t next;
@@ -204,7 +204,7 @@ char* _strdup(const char* text) {
   return copy;
 }
 
-// What the compiler calls through the import table.
+// For calls through the import table.
 void* (*__imp_malloc)(std::size_t) = malloc;
 void* (*__imp_calloc)(std::size_t, std::size_t) = calloc;
 void* (*__imp_realloc)(void*, std::size_t) = realloc;

@@ -8,9 +8,8 @@
 // so that the first byte after a block is unreadable, an underrun of a page is too, and a freed block stays unreadable
 // until 8,192 others have been freed. A block ends exactly at the page's end: it is aligned to the largest power of two that divides
 // its size, at most 16, which is what any object of that size needs.
-//
-// A touch of such a page, a double free, and a free of something else's middle print what was touched, by how many bytes
-// and from which module, and end the process with guardedHeapExitCode.
+// An access to such a page, a double free, and a free of anything but a block's start print the block, the offset and
+// the module, and end the process with guardedHeapExitCode.
 #pragma once
 
 #include <cstddef>

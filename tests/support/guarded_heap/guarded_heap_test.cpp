@@ -1,5 +1,5 @@
-// Proves that the guarded heap catches what it promises: each planted bug runs in a process of its own and must end
-// it with the heap's exit code.
+// Proves that the guarded heap finds errors: each planted bug runs in its own process and must end it with the heap's
+// exit code.
 #include "guarded_heap.h"
 
 #include <gmock/gmock.h>

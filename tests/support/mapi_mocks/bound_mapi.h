@@ -4,7 +4,7 @@
 #include "mapi_heap.h"
 #include "mapi_mocks.h"
 
-// The functions with a behaviour of their own; memory comes from a MapiHeap.
+// Mocked functions; memory comes from a MapiHeap.
 class MockMapiFunctions {
  public:
   MOCK_METHOD(HRESULT, initialize, (void*));

@@ -1,4 +1,4 @@
-// What the mocks do when they are called.
+// Actions and matchers for the mocks.
 #pragma once
 
 #include <cstring>
@@ -11,7 +11,7 @@
 #include "mapi_mocks.h"
 #include "mapi_values.h"
 
-// Hands a reference of `object` out in the call's last argument.
+// Returns a reference of `object` in the call's last argument.
 template <class Object>
 auto handsOut(Object& object) {
   return [&object](auto... arguments) -> HRESULT {
@@ -20,7 +20,7 @@ auto handsOut(Object& object) {
   };
 }
 
-// The same for OpenEntry, which also tells the object's type.
+// The same for OpenEntry, which also returns the object's type.
 template <class Object>
 auto handsOutAs(Object& object, ULONG type) {
   return [&object, type](auto, auto, auto, auto, ULONG* objectType, IUnknown** out) -> HRESULT {

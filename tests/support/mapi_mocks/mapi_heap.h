@@ -10,8 +10,8 @@
 #include <memory>
 #include <vector>
 
-// A block from allocate and those chained to it by allocateMore die together. Freed blocks are overwritten. When the
-// heap ends, a block that still lives fails the test.
+// A block from allocate and those chained to it by allocateMore are freed together. Freed blocks are overwritten. A
+// block that is not freed before the heap's destructor fails the test.
 class MapiHeap {
  public:
   MapiHeap() = default;
@@ -34,7 +34,7 @@ class MapiHeap {
 
   std::size_t liveBlocks() const { return blocks_.size(); }
 
-  // The sizes that allocate was asked for, in order.
+  // The sizes requested from allocate, in order.
   const std::vector<ULONG>& allocations() const { return allocations_; }
 
  private:

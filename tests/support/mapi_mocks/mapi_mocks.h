@@ -33,7 +33,7 @@ class MockObject : public Interface {
   MockObject(const MockObject&) = delete;
   MockObject& operator=(const MockObject&) = delete;
 
-  // A reference for the one who receives it.
+  // Returns a new reference.
   Interface* handOut() {
     AddRef();
     return this;
@@ -116,7 +116,7 @@ class MockPropertyObject : public MockObject<Interface> {
   FENDREL_UNUSED_METHOD(GetIDsFromNames, ULONG, LPMAPINAMEID*, ULONG, LPSPropTagArray*)
 };
 
-// Whatever is read by its properties alone: a mail user.
+// An object of which only properties are read: a mail user.
 using MockProperties = MockPropertyObject<IMAPIProp>;
 
 using MockAttachment = MockPropertyObject<IAttach>;

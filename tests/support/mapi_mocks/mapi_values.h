@@ -1,4 +1,4 @@
-// Property values, rows and row sets as a provider hands them out, made of plain test data.
+// Property values, rows and row sets of a provider, made from plain test data.
 #pragma once
 
 #include <string>
@@ -20,7 +20,7 @@ TestValue binary(ULONG tag, const std::string& bytes);
 TestValue number(ULONG tag, LONG value);
 TestValue flag(ULONG tag, bool value);
 
-// What stands in the place of a value that the provider does not have.
+// The error value for a value that the provider does not have.
 TestValue missing(ULONG tag);
 
 // An array in one allocation chain.

@@ -1,5 +1,5 @@
-// What is instantiated in the library of the mocks, not in each test that uses them. GoogleMock's templates depend on a
-// method's type alone, so methods of one type share them.
+// Templates that are instantiated in the mocks' library instead of in each test. GoogleMock's templates depend only on
+// a method's type, so methods of one type share them.
 #pragma once
 
 #include <gmock/gmock.h>

@@ -22,13 +22,13 @@ void report(const std::string& rule, const std::string& how) {
   }
 }
 
-// The words of a fault without the object that it happened to.
+// The text of a fault without its object.
 std::string ruleOf(const std::string& fault) { return fault.substr(0, std::min(fault.find(" on "), fault.find(": "))); }
 
 }  // namespace
 
 void expectBasicRules(const RecordingMapi& mapi, int32_t unmatched) {
-  // First what was done wrong, then what that left.
+  // First the faults, then what they left.
   for (const std::string& fault : mapi.faults()) report(ruleOf(fault), fault);
   const RecordingCounts counts = mapi.counts();
   if (counts.sessions != 0) report("every session is logged off", std::to_string(counts.sessions) + " are not");

@@ -13,14 +13,14 @@ namespace recording {
 
 class Buffers {
  public:
-  // Gives everything back; nothing that was handed out is valid any more.
+  // Frees everything; no block is valid any more.
   void reset() { blocks_.clear(); }
 
-  // `origin` says in a report of leaks where the block came from.
+  // `origin`: the block's source, for a report of leaks.
   void* allocate(std::size_t size, std::string origin);
   // Null when `top` is not a live block of allocate.
   void* allocateMore(std::size_t size, void* top);
-  // False, with a fault noted, for anything that is not a live block of allocate.
+  // False, with a recorded fault, for anything but a live block of allocate.
   bool free(void* block);
 
   uint32_t liveTop() const { return count(true); }

@@ -15,7 +15,7 @@ std::string entryArguments(ULONG size, const ENTRYID* entryId, const IID* interf
                      interfaceName(interfaceId), static_cast<unsigned long>(flags));
 }
 
-// Hands an object out as the interface that was asked for, or not at all.
+// Returns an object as the requested interface, or fails.
 template <class Made>
 HRESULT handOut(Made* made, const IID* interfaceId, ULONG type, ULONG* objectType, LPUNKNOWN* object) {
   if (interfaceId) {
@@ -115,7 +115,7 @@ STDMETHODIMP SessionObject::QueryIdentity(ULONG* size, LPENTRYID* entryId) {
 }
 
 STDMETHODIMP SessionObject::Logoff(ULONG_PTR window, ULONG flags, ULONG reserved) {
-  // A client has done its part also where the logoff fails.
+  // The client has logged off even if the logoff fails.
   if (!loggedOn_) recorder().fault("logged off twice: " + label());
   if (loggedOn_) --recorder().sessions;
   loggedOn_ = false;

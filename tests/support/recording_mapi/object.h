@@ -1,4 +1,4 @@
-// What every interface of the double shares: COM identity, a count of references that is checked, recorded calls.
+// The base of every interface of the double: COM identity, checked reference counts, recorded calls.
 #pragma once
 
 #include <mapix.h>
@@ -14,7 +14,7 @@
 
 namespace recording {
 
-// An object outlives its last Release until the reset, so that a later call on it is a noted fault and no crash.
+// An object exists until the reset, so that a call after its last Release is a recorded fault instead of a crash.
 class Tracked {
  public:
   Tracked(const char* interfaceName, std::string label);
@@ -40,7 +40,7 @@ class Tracked {
     return recorder().perform(methodName(method), label_, std::move(arguments), body, outputs);
   }
 
-  // The answer of every method that the double does not have.
+  // The result of every method that the double does not implement.
   HRESULT refuse(const char* method) {
     return perform(method, "", [] { return MAPI_E_NO_SUPPORT; });
   }
@@ -104,8 +104,8 @@ class Object : public Interface, public Tracked {
   std::vector<const IID*> identities_;
 };
 
-// The body that MAPI's own method lists declare each method with, in a class that refuses them all. Deriving
-// classes override what the double has.
+// For MAPI's method lists: gives each method a body that refuses. Derived classes override the methods that the double
+// has.
 #define RECORDING_REFUSED \
   { return this->refuse(__func__); }
 

@@ -1,4 +1,4 @@
-// What a call hands out, so that a planned answer can change it.
+// The results of a call, so that a planned answer can change them.
 #pragma once
 
 #include <mapix.h>
@@ -13,7 +13,7 @@ struct Answer {
   int column = -1;  // of values only that one; -1: all
 };
 
-// The addresses that the caller gave; null for those that the call does not have.
+// The caller's out-parameters; null for those that the call does not have.
 struct Outputs {
   IUnknown** object = nullptr;
   ULONG* objectType = nullptr;
@@ -23,10 +23,10 @@ struct Outputs {
   SRowSet** rows = nullptr;
   ULONG* written = nullptr;
 
-  // The answers that fit what was handed out, as bits.
+  // The answers that fit the results, as bits.
   uint32_t answers() const;
 
-  // Changes what was handed out; false when there is nothing of the kind.
+  // Changes the results; false if there is nothing to change.
   bool change(Answer answer) const;
 };
 

@@ -1,4 +1,4 @@
-// Property values that the double keeps, and their way from and to MAPI's form.
+// Property values of the double, and their conversion from and to MAPI's form.
 #pragma once
 
 #include <mapix.h>

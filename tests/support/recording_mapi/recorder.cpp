@@ -66,7 +66,7 @@ void Recorder::planInterruption(const char* name, uint32_t nth, void(WINAPI* fun
 void Recorder::interrupt(std::string_view name) {
   if (!interruption_ || !interruption_->choice.takes(name)) return;
   const Interruption now = *interruption_;
-  interruption_.reset();  // what it calls is not interrupted again
+  interruption_.reset();  // its own calls are not interrupted
   now.function(now.context);
 }
 
@@ -78,7 +78,7 @@ std::optional<HRESULT> Recorder::plannedResult(std::string_view name) {
 }
 
 void Recorder::answer(std::string_view name, const Outputs& outputs, HRESULT& result) {
-  bool changed = false;  // what is changed already is not what it was handed out as
+  bool changed = false;  // the results were changed already
   for (PlannedAnswer& planned : answers_) {
     if (!planned.choice.takes(name) || FAILED(result)) continue;
     if (planned.answer.kind == RECORDING_WARNING)

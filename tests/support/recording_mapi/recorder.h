@@ -19,9 +19,8 @@ class Recorder {
  public:
   void reset();
 
-  // Records one call and carries it out, unless a planned failure keeps it from that. What it hands out through
-  // `outputs` may then be changed by a planned answer. Calls that the double makes to itself while it carries one out
-  // are neither recorded nor failed.
+  // Records one call and executes it, unless a planned failure prevents that. A planned answer may then change
+  // `outputs`. The double's calls to itself meanwhile are neither recorded nor failed.
   template <class Body>
   HRESULT perform(std::string_view name, std::string object, std::string arguments, Body body,
                   const Outputs& outputs = {}, uint32_t kind = RECORDED_CALL) {
@@ -61,7 +60,7 @@ class Recorder {
   int initialised = 0;    // MAPIInitialize less MAPIUninitialize
   uint32_t sessions = 0;  // logged on
 
-  // While one lives, calls are not recorded.
+  // During its lifetime calls are not recorded.
   class Inside {
    public:
     explicit Inside(Recorder& recorder) : recorder_(recorder) { ++recorder_.depth_; }

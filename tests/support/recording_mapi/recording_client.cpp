@@ -184,7 +184,7 @@ RecordingCounts RecordingMapi::counts() const {
 
 std::vector<std::string> RecordingMapi::faults() const {
   std::vector<std::string> faults;
-  counts();  // looks at the freed blocks once more
+  counts();  // checks the freed blocks again
   for (uint32_t index = 0; fault_(index); ++index) faults.push_back(fault_(index));
   return faults;
 }

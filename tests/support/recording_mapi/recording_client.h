@@ -13,7 +13,7 @@
 
 namespace fendrel::test {
 
-// A world to hand to the double. Texts are literals, or outlive the reset that reads them.
+// A world for the double. Texts are literals, or outlive the reset that reads them.
 struct World {
   std::vector<RecordingProfile> profiles;
   std::optional<RecordingIdentity> identity;

@@ -1,5 +1,5 @@
-// A MAPI32.DLL that does what the published stub library does: whoever loads it gets the library that the registry
-// names under Clients\Mail, the user's before the machine's, its DLLPathEx.
+// A MAPI32.DLL like the documented stub library: it forwards to the library that the registry names as DLLPathEx under
+// Clients\Mail, the user's before the machine's.
 #include <windows.h>
 
 #include <mapiutil.h>
@@ -43,7 +43,7 @@ extern "C" {
 
 HRESULT WINAPI MAPIInitialize(LPVOID options) {
   auto* function = REAL(MAPIInitialize);
-  return function ? function(options) : MAPI_E_NOT_FOUND;  // nobody is the mail program
+  return function ? function(options) : MAPI_E_NOT_FOUND;  // there is no mail program
 }
 void WINAPI MAPIUninitialize() { REAL(MAPIUninitialize)(); }
 HRESULT WINAPI MAPILogonEx(ULONG_PTR window, LPTSTR profile, LPTSTR password, ULONG flags, LPMAPISESSION* session) {

@@ -1,4 +1,4 @@
-// What becomes of exceptions at an entry point.
+// Exceptions at an entry point.
 #include "guard.h"
 
 #include <gtest/gtest.h>

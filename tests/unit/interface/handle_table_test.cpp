@@ -1,4 +1,4 @@
-// Handles that stand for objects.
+// Handles of objects.
 #include "handle_table.h"
 
 #include <gtest/gtest.h>

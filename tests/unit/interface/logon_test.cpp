@@ -19,7 +19,7 @@ class JobLogon : public testing::Test {
  protected:
   JobLogon() { job.optionsSupplied = true; }
 
-  // A session that knows its profile and nobody's identity.
+  // A session with a profile name and without an identity.
   void giveSession() {
     EXPECT_CALL(mapi32.functions, logonEx).WillOnce(handsOut(session)).RetiresOnSaturation();
     EXPECT_CALL(session, GetStatusTable).WillOnce(handsOut(status));

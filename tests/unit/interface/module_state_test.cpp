@@ -1,4 +1,4 @@
-// What the module loads once.
+// The texts and libraries that the module loads once.
 #include "module_state.h"
 
 #include <filesystem>
@@ -15,7 +15,7 @@ namespace {
 
 const FendrelDestination& destination() { return *exportDestinations()->destinations[0]; }
 
-// A module with the plug-in's strings stands for the plug-in, alone in its folder.
+// A module with the plug-in's strings replaces the plug-in, alone in its folder.
 class ModuleState : public testing::Test {
  protected:
   ~ModuleState() override {

@@ -1,4 +1,4 @@
-// The ANSI layer over wide functions that the test plays, on a heap whose freed blocks are unreadable.
+// The ANSI layer over the test's fake wide functions, on a heap whose freed blocks are unreadable.
 #include <gmock/gmock.h>
 
 #include <cstring>
@@ -51,7 +51,7 @@ class AnsiLayer : public testing::Test {
 
   void SetUp() override {
     fake = FakeWide();
-    // What the fake writes down takes no memory during a test.
+    // The fake's records must not allocate during a test.
     fake.ended.reserve(1000);
     fake.freedWide.reserve(1000);
     fake.freedAnsi.reserve(1000);
@@ -416,7 +416,7 @@ TEST_F(AnsiLayer, NullTextsStayNullAndEmptyOnesEmpty) {
   EXPECT_STREQ(wideFromAnsiHost("").get(), L"");
 }
 
-// Lets every allocation of a call fail once. Each answers 2 and leaves no block; `undo` lets go of a success.
+// Lets every allocation of a call fail once. Each returns 2 and leaves no block; `undo` releases a success.
 template <class Call, class Undo>
 void failEachAllocation(Call call, Undo undo) {
   for (std::size_t nth = 1; nth < 100; ++nth) {
@@ -439,7 +439,7 @@ class AnsiLayerWithoutMemory : public AnsiLayer {
  protected:
   void SetUp() override {
     AnsiLayer::SetUp();
-    // What lives as long as the program is made now: tables, and what the first exception of all takes.
+    // Creates permanent allocations now: tables, and those of the first exception.
     open();
     end();
     guardedHeapFail(1);
@@ -542,7 +542,7 @@ TEST_F(AnsiLayer, TheListIsBuiltOnceByThreadsThatAskAtOnce) {
   fake.list = &list;
   fake.listDelay = 200;
   constexpr int count = 4;
-  // Not std::barrier: in this compiler's library for Windows a thread now and then sleeps on.
+  // Not std::barrier: with this compiler's library for Windows a thread sometimes does not wake up.
   const std::unique_ptr<void, decltype(&CloseHandle)> start(CreateEventW(nullptr, TRUE, FALSE, nullptr), &CloseHandle);
   std::vector<std::thread> threads;
   for (int thread = 0; thread < count; ++thread)

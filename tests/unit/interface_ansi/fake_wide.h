@@ -1,4 +1,4 @@
-// The wide functions as the ANSI layer finds them by name, played by the test program itself.
+// Fake wide functions, exported by the test program, which the ANSI layer finds by name.
 #pragma once
 
 #include <functional>
@@ -10,7 +10,7 @@
 namespace fendrel::test {
 
 struct FakeWide {
-  // What the functions answer.
+  // The functions' results.
   uint32_t initCode = FENDREL_SUCCESS, encodeCode = FENDREL_SUCCESS, decodeCode = FENDREL_SUCCESS;
   uint32_t termCode = FENDREL_SUCCESS;
   const FendrelDestinationList* list = nullptr;
@@ -20,7 +20,7 @@ struct FakeWide {
   DestinationOptions* encoded = nullptr;             // given out by the encoder
   std::function<DestinationOptions*()> makeDecoded;  // by the decoder
 
-  // What they were called with.
+  // Their recorded calls.
   std::function<void()> atEnd;  // of a job
   LONG listsAsked = 0;          // by any thread
   std::function<void(const FendrelFileList*)> lookAtFiles;

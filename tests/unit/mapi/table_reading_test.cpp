@@ -27,7 +27,7 @@ class TableReading : public testing::Test {
     table.OpenHierarchyTable(&folder);
   }
 
-  // The row numbers that NextRow hands out until it ends.
+  // The row numbers that NextRow returns until it ends.
   std::vector<LONG> readAll(CMAPITable& table) {
     std::vector<LONG> numbers;
     while (const SRow* const row = table.NextRow()) numbers.push_back(row->lpProps[0].Value.l);

@@ -1,4 +1,4 @@
-// A session with message stores and folders made of mocks, and rows as their tables give them.
+// A session with message stores and folders made of mocks, and the rows of their tables.
 #pragma once
 
 #include <list>

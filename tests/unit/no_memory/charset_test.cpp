@@ -21,14 +21,14 @@ namespace {
 
 struct Operation {
   const char* name;
-  std::size_t conversions;  // each of which may be the one that fails
+  std::size_t conversions;  // each may fail
   std::function<long long()> call;
   long long failure;
 };
 
 void PrintTo(const Operation& operation, std::ostream* out) { *out << operation.name; }
 
-// What is the caller's: nothing of it is touched by a failure.
+// The caller's buffer: a failure must not change it.
 wchar_t g_buffer[64] = L"text";
 wchar_t g_text[] = L"text";
 
@@ -125,7 +125,7 @@ std::vector<Operation> operations() {
 INSTANTIATE_TEST_SUITE_P(Operations, Unconvertible, testing::ValuesIn(operations()),
                          [](const auto& row) { return row.param.name; });
 
-// As a person who chooses a file.
+// Like a person who chooses a file.
 BOOL WINAPI chooseFile(OPENFILENAMEA* dialog) {
   std::strcpy(dialog->lpstrFile, "C:\\new.txt");
   std::strcpy(dialog->lpstrFileTitle, "new.txt");

@@ -1,4 +1,4 @@
-// What hosts are given of a destination, packed and unpacked.
+// A destination as hosts get it, packed and unpacked.
 #include "options_encoding.h"
 
 #include <gtest/gtest.h>

@@ -51,7 +51,7 @@ class PackedRecord {
 using WidePackedRecord = PackedRecord<DestinationOptions, wchar_t>;
 using AnsiPackedRecord = PackedRecord<DestinationOptionsA, char>;
 
-// The block that the plug-in hands to hosts, as they give it back: version 2, the stated size thirty bytes short.
+// The plug-in's block as hosts hand it back: version 2, the stated size thirty bytes too small.
 inline std::vector<std::byte> encodedRecord(const fendrel::Destination& destination) {
   fendrel::EncodedOptions encoded;
   std::uint16_t size = 0;

@@ -116,7 +116,7 @@ TEST_F(TlvFileTest, FindTagOnAStreamThatLacksTheTagEndsWith264) {
   EXPECT_EQ(stream->FindTag(9), 264);
 }
 
-// The skip does not look whether the value is there.
+// Skipping does not check that the value exists.
 TEST_F(TlvFileTest, SkipOfAnItemWhoseValueIsCutStandsBehindTheEnd) {
   open(item(5, "abcd").substr(0, 6));
   EXPECT_EQ(stream->SkipItem(), 0);

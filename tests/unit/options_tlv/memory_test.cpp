@@ -119,7 +119,7 @@ TEST_F(TlvMemoryReading, ALengthOf65520IsAcceptedAnd65521Refused) {
   EXPECT_EQ(stream->PeekItem(tag, length), 268);
 }
 
-// The position has 16 bits: after 65,535 bytes it comes round to the start.
+// The position has 16 bits: after 65,535 bytes it wraps to the start.
 TEST_F(TlvMemoryReading, APositionBehind65535ComesRound) {
   open(item(5, std::string(65520, 'x')) + item(6, std::string(8, 'y')) + item(7, "z"));
   EXPECT_EQ(stream->SkipItem(), 0);

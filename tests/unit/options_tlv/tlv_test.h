@@ -1,4 +1,4 @@
-// What the tests of tagged streams share.
+// Shared by the tests of tagged streams.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -30,7 +30,7 @@ inline MemoryBlock blockOf(std::string_view content) {
   return block;
 }
 
-// An item as it stands in a stream.
+// An item in a stream.
 inline std::string item(int tag, std::string_view value) {
   std::string result;
   for (const int part :

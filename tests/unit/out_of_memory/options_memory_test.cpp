@@ -24,7 +24,7 @@ class OptionsMemory : public testing::Test {
     ansi.folderPath = ansiPath.data();
   }
 
-  // Converts with each allocation failing in turn; the number of those that there are.
+  // Converts with each allocation failing in turn; returns the number of allocations.
   template <class From, class To>
   static int sweep(From& options) {
     for (int nth = 1; nth < noLimit; ++nth) {

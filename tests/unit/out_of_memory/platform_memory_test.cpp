@@ -66,7 +66,7 @@ TEST(PlatformMemory, StringThatCannotBeCopiedIsCodeTwo) {
 TEST(PlatformMemory, LanguageSearchWithoutMemoryIsThePluginItself) {
   const HMODULE own = GetModuleHandleW(nullptr);
   HMODULE library = nullptr, chosen = nullptr;
-  // What the first exception allocates for good is not counted.
+  // Permanent allocations of the first exception are not counted.
   withFailingAllocation(1, [&] { chosen = LoadResourceModule(own, L"R7Kqe", library); });
   const auto outcome = withFailingAllocation(1, [&] { chosen = LoadResourceModule(own, L"R7Kqe", library); });
   EXPECT_TRUE(outcome.failed);

@@ -1,5 +1,5 @@
 // The built plug-in through its exports, with every one of its allocations failing in turn: no crash, nothing left,
-// the code for it wherever the failure counts.
+// code 2 wherever the failure matters.
 #include "abi_test.h"
 #include "failing_memory.h"
 
@@ -44,7 +44,7 @@ class JobMemory : public PluginMemory {
   void SetUp() override {
     PluginMemory::SetUp();
     ASSERT_EQ(plugin().initialize(), 0u);
-    // What is made once and kept, also by the first exception, is made before anything is counted.
+    // Permanent allocations, also of the first exception, come before the count.
     ASSERT_EQ(openJob(), 0u);
     endJob();
     without(1, [&] { EXPECT_EQ(openJob(), 2u); });
@@ -81,14 +81,14 @@ TEST_F(JobMemory, SetUpFailsWithItsCodeAndLeavesNoJob) {
     options.version = 2;
     std::uint32_t code = 0;
     const auto outcome = without(nth, [&] { code = openJob(); });
-    // Only where the record's working copy cannot be had, the version is left at 1.
+    // Only if the record's working copy cannot be allocated, the version is left at 1.
     if (options.version != 2) {
       EXPECT_EQ(options.version, 1u);
       ++withoutVersion;
     }
     if (code == 0) {
       EXPECT_NE(job, 0u);
-      endJob();  // a sender that cannot be read is done without
+      endJob();  // a missing sender is not a failure
     } else {
       EXPECT_EQ(code, 2u);
       EXPECT_EQ(job, 0u);
@@ -117,7 +117,7 @@ TEST_F(JobMemory, ExportFailsWithACodeOfItsOwnAndLeavesNothing) {
     ASSERT_EQ(openJob(), 0u);
     std::uint32_t code = 0;
     const auto outcome = without(nth, [&] { code = plugin().exportToDestination(job, paths.record()); });
-    // The copy buffer has a code of its own, and the first file's failure does not count.
+    // The copy buffer has its own code, and the first file's failure has no effect.
     if (code == FENDREL_FAILED)
       EXPECT_STREQ(plugin().getErrorText(job), L"MAPI_E_INVALID_PARAMETER");
     else

@@ -1,4 +1,4 @@
-// Which functions the character-set layer takes, by what the system says that it is.
+// The choice of functions in the character-set layer by the system's version.
 #include <gtest/gtest.h>
 
 #include "charset_mode.h"

@@ -1,4 +1,4 @@
-// Which language library is chosen. The libraries are real, small ones, copied under the names that a case needs.
+// The choice of the language library. The libraries are small real ones, copied under the names that a case needs.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -24,7 +24,7 @@ std::wstring fileName(HMODULE module) {
   return std::filesystem::path(path).filename().wstring();
 }
 
-// A plug-in's folder with a module of its own in it, no atoms, and an empty language of the user.
+// A plug-in's folder with a module in it, no atoms, and no language of the user.
 class LanguageChoice : public testing::Test {
  protected:
   LanguageChoice() {

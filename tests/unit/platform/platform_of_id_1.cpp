@@ -1,4 +1,4 @@
-// The layer's mode as it is compiled for a system that says it is of platform id 1, major version 5.
+// The layer's mode on a system that reports platform id 1, major version 5.
 #include <windows.h>
 
 int systemAsked = 0;

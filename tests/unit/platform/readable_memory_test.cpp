@@ -1,4 +1,4 @@
-// What the system says may be read.
+// Memory that the system reports as readable.
 #include "readable_memory.h"
 
 #include <gtest/gtest.h>
@@ -97,7 +97,7 @@ TEST_F(ReadableText, WithoutItsTerminatorIsNone) {
 TEST_F(ReadableText, WithHalfATerminatorIsNone) {
   start[2 * page - 1] = std::byte{0};
   EXPECT_FALSE(isText<wchar_t>(2 * page - 10));
-  EXPECT_FALSE(isText<wchar_t>(2 * page - 9));  // its last character is cut
+  EXPECT_FALSE(isText<wchar_t>(2 * page - 9));  // its last character is truncated
 }
 
 TEST_F(ReadableText, GoesOnOverPagesOfDifferentProtectionAndOddAddresses) {

@@ -1,4 +1,4 @@
-// What the tests of the character-set layer share. They run with ANSI code page 1252 and again with 932.
+// Shared by the tests of the character-set layer. They run with ANSI code page 1252 and again with 932.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -11,7 +11,7 @@
 
 namespace fendrel::test {
 
-// Takes the ANSI path while it lives.
+// Uses the ANSI path during its lifetime.
 class AnsiPath {
  public:
   AnsiPath() : before_(g_bUseAnsi) { g_bUseAnsi = true; }
@@ -25,11 +25,11 @@ class AnsiPath {
 
 inline bool isDoubleByte() { return GetACP() == 932; }
 
-// Text of the code page that has more bytes than letters there if any can, and text that it has no letters for.
+// Text of the code page, with more bytes than letters if possible, and text outside of it.
 inline std::wstring nativeText() { return isDoubleByte() ? L"日本語の報告書ソ表" : L"Grüße für Zoë"; }
 inline std::wstring foreignText() { return isDoubleByte() ? L"Ψ한글Ж" : L"日本語Ж"; }
 
-// What the ANSI code page makes of a text.
+// A text after conversion to the ANSI code page and back.
 inline std::wstring thereAndBack(const std::wstring& text) {
   HeapAnsiText ansi;
   HeapText wide;
@@ -37,7 +37,7 @@ inline std::wstring thereAndBack(const std::wstring& text) {
   return wide.get();
 }
 
-// A result and the text that came with it.
+// A result and its text.
 struct TextAnswer {
   long long result;
   std::wstring text;
@@ -47,7 +47,7 @@ inline void PrintTo(const TextAnswer& answer, std::ostream* out) {
   *out << answer.result << ' ' << testing::PrintToString(answer.text);
 }
 
-// Calls `read(buffer, size)` with a buffer of which only `size` characters may be written.
+// Calls `read(buffer, size)` and checks that only `size` characters of the buffer are written.
 template <class Read>
 TextAnswer readText(int size, Read read) {
   constexpr wchar_t untouched = 0xFDFD;

@@ -10,7 +10,7 @@
 namespace fendrel::test {
 namespace {
 
-// Starts cmd so that it ends with the code that stands in its native directory's file.
+// Starts cmd so that it ends with the code in its native directory's file.
 DWORD startAndWait(const std::wstring& directory) {
   SHELLEXECUTEINFOW info{};
   info.cbSize = sizeof info;

@@ -277,7 +277,7 @@ TEST_F(CharsetWindow, GetDlgItemTextIntoABufferWithoutRoomGives0) {
   EXPECT_EQ(charset::getDlgItemText(parent, editId, nullptr, -3), 0u);
 }
 
-// Ends a dialog as soon as it is there, with the parameter that it was given.
+// Ends a dialog as soon as it opens, with its parameter.
 INT_PTR CALLBACK endAtOnce(HWND dialog, UINT message, WPARAM, LPARAM parameter) {
   if (message != WM_INITDIALOG) return FALSE;
   EndDialog(dialog, parameter);

@@ -182,7 +182,7 @@ TEST_F(FileHelpers, ARead100BytesAt40BeforeTheEndReturns264With40Done) {
   FileClose(handle);
 }
 
-// 65,535 is what a failed call looks like in 16 bits.
+// In 16 bits, 65,535 looks like a failed call.
 TEST_F(FileHelpers, AReadOf65535BytesThatSucceedsCountsAsFailed) {
   const HANDLE handle = open(make(L"a", std::string(70000, 'x')));
   std::vector<char> buffer(65535);

@@ -1,4 +1,4 @@
-// Failures in the host's terms.
+// Mapping failures for the host.
 #include "error_text.h"
 
 #include <gtest/gtest.h>
@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::uint32_t failed = 0xFFFFFFFF;
 
-// One row of the mapping; a null text leaves the words as they were.
+// One row of the mapping; a null text does not change the error text.
 struct Mapping {
   const char* row;
   std::uint32_t result;
@@ -28,7 +28,7 @@ struct Mapping {
 
 class ErrorMapping : public testing::TestWithParam<Mapping> {};
 
-// Without a resource module, so that loaded texts are the program's own.
+// Without a resource module, so that texts come from the program.
 TEST_P(ErrorMapping, GivesCodeAndWords) {
   ErrorText text;
   text.assign(L"before");

@@ -11,7 +11,7 @@
 
 class PostingFixture : public testing::Test {
  protected:
-  // A file with its report name; its own name differs, so that the two cannot be mixed up.
+  // A file with its report name; the file's name differs, so that the two cannot be confused.
   void addFile(const std::wstring& reportName, const std::string& content = "content") {
     addMissingFile(reportName);
     std::ofstream(std::filesystem::path(paths.back()), std::ios::binary) << content;

@@ -26,7 +26,7 @@ std::vector<SetProperty> copyProperties(const SPropValue* values, ULONG count) {
 }
 
 PostedMessage::PostedMessage(MapiHeap& heap, ULONG createFlags) : flags(createFlags) {
-  // Every set hands out a problem array, which its caller frees.
+  // Every SetProps returns a problem array, which its caller frees.
   const auto keep = [&heap](std::vector<SetProperty>& kept) {
     return [&heap, &kept](ULONG count, SPropValue* values, SPropProblemArray** problems) {
       kept = copyProperties(values, count);

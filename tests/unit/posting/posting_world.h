@@ -21,8 +21,8 @@ struct SetProperty {
 };
 std::vector<SetProperty> copyProperties(const SPropValue* values, ULONG count);
 
-// An ordinary or associated message that keeps what is set on it and on its one attachment. Each call may still be
-// expected by a test.
+// An ordinary or associated message that keeps the properties set on it and on its one attachment. Tests may still
+// expect each call.
 class PostedMessage : public testing::NiceMock<MockMessage> {
  public:
   explicit PostedMessage(MapiHeap& heap, ULONG createFlags);
@@ -38,7 +38,7 @@ class PostedMessage : public testing::NiceMock<MockMessage> {
   const SetProperty* find(ULONG tag) const;
 };
 
-// A folder that makes such messages, and whose child folders stand in a table.
+// A folder that makes such messages, with a table of child folders.
 class TestFolder : public testing::NiceMock<MockFolder> {
  public:
   explicit TestFolder(MapiHeap& heap);

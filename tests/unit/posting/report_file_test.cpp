@@ -1,4 +1,4 @@
-// Copying a file into an attachment: what a host cannot bring about.
+// Copying a file into an attachment: cases that a host cannot cause.
 #include "report_file.h"
 
 #include <filesystem>

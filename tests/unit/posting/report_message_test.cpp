@@ -1,4 +1,4 @@
-// Posting one report without what every export has.
+// Posting one report with missing arguments.
 #include "report_message.h"
 
 #include <filesystem>

@@ -1,4 +1,4 @@
-// Whether a report name is used: the comparison with the hidden messages of a folder.
+// Whether a report name is in use: the comparison with the hidden messages of a folder.
 #include "report_naming.h"
 
 #include <cstring>
@@ -24,7 +24,7 @@ class UsedNames : public UiTest {
     UiTest::TearDown();
   }
 
-  // A message of the folder that carries this name.
+  // Adds a message with this name to the folder.
   void addMessage(const char* name, ULONG flags = MAPI_ASSOCIATED) {
     ComPtr<IMessage> message;
     ASSERT_EQ(folder()->CreateMessage(nullptr, flags, &message), S_OK);
@@ -113,7 +113,7 @@ TEST_F(UsedNames, OfATableThatIsBusyForAWhileAreFound) {
   }
 }
 
-// The wait succeeds, and the rows that were asked for before it have not come.
+// The wait succeeds, but the requested rows have not arrived.
 TEST_F(UsedNames, OfATableThatIsBusyMidwayEndWhereItWas) {
   for (int i = 0; i < 50; ++i) addMessage("B");
   addMessage("A");

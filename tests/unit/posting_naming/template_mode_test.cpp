@@ -185,7 +185,7 @@ TEST_F(TemplateExport, OfAPersonalReportPostsIntoCommonViews) {
   EXPECT_TRUE(mapi.messages()[0].associated);
 }
 
-// Names are asked for all the same; what is posted then has no folder.
+// Names are still asked for, but there is no folder to post into.
 TEST_F(TemplateExport, OfAPersonalReportWithoutCommonViewsFailsForEachFile) {
   World world = standardWorld();
   world.stores[0].validFolderMask = FOLDER_IPM_SUBTREE_VALID;

@@ -1,4 +1,4 @@
-// The folder dialog as a person sees and uses it.
+// The folder dialog as a user sees and uses it.
 #include "import_hook.h"
 #include "ui_fixture.h"
 
@@ -195,7 +195,7 @@ TEST_F(FolderDialogTest, LabelThatIsTooLongEndsInDots) {
   closeBy([&] { click(dialog(), IDCANCEL); });
 }
 
-// What the tree is told while it is filled, and the cursor then.
+// Messages to the tree while it is filled, and the cursor at that time.
 struct Told {
   UINT message;
   bool redraws;

@@ -17,7 +17,7 @@ class SmallDialogs : public testing::Test {
 
 class TypeDialog : public SmallDialogs {
  protected:
-  // Asks, and answers with what `use` does in the dialog.
+  // Opens the dialog, and closes it by `use`.
   BOOL ask(const std::function<void(HWND)>& use) {
     BOOL result = -1;
     ModalCall call([&] { result = CDestFolderTypeDialog::DoModal(nullptr, type); });

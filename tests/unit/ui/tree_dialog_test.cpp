@@ -1,4 +1,4 @@
-// The tree dialog's routing of messages, and dialogs one above the other.
+// The tree dialog's routing of messages, and nested dialogs.
 #include "tree_dialog.h"
 
 #include "dest_folder_type_dialog.h"

@@ -21,7 +21,7 @@ class UiTest : public ::testing::Test {
   void SetUp() override { logOn(standardWorld()); }
   void TearDown() override;
 
-  // Logs on anew in another world.
+  // Logs on again in another world.
   void logOn(const World& world);
 
   IMAPISession* session() const { return session_.Get(); }
@@ -37,7 +37,7 @@ class UiTest : public ::testing::Test {
 // The folder dialog, open.
 class FolderDialogTest : public UiTest {
  protected:
-  // What the dialog left when it had closed.
+  // The dialog's results.
   struct Outcome {
     BOOL result = -1;
     std::optional<std::wstring> path;
@@ -46,7 +46,7 @@ class FolderDialogTest : public UiTest {
   void open();
   void open(const World& world);
 
-  // Closes the dialog by what `close` does and answers what it left.
+  // Closes the dialog with `close` and returns its results.
   Outcome closeBy(const std::function<void()>& close);
 
   HWND dialog() const { return dialog_; }

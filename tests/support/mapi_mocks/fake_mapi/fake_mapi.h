@@ -1,4 +1,4 @@
-// A MAPI32.DLL without a mind of its own: its functions go to a test program's. Variants of it lack one export each.
+// A MAPI32.DLL whose functions forward to the test program's. Variants of it lack one export each.
 #pragma once
 
 #include <windows.h>
