@@ -14,7 +14,7 @@ struct StoreColumns {
   ULONG tags[2] = {PR_DISPLAY_NAME_W, PR_ENTRYID};
 };
 
-// Opens the entry of the row with the display name; null when there is none.
+// Opens the entry of the row with this display name; null if there is none.
 template <class Open>
 void openNamed(const Mapi& mapi, IMAPITable* table, const wchar_t* name, Open open) {
   StoreColumns columns;

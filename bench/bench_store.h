@@ -1,4 +1,4 @@
-// The local store as both ways of posting find it: loaded, with a profile and a folder.
+// The local store for both ways of posting: loaded, with a profile and a folder.
 #pragma once
 
 #include <windows.h>
@@ -28,18 +28,18 @@ struct Mapi {
   HRESULT(STDAPICALLTYPE* getOneProp)(IMAPIProp*, ULONG, SPropValue**);
 };
 
-// Ends the program with a message when `result` is a failure.
+// Ends the program with a message if `result` is a failure.
 void require(HRESULT result, const char* what);
 
 // Loads <build>/bin/store/MAPI32.DLL with its database at `store`, and makes profile and folder once.
 Mapi openStore(const std::wstring& buildFolder, const std::wstring& store);
 
-// Logs on and opens the folder that is posted into, for writing.
+// Logs on and opens the target folder for writing.
 struct OpenFolder {
   ComPtr<IMAPISession> session;
   ComPtr<IMsgStore> store;
   ComPtr<IMAPIFolder> folder;
-  std::vector<BYTE> identity, searchKey;  // of who is logged on
+  std::vector<BYTE> identity, searchKey;  // of the user who is logged on
 };
 OpenFolder openFolder(const Mapi& mapi);
 

@@ -99,7 +99,7 @@ void postOne(const Mapi& mapi, const OpenFolder& open, const std::wstring& file,
 
 void postDirectly(const Mapi& mapi, const std::vector<std::wstring>& files, const std::vector<std::wstring>& names) {
   const OpenFolder open = openFolder(mapi);
-  // As the plug-in's, which grows by each file's extension up to its bound.
+  // Like the plug-in's, to which each file's extension is appended up to a limit.
   std::wstring messageClass = L"IPM.DOCUMENT.*";
   for (std::size_t file = 0; file < files.size(); ++file) {
     messageClass += std::wstring(L"BIN").substr(0, 255 - messageClass.size());

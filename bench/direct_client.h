@@ -1,4 +1,4 @@
-// Posts files with the MAPI calls and the values that the plug-in makes and gives, but without the plug-in.
+// Posts files with the same MAPI calls and values as the plug-in, but without the plug-in.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 
 namespace fendrel::bench {
 
-// Logs on, opens the folder and posts every file as a message with the file attached, `names` being the report names.
+// Logs on, opens the folder and posts every file as a message with the file attached. `names`: the report names.
 void postDirectly(const Mapi& mapi, const std::vector<std::wstring>& files, const std::vector<std::wstring>& names);
 
 }  // namespace fendrel::bench

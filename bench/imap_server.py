@@ -1,4 +1,4 @@
-"""A Dovecot server of this run's own with a maildir and its default settings, and messages appended to it by IMAP."""
+"""A new Dovecot server for each run, with a maildir and default settings, and messages appended to it by IMAP."""
 
 import getpass
 import os
@@ -56,8 +56,8 @@ def _everyone_may_enter(folder: Path) -> bool:
     return all(part.stat().st_mode & stat.S_IXOTH for part in (folder, *folder.parents))
 
 
-# Root's mail belongs to nobody, who may not be let into the folder that the benchmark works in. Its place is then as near
-# as can be, on the same disk: anything else would be another disk's speed.
+# Root's mail belongs to the user nobody, who may have no access to the benchmark's folder. Then the mail is kept as
+# close as possible, on the same disk: another disk would have another speed.
 def _place(wanted: Path) -> Path:
     if os.getuid() != 0 or _everyone_may_enter(wanted):
         return wanted
@@ -68,7 +68,7 @@ def _place(wanted: Path) -> Path:
 
 
 class ImapServer:
-    """Runs while it is used with `with`. The mail belongs to nobody when the run is root's, whom Dovecot refuses."""
+    """Runs inside a `with` block. For root, whom Dovecot refuses, the mail belongs to the user nobody."""
 
     def __init__(self, folder: Path):
         self.folder = Path(tempfile.mkdtemp(prefix="fendrel-bench-", dir=_place(folder)))
@@ -110,7 +110,7 @@ class ImapServer:
         raise SystemExit(f"Dovecot refused a message: {answer.decode(errors='replace').strip()}\n{self._log()}")
 
     def append_seconds(self, count: int, size: int) -> float:
-        """Appends `count` messages of `size` bytes, header included, and returns how long that took."""
+        """Appends `count` messages of `size` bytes, header included, and returns the time."""
         message = _message(size)
         with socket.create_connection(("127.0.0.1", self.port)) as connection:
             answers = connection.makefile("rb")

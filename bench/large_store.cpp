@@ -1,9 +1,8 @@
-// large_store FOLDER: what a folder of 100,000 messages costs to open and to list, in one run.
+// large_store FOLDER: times opening and listing a folder of 100,000 messages, in one run.
 //
 //   open   logging on, opening store and folder; beside the same on an empty store, in turns
 //   list   reading every row of the folder's contents table in batches of 50, with 1,000, 10,000 and 100,000 messages
-//
-// The messages are copies of one that is posted. While they are made, nothing is synced: this measures reading.
+// The messages are copies of a posted one. They are made without syncing, because this measures reading.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -30,7 +29,7 @@ void checked(store::Status status, const char* what) {
   require(status == store::Status::Ok ? S_OK : MAPI_E_CALL_FAILED, what);
 }
 
-// Copies the folder's one message until there are `wanted`.
+// Copies the folder's only message until there are `wanted`.
 class Filler {
  public:
   explicit Filler(const std::wstring& path) {
@@ -121,7 +120,7 @@ int run(const std::wstring& folder) {
   const Mapi mapi = openStore(build, large);
   postDirectly(mapi, {report}, {L"report.csv"});
   for (const int size : sizes) {
-    Filler(large).fill(size);  // gone before anything is measured: an open connection helps the next
+    Filler(large).fill(size);  // closed before measuring: an open connection would help the next one
     const double time = listing(mapi, size);
     std::printf("list, %7d messages             %10.2f ms  %6.2f us a row\n", size, time, time * 1000 / size);
   }

@@ -1,5 +1,5 @@
 // native_write FOLDER COUNT SIZE: writes COUNT files of SIZE bytes to FOLDER the durable way (write, fsync, rename,
-// fsync of the folder) with plain Linux calls, and prints the seconds that it took.
+// fsync of the folder) with plain Linux calls, and prints the seconds.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -18,8 +18,7 @@ void require(bool condition, const char* what) {
   std::exit(1);
 }
 
-// Writes and deletes as much as will be written, as the other ways do before their time runs; last in pieces as they will
-// be written.
+// Writes and deletes as much as will be written, like the other ways do before timing; last in pieces of the same size.
 void touchMemory(const std::string& folder, unsigned long long size) {
   const std::vector<char> bytes(128 * 1024);
   std::vector<std::string> names;

@@ -1,10 +1,10 @@
 // post_bench plugin|direct FOLDER COUNT SIZE: posts COUNT files of SIZE bytes, written to FOLDER first, into a store
-// in FOLDER, and prints the seconds that posting took and the most memory that the process had by then, in MiB.
-// "plugin" goes through FENDREL.DLL, as one export of one job; "direct" makes the same MAPI calls itself.
+// in FOLDER, and prints the seconds of posting and the process's peak memory in MiB. "plugin" uses FENDREL.DLL, with
+// one export of one job; "direct" makes the same MAPI calls itself.
 //
 // post_bench share FOLDER COUNT SIZE ROUNDS: posts the files both ways in turn, ROUNDS times each, and prints the
-// median of the rounds' ratios, plug-in to direct. One process, one store, and no more than moments apart: so the disk
-// and the machine are the same for both.
+// median of the rounds' ratios, plug-in to direct. One process, one store, and close in time, so that the disk and the
+// machine are the same for both.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -43,14 +43,14 @@ void writeInput(const std::wstring& path, std::size_t size) {
     require(WriteFile(file, block.data(), count, &written, nullptr) ? S_OK : MAPI_E_NOT_ENOUGH_DISK, "WriteFile");
     left -= count;
   }
-  // What is timed is posting, not the disk's work on the files to post.
+  // Posting is timed, not writing the files to post.
   FlushFileBuffers(file);
   CloseHandle(file);
 }
 
-// Writes as much as posting will write, in small pieces and in large ones, for which systems take memory of different
-// places; then deletes it. So memory which a virtual machine's host has to provide first is there for every way. Last
-// come the pieces in which the way itself writes, here the store's large ones: what was used last is taken first.
+// Writes as much as posting will write, in small and in large pieces, for which systems use different memory; then
+// deletes it. Memory that a virtual machine's host must provide first is then available for every way. The pieces of
+// the way itself, here the store's large ones, come last: memory used last is reused first.
 void touchMemory(const std::wstring& folder, std::uint64_t size) {
   const std::vector<char> bytes(128 * 1024);
   std::vector<HANDLE> files;
@@ -73,7 +73,7 @@ double mostMemory() {
   return static_cast<double>(counters.PeakWorkingSetSize) / (1024 * 1024);
 }
 
-// FENDREL.DLL's entry points that one export takes.
+// FENDREL.DLL's entry points for one export.
 class Plugin {
  public:
   explicit Plugin(const std::wstring& path) : module_(LoadLibraryW(path.c_str())) {
@@ -167,7 +167,7 @@ int runInTurn(const std::wstring& folder, std::size_t count, std::size_t size, s
   touchMemory(folder, count * size);
   const auto throughPlugin = [&] { plugin.post(input.files, input.names); };
   const auto directly = [&] { postDirectly(mapi, input.files, input.names); };
-  throughPlugin();  // whoever is first finds everything for the first time
+  throughPlugin();  // the first way would pay for all first uses
   directly();
   std::vector<double> ratios;
   for (std::size_t round = 0; round < rounds; ++round) {

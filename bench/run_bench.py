@@ -14,10 +14,10 @@ from imap_server import ImapServer
 
 KIB, MIB = 1024, 1024 * 1024
 CASES = [("4 KiB", 1000, 4 * KIB), ("64 KiB", 200, 64 * KIB), ("1 MiB", 50, MIB), ("256 MiB", 1, 256 * MIB)]
-# Smaller exports, so that both ways are never more than moments apart, and how often each way makes them in turn.
+# Smaller exports, so that both ways run close in time, and the number of rounds.
 SHARES = [("4 KiB", 200, 4 * KIB, 40), ("64 KiB", 50, 64 * KIB, 60), ("1 MiB", 10, MIB, 40),
           ("256 MiB", 1, 256 * MIB, 9)]
-# What posting through the plug-in is to reach: throughput as a multiple of another way's.
+# The goals of posting through the plug-in: throughput as a multiple of another way's.
 GOALS = [("4 KiB", "Dovecot", 5), ("64 KiB", "Dovecot", 2), ("1 MiB", "Dovecot", 1.7), ("256 MiB", "Dovecot", 2),
          ("4 KiB", "native", 0.9), ("64 KiB", "native", 0.7), ("1 MiB", "native", 0.9), ("256 MiB", "native", 0.9),
          ("256 MiB", "dd", 1.5)]
@@ -25,7 +25,7 @@ MOST_MEMORY, LONGEST_OPENING = 48, 1.2  # MiB for 1 GiB; 100,000 messages as a m
 WORK = Path("build/bench/work").absolute()
 
 
-# An empty folder, when the disk has done with everything before.
+# An empty folder, after the disk has finished earlier work.
 def fresh_folder() -> Path:
     shutil.rmtree(WORK, ignore_errors=True)
     WORK.mkdir(parents=True)
@@ -33,10 +33,10 @@ def fresh_folder() -> Path:
     return WORK
 
 
-# Writes as much as a run will write, in large pieces and in small ones, and deletes it, the last thing before its time
-# runs; post_bench and native_write do so too, each with the pieces last in which it writes. The host of a virtual
-# machine takes away memory that lies idle and gives it back page by page, which costs up to some milliseconds a MiB, and
-# which way of posting paid for it would depend on the one before.
+# Writes as much as a run will write, in large and in small pieces, and deletes it, directly before timing; post_bench
+# and native_write do the same, each with its own kind of pieces last. The host of a virtual machine takes idle memory
+# away and returns it page by page, at a cost of up to some milliseconds per MiB, and the previous way would determine
+# which way pays for it.
 def touch_memory(size: int) -> None:
     scratches = []
     for piece in (128 * KIB, 4 * KIB):
@@ -76,7 +76,7 @@ def by_dd(size: int) -> float:
     return time.perf_counter() - start
 
 
-# What a database alone takes, natively: one row a post, with the store's page size and as durable.
+# The time of only a database, natively: one row per post, with the store's page size and durability.
 def by_sqlite(count: int, size: int) -> float:
     database = sqlite3.connect(fresh_folder() / "plain.db", isolation_level=None)
     database.executescript("PRAGMA page_size = 8192; PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL;"
@@ -97,7 +97,7 @@ def by_imap(count: int, size: int) -> float:
         return server.append_seconds(count, size)
 
 
-# Seconds, and the most memory of the process in MiB.
+# Seconds, and the process's peak memory in MiB.
 def posted(way: str, count: int, size: int) -> tuple[float, float]:
     seconds, memory = output_of(["tools/run-wine", "build/release/bench/post_bench.exe", way,
                                  windows(fresh_folder()), str(count), str(size)]).split()
@@ -139,7 +139,7 @@ def main() -> None:
             compared["SQLite"] = by_sqlite
         times = {way: [] for way in compared}
         for turn in range(rounds):
-            # In another order each time: whatever one way leaves behind, not always the same one pays for it.
+            # In a different order each time, so that the after-effects of one way do not always affect the same one.
             order = list(compared)
             random.Random(turn).shuffle(order)
             for way in order:

@@ -1,4 +1,4 @@
-// How the benchmarks take times.
+// Timing of the benchmarks.
 #pragma once
 
 #include <algorithm>

@@ -1,9 +1,9 @@
-// tree_bench: times the expansion of a store node with 100, 1,000 and 10,000 folders over the local store, and whose
-// share each part has.
+// tree_bench: times the expansion of a store node with 100, 1,000 and 10,000 folders of the local store, and the share
+// of each part.
 //
-//   MAPI     reading the rows alone, as the tree does: batches of 50, four columns
+//   MAPI     reading only the rows, like the tree: batches of 50, four columns
 //   model    the rest of expanding a node: nodes, names, labels, order
-//   control  inserting as many sorted items into a tree control of the system
+//   control  inserting as many sorted items into a plain tree control
 //   dialog   the whole expansion in the open folder dialog
 #include <algorithm>
 #include <cstdio>
@@ -23,7 +23,7 @@ using bench::millisecondsOf;
 
 namespace {
 
-// The control takes the square of the children: one round of the most is enough.
+// The control's time is quadratic: one round of the largest number is enough.
 constexpr int roundsOf(int children) { return children < 10'000 ? 5 : 1; }
 
 struct Failure {
@@ -33,7 +33,7 @@ void check(bool good, const char* what) {
   if (!good) throw Failure{what};
 }
 
-// The node of the store that is no mailbox, with its siblings, unexpanded.
+// The node of the store that is not a mailbox, unexpanded, with its siblings.
 FOLDERDATA& publicStore(FOLDERDATA& root) {
   root.Expand();
   for (CNODE* node = root.firstChild; node; node = node->nextSibling)
@@ -41,7 +41,7 @@ FOLDERDATA& publicStore(FOLDERDATA& root) {
   throw Failure{"there is no store 'Public Folders'"};
 }
 
-// Adds folders until the store has that many. Names come in no order.
+// Adds folders until the store has this many, with unordered names.
 void fill(IMAPISession* session, int count) {
   FOLDERDATA root(session, L"bench");
   const ComPtr<IMAPIFolder> top = publicStore(root).OpenFolder();
@@ -98,7 +98,7 @@ double timeControl(IMAPISession* session) {
   return time;
 }
 
-// Opens the store in the dialog as soon as it stands, and closes it.
+// Expands the store as soon as the dialog is open, and closes the dialog.
 class TimedDialog : public CMAPIContainerDlg {
  public:
   TimedDialog() noexcept : CMAPIContainerDlg(GetModuleHandleW(nullptr)) {}

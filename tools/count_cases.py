@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""count_cases.py RESULTS.xml: the cases of all programs in ctest's JUnit file, in one closing line.
+"""count_cases.py RESULTS.xml: prints the cases of all programs in ctest's JUnit file in one line.
 
 A GoogleTest program counts with its cases, a script as one. A program that ended without GoogleTest's closing lines
-(a crash, a time-out) counts as one failed case beside those that it had reported as failed.
+(a crash, a time-out) counts as one failed case in addition to those that it had reported.
 """
 import re
 import sys

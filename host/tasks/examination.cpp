@@ -19,7 +19,7 @@
 namespace fendrel::host {
 namespace {
 
-// No report fits into less.
+// Less room is too small for any report.
 constexpr std::uint64_t leastRoom = 4096;
 
 std::string shown(const std::wstring& path) { return "'" + printable(displayPath(path)) + "'"; }
@@ -179,7 +179,7 @@ class Examination {
     return fmt::format("{}; '{}' is used", counted(profiles.size(), "profile"), printable(chosen));
   }
 
-  // What a profile of the local store does not need is not there to be told.
+  // For a profile of the local store there is nothing to check or report.
   bool lookAtServer() {
     using store::ServerExamination;
     const auto look = [&](const char* what, std::string (ServerExamination::*at)()) {

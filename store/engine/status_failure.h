@@ -1,4 +1,4 @@
-// A failure for people, with its text: what maintenance and examination throw.
+// A failure with a text for the user, thrown by maintenance and examination.
 #pragma once
 
 #include <stdexcept>

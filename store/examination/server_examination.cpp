@@ -35,7 +35,7 @@ auto asking(Work&& work) {
 
 std::u16string wideText(const std::wstring& text) { return {text.begin(), text.end()}; }
 
-// As numbers; none where the name is known to a proxy alone.
+// As numbers; none if only a proxy knows the name.
 std::vector<std::string> addressesOf(const std::string& host) {
   WSADATA data{};
   if (WSAStartup(MAKEWORD(2, 2), &data) != 0) return {};
@@ -74,7 +74,7 @@ class ServerExamination::Parts {
         isSecretRead(hasSecret),
         address(jmap::parseAddress(settings.url)) {}
 
-  // One request, without name and secret, says all about the way to the server.
+  // One request, without user name and secret, tests the connection to the server.
   void probe() {
     if (isProbed) return;
     isProbed = true;

@@ -1,4 +1,4 @@
-// A look at the mail server of a profile, in the order in which posting needs things, for people.
+// Checks the mail server of a profile, in the order in which posting needs things.
 #pragma once
 
 #include <cstdint>
@@ -11,12 +11,12 @@
 
 namespace fendrel::store {
 
-// Asks a handful of requests in all and changes nothing. Each look answers what it found, in words without a full stop,
-// or throws StatusFailure; those after that would say no more.
+// Makes only a few requests and changes nothing. Each check returns its finding, as text without full stop, or throws
+// StatusFailure; do not run further checks then.
 class ServerExamination {
  public:
-  // Null for a profile whose messages are in the local store. `password`: in place of the kept one; may be empty.
-  // `isCancelled`: asked while the server is waited for. Throws StatusFailure.
+  // Null for a profile of the local store. `password`: replaces the kept one; may be empty. `isCancelled`: polled while
+  // waiting for the server. Throws StatusFailure.
   static std::unique_ptr<ServerExamination> of(const std::wstring& profile, const std::wstring& password,
                                                std::function<bool()> isCancelled);
   ~ServerExamination();
@@ -31,8 +31,8 @@ class ServerExamination {
   struct Quota {
     std::uint64_t used = 0, limit = 0;  // bytes
   };
-  // Of the account that is shown as the message store of that name, or of the default one (empty); of several limits
-  // the one with the least room. Nothing where the server tells none.
+  // Of the account that is shown as the message store of that name, or as the default one (empty); among several limits
+  // the one with the least room. Nothing if the server reports none.
   std::optional<Quota> quotaOf(const std::wstring& store);
   // In bytes; 0: the server does not say.
   std::uint64_t largestUpload();

@@ -51,7 +51,7 @@ class DraftContent : public StreamContent {
 // Binary, or text in its wide form: bytes are not converted.
 class WideContent final : public DraftContent {
  public:
-  // `folder`: as Engine::createContent has it.
+  // `folder`: as for Engine::createContent.
   WideContent(std::shared_ptr<store::Engine> engine, const store::Id& folder);
   std::uint64_t size() const override { return writer_->size(); }
   HRESULT read(std::uint64_t position, std::span<std::byte> into, std::size_t& count) override;

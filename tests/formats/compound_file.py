@@ -1,4 +1,4 @@
-"""Reads a compound file by its published layout: enough to look into a .msg file without the system that wrote it."""
+"""Reads a compound file by its published layout: enough to read a .msg file without the system that wrote it."""
 import struct
 
 END = 0xFFFFFFFE

@@ -1,8 +1,8 @@
-"""read_back.py messages|large|killed RUN_WINE BUILD MSGCONVERT: what fendrel saves, read by others' programs.
+"""read_back.py messages|large|killed RUN_WINE BUILD MSGCONVERT: reads files saved by fendrel with other programs.
 
-Python's email package reads the .eml files and those that msgconvert makes of the .msg files; compound_file.py looks
-into the .msg files themselves. Every message's subject, sender, times, text, file names and bytes are compared with
-what was put into the store.
+Python's email package reads the .eml files and msgconvert's conversions of the .msg files; compound_file.py reads
+the .msg files themselves. Every message's subject, sender, times, text, file names and bytes are compared with
+the messages in the store.
 """
 import datetime
 import email
@@ -35,7 +35,7 @@ def expect_equal(found, wanted, what):
 
 
 def content(size):
-    """As byteOf in make_messages.cpp; from one block of 65536 to the next each byte grows by one."""
+    """Like byteOf in make_messages.cpp; from one block of 65536 to the next each byte grows by one."""
     block = bytes((p * 7 + p // 256) & 255 for p in range(65536))
     blocks = [block.translate(bytes((b + number) & 255 for b in range(256))) for number in range(256)]
     return b"".join(blocks[number % 256] for number in range(size // 65536 + 1))[:size]
@@ -149,7 +149,7 @@ def filetime(text):
 
 
 def names_of(storage, what):
-    """The list of names: (set, name), by the number that the file gives each."""
+    """The list of names: (set, name), by their number in the file."""
     sets, entries, texts = (storage[f"__substg1.0_000{n}0102"] for n in (2, 3, 4))
     known = {1: "2803020000000000c000000000000046", 2: "2903020000000000c000000000000046"}
     known.update({3 + i: sets[16 * i:16 * i + 16].hex() for i in range(len(sets) // 16)})
@@ -211,7 +211,7 @@ def check_msg(data, message, what):
 
 
 def raw_header(data, name):
-    """msgconvert puts text into headers as it is, in Latin-1 where that holds it."""
+    """msgconvert writes unencoded text into headers, in Latin-1 if possible."""
     found = re.search(rb"^" + name + rb": ?(.*(?:\n[ \t].*)*)", data.replace(b"\r\n", b"\n"), re.MULTILINE)
     raw = found.group(1).replace(b"\n", b"") if found else b""
     try:
@@ -221,7 +221,7 @@ def raw_header(data, name):
 
 
 def converted_name(part):
-    """msgconvert writes a long name twice: shortened, and whole in sections, which come last here."""
+    """msgconvert writes a long name twice: shortened, and complete in sections, which come last here."""
     names = [value for key, value in part.get_params([], header="content-disposition") if key == "filename"]
     return re.sub("[\r\n]", "", email.utils.collapse_rfc2231_value(names[-1])) if names else None
 
@@ -314,7 +314,7 @@ def large(run, msgconvert):
 
 
 def wait_for_file(child, folder):
-    """Until the program has begun a file that was not there, or has ended."""
+    """Waits until the program has begun a new file, or has ended."""
     def names():
         return set(os.listdir(folder)) if os.path.isdir(folder) else set()
     before = names()
@@ -323,7 +323,7 @@ def wait_for_file(child, folder):
 
 
 def killed(run, msgconvert):
-    """An export that is killed in the middle leaves nothing that looks whole, one that is cancelled leaves nothing, and
+    """A killed export leaves nothing that looks complete, a cancelled one leaves nothing, and
     the next one does the rest."""
     made = json.loads(run("tests/make_messages.exe", "jane", str(32 << 20)))["messages"]
     for form in ("eml", "msg", "file"):

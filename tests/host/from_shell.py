@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What `fendrel` does when a Unix shell starts it: pipes, devices, odd names, long command lines, signals, a terminal.
+"""`fendrel` started from a Unix shell: pipes, devices, odd names, long command lines, signals, a terminal.
 
 from_shell.py SCRIPT: SCRIPT is the start script beside the build. Prints why a case fails; the exit code counts them.
 """
@@ -21,7 +21,7 @@ DAILY = "Public Folders@Reports@Daily"
 
 
 class Place:
-    """A directory with a store of its own."""
+    """A directory with a new store."""
 
     def __init__(self, directory):
         self.directory = directory
@@ -124,7 +124,7 @@ def interrupt_ends_a_watch_cleanly(place):
 
 
 def start_posting(place, *arguments):
-    """A post that has begun with the first of large files."""
+    """Starts a post of large files and waits until the first has begun."""
     post = subprocess.Popen([script, "post", "--to", DAILY, "--create", "-v", *arguments], cwd=place.directory,
                             env=place.environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                             stdin=subprocess.DEVNULL, bufsize=0)
@@ -170,7 +170,7 @@ def second_interrupt_ends_in_the_middle_of_a_large_file(place):
 
 
 class SilentServer:
-    """A mail server that answers the requests which hold one of these texts, and keeps silent after any other."""
+    """A mail server that answers requests containing one of these texts and does not answer any other."""
 
     def __init__(self, answers):
         self.answers = answers
@@ -291,7 +291,7 @@ def cron_line_of_the_documentation_runs(place):
 
 
 def on_terminal(place, arguments, answers, columns=100):
-    """Runs it on a terminal and types each answer when its question has been seen; what was shown, and the exit code."""
+    """Runs it on a terminal and types each answer after its question; returns the output and the exit code."""
     child, terminal = pty.fork()
     if child == 0:
         os.chdir(place.directory)

@@ -1,9 +1,9 @@
-"""The shell command fendrel of a build: where it says that the messages are.
+"""The start script of a build: the place of the store that it chooses.
 
 shell_command_test.py TEMPLATE COMMAND
 
-TEMPLATE is tools/fendrel.in. It is tried with a stand-in for Wine that prints what it was given, then the built
-COMMAND once, which must make the store there.
+TEMPLATE is tools/fendrel.in. It runs with a fake Wine that prints its arguments, then the built
+COMMAND once, which must create the store there.
 """
 import os
 import subprocess

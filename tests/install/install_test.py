@@ -1,4 +1,4 @@
-"""Installs this build into an empty folder, builds the examples against what is there, and posts with them.
+"""Installs this build into an empty folder, builds the examples against it, and posts with them.
 
 install_test.py CMAKE BUILD TOOLCHAIN RUN_WINE
 """

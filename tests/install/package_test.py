@@ -1,5 +1,5 @@
-"""Packs this build, installs it silently into a Wine prefix of its own, posts from there, and removes it; then the same out
-of the .zip.
+"""Packs this build, installs it silently into a new Wine prefix, posts from there, and removes it; then does the same
+with the .zip.
 
 package_test.py CPACK BUILD RUN_WINE
 """

@@ -1,6 +1,6 @@
-"""Every test that a document names is there.
+"""Every test that a document names must exist.
 
-named_tests.py DOCUMENT TESTS: prints the names in DOCUMENT (`Suite.Name`) of which the folder TESTS has no test.
+named_tests.py DOCUMENT TESTS: prints the names in DOCUMENT (`Suite.Name`) without a test in the folder TESTS.
 """
 import pathlib
 import re

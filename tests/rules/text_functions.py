@@ -1,7 +1,7 @@
-"""Text passes the system's border through the character-set layer alone.
+"""System functions with text are called only through the character-set layer.
 
-text_functions.py SOURCE_FOLDER HEADER_FOLDER: reads from the toolchain's headers which functions exist in an ANSI and a wide
-form, looks for calls of them in the sources outside the layer, and prints every one that is not listed below.
+text_functions.py SOURCE_FOLDER HEADER_FOLDER: finds the functions with an ANSI and a wide form in the toolchain's
+headers, searches the sources outside the layer for calls of them, and prints every one that is not listed below.
 """
 import pathlib
 import re

@@ -1,10 +1,10 @@
-"""Posts under Wine in one process after the other, and reads the store meanwhile with the stock sqlite3 program; then
-lets that program write, by carrying the log over and by rebuilding the database, and checks that nothing is damaged.
+"""Posts under Wine, one process after the other, and reads the store meanwhile with the stock sqlite3 program; then
+lets that program write, by a checkpoint and by rebuilding the database, and checks that nothing is damaged.
 
 read_while_posting.py SQLITE3 RUN_WINE FENDREL_EXE DOCUMENT
 
-The statements are those of the document's blocks that begin with the command below. Every read must succeed,
-none may see fewer messages than the one before it, none may see half a message, and some must fall between the posts.
+The statements are those in the document's blocks that begin with the command below. Every read must succeed, none may
+see fewer messages than the one before it or half a message, and some must happen between the posts.
 """
 import os
 import re
