@@ -33,7 +33,7 @@ HRESULT takeManyTexts(const SPropValue& value, Property& property) {
   return S_OK;
 }
 
-// The arrays of all lists lie in the union alike: a count and a pointer.
+// All list structures have the same layout in the union: a count and a pointer.
 static_assert(offsetof(SLongArray, lpl) == offsetof(SShortArray, lpi) &&
               offsetof(SLongArray, lpl) == offsetof(SGuidArray, lpguid) &&
               offsetof(SLongArray, lpl) == offsetof(SDateTimeArray, lpft));
@@ -154,7 +154,7 @@ struct ValueWriter {
     out.bin.cb = static_cast<ULONG>(value.size());
     out.bin.lpb = arena.copy(value.data(), value.size());
   }
-  // The arrays of all lists lie in the union alike: a count and a pointer.
+  // All list structures have the same layout in the union.
   template <class Fixed>
   void operator()(const std::vector<Fixed>& values) const {
     out.MVl.cValues = static_cast<ULONG>(values.size());
