@@ -96,7 +96,7 @@ TEST_F(StoreCommand, SalvageCarriesOverWhatIsWhole) {
   EXPECT_EQ(messages[0]["attachments"][0]["name"], "small.txt");
   const Outcome again = fendrel({"store", "salvage", inFolder(L"store.db"), inFolder(L"new.db")});
   EXPECT_EQ(again.exitCode, 1);
-  EXPECT_THAT(again.err, HasSubstr("is there already"));
+  EXPECT_THAT(again.err, HasSubstr("exists already"));
 }
 
 TEST_F(StoreCommand, BackupIsAStoreLikeAnyOther) {
