@@ -82,21 +82,21 @@ class Lines {
   bool isBlankDue_ = false, isLineDue_ = false;
 };
 
-// Behind `what`, or the end.
-std::size_t behind(std::string_view text, std::string_view what, std::size_t from) {
+// The position after `what`, or the end.
+std::size_t after(std::string_view text, std::string_view what, std::size_t from) {
   const std::size_t at = text.find(what, from);
   return at == std::string_view::npos ? text.size() : at + what.size();
 }
 
-// Behind the tag that begins at `at`, with what it says to leave out.
+// The position after the tag at `at`, and after what the tag says to leave out.
 std::size_t takeTag(std::string_view html, std::size_t at, Lines& lines) {
-  if (html.substr(at).starts_with("<!--")) return behind(html, "-->", at + 4);
-  const std::size_t end = behind(html, ">", at);
+  if (html.substr(at).starts_with("<!--")) return after(html, "-->", at + 4);
+  const std::size_t end = after(html, ">", at);
   const std::string name = tagName(html.substr(at + 1, end - at - 1));
   if (beginsLine(name)) lines.lineEnd();
   if (name != "style" && name != "script") return end;
   for (std::size_t next = html.find("</", end); next != std::string_view::npos; next = html.find("</", next + 2)) {
-    if (tagName(html.substr(next + 1, name.size() + 2)) == "/" + name) return behind(html, ">", next);
+    if (tagName(html.substr(next + 1, name.size() + 2)) == "/" + name) return after(html, ">", next);
   }
   return html.size();
 }
