@@ -24,11 +24,11 @@ TlvItem tlvItemAt(std::span<const std::byte> stream, std::size_t offset) noexcep
   const auto rest = stream.subspan(offset);
   if (rest.size() < tlvHeaderSize) return {.finding = TlvFinding::cutHeader, .header = {}, .value = {}};
   const TlvHeader header = readTlvHeader(rest.first<tlvHeaderSize>());
-  const auto behind = rest.subspan(tlvHeaderSize);
+  const auto following = rest.subspan(tlvHeaderSize);
   if (header.tag == 0) return {.finding = TlvFinding::noTag, .header = header, .value = {}};
   if (!header.isWellFormed()) return {.finding = TlvFinding::lengthTooLarge, .header = header, .value = {}};
-  if (behind.size() < header.length) return {.finding = TlvFinding::cutValue, .header = header, .value = behind};
-  return {.finding = TlvFinding::item, .header = header, .value = behind.first(header.length)};
+  if (following.size() < header.length) return {.finding = TlvFinding::cutValue, .header = header, .value = following};
+  return {.finding = TlvFinding::item, .header = header, .value = following.first(header.length)};
 }
 
 }  // namespace fendrel

@@ -13,7 +13,7 @@ namespace fendrel::jmap {
 // `server`: its name. None of these holds a secret: the server's own words are cut and shown without control
 // characters.
 
-// An HTTP status that is no success, with what came with it.
+// An unsuccessful HTTP status, with the text that came with it.
 ServerFailure statusFailure(const std::string& server, const HttpAnswer& head, std::string_view text);
 
 // The arguments of an "error" answer (RFC 8620, 3.6.2).

@@ -21,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   require(strings->end >= optionsHeaderSize && strings->end <= block.size(), "the record ends inside the block");
   for (const std::uint32_t start : {strings->profileName, strings->profilePassword, strings->folderPath}) {
     if (start == 0) continue;
-    require(start >= optionsHeaderSize && start % unit == 0, "a string stands behind the header");
+    require(start >= optionsHeaderSize && start % unit == 0, "a string lies after the header");
     std::size_t end = start;
     const auto isZero = [&] { return bytes[end] == 0 && (unit == 1 || bytes[end + 1] == 0); };
     while (end + unit <= strings->end && !isZero()) end += unit;

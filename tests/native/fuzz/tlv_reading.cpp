@@ -18,7 +18,7 @@ void walk(std::span<const std::byte> stream) {
               "a cut value ends with the stream");
     if (item.finding != TlvFinding::item) break;
     require(item.header.isWellFormed(), "an item's header is well-formed");
-    require(item.value.data() == stream.data() + offset + tlvHeaderSize, "a value stands behind its header");
+    require(item.value.data() == stream.data() + offset + tlvHeaderSize, "a value follows its header");
     require(item.value.size() == item.header.length, "a value has its length");
     offset += tlvHeaderSize + item.value.size();
     require(offset <= stream.size(), "an item ends inside the stream");
@@ -41,7 +41,7 @@ void readAll(MemoryBlock& block, std::uint16_t sought) {
     if (item.finding != TlvFinding::item) {
       require(code == (item.finding == TlvFinding::end ? fileEnd : fileMalformed),
               "the end and a fault are told apart");
-      require(stream->position() == offset, "a stream stands before what it cannot read");
+      require(stream->position() == offset, "the position is before what cannot be read");
       break;
     }
     require(code == fileSuccess && tag == item.header.tag && length == item.header.length, "an item is read");
@@ -53,7 +53,7 @@ void readAll(MemoryBlock& block, std::uint16_t sought) {
   const FileCode found = stream->FindTag(sought);
   std::uint16_t tag = 0, length = 0;
   if (found == fileSuccess)
-    require(stream->PeekItem(tag, length) == fileSuccess && tag == sought, "the stream stands before the tag");
+    require(stream->PeekItem(tag, length) == fileSuccess && tag == sought, "the position is before the tag");
   stream.reset();
   require(BlockSize(block) == size, "a reader's block keeps its size");
 }

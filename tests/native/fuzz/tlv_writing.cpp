@@ -36,7 +36,7 @@ std::vector<Written> writeAll(std::span<const std::uint8_t> input, MemoryBlock& 
       require(code == fileOutOfMemory, "a refused item is 267");
       require(stream->position() == position && BlockSize(block) == size, "a refused item changes nothing");
     }
-    require(total <= BlockSize(block), "the items stand inside the block");
+    require(total <= BlockSize(block), "the items lie inside the block");
   }
   stream.reset();
   require(BlockSize(block) == total, "the block is exactly as long as the items");

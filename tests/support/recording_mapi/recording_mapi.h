@@ -50,7 +50,7 @@ typedef struct RecordingStore {
 typedef struct RecordingFolder {
   const wchar_t* name; /* null: the row has no display name */
   int32_t store;       /* index */
-  int32_t parent;      /* index of a folder that stands before this one; -1: the IPM subtree */
+  int32_t parent;      /* index of a folder before this one; -1: the IPM subtree */
 } RecordingFolder;
 
 #define RECORDING_PROBLEM_ARRAYS 0x01u /* SetProps succeeds and hands out a problem array of one entry */

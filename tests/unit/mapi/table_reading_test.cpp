@@ -96,7 +96,7 @@ TEST_F(TableReading, FreeRowsDropsTheBatchAndTheNextRowReadsAnew) {
   EXPECT_TRUE(table.FreeRows());
   EXPECT_EQ(table.cursor, 0u);
   EXPECT_EQ(mapi32.heap.liveBlocks(), 0u);
-  EXPECT_EQ(table.NextRow(), nullptr) << "the table itself stands behind its three rows";
+  EXPECT_EQ(table.NextRow(), nullptr) << "the table itself comes after its three rows";
 }
 
 TEST_F(TableReading, RowCountIsRead) {

@@ -33,7 +33,7 @@ TEST(FormatString, LongerTextIsCutAndTerminated) {
   wchar_t buffer[] = L"......#";
   EXPECT_EQ(FormatString(buffer, 6, L"%ls", L"123456789"), 5);
   EXPECT_STREQ(buffer, L"12345");
-  EXPECT_EQ(buffer[6], L'#') << "written behind the buffer";
+  EXPECT_EQ(buffer[6], L'#') << "written after the buffer";
 }
 
 TEST(FormatString, RoomForTheTerminatorAloneGivesEmptyText) {

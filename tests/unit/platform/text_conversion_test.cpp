@@ -104,7 +104,7 @@ TEST_F(TextConversion, IntoABufferSmallerThanTheWideLengthWithTerminatorFails) {
 TEST_F(TextConversion, IntoABufferThatDoubleByteCharactersOverflowFails) {
   char buffer[] = "......#";
   EXPECT_EQ(WideToAnsiInto(L"日本語", buffer, 6, japanese), 0);
-  EXPECT_EQ(buffer[6], '#') << "written behind the buffer";
+  EXPECT_EQ(buffer[6], '#') << "written after the buffer";
 }
 
 TEST_F(TextConversion, IntoWithoutTextOrBufferFails) {

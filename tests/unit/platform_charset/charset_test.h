@@ -54,7 +54,7 @@ TextAnswer readText(int size, Read read) {
   std::wstring buffer(static_cast<std::size_t>(size) + 8, untouched);
   const long long result = static_cast<long long>(read(buffer.data(), size));
   for (std::size_t behind = static_cast<std::size_t>(size); behind < buffer.size(); ++behind)
-    EXPECT_EQ(buffer[behind], untouched) << "written behind a buffer of " << size;
+    EXPECT_EQ(buffer[behind], untouched) << "written after a buffer of " << size;
   const std::wstring text = size == 0 || buffer[0] == untouched ? L"" : std::wstring(buffer.c_str());
   return {result, text};
 }

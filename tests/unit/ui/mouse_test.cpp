@@ -50,7 +50,7 @@ class Mouse : public FolderDialogTest {
     clickAt(tree().window(), {(place.left + place.right) / 2, (place.top + place.bottom) / 2});
   }
 
-  // The button stands before the item's image.
+  // The button is before the item's image.
   void clickButton(HTREEITEM item) const {
     const RECT place = textPlace(item);
     const auto indent = static_cast<int>(SendMessageW(tree().window(), TVM_GETINDENT, 0, 0));
