@@ -335,10 +335,10 @@ def person_is_asked_for_the_password(place):
 def person_is_asked_before_what_matches_is_deleted(place):
     for name in ("a.csv", "b.csv", "c.txt"):
         place.post(place.file(name))
-    shown, code = on_terminal(place, ["delete", DAILY, "--subject", "*.csv"], [("for good?", "n")])
+    shown, code = on_terminal(place, ["delete", DAILY, "--subject", "*.csv"], [("permanently?", "n")])
     assert code == 8, shown
     assert len(place.subjects()) == 3
-    shown, code = on_terminal(place, ["delete", DAILY, "--subject", "*.csv"], [("for good?", "y")])
+    shown, code = on_terminal(place, ["delete", DAILY, "--subject", "*.csv"], [("permanently?", "y")])
     assert code == 0, shown
     assert place.subjects() == ["c.txt"]
 
