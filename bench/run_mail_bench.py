@@ -53,6 +53,8 @@ def export(folder: Path, count: int, size: int) -> list[str]:
 
 def imap() -> imaplib.IMAP4:
     connection = imaplib.IMAP4("127.0.0.1", int(os.environ["FENDREL_MAIL_IMAP"]))
+    # imaplib sends a message and its line end apart, and the second would wait for the first one's acknowledgement.
+    connection.sock.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
     connection.login("alice", os.environ["FENDREL_MAIL_PASSWORD"])
     return connection
 
