@@ -6,8 +6,7 @@
 #define TEXT_NAME_EMPTY "Geben Sie einen Berichtsnamen ein."
 #define TEXT_FILE_NOT_OPEN "Die Datei %s kann nicht geöffnet werden.\nFehlercode: %08X"
 #define TEXT_INVALID_TYPE "Ungültiger Exporttyp."
-#define TEXT_MAPI_NOT_LOADED \
-  "MAPI.DLL konnte nicht geladen werden. Prüfen Sie, ob MAPI.DLL vorhanden ist und die richtige Version hat."
+#define TEXT_MAPI_NOT_LOADED "MAPI.DLL konnte nicht geladen werden. Prüfen Sie, ob MAPI.DLL vorhanden ist und die richtige Version hat."
 #define TEXT_MAPI_NOT_INITIALISED "MAPI.DLL konnte nicht initialisiert werden."
 #define TEXT_NO_LOGON "Die Anmeldung mit dem Exchange-Profil ist nicht möglich."
 #define TEXT_NO_PROFILE_NAME "Der Name des Exchange-Profils kann nicht ermittelt werden."

@@ -12,8 +12,7 @@
 #define TEXT_NO_PROFILE_NAME "Impossible d’obtenir le nom du profil Exchange."
 #define TEXT_NO_RIGHT_TO_POST_FILE "Vous n’êtes pas autorisé à publier le fichier dans les dossiers Exchange."
 #define TEXT_NOT_FOUND "Objet MAPI introuvable."
-#define TEXT_NOT_SUPPORTED \
-  "Ce type de publication n’est pas pris en charge par le fournisseur de services de messagerie."
+#define TEXT_NOT_SUPPORTED "Ce type de publication n’est pas pris en charge par le fournisseur de services de messagerie."
 #define TEXT_PROFILE_CHOSEN "Aucun rapport ne peut être publié dans le profil « %s » lui-même. Sélectionnez un dossier."
 
 #define TEXT_FONT_SIZE 8

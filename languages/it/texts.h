@@ -13,10 +13,7 @@
 #define TEXT_NO_RIGHT_TO_POST_FILE "Non si dispone dei diritti per pubblicare il file nelle cartelle di Exchange."
 #define TEXT_NOT_FOUND "Oggetto MAPI non trovato."
 #define TEXT_NOT_SUPPORTED "Questo tipo di pubblicazione non è supportato dal provider del servizio di messaggistica."
-#define TEXT_PROFILE_CHOSEN                            \
-  "Non è possibile pubblicare un report nel profilo " \
-  "%s"                                                 \
-  " stesso. Selezionare una cartella."
+#define TEXT_PROFILE_CHOSEN "Non è possibile pubblicare un report nel profilo ""%s"" stesso. Selezionare una cartella."
 
 #define TEXT_FONT_SIZE 8
 #define TEXT_FONT "MS Sans Serif"
@@ -37,7 +34,4 @@
 #define TEXT_PERSONAL_REPORT "Report &personale"
 
 #define TEXT_NAME_CAPTION "Nome del report"
-#define TEXT_NAME_PROMPT \
-  "Per "                 \
-  "xxxx.RPT"             \
-  ":"
+#define TEXT_NAME_PROMPT "Per ""xxxx.RPT"":"

@@ -53,7 +53,8 @@ ServerAddress parseAddress(std::string_view url) {
   std::wstring host(parts.lpszHostName, parts.dwHostNameLength);
   CharLowerBuffW(host.data(), static_cast<DWORD>(host.size()));
   address.host = toUtf8(host);
-  if (address.host.empty() || !std::ranges::all_of(address.host, isHostCharacter)) refuse(url, "its host is not a name.");
+  if (address.host.empty() || !std::ranges::all_of(address.host, isHostCharacter))
+    refuse(url, "its host is not a name.");
   // The path and the query behind it, which stand in one piece.
   const std::wstring path(parts.lpszUrlPath ? parts.lpszUrlPath : L"", parts.dwUrlPathLength + parts.dwExtraInfoLength);
   address.path = toUtf8(path.substr(0, path.find(L'#')));

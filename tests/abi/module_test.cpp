@@ -39,9 +39,9 @@ TEST_P(ModuleFile, ImportsSystemLibrariesOnly) {
   const std::wstring path = buildFile(GetParam());
   if (!std::filesystem::exists(path)) GTEST_SKIP() << "not built: " << std::filesystem::path(path).string();
   static const std::set<std::string> system = {
-      "advapi32.dll", "bcrypt.dll",   "comctl32.dll", "comdlg32.dll", "crypt32.dll",  "gdi32.dll",
-      "kernel32.dll", "msvcrt.dll",   "ntdll.dll",    "ole32.dll",    "oleaut32.dll", "shell32.dll",
-      "shlwapi.dll",  "ucrtbase.dll", "user32.dll",   "version.dll",  "winhttp.dll",  "winspool.drv"};
+      "advapi32.dll", "bcrypt.dll",  "comctl32.dll", "comdlg32.dll", "crypt32.dll", "gdi32.dll",   "kernel32.dll",
+      "msvcrt.dll",   "ntdll.dll",   "ole32.dll",    "oleaut32.dll", "shell32.dll", "shlwapi.dll", "ucrtbase.dll",
+      "user32.dll",   "version.dll", "winhttp.dll",  "winspool.drv", "ws2_32.dll"};
   const auto imports = PeImage(path).imports;
   EXPECT_THAT(imports, ::testing::Contains("kernel32.dll"));
   for (const std::string& import : imports)

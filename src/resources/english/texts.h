@@ -13,10 +13,7 @@
 #define TEXT_NO_RIGHT_TO_POST_FILE "No access right to post file to Exchange Folders."
 #define TEXT_NOT_FOUND "MAPI object not found."
 #define TEXT_NOT_SUPPORTED "Such posting is not supported by the Message Service Provider."
-#define TEXT_PROFILE_CHOSEN \
-  "Profile "                \
-  "%s"                      \
-  " cannot be reported !"
+#define TEXT_PROFILE_CHOSEN "Profile ""%s"" cannot be reported !"
 
 #define TEXT_FONT_SIZE 8
 #define TEXT_FONT "MS Sans Serif"
@@ -37,7 +34,4 @@
 #define TEXT_PERSONAL_REPORT "&Personal Report"
 
 #define TEXT_NAME_CAPTION "Enter Report Name"
-#define TEXT_NAME_PROMPT \
-  "For "                 \
-  "xxxx.RPT"             \
-  ":"
+#define TEXT_NAME_PROMPT "For ""xxxx.RPT"":"
