@@ -14,14 +14,14 @@ std::string deliver(MailAccount& account, const NewMessage& message, int attempt
       return account.import({blob, message.mailbox, message.keywords, message.receivedAt}).id;
     } catch (const ServerFailure& failure) {
       if (attempt == attempts) throw;
-      // A server keeps what was uploaded for a while only, and not beyond its end.
+      // A server keeps an upload for a limited time only, and loses it if it restarts.
       if (attempt > 1 && failure.kind == FailureKind::notFound)
         blob = account.server().upload(account.id(), message.content);
       else if (failure.kind != FailureKind::lost)
         throw;
     }
     account.server().wait(pause);
-    // The first asking may have done it. Some servers would take the same bytes twice, so look before asking again.
+    // The lost import may have succeeded. Some servers would import the same bytes twice, so look first.
     const std::vector<std::string> there = account.findByMessageId(message.mailbox, message.messageId);
     if (!there.empty()) return there.front();
   }

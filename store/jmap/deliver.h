@@ -1,4 +1,4 @@
-// A new message, exactly once.
+// Delivers a new message exactly once.
 #pragma once
 
 #include "mail_account.h"
@@ -6,22 +6,22 @@
 namespace fendrel::jmap {
 
 struct NewMessage {
-  // The whole message, lines ended by CR LF, without NUL. Its bytes must be its own: a Message-ID that no other has.
+  // The whole message, with CR LF line ends and without NUL. Its Message-ID must be unique.
   RequestBody content;
-  std::string messageId;  // "<left@right>", as it stands in the content
+  std::string messageId;  // "<left@right>", as in the content
   std::string mailbox;
   std::vector<std::string> keywords;
   std::chrono::sys_seconds receivedAt{};
-  // It was delivered before, and nobody knows how that ended: looked for before it is imported.
+  // The outcome of an earlier delivery is unknown: look for the message before importing it.
   bool mayBeThere = false;
 };
 
-// Uploads the message and imports it. Returns its id when the server has it for good. An answer that was lost is asked
-// for again with the same bytes, `attempts` times in all: that the server has them already, or that the mailbox holds
-// the Message-ID, is success.
+// Uploads the message and imports it. Returns its id once the server has confirmed the import. If the answer is lost,
+// imports the same bytes again, `attempts` times in all. It is success if the server has these bytes already, or if the
+// mailbox holds the Message-ID.
 //
-// Throws ServerFailure. Where that is `lost` or `timedOut` the message may have arrived: the same NewMessage can be
-// delivered again with mayBeThere, at any time, and is there once.
+// Throws ServerFailure. After `lost`, `timedOut` or `cancelled` the message may have arrived. The same NewMessage can
+// be delivered again at any time with mayBeThere; the mailbox then holds it once.
 std::string deliver(MailAccount& account, const NewMessage& message, int attempts = 4);
 
 }  // namespace fendrel::jmap

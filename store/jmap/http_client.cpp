@@ -25,7 +25,7 @@ std::string base64Of(std::string_view bytes) {
   return text;
 }
 
-// The header's value. A token stands in it as it is, so it must not end the line.
+// The Authorization header's value. A token is copied unchanged, so it must not contain a line end.
 std::string credentials(const Settings& settings) {
   if (!settings.user.empty()) return "Basic " + base64Of(settings.user + ':' + settings.secret);
   if (!std::ranges::all_of(settings.secret, [](char c) { return c > ' ' && c <= '~'; }))
@@ -36,7 +36,7 @@ std::string credentials(const Settings& settings) {
 
 HINTERNET openSession(bool isLocal) {
   constexpr const wchar_t* agent = L"Fendrel";
-  // Nobody but this machine is asked for what is on this machine.
+  // No proxy for a server on this machine.
   if (isLocal) return WinHttpOpen(agent, WINHTTP_ACCESS_TYPE_NO_PROXY, nullptr, nullptr, WINHTTP_FLAG_ASYNC);
   if (HINTERNET session = WinHttpOpen(agent, WINHTTP_ACCESS_TYPE_AUTOMATIC_PROXY, nullptr, nullptr, WINHTTP_FLAG_ASYNC))
     return session;
@@ -53,7 +53,7 @@ std::optional<std::chrono::seconds> retryAfterOf(const std::wstring& text) {
     return std::chrono::seconds(seconds);
   SYSTEMTIME date{};
   FILETIME then{}, now{};
-  if (!text.ends_with(L"GMT")) return std::nullopt;  // the system makes a date of anything
+  if (!text.ends_with(L"GMT")) return std::nullopt;  // the system accepts any text as a date
   if (!WinHttpTimeToSystemTime(text.c_str(), &date) || !SystemTimeToFileTime(&date, &then)) return std::nullopt;
   GetSystemTimeAsFileTime(&now);
   const auto ticks = [](FILETIME time) {
@@ -62,7 +62,7 @@ std::optional<std::chrono::seconds> retryAfterOf(const std::wstring& text) {
   return std::chrono::seconds(std::max<std::int64_t>(0, (ticks(then) - ticks(now)) / 10'000'000));
 }
 
-// The network gets pieces of one size, whatever those are in which the body comes.
+// Sends pieces of one size, whatever the sizes are that the body is written in.
 void sendBody(HttpExchange& exchange, const RequestBody& body, const std::string& server) {
   std::vector<std::byte> gathered;
   gathered.reserve(pieceSize);
@@ -96,10 +96,10 @@ class HttpClient::Parts {
     if (!session) throw ServerFailure{FailureKind::failed, "The system's HTTP service does not start."};
     DWORD protocols = WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2 | tls13;
     if (!WinHttpSetOption(session.get(), WINHTTP_OPTION_SECURE_PROTOCOLS, &protocols, sizeof protocols)) {
-      protocols = WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2;  // systems that know no later one
+      protocols = WINHTTP_FLAG_SECURE_PROTOCOL_TLS1_2;  // the system has no TLS 1.3
       WinHttpSetOption(session.get(), WINHTTP_OPTION_SECURE_PROTOCOLS, &protocols, sizeof protocols);
     }
-    // We wait no longer ourselves; these end the system's own threads where a request was given up.
+    // These limits end the system's own threads after a request was abandoned.
     const int limit = static_cast<int>(settings.patience.count());
     WinHttpSetTimeouts(session.get(), limit, limit, limit, limit);
     if (!settings.tlsCaFile.empty()) issuers = std::make_shared<TlsIssuers>(settings.tlsCaFile);
@@ -107,11 +107,11 @@ class HttpClient::Parts {
 
   HttpAnswer send(const HttpRequest& request, const AnswerSink& to) const;
 
-  // What is wrong with the certificate, found out without telling the server anything.
+  // What is wrong with the certificate. Sends no credentials to find out.
   std::optional<FailureKind> refusalOf(const ServerAddress& address) const;
 
   std::wstring headersOf(const HttpRequest& request) const {
-    // Keep-alive costs small requests tens of milliseconds where acknowledgements are delayed.
+    // With delayed acknowledgements, keep-alive costs small requests tens of milliseconds.
     std::string headers = "Connection: close\r\n";
     if (request.withCredentials) headers += "Authorization: " + authorization + "\r\n";
     if (request.body) headers += "Content-Type: " + request.body->type + "\r\n";
@@ -147,7 +147,7 @@ HttpAnswer HttpClient::send(const HttpRequest& request, const AnswerSink& to) {
     return parts_->send(request, to);
   } catch (const ServerFailure& failure) {
     if (failure.kind != FailureKind::tls) throw;
-    // Some systems do not tell what is wrong with a certificate.
+    // Some systems do not report what is wrong with a certificate.
     if (const std::optional<FailureKind> refused = parts_->refusalOf(request.address))
       throw connectionFailure(*refused, request.address.server(), 0);
     throw;
@@ -188,7 +188,7 @@ HttpAnswer HttpClient::Parts::send(const HttpRequest& request, const AnswerSink&
     to(answer, piece);
     answer.length += piece.size();
   }
-  // The system takes the end of the connection for the end of the answer.
+  // The system treats the end of the connection as the end of the answer.
   if (!promised.empty() && promised != std::to_string(answer.length))
     throw ServerFailure{FailureKind::lost,
                         request.address.server() + " ended its answer after " + std::to_string(answer.length) + " of " +

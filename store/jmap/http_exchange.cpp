@@ -11,8 +11,8 @@
 namespace fendrel::jmap {
 namespace {
 
-constexpr DWORD turn = 100;       // milliseconds; how soon a wish to cancel is seen
-constexpr DWORD farewell = 1000;  // how long a request that was given up may take to let go
+constexpr DWORD turn = 100;       // milliseconds; how soon a cancellation is noticed
+constexpr DWORD farewell = 1000;  // how long to wait for WinHTTP to release a request
 constexpr DWORD socketTimedOut = 10060, socketReset = 10054;
 
 struct CloseEvent {
@@ -28,7 +28,7 @@ Event newEvent() {
 
 void setNumber(HINTERNET handle, DWORD option, DWORD value) { WinHttpSetOption(handle, option, &value, sizeof value); }
 
-// A name that the system has found wrong in the certificate is told apart from a chain that it does not trust.
+// Distinguishes a certificate for another name from a chain that the system does not trust.
 FailureKind kindOfSecureFailure(DWORD flags) {
   if (flags & WINHTTP_CALLBACK_STATUS_FLAG_CERT_CN_INVALID) return FailureKind::wrongName;
   constexpr DWORD chain = WINHTTP_CALLBACK_STATUS_FLAG_CERT_REV_FAILED | WINHTTP_CALLBACK_STATUS_FLAG_INVALID_CERT |
@@ -90,13 +90,13 @@ ServerFailure connectionFailure(FailureKind kind, const std::string& server, DWO
   return {kind, wordsOf(kind, server, error), passes};
 }
 
-// What the callback may touch. It lives until WinHTTP has let go of the request, which may be after the exchange.
+// What the callback may touch. Lives until WinHTTP has released the request, which may be after the exchange.
 struct HttpExchange::State {
   Event step = newEvent(), closed = newEvent();
-  DWORD error = 0;  // of the step that has ended
-  DWORD count = 0;  // bytes that it read
+  DWORD error = 0;  // of the last completed step
+  DWORD count = 0;  // bytes read by it
   std::atomic<DWORD> secureFailure{0};
-  std::atomic<bool> isRefused{false};  // by us, in the middle of the step
+  std::atomic<bool> isRefused{false};  // by checkServer, during the step
   FailureKind refusal = FailureKind::tls;
   std::shared_ptr<const TlsIssuers> issuers;
   bool isProbe = false;
@@ -109,7 +109,7 @@ struct HttpExchange::State {
     SetEvent(step.get());
   }
 
-  // TLS is set up, and nothing of the request has been sent.
+  // Called after the TLS handshake, before anything of the request is sent.
   void checkServer(HINTERNET request) noexcept {
     if (!issuers || isRefused) return;
     PCCERT_CONTEXT certificate = nullptr;
@@ -127,9 +127,9 @@ struct HttpExchange::State {
     refusal = *refused;
     isRefused = true;
     if (isProbe) return;
-    WinHttpCloseHandle(request);  // ends the connection here and now
+    WinHttpCloseHandle(request);  // ends the connection at once
     SetEvent(step.get());
-    // But Wine sends the request all the same as soon as this returns, password and all.
+    // Wine would still send the request, with the password, as soon as this returns.
     if (isWine()) Sleep(INFINITE);
   }
 };
@@ -169,8 +169,8 @@ HttpExchange::HttpExchange(HINTERNET session, const HttpRequest& request, const 
   connection_.reset(WinHttpConnect(session, state_->host.c_str(), address.port, 0));
   if (!connection_) fail(GetLastError());
   auto holder = std::make_unique<std::shared_ptr<State>>(state_);
-  // A server that needs long says so first (102), and Wine takes that for the answer. Of an older version it keeps
-  // silent.
+  // A slow server sends 102 (Processing) first, and Wine takes that for the answer. Servers do not send it to a client
+  // of HTTP/1.0.
   const wchar_t* version = isWine() ? L"HTTP/1.0" : nullptr;
   request_ = WinHttpOpenRequest(connection_.get(), toWide(request.method).c_str(), toWide(address.path).c_str(),
                                 version, WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
@@ -189,7 +189,7 @@ HttpExchange::HttpExchange(HINTERNET session, const HttpRequest& request, const 
             WINHTTP_DISABLE_REDIRECTS | WINHTTP_DISABLE_COOKIES | WINHTTP_DISABLE_AUTHENTICATION |
                 WINHTTP_DISABLE_KEEP_ALIVE);
   setNumber(request_, WINHTTP_OPTION_REDIRECT_POLICY, WINHTTP_OPTION_REDIRECT_POLICY_NEVER);
-  // Whoever issued the certificate is looked at by checkServer.
+  // checkServer checks the issuer.
   if (state_->issuers) setNumber(request_, WINHTTP_OPTION_SECURITY_FLAGS, SECURITY_FLAG_IGNORE_UNKNOWN_CA);
   if (isProbe)
     setNumber(request_, WINHTTP_OPTION_SECURITY_FLAGS,
@@ -201,7 +201,7 @@ HttpExchange::~HttpExchange() {
   if (!request_) return;
   if (!state_->isRefused || state_->isProbe) WinHttpCloseHandle(request_);
   if (WaitForSingleObject(state_->closed.get(), farewell) == WAIT_OBJECT_0) return;
-  // Its thread still waits for the network: the callback must stay where it is.
+  // A thread of WinHTTP still waits for the network and will call onStatus: keep this module loaded.
   HMODULE pinned = nullptr;
   GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
                      reinterpret_cast<const wchar_t*>(&HttpExchange::onStatus), &pinned);
@@ -220,7 +220,7 @@ std::optional<FailureKind> HttpExchange::refusal() const {
   return state_->isRefused ? std::optional(state_->refusal) : std::nullopt;
 }
 
-// Waits for the end of a step that was begun.
+// Waits for the end of a started step.
 void HttpExchange::begun(BOOL success, std::chrono::milliseconds patience) {
   if (!success && !state_->isRefused) fail(GetLastError());
   const ULONGLONG end = GetTickCount64() + static_cast<ULONGLONG>(patience.count());
@@ -232,7 +232,7 @@ void HttpExchange::begun(BOOL success, std::chrono::milliseconds patience) {
 }
 
 void HttpExchange::sendHead(const std::wstring& headers, std::uint64_t bodyLength) {
-  // Longer bodies than WinHTTP can count have their length among the headers.
+  // WinHTTP counts 32 bits. The length of a longer body is in `headers`.
   const bool isCounted = bodyLength < 0xFFFF'FFFF;
   begun(WinHttpSendRequest(request_, headers.c_str(), static_cast<DWORD>(headers.size()), WINHTTP_NO_REQUEST_DATA, 0,
                            isCounted ? static_cast<DWORD>(bodyLength) : WINHTTP_IGNORE_REQUEST_TOTAL_LENGTH, context_),

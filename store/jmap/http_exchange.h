@@ -1,4 +1,4 @@
-// One request on its way through WinHTTP, which works on threads of its own: each step is begun here and awaited in
+// One request through asynchronous WinHTTP. WinHTTP works on its own threads; each step is started here and awaited in
 // short turns, because nothing else ends a wait on every system.
 #pragma once
 
@@ -19,28 +19,28 @@ namespace fendrel::jmap {
 
 constexpr std::size_t pieceSize = 64 * 1024;
 
-// With words for it; `error` is the system's.
+// With its text; `error` is the system's.
 ServerFailure connectionFailure(FailureKind kind, const std::string& server, DWORD error);
 
 class HttpExchange {
  public:
-  // `session` is asynchronous. `issuers` may be null: the system checks alone. A probe goes through whatever the
-  // certificate says, and only tells what is wrong with it.
+  // `session` is asynchronous. If `issuers` is null, only the system checks the certificate. A probe goes on with any
+  // certificate; refusal() then says what is wrong with it.
   HttpExchange(HINTERNET session, const HttpRequest& request, const Settings& settings,
                std::shared_ptr<const TlsIssuers> issuers, bool isProbe = false);
   ~HttpExchange();
   HttpExchange(const HttpExchange&) = delete;
   HttpExchange& operator=(const HttpExchange&) = delete;
 
-  // In this order. All throw ServerFailure.
+  // Call in this order. All throw ServerFailure.
   void sendHead(const std::wstring& headers, std::uint64_t bodyLength);
-  void sendPiece(std::span<const std::byte> piece);  // of at most pieceSize
-  // A server may think longer about a long body.
+  void sendPiece(std::span<const std::byte> piece);  // at most pieceSize bytes
+  // A long body gets more time: the server may have to process it first.
   void receiveHead(std::uint64_t bodyLength);
   std::span<const std::byte> readPiece();  // empty: the end; valid until the next call
 
   DWORD status() const;
-  std::wstring header(DWORD which) const;  // WINHTTP_QUERY_...; empty: there is none
+  std::wstring header(DWORD which) const;  // WINHTTP_QUERY_...; empty if missing
 
   std::optional<FailureKind> refusal() const;  // of the server's certificate
 

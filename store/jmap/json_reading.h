@@ -1,4 +1,4 @@
-// Members of what a server says, which may be missing or of another type than they should be: then they are empty.
+// Members of a server's JSON. One that is missing or of an unexpected type is read as empty.
 #pragma once
 
 #include <cstdint>

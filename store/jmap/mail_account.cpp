@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t mostChangedAtOnce = 500;
 
-// Each set has one part here; its answers are those of a Foo/set (RFC 8620, 5.3).
+// The SetError of `id` in a result's `list`, "notCreated" and the like (RFC 8620, 5.3); null if there is none.
 const Json& errorOf(const Json& result, const char* list, const std::string& id) {
   return member(member(result, list), id.c_str());
 }
@@ -73,7 +73,7 @@ Json getArguments(const std::string& account, const EmailSelection& selection) {
   return arguments;
 }
 
-// The order of an answer is the server's.
+// The server may answer in any order; the list keeps that of `ids`.
 void append(EmailList& list, Json& result, std::span<const std::string> ids) {
   std::map<std::string, Json> byId;
   if (Json& emails = result["list"]; emails.is_array())
@@ -118,7 +118,7 @@ std::optional<std::string> MailAccount::findMailbox(const std::string& parent, c
   return std::nullopt;
 }
 
-// The errors of a server about a parent say less than its own words about it.
+// A server's errors about a parent are vague, so find the cause here.
 void MailAccount::checkNewName(const std::string& parent, const std::string& name) {
   const std::vector<Mailbox> all = mailboxes().mailboxes;
   if (std::ranges::any_of(all, [&](const Mailbox& one) { return one.parentId == parent && one.name == name; }))
@@ -144,12 +144,12 @@ std::string MailAccount::createMailbox(const std::string& parent, const std::str
     result = server_.call(create, Repeat::never);
   } catch (const ServerFailure& failure) {
     if (failure.kind != FailureKind::lost) throw;
-    // It may have been made.
+    // The lost call may have created it.
     if (const std::optional<std::string> made = findMailbox(parent, name)) return *made;
     result = server_.call(create, Repeat::never);
   }
   if (const Json& error = errorOf(result, "notCreated", "new"); !error.is_null()) {
-    checkNewName(parent, name);  // somebody may have been quicker
+    checkNewName(parent, name);  // another client may have created it first
     throw setFailure(server_.name(), error, mailboxSubject(name));
   }
   std::string id = textOf(member(member(result, "created"), "new"), "id");
@@ -182,7 +182,7 @@ void MailAccount::moveMailbox(const std::string& mailboxId, const std::string& p
 void MailAccount::deleteMailbox(const std::string& mailboxId, bool withMessages) {
   const MethodCall destroy{"Mailbox/set",
                            {{"accountId", id_}, {"destroy", {mailboxId}}, {"onDestroyRemoveEmails", withMessages}}};
-  // Some servers break down over a mailbox that is gone, so it is looked for each time.
+  // Some servers break down if the mailbox does not exist, so look for it first.
   const std::string name = mailbox(mailboxId).name;
   Json result;
   try {
@@ -237,7 +237,7 @@ std::vector<std::string> MailAccount::findByMessageId(const std::string& mailbox
   selection.properties = {"id", "messageId"};
   const std::string bare = messageId.substr(1, messageId.size() - 2);
   std::vector<std::string> ids;
-  // The condition finds what holds the text somewhere.
+  // The header condition matches substrings.
   for (const Json& email : page(wanted, 0, most, selection).emails) {
     const std::vector<std::string> found = textsOf(email, "messageId");
     if (std::ranges::find(found, bare) != found.end()) ids.push_back(textOf(email, "id"));
@@ -325,7 +325,7 @@ Imported MailAccount::import(const EmailImport& message) {
     imported = {textOf(error, "existingId"), true};
     if (!imported.id.empty()) return imported;
   }
-  // An unknown mailbox or blob is an invalid property in the words of the standard.
+  // The standard reports an unknown mailbox or blob as an invalid property.
   ServerFailure failure = setFailure(server_.name(), error, "The message");
   const std::vector<std::string> properties = textsOf(error, "properties");
   const bool isUnknown = std::ranges::any_of(properties, [](const std::string& property) {

@@ -1,8 +1,8 @@
 // One account of a server: its mailboxes and messages (RFC 8621).
 //
-// Every call may throw what MailServer throws, and notFound, noAccess, overQuota where the server says so. An answer
-// that was lost is asked for again, and what the first asking has done already is success; deliver.h says how for new
-// messages.
+// Every call may throw what MailServer throws, and notFound, noAccess, overQuota if the server says so. Calls other
+// than import() are repeated if the answer is lost; it is success if the first attempt has done the work already.
+// deliver.h does so for new messages.
 #pragma once
 
 #include <chrono>
@@ -21,14 +21,14 @@ struct MailboxRights {
 
 struct Mailbox {
   std::string id;
-  std::string parentId;  // empty: at the top
+  std::string parentId;  // empty: top level
   std::string name;
   std::string role;  // "inbox", "trash" ...; empty: none
   std::uint64_t messageCount = 0, unreadCount = 0;
   MailboxRights rights;
 };
 
-// A state names what was read (RFC 8620, 5.2): it is what changes() wants.
+// `state` identifies what was read (RFC 8620, 5.2); pass it to mailboxChanges().
 struct MailboxList {
   std::vector<Mailbox> mailboxes;
   std::string state;
@@ -37,15 +37,15 @@ struct MailboxList {
 struct Changes {
   std::vector<std::string> created, updated, destroyed;
   std::string state;     // after these changes
-  bool hasMore = false;  // ask again, from that state
+  bool hasMore = false;  // call again with `state`
 };
 
-// Which messages, and in which order. Empty or unset: no such condition.
+// Which messages, and in which order. An empty member is not a condition.
 struct EmailQuery {
   std::string mailbox;
   std::vector<std::string> withKeywords, withoutKeywords;
-  std::string headerName, headerValue;  // a header that holds this text somewhere
-  Json filter;                          // more conditions, as the server takes them; null: none
+  std::string headerName, headerValue;  // a header that contains this text
+  Json filter;                          // more conditions, in JMAP's form; null: none
   std::string sortBy = "receivedAt";    // or "sentAt", "subject", "from", "size"
   bool ascending = true;
 };
@@ -56,18 +56,18 @@ struct EmailPage {
   std::uint64_t total = 0;
 };
 
-// What a message is read with: `properties` as the server calls them ("subject", "header:X-Message-Class:asText"). Body
-// values are asked for by those that have fetchTextValues set, cut to longestValue bytes each (0: whole).
+// What to read of messages: `properties` have JMAP's names ("subject", "header:X-Message-Class:asText"). Values of body
+// parts are read only with one of the fetch flags, and cut to longestValue bytes each (0: whole).
 struct EmailSelection {
   std::vector<std::string> properties;
   std::vector<std::string> bodyProperties;
-  bool fetchTextValues = false;  // of the parts that are shown as text
-  bool fetchAllValues = false;   // of every part that is text
+  bool fetchTextValues = false;  // of the parts shown as text
+  bool fetchAllValues = false;   // of every text part
   std::uint64_t longestValue = 0;
 };
 
 struct EmailList {
-  std::vector<Json> emails;  // in the order of the ids; without those that are gone
+  std::vector<Json> emails;  // in the order of the ids; deleted ones are left out
   std::string state;         // of the first batch
 };
 
@@ -80,7 +80,7 @@ struct EmailImport {
 
 struct Imported {
   std::string id;
-  bool wasThere = false;  // the server had a message of the very same bytes, somewhere in the account
+  bool wasThere = false;  // the account already had a message of the same bytes
 };
 
 struct Quota {
@@ -99,41 +99,41 @@ class MailAccount {
   MailboxList mailboxes();
   // Throws notFound.
   Mailbox mailbox(const std::string& mailboxId);
-  // Its id, where there is one of that name.
+  // The id of the mailbox of that name, if it exists.
   std::optional<std::string> findMailbox(const std::string& parent, const std::string& name);
-  // Its id. parent empty: at the top. Throws nameTaken, noAccess; notFound: the parent.
+  // Returns its id. Empty parent: top level. Throws nameTaken, noAccess; notFound for the parent.
   std::string createMailbox(const std::string& parent, const std::string& name);
   // Throws nameTaken, noAccess, notFound.
   void renameMailbox(const std::string& mailboxId, const std::string& name);
   void moveMailbox(const std::string& mailboxId, const std::string& parent);
-  // Throws hasMailboxes, noAccess, and hasMessages unless those are to go too.
+  // Throws hasMailboxes, noAccess, notFound, and hasMessages unless withMessages.
   void deleteMailbox(const std::string& mailboxId, bool withMessages);
   Changes mailboxChanges(const std::string& since);  // throws stateTooOld
 
-  // `limit` ids from `position` on.
+  // At most `limit` ids from `position` on.
   EmailPage query(const EmailQuery& query, std::uint64_t position, std::uint64_t limit);
-  // The id at hand of each message in a mailbox that has exactly this Message-ID, "<left@right>".
+  // The ids of the mailbox's messages with exactly this Message-ID, "<left@right>".
   std::vector<std::string> findByMessageId(const std::string& mailboxId, const std::string& messageId);
 
-  // In batches of `batch` (50 to 500, as the server's limits let).
+  // Reads `batch` messages a request, or fewer if the server's limit is lower.
   EmailList emails(std::span<const std::string> ids, const EmailSelection& selection, std::size_t batch = 250);
-  // One page in one request: query and what is to be read of its messages.
+  // Queries a page and reads its messages in one request.
   EmailList page(const EmailQuery& query, std::uint64_t position, std::uint64_t limit, const EmailSelection& selection,
                  EmailPage* found = nullptr);
   Changes emailChanges(const std::string& since);  // throws stateTooOld
 
-  // What is done to each message; failures by id, those that are gone as notFound, except that to destroy what is gone
-  // is success.
+  // Each returns the failures by message id. A message that does not exist fails with notFound; destroying it is
+  // success.
   using Failures = std::map<std::string, ServerFailure>;
   Failures setKeywords(std::span<const std::string> ids, const std::map<std::string, bool>& keywords);
   Failures setMailboxes(std::span<const std::string> ids, std::span<const std::string> mailboxIds);
   Failures destroy(std::span<const std::string> ids);
 
-  // One asking; `lost` means that nobody knows. Throws overQuota, tooLarge, badMessage; notFound: the mailbox or the
-  // blob.
+  // Not repeated if the answer is lost: the outcome is then unknown. Throws overQuota, tooLarge, badMessage; notFound
+  // for the mailbox or the blob.
   Imported import(const EmailImport& message);
 
-  // None where the server does not say.
+  // Empty if the server does not report quotas.
   std::vector<Quota> quotas();
 
  private:

@@ -11,10 +11,10 @@ namespace {
 constexpr std::size_t longestAnswer = 64 << 20;
 constexpr int mostRedirects = 5;
 constexpr int mostAttempts = 4;
-constexpr std::size_t pieceOfWords = 16 * 1024;  // what is read of a refusal
+constexpr std::size_t pieceOfWords = 16 * 1024;  // how much of a refusal is read
 constexpr int partialContent = 206;
 
-// Thrown by a sink that has enough.
+// Thrown by a sink that needs no more.
 struct EnoughRead {};
 
 std::string withValue(std::string pattern, const std::string& variable, const std::string& value) {
@@ -142,7 +142,7 @@ std::string MailServer::upload(const std::string& account, const RequestBody& bo
   std::string blob;
   persist(Repeat::always, [&] {
     const Answer answer = ask(request);
-    // An account that may only be read has no place for uploads.
+    // A read-only account has no upload resource.
     if (answer.head.status == 404) throw noAccessFailure(name(), "The account '" + account + "'");
     if (!isOk(answer.head.status)) throw statusFailure(name(), answer.head, answer.text);
     const Json document = Json::parse(answer.text, nullptr, false);
@@ -163,7 +163,7 @@ void MailServer::download(const std::string& account, const std::string& blob, c
   request.address = resolve(known.base, url);
   if (length == 0) return;
 
-  // What was handed on is not asked for again.
+  // Bytes that `to` has got are not requested again.
   std::string refusal;
   const auto take = [&](const HttpAnswer& head, std::span<const std::byte> bytes) {
     if (!isOk(head.status)) {
@@ -171,7 +171,7 @@ void MailServer::download(const std::string& account, const std::string& blob, c
       return;
     }
     const std::uint64_t position = (head.status == partialContent ? request.rangeBegin : 0) + head.length;
-    if (position + bytes.size() <= begin) return;  // the server hands over the whole all the same
+    if (position + bytes.size() <= begin) return;  // the server ignores the range
     bytes = bytes.subspan(static_cast<std::size_t>(begin - std::min(begin, position)));
     if (length) bytes = bytes.first(static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), *length)));
     to(bytes);

@@ -1,7 +1,7 @@
 // A JMAP server (RFC 8620): its session, method calls, uploads and downloads.
 //
-// What passes by itself (a lost connection, a busy server) is asked again, a few times and for Settings::patience at
-// most, where asking twice does no harm. Busy servers are waited for as long as their Retry-After says.
+// Transient failures (a lost connection, a busy server) are retried a few times, for Settings::patience at most, if
+// repeating is safe. A busy server's Retry-After is respected.
 #pragma once
 
 #include <atomic>
@@ -26,7 +26,7 @@ struct MethodCall {
   Json arguments;
 };
 
-// May a request be made again when its answer was lost?
+// Whether a request may be repeated if its answer is lost.
 enum class Repeat { always, never };
 
 // Threads: any number at once.
@@ -34,38 +34,38 @@ class MailServer {
  public:
   explicit MailServer(Settings settings);
 
-  // Asked for once, then kept; the reference stays valid. Redirects on the same server are followed; another server is
-  // not told the password (redirected). Throws noMail where the server has none, unauthorized, and what
-  // HttpClient::send throws. A URL with a path is where the session is; one without asks where it is
-  // (/.well-known/jmap).
+  // Read once, then kept; the reference stays valid. If the URL has a path, the session is read there, else from
+  // /.well-known/jmap. Redirects on the same server are followed; one to another server throws redirected, and that
+  // server does not get the password. Throws noMail if the server has no JMAP mail, unauthorized, and what
+  // HttpClient::send throws.
   const MailSession& session();
 
-  // One method call. Returns the arguments of its answer; an "error" answer is thrown.
+  // One method call. Returns the arguments of the response; an "error" response is thrown.
   Json call(const MethodCall& method, Repeat repeat);
 
-  // Several in one request; answers in their order. The first error is thrown. "#ids" and the like (RFC 8620, 3.7)
-  // refer to a call by its place: "0", "1", ...
+  // Several in one request. Returns their responses in the same order; the first error is thrown. Back-references
+  // ("#ids"; RFC 8620, 3.7) name a call by its index: "0", "1", ...
   std::vector<Json> calls(const std::vector<MethodCall>& methods, Repeat repeat);
 
-  // Returns the blob's id. Throws tooLarge before a byte is sent where the server would not take so many.
+  // Returns the blob's id. Throws tooLarge, before a byte is sent, if the body exceeds the server's limit.
   std::string upload(const std::string& account, const RequestBody& body);
 
-  // The blob's bytes, all or those from `begin` on. Nothing is asked for again after bytes went to `to`. The pieces
-  // are all there are unless it throws.
+  // Passes the blob's bytes, all or those from `begin` on, to `to`. After a lost connection it goes on with the first
+  // byte that `to` has not got. Throws unless all bytes were passed.
   void download(const std::string& account, const std::string& blob, const ByteSink& to, std::uint64_t begin = 0,
                 std::optional<std::uint64_t> length = std::nullopt);
 
-  // Waits as HttpClient does: throws cancelled.
+  // As HttpClient::wait().
   void wait(std::chrono::milliseconds time) const { client_.wait(time); }
 
-  // "https://mail.example", for words.
+  // "https://mail.example", for messages.
   std::string name() const;
   const Settings& settings() const noexcept { return client_.settings(); }
   // Requests made so far, for tests and figures.
   std::uint64_t requestCount() const noexcept;
 
  private:
-  // What came of one request, in memory.
+  // A whole answer, in memory.
   struct Answer {
     HttpAnswer head;
     std::string text;
@@ -73,7 +73,7 @@ class MailServer {
 
   Answer ask(const HttpRequest& request);
   MailSession discover();
-  // Calls `once` again as the failure and `repeat` let it.
+  // Calls `once`, and again if the failure and `repeat` allow it.
   void persist(Repeat repeat, const std::function<void()>& once);
 
   HttpClient client_;

@@ -1,4 +1,4 @@
-// What a server says of itself to a user (RFC 8620, 2).
+// The session: what a server offers to a user (RFC 8620, 2).
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,7 @@ struct MailSession {
     bool isReadOnly = false;
     bool mayCreateTopLevelMailbox = false;
   };
-  struct Limits {                      // 0: not said
+  struct Limits {                      // 0: unknown
     std::uint64_t maxSizeUpload = 0;   // bytes
     std::uint64_t maxSizeRequest = 0;  // bytes
     std::uint64_t maxCallsInRequest = 0;
@@ -26,16 +26,16 @@ struct MailSession {
     std::uint64_t maxObjectsInSet = 0;
   };
   std::string userName;
-  std::vector<Account> accounts;  // those with mail, the person's own first, then by name
-  std::string primaryAccount;     // id of the person's own mail
+  std::vector<Account> accounts;  // those with mail: personal ones first, then by name
+  std::string primaryAccount;     // id of the user's own mail
   Limits limits;
   std::vector<std::string> capabilities;  // names, "urn:ietf:params:jmap:mail"
   ServerAddress apiUrl;
-  ServerAddress base;                  // what the templates are relative to
+  ServerAddress base;                  // of relative templates
   std::string uploadUrl, downloadUrl;  // templates
 };
 
-// Nothing where the document is none of a server with mail. Throws badAddress.
+// Returns nullopt if the document is not the session of a server with mail. Throws badAddress.
 std::optional<MailSession> readSession(const nlohmann::json& document, const ServerAddress& from);
 
 }  // namespace fendrel::jmap

@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t longestUrl = 8192;
 
 [[noreturn]] void refuse(std::string_view url, const char* why) {
-  // A password that someone wrote into the URL must not come back in words.
+  // A password in the URL must not appear in the message.
   const bool isSecret = url.find('@') != std::string_view::npos;
   throw ServerFailure{FailureKind::badAddress, (isSecret ? "That" : "'" + std::string(url) + "'") +
                                                    " is not the address of a mail server: " + why};
@@ -55,7 +55,7 @@ ServerAddress parseAddress(std::string_view url) {
   address.host = toUtf8(host);
   if (address.host.empty() || !std::ranges::all_of(address.host, isHostCharacter))
     refuse(url, "its host is not a name.");
-  // The path and the query behind it, which stand in one piece.
+  // The path and the query, which are contiguous.
   const std::wstring path(parts.lpszUrlPath ? parts.lpszUrlPath : L"", parts.dwUrlPathLength + parts.dwExtraInfoLength);
   address.path = toUtf8(path.substr(0, path.find(L'#')));
   if (!address.path.starts_with('/')) address.path.insert(0, 1, '/');

@@ -1,4 +1,4 @@
-// Where a server is: the parts of a URL.
+// A server's address: the parts of a URL.
 #pragma once
 
 #include <cstdint>
@@ -11,24 +11,24 @@ struct ServerAddress {
   bool isSecure = true;  // https
   std::string host;      // as written, lower case; a name or an IPv4 address
   std::uint16_t port = 443;
-  std::string path;  // begins with "/"; a query is part of it, a fragment is not
+  std::string path;  // begins with "/"; includes the query, not the fragment
 
   bool isThisMachine() const;
   bool isSameServer(const ServerAddress& other) const {
     return isSecure == other.isSecure && host == other.host && port == other.port;
   }
-  std::string server() const;  // "https://mail.example", the port where it is not the scheme's own
+  std::string server() const;  // "https://mail.example", with the port unless it is the default
   std::string text() const { return server() + path; }
 };
 
-// "https://mail.example:8443/path". http is for this machine alone (localhost, 127.0.0.0/8); a URL with a name or
-// password in it is refused, because URLs get into logs. Throws badAddress.
+// "https://mail.example:8443/path". Throws badAddress; also for http, except on this machine (localhost, 127.0.0.0/8),
+// and for a URL with a name or password in it, because URLs get into logs.
 ServerAddress parseAddress(std::string_view url);
 
-// What a URL means in a document that came from `base`: whole, or relative. Throws badAddress.
+// Resolves an absolute or relative URL in a document from `base`. Throws badAddress.
 ServerAddress resolve(const ServerAddress& base, std::string_view url);
 
-// The text with everything but letters, digits, "-", "_", "." and "~" as %XX.
+// Encodes everything but letters, digits, "-", "_", "." and "~" as %XX.
 std::string percentEncoded(std::string_view text);
 
 }  // namespace fendrel::jmap

@@ -1,5 +1,5 @@
-// How what was asked of a mail server ends when it does not end well. Thrown by everything in this folder; besides it
-// std::bad_alloc alone leaves a call.
+// A failed request to a mail server. Everything in this folder throws it; besides it, only std::bad_alloc and the
+// exceptions of a caller's functions leave a call.
 #pragma once
 
 #include <chrono>
@@ -10,29 +10,29 @@
 namespace fendrel::jmap {
 
 enum class FailureKind {
-  cancelled,     // Settings::isCancelled said so
-  badAddress,    // no server has an address like that, or its scheme is http and it is another machine
+  cancelled,     // Settings::isCancelled returned true
+  badAddress,    // not a server's address, or http to another machine; an unusable file of issuers
   unknownName,   // no machine has that name
-  refused,       // nobody listens there
-  timedOut,      // nothing came or went for Settings::patience
-  lost,          // the connection ended, also in the middle of an answer: what was asked for may have been done
-  untrusted,     // TLS: an issuer that this machine does not know, or a certificate that is out of date or revoked
-  wrongName,     // TLS: the certificate is another machine's
-  tls,           // anything else that keeps TLS from being set up
-  redirected,    // to another server, which is not told the password; the words name it
+  refused,       // no server listens there
+  timedOut,      // nothing was received or sent for Settings::patience
+  lost,          // the connection ended, or the answer is unreadable: the request may have been carried out
+  untrusted,     // TLS: an unknown issuer, or a certificate that is out of date or revoked
+  wrongName,     // TLS: the certificate is for another name
+  tls,           // TLS: any other failure of the handshake
+  redirected,    // to another server, which does not get the password; the text names it
   unauthorized,  // wrong name, password or token
   noMail,        // the server answers, but not with JMAP mail
-  noAccess,      // no right to do that
+  noAccess,      // the user lacks the right
   notFound,      // no such account, mailbox, message or blob
-  nameTaken,     // a mailbox of that name is there
+  nameTaken,     // a mailbox of that name exists
   hasMessages,   // a mailbox to delete holds messages
   hasMailboxes,  // a mailbox to delete holds mailboxes
   overQuota,     // the account is full
-  tooLarge,      // larger than the server takes; nothing of it was sent where the server says how much that is
-  badMessage,    // the server does not take a message like that
-  stateTooOld,   // the server does not know any more what has changed since then: read all again
-  busy,          // 429 or 503, and longer than Settings::patience
-  failed,        // anything else that the server says
+  tooLarge,      // larger than the server accepts; if the server states its limit, nothing was sent
+  badMessage,    // the server does not accept such a message
+  stateTooOld,   // the server no longer knows the changes since then: read everything again
+  busy,          // 429, 502, 503, 504, or a JMAP error of that meaning
+  failed,        // any other answer
 };
 
 struct ServerFailure : std::exception {
@@ -42,12 +42,12 @@ struct ServerFailure : std::exception {
   const char* what() const noexcept override { return text.c_str(); }
 
   FailureKind kind;
-  std::string text;                 // English, UTF-8, names the server: what happened and the way out; never a secret
-  bool passes;                      // by itself: asking later may do. It was asked again already where that is safe.
-  std::chrono::seconds retryAfter;  // how long a busy server wants to be left alone; 0: it does not say
+  std::string text;                 // English, UTF-8, names the server: what happened and what to do; never a secret
+  bool passes;                      // transient: a later attempt may succeed
+  std::chrono::seconds retryAfter;  // of a busy server; 0: not given
 };
 
-// English name, for messages and test output.
+// For messages and test output.
 const char* name(FailureKind kind) noexcept;
 
 }  // namespace fendrel::jmap

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t longestWords = 300;
 
-// "(its words)", or nothing.
+// " (words)", or empty.
 std::string quoted(std::string words) {
   if (words.empty()) return {};
   if (words.size() > longestWords) {
@@ -22,7 +22,7 @@ std::string quoted(std::string words) {
   return " (" + words + ")";
 }
 
-// RFC 7807, which refusals should come with.
+// The problem details (RFC 7807) that a refusal should have.
 std::string detailOf(std::string_view text) {
   const nlohmann::json document = nlohmann::json::parse(text, nullptr, false);
   const std::string detail = textOf(document, "detail");

@@ -1,4 +1,4 @@
-// What a server's refusals mean, and the words for them.
+// Turns a server's refusals into failures with their texts.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
@@ -10,16 +10,15 @@
 
 namespace fendrel::jmap {
 
-// `server`: its name. None of these holds a secret: the server's own words are cut and shown without control
-// characters.
+// `server`: its name. No text holds a secret. The server's own words are cut, and shown without control characters.
 
-// An unsuccessful HTTP status, with the text that came with it.
+// From an unsuccessful HTTP status and the answer's text.
 ServerFailure statusFailure(const std::string& server, const HttpAnswer& head, std::string_view text);
 
-// The arguments of an "error" answer (RFC 8620, 3.6.2).
+// From the arguments of an "error" response (RFC 8620, 3.6.2).
 ServerFailure methodFailure(const std::string& server, const nlohmann::json& error);
 
-// A SetError (RFC 8620, 5.3), also of an import. `subject`: what it is about, "The mailbox 'Reports'".
+// From a SetError (RFC 8620, 5.3), also of an import. `subject`: "The folder 'Reports'".
 ServerFailure setFailure(const std::string& server, const nlohmann::json& error, const std::string& subject);
 
 ServerFailure noMailFailure(const std::string& server);
@@ -30,7 +29,7 @@ ServerFailure nameTakenFailure(const std::string& server, const std::string& sub
 ServerFailure noAccessFailure(const std::string& server, const std::string& subject);
 ServerFailure notFoundFailure(const std::string& server, const std::string& subject);
 
-// Where a redirect leads; one that leads nowhere throws noMail, one to plain http elsewhere redirected.
+// The target of a redirect. Throws noMail if there is none, redirected if it is not allowed (plain http elsewhere).
 ServerAddress redirectTarget(const ServerAddress& from, const std::string& location);
 
 }  // namespace fendrel::jmap

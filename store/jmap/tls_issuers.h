@@ -1,4 +1,4 @@
-// Issuers of certificates that are trusted besides the machine's own.
+// Certificate issuers that are trusted in addition to the machine's.
 #pragma once
 
 #include <windows.h>
@@ -11,15 +11,15 @@
 
 namespace fendrel::jmap {
 
-// They stand in a store in memory and are looked at by a chain engine of our own: nothing of the machine or the user
-// changes, and no other connection of the process trusts them.
+// They are in a memory store that only this object's chain engine uses: the certificate stores of the machine and the
+// user do not change, and no other connection of the process trusts them.
 class TlsIssuers {
  public:
-  // A file with certificates: PEM, any number, or one in DER. Throws badAddress where it cannot be read or holds none.
+  // A file with any number of certificates in PEM, or one in DER. Throws badAddress if it is unreadable or has none.
   explicit TlsIssuers(const std::wstring& file);
-  TlsIssuers() = default;  // the machine's alone
+  TlsIssuers() = default;  // only the machine's
 
-  // Nothing where the certificate is this host's and its chain ends at one of these issuers or at one of the machine's.
+  // nullopt if the certificate is for this host and its chain ends at one of these issuers or of the machine's.
   std::optional<FailureKind> refusal(PCCERT_CONTEXT certificate, const std::wstring& host) const;
 
  private:

@@ -1,4 +1,4 @@
-// The system's UTF-16 and the network's UTF-8; what is neither becomes U+FFFD.
+// Converts between the system's UTF-16 and the network's UTF-8. Invalid parts become U+FFFD.
 #pragma once
 
 #include <string>
