@@ -11,8 +11,7 @@ std::atomic<std::uint32_t> interrupts{0};
 std::atomic<bool> isConsoleClosing{false};
 thread_local std::optional<std::uint32_t> interruptsAtBegin;
 
-// On a thread of the system's. FALSE: the handlers of before come next, and in the end the system's, which ends the
-// process.
+// Runs on a thread of the system. FALSE: earlier handlers run next, and finally the system's, which ends the process.
 BOOL WINAPI countInterrupt(DWORD event) {
   if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) isConsoleClosing = true;
   ++interrupts;
@@ -21,11 +20,11 @@ BOOL WINAPI countInterrupt(DWORD event) {
 
 }  // namespace
 
-// The system keeps a list in which a handler may stand several times.
+// The system's list may hold a handler several times.
 ConsoleInterrupts::ConsoleInterrupts() noexcept { SetConsoleCtrlHandler(countInterrupt, TRUE); }
 
 ConsoleInterrupts::~ConsoleInterrupts() {
-  // The system holds the list while it calls the handlers, and that of a closing console may never return.
+  // The system locks the list while it calls the handlers, and the handler of a closing console may never return.
   if (!isConsoleClosing) SetConsoleCtrlHandler(countInterrupt, FALSE);
 }
 

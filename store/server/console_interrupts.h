@@ -1,4 +1,4 @@
-// Ctrl+C in the program's console, as the wish to give up what is waited for.
+// Ctrl+C in the program's console cancels a wait.
 #pragma once
 
 #include <cstdint>
@@ -6,8 +6,8 @@
 
 namespace fendrel::store {
 
-// While one lives, the console's interrupts are counted. The program's own handlers run all the same, and a program
-// without a console has none.
+// Counts the console's interrupts while it lives. The program's own handlers still run. A program without a console
+// gets no interrupts.
 class ConsoleInterrupts {
  public:
   ConsoleInterrupts() noexcept;
@@ -16,7 +16,7 @@ class ConsoleInterrupts {
   ConsoleInterrupts& operator=(const ConsoleInterrupts&) = delete;
 };
 
-// While the outermost one of its thread lives, an interrupt ends what that thread waits for.
+// While one lives, an interrupt ends what its thread waits for. May be nested.
 class InterruptibleCall {
  public:
   InterruptibleCall() noexcept;
@@ -28,7 +28,7 @@ class InterruptibleCall {
   const std::optional<std::uint32_t> before_;
 };
 
-// Whether one came since this thread's call began.
+// Whether an interrupt came since this thread's outermost InterruptibleCall began.
 bool isInterrupted() noexcept;
 
 }  // namespace fendrel::store

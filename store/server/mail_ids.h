@@ -1,5 +1,5 @@
-// Identifiers of what is on a server: the account, which has ids of its own, and the object in it. The characters that
-// part them are in no id of a server (RFC 8620, 1.2).
+// Identifiers of objects on a server: the account, and the object's id in it. Their separators are in no id of a server
+// (RFC 8620, 1.2).
 #pragma once
 
 #include <string>
@@ -15,7 +15,7 @@ struct MailId {
 
 inline Id idOf(const std::string& account, std::string_view object) { return Id(account + "/" + std::string(object)); }
 
-// Both empty for what is none.
+// Both empty if `id` is not such an identifier.
 inline MailId mailId(const Id& id) {
   const std::string_view text = id.text();
   const std::size_t slash = text.find('/');
@@ -23,13 +23,13 @@ inline MailId mailId(const Id& id) {
   return {std::string(text.substr(0, slash)), std::string(text.substr(slash + 1))};
 }
 
-// A store's names its server, too: accounts of the same name on two servers are two stores.
+// Includes the server: accounts of the same name on two servers are two stores.
 inline Id storeIdOf(const std::string& account, const std::string& server) { return Id(account + "@" + server); }
 
-// Folders that servers do not have. That of associated messages is a mailbox, which is made when it is first needed.
+// Folders that servers do not have. personalFolder shows the mailbox of associated messages, created when first needed.
 constexpr std::string_view rootFolder = ".root", topFolder = ".top", personalFolder = ".personal";
 
-// What that mailbox is called.
+// The name of that mailbox.
 constexpr const char* personalMailboxName = "Fendrel Personal Reports";
 
 }  // namespace fendrel::store

@@ -1,4 +1,4 @@
-// The properties that stand in a mail's own headers and parts.
+// The properties that have headers or parts of their own in a mail.
 #pragma once
 
 #include "property.h"

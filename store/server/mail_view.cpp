@@ -33,7 +33,7 @@ std::u16string wide(const std::string& utf8) {
 
 std::uint64_t numberOf(const std::string& digits) { return std::strtoull(digits.c_str(), nullptr, 10); }
 
-// Nothing where the text is none of a key.
+// nullopt if the text is not a key.
 std::optional<Guid> keyOf(const std::string& hex) {
   Guid key{};
   if (hex.size() != 2 * sizeof key.bytes) return std::nullopt;
@@ -46,7 +46,7 @@ std::optional<Guid> keyOf(const std::string& hex) {
   return key;
 }
 
-// Of another program's message: the same for the same Message-ID.
+// The search key of another program's message: equal for equal Message-IDs.
 Guid keyFrom(const std::string& name) {
   const std::string texts[] = {name, "2" + name};
   Guid key{};
@@ -57,7 +57,7 @@ Guid keyFrom(const std::string& name) {
   return key;
 }
 
-// Numbers of the mail's names become those of this machine.
+// Replaces the mail's identifiers of property names by this machine's. Removes properties without one.
 void renumber(std::vector<Property>& properties, const std::map<std::uint16_t, PropertyName>& names,
               const IdentifierOf& identifierOf) {
   std::erase_if(properties, [&](Property& property) {
@@ -73,7 +73,7 @@ void sortById(std::vector<Property>& properties) {
   std::ranges::stable_sort(properties, {}, [](const Property& one) { return propertyId(one.tag); });
 }
 
-// What rows show of our own messages and the header of mail has no place for, and of others' what makes them no drafts.
+// Our messages: flags and subject prefix, which mail's own headers do not have. Others: flags that say "not a draft".
 void addFlags(const Json& email, bool isOurs, std::vector<Property>& properties) {
   const std::string flags = headerIn(email, ownHeaders::flags), prefix = headerIn(email, ownHeaders::subjectPrefix);
   if (!flags.empty())

@@ -1,4 +1,4 @@
-// A message of the server as the border shows it.
+// A message of the server as the engine shows it.
 #pragma once
 
 #include <functional>
@@ -15,7 +15,7 @@
 namespace fendrel::store {
 
 struct ViewedAttachment {
-  std::vector<Property> properties;  // by identifier; its bytes unloaded
+  std::vector<Property> properties;  // by identifier; its data unloaded
   mime::MailPart part;
 };
 
@@ -24,25 +24,25 @@ struct MailView {
   std::vector<std::string> mailboxes;
   std::vector<Property> properties;  // by identifier
   std::vector<ViewedAttachment> attachments;
-  bool isWhole = false;    // else it has what rows show, and no attachments
-  bool isTextCut = false;  // there is more of the text than the properties hold
-  bool isOurs = false;     // made by an engine like this one
+  bool isWhole = false;    // else it has only the properties of rows, and no attachments
+  bool isTextCut = false;  // the properties hold only the beginning of the text
+  bool isOurs = false;     // written by this engine, here or on another machine
 };
 
-// What the server is asked for.
+// The JMAP properties to ask the server for.
 std::vector<std::string> viewProperties(bool isWhole);
 
-// Whether rows show this property without a look into messages.
+// Whether rows show this property without reading the whole message.
 bool isRowProperty(PropertyTag tag);
 
-// The identifier here of a property's name; 0: none is left.
+// Returns this machine's identifier of a property name; 0 if none is left.
 using IdentifierOf = std::function<std::uint16_t(const PropertyName&)>;
 
-// `folder`: which of its mailboxes it is seen in; empty: any. `personal`: the mailbox of associated messages, if any.
+// `folder`: the mailbox in which the message is seen; empty: any. `personal`: that of associated messages, if any.
 MailView viewOf(const nlohmann::json& email, bool isWhole, const std::string& account, const std::string& folder,
                 const std::string& personal, const IdentifierOf& identifierOf);
 
-// The properties asked for, as Engine::readMessageProperties answers them.
+// The requested properties, as Engine::readMessageProperties returns them.
 std::vector<Property> chosenProperties(const std::vector<Property>& all, std::span<const PropertyTag> tags,
                                        std::uint64_t valueLimit);
 

@@ -11,7 +11,7 @@
 namespace fendrel::store {
 namespace {
 
-// Text and bytes that go neither into the mail's text nor into an attachment's data are held in memory.
+// Limits of a text (the body) and of any other value, which are held in memory. Attachment data is not.
 constexpr std::uint64_t longestText = 8 << 20, longestValue = 256 << 10;
 constexpr std::size_t pieceSize = 64 << 10;
 

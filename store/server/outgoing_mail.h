@@ -1,4 +1,4 @@
-// A message on its way to the server.
+// A message that is being written to the server.
 #pragma once
 
 #include <functional>
@@ -11,7 +11,7 @@
 
 namespace fendrel::store {
 
-// Everything that a message is made of.
+// The contents of a message.
 struct OutgoingMail {
   std::vector<Property> properties;
   std::map<std::uint32_t, mime::NewAttachment> attachments;  // by number
@@ -19,24 +19,24 @@ struct OutgoingMail {
   bool isAssociated = false;
 };
 
-// The draft's changes. Throws EngineError: NotFound and AlreadyExists as saveMessage, TooLarge for a value that mail
-// has no place for. The contents must live as long as the mail.
+// Applies the draft's changes. Throws EngineError: NotFound and AlreadyExists as saveMessage does, TooLarge for a value
+// that is too long for a mail. The draft and its contents must live as long as the mail.
 void applyDraft(const MessageDraft& draft, OutgoingMail& mail);
 
-// Headers beside those of mail_headers.h. The first marks our own messages: it is the same in copies, which have
-// a Message-ID of their own.
+// Headers in addition to those of mail_headers.h. The first marks our own messages. Copies have the same search key,
+// but each has its own Message-ID.
 namespace ownHeaders {
 constexpr const char* searchKey = "X-Fendrel-Search-Key";  // 32 hexadecimal digits
 constexpr const char* flags = "X-Fendrel-Flags";
 constexpr const char* subjectPrefix = "X-Fendrel-Subject-Prefix";
 }  // namespace ownHeaders
 
-// The mail as it is written. `names`: what its identifiers from 0x8000 on stand for.
-// Throws EngineError (TooLarge) where the properties are too many for the part that keeps them.
+// The mail to write. `names`: the names of its identifiers from 0x8000 on.
+// Throws EngineError (TooLarge) if the properties do not fit into their part.
 mime::MailMessage mailOf(const OutgoingMail& mail, const std::map<std::uint16_t, PropertyName>& names,
                          const std::string& messageId);
 
-// The identifiers from 0x8000 on that the mail uses.
+// The mail's identifiers from 0x8000 on.
 std::vector<std::uint16_t> namedIdentifiers(const OutgoingMail& mail);
 
 }  // namespace fendrel::store

@@ -1,4 +1,4 @@
-// Lists of properties in which each identifier stands once.
+// Lists of properties with unique identifiers.
 #pragma once
 
 #include <algorithm>
@@ -14,7 +14,7 @@ inline const Property* findIn(std::span<const Property> properties, std::uint16_
   return found == properties.end() ? nullptr : &*found;
 }
 
-// Its value; null where there is none of this type.
+// The property's value; null if there is none of this type.
 template <class Value>
 const Value* valueIn(std::span<const Property> properties, PropertyTag tag) {
   const Property* found = findIn(properties, propertyId(tag));
@@ -30,7 +30,7 @@ inline void putInto(std::vector<Property>& properties, Property property) {
   properties.push_back(std::move(property));
 }
 
-// Whether a property of this tag answers the question for `asked`.
+// Whether `asked` asks for a property of this tag.
 constexpr bool answersTo(PropertyTag tag, PropertyTag asked) {
   return propertyId(tag) == propertyId(asked) &&
          (propertyType(asked) == PropertyType::unspecified || propertyType(asked) == propertyType(tag));

@@ -1,5 +1,5 @@
-// An attachment on the server. Its size is known from the message; its bytes are downloaded, all of them, when the first
-// is wanted, because most who open an attachment only measure it.
+// An attachment on the server. Its size is known from the message. All bytes are downloaded at the first read, because
+// most callers that open an attachment only need its size.
 #pragma once
 
 #include <functional>

@@ -30,7 +30,7 @@ std::string RowWindow::stateOf(const Id& folder) {
 
 void RowWindow::follow(const std::string& from, const std::string& to, std::span<const std::string> changed) {
   const std::lock_guard lock(mutex_);
-  if (from != state_) return;  // somebody else has done so
+  if (from != state_) return;  // another thread has done so
   for (const std::string& message : changed) rows_.erase(message);
   state_ = to;
   isInDoubt_ = false;
@@ -67,7 +67,7 @@ std::vector<std::string> RowWindow::ahead(const Id& folder, std::span<const std:
     if (ids.size() < most && !has(id, isWhole) && known.insert(id).second) ids.push_back(id);
   };
   std::ranges::for_each(wanted, add);
-  if (wanted.size() < 2) return ids;  // who asks for one row reads no table
+  if (wanted.size() < 2) return ids;  // a caller that wants one row does not read a table
   std::for_each(std::ranges::find(order_, wanted.front()), order_.end(), add);
   return ids;
 }
@@ -75,7 +75,7 @@ std::vector<std::string> RowWindow::ahead(const Id& folder, std::span<const std:
 void RowWindow::put(const Id& folder, std::map<std::string, MailView> rows, const std::string& state,
                     const std::string& since) {
   const std::lock_guard lock(mutex_);
-  if (state.empty()) return;  // nothing could be followed
+  if (state.empty()) return;  // changes could not be followed
   use(folder);
   if (rows_.size() + rows.size() > mostRows) rows_.clear();
   if (rows_.empty()) {

@@ -1,4 +1,4 @@
-// What tables have read ahead: a folder is long, and asking a server costs the same for one row and for hundreds.
+// The rows that tables have read ahead: a request for hundreds of rows costs as much as one for a single row.
 #pragma once
 
 #include <map>
@@ -12,31 +12,31 @@
 
 namespace fendrel::store {
 
-// Rows stand here with the state of the account that they were read at (RFC 8620, 5.2), so that the server can be asked
-// which of them have changed since. One folder at a time, and no more rows than memory has room for.
+// Keeps a limited number of rows, of one folder at a time, with the account's state when they were read (RFC 8620,
+// 5.2). With the state, the server can be asked which of them have changed since.
 // Threads: any number at once.
 class RowWindow {
  public:
-  // The order in which the folder's messages were listed, which is what tables show next.
+  // Sets the folder and the order of its messages, in which tables will read rows.
   void begin(const Id& folder, std::vector<std::string> order);
 
-  // Of the folder's rows; empty: there are none.
+  // The state of the folder's rows; empty if there are none.
   std::string stateOf(const Id& folder);
-  // Takes away those that have changed between the two states.
+  // Removes the rows that have changed between the two states.
   void follow(const std::string& from, const std::string& to, std::span<const std::string> changed);
-  // They may have changed by our own doing. True until they are followed.
+  // Notes that we may have changed rows. isInDoubt() is true until the next follow().
   void doubt();
   bool isInDoubt();
 
-  // The row, where it is there and has been read whole if that is asked for.
+  // The row, if it is here, and whole if isWhole.
   std::optional<MailView> find(const Id& folder, const std::string& message, bool isWhole);
 
-  // What to read when these rows are wanted, the first of which is not here: those of them that are not here, and of
-  // those that follow the first, `most` at most.
+  // Which rows to read if `wanted` are wanted and the first of them is not here: the missing ones of `wanted`, then the
+  // missing ones that follow the first in the folder's order; `most` at most.
   std::vector<std::string> ahead(const Id& folder, std::span<const std::string> wanted, std::size_t most, bool isWhole);
 
-  // Rows that were read at that state. They are not kept where the others were followed meanwhile, `since` being the
-  // state of those before.
+  // Adds rows that were read at `state`. `since`: stateOf() before the read. If the rows here were followed to another
+  // state meanwhile, the new ones are not kept.
   void put(const Id& folder, std::map<std::string, MailView> rows, const std::string& state, const std::string& since);
   void clear();
 
@@ -48,7 +48,7 @@ class RowWindow {
   Id folder_;
   std::vector<std::string> order_;
   std::map<std::string, MailView> rows_;
-  std::string state_;  // of the oldest of them
+  std::string state_;  // of the oldest row
   bool isInDoubt_ = false;
 };
 

@@ -43,7 +43,7 @@ EngineError ServerEngine::lastFailure() const {
 
 std::string ServerEngine::place() const { return server_.settings().user + "@" + server_.name(); }
 
-// Names of properties are those of the database.
+// Property names are kept in the database.
 Bytes ServerEngine::mappingSignature() const {
   StoreInfo publicStore;
   if (findPublicStore(database(), publicStore) != Status::Ok) return {};

@@ -1,5 +1,5 @@
-// The engine of the messages on a mail server that speaks JMAP (RFC 8620, 8621): an account is a store, a mailbox a
-// folder. Nothing of it is kept here but what tables have read ahead, which is followed by its state.
+// The engine for messages on a JMAP mail server (RFC 8620, 8621): an account is a store, a mailbox a folder. The engine
+// caches mailboxes, quotas, the last whole message and the rows that tables have read ahead.
 #pragma once
 
 #include <memory>
@@ -18,14 +18,13 @@
 
 namespace fendrel::store {
 
-// What differs from what Engine promises: several messages are deleted one by one; a message that is changed becomes a
-// new one in place of the old, with another identifier; an attachment that is opened and not yet read goes with its
-// message; programs' own bits (setStatus), and properties of folders and stores, are NotSupported, and folders have no
-// times.
+// Differences from what Engine promises: deleting several messages is not atomic; a changed message is replaced by a
+// new one with another identifier; an opened attachment that has not been read is lost if its message is deleted;
+// setStatus and changes of folder and store properties are NotSupported; folders have no times.
 class ServerEngine final : public OnDatabase<Engine>, public std::enable_shared_from_this<ServerEngine> {
  public:
-  // LogonFailed where the server refuses name or secret, Cancelled, Invalid (no such address). A server that cannot be
-  // asked is no failure here: what asks it next tells why.
+  // LogonFailed if the server refuses name or secret, Cancelled, Invalid (bad address, unusable file of issuers). An
+  // unreachable server is not a failure here: the next call to it fails and says why.
   static Status open(const std::shared_ptr<Database>& database, const Profile& profile, const std::u16string& secret,
                      std::shared_ptr<Engine>& engine);
 
@@ -84,12 +83,12 @@ class ServerEngine final : public OnDatabase<Engine>, public std::enable_shared_
   // The mailboxes of an account at one moment.
   struct Mailboxes {
     std::vector<jmap::Mailbox> all;
-    std::string personal;  // that of associated messages; empty: not made yet
+    std::string personal;  // the mailbox of associated messages; empty: does not exist yet
     const jmap::Mailbox* find(std::string_view id) const;
   };
   using MailboxesPointer = std::shared_ptr<const Mailboxes>;
 
-  // Runs what asks the server; what it throws becomes a Status and the last failure. Ctrl+C ends it.
+  // Runs work that calls the server. Its exceptions become a Status and the last failure. Ctrl+C cancels it.
   template <class Work>
   Status asking(Work&& work);
   void note(EngineError failure);
@@ -99,38 +98,37 @@ class ServerEngine final : public OnDatabase<Engine>, public std::enable_shared_
   bool isPublic(const jmap::MailSession::Account& account) const;
   StoreInfo storeOf(const jmap::MailSession::Account& account);
 
-  // As the server has them now; as they were when they were last read.
+  // Reads them from the server; returns them as last read.
   MailboxesPointer readMailboxes(const std::string& account);
   MailboxesPointer knownMailboxes(const std::string& account);
 
-  // The whole tree in its order, each parent before its children; root first.
+  // The whole tree, root first, each parent before its children.
   std::vector<FolderInfo> treeOf(const std::string& account, const Mailboxes& mailboxes);
   FolderInfo folderOf(const MailId& folder);  // throws NotFound
-  // The mailbox behind a folder. Throws NotFound, and NotSupported for those that hold no messages; empty: a mailbox
-  // that is not made yet.
+  // The folder's mailbox; empty if it does not exist yet. Throws NotSupported for folders that hold no messages.
   std::string mailboxOf(const MailId& folder, const Mailboxes& mailboxes);
   std::string makePersonalMailbox(const std::string& account);
-  // The mailbox behind a folder that is to be changed. Throws NoAccess for those that every store has.
+  // The mailbox of a folder that is to be changed. Throws NotFound, and NoAccess for standard folders.
   jmap::Mailbox changeableMailbox(const MailId& folder);
 
   MailView view(const Id& message);         // whole; throws NotFound
-  MailView currentView(const Id& message);  // asked for anew
+  MailView currentView(const Id& message);  // read again
   struct Views {
-    std::vector<MailView> all;  // in the order of the ids; without those that are gone
-    std::string state;          // that they were read at
+    std::vector<MailView> all;  // in the order of the ids; deleted ones are left out
+    std::string state;          // when they were read
   };
   Views views(const std::string& account, const std::vector<std::string>& ids, bool isWhole, const std::string& folder);
-  // Takes the rows of the folder that have changed on the server out of those that were read ahead.
+  // Removes the folder's rows that have changed on the server from those read ahead.
   void followChanges(const Id& folder);
-  // The same with the texts that are cut in it.
+  // The same view with its texts read whole.
   MailView withAllText(MailView view);
   OutgoingMail outgoingOf(const MailView& view, const std::string& account);
-  // Returns the view of what is there then. `isNew`: its Message-ID is its search key's, so that a repeated delivery is
-  // known for one; else it is a copy, with one of its own.
+  // Returns the view of the delivered message. `isNew`: its Message-ID is made from its search key, so that a repeated
+  // delivery is recognised; else it is a copy and gets its own.
   MailView deliver(OutgoingMail mail, const MailId& folder, bool isRead, bool isNew);
-  // Throws EngineError where a message with an attachment of that size would not be taken.
+  // Throws EngineError if the server would not accept a message with an attachment of that size.
   void checkRoom(const std::string& account, std::uint64_t contentSize);
-  // Asks, once for each account unless `isAnew`. As far as is known; without a limit: the most there is.
+  // The bytes left in an account; the largest number if no limit is known. Asks the server once, again if `isAnew`.
   std::uint64_t roomIn(const std::string& account, bool isAnew);
   bool isInDoubt(const Guid& key);
   void noteDoubt(const Guid& key, jmap::FailureKind kind);
@@ -144,13 +142,13 @@ class ServerEngine final : public OnDatabase<Engine>, public std::enable_shared_
   ServerAccess access_;
   jmap::MailServer server_;
   ContentFolder spools_;
-  mutable std::mutex mutex_;  // of what follows
+  mutable std::mutex mutex_;  // of the members below
   EngineError lastFailure_{Status::Ok, {}};
   std::map<std::string, MailboxesPointer> mailboxes_;
-  std::map<std::string, std::uint64_t> rooms_;  // bytes that accounts have left, less what was delivered since
-  std::optional<Guid> inDoubt_;                 // the last delivery that nobody knows the end of
-  std::optional<MailView> lastWhole_;           // a message never changes, but for its mailboxes and keywords
-  RowWindow rows_;                              // has a lock of its own
+  std::map<std::string, std::uint64_t> rooms_;  // bytes left in accounts, less what was delivered since
+  std::optional<Guid> inDoubt_;                 // key of the last delivery with an unknown outcome
+  std::optional<MailView> lastWhole_;           // a message's mailboxes and keywords alone can change
+  RowWindow rows_;                              // has its own lock
 };
 
 template <class Work>

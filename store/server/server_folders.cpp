@@ -1,4 +1,4 @@
-// Folders: the mailboxes of an account below a root that servers do not have.
+// Folders: an account's mailboxes, below a root that servers do not have.
 #include <algorithm>
 #include <set>
 
@@ -28,7 +28,7 @@ FolderRights rightsOf(const jmap::MailboxRights& rights) {
           rights.mayDelete};
 }
 
-// The mailboxes below a parent in a stable order: those with a role first, then by name.
+// The mailboxes below a parent: the inbox first, then those with a role, then the rest; each by name.
 std::vector<const jmap::Mailbox*> childrenOf(const std::vector<const jmap::Mailbox*>& all, std::string_view parent) {
   std::vector<const jmap::Mailbox*> children;
   for (const jmap::Mailbox* mailbox : all) {
@@ -57,7 +57,7 @@ ServerEngine::MailboxesPointer ServerEngine::readMailboxes(const std::string& ac
   auto read = std::make_shared<Mailboxes>();
   read->all = account(accountId).mailboxes().mailboxes;
   for (jmap::Mailbox& mailbox : read->all) {
-    // What lies below a mailbox that this user does not see is shown at the top.
+    // Mailboxes below one that this user cannot see are shown at the top.
     const bool hasParent = std::ranges::find(read->all, mailbox.parentId, &jmap::Mailbox::id) != read->all.end();
     if (!hasParent) mailbox.parentId.clear();
   }
@@ -88,7 +88,7 @@ std::vector<FolderInfo> ServerEngine::treeOf(const std::string& accountId, const
     info.name = std::move(name);
     return info;
   };
-  // Folders that only hold folders, and that no server knows.
+  // Folders that servers do not have.
   const auto addStandard = [&](std::string_view object, std::string_view parent, std::u16string name) -> FolderInfo& {
     FolderInfo& info = add(object, parent, std::move(name));
     info.isStandard = true;
@@ -104,7 +104,7 @@ std::vector<FolderInfo> ServerEngine::treeOf(const std::string& accountId, const
   top.rights.mayAddFolders = top.rights.mayChange = owner.mayCreateTopLevelMailbox;
   top.hasSubfolders = !shown.empty();
 
-  // A stack of its own, because a tree may be deeper than the program's.
+  // An explicit stack: the tree may be too deep for recursion.
   std::vector<const jmap::Mailbox*> pending = childrenOf(shown, {});
   std::ranges::reverse(pending);
   while (!pending.empty()) {
@@ -138,7 +138,7 @@ FolderInfo ServerEngine::folderOf(const MailId& folder) {
 }
 
 std::string ServerEngine::mailboxOf(const MailId& folder, const Mailboxes& mailboxes) {
-  // Another program may have made it since.
+  // Another program may have created it since.
   if (folder.object == personalFolder && mailboxes.personal.empty()) return readMailboxes(folder.account)->personal;
   if (folder.object == personalFolder) return mailboxes.personal;
   if (isVirtual(folder.object)) {
@@ -153,7 +153,7 @@ std::string ServerEngine::makePersonalMailbox(const std::string& accountId) {
   try {
     account(accountId).createMailbox({}, personalMailboxName);
   } catch (const jmap::ServerFailure& failure) {
-    if (failure.kind != jmap::FailureKind::nameTaken) throw;  // somebody was quicker
+    if (failure.kind != jmap::FailureKind::nameTaken) throw;  // another client created it first
   }
   return readMailboxes(accountId)->personal;
 }
@@ -199,7 +199,7 @@ Status ServerEngine::findFolder(const Id& folder, FolderInfo& found) {
   return asking([&] { found = folderOf(mailId(folder)); });
 }
 
-// As its rights were when they were last read: the server has the last word when a message is saved.
+// Checks the rights as last read. The server checks them when a message is saved.
 Status ServerEngine::checkFolder(const Id& folder) {
   return asking([&] {
     const MailId id = mailId(folder);
@@ -239,7 +239,7 @@ Status ServerEngine::moveFolder(const Id& folder, const Id& newParent, const std
     if (above.object != topFolder && !mailboxes->find(above.object)) failNoFolder(server_.name());
     const std::string parentId = above.object == topFolder ? std::string() : above.object;
     const std::string name = newName.empty() ? before.name : toUtf8(newName);
-    // Between the two steps it has its new place and its old name.
+    // Not atomic: after the first step it has the new parent and the old name.
     if (parentId != before.parentId) account(id.account).moveMailbox(id.object, parentId);
     if (name != before.name) account(id.account).renameMailbox(id.object, name);
   });
@@ -266,7 +266,7 @@ Status ServerEngine::deleteFolder(const Id& folder, DeleteFolderOptions options)
     if (!options.withMessages && std::ranges::any_of(below, holdsMessages)) {
       fail(Status::HasMessages, "The folder holds messages.");
     }
-    // The deepest first; what comes in meanwhile keeps its folder, unless messages go too.
+    // Deepest first. A message that arrives meanwhile keeps its folder, unless withMessages.
     for (auto at = below.rbegin(); at != below.rend(); ++at) {
       account(id.account).deleteMailbox(mailId(at->id).object, options.withMessages);
     }

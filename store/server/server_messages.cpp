@@ -19,7 +19,7 @@ namespace fendrel::store {
 namespace {
 
 constexpr std::size_t rowsAtOnce = 500, wholeRowsAtOnce = 50, idsAtOnce = 5000;
-constexpr std::uint64_t smallestMail = 1000;  // headers and properties of a message of ours
+constexpr std::uint64_t smallestMail = 1000;  // headers and properties of our messages
 constexpr std::uint64_t longestRowValue = 64 << 10, longestWholeValue = 1 << 20;
 
 [[noreturn]] void failNoMessage() { fail(Status::NotFound, "The message does not exist, or exists no longer."); }
@@ -38,7 +38,7 @@ jmap::EmailSelection selectionFor(bool isWhole, bool isForRows) {
   return selection;
 }
 
-// What goes wrong with one of them.
+// Throws the first failure, if any.
 void throwFirst(const jmap::MailAccount::Failures& failures) {
   if (!failures.empty()) throw failures.begin()->second;
 }
@@ -64,14 +64,14 @@ std::uint64_t sizeOf(std::span<const Property> properties) {
   return size;
 }
 
-// The saved contents are in no file of ours any more.
+// Discards the spool files of the saved contents.
 void release(const std::vector<ContentChange>& contents) noexcept {
   for (const ContentChange& change : contents) {
     if (auto* own = dynamic_cast<SpooledContent*>(change.content.get())) own->spool().discard();
   }
 }
 
-// The identifiers that a query finds, in its order.
+// All identifiers that a query finds, in its order.
 std::vector<std::string> allOf(jmap::MailAccount& from, const jmap::EmailQuery& query) {
   std::vector<std::string> order;
   std::set<std::string> seen;
@@ -101,7 +101,7 @@ std::shared_ptr<ContentWriter> ServerEngine::createContent(const Id& folder) {
       spools_, [this](EngineError&& error) { note(std::move(error)); }, std::move(checkSize));
 }
 
-// Who posts may look at the result of each write and not at that of the save, so what is known is told here.
+// A caller may check each write but not the save, so report here what is known to fail.
 void ServerEngine::checkRoom(const std::string& accountId, std::uint64_t contentSize) {
   const std::uint64_t least = mime::base64LinesLength(contentSize) + smallestMail;
   const Status status = asking([&] {
@@ -130,7 +130,7 @@ std::uint64_t ServerEngine::roomIn(const std::string& accountId, bool isAnew) {
     }
   } catch (const jmap::ServerFailure& failure) {
     using jmap::FailureKind;
-    // Some do not tell quotas of accounts of others.
+    // Some servers do not report the quotas of other users' accounts.
     const bool isNotTold = failure.kind == FailureKind::failed || failure.kind == FailureKind::noAccess ||
                            failure.kind == FailureKind::notFound;
     if (!isNotTold) throw;
@@ -161,7 +161,7 @@ MailView ServerEngine::currentView(const Id& message) {
   if (found.empty()) failNoMessage();
   if (const auto known = knownMailboxes(id.account);
       !found.front().mailboxes.empty() && !known->find(found.front().mailboxes.front())) {
-    readMailboxes(id.account);  // it lies in a folder that was made since: which one says what kind of message it is
+    readMailboxes(id.account);  // its folder is new, and the message's kind depends on the folder
     found = views(id.account, {id.object}, true, {}).all;
     if (found.empty()) failNoMessage();
   }
@@ -188,7 +188,7 @@ Status ServerEngine::readMessageProperties(const Id& message, std::span<const Pr
     MailView whole = view(message);
     properties = chosenProperties(whole.properties, tags, valueLimit);
     for (Property& property : properties) {
-      // More of it is on the server.
+      // The rest is on the server.
       const bool isText = property.tag == tags::body || property.tag == tags::html;
       if (whole.isTextCut && isText && !std::holds_alternative<UnloadedValue>(property.value))
         property.value = UnloadedValue{valueSize(property.value)};
@@ -278,7 +278,7 @@ OutgoingMail ServerEngine::outgoingOf(const MailView& view, const std::string& a
   const MailView whole = withAllText(view);
   OutgoingMail mail;
   mail.properties = whole.properties;
-  removeFrom(mail.properties, propertyId(tags::internetMessageId));  // the new one's is its own
+  removeFrom(mail.properties, propertyId(tags::internetMessageId));  // the new message gets its own
   mail.searchKey = whole.info.searchKey;
   mail.isAssociated = whole.info.kind == MessageKind::Associated;
   for (std::size_t i = 0; i < whole.attachments.size(); ++i) {
@@ -386,7 +386,7 @@ Status ServerEngine::saveMessage(const MessageDraft& draft, MessageInfo& saved) 
       OutgoingMail mail = outgoingOf(before, old.account);
       applyDraft(draft, mail);
       made = deliver(std::move(mail), mailId(before.info.folder), isRead, false);
-      // The new one is there: an old one that stays is not lost, and not a failure of the save.
+      // The new one is stored. If the old one cannot be deleted, the save fails and both remain.
       const std::vector<std::string> ids = {old.object};
       throwFirst(account(old.account).destroy(ids));
     }
@@ -431,7 +431,7 @@ Status ServerEngine::deleteMessages(std::span<const Id> messages, const Id& in, 
         gone.push_back(mail.id);
         continue;
       }
-      // It lies in other folders, too.
+      // It is in other folders, too.
       std::vector<std::string> others = mail.mailboxes;
       std::erase(others, mailbox);
       const std::vector<std::string> ids = {mail.id};
@@ -487,7 +487,7 @@ Status ServerEngine::listMessages(const Id& folder, MessageKind kind, std::vecto
     if (query.mailbox.empty()) return;
     jmap::MailAccount from = account(id.account);
     std::vector<std::string> order = allOf(from, query);
-    if (isPersonal) {  // the one folder that holds both kinds
+    if (isPersonal) {  // the only folder with both kinds
       query.headerName = mime::MailHeader::associated;
       query.headerValue = "yes";
       std::vector<std::string> hidden = allOf(from, query);

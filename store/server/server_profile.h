@@ -1,4 +1,4 @@
-// What a profile says of its mail server.
+// A profile's settings for its mail server.
 #pragma once
 
 #include <string>
@@ -9,13 +9,13 @@
 
 namespace fendrel::store {
 
-// How the server is spoken to. `secret`: the password or token.
+// The client's settings. `secret`: the password or token.
 jmap::Settings settingsOf(const ServerAccess& server, const std::u16string& secret);
 
-// Whether it is the account that the profile shows as its public store.
+// Whether the profile shows this account as its public store.
 bool isPublicAccount(const ServerAccess& server, const jmap::MailSession::Account& account);
 
-// What the message store of that account is called. `user`: of the profile.
+// The name of the account's message store. `user`: the profile's user name.
 std::u16string storeNameOf(const ServerAccess& server, const std::u16string& user, const jmap::MailSession& session,
                            const jmap::MailSession::Account& account);
 
