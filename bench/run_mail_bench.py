@@ -1,5 +1,5 @@
-"""Times posting to a mail server through the plug-in beside IMAP APPEND of the same bytes to the same server, turn by
-turn; called by tools/bench --server, beside a server (tools/mail-server)."""
+"""Times posting to a mail server through the plug-in, and IMAP APPEND of the same bytes to the same server, in turn.
+tools/bench --server runs it with a server (tools/mail-server)."""
 
 import argparse
 import imaplib
@@ -18,7 +18,7 @@ import time
 from pathlib import Path
 
 KIB, MIB = 1024, 1024 * 1024
-# Files and bytes of an export, the runs, and the most that posting may take as a multiple of APPEND.
+# Label, files of an export, bytes of a file, runs, and the longest time of posting as a multiple of APPEND's.
 CASES = [("4 KiB", 100, 4 * KIB, 5, 8), ("64 KiB", 50, 64 * KIB, 5, None), ("1 MiB", 20, MIB, 5, 4),
          ("256 MiB", 1, 256 * MIB, 3, 2.5)]
 MOST_MEMORY = 64  # MiB
@@ -28,7 +28,7 @@ URL = "http://localhost:" + os.environ["FENDREL_MAIL_HTTP"]
 
 
 def output_of(*command: str, store: Path) -> str:
-    # Through a file: what Wine starts in the background would keep a pipe open.
+    # Through a file: background processes of Wine would keep a pipe open.
     with tempfile.TemporaryFile() as out:
         subprocess.run(command, stdin=subprocess.DEVNULL, stdout=out, check=True,
                        env=dict(os.environ, FENDREL_STORE=str(store / "bench.db")))
@@ -37,7 +37,7 @@ def output_of(*command: str, store: Path) -> str:
 
 
 def folder_with_profile(name: str, url: str = URL) -> Path:
-    """A folder with a store whose profile is the server's: alice's own mail is its "Public Folders"."""
+    """A folder with a store and a profile of the server. alice's own mail is its "Public Folders"."""
     folder = WORK / name
     folder.mkdir(parents=True)
     (folder / "secret").write_text(os.environ["FENDREL_MAIL_PASSWORD"])
@@ -74,7 +74,7 @@ def a_message_of(mailbox: str) -> bytes:
     return message
 
 
-# Each message has an identifier of its own, as posts have: Cyrus takes few identical ones.
+# Each message has its own identifier, as posts have: Cyrus accepts only a few identical ones.
 identifiers = itertools.count()
 
 
@@ -97,7 +97,7 @@ def append_seconds(message: bytes, mailbox: str, count: int) -> float:
 def empty(mailbox: str) -> None:
     connection = imap()
     connection.delete(mailbox)
-    time.sleep(1.1)  # Cyrus keeps what was deleted under its name and the second
+    time.sleep(1.1)  # Cyrus keeps deleted mailboxes under their name and the second
     connection.create(mailbox)
     connection.logout()
 
@@ -113,7 +113,7 @@ def compare(quick: bool) -> None:
         times: dict[str, list[float]] = {"post": [], "append": []}
         message = b""
         for turn in range(1 if quick else runs):
-            # Posting comes first where there is nothing yet to append; then they take turns.
+            # The first turn posts first, because there is nothing to append yet; then they alternate.
             for way in sorted(times, reverse=turn % 2 == 0):
                 empty("Bench")
                 if way == "append":
@@ -151,7 +151,7 @@ def four_at_once() -> None:
 
 
 class CountingProxy(socketserver.ThreadingTCPServer):
-    """Hands requests on to the server, one a connection, and counts them."""
+    """Forwards requests to the server, one a connection, and counts them."""
 
     def __init__(self):
         self.count = 0

@@ -1,4 +1,4 @@
-// fendrel doctor on a profile of a mail server: tests every cross.
+// fendrel doctor on a profile of a mail server: every failing check (cross).
 #include "listener.h"
 #include "server_fixture.h"
 
@@ -13,7 +13,7 @@ constexpr const char* cross = "\xE2\x9C\x97";
 
 class ServerDoctor : public ServerTest {
  protected:
-  // The code and the words of the first cross.
+  // Expects this exit code and these words in the first line with a cross.
   void expectCross(const std::vector<std::string>& arguments, int exitCode, const char* step,
                    const std::vector<std::string>& words) const {
     const Outcome run = fendrel(arguments);

@@ -1,4 +1,4 @@
-// What goes wrong between fendrel.exe and a mail server while it posts through the plug-in.
+// Failures of a mail server while fendrel.exe posts through the plug-in.
 #include "mail_proxy.h"
 #include "server_fixture.h"
 
@@ -57,7 +57,7 @@ TEST_F(ServerFailure, FullAccountIsNotEnoughDiskAndKeepsNothing) {
   const nlohmann::json before = messagesIn(inbox);
   const Outcome posted = fendrel({"post", "--to", inbox, "--json", newFile(L"large.bin", std::string(90'000, 'x'))});
   EXPECT_EQ(posted.exitCode, 1) << posted.err;
-  // The plug-in's code 3.
+  // The plug-in returns code 3.
   EXPECT_EQ(posted.json()["files"][0]["error"]["name"], "MAPI_E_NOT_ENOUGH_DISK") << posted.out;
   EXPECT_EQ(messagesIn(inbox), before);
 }

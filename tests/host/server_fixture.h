@@ -1,5 +1,5 @@
-// fendrel.exe with a profile on the mail server beside which this program runs: alice, bob, who may only read the shared
-// account's folder Reports, and carol, who has room for 64 KiB.
+// fendrel.exe with a profile on the tests' mail server. Its users: alice; bob, who may only read the shared account's
+// folder Reports; carol, whose quota is 64 KiB.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -36,14 +36,14 @@ class ServerTest : public FendrelTest {
     words.insert(words.end(), more.begin(), more.end());
     return fendrel(words);
   }
-  // With the right password; the shared account is the public one unless there is `more`.
+  // With the right password. The shared account is public unless there is `more`.
   void addProfile(const std::string& user, const std::string& server = url(),
                   const std::vector<std::string>& more = {}) const {
     const Outcome added = add(user, mailVariable("FENDREL_MAIL_PASSWORD"), server, more);
     ASSERT_EQ(added.exitCode, 0) << added.err;
   }
 
-  // A folder of the test's own, below the shared one.
+  // The test's own folder, below the shared one.
   static std::string ownFolder() {
     const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
     return std::string(shared) + "@" + test.name();

@@ -1,4 +1,4 @@
-// Mailboxes and messages of the real server.
+// Mailboxes and messages on a real server.
 #include <gmock/gmock.h>
 
 #include "listener.h"
@@ -20,7 +20,7 @@ using testing::Not;
 
 class AccountTest : public testing::Test {
  protected:
-  // A mailbox of the test's own in alice's account.
+  // The test's own mailbox in alice's account.
   std::string newMailbox(const std::string& name = testing::UnitTest::GetInstance()->current_test_info()->name()) {
     return account.createMailbox("", name);
   }

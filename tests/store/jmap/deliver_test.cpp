@@ -1,4 +1,4 @@
-// A message is there once, whatever answer on the way to that is lost.
+// A message is delivered once, whichever answer is lost.
 #include "deliver.h"
 
 #include <gmock/gmock.h>
@@ -134,7 +134,7 @@ TEST_F(LostAnswerTest, AMailboxIsMadeOnce) {
 
 TEST_F(LostAnswerTest, AMailboxIsRenamedAndDeletedOnce) {
   for (const Cut cut : {Cut::BeforeTheServer, Cut::AfterTheServer, Cut::InTheAnswer}) {
-    // Names of their own: Cyrus keeps what was deleted under its name and the second.
+    // Unique names: Cyrus keeps deleted mailboxes under their name and the second.
     const std::string name = "old " + std::to_string(static_cast<int>(cut)), newName = "new " + name;
     const std::string made = direct.createMailbox(mailbox, name);
     MailProxy renaming({{"Mailbox/set", 1}}, cut), deleting({{"Mailbox/set", 1}}, cut);

@@ -1,4 +1,4 @@
-// One request, one answer: from the real server, and from listeners that misbehave.
+// One request, one answer: from a real server, and from listeners that misbehave.
 #include <gmock/gmock.h>
 
 #include <chrono>
@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 using testing::HasSubstr;
 using testing::Not;
 
-// Signed by itself, for nobody that the tests talk to.
+// Self-signed, for a name that no test uses.
 constexpr const char* anotherIssuer = R"(
 -----BEGIN CERTIFICATE-----
 MIIBiTCCAS+gAwIBAgIUQo2G1t0tbzOHJP8ODq1DQq7m0c0wCgYIKoZIzj0EAwIw
@@ -223,7 +223,7 @@ TEST(HttpTest, SendingEndsWithinTwoSecondsOfTheWishToCancel) {
 TEST(HttpTest, WhatIsSaidBeforeTheAnswerIsNotTheAnswer) {
   Listener listener([](ListenerConnection& connection) {
     const std::string request = connection.readRequest();
-    // As servers do that need long: not for a client of the older version.
+    // As slow servers do, except for a client of HTTP/1.0.
     if (request.find(" HTTP/1.1\r\n") != std::string::npos) connection.write("HTTP/1.1 102 Processing\r\n\r\n");
     connection.write(answerWith(201, "", "done"));
   });
@@ -289,7 +289,7 @@ TEST(TlsTest, WhereTlsIsNotSpokenItIsSaid) {
   EXPECT_EQ(kindOf([&] { get(settings); }), "tls");
 }
 
-// The kinds of TLS records that came from a client: 22 belongs to the handshake, 23 is what it protects.
+// Counts the TLS records from a client by type: 22 is handshake, 23 is application data.
 class Records {
  public:
   void see(std::string_view bytes) {

@@ -1,8 +1,8 @@
-"""killed_deliveries.py RUN_WINE DELIVERING_CHILD: a message that was delivered is there, and once, whoever is killed.
+"""killed_deliveries.py RUN_WINE DELIVERING_CHILD: a delivered message exists once, whichever process is killed.
 
-Runs beside a mail server (tools/mail-server). The delivering program, or one of the server's processes that answer it,
-is killed (-9) at random moments of 200 messages, and the program started again until all are noted. FENDREL_TEST_SEED
-is another sequence of moments.
+Runs with a mail server (tools/mail-server). Kills (-9) the delivering program, or one of the server's HTTP processes,
+at random moments during 200 messages, and restarts the program until all are noted. FENDREL_TEST_SEED chooses another
+sequence of moments.
 """
 import imaplib
 import os
@@ -15,9 +15,9 @@ import time
 from collections import Counter
 
 COUNT = 200
-FEWEST_KILLS = 10  # of either kind; fewer would say nothing
-MOST_SERVER_KILLS = 4  # Cyrus gives a service up whose processes die more often within ten seconds
-MOST_KILLS = 60  # then it may end: where starting takes longer than its life, it would never
+FEWEST_KILLS = 10  # of both kinds together; fewer would prove little
+MOST_SERVER_KILLS = 4  # Cyrus gives up a service whose processes die more often within ten seconds
+MOST_KILLS = 60  # then the program may finish; if starting takes longer than it lives, it would never
 LONGEST = 600  # seconds
 
 
@@ -28,7 +28,7 @@ def imap():
 
 
 def subjects(mailbox):
-    """How often each message is there. Subjects are the messages' numbers."""
+    """The number of copies of each message. A message's subject is its number."""
     connection = imap()
     connection.select(mailbox, readonly=True)
     _, data = connection.fetch("1:*", "(BODY[HEADER.FIELDS (SUBJECT)])")
@@ -45,7 +45,7 @@ def problems(mailbox, log, count):
 
 
 def answering_processes():
-    """The server's processes that answer HTTP."""
+    """The server's HTTP processes."""
     master = os.environ["FENDREL_MAIL_MASTER"]
     found = []
     for entry in os.listdir("/proc"):
@@ -89,7 +89,7 @@ def kill_at_random(run_wine, program, work, seed):
         if time.monotonic() > end:
             child.kill()
             return kills, [f"not done after {LONGEST} s"]
-        if code is not None:  # it was killed, or gave up a server that was
+        if code is not None:  # killed, or gave up after the server was
             child = deliveries.start()
         time.sleep(moments.uniform(0.1, 0.6))
         if child.poll() is not None or sum(kills.values()) >= MOST_KILLS:

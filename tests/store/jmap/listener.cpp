@@ -38,7 +38,7 @@ SOCKET connectTo(std::uint16_t port) {
   return socket;
 }
 
-// Appends what comes next; false at the end, also of the listener.
+// Appends the next bytes. Returns false when the connection or the listener ends.
 bool receiveMore(SOCKET from, std::string& to, const std::atomic<bool>& isEnding) {
   for (int ready = 0; ready == 0;) {
     if (isEnding) return false;
@@ -125,7 +125,7 @@ class Listener::Parts {
 
   ~Parts() {
     isEnding = true;
-    closesocket(connectTo(port));  // wakes the one that accepts
+    closesocket(connectTo(port));  // wakes the accepting thread
     accepting.join();
     closesocket(socket);
     for (std::thread& thread : serving) thread.join();

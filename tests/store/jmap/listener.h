@@ -1,4 +1,4 @@
-// A listener on this machine that a test scripts: it plays a server, or stands between a client and the real one.
+// A listener on this machine that a test scripts: a server, or a proxy in front of the real one.
 #pragma once
 
 #include <atomic>
@@ -10,20 +10,20 @@
 
 namespace fendrel::test {
 
-// One connection that was accepted, on a thread of its own.
+// An accepted connection. Each has its own thread.
 class ListenerConnection {
  public:
   ListenerConnection(std::uintptr_t accepted, const std::atomic<bool>& listenerEnds)
       : client(accepted), isEnding(listenerEnds) {}
   ~ListenerConnection();
 
-  // The whole request: head, empty line, body. Empty where the client went before.
+  // The whole request: head, empty line, body. Empty if the client disconnects first.
   std::string readRequest();
   void write(std::string_view bytes);
-  // What comes from the client goes to that port of this machine, and back, until one of them goes; `fromClient` sees
-  // the former.
+  // Forwards bytes between the client and that port of this machine until one of them disconnects. `fromClient` sees
+  // the client's bytes.
   void passOn(std::uint16_t port, const std::function<void(std::string_view)>& fromClient);
-  // Says and reads nothing more until the client goes, or the listener.
+  // Sends nothing more and ignores what comes, until the client or the listener ends.
   void stay();
 
  private:
@@ -46,10 +46,10 @@ class Listener {
   std::unique_ptr<Parts> parts;
 };
 
-// What the server at that port answers to the request, byte by byte.
+// The whole answer, with its head, of the server at that port.
 std::string answerOf(std::uint16_t port, std::string_view request);
 
-// "HTTP/1.1 STATUS ..." with these headers, each with its line end, a length, and the body.
+// An answer with these headers, each with its line end, a Content-Length and the body.
 std::string answerWith(int status, std::string_view headers, std::string_view body);
 
 }  // namespace fendrel::test

@@ -1,4 +1,4 @@
-// The mail server that the tests run beside (tools/mail-server).
+// The mail server of the tests (tools/mail-server).
 #pragma once
 
 #include <cstdint>
@@ -10,19 +10,19 @@
 
 namespace fendrel::test {
 
-// A variable that tools/mail-server sets. Fails the program with words where it is missing.
+// A variable that tools/mail-server sets. Ends the program with a message if it is missing.
 std::string mailVariable(const char* name);
 
-// alice unless said otherwise, without TLS.
+// Without TLS.
 jmap::Settings mailSettings(const std::string& user = "alice");
-// With TLS, and the server's certificate as an issuer.
+// With TLS; the server's certificate is an issuer.
 jmap::Settings secureMailSettings(const std::string& user = "alice");
 
 std::wstring certificateFile();
 
 std::uint16_t mailPort();  // of the server's plain HTTP
 
-// What the action ends with. Ends the test with words where it does not fail.
+// Returns the action's failure. Fails the test if there is none.
 template <class Action>
 jmap::ServerFailure failureOf(Action&& action) {
   try {

@@ -7,7 +7,7 @@
 namespace fendrel::test {
 namespace {
 
-// What a request asks for.
+// The kind of a request.
 std::string kindOfRequest(const std::string& request) {
   if (request.starts_with("GET")) return request.find("/download/") < 100 ? "download" : "session";
   if (request.find("/upload/") < 100) return "upload";

@@ -1,4 +1,4 @@
-// Stands between a client and the mail server beside which the tests run: counts requests, and cuts connections.
+// A proxy between a client and the tests' mail server: counts requests and cuts connections.
 #pragma once
 
 #include <map>
@@ -15,17 +15,17 @@ enum class Cut { BeforeTheServer, AfterTheServer, InTheAnswer };
 
 class MailProxy {
  public:
-  // Cuts the connection of the first requests of these kinds ("session", "upload", "download", or the first method that
-  // is called, "Email/import"), so many of each.
+  // Cuts the connections of the first requests of these kinds, as many as given. A kind is "session", "upload",
+  // "download" or a method, "Email/import".
   explicit MailProxy(std::map<std::string, int> kindsToCut = {}, Cut where = Cut::BeforeTheServer)
       : left(std::move(kindsToCut)), cut(where) {}
 
   std::string url() const { return listener.url() + "/jmap/"; }
   jmap::Settings settings() const;  // of alice
-  // Answers requests of that kind itself from now on.
+  // From now on the proxy answers requests of that kind itself.
   void answer(const std::string& kind, const std::string& json);
   int cutCount() const;
-  // Since the last call, by kind; the sum of them.
+  // The numbers of requests since the last call: by kind; their sum.
   std::map<std::string, int> takeCounts();
   int takeCount();
 

@@ -1,5 +1,5 @@
-// mail_samples post MAILBOX: posts sample messages into a new mailbox of alice and says what was posted, in JSON.
-// mail_samples list MAILBOX: says what is in a mailbox, with the bytes of the attachments in hexadecimal.
+// mail_samples post MAILBOX: posts sample messages into a new mailbox of alice and prints them as JSON.
+// mail_samples list MAILBOX: prints the messages of a mailbox, with the bytes of the attachments in hexadecimal.
 #include <windows.h>
 
 #include <cstdio>

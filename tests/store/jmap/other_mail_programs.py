@@ -1,7 +1,7 @@
 """other_mail_programs.py RUN_WINE MAIL_SAMPLES: our messages read by other programs, and theirs by us.
 
-Runs beside a mail server (tools/mail-server). Python's imaplib and email package read what mail_samples has posted;
-mail_samples lists what imaplib has appended, whole messages and broken ones.
+Runs with a mail server (tools/mail-server). Python's imaplib and email package read what mail_samples has posted;
+mail_samples lists what imaplib has appended, valid and broken messages.
 """
 import datetime
 import email
@@ -28,12 +28,12 @@ def expect_equal(found, wanted, what):
 
 
 def content(size):
-    """As mail_samples.cpp makes it."""
+    """The same as in mail_samples.cpp."""
     return bytes((at * 7 + at // 256) & 255 for at in range(size))
 
 
 def samples(run_wine, program, *arguments):
-    # Through a file: what Wine starts in the background would keep a pipe open.
+    # Through a file: background processes of Wine would keep a pipe open.
     with tempfile.TemporaryFile() as out:
         done = subprocess.run([run_wine, program, *arguments], stdout=out, stdin=subprocess.DEVNULL)
         out.seek(0)
@@ -84,7 +84,7 @@ def simple(subject, **headers):
 
 
 def theirs():
-    """(bytes, what is expected of it); what has no key is not looked at."""
+    """Yields (bytes, expected values); what has no key is not checked."""
     sent = datetime.datetime(2031, 4, 5, 14, 7, 8, tzinfo=datetime.timezone.utc)
     known = {"sender": "Jürgen Groß", "address": "jg@mail.example", "seconds": int(sent.timestamp())}
 

@@ -1,4 +1,4 @@
-// A message of ours goes to the server as mail and comes back with the properties that it had.
+// Our message is sent to the server as mail and comes back with the same properties.
 #include <gmock/gmock.h>
 
 #include "deliver.h"

@@ -7,7 +7,7 @@
 
 namespace fendrel::test {
 
-// A message of so many bytes and a few more, with this identifier or one that no other message has.
+// A message of about `size` bytes, by default with a unique identifier.
 struct SampleMail {
   explicit SampleMail(const std::string& subject, std::size_t size = 0, const std::string& messageId = newMessageId());
 

@@ -1,4 +1,4 @@
-// The engine of a mail server: how few requests rows cost while changes are seen all the same, and whole texts.
+// The engine of a mail server: few requests for rows although changes are seen, and whole texts.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -37,7 +37,7 @@ class ServerEngineTest : public testing::Test {
               Status::Ok);
   }
 
-  // Many in one request, not through the proxy.
+  // Adds many messages in each request, not through the proxy.
   void fill(int count) {
     for (int done = 0; done < count;) {
       jmap::Json create = jmap::Json::object();
@@ -151,7 +151,7 @@ TEST_F(ServerRowsTest, AnAttachmentIsDownloadedWhenItIsReadAndNotWhenItIsMeasure
 
 class ServerTextsTest : public ServerEngineTest {
  protected:
-  // Of this type, as another program writes it.
+  // Delivers a text of this media type, as another program writes it.
   Id deliverText(const std::string& type, const std::string& text) {
     const std::string id = SampleMail::newMessageId();
     SampleMail sample("text", 0, id);
