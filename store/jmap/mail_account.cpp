@@ -9,7 +9,12 @@
 namespace fendrel::jmap {
 namespace {
 
-constexpr std::size_t mostChangedAtOnce = 500;
+// How many objects one set may change.
+std::size_t changedAtOnce(MailServer& server) {
+  constexpr std::uint64_t most = 500;
+  const std::uint64_t limit = server.session().limits.maxObjectsInSet;
+  return static_cast<std::size_t>(limit > 0 ? std::min(limit, most) : most);
+}
 
 // The SetError of `id` in a result's `list`, "notCreated" and the like (RFC 8620, 5.3); null if there is none.
 const Json& errorOf(const Json& result, const char* list, const std::string& id) {
@@ -267,7 +272,7 @@ Changes MailAccount::emailChanges(const std::string& since) {
 MailAccount::Failures MailAccount::update(std::span<const std::string> ids, const Json& patch) {
   Failures failures;
   while (!ids.empty()) {
-    const auto some = ids.first(std::min(mostChangedAtOnce, ids.size()));
+    const auto some = ids.first(std::min(changedAtOnce(server_), ids.size()));
     ids = ids.subspan(some.size());
     Json changes = Json::object();
     for (const std::string& id : some) changes[id] = patch;
@@ -296,7 +301,7 @@ MailAccount::Failures MailAccount::setMailboxes(std::span<const std::string> ids
 MailAccount::Failures MailAccount::destroy(std::span<const std::string> ids) {
   Failures failures;
   while (!ids.empty()) {
-    const auto some = ids.first(std::min(mostChangedAtOnce, ids.size()));
+    const auto some = ids.first(std::min(changedAtOnce(server_), ids.size()));
     ids = ids.subspan(some.size());
     const std::vector<std::string> gone(some.begin(), some.end());
     const Json result = server_.call({"Email/set", {{"accountId", id_}, {"destroy", gone}}}, Repeat::always);

@@ -11,29 +11,49 @@
 namespace fendrel::provider {
 namespace {
 
-// The profile to log on to, after checking its password.
-HRESULT chooseProfile(store::ProfileBook& profiles, ULONG_PTR window, const void* profileName, const void* password,
-                      ULONG flags, store::Profile& profile) {
-  const std::u16string name = textArgument(profileName, flags);
-  const bool mayAsk = (flags & MAPI_LOGON_UI) != 0;
-  store::Status status = store::Status::NotFound;
-  if (!name.empty()) {
-    status = profiles.find(name, profile);
-  } else if (flags & MAPI_USE_DEFAULT) {
-    status = profiles.findDefault(profile);
-  } else if (mayAsk) {
-    return askForProfile(profiles, window, profile);
-  }
-  if (status == store::Status::NotFound) return MAPI_E_LOGON_FAILED;
-  if (status != store::Status::Ok) return toResult(status);
-  return tryPassword(profile, textArgument(password, flags));
-}
-
 // The secret of a server's profile: the caller's, else the stored one. Nothing for other profiles.
 HRESULT secretOf(const store::Profile& profile, std::u16string given, std::u16string& secret) {
   if (!profile.server) return S_OK;
   secret = std::move(given);
   return !secret.empty() || store::openSecret(profile.server->sealedSecret, secret) ? S_OK : MAPI_E_LOGON_FAILED;
+}
+
+// Checks the password and opens the profile's engine.
+HRESULT openProfile(SessionContext& context, const store::Profile& profile, const std::u16string& password) {
+  HRESULT result = tryPassword(profile, password);
+  if (FAILED(result)) return result;
+  std::u16string secret;
+  result = secretOf(profile, password, secret);
+  if (FAILED(result)) return result;
+  const auto status = context.profiles->open(profile, secret, context.engine);
+  store::wipe(secret);
+  if (status == store::Status::Ok) context.profile = profile;
+  return toResult(status);
+}
+
+// Opens the profile asked for. With MAPI_LOGON_UI the user chooses it if none is named, and types the password of a
+// mail server that refuses the one at hand.
+HRESULT chooseProfile(SessionContext& context, ULONG_PTR window, const void* profileName, const void* password,
+                      ULONG flags) {
+  const std::u16string name = textArgument(profileName, flags);
+  const bool mayAsk = (flags & MAPI_LOGON_UI) != 0;
+  const LogonAttempt attempt = [&](const store::Profile& profile, const std::u16string& typed) {
+    return openProfile(context, profile, typed);
+  };
+  store::Profile profile;
+  store::Status status = store::Status::NotFound;
+  if (!name.empty()) {
+    status = context.profiles->find(name, profile);
+  } else if (flags & MAPI_USE_DEFAULT) {
+    status = context.profiles->findDefault(profile);
+  } else if (mayAsk) {
+    return logOnByDialog(*context.profiles, window, nullptr, attempt);
+  }
+  if (status == store::Status::NotFound) return MAPI_E_LOGON_FAILED;
+  if (status != store::Status::Ok) return toResult(status);
+  const HRESULT result = openProfile(context, profile, textArgument(password, flags));
+  if (result != MAPI_E_LOGON_FAILED || !profile.server || !mayAsk) return result;
+  return logOnByDialog(*context.profiles, window, &profile, attempt);
 }
 
 // The session that the process may share.
@@ -77,14 +97,8 @@ HRESULT logon(ULONG_PTR window, const void* profileName, const void* password, U
   if (const auto status = store::openProfileBook(context->profiles); status != store::Status::Ok) {
     return toResult(status);
   }
-  HRESULT result = chooseProfile(*context->profiles, window, profileName, password, flags, context->profile);
+  const HRESULT result = chooseProfile(*context, window, profileName, password, flags);
   if (FAILED(result)) return result;
-  std::u16string secret;
-  result = secretOf(context->profile, textArgument(password, flags), secret);
-  if (FAILED(result)) return result;
-  const auto status = context->profiles->open(context->profile, secret, context->engine);
-  store::wipe(secret);
-  if (status != store::Status::Ok) return toResult(status);
   std::shared_ptr<SharedLogon> shared;
   if (flags & MAPI_ALLOW_OTHERS) shared = sharedSession().offer(context);
   auto opened = makeObject<Session>(std::move(context), std::move(shared));

@@ -4,7 +4,6 @@
 #include <exception>
 #include <vector>
 
-#include "password_gate.h"
 #include "resource.h"
 #include "status_codes.h"
 #include "text.h"
@@ -16,17 +15,15 @@ namespace {
 
 class ChooseProfile {
  public:
-  explicit ChooseProfile(std::vector<store::Profile> profiles) : profiles_(std::move(profiles)) {}
+  ChooseProfile(std::vector<store::Profile> profiles, std::u16string refused, const LogonAttempt& attempt)
+      : profiles_(std::move(profiles)), refused_(std::move(refused)), attempt_(attempt) {}
 
-  HRESULT show(HWND parent, store::Profile& profile) {
+  HRESULT show(HWND parent) {
     const INT_PTR answer =
         DialogBoxParamW(reinterpret_cast<HINSTANCE>(&__ImageBase), MAKEINTRESOURCEW(IDD_CHOOSE_PROFILE), parent,
                         &ChooseProfile::procedure, reinterpret_cast<LPARAM>(this));
     if (FAILED(failure_)) return failure_;
-    if (answer == IDOK) {
-      profile = profiles_[chosen_];
-      return S_OK;
-    }
+    if (answer == IDOK) return S_OK;
     return answer == IDCANCEL ? MAPI_E_USER_CANCEL : MAPI_E_CALL_FAILED;
   }
 
@@ -79,11 +76,18 @@ class ChooseProfile {
     std::size_t initial = 0;
     for (std::size_t i = 0; i < profiles_.size(); ++i) {
       SendMessageW(list, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(profiles_[i].name.c_str()));
-      if (profiles_[i].isDefault) initial = i;
+      if (refused_.empty() ? profiles_[i].isDefault : profiles_[i].name == refused_) initial = i;
     }
     SendMessageW(list, CB_SETCURSEL, initial, 0);
     SendDlgItemMessageW(window, IDC_PASSWORD, EM_LIMITTEXT, longestPassword, 0);
     showPasswordField(window);
+    if (!refused_.empty()) sayRefused(window);
+  }
+
+  void sayRefused(HWND window) {
+    SetDlgItemTextW(window, IDC_STATUS, L"The password is wrong. Type it again, or choose another profile.");
+    SetDlgItemTextW(window, IDC_PASSWORD, L"");
+    SetFocus(GetDlgItem(window, IDC_PASSWORD));
   }
 
   std::size_t selected(HWND window) const {
@@ -93,11 +97,16 @@ class ChooseProfile {
 
   void showPasswordField(HWND window) {
     const std::size_t index = selected(window);
-    const bool asks = index < profiles_.size() && !profiles_[index].password.empty();
-    EnableWindow(GetDlgItem(window, IDC_PASSWORD), asks);
-    EnableWindow(GetDlgItem(window, IDC_PASSWORD_LABEL), asks);
+    const bool isKnown = index < profiles_.size();
+    const bool asks = isKnown && !profiles_[index].password.empty();
+    const bool isOnServer = isKnown && profiles_[index].server;
+    EnableWindow(GetDlgItem(window, IDC_PASSWORD), asks || isOnServer);
+    EnableWindow(GetDlgItem(window, IDC_PASSWORD_LABEL), asks || isOnServer);
     SetDlgItemTextW(window, IDC_PASSWORD, L"");
-    SetDlgItemTextW(window, IDC_STATUS, asks ? L"This profile asks for a password." : L"");
+    SetDlgItemTextW(window, IDC_STATUS,
+                    asks         ? L"This profile asks for a password."
+                    : isOnServer ? L"Leave the password empty to use the stored one."
+                                 : L"");
   }
 
   HRESULT accept(HWND window) {
@@ -105,35 +114,34 @@ class ChooseProfile {
     if (index >= profiles_.size()) return S_OK;
     wchar_t password[longestPassword + 1] = {};
     GetDlgItemTextW(window, IDC_PASSWORD, password, longestPassword + 1);
-    const HRESULT result = tryPassword(profiles_[index], fromWide(password));
+    const HRESULT result = attempt_(profiles_[index], fromWide(password));
     SecureZeroMemory(password, sizeof password);
-    if (result == MAPI_E_LOGON_FAILED) {
-      SetDlgItemTextW(window, IDC_STATUS, L"The password is wrong. Type it again, or choose another profile.");
-      SetDlgItemTextW(window, IDC_PASSWORD, L"");
-      SetFocus(GetDlgItem(window, IDC_PASSWORD));
-      return S_OK;
-    }
-    if (FAILED(result)) return result;
-    chosen_ = index;
-    EndDialog(window, IDOK);
+    if (FAILED(result) && result != MAPI_E_LOGON_FAILED) return result;
+    if (FAILED(result))
+      sayRefused(window);
+    else
+      EndDialog(window, IDOK);
     return S_OK;
   }
 
   static constexpr int longestPassword = 256;
   std::vector<store::Profile> profiles_;
-  std::size_t chosen_ = 0;
+  const std::u16string refused_;
+  const LogonAttempt& attempt_;
   HRESULT failure_ = S_OK;
 };
 
 }  // namespace
 
-HRESULT askForProfile(store::ProfileBook& profiles, ULONG_PTR window, store::Profile& profile) {
+HRESULT logOnByDialog(store::ProfileBook& profiles, ULONG_PTR window, const store::Profile* refused,
+                      const LogonAttempt& attempt) {
   std::vector<store::Profile> all;
   if (const auto status = profiles.list(all); status != store::Status::Ok) return toResult(status);
   if (all.empty()) return MAPI_E_LOGON_FAILED;
   // Window handles fit into 32 bits, and callers may have truncated theirs.
   const auto parent = reinterpret_cast<HWND>(static_cast<LONG_PTR>(static_cast<LONG>(window)));
-  return ChooseProfile(std::move(all)).show(IsWindow(parent) ? parent : nullptr, profile);
+  ChooseProfile dialog(std::move(all), refused ? refused->name : std::u16string(), attempt);
+  return dialog.show(IsWindow(parent) ? parent : nullptr);
 }
 
 }  // namespace fendrel::provider

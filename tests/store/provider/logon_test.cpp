@@ -1,8 +1,7 @@
 // MAPILogonEx, with its dialog.
-#include <atomic>
-#include <thread>
 #include <vector>
 
+#include "dialog_user.h"
 #include "store_fixture.h"
 
 namespace {
@@ -157,50 +156,6 @@ TEST_F(LogonTest, AFileThatIsNoStoreIsCorrupt) {
   std::fclose(file);
   SetEnvironmentVariableW(L"FENDREL_STORE", path.c_str());
   EXPECT_THAT(tryLogon(L"Anna", nullptr), Gives(MAPI_E_CORRUPT_DATA));
-}
-
-// Does something to the "Choose Profile" dialog of this process as soon as it is there.
-class DialogUser {
- public:
-  template <class Act>
-  explicit DialogUser(Act act)
-      : thread_([this, act] {
-          for (int tries = 0; tries < 1500 && !stop_; ++tries) {
-            Sleep(10);
-            const HWND window = FindWindowW(L"#32770", L"Choose Profile");
-            DWORD process = 0;
-            if (!window || !GetWindowThreadProcessId(window, &process) || process != GetCurrentProcessId()) continue;
-            if (!IsWindowVisible(window)) continue;
-            act(window);
-            return;
-          }
-        }) {}
-  ~DialogUser() {
-    stop_ = true;
-    thread_.join();
-  }
-
- private:
-  std::atomic<bool> stop_{false};
-  std::thread thread_;
-};
-
-constexpr int profileList = 1001, passwordField = 1002, statusLine = 1004;
-
-void press(HWND window, int button) { SendMessageW(GetDlgItem(window, button), BM_CLICK, 0, 0); }
-
-void choose(HWND window, const wchar_t* profile) {
-  const HWND list = GetDlgItem(window, profileList);
-  const LRESULT index =
-      SendMessageW(list, CB_FINDSTRINGEXACT, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(profile));
-  SendMessageW(list, CB_SETCURSEL, static_cast<WPARAM>(index), 0);
-  SendMessageW(window, WM_COMMAND, MAKEWPARAM(profileList, CBN_SELCHANGE), reinterpret_cast<LPARAM>(list));
-}
-
-std::wstring itemText(HWND window, int item) {
-  wchar_t text[256] = {};
-  GetDlgItemTextW(window, item, text, 256);
-  return text;
 }
 
 class LogonDialogTest : public LogonTest {};
