@@ -10,11 +10,8 @@
 #include <vector>
 
 #include "bench_store.h"
-#include "connection.h"
 #include "direct_client.h"
-#include "folders.h"
-#include "messages.h"
-#include "stores.h"
+#include "filled_folder.h"
 #include "timing.h"
 
 namespace fendrel::bench {
@@ -24,42 +21,6 @@ constexpr int openings = 15;
 constexpr int sizes[] = {1'000, 10'000, 100'000};
 
 void use(const std::wstring& store) { SetEnvironmentVariableW(L"FENDREL_STORE", store.c_str()); }
-
-void checked(store::Status status, const char* what) {
-  require(status == store::Status::Ok ? S_OK : MAPI_E_CALL_FAILED, what);
-}
-
-// Copies the folder's only message until there are `wanted`.
-class Filler {
- public:
-  explicit Filler(const std::wstring& path) {
-    std::string error;
-    checked(store::Database::openExisting(path, database_, error), "opening the database");
-    database_->connection().execute("PRAGMA synchronous = OFF");
-    store::StoreInfo publicStore;
-    checked(store::findPublicStore(*database_, publicStore), "the public store");
-    store::FolderInfo folder;
-    checked(store::findChild(*database_, publicStore.ipmSubtree, u"Bench", folder), "the folder");
-    folder_ = folder.id;
-    checked(store::readMessageRows(*database_, folder_, store::MessageKind::Ordinary, {},
-                                   [&](store::MessageRow&& row) {
-                                     model_ = row.message.id;
-                                     ++count_;
-                                     return true;
-                                   }),
-            "the message to copy");
-  }
-
-  void fill(int wanted) {
-    store::MessageInfo copy;
-    for (; count_ < wanted; ++count_) checked(store::copyMessage(*database_, model_, folder_, copy), "copying");
-  }
-
- private:
-  std::unique_ptr<store::Database> database_;
-  store::Id folder_{}, model_{};
-  int count_ = 0;
-};
 
 void open(const Mapi& mapi) { openFolder(mapi).session->Logoff(0, 0, 0); }
 
@@ -120,7 +81,7 @@ int run(const std::wstring& folder) {
   const Mapi mapi = openStore(build, large);
   postDirectly(mapi, {report}, {L"report.csv"});
   for (const int size : sizes) {
-    Filler(large).fill(size);  // closed before measuring: an open connection would help the next one
+    test::fillWithCopies(large, {u"Bench"}, size);
     const double time = listing(mapi, size);
     std::printf("list, %7d messages             %10.2f ms  %6.2f us a row\n", size, time, time * 1000 / size);
   }

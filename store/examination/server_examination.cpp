@@ -76,8 +76,8 @@ class ServerExamination::Parts {
 
   // One request, without user name and secret, tests the connection to the server.
   void probe() {
-    if (isProbed) return;
-    isProbed = true;
+    if (isProbed_) return;
+    isProbed_ = true;
     jmap::Settings anonymous = settings;
     anonymous.user.clear();
     anonymous.secret.clear();
@@ -104,8 +104,8 @@ class ServerExamination::Parts {
   }
 
   jmap::MailServer& server() {
-    if (!opened) opened = std::make_unique<jmap::MailServer>(settings);
-    return *opened;
+    if (!opened_) opened_ = std::make_unique<jmap::MailServer>(settings);
+    return *opened_;
   }
 
   const ServerAccess access;
@@ -116,8 +116,8 @@ class ServerExamination::Parts {
   std::optional<ServerFailure> ofIssuers, ofWay;
 
  private:
-  bool isProbed = false;
-  std::unique_ptr<jmap::MailServer> opened;
+  bool isProbed_ = false;
+  std::unique_ptr<jmap::MailServer> opened_;
 };
 
 std::unique_ptr<ServerExamination> ServerExamination::of(const std::wstring& name, const std::wstring& password,
