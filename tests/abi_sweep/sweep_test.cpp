@@ -116,7 +116,7 @@ TEST_F(Sweep, RandomMixturesAreSurvived) {
                                          MAPI_E_NO_ACCESS,
                                          MAPI_E_USER_CANCEL,
                                          E_FAIL};
-  const unsigned long rounds = variable("FENDREL_TEST_ROUNDS", 500);
+  const unsigned long rounds = variable("FENDREL_TEST_ROUNDS", 2000);
   const unsigned long seed = variable("FENDREL_TEST_SEED", 1);
   std::vector<std::vector<Call>> calls;
   std::vector<unsigned> weights;
