@@ -11,12 +11,6 @@ using testing::Not;
 
 class ServerFailure : public ServerTest {};
 
-struct LostAnswer {
-  const char* kind;
-  Cut cut;
-  const char* name;
-};
-
 class ServerLostAnswer : public ServerTest, public testing::WithParamInterface<LostAnswer> {};
 
 TEST_P(ServerLostAnswer, ThePostSucceedsAndItsMessageIsThereOnce) {

@@ -27,12 +27,6 @@ class DeliverTest : public testing::Test {
   std::string mailbox;
 };
 
-struct LostAnswer {
-  const char* kind;
-  Cut cut;
-  const char* name;
-};
-
 class DeliverWithLostAnswerTest : public DeliverTest, public testing::WithParamInterface<LostAnswer> {};
 
 TEST_P(DeliverWithLostAnswerTest, TheMessageIsThereOnce) {

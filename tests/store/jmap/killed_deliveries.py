@@ -4,7 +4,6 @@ Runs with a mail server (tools/mail-server). Kills (-9) the delivering program, 
 at random moments during 200 messages, and restarts the program until all are noted. FENDREL_TEST_SEED chooses another
 sequence of moments.
 """
-import imaplib
 import os
 import random
 import signal
@@ -14,17 +13,14 @@ import tempfile
 import time
 from collections import Counter
 
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "..", "support"))
+from mail_script import SEED, imap, report
+
 COUNT = 200
 FEWEST_KILLS = 10  # of both kinds together; fewer would prove little
 MOST_SERVER_KILLS = 4  # Cyrus gives up a service whose processes die more often within ten seconds
 MOST_KILLS = 60  # then the program may finish; if starting takes longer than it lives, it would never
 LONGEST = 600  # seconds
-
-
-def imap():
-    connection = imaplib.IMAP4("127.0.0.1", int(os.environ["FENDREL_MAIL_IMAP"]))
-    connection.login("alice", os.environ["FENDREL_MAIL_PASSWORD"])
-    return connection
 
 
 def subjects(mailbox):
@@ -78,8 +74,8 @@ def check_that_a_careless_program_is_caught(run_wine, program, work):
         raise SystemExit(f"The check does not see what a careless program does: exit codes {codes}, {found}")
 
 
-def kill_at_random(run_wine, program, work, seed):
-    moments = random.Random(seed)
+def kill_at_random(run_wine, program, work):
+    moments = random.Random(SEED)
     log = os.path.join(work, "log")
     deliveries = Deliveries(run_wine, program, "Killed", log, COUNT)
     kills = Counter()
@@ -106,17 +102,13 @@ def kill_at_random(run_wine, program, work, seed):
 
 def main():
     run_wine, program = sys.argv[1:]
-    seed = int(os.environ.get("FENDREL_TEST_SEED", "1"))
     with tempfile.TemporaryDirectory() as work:
         check_that_a_careless_program_is_caught(run_wine, program, work)
-        kills, found = kill_at_random(run_wine, program, work, seed)
+        kills, found = kill_at_random(run_wine, program, work)
     print(f"{COUNT} messages, program killed {kills['program']} times, server's processes {kills['server']} times")
     if kills["program"] + kills["server"] < FEWEST_KILLS:
         found.append(f"only {sum(kills.values())} kills")
-    for problem in found:
-        print(f"FAILED (FENDREL_TEST_SEED={seed}):", problem)
-    print(f"{len(found)} failures")
-    return 1 if found else 0
+    return report(found)
 
 
 if __name__ == "__main__":

@@ -13,6 +13,13 @@ namespace fendrel::test {
 
 enum class Cut { BeforeTheServer, AfterTheServer, InTheAnswer };
 
+// One cut of a test with parameters; kinds as in MailProxy.
+struct LostAnswer {
+  const char* kind;
+  Cut cut;
+  const char* name;  // of the case
+};
+
 class MailProxy {
  public:
   // Cuts the connections of the first requests of these kinds, as many as given. A kind is "session", "upload",

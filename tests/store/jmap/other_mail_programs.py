@@ -14,6 +14,9 @@ import sys
 import tempfile
 from email.message import EmailMessage
 
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "..", "support"))
+from mail_script import imap
+
 failures = []
 
 
@@ -41,12 +44,6 @@ def samples(run_wine, program, *arguments):
     if done.returncode != 0:
         raise SystemExit(f"mail_samples {arguments}: exit code {done.returncode}")
     return json.loads(text)
-
-
-def imap():
-    connection = imaplib.IMAP4("127.0.0.1", int(os.environ["FENDREL_MAIL_IMAP"]))
-    connection.login("alice", os.environ["FENDREL_MAIL_PASSWORD"])
-    return connection
 
 
 def check_ours(mail, posted, what):
