@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
-#include <iterator>
 #include <utility>
 
 #include "running_case.h"
@@ -16,38 +15,77 @@
 namespace {
 
 constexpr std::size_t pageSize = 4096;
-constexpr std::uint64_t headerMagic = 0x9D3A'6C51'E8F2'07B4;
+constexpr std::size_t pageCount = 1 << 18;  // of the reservation, 1 GiB
 
-struct Header {
-  std::uint64_t magic;
-  std::byte* block;
-  std::size_t size;
+// A block with its pages and the unreadable page on either side; described at its first page.
+struct Slot {
+  std::size_t pages;  // 0: no slot begins here
+  std::size_t size;   // of the block
   bool freed;
 };
+
+SRWLOCK g_lock = SRWLOCK_INIT;  // for what follows
+std::byte* g_pages;             // the reservation
+std::size_t g_next;             // the page where the search for room begins
+Slot g_slots[pageCount];
+std::uint32_t g_firstPages[pageCount];  // of the slot that has the page
 
 std::atomic<std::size_t> g_liveBlocks;
 std::atomic<std::size_t> g_untilFailure;  // allocations up to and with the one that fails; 0: none fails
 
-std::size_t roundToPages(std::size_t size) { return (size + pageSize - 1) / pageSize * pageSize; }
+class Locked {
+ public:
+  Locked() { AcquireSRWLockExclusive(&g_lock); }
+  ~Locked() { ReleaseSRWLockExclusive(&g_lock); }
+  Locked(const Locked&) = delete;
+};
 
 std::size_t alignmentFor(std::size_t size) {
   const std::size_t lowestBit = size & (~size + 1);
   return size == 0 || lowestBit > 16 ? 16 : lowestBit;
 }
 
-// The header of the reservation that contains `address`, or null if it is not this heap's.
-Header* headerOf(const void* address) {
-  MEMORY_BASIC_INFORMATION pages;
-  if (VirtualQuery(address, &pages, sizeof pages) != sizeof pages || pages.State == MEM_FREE) return nullptr;
-  auto* const header = static_cast<Header*>(pages.AllocationBase);
-  MEMORY_BASIC_INFORMATION first;
-  if (VirtualQuery(header, &first, sizeof first) != sizeof first || first.State != MEM_COMMIT ||
-      (first.Protect & (PAGE_READWRITE | PAGE_READONLY | PAGE_EXECUTE_READ | PAGE_EXECUTE_READWRITE)) == 0)
-    return nullptr;
-  return header->magic == headerMagic ? header : nullptr;
+std::size_t dataPages(std::size_t size) { return size == 0 ? 1 : (size + pageSize - 1) / pageSize; }
+std::byte* dataOf(const Slot& slot) { return g_pages + (&slot - g_slots + 1) * pageSize; }
+
+std::byte* blockOf(const Slot& slot) {
+  const std::size_t alignment = alignmentFor(slot.size);
+  return dataOf(slot) + dataPages(slot.size) * pageSize - (slot.size + alignment - 1) / alignment * alignment;
 }
 
-[[noreturn]] void stop(const char* what, const Header* header, const void* address, const void* code) {
+// The slot that contains `address`, or null.
+Slot* slotOf(const void* address) {
+  const auto offset = reinterpret_cast<std::uintptr_t>(address) - reinterpret_cast<std::uintptr_t>(g_pages);
+  if (!g_pages || offset >= pageCount * pageSize) return nullptr;
+  const std::size_t page = offset / pageSize;
+  Slot& slot = g_slots[g_firstPages[page]];
+  return page < g_firstPages[page] + slot.pages ? &slot : nullptr;
+}
+
+// Takes the next `pages` pages without a live block. Freed slots in them end.
+Slot* takeSlot(std::size_t pages, std::size_t size) {
+  if (!g_pages)
+    g_pages = static_cast<std::byte*>(VirtualAlloc(nullptr, pageCount * pageSize, MEM_RESERVE, PAGE_NOACCESS));
+  if (!g_pages || pages > pageCount) return nullptr;
+  std::size_t first = g_next;
+  bool wrapped = false;
+  for (std::size_t page = first; page < first + pages;) {
+    if (first + pages > pageCount) {
+      if (std::exchange(wrapped, true)) return nullptr;
+      page = first = 0;
+    }
+    Slot* const slot = slotOf(g_pages + page * pageSize);
+    page = slot ? slot - g_slots + slot->pages : page + 1;
+    if (slot && !slot->freed) first = page;
+    if (slot && slot->freed) slot->pages = 0;
+  }
+  g_next = first + pages;
+  for (std::size_t page = first; page < g_next; ++page) g_firstPages[page] = static_cast<std::uint32_t>(first);
+  g_slots[first] = {pages, size, false};
+  return &g_slots[first];
+}
+
+[[noreturn]] void stop(const char* what, const Slot* slot, const void* address, const void* code) {
   char text[700];
   char name[200];
   char module[MAX_PATH] = "?";
@@ -57,8 +95,8 @@ Header* headerOf(const void* address) {
     GetModuleFileNameA(handle, module, sizeof module);
   const int length = std::snprintf(
       text, sizeof text, "GUARDED HEAP in %s: %s: %lld bytes from the start of a %s block of %zu bytes, by %s+0x%llx\n",
-      runningCase(name), what, static_cast<long long>(static_cast<const std::byte*>(address) - header->block),
-      header->freed ? "freed" : "live", header->size, module,
+      runningCase(name), what, static_cast<long long>(static_cast<const std::byte*>(address) - blockOf(*slot)),
+      slot->freed ? "freed" : "live", slot->size, module,
       static_cast<unsigned long long>(static_cast<const char*>(code) - reinterpret_cast<const char*>(handle)));
   DWORD written = 0;
   WriteFile(GetStdHandle(STD_ERROR_HANDLE), text, static_cast<DWORD>(length), &written, nullptr);
@@ -71,22 +109,17 @@ LONG CALLBACK onAccess(EXCEPTION_POINTERS* exception) {
   if (record.ExceptionCode != EXCEPTION_ACCESS_VIOLATION || record.NumberParameters < 2)
     return EXCEPTION_CONTINUE_SEARCH;
   const auto* const address = reinterpret_cast<const void*>(record.ExceptionInformation[1]);
-  if (const Header* const header = headerOf(address))
-    stop(record.ExceptionInformation[0] == 0 ? "read out of bounds" : "write out of bounds", header, address,
+  if (const Slot* const slot = slotOf(address))
+    stop(record.ExceptionInformation[0] == 0 ? "read out of bounds" : "write out of bounds", slot, address,
          record.ExceptionAddress);
   return EXCEPTION_CONTINUE_SEARCH;
 }
 
-// Freed blocks whose addresses are kept out of use.
-void* g_kept[8192];
-
-// Ends with the module, as do the kept blocks: a handler in a library that is gone would end the process at the next exception, of which
-// the system raises one for every text that a failing test sends to a debugger.
+// Ends with the module: a handler in a library that is gone would end the process at the next exception, of which the
+// system raises one for every text that a failing test sends to a debugger.
 struct Watch {
   ~Watch() {
     if (handler) RemoveVectoredExceptionHandler(handler);
-    for (void*& base : g_kept)
-      if (void* const kept = std::exchange(base, nullptr)) VirtualFree(kept, 0, MEM_RELEASE);
   }
   void* handler = nullptr;
 } g_watch;
@@ -102,21 +135,19 @@ void* allocate(std::size_t size) noexcept {
     errno = ENOMEM;
     return nullptr;
   }
-  const std::size_t data = roundToPages(size == 0 ? 1 : size);
-  auto* const base =
-      static_cast<std::byte*>(VirtualAlloc(nullptr, pageSize + pageSize + data + pageSize, MEM_RESERVE, PAGE_NOACCESS));
-  if (!base || !VirtualAlloc(base, pageSize, MEM_COMMIT, PAGE_READWRITE) ||
-      !VirtualAlloc(base + 2 * pageSize, data, MEM_COMMIT, PAGE_READWRITE)) {
+  Slot* slot = nullptr;
+  {
+    const Locked locked;
+    slot = takeSlot(dataPages(size) + 2, size);
+  }
+  if (!slot || !VirtualAlloc(dataOf(*slot), dataPages(size) * pageSize, MEM_COMMIT, PAGE_READWRITE)) {
+    if (slot) slot->freed = true;
     errno = ENOMEM;
     return nullptr;
   }
-  std::byte* const end = base + 2 * pageSize + data;
-  const std::size_t alignment = alignmentFor(size);
-  auto* const block = end - (size + alignment - 1) / alignment * alignment;
-  std::memset(base + 2 * pageSize, 0xCD, data);
-  *reinterpret_cast<Header*>(base) = {headerMagic, block, size, false};
+  std::memset(dataOf(*slot), 0xCD, dataPages(size) * pageSize);
   ++g_liveBlocks;
-  return block;
+  return blockOf(*slot);
 }
 
 using Free = void(__cdecl*)(void*);
@@ -127,29 +158,16 @@ void freeForeign(void* block) {
   if (runtimeFree) runtimeFree(block);
 }
 
-// Keeps the address of a freed block unused until many others have been freed; not for ever, because the system limits
-// mappings.
-void keepFreed(void* base) noexcept {
-  static SRWLOCK lock = SRWLOCK_INIT;
-  static std::size_t next;
-  AcquireSRWLockExclusive(&lock);
-  std::swap(base, g_kept[next]);
-  next = (next + 1) % std::size(g_kept);
-  ReleaseSRWLockExclusive(&lock);
-  if (base) VirtualFree(base, 0, MEM_RELEASE);
-}
-
 void release(void* block, const void* caller) noexcept {
   if (!block) return;
-  Header* const header = headerOf(block);
-  if (!header) return freeForeign(block);
-  if (header->freed) stop("freed twice", header, block, caller);
-  if (header->block != block) stop("free of an address inside", header, block, caller);
-  header->freed = true;
+  Slot* const slot = slotOf(block);
+  if (!slot) return freeForeign(block);
+  if (slot->freed) stop("freed twice", slot, block, caller);
+  if (blockOf(*slot) != block) stop("free of an address inside", slot, block, caller);
+  VirtualFree(dataOf(*slot), dataPages(slot->size) * pageSize, MEM_DECOMMIT);
   --g_liveBlocks;
-  auto* const base = reinterpret_cast<std::byte*>(header);
-  VirtualFree(base + 2 * pageSize, roundToPages(header->size == 0 ? 1 : header->size), MEM_DECOMMIT);
-  keepFreed(base);
+  const Locked locked;
+  slot->freed = true;
 }
 
 }  // namespace
@@ -179,13 +197,12 @@ void* realloc(void* block, std::size_t size) {
     free(block);
     return nullptr;
   }
-  const Header* const header = headerOf(block);
-  static const Header none{};
-  if (!header || header->block != block || header->freed)
-    stop("realloc of no live block", header ? header : &none, block, __builtin_return_address(0));
+  const Slot* const slot = slotOf(block);
+  if (!slot || blockOf(*slot) != block || slot->freed)
+    stop("realloc of no live block", slot ? slot : g_slots, block, __builtin_return_address(0));
   void* const moved = allocate(size);
   if (!moved) return nullptr;
-  std::memcpy(moved, block, header->size < size ? header->size : size);
+  std::memcpy(moved, block, slot->size < size ? slot->size : size);
   free(block);
   return moved;
 }
