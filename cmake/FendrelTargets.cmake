@@ -111,15 +111,10 @@ function(fendrel_add_run test program)
   endif()
 endfunction()
 
-# Compiles tests without optimisation, which is faster; the tested code is optimised. Mocks are the exception: without
-# inlining, linking their thousands of small functions takes a minute.
+# Compiles tests without optimisation, which is faster; the tested code is optimised.
 function(fendrel_optimise_as_test target)
-  cmake_parse_arguments(PARSE_ARGV 1 TEST "MOCKS" "" "")
-  if(FENDREL_COVERAGE)
-    set(TEST_MOCKS OFF)  # inlined code is not counted
-  endif()
   if(NOT MSVC)
-    target_compile_options(${target} PRIVATE $<IF:$<BOOL:${TEST_MOCKS}>,-O1,-O0>)
+    target_compile_options(${target} PRIVATE -O0)
   endif()
 endfunction()
 
@@ -127,7 +122,7 @@ endfunction()
 # mocks. TARGET must link GTest::gmock. Files whose macros decide what a system header defines are compiled without
 # them.
 function(fendrel_compile_as_test target)
-  fendrel_optimise_as_test(${target} ${ARGN})
+  fendrel_optimise_as_test(${target})
   if("MOCKS" IN_LIST ARGN)
     target_precompile_headers(${target} REUSE_FROM test_headers_for_mocks)
   else()

@@ -24,3 +24,4 @@ MockStream::~MockStream() = default;
   template class testing::NiceMock<mock>; \
   template class testing::StrictMock<mock>;
 FENDREL_MAPI_MOCKS(FENDREL_INSTANTIATE_MOCK)
+FENDREL_METHOD_TYPES(FENDREL_INSTANTIATE_TYPE);

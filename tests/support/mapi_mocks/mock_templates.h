@@ -7,30 +7,25 @@
 
 #include <mapix.h>
 
-// The types of the mocked methods, each once; a type that is missing here is compiled with the tests that use it. Each
-// list is instantiated in a file of its own, because GNU ld's time grows with the square of an object file's sections.
-#define FENDREL_TABLE_TYPES(instantiate)         \
-  instantiate(HRESULT(ULONG, ULONG*));           \
-  instantiate(HRESULT(ULONG, ULONG, ULONG*));    \
-  instantiate(HRESULT(ULONG, LPMAPITABLE*));     \
-  instantiate(HRESULT(ULONG, LPSPropTagArray*)); \
-  instantiate(HRESULT(LONG, ULONG, LPSRowSet*)); \
-  instantiate(HRESULT(BOOKMARK, LONG, LONG*));   \
-  instantiate(HRESULT(LPSPropTagArray, ULONG));  \
-  instantiate(HRESULT(LPSRestriction, ULONG));   \
-  instantiate(HRESULT(LPSSortOrderSet, ULONG))
-
-#define FENDREL_OBJECT_TYPES(instantiate)                              \
-  instantiate(HRESULT(ULONG));                                         \
-  instantiate(HRESULT(ULONG, LPSPropValue, LPSPropProblemArray*));     \
-  instantiate(HRESULT(ULONG, LPCIID, ULONG, ULONG, LPUNKNOWN*));       \
-  instantiate(HRESULT(HRESULT, ULONG, LPMAPIERROR*));                  \
-  instantiate(HRESULT(LPSPropTagArray, ULONG, ULONG*, LPSPropValue*)); \
-  instantiate(HRESULT(LPCIID, ULONG, LPMESSAGE*));                     \
-  instantiate(HRESULT(LPCIID, ULONG, ULONG*, LPATTACH*));              \
-  instantiate(HRESULT(const void*, ULONG, ULONG*))
-
-#define FENDREL_SESSION_TYPES(instantiate)                                    \
+// The types of the mocked methods, each once; a type that is missing here is compiled with the tests that use it.
+#define FENDREL_METHOD_TYPES(instantiate)                                     \
+  instantiate(HRESULT(ULONG, ULONG*));                                        \
+  instantiate(HRESULT(ULONG, ULONG, ULONG*));                                 \
+  instantiate(HRESULT(ULONG, LPMAPITABLE*));                                  \
+  instantiate(HRESULT(ULONG, LPSPropTagArray*));                              \
+  instantiate(HRESULT(LONG, ULONG, LPSRowSet*));                              \
+  instantiate(HRESULT(BOOKMARK, LONG, LONG*));                                \
+  instantiate(HRESULT(LPSPropTagArray, ULONG));                               \
+  instantiate(HRESULT(LPSRestriction, ULONG));                                \
+  instantiate(HRESULT(LPSSortOrderSet, ULONG));                               \
+  instantiate(HRESULT(ULONG));                                                \
+  instantiate(HRESULT(ULONG, LPSPropValue, LPSPropProblemArray*));            \
+  instantiate(HRESULT(ULONG, LPCIID, ULONG, ULONG, LPUNKNOWN*));              \
+  instantiate(HRESULT(HRESULT, ULONG, LPMAPIERROR*));                         \
+  instantiate(HRESULT(LPSPropTagArray, ULONG, ULONG*, LPSPropValue*));        \
+  instantiate(HRESULT(LPCIID, ULONG, LPMESSAGE*));                            \
+  instantiate(HRESULT(LPCIID, ULONG, ULONG*, LPATTACH*));                     \
+  instantiate(HRESULT(const void*, ULONG, ULONG*));                           \
   instantiate(HRESULT(ULONG, LPENTRYID, LPCIID, ULONG, ULONG*, LPUNKNOWN*));  \
   instantiate(HRESULT(ULONG*, LPENTRYID*));                                   \
   instantiate(HRESULT(ULONG_PTR, ULONG, ULONG));                              \
@@ -46,9 +41,7 @@
   extern template class testing::internal::TypedExpectation<__VA_ARGS__>; \
   extern template class testing::internal::OnCallSpec<__VA_ARGS__>;       \
   extern template class testing::Action<__VA_ARGS__>
-FENDREL_TABLE_TYPES(FENDREL_DECLARE_TYPE);
-FENDREL_OBJECT_TYPES(FENDREL_DECLARE_TYPE);
-FENDREL_SESSION_TYPES(FENDREL_DECLARE_TYPE);
+FENDREL_METHOD_TYPES(FENDREL_DECLARE_TYPE);
 #undef FENDREL_DECLARE_TYPE
 
 #define FENDREL_INSTANTIATE_TYPE(...)                              \
