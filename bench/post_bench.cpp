@@ -1,6 +1,6 @@
-// post_bench plugin|direct FOLDER COUNT SIZE: posts COUNT files of SIZE bytes, written to FOLDER first, into a store
-// in FOLDER, and prints the seconds of posting and the process's peak memory in MiB. "plugin" uses FENDREL.DLL, with
-// one export of one job; "direct" makes the same MAPI calls itself.
+// post_bench plugin|direct|table FOLDER COUNT SIZE: posts COUNT files of SIZE bytes, written to FOLDER first, into a
+// store in FOLDER, and prints the seconds of posting and the process's peak memory in MiB. "plugin" uses FENDREL.DLL,
+// with one export of one job; "direct" makes the same MAPI calls itself; "table" inserts into a plain table of SQLite.
 //
 // post_bench share FOLDER COUNT SIZE ROUNDS: posts the files both ways in turn, ROUNDS times each, and prints the
 // median of the rounds' ratios, plug-in to direct. One process, one store, and close in time, so that the disk and the
@@ -14,6 +14,7 @@
 
 #include "direct_client.h"
 #include "fendrel/fendrel.h"
+#include "plain_table.h"
 #include "timing.h"
 
 // after windows.h
@@ -154,8 +155,9 @@ int runOneWay(const std::wstring& way, const std::wstring& folder, std::size_t c
   const Mapi mapi = openStore(buildFolder(), folder + L"\\bench.db");
   const Plugin plugin(buildFolder() + L"\\bin\\FENDREL.DLL");
   touchMemory(folder, count * size);
-  const double milliseconds = way == L"plugin" ? millisecondsOf([&] { plugin.post(input.files, input.names); })
-                                               : millisecondsOf([&] { postDirectly(mapi, input.files, input.names); });
+  const double milliseconds = way == L"plugin"   ? millisecondsOf([&] { plugin.post(input.files, input.names); })
+                              : way == L"direct" ? millisecondsOf([&] { postDirectly(mapi, input.files, input.names); })
+                                                 : insertIntoPlainTable(folder + L"\\plain.db", input.files);
   std::printf("%.6f %.1f\n", milliseconds / 1000, mostMemory());
   return 0;
 }
@@ -189,7 +191,7 @@ extern "C" int wmain(int argumentCount, wchar_t** arguments) {
   const bool isInTurn = way == L"share";
   if (argumentCount != (isInTurn ? 6 : 5)) {
     std::fprintf(stderr,
-                 "usage: post_bench plugin|direct FOLDER COUNT SIZE\n"
+                 "usage: post_bench plugin|direct|table FOLDER COUNT SIZE\n"
                  "       post_bench share FOLDER COUNT SIZE ROUNDS\n");
     return 2;
   }

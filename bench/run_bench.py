@@ -137,6 +137,7 @@ def main() -> None:
             compared["dd"] = lambda _, s: by_dd(s)
         else:
             compared["SQLite"] = by_sqlite
+            compared["SQLite, Wine"] = lambda c, s: posted("table", c, s)[0]
         times = {way: [] for way in compared}
         for turn in range(rounds):
             # In a different order each time, so that the after-effects of one way do not always affect the same one.
