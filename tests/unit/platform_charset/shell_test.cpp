@@ -96,18 +96,18 @@ TEST(CharsetShell, SaveFileNameWithACustomFilterThatHasNoEndIsRefusedOnTheAnsiPa
 // Of this process alone: other tests show the dialog at the same time.
 std::wstring dialogTitle() { return L"Fendrel save test " + std::to_wstring(GetCurrentProcessId()); }
 
-// Presses a button of the save dialog once it is there.
+// Presses a button of the save dialog once it is shown.
 class Presser {
  public:
   explicit Presser(int button)
       : thread_([button] {
-          for (int attempt = 0; attempt < 300; ++attempt) {
-            if (const HWND dialog = FindWindowW(nullptr, dialogTitle().c_str()); dialog && GetDlgItem(dialog, button)) {
-              Sleep(200);
+          for (int attempt = 0; attempt < 3000; ++attempt) {
+            const HWND dialog = FindWindowW(nullptr, dialogTitle().c_str());
+            if (dialog && IsWindowVisible(dialog) && GetDlgItem(dialog, button)) {
               PostMessageW(dialog, WM_COMMAND, static_cast<WPARAM>(button), 0);
               return;
             }
-            Sleep(100);
+            Sleep(10);
           }
         }) {}
   ~Presser() { thread_.join(); }
