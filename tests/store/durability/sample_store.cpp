@@ -55,21 +55,24 @@ DiskImage storeOfVersion1() {
 }
 
 DiskImage oldStore() {
-  SimulatedDisk disk(storeOfVersion1());
-  {
-    const auto database = openOn(disk);
-    for (const Expected& sample : oldSamples()) EXPECT_EQ(post(*database, sample.sample), Status::Ok);
-    database->connection().execute(
-        "ALTER TABLE profile DROP COLUMN server_url; ALTER TABLE profile DROP COLUMN server_user;"
-        "ALTER TABLE profile DROP COLUMN server_secret;"
-        "ALTER TABLE profile DROP COLUMN server_public_account;"
-        "ALTER TABLE profile DROP COLUMN server_tls_ca_file;"
-        "DROP TABLE named_property; ALTER TABLE message DROP COLUMN status;"
-        "DROP TRIGGER message_changed; DROP TRIGGER content_deleted;"
-        "DROP TABLE dropped_file; ALTER TABLE message DROP COLUMN checksum;"
-        "PRAGMA user_version = 1");
-  }
-  return disk.now();
+  static const DiskImage image = [] {
+    SimulatedDisk disk(storeOfVersion1());
+    {
+      const auto database = openOn(disk);
+      for (const Expected& sample : oldSamples()) EXPECT_EQ(post(*database, sample.sample), Status::Ok);
+      database->connection().execute(
+          "ALTER TABLE profile DROP COLUMN server_url; ALTER TABLE profile DROP COLUMN server_user;"
+          "ALTER TABLE profile DROP COLUMN server_secret;"
+          "ALTER TABLE profile DROP COLUMN server_public_account;"
+          "ALTER TABLE profile DROP COLUMN server_tls_ca_file;"
+          "DROP TABLE named_property; ALTER TABLE message DROP COLUMN status;"
+          "DROP TRIGGER message_changed; DROP TRIGGER content_deleted;"
+          "DROP TABLE dropped_file; ALTER TABLE message DROP COLUMN checksum;"
+          "PRAGMA user_version = 1");
+    }
+    return disk.now();
+  }();
+  return image;
 }
 
 std::string integrityOf(Database& database) {
