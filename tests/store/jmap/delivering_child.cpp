@@ -40,7 +40,7 @@ int main(int count, char** words) {
     const std::set<int> before = noted(log);
     for (int number = 1; number <= std::stoi(words[2]); ++number) {
       if (before.contains(number)) continue;
-      const std::string run = isCareless ? std::to_string(GetCurrentProcessId()) + '-' : "";
+      const std::string run = isCareless ? std::to_string(before.size()) + '-' : "";
       const test::SampleMail sample(std::to_string(number), messageSize,
                                     "<" + run + std::to_string(number) + "@killed.invalid>");
       jmap::NewMessage message = sample.forMailbox(mailbox);
