@@ -11,7 +11,7 @@
 namespace fendrel::store {
 
 inline const std::wstring storePath = L"C:\\simulated\\reports\\store.db";
-inline const std::wstring contentPath = storePath + L".files";
+inline const std::wstring contentPath = L"C:\\simulated\\reports\\store.db.files";
 
 // One message each: in the row's page, with a blob over several pages, with a content file.
 std::vector<Expected> noSamples();
