@@ -11,6 +11,7 @@
 namespace fendrel::store {
 
 inline const std::wstring storePath = L"C:\\simulated\\reports\\store.db";
+// Not made from storePath: which of the two is made first differs between compilers.
 inline const std::wstring contentPath = L"C:\\simulated\\reports\\store.db.files";
 
 // One message each: in the row's page, with a blob over several pages, with a content file.

@@ -1,8 +1,6 @@
 // delivering_child MAILBOX COUNT LOG [careless]: delivers the messages 1 to COUNT into a mailbox of alice. Notes each
 // delivered message in a line of LOG; a later run continues after those. A message's identifier depends only on its
 // number. careless: identifiers are new in each run, and the first run ends before it notes the fifth message.
-#include <windows.h>
-
 #include <cstdio>
 #include <exception>
 #include <fstream>
