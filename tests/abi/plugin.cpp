@@ -1,19 +1,8 @@
 #include "plugin.h"
 
-#include <stdexcept>
-
 #include "build_paths.h"
 
 namespace fendrel::test {
-namespace {
-
-template <class Function>
-void lookUp(HMODULE module, const char* name, Function& function) {
-  function = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
-  if (!function) throw std::runtime_error(std::string("FENDREL.DLL does not export ") + name);
-}
-
-}  // namespace
 
 // Another build of the module may be named, relative to the build folder.
 std::wstring Plugin::builtPath() {
@@ -22,8 +11,15 @@ std::wstring Plugin::builtPath() {
   return buildFile(length != 0 && length < 260 ? other : L"bin/FENDREL.DLL");
 }
 
-Plugin::Plugin(const std::wstring& path) : module_(LoadLibraryW(path.c_str())) {
-  if (!module_) throw std::runtime_error("FENDREL.DLL cannot be loaded");
+HMODULE loadPlugin(const std::wstring& path) {
+  // A host shows dialogs of its own, so it has these loaded. Loading them again for each test takes ten times its time.
+  [[maybe_unused]] static const HMODULE ofEveryHost[] = {LoadLibraryW(L"comctl32.dll"), LoadLibraryW(L"comdlg32.dll")};
+  const HMODULE module = LoadLibraryW(path.c_str());
+  if (!module) throw std::runtime_error("FENDREL.DLL cannot be loaded");
+  return module;
+}
+
+Plugin::Plugin(const std::wstring& path) : module_(loadPlugin(path)) {
   lookUp(module_, "NRVInitializeW", initialize);
   lookUp(module_, "NRVTerminateW", terminate);
   lookUp(module_, "NRVGetVersionW", getVersion);

@@ -3,11 +3,21 @@
 
 #include <windows.h>
 
+#include <stdexcept>
 #include <string>
 
 #include <fendrel/fendrel.h>
 
 namespace fendrel::test {
+
+// The caller frees the module.
+HMODULE loadPlugin(const std::wstring& path);
+
+template <class Function>
+void lookUp(HMODULE module, const char* name, Function& function) {
+  function = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+  if (!function) throw std::runtime_error(std::string("FENDREL.DLL does not export ") + name);
+}
 
 class Plugin {
  public:

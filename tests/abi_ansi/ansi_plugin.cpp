@@ -1,20 +1,8 @@
 #include "ansi_plugin.h"
 
-#include <stdexcept>
-
 namespace fendrel::test {
-namespace {
 
-template <class Function>
-void lookUp(HMODULE module, const char* name, Function& function) {
-  function = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
-  if (!function) throw std::runtime_error(std::string("FENDREL.DLL does not export ") + name);
-}
-
-}  // namespace
-
-AnsiPlugin::AnsiPlugin(const std::wstring& path) : module_(LoadLibraryW(path.c_str())) {
-  if (!module_) throw std::runtime_error("FENDREL.DLL cannot be loaded");
+AnsiPlugin::AnsiPlugin(const std::wstring& path) : module_(loadPlugin(path)) {
   lookUp(module_, "NRVInitialize", initialize);
   lookUp(module_, "NRVTerminate", terminate);
   lookUp(module_, "NRVGetVersion", getVersion);
