@@ -11,6 +11,11 @@ namespace fendrel::store {
 
 using Bytes = std::vector<std::byte>;
 
+inline void append(Bytes& bytes, const void* from, std::size_t size) {
+  const auto* first = static_cast<const std::byte*>(from);
+  bytes.insert(bytes.end(), first, first + size);
+}
+
 // A 128-bit identifier in memory order.
 struct Guid {
   std::byte bytes[16];

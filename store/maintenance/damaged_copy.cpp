@@ -20,8 +20,6 @@ constexpr std::size_t blockBytes = 64 * 1024, sectorBytes = 4096;
 constexpr std::array<StoreForm, 3> pageForms{{{0, 8192, 0}, {0, 16384, 16}, {0, 16384, 0}}};
 constexpr std::string_view pageMark = "FndlPage";
 
-int latestVersion() { return schemaMigrations().back().version; }
-
 // Unreadable bytes stay zero.
 void readTolerantly(DiskFile& file, std::uint64_t at, std::span<std::byte> into) {
   std::ranges::fill(into, std::byte{0});

@@ -8,11 +8,6 @@
 #include "unicode.h"
 
 namespace fendrel::store {
-namespace {
-
-int latestVersion() { return schemaMigrations().back().version; }
-
-}  // namespace
 
 std::wstring uriOf(const std::wstring& path) {
   static constexpr wchar_t digits[] = L"0123456789ABCDEF";
@@ -78,11 +73,7 @@ void ReadingConnection::readVersion() {
   if (application != applicationId) {
     fail(Status::Corrupt, "The file '" + toUtf8(path_) + "' is not a message store, or its first page is damaged.");
   }
-  if (version_ > latestVersion()) {
-    fail(Status::NewerVersion, "The store was written by a newer version of this program: it has version " +
-                                   std::to_string(version_) + ", this program knows versions up to " +
-                                   std::to_string(latestVersion()) + ". Install the newer version.");
-  }
+  refuseNewerVersion(version_, latestVersion());
 }
 
 int ReadingConnection::waitWhileBusy(void*, int attempt) noexcept {

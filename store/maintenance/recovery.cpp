@@ -60,7 +60,7 @@ void recoverRows(const DamagedCopy& copy, const std::wstring& path, Disk& disk, 
   }
   sortLostRows(found.get());
   execute(found.get(), "PRAGMA application_id = " + std::to_string(applicationId) +
-                           "; PRAGMA user_version = " + std::to_string(schemaMigrations().back().version) + "; COMMIT");
+                           "; PRAGMA user_version = " + std::to_string(latestVersion()) + "; COMMIT");
   // So that readers do not block a transaction that deletes rows.
   execute(found.get(), "PRAGMA journal_mode = WAL");
 }

@@ -15,7 +15,7 @@ constexpr PropertyTag computedTags[] = {PR_OBJECT_TYPE,      PR_ATTACH_NUM,     
                                         PR_STORE_RECORD_KEY, PR_MAPPING_SIGNATURE};
 
 // Longer values are omitted from "all properties" but not from explicit requests.
-constexpr std::uint64_t longestInAll = 64 * 1024;
+constexpr std::uint64_t longestInAllOfAttachment = 64 * 1024;
 
 bool isComputed(PropertyTag tag) {
   return std::ranges::any_of(computedTags, [&](PropertyTag one) { return PROP_ID(one) == PROP_ID(tag); });
@@ -24,7 +24,7 @@ bool isComputed(PropertyTag tag) {
 // The size of all values.
 HRESULT sizeOf(const DraftProperties& draft, std::uint64_t& size) {
   std::vector<Property> all;
-  if (const HRESULT result = draft.readAll(longestInAll, all); FAILED(result)) return result;
+  if (const HRESULT result = draft.readAll(longestInAllOfAttachment, all); FAILED(result)) return result;
   size = 0;
   for (const Property& property : all) size += store::valueSize(property.value);
   return S_OK;
@@ -68,7 +68,7 @@ HRESULT readWhole(const StoreScope& scope, ULONG number, const DraftProperties& 
     }
   }
   std::vector<Property> stored;
-  if (const HRESULT result = draft.readAll(longestInAll, stored); FAILED(result)) return result;
+  if (const HRESULT result = draft.readAll(longestInAllOfAttachment, stored); FAILED(result)) return result;
   std::ranges::move(stored, std::back_inserter(found));
   return S_OK;
 }

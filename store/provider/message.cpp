@@ -15,7 +15,7 @@ namespace fendrel::provider {
 namespace {
 
 // Longer values are omitted from "all properties" but not from explicit requests.
-constexpr std::uint64_t longestInAll = 1024 * 1024;
+constexpr std::uint64_t longestInAllOfMessage = 1024 * 1024;
 
 constexpr PropertyTag recipientColumns[] = {PR_ROWID,      PR_RECIPIENT_TYPE, PR_DISPLAY_NAME_W,
                                             PR_ENTRYID,    PR_ADDRTYPE_W,     PR_EMAIL_ADDRESS_W,
@@ -106,7 +106,7 @@ HRESULT Message::readProperties(std::span<const PropertyTag> tags, std::vector<P
 
 HRESULT Message::readAllProperties(std::vector<Property>& found) {
   std::vector<Property> all;
-  if (const HRESULT result = draft_.readAll(longestInAll, all); FAILED(result)) return result;
+  if (const HRESULT result = draft_.readAll(longestInAllOfMessage, all); FAILED(result)) return result;
   const std::span<const PropertyTag> tags = computedMessageTags();
   if (const HRESULT result = readProperties(tags, found); FAILED(result)) return result;
   std::erase_if(found, [](const Property& property) { return property.tag == 0; });

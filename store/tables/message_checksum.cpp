@@ -7,18 +7,13 @@ namespace fendrel::store {
 
 namespace {
 
-void append(Bytes& bytes, const void* from, std::size_t size) {
-  const auto* first = static_cast<const std::byte*>(from);
-  bytes.insert(bytes.end(), first, first + size);
-}
-
-void append(Bytes& bytes, std::uint64_t number) { append(bytes, &number, sizeof number); }
+void appendNumber(Bytes& bytes, std::uint64_t number) { append(bytes, &number, sizeof number); }
 
 void appendValue(Bytes& bytes, const Statement& row, int column) {
   const int type = row.type(column);
   bytes.push_back(static_cast<std::byte>(type));
   switch (type) {
-    case SQLITE_INTEGER: append(bytes, static_cast<std::uint64_t>(row.integer(column))); break;
+    case SQLITE_INTEGER: appendNumber(bytes, static_cast<std::uint64_t>(row.integer(column))); break;
     case SQLITE_FLOAT: {
       const double number = row.real(column);
       append(bytes, &number, sizeof number);
@@ -26,17 +21,17 @@ void appendValue(Bytes& bytes, const Statement& row, int column) {
     }
     case SQLITE_TEXT: {
       const std::string_view text = row.text(column);
-      append(bytes, std::uint64_t{text.size()});
+      appendNumber(bytes, text.size());
       append(bytes, text.data(), text.size());
       break;
     }
     case SQLITE_BLOB: {
       const auto blob = row.bytes(column);
-      append(bytes, std::uint64_t{blob.size()});
+      appendNumber(bytes, blob.size());
       append(bytes, blob.data(), blob.size());
       break;
     }
-    default: append(bytes, std::uint64_t{0});
+    default: appendNumber(bytes, 0);
   }
 }
 

@@ -26,15 +26,20 @@ std::int64_t ownVersion(Connection& connection) {
 
 std::int64_t acceptedVersion(Connection& connection, int latest) {
   const std::int64_t version = ownVersion(connection);
-  if (version > latest) {
-    fail(Status::NewerVersion, "The store was written by a newer version of this program: it has version " +
-                                   std::to_string(version) + ", this program knows versions up to " +
-                                   std::to_string(latest) + ". Install the newer version.");
-  }
+  refuseNewerVersion(version, latest);
   return version;
 }
 
 }  // namespace
+
+int latestVersion() noexcept { return schemaMigrations().back().version; }
+
+void refuseNewerVersion(std::int64_t version, int latest) {
+  if (version <= latest) return;
+  fail(Status::NewerVersion, "The store was written by a newer version of this program: it has version " +
+                                 std::to_string(version) + ", this program knows versions up to " +
+                                 std::to_string(latest) + ". Install the newer version.");
+}
 
 void refuseForeignDatabase(Connection& connection) {
   Transaction transaction(connection, Transaction::Read);

@@ -1,6 +1,7 @@
 // Upgrades a database from the version in its header (PRAGMA user_version) to the current one.
 #pragma once
 
+#include <cstdint>
 #include <span>
 
 namespace fendrel::store {
@@ -15,6 +16,12 @@ struct Migration {
 
 // The numbered files of store/schema, in order.
 std::span<const Migration> schemaMigrations() noexcept;
+
+// The version that the last of them makes.
+int latestVersion() noexcept;
+
+// Throws NewerVersion if `version` is above `latest`.
+void refuseNewerVersion(std::int64_t version, int latest);
 
 // "Fndl": identifies our files (PRAGMA application_id).
 constexpr int applicationId = 0x466E646C;

@@ -46,11 +46,6 @@ bool fits(std::uint16_t type, const PropertyValue& value) {
   fail(Status::Corrupt, "The store is damaged: a property's value does not match its type.");
 }
 
-void append(Bytes& bytes, const void* from, std::size_t size) {
-  const auto* first = static_cast<const std::byte*>(from);
-  bytes.insert(bytes.end(), first, first + size);
-}
-
 void appendCounted(Bytes& bytes, const void* from, std::size_t size) {
   if (size > std::numeric_limits<std::uint32_t>::max()) fail(Status::Invalid, "A value of a list is too long.");
   const auto length = static_cast<std::uint32_t>(size);

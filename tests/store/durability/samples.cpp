@@ -80,8 +80,9 @@ class Comparison {
     std::size_t count = 0;
     if (!answered(reader->read(0, found, count), what)) return;
     // Not by ==, which compares byte by byte when it is not optimised.
-    const Bytes& posted = bytesOf(sample, number);
-    const bool isSame = found.size() == posted.size() && std::memcmp(found.data(), posted.data(), posted.size()) == 0;
+    const Bytes& expected = bytesOf(sample, number);
+    const bool isSame =
+        found.size() == expected.size() && std::memcmp(found.data(), expected.data(), expected.size()) == 0;
     if (!isSame) wrong_.push_back(what + " has other bytes");
   }
 
