@@ -59,6 +59,18 @@ std::wstring quoted(const std::wstring& argument) {
   return text + L'"';
 }
 
+// The store, its log and its index, as far as they are there.
+std::vector<std::filesystem::path> storeFiles(const TempFolder& folder) {
+  std::vector<std::filesystem::path> files;
+  for (const auto& file : std::filesystem::directory_iterator(folder.path()))
+    if (file.path().stem() == L"store") files.push_back(file.path());
+  return files;
+}
+
+void copyStore(const TempFolder& from, const TempFolder& to) {
+  for (const auto& file : storeFiles(from)) std::filesystem::copy_file(file, to.path() / file.filename());
+}
+
 }  // namespace
 
 nlohmann::json Outcome::json() const {
@@ -143,8 +155,12 @@ std::string FendrelTest::secret(std::string_view password, std::wstring_view nam
 }
 
 void FendrelTest::addJane() const {
+  static const TempFolder kept;
+  const bool isFirst = storeFiles(kept).empty();
+  if (!isFirst && storeFiles(folder).empty()) return copyStore(kept, folder);
   const Outcome run = fendrel({"profile", "add", "jane", "--user", "Jane Doe"});
   ASSERT_EQ(run.exitCode, 0) << run.err;
+  if (isFirst) copyStore(folder, kept);
 }
 
 std::string FendrelTest::newFile(std::wstring_view name, std::string_view content) const {

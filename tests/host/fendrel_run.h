@@ -49,7 +49,7 @@ class FendrelTest : public testing::Test {
   Outcome fendrel(const std::vector<std::string>& arguments, const Use& use = {}) const;
   // With that on its standard input.
   Outcome fendrelReading(const std::string& input, const std::vector<std::string>& arguments) const;
-  // Adds the profile "jane" of Jane Doe.
+  // Adds the profile "jane" of Jane Doe. A new store with this profile is made once and copied for each later test.
   void addJane() const;
   // The full path in UTF-8 of a new file.
   std::string newFile(std::wstring_view name, std::string_view content) const;

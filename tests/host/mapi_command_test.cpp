@@ -15,7 +15,7 @@ namespace {
 using host::ClientScope;
 using testing::HasSubstr;
 
-constexpr wchar_t clients[] = L"Software\\Clients\\Mail";
+constexpr wchar_t clientsKey[] = L"Software\\Clients\\Mail";
 
 // The registration of mail programs as a test finds it, put back at its end.
 class MapiCommand : public FendrelTest {
@@ -24,12 +24,12 @@ class MapiCommand : public FendrelTest {
     for (HKEY root : roots) {
       saved.push_back(defaultClient(root));
       setDefaultClient(root, L"");
-      RegDeleteTreeW(root, (std::wstring(clients) + L"\\Fendrel").c_str());
+      RegDeleteTreeW(root, (std::wstring(clientsKey) + L"\\Fendrel").c_str());
     }
   }
   ~MapiCommand() override {
     for (std::size_t i = 0; i < roots.size(); ++i) {
-      RegDeleteTreeW(roots[i], (std::wstring(clients) + L"\\Fendrel").c_str());
+      RegDeleteTreeW(roots[i], (std::wstring(clientsKey) + L"\\Fendrel").c_str());
       setDefaultClient(roots[i], saved[i]);
     }
   }
@@ -37,15 +37,15 @@ class MapiCommand : public FendrelTest {
   static std::wstring defaultClient(HKEY root) {
     wchar_t text[256];
     DWORD size = sizeof text;
-    return RegGetValueW(root, clients, nullptr, RRF_RT_REG_SZ, nullptr, text, &size) == ERROR_SUCCESS ? text : L"";
+    return RegGetValueW(root, clientsKey, nullptr, RRF_RT_REG_SZ, nullptr, text, &size) == ERROR_SUCCESS ? text : L"";
   }
 
   // An empty name: none is set.
   static void setDefaultClient(HKEY root, const std::wstring& name) {
     if (name.empty())
-      RegDeleteKeyValueW(root, clients, nullptr);
+      RegDeleteKeyValueW(root, clientsKey, nullptr);
     else
-      RegSetKeyValueW(root, clients, nullptr, REG_SZ, name.c_str(), static_cast<DWORD>((name.size() + 1) * 2));
+      RegSetKeyValueW(root, clientsKey, nullptr, REG_SZ, name.c_str(), static_cast<DWORD>((name.size() + 1) * 2));
   }
 
   static bool isEntryThere(HKEY root) { return entryOf(root).has_value(); }
@@ -53,7 +53,7 @@ class MapiCommand : public FendrelTest {
   static std::optional<std::wstring> entryOf(HKEY root) {
     wchar_t text[1024];
     DWORD size = sizeof text;
-    const LSTATUS status = RegGetValueW(root, (std::wstring(clients) + L"\\Fendrel").c_str(), L"DLLPathEx",
+    const LSTATUS status = RegGetValueW(root, (std::wstring(clientsKey) + L"\\Fendrel").c_str(), L"DLLPathEx",
                                         RRF_RT_REG_SZ, nullptr, text, &size);
     return status == ERROR_SUCCESS ? std::optional<std::wstring>(text) : std::nullopt;
   }
