@@ -186,25 +186,25 @@ DiskImage SimulatedDisk::afterCut(Unflushed unflushed, std::uint64_t seed) const
     if (unflushed == Unflushed::Kept || (unflushed == Unflushed::Some && random() % 2)) apply(names, change);
   }
   DiskImage image;
-  std::map<const Node*, Bytes> contents;  // a renamed file may exist under both names
+  std::map<const Node*, std::wstring> made;  // a renamed file may exist under both names
   for (const auto& [path, node] : names) {
     if (isLostWithFolder(names, path)) continue;
     if (!node) {
       image.folders.insert(path);
       continue;
     }
-    const auto [content, isNew] = contents.try_emplace(node.get(), node->flushed);
-    if (isNew && unflushed != Unflushed::Lost) {
-      for (const Write& write : node->unflushed) {
-        const bool isLast = &write == &node->unflushed.back();
-        if (unflushed == Unflushed::Some || (cut_ && isLast)) {
-          if (random() % 2 || isLast) applyTorn(content->second, write, random);
-        } else {
-          store::apply(content->second, write);
-        }
+    const auto [first, isNew] = made.try_emplace(node.get(), path);
+    Bytes& content = image.files[path];
+    content = isNew ? node->flushed : image.files[first->second];
+    if (!isNew || unflushed == Unflushed::Lost) continue;
+    for (const Write& write : node->unflushed) {
+      const bool isLast = &write == &node->unflushed.back();
+      if (unflushed == Unflushed::Some || (cut_ && isLast)) {
+        if (random() % 2 || isLast) applyTorn(content, write, random);
+      } else {
+        store::apply(content, write);
       }
     }
-    image.files[path] = content->second;
   }
   return image;
 }
