@@ -39,6 +39,7 @@ class ContractTest : public ::testing::Test {
 
   // Null: the profile has none.
   virtual const wchar_t* password() const { return nullptr; }
+  // More than one are only read.
   virtual std::vector<std::wstring> foldersInReports() const { return {L"Daily"}; }
 
   // Like the plug-in's silent logon.

@@ -20,6 +20,9 @@ namespace {
 
 std::optional<TempFolder> databaseFolder;
 
+// What the last test had in Reports.
+std::vector<std::wstring> foldersThere;
+
 std::wstring variable(const wchar_t* name) {
   wchar_t value[256] = L"";
   GetEnvironmentVariableW(name, value, 256);
@@ -80,9 +83,14 @@ void makeWorld(const wchar_t*, const std::vector<std::wstring>& foldersInReports
       ASSERT_NE(store, nullptr);
       const ComPtr<IMAPIFolder> reports = createFolder(*openSubtree(*store.Get()).Get(), L"Reports");
       ASSERT_NE(reports, nullptr);
-      const HRESULT emptied = reports->EmptyFolder(0, nullptr, 0);
-      ASSERT_EQ(emptied, S_OK) << wordsOf(*reports.Get(), emptied);
-      for (const std::wstring& name : foldersInReports) createFolder(*reports.Get(), name);
+      // Making many folders takes the server seconds, so the next test that reads the same ones finds them there.
+      const bool areOnlyRead = foldersInReports.size() > 1;
+      if (!areOnlyRead || foldersInReports != foldersThere) {
+        const HRESULT emptied = reports->EmptyFolder(0, nullptr, 0);
+        ASSERT_EQ(emptied, S_OK) << wordsOf(*reports.Get(), emptied);
+        for (const std::wstring& name : foldersInReports) createFolder(*reports.Get(), name);
+        foldersThere = foldersInReports;
+      }
     }
     EXPECT_EQ(session->Logoff(0, 0, 0), S_OK);
   }
